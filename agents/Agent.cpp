@@ -1,0 +1,1 @@
+#include "agents/Agent.h"

@@ -1,0 +1,56 @@
+// The root of the agent family: one installation of the agent, of one version, that is or will be on this
+// host.
+#pragma once
+
+#include <memory>
+
+#include "corekit/String.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// What differs between agent versions lives behind these operations. Failure is a bool or null result;
+/// deletions ignore their failures. Objects hold no open files between calls.
+class Agent {
+  public:
+    Agent(const corekit::String& versionLabel, const corekit::String& installDir)
+        : m_versionLabel(versionLabel), m_installDir(installDir) {}
+    virtual ~Agent() = default;
+    Agent(const Agent&) = delete;
+    Agent& operator=(const Agent&) = delete;
+
+    /// What the installed agent's client.conf provides; null when nothing can be loaded.
+    virtual std::unique_ptr<Settings> LoadSettings() = 0;
+
+    /// Removes what ties the installation into the operating system: services and program links.
+    virtual bool RemoveSystemIntegration() = 0;
+
+    /// Removes the installation's files. `newConfPath` is empty on a clean; on an upgrade it is the new
+    /// client.conf, whose install directory and stores the data moves to.
+    virtual bool RemoveFiles(const corekit::String& newConfPath) = 0;
+
+    /// Removes everything: the system integration and then, if that succeeded, the files.
+    virtual bool Clean();
+
+    /// Can the installation's settings be carried over?
+    virtual bool IsUpgradeSupported() const { return true; }
+
+    /// Do sub-agents register themselves in its client.conf (from version 6.0 on)?
+    virtual bool RegistersSubAgents() const { return false; }
+
+    /// Major and minor version with a service-pack suffix, such as 6.0SP1.
+    const corekit::String& VersionLabel() const { return m_versionLabel; }
+
+    const corekit::String& InstallDir() const { return m_installDir; }
+
+    /// The client.conf that the agent was recognised by; empty when there is none.
+    const corekit::String& ConfPath() const { return m_confPath; }
+    void SetConfPath(const corekit::String& path) { m_confPath = path; }
+
+  private:
+    corekit::String m_versionLabel;
+    corekit::String m_installDir;
+    corekit::String m_confPath;
+};
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,33 @@
+// Agents of version 6.0 and 6.0 SP1, and all that later versions share with them.
+#pragma once
+
+#include "agents/Agent.h"
+#include "corekit/IniFile.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Every operation that needs the old configuration returns false, before it touches anything, while the
+/// agent has no configuration file path.
+class Agent60 : public Agent {
+  public:
+    using Agent::Agent;
+
+    std::unique_ptr<Settings> LoadSettings() override;
+    bool RemoveSystemIntegration() override;
+    bool RemoveFiles(const corekit::String& newConfPath) override;
+    bool RegistersSubAgents() const override { return true; }
+
+    virtual bool RemoveProgramLinks(const corekit::IniFile& oldConf);
+    virtual bool RemoveRunLevelScripts(const corekit::IniFile& oldConf);
+
+    /// Moves the data to where the new client.conf wants it, converts the package store and removes the old
+    /// files.
+    virtual bool RelocateFiles(const corekit::String& newConfPath);
+
+    virtual bool ConvertPackageStore(const corekit::IniFile& oldConf);
+    virtual bool RemoveRotatedDebugLogs(const corekit::IniFile& oldConf);
+    virtual bool RemoveRotatedClientLogs(const corekit::IniFile& oldConf,
+                                         const corekit::String& newInstallDir);
+};
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,31 @@
+// Writing client.conf: from the package's template, the run's settings and an installed agent's
+// configuration.
+#pragma once
+
+#include "corekit/IniFile.h"
+#include "corekit/String.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// What carrying an installed agent's configuration over needs to know of that agent.
+struct InstalledConfiguration {
+    corekit::String versionLabel;  // such as 6.0SP1
+    corekit::String confPath;      // its client.conf
+    bool registersSubAgents;       // version 6.0 or later
+};
+
+/// Writes a new client.conf to `outputPath`. With `installed` (and Upgrade absent or "yes") its values are
+/// carried over and also become the settings they belong to. False with the error text set; `outputPath` may
+/// then be half done.
+bool WriteClientConf(const corekit::String& outputPath, Settings& settings,
+                     const InstalledConfiguration* installed);
+
+/// The same without an installed agent.
+bool CreateClientConfFromTemplate(const corekit::String& outputPath, Settings& settings);
+
+/// Sets the keys that settings feed, the keys of fixed rules and the extra settings, and writes or removes
+/// the GUID file.
+bool ApplySettingsToClientConf(corekit::IniFile& ini, Settings& settings);
+
+}  // namespace Zorvane::AgentInstaller

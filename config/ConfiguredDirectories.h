@@ -1,0 +1,18 @@
+// The directories that client.conf names: made or checked before the agent starts.
+#pragma once
+
+#include "corekit/String.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// 0 when the path is, or could be made, a writable directory; else 1 with the error text set.
+int CreateConfiguredDirectory(const corekit::String& path);
+
+/// 0 when the path is a writable directory; else 1 with the error text set. Makes nothing.
+int CheckConfiguredDirectory(const corekit::String& path);
+
+/// All directories that a client.conf names, in order, up to the first that fails; then false with the error
+/// text set.
+bool PrepareConfiguredDirectories(const corekit::String& confPath);
+
+}  // namespace Zorvane::AgentInstaller

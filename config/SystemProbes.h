@@ -1,0 +1,38 @@
+// Small questions to the host, most of them answered by a shell command's first line of output.
+#pragma once
+
+#include "corekit/String.h"
+#include "corekit/Version.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// The first line that a command line prints; "" when it prints none or cannot be run.
+corekit::String RunShellCommand(const corekit::String& commandLine);
+
+/// "linux", "suse" or "united".
+corekit::String DetectDistribution();
+
+/// Does a plug-in process of the agent run?
+bool IsPluginProcessRunning();
+
+/// Do solutions depend on the agent installed there? True when that cannot be told.
+bool HasRegisteredSolutions(const corekit::String& installDir);
+
+/// The levels that occur in a text like "rc2;rc3;rc5", as digits "235" and as lists "2 3 5" and "0 1 4 6" of
+/// those to start and to stop in; all empty when none occurs.
+struct RunLevels {
+    corekit::String startDigits;
+    corekit::String startList;
+    corekit::String stopList;
+};
+RunLevels SplitRunLevels(const corekit::String& levels);
+
+/// Do two server names denote different servers? Case, port, and a domain that one of them lacks do not
+/// matter.
+bool ServerNamesDiffer(const corekit::String& left, const corekit::String& right);
+
+/// The version of the host's rpm, and the parser of its text; missing parts are 0.
+corekit::Version GetPackageManagerVersion();
+corekit::Version ParseVersion(const corekit::String& text);
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,72 @@
+// The application frame: a program whose first argument is a command word.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "corekit/String.h"
+
+namespace corekit {
+
+/// Prepares the process: umask 022, SIGPIPE and SIGXFSZ ignored, descriptors 0 to 2 open. Called first.
+void Init();
+
+/// A program with a name.
+class Application {
+  public:
+    virtual ~Application() = default;
+
+    void SetName(const String& name) { m_name = name; }
+    const String& Name() const { return m_name; }
+
+    /// The program's main function; returns the exit status.
+    virtual int AppMain() = 0;
+
+  private:
+    String m_name;
+};
+
+/// What every command can do beside its own work; a base for `Command` that holds nothing.
+class ApplicationFlags {
+  public:
+    virtual ~ApplicationFlags() = default;
+};
+
+/// A program that is a set of commands, each under its word.
+class CommandBasedApp : public Application {
+  public:
+    class Command : public ApplicationFlags {
+      public:
+        /// Runs with the arguments after the command word. 0 success, 1 failure, 120 usage error.
+        virtual unsigned Run(const std::vector<String>& arguments) = 0;
+        /// Writes the usage text to standard output, after the prefix (in the local encoding).
+        virtual void Usage(const String& prefix) const = 0;
+        /// One line.
+        virtual String Description() const = 0;
+    };
+
+    static constexpr unsigned kUsageError = 120;
+
+    CommandBasedApp(int argumentCount, const char* const* arguments);
+    ~CommandBasedApp() override;
+
+    /// Takes ownership of the command.
+    void RegisterCommand(const String& word, std::unique_ptr<Command> command);
+
+    /// Runs the command that the first argument names and returns its status; a usage error is followed by
+    /// the command's usage text. Without a command word, or with an unknown one (named on standard error),
+    /// lists the commands and returns 120; `-help` alone lists them and returns 0.
+    int Run();
+
+  private:
+    struct Entry {
+        String word;
+        std::unique_ptr<Command> command;
+    };
+    void ListCommands() const;
+
+    std::vector<String> m_arguments;
+    std::vector<Entry> m_commands;
+};
+
+}  // namespace corekit

@@ -1,0 +1,57 @@
+// Directories: reading, making, moving and removing them, always on open descriptors.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "corekit/Result.h"
+#include "corekit/String.h"
+
+namespace corekit {
+
+/// One entry of a directory.
+struct FileInfo {
+    String name;               // without the directory
+    String path;               // the directory as it was given, "/" and the name
+    bool isDirectory = false;  // the entry itself; a link to a directory is none
+};
+
+/// An open directory, read entry by entry. "." and ".." are never given.
+class Dir {
+  public:
+    Dir();
+    ~Dir();
+
+    /// Opens a directory for entries whose name matches a shell wildcard ("" for all of them).
+    Result Open(const String& path, const String& pattern = String());
+
+    /// The next entry; false at the end.
+    bool Read(FileInfo& entry);
+
+    /// Calls `visit` for every entry of a directory until it returns false. Fails when the directory cannot
+    /// be opened.
+    static Result Scan(const String& path, const String& pattern,
+                       const std::function<bool(const FileInfo&)>& visit);
+
+    /// Creates a directory (mode 0755) with all missing parents; one that exists already is success.
+    static Result CreateR(const String& path);
+
+    /// Removes a directory with everything in it, never following a link out of it. An empty path does
+    /// nothing; "/" and the host's own directories are refused (EPERM), however they are spelled or reached.
+    /// Memory does not grow with the number of entries.
+    static Result Remove(const String& path);
+
+    /// Moves the entries of `from` into `to` (made when missing), across file systems too. What stands in
+    /// `to` already stays, and what would replace it stays in `from`: then the result is EEXIST. `from` is
+    /// removed when it is empty.
+    static Result Move(const String& from, const String& to);
+
+    static Result GetCurrent(String& path);
+    static Result SetCurrent(const String& path);
+
+  private:
+    struct Stream;
+    std::unique_ptr<Stream> m_stream;
+};
+
+}  // namespace corekit

@@ -1,0 +1,58 @@
+// Files: probing, reading, replacing, copying and removing them.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "corekit/Encoding.h"
+#include "corekit/Result.h"
+#include "corekit/String.h"
+
+namespace corekit::File {
+
+/// Does the path name anything? Links are followed: a dangling link does not exist.
+bool Exists(const String& path);
+bool IsDirectory(const String& path);
+bool IsReadable(const String& path);
+/// By the effective user, on a file system that takes writes.
+bool IsWritable(const String& path);
+
+/// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL).
+Result Read(const String& path, String& text, const Encoding& encoding = Utf8Encoding());
+Result ReadBytes(const String& path, std::string& bytes);
+
+/// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
+/// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A
+/// link in its place is replaced, never followed. On failure the old file stands whole and nothing else is
+/// left.
+Result Write(const String& path, const String& text, const Encoding& encoding = Utf8Encoding());
+Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);
+
+/// Removes a file or link; not a directory, nor a name that the file-system standard gives the host.
+Result Remove(const String& path);
+
+/// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
+/// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
+/// the pattern has it. Wildcards in one of the host's own directories are not expanded unless `hostDirectory`
+/// says that it is meant.
+enum class HostDirectory { Refused, Meant };
+Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
+
+/// Renames, replacing an existing target; to another file system by copy, flush and rename there.
+Result Rename(const String& from, const String& to);
+
+/// Copies a regular file with its mode (and owner, where allowed), replacing an existing target in one step.
+Result Copy(const String& from, const String& to);
+
+/// Makes `link` a symbolic link to `target`; an existing file or link of that name is replaced in one step.
+Result SymLink(const String& target, const String& link);
+
+/// Both work on the file itself: a symbolic link is refused (ELOOP).
+Result Chmod(const String& path, unsigned mode);
+Result Chowngrp(const String& path, unsigned user, unsigned group);
+
+/// Creates an empty file of mode 0600, exclusively, from a pattern that ends in XXXXXX; its path goes to
+/// `path`.
+Result MakeTemp(const String& pattern, String& path);
+
+}  // namespace corekit::File

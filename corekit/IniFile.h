@@ -1,0 +1,54 @@
+// INI files, edited line by line: what is not set stays byte for byte.
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include "corekit/Result.h"
+#include "corekit/String.h"
+
+namespace corekit {
+
+/// An INI file in memory. Sections of the same name are one section; of two same keys the first counts;
+/// comments begin with "#" or ";"; a value is all that follows the first "=", trimmed at both ends. Section
+/// names are case-sensitive. Setting a present key replaces its value only; a new key goes after its
+/// section's last entry, a new section to the end; line ends of a value become blanks. Comments, blank lines,
+/// order, indentation, line ends, a byte-order mark and a missing last line end all stay.
+class IniFile {
+  public:
+    enum class KeyCase {
+        Exact,
+        FallBack,  // a key that is not found exactly is looked up without regard to case (files of old
+                   // agents)
+    };
+    using Entries = std::map<String, String, Ltstr>;
+
+    /// Reads the file; one that is missing or cannot be read is empty.
+    explicit IniFile(const String& path, KeyCase keyCase = KeyCase::Exact);
+    ~IniFile();
+    IniFile(IniFile&&) noexcept;
+    IniFile& operator=(IniFile&&) noexcept;
+
+    const String& FileName() const;
+
+    /// The value, or `fallback` when the file has no such entry.
+    String GetValue(const String& section, const String& key, const String& fallback = String()) const;
+
+    /// False, and `value` untouched, when the file has no such entry.
+    bool GetValue(const String& section, const String& key, String& value) const;
+
+    /// Adds all entries of a section to the map.
+    void GetEntries(const String& section, Entries& entries) const;
+
+    void SetValue(const String& section, const String& key, const String& value);
+
+    /// Replaces the file in one step (see File::Write).
+    Result Write() const;
+
+  private:
+    class Lines;
+    String m_path;
+    std::unique_ptr<Lines> m_lines;
+};
+
+}  // namespace corekit

@@ -1,0 +1,36 @@
+// The outcome of an operation on the system: success, or the errno that stopped it.
+#pragma once
+
+#include "corekit/String.h"
+
+namespace corekit {
+
+/// Success, or an errno value. A result that is not looked at is a compile-time warning; one that does not
+/// matter is given to `Forgive`.
+class [[nodiscard]] Result {
+  public:
+    constexpr Result() = default;
+    constexpr explicit Result(int errnoValue) : m_errno(errnoValue) {}
+
+    /// The failure that errno tells of now.
+    static Result FromErrno();
+
+    constexpr bool Ok() const { return m_errno == 0; }
+    constexpr explicit operator bool() const { return Ok(); }
+
+    /// 0 on success, else the errno value.
+    constexpr int Code() const { return m_errno; }
+
+    constexpr bool operator==(const Result&) const = default;
+
+  private:
+    int m_errno = 0;
+};
+
+/// Drops an outcome on purpose: the caller goes on whatever it was.
+constexpr void Forgive(const Result&) {}
+
+/// The system's text for a failure, such as "No such file or directory".
+String GetErrorMsg(const Result& result);
+
+}  // namespace corekit

@@ -1,0 +1,1 @@
+#include "deploykit/RCScriptBackend.h"

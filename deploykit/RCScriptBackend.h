@@ -1,0 +1,29 @@
+// Service scripts: installing them under /etc/init.d and registering them with whatever starts this host.
+#pragma once
+
+#include "corekit/String.h"
+
+namespace deploykit::ItemInstallers {
+
+/// Levels are lists of digits separated by blanks, such as "2 3 5".
+namespace RCScriptBackend {
+
+/// Levels "0" to "6".
+bool IsRunLevelSupported(const corekit::String& level);
+
+/// Creates the service script NAME from a template: %INSTDIR% and %ETCDIR% are expanded, and its LSB header
+/// (Default-Start, Default-Stop) and "# chkconfig:" line get the levels. Registers it with the first found of
+/// chkconfig, insserv and update-rc.d, by links otherwise, and on a host with systemd as a native unit too.
+/// False when the script or, with a start level, its registration could not be made.
+bool Install(const corekit::String& name, const corekit::String& templatePath,
+             const corekit::String& installDir, const corekit::String& startLevels,
+             const corekit::String& stopLevels);
+
+/// Undoes all of `Install`, whichever way the service was registered; a service that is not there is success.
+bool Uninstall(const corekit::String& name);
+
+/// The path of the service script: /etc/init.d/NAME.
+corekit::String GetLocation(const corekit::String& name);
+
+}  // namespace RCScriptBackend
+}  // namespace deploykit::ItemInstallers

@@ -1,0 +1,15 @@
+// What the set-up steps share.
+#pragma once
+
+#include "corekit/String.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+struct SetupContext {
+    corekit::String generatedConfPath;  // the new client.conf in its hand-over file
+    corekit::String confPath;           // its place in the installation, set by the sequence
+    Settings* settings = nullptr;       // the run's settings, not owned
+};
+
+}  // namespace Zorvane::AgentInstaller

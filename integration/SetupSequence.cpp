@@ -1,0 +1,1 @@
+#include "integration/SetupContext.h"

@@ -1,0 +1,27 @@
+// What the program says to the operator. Texts go out in the local character set; a value inside one is made
+// printable by `Shown` first, so that nothing from a file steers the terminal.
+#pragma once
+
+#include "corekit/String.h"
+#include "corekit/Text.h"
+
+namespace Zorvane::AgentInstaller::Messages {
+
+/// Progress: to standard output, unless the run is quiet.
+void Say(const corekit::String& text);
+
+/// Refusals and the dialogue: to standard output, quiet or not.
+void Tell(const corekit::String& text);
+
+/// Warnings and errors: to standard error, quiet or not.
+void Warn(const corekit::String& text);
+
+/// The value as it may stand in a message: control characters as \xNN.
+inline corekit::String Shown(const corekit::String& value) {
+    return corekit::Text::Printable(value);
+}
+
+/// The value as it may stand in a message that is ASCII: "?" for what ASCII lacks as well.
+corekit::String ShownAscii(const corekit::String& value);
+
+}  // namespace Zorvane::AgentInstaller::Messages

@@ -1,0 +1,27 @@
+// Names and paths that several parts of the program share.
+#pragma once
+
+namespace Zorvane::AgentInstaller::Names {
+
+inline constexpr const wchar_t* kServiceName = L"zorvane";
+
+// Below an install directory.
+inline constexpr const wchar_t* kClientConf = L"/etc/client.conf";
+inline constexpr const wchar_t* kSavedClientConf = L"/etc/client.conf.old";
+inline constexpr const wchar_t* kClientProto = L"/etc/client.proto";
+inline constexpr const wchar_t* kEnvironmentScript = L"/bin/qdn-env";
+inline constexpr const wchar_t* kControlScript = L"/bin/rcscript";
+
+// Hand-over files that package scripts leave for the next run.
+inline constexpr const wchar_t* kHandOverDir = L"/tmp/ksclt";
+inline constexpr const wchar_t* kMigrateClientConf = L"/tmp/ksclt/.migrate-client.conf";
+inline constexpr const wchar_t* kReinstallClientConf = L"/tmp/ksclt/.reinstall-client.conf";
+inline constexpr const wchar_t* kMigrateConfigXml = L"/tmp/ksclt/.migrate-config.xml";
+
+// Sections of client.conf.
+inline constexpr const wchar_t* kConfiguration = L"Configuration";
+inline constexpr const wchar_t* kClientTransport = L"Client Transport";
+inline constexpr const wchar_t* kClientDetails = L"Client Details";
+inline constexpr const wchar_t* kKellServers = L"Kell Servers";
+
+}  // namespace Zorvane::AgentInstaller::Names

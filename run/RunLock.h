@@ -1,0 +1,25 @@
+// One run at a time.
+#pragma once
+
+#include "corekit/Descriptor.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Holds the host-wide lock of a run that changes things, as long as it lives. The kernel releases it however
+/// the process ends; where no place for the lock exists the run goes on without one.
+class RunLock {
+  public:
+    RunLock();
+    ~RunLock();
+    RunLock(const RunLock&) = delete;
+    RunLock& operator=(const RunLock&) = delete;
+
+    /// True when another run holds the lock.
+    bool IsTaken() const { return m_isTaken; }
+
+  private:
+    corekit::Descriptor m_file;
+    bool m_isTaken = false;
+};
+
+}  // namespace Zorvane::AgentInstaller

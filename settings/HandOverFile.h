@@ -1,0 +1,29 @@
+// The private temporary file in which the new client.conf is written before it moves into place.
+#pragma once
+
+#include "corekit/String.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Owns the file: removes it when it goes, unless it has been moved into place by then.
+class HandOverFile {
+  public:
+    HandOverFile() = default;
+    ~HandOverFile() { RemoveHandOverFile(); }
+    HandOverFile(const HandOverFile&) = delete;
+    HandOverFile& operator=(const HandOverFile&) = delete;
+
+    /// Creates a new, empty file of mode 0600 under /tmp; false with the error text set.
+    bool Create();
+
+    /// Removes the file, if there is one, and forgets its path.
+    void RemoveHandOverFile();
+
+    /// Empty when there is no file.
+    const corekit::String& Path() const { return m_path; }
+
+  private:
+    corekit::String m_path;
+};
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,20 @@
+// The dialogue of the interactive configuration.
+#pragma once
+
+#include "settings/Questions.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Asks all questions and stores the answers. False only when standard input fails or ends; what was answered
+/// stays.
+bool RunQuestionnaire(Settings& settings);
+
+/// Asks until the answer is valid; an empty one is `shownDefault`. False when standard input fails or ends.
+bool AskQuestion(const Question& question, const corekit::String& shownDefault, corekit::String& answer);
+
+/// Checks an answer, says on standard output what is wrong with it, and may rewrite it into the form that is
+/// stored.
+bool ValidateAnswer(const Question& question, corekit::String& answer);
+
+}  // namespace Zorvane::AgentInstaller

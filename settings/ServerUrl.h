@@ -1,0 +1,37 @@
+// The management server's URL, and the three settings that are always composed from it together.
+#pragma once
+
+#include "corekit/Url.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+class ServerUrl {
+  public:
+    enum Kind : int { Http = 0, Https = 1, Ftp = 2, Other = 3 };
+
+    /// A text without a scheme counts as http.
+    explicit ServerUrl(const corekit::String& text);
+
+    int Scheme() const { return m_kind; }
+    bool IsValid() const { return m_url.IsValid(); }
+    const corekit::String& GetProtocol() const { return m_url.GetProtocol(); }
+
+    /// No port, or the one that the scheme has anyway.
+    bool IsDefaultPort() const;
+
+    /// The host, followed by ":" and the port unless that is the scheme's own.
+    corekit::String ServerName() const;
+
+    /// Sets KSProtocol, KSName and KSUrlFormat.
+    void Compose(Settings& settings) const;
+
+  private:
+    corekit::Url m_url;
+    Kind m_kind;
+};
+
+/// The KSUrlFormat of a scheme, such as "http://%server%/Zorvane/".
+corekit::String UrlFormat(const corekit::String& protocol);
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,17 @@
+// The XML configuration document KSAgentConfiguration, read into settings.
+#pragma once
+
+#include <memory>
+
+#include "corekit/BasicXml.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// The settings of a document. What the document lacks is present with an empty value.
+std::unique_ptr<Settings> ReadXmlConfig(const corekit::BasicXml& document);
+
+/// The settings of the built-in document: the defaults.
+std::unique_ptr<Settings> DefaultSettings();
+
+}  // namespace Zorvane::AgentInstaller

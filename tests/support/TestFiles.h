@@ -1,0 +1,60 @@
+// Files and directories for tests: made, read and looked at in one line each. Paths and contents are bytes.
+#pragma once
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <sys/stat.h>
+
+namespace testfiles {
+
+inline void Write(const std::string& path, const std::string& content, unsigned mode = 0644) {
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path());
+    std::ofstream(path, std::ios::binary) << content;
+    ASSERT_EQ(chmod(path.c_str(), mode), 0) << path;
+}
+
+inline std::string Read(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) ADD_FAILURE() << "cannot read " << path;
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
+}
+
+/// Permission bits of the file itself, a link's included; 0 and a failure when it does not exist.
+inline unsigned Mode(const std::string& path) {
+    struct stat info {};
+    if (lstat(path.c_str(), &info) != 0) ADD_FAILURE() << "no " << path;
+    return info.st_mode & 07777;
+}
+
+inline bool Exists(const std::string& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0;
+}
+
+/// A directory of its own for one test, below /tmp, removed with everything in it.
+class TempDir {
+  public:
+    TempDir() {
+        char pattern[] = "/tmp/test.XXXXXX";
+        m_path = mkdtemp(pattern);
+    }
+    ~TempDir() {
+        std::error_code ignored;
+        std::filesystem::remove_all(m_path, ignored);
+    }
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+
+    const std::string& Path() const { return m_path; }
+    std::string operator/(const std::string& name) const { return m_path + "/" + name; }
+
+  private:
+    std::string m_path;
+};
+
+}  // namespace testfiles
