@@ -1,3 +1,4 @@
+// The last failure of the run: how it is recorded.
 #include "run/Error.h"
 
 #include "run/Messages.h"

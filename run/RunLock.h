@@ -2,6 +2,7 @@
 #pragma once
 
 #include "corekit/Descriptor.h"
+#include "corekit/String.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -18,7 +19,10 @@ class RunLock {
     bool IsTaken() const { return m_isTaken; }
 
   private:
+    bool TryIn(const corekit::String& directory);
+
     corekit::Descriptor m_file;
+    corekit::String m_path;  // the lock file, while this run holds it
     bool m_isTaken = false;
 };
 

@@ -1,0 +1,29 @@
+// What the program says to the operator: which stream, which character set, quiet or not.
+#include "run/Messages.h"
+
+#include "corekit/Console.h"
+#include "corekit/Encoding.h"
+#include "run/Args.h"
+
+namespace Zorvane::AgentInstaller::Messages {
+
+using corekit::String;
+using corekit::StringEncoder::Local;
+
+void Say(const String& text) {
+    if (!Args::bQuiet) Tell(text);
+}
+
+void Tell(const String& text) {
+    corekit::Console::Out(Local(text));
+}
+
+void Warn(const String& text) {
+    corekit::Console::Err(Local(text));
+}
+
+String ShownAscii(const String& value) {
+    return String::FromUtf8(corekit::StringEncoder::Ascii(Shown(value)));
+}
+
+}  // namespace Zorvane::AgentInstaller::Messages

@@ -1,0 +1,73 @@
+// One run at a time: a lock on a file that only root can have made.
+#include "run/RunLock.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::Descriptor;
+using corekit::String;
+
+namespace {
+
+constexpr const wchar_t* kPlaces[] = {L"/run/lock", L"/run"};
+constexpr const wchar_t* kFileName = L"/qdn-configure.lock";
+
+/// Nobody else can take away what this user makes there.
+bool IsSafeDirectory(const String& directory) {
+    struct stat info {};
+    return lstat(directory.Utf8().c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid() &&
+           ((info.st_mode & S_IWOTH) == 0 || (info.st_mode & S_ISVTX) != 0);
+}
+
+/// The lock file, made when missing; none when it is somebody else's or no plain file.
+Descriptor OpenLockFile(const String& path) {
+    Descriptor file(open(path.Utf8().c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
+    struct stat info {};
+    const bool ours =
+        file && fstat(file.Get(), &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == geteuid();
+    return ours ? std::move(file) : Descriptor();
+}
+
+/// A run that ends removes its lock file: the one that was locked may no longer be the one of that name.
+bool IsStillThere(const Descriptor& file, const String& path) {
+    struct stat opened {};
+    struct stat named {};
+    return fstat(file.Get(), &opened) == 0 && lstat(path.Utf8().c_str(), &named) == 0 &&
+           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+}  // namespace
+
+RunLock::RunLock() {
+    for (const wchar_t* place : kPlaces) {
+        if (IsSafeDirectory(place) && TryIn(place)) return;
+    }
+}
+
+/// False when the directory gives no lock file; else the lock is held, or known to be taken.
+bool RunLock::TryIn(const String& directory) {
+    const String path = directory + kFileName;
+    while (Descriptor file = OpenLockFile(path)) {
+        if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+            m_isTaken = errno == EWOULDBLOCK;
+            return m_isTaken;
+        }
+        if (IsStillThere(file, path)) {
+            m_file = std::move(file);
+            m_path = path;
+            return true;
+        }
+    }
+    return false;
+}
+
+RunLock::~RunLock() {
+    if (m_file) unlink(m_path.Utf8().c_str());
+}
+
+}  // namespace Zorvane::AgentInstaller
