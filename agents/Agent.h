@@ -4,6 +4,7 @@
 
 #include <memory>
 
+#include "corekit/IniFile.h"
 #include "corekit/String.h"
 #include "settings/Settings.h"
 
@@ -46,6 +47,10 @@ class Agent {
     /// The client.conf that the agent was recognised by; empty when there is none.
     const corekit::String& ConfPath() const { return m_confPath; }
     void SetConfPath(const corekit::String& path) { m_confPath = path; }
+
+  protected:
+    /// That file, its keys found in whichever case the agent wrote them; empty when there is none.
+    corekit::IniFile OldConf() const;
 
   private:
     corekit::String m_versionLabel;

@@ -1,0 +1,51 @@
+// Which rotated logs an agent of version 6.2 leaves, and where.
+#include "agents/Agent62.h"
+
+#include <algorithm>
+#include <array>
+
+#include "config/PathMacros.h"
+#include "corekit/File.h"
+#include "corekit/Path.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+using corekit::File::HostDirectory;
+namespace Path = corekit::Path;
+
+namespace {
+
+// The host's directories in which an administrator may well keep a log.
+constexpr std::array kLogDirectories = {L"/var/log", L"/var/tmp", L"/tmp"};
+
+HostDirectory LogDirectoryOf(const String& log) {
+    const String directory = Path::GetDirectory(log);
+    const auto holdsLogs = [&](const wchar_t* known) { return Path::IsMatch(directory, known); };
+    return std::ranges::any_of(kLogDirectories, holdsLogs) ? HostDirectory::Meant : HostDirectory::Refused;
+}
+
+/// Removes the numbered rotations of a log; the log itself stays.
+void RemoveRotations(const String& log) {
+    if (Path::GetFileName(log).IsEmpty()) return;
+    Forgive(corekit::File::RemoveEx(log + L".[0-9]*", LogDirectoryOf(log)));
+}
+
+}  // namespace
+
+bool Agent62::RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) {
+    RemoveRotations(oldConf.GetValue(Names::kConfiguration, L"debug_output").Replace(L"//", L"/"));
+    return true;
+}
+
+bool Agent62::RemoveRotatedClientLogs(const corekit::IniFile& oldConf, const String& newInstallDir) {
+    String oldInstallDir = oldConf.GetValue(Names::kConfiguration, L"installdir");
+    if (oldInstallDir.IsEmpty() || newInstallDir.IsEmpty()) return true;
+    if (Path::IsMatch(oldInstallDir, newInstallDir)) return true;
+    EnsureTrailingChar(oldInstallDir, L'/');
+    RemoveRotations(oldInstallDir + L"var/qdn-client.log");
+    return true;
+}
+
+}  // namespace Zorvane::AgentInstaller
