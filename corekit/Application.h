@@ -63,6 +63,7 @@ class CommandBasedApp : public Application {
         String word;
         std::unique_ptr<Command> command;
     };
+    int RunWithoutCommand(const String& word) const;
     void ListCommands() const;
 
     std::vector<String> m_arguments;

@@ -1,0 +1,82 @@
+// The application frame: preparing the process, choosing the command, showing what there is.
+#include "corekit/Application.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <utility>
+
+#include "corekit/Console.h"
+#include "corekit/Encoding.h"
+#include "corekit/Text.h"
+
+namespace corekit {
+
+namespace {
+
+/// A file opened in the place of a closed standard stream would get what is meant for the operator.
+void OpenStandardStreams() {
+    for (int fd = 0; fd <= 2; ++fd) {
+        if (fcntl(fd, F_GETFD) >= 0) continue;
+        // A root without devices still has a directory: it takes no writes either.
+        if (open("/dev/null", O_RDWR) < 0 && open("/", O_RDONLY | O_DIRECTORY) < 0) return;
+    }
+}
+
+}  // namespace
+
+void Init() {
+    OpenStandardStreams();
+    umask(022);
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+CommandBasedApp::CommandBasedApp(int argumentCount, const char* const* arguments) {
+    for (int i = 1; i < argumentCount; ++i) m_arguments.push_back(String::FromUtf8(arguments[i]));
+}
+
+CommandBasedApp::~CommandBasedApp() = default;
+
+void CommandBasedApp::RegisterCommand(const String& word, std::unique_ptr<Command> command) {
+    m_commands.push_back({word, std::move(command)});
+}
+
+int CommandBasedApp::Run() {
+    if (m_arguments.empty()) {
+        ListCommands();
+        return kUsageError;
+    }
+    const String& word = m_arguments.front();
+    const auto entry = std::ranges::find(m_commands, word, &Entry::word);
+    if (entry == m_commands.end()) return RunWithoutCommand(word);
+
+    const unsigned status = entry->command->Run({m_arguments.begin() + 1, m_arguments.end()});
+    if (status == kUsageError) entry->command->Usage(L"Usage: " + Name() + L" " + word);
+    return static_cast<int>(status);
+}
+
+int CommandBasedApp::RunWithoutCommand(const String& word) const {
+    const bool asksForHelp = word == L"-help" && m_arguments.size() == 1;
+    if (!asksForHelp) {
+        Console::Err(StringEncoder::Local(String(L"Unknown command '%1'.\n").Arg(Text::Printable(word))));
+    }
+    ListCommands();
+    return asksForHelp ? 0 : static_cast<int>(kUsageError);
+}
+
+void CommandBasedApp::ListCommands() const {
+    std::size_t width = 0;
+    for (const Entry& entry : m_commands) width = std::max(width, entry.word.Length());
+
+    String list = L"Usage: " + Name() + L" <command> [options]\n\nCommands:\n";
+    for (const Entry& entry : m_commands) {
+        const std::wstring gap(width - entry.word.Length() + 2, L' ');
+        list += L"  " + entry.word + gap + entry.command->Description() + L"\n";
+    }
+    Console::Out(StringEncoder::Local(list));
+}
+
+}  // namespace corekit
