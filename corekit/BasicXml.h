@@ -14,9 +14,9 @@ using AttributeMap = std::map<String, String, Ltstr>;
 
 /// A document, or one element of it with all below (the parsed tree is shared between them and outlives
 /// each). Elements are found by name anywhere in it, the root element included, in document order. A text
-/// that is refused yields nothing, from every query: refused is what is not well-formed, is over 16 MiB,
-/// declares or uses external entities, or expands entities beyond measure. Nothing is ever read from
-/// elsewhere.
+/// that is refused yields nothing, from every query: refused is what is not well-formed, is over 16 MiB (its
+/// document type declaration: 32 KiB), declares external entities, uses undeclared ones, or expands entities
+/// beyond measure. Nothing is ever read from elsewhere; an external DTD that is named is passed over.
 class BasicXml {
   public:
     /// Why and where a document was refused (line and column count from 1).

@@ -8,6 +8,7 @@
 namespace corekit {
 
 /// A POSIX extended regular expression; case-sensitive. An expression that does not compile matches nothing.
+/// "." and bracket expressions take one byte of UTF-8: beyond ASCII that is only part of a character.
 class Regex {
   public:
     explicit Regex(const String& pattern) : m_pattern(pattern) {}

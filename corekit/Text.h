@@ -17,7 +17,8 @@ bool StrToBool(const String& text);
 String Printable(const String& text);
 
 /// The text as one word of a shell command line: as it is when it consists of letters, digits and
-/// `_ . / , : = @ % + - { }` only, in single quotes otherwise.
+/// `_ . / , : = @ % + - { }` only and has no braces that some shells expand ("{a,b}", "{1..9}"), in single
+/// quotes otherwise.
 String ShellWord(const String& text);
 
 /// The text for a place that stands between single quotes already: quotes in it are escaped.

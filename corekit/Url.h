@@ -5,8 +5,8 @@
 
 namespace corekit {
 
-/// scheme://[user@]host[:port][/path][?query]; without "://" the text is a host with an optional port and the
-/// scheme is empty. The path, the query and the user name are accepted and ignored.
+/// scheme://[user@]host[:port][/path][?query]; without "://" the scheme is empty. The path, the query and the
+/// user name are accepted and ignored.
 class Url {
   public:
     explicit Url(const String& text);
@@ -20,7 +20,8 @@ class Url {
     /// 1 to 65535; negative when none is given (or the one given is no port: then the URL is not valid).
     int GetPort() const { return m_port; }
 
-    /// A non-empty, well-formed host and, where a port is given, a decimal number 1 to 65535.
+    /// A non-empty, well-formed host and, where a port is given, a decimal number 1 to 65535. A scheme
+    /// consists of letters, digits, "+", "-" and ".".
     bool IsValid() const { return m_valid; }
 
   private:

@@ -1,0 +1,14 @@
+// Reading an XML text into a tree.
+#pragma once
+
+#include <optional>
+
+#include "corekit/BasicXml.h"
+#include "corekit/XmlTree.h"
+
+namespace corekit {
+
+/// Fills the tree from a document, or says why and where that is refused (the tree is then of no use).
+std::optional<BasicXml::Refusal> ReadXml(const String& text, XmlTree& tree);
+
+}  // namespace corekit
