@@ -24,8 +24,8 @@ class Agent60 : public Agent {
     /// files.
     virtual bool RelocateFiles(const corekit::String& newConfPath);
 
-    /// Carries the packages and jobs, which lie where the new client.conf says by then, into the new layout.
-    virtual bool ConvertPackageStore(const corekit::IniFile& oldConf, const corekit::IniFile& newConf);
+    /// Carries jobs and packages, which lie where the new client.conf says by then, into today's layout.
+    virtual bool ConvertPackageStore(const corekit::IniFile& newConf);
 
     /// Both remove what a version's logs left beside them when they were rotated; the logs themselves stay.
     virtual bool RemoveRotatedDebugLogs(const corekit::IniFile& oldConf);

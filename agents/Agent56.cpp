@@ -1,0 +1,27 @@
+// How an agent of version 5.6 is read and taken away.
+#include "agents/Agent56.h"
+
+#include "agents/FileRemoval56.h"
+#include "agents/InstalledSettings.h"
+#include "agents/ServiceRegistration.h"
+#include "agents/SuperServers.h"
+#include "config/SystemProbes.h"
+
+namespace Zorvane::AgentInstaller {
+
+std::unique_ptr<Settings> Agent56::LoadSettings() {
+    return LoadInstalledSettings(OldConf(), Generation::Agent56);
+}
+
+bool Agent56::RemoveSystemIntegration() {
+    RemoveSuperServerEntries();
+    RemoveServiceRegistration56(DetectDistribution());
+    return true;
+}
+
+bool Agent56::RemoveFiles(const corekit::String& newConfPath) {
+    RemoveInstalledFiles56(ConfPath(), newConfPath);
+    return true;
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,76 @@
+// How an agent of version 6.0 is read, moved and taken away.
+#include "agents/Agent60.h"
+
+#include "agents/FileRemoval60.h"
+#include "agents/InstalledSettings.h"
+#include "agents/JobStore.h"
+#include "agents/PackageStore.h"
+#include "agents/ProgramLinks.h"
+#include "agents/Relocation.h"
+#include "agents/ServiceRegistration.h"
+#include "config/SystemProbes.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::IniFile;
+using corekit::String;
+
+std::unique_ptr<Settings> Agent60::LoadSettings() {
+    return LoadInstalledSettings(OldConf(), Generation::Agent60);
+}
+
+bool Agent60::RemoveSystemIntegration() {
+    if (ConfPath().IsEmpty()) return false;
+    const IniFile oldConf = OldConf();
+    RemoveProgramLinks(oldConf);
+    RemoveRunLevelScripts(oldConf);
+    return true;
+}
+
+bool Agent60::RemoveFiles(const String& newConfPath) {
+    if (ConfPath().IsEmpty()) return false;
+    if (!newConfPath.IsEmpty()) return RelocateFiles(newConfPath);
+    const IniFile oldConf = OldConf();
+    RemoveInstalledFiles60(oldConf);
+    return RemoveRotatedDebugLogs(oldConf);
+}
+
+bool Agent60::RelocateFiles(const String& newConfPath) {
+    if (ConfPath().IsEmpty()) return false;
+    const IniFile oldConf = OldConf();
+    const IniFile newConf(newConfPath);
+    const DataMove moved = MoveData(oldConf, newConf);
+    ConvertPackageStore(newConf);
+    RemoveOldInstallation(oldConf, newConf, moved);
+    return RemoveRotatedClientLogs(oldConf, newConf.GetValue(Names::kConfiguration, L"installdir"));
+}
+
+bool Agent60::RemoveProgramLinks(const IniFile& oldConf) {
+    RemoveProgramLinks60(oldConf.GetValue(Names::kConfiguration, L"installdir"),
+                         oldConf.GetValue(Names::kConfiguration, L"bindir"));
+    return true;
+}
+
+bool Agent60::RemoveRunLevelScripts(const IniFile&) {
+    RemoveServiceRegistration60(DetectDistribution());
+    Messages::Say(L"  Removing RC init links and scripts\n");
+    return true;
+}
+
+bool Agent60::ConvertPackageStore(const IniFile& newConf) {
+    ConvertJobs(newConf.GetValue(Names::kConfiguration, L"swd_storage_path"));
+    ConvertPackages(newConf.GetValue(Names::kConfiguration, L"package_storage_path"));
+    return true;
+}
+
+bool Agent60::RemoveRotatedDebugLogs(const IniFile&) {
+    return true;
+}
+
+bool Agent60::RemoveRotatedClientLogs(const IniFile&, const String&) {
+    return true;
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,21 @@
+// How an agent from version 6.0 SP2 on leaves the operating system.
+#include "agents/Agent60SP2.h"
+
+#include "agents/ProgramLinks.h"
+#include "deploykit/RCScriptBackend.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
+    RemoveWrapperLinks(InstallDir(), oldConf.GetValue(Names::kConfiguration, L"bindir"));
+    return true;
+}
+
+bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
+    Messages::Say(L"  Removing RC init links and scripts\n");
+    return deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
+}
+
+}  // namespace Zorvane::AgentInstaller

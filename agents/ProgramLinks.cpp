@@ -1,0 +1,88 @@
+// Which links of each agent version go, and which stay.
+#include "agents/ProgramLinks.h"
+
+#include <climits>
+#include <unistd.h>
+#include <vector>
+
+#include "config/PathMacros.h"
+#include "corekit/Dir.h"
+#include "corekit/File.h"
+#include "corekit/Path.h"
+#include "deploykit/WrapperLinkBackend.h"
+#include "run/Messages.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::FileInfo;
+using corekit::String;
+namespace Path = corekit::Path;
+
+namespace {
+
+constexpr const wchar_t* kHelperDir = L"/usr/bin";
+constexpr const wchar_t* kHelper = L"qdn-helper";
+constexpr std::size_t kProgramSuffixLength = 4;  // of ".bin"
+
+String ProgramDir(String installDir) {
+    EnsureTrailingChar(installDir, L'/');
+    return installDir + L"bin";
+}
+
+void SayRemoving(const String& linkDir) {
+    Messages::Say(L"  Removing qdn-* links in " + Messages::Shown(linkDir) + L"\n");
+}
+
+/// Everything but directories. Read to the end first, so that what is removed cannot upset the reading.
+std::vector<FileInfo> FilesIn(const String& directory, const String& pattern) {
+    std::vector<FileInfo> files;
+    const auto collect = [&](const FileInfo& entry) {
+        if (!entry.isDirectory) files.push_back(entry);
+        return true;
+    };
+    Forgive(corekit::Dir::Scan(directory, pattern, collect));
+    return files;
+}
+
+bool IsLinkTo(const String& link, const String& target) {
+    char text[PATH_MAX];
+    const ssize_t length = readlink(link.Utf8().c_str(), text, sizeof text);
+    return length >= 0 && target == String::FromUtf8({text, static_cast<std::size_t>(length)});
+}
+
+/// The helper is the host's own program in its own directory; elsewhere there is a link to it.
+void RemoveHelperLinks(const String& linkDir) {
+    if (Path::IsMatch(linkDir, kHelperDir)) return;
+    const String helper = Path::Join(kHelperDir, kHelper);
+    const String link = Path::Join(linkDir, kHelper);
+    if (!linkDir.IsEmpty() && IsLinkTo(link, helper)) Forgive(corekit::File::Remove(link));
+    Forgive(corekit::File::Remove(helper));
+}
+
+}  // namespace
+
+void RemoveProgramLinks60(const String& installDir, const String& linkDir) {
+    if (installDir.IsEmpty() || linkDir.IsEmpty()) return;
+    if (Path::IsMatch(linkDir, ProgramDir(installDir))) return;
+    SayRemoving(linkDir);
+    for (const FileInfo& link : FilesIn(linkDir, L"qdn-*")) Forgive(corekit::File::Remove(link.path));
+}
+
+void RemoveWrapperLinks(const String& installDir, const String& linkDir) {
+    if (installDir.IsEmpty()) return;
+    const String programDir = ProgramDir(installDir);
+    // Without a link directory there are only the wrappers beside the programs.
+    const String& whereLinksAre = linkDir.IsEmpty() ? programDir : linkDir;
+    const auto removeLink = [&](const String& program) {
+        deploykit::ItemInstallers::WrapperLinkBackend::Uninstall(program, whereLinksAre, programDir);
+    };
+    SayRemoving(linkDir);
+    for (const FileInfo& file : FilesIn(programDir, L"qdn-*.bin")) {
+        const String program = file.name.Left(file.name.Length() - kProgramSuffixLength);
+        if (program != L"qdn-configure") removeLink(program);
+    }
+    RemoveHelperLinks(linkDir);
+    removeLink(L"qdn-monitor");
+}
+
+}  // namespace Zorvane::AgentInstaller
