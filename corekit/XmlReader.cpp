@@ -27,6 +27,13 @@ constexpr const wchar_t* kContentTooLarge = L"content over 32 MiB";
 constexpr const wchar_t* kDoctypeTooLarge = L"document type declaration over 32 KiB";
 constexpr const wchar_t* kExternalEntity = L"external entity";
 constexpr const wchar_t* kUndefinedEntity = L"undefined entity";
+constexpr const wchar_t* kNotUtf8 = L"not UTF-8";
+
+/// The parser would switch to UTF-16 by itself for a text that begins like this, whatever it was told.
+bool LooksLikeUtf16(std::string_view bytes) {
+    return bytes.starts_with('\xFE') || bytes.starts_with('\xFF') ||
+           bytes.substr(0, 2).find('\0') != bytes.npos;
+}
 
 /// One document on its way into the tree.
 class XmlReader {
@@ -106,6 +113,7 @@ void XmlReader::ListenToDoctype() {
 
 std::optional<BasicXml::Refusal> XmlReader::Read(std::string_view bytes) {
     if (bytes.size() > kLargestDocument) return BasicXml::Refusal{kDocumentTooLarge, 1, 1};
+    if (LooksLikeUtf16(bytes)) return BasicXml::Refusal{kNotUtf8, 1, 1};
     const int length = static_cast<int>(bytes.size());
     if (XML_Parse(m_parser.get(), bytes.data(), length, XML_TRUE) != XML_STATUS_OK) {
         Refuse(String::FromUtf8(XML_ErrorString(XML_GetErrorCode(m_parser.get()))));
