@@ -1,0 +1,100 @@
+# The private copy of the machine that all tests run in: what is written there stays there.
+# shellcheck disable=SC2016 # scripts in single quotes are expanded inside
+
+setup() {
+    machine=$BATS_TEST_DIRNAME/../support/private-machine
+}
+
+@test "what is written inside is not there outside, and shows as a change" {
+    run "$machine" bash -c '
+        for directory in /etc /usr/bin /usr/local/bin /var/lib /var/log /opt /tmp /run /dev/shm; do
+            echo inside >"$directory/private-machine-test" || exit 1
+        done
+        cd "$PRIVATE_MACHINE_CHANGES" && find . -name private-machine-test | sort'
+    [ "$status" -eq 0 ]
+    [ "$output" = "./etc/private-machine-test
+./usr/bin/private-machine-test
+./usr/local/bin/private-machine-test
+./var/lib/private-machine-test
+./var/log/private-machine-test" ]
+    for directory in /etc /usr/bin /usr/local/bin /var/lib /var/log /opt /tmp /run /dev/shm; do
+        [ ! -e "$directory/private-machine-test" ]
+    done
+}
+
+@test "files of the host can be replaced and removed inside" {
+    run "$machine" bash -e -c '
+        rm -r /etc/init.d && mkdir /etc/init.d && rmdir /etc/init.d
+        echo changed >/etc/passwd && rm /etc/passwd
+        rm /usr/bin/env && [ ! -e /usr/bin/env ]'
+    [ "$status" -eq 0 ]
+    [ -s /etc/passwd ]
+    [ -d /etc/init.d ]
+    [ -x /usr/bin/env ]
+}
+
+@test "homes and the rest of the host are read-only, whatever file system they are on" {
+    run "$machine" bash -c '
+        mount -t tmpfs tmpfs /home && mkdir -m 777 /home/someone
+        "$0" bash -c "for directory in /home/someone /root /srv /boot /; do
+            touch \$directory/x 2>/dev/null && echo \$directory; done; true"' "$machine"
+    [ "$status" -eq 0 ]
+    [ "$output" = "" ]
+}
+
+@test "the project can be anywhere" {
+    run "$machine" bash -e -c '
+        mount -t tmpfs tmpfs /home
+        for directory in /tmp/a /var/lib/a /opt/a/b /home/someone/a /run/a /etc/a /usr/local/lib/a; do
+            mkdir -p "$directory/tests/support"
+            cp "$0" "$directory/tests/support/"
+            cd "$directory"
+            tests/support/private-machine bash -e -c "
+                [ \"\$PWD\" = \"\$0\" ]
+                [ -x tests/support/private-machine ]
+                touch built /tmp/scratch /opt/scratch /etc/scratch /run/scratch" "$directory"
+            [ -e built ]
+            [ ! -e /tmp/scratch ] && [ ! -e /opt/scratch ] && [ ! -e /etc/scratch ] && [ ! -e /run/scratch ]
+        done' "$machine"
+    [ "$output" = "" ]
+    [ "$status" -eq 0 ]
+}
+
+@test "the command is root, its status comes back and its standard input is the caller's" {
+    run "$machine" bash -c 'id -u; cat; exit 42' <<<"typed"
+    [ "$status" -eq 42 ]
+    [ "$output" = "0
+typed" ]
+    run "$machine" bash -c 'kill -TERM $$'
+    [ "$status" -eq 143 ]
+}
+
+@test "the caller's temporary directory and sudo's traces are not handed on" {
+    TMPDIR=/nowhere SUDO_UID=4711 SUDO_GID=4711 SUDO_USER=joe run "$machine" bash -c '
+        mktemp; echo "${TMPDIR:-}${SUDO_UID:-}${SUDO_GID:-}${SUDO_USER:-}"'
+    [ "$status" -eq 0 ]
+    [[ ${lines[0]} == /tmp/* ]]
+    [ "${#lines[@]}" -eq 1 ]
+}
+
+@test "a short search path is enough" {
+    PATH=/usr/bin:/bin run "$machine" bash -c 'command -v mount insserv update-rc.d >/dev/null'
+    [ "$status" -eq 0 ]
+}
+
+@test "what the command leaves running ends with it, and orphans are reaped" {
+    run "$machine" bash -c '
+        orphan=$(bash -c "true & echo \$!")
+        timeout 10 bash -c "while [ -e /proc/$orphan ]; do :; done" || echo "a zombie"
+        sleep 4711 >/dev/null 2>&1 &
+        timeout 10 bash -c "until pgrep -f ^sleep.4711; do :; done" >/dev/null && echo running'
+    [ "$output" = running ]
+    run pgrep -f '^sleep 4711'
+    [ "$status" -eq 1 ]
+}
+
+@test "without a command it tells how to call it" {
+    run "$machine"
+    [ "$status" -eq 2 ]
+    [[ $output == *"tests/support/private-machine COMMAND [ARGUMENT ...]"* ]]
+}
