@@ -1,0 +1,86 @@
+// Reading and replacing the records of older stores so that nothing they held is lost.
+#include "agents/StoreRecords.h"
+
+#include <filesystem>
+#include <string>
+
+#include "corekit/BasicXml.h"
+#include "corekit/File.h"
+#include "corekit/IniFile.h"
+#include "corekit/Text.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::IniFile;
+using corekit::String;
+namespace File = corekit::File;
+
+namespace {
+
+bool HasOtherSections(const String& text, const String& section) {
+    const String header = L"[" + section + L"]";
+    corekit::StringTokenizer lines(text, L"\r\n");
+    for (String line; lines.GetToken(line);) {
+        line = line.Trim();
+        if (line.StartsWith(L"[") && line != header) return true;
+    }
+    return false;
+}
+
+unsigned ModeOf(const String& path) {
+    constexpr unsigned kPermissions = 0777;
+    constexpr unsigned kPrivate = 0600;
+    std::error_code error;
+    const auto status = std::filesystem::status(path.Utf8(), error);
+    return error ? kPrivate : static_cast<unsigned>(status.permissions()) & kPermissions;
+}
+
+bool IsThere(const String& path) {
+    std::error_code error;
+    return std::filesystem::symlink_status(path.Utf8(), error).type() !=
+           std::filesystem::file_type::not_found;
+}
+
+}  // namespace
+
+String FieldName(const String& key) {
+    String name;
+    corekit::StringTokenizer words(key, L"_");
+    for (String word; words.GetToken(word);) name += word.Left(1).Upper() + word.Mid(1);
+    return name;
+}
+
+bool AddField(Fields& fields, const String& name, const String& text) {
+    const auto [field, isNew] = fields.emplace(name, text);
+    return isNew || field->second == text;
+}
+
+bool ReadFields(const String& path, const String& section, Fields& fields) {
+    String text;
+    if (!File::Read(path, text) || HasOtherSections(text, section)) return false;
+    IniFile::Entries entries;
+    IniFile(path).GetEntries(section, entries);
+    for (const auto& [key, value] : entries) {
+        if (!AddField(fields, FieldName(key), value)) return false;
+    }
+    return !entries.empty();
+}
+
+bool ReadXmlRecord(const String& path, String& text) {
+    if (!IsThere(path)) return true;
+    return File::Read(path, text) && corekit::BasicXml(text).GetRefusal() == nullptr;
+}
+
+bool WriteRecord(const String& path, const String& text, const String& oldPath) {
+    if (text.IsEmpty()) return false;
+    const std::string bytes = text.Utf8();
+    std::string present;
+    if (IsThere(path)) return File::ReadBytes(path, present).Ok() && present == bytes;
+    return File::WriteBytes(path, bytes, ModeOf(oldPath)).Ok();
+}
+
+void MoveIfPresent(const String& from, const String& to) {
+    if (IsThere(from) && !IsThere(to)) corekit::Forgive(File::Rename(from, to));
+}
+
+}  // namespace Zorvane::AgentInstaller

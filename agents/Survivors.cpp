@@ -1,0 +1,84 @@
+// Telling what an upgrade needs from what the old agent left, and removing the latter.
+#include "agents/Survivors.h"
+
+#include <algorithm>
+#include <fnmatch.h>
+
+#include "agents/ConfiguredPaths.h"
+#include "corekit/Dir.h"
+#include "corekit/HostDirectories.h"
+#include "corekit/Path.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::Dir;
+using corekit::FileInfo;
+using corekit::Forgive;
+using corekit::IniFile;
+using corekit::String;
+namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+constexpr const wchar_t* kLibraryTree = L"lib";
+
+// Below the install directory. client.conf is among them because the new one replaces it in one step: a run
+// that is interrupted before finds the old agent again.
+constexpr const char* kOurFiles[] = {
+    "bin/*.bin",           "etc",
+    "etc/client.proto",    "etc/rcscript.proto.*",
+    "etc/config.xml",      "etc/client.conf",
+    "etc/client.conf.old",
+};
+
+}  // namespace
+
+Survivors::Survivors(const String& newConfPath, const String& oldInstallDir) {
+    if (newConfPath.IsEmpty()) return;
+    m_newConf = std::make_unique<const IniFile>(newConfPath);
+    const String newInstallDir = ConfiguredDirectory(*m_newConf, L"installdir");
+    if (!oldInstallDir.IsEmpty() && Path::IsMatch(newInstallDir, oldInstallDir)) m_installDir = oldInstallDir;
+}
+
+bool Survivors::Include(const String& path) const {
+    return m_newConf != nullptr && (IsOurs(path) || !NamedWithin(*m_newConf, path).IsEmpty());
+}
+
+bool Survivors::IsOurs(const String& path) const {
+    if (m_installDir.IsEmpty()) return false;
+    if (Path::IsWithin(path, m_installDir + kLibraryTree)) return true;
+    if (!path.StartsWith(m_installDir)) return false;
+    const std::string name = path.Mid(m_installDir.Length()).Utf8();
+    return std::any_of(std::begin(kOurFiles), std::end(kOurFiles), [&](const char* pattern) {
+        return fnmatch(pattern, name.c_str(), FNM_PATHNAME) == 0;
+    });
+}
+
+void Survivors::RemoveOthers(const String& pattern, File::HostDirectory hostDirectory) const {
+    const String directory = Path::GetDirectory(pattern);
+    const bool isPlain = pattern.Mid(directory.Length()).FindOneOf(L"*?[") == String::npos;
+    if (m_newConf == nullptr || isPlain) {
+        if (!Include(pattern)) Forgive(File::RemoveEx(pattern, hostDirectory));
+    } else if (hostDirectory == File::HostDirectory::Meant || !corekit::IsHostDirectory(directory)) {
+        RemoveOtherEntries(directory, Path::GetFileName(pattern));
+    }
+}
+
+void Survivors::RemoveOthersInTree(const String& directory) const {
+    if (!Include(directory)) {
+        Forgive(Dir::Remove(directory));
+    } else if (!corekit::IsHostDirectory(directory)) {
+        RemoveOtherEntries(directory, String());
+    }
+}
+
+void Survivors::RemoveOtherEntries(const String& directory, const String& pattern) const {
+    Forgive(Dir::Scan(directory, pattern, [this, &directory](const FileInfo& entry) {
+        const String path = Path::Join(directory, entry.name);
+        if (!Include(path)) Forgive(entry.isDirectory ? Dir::Remove(path) : File::Remove(path));
+        return true;
+    }));
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,38 @@
+// What an upgrade leaves standing where the old agent's files are removed.
+#pragma once
+
+#include <memory>
+
+#include "corekit/File.h"
+#include "corekit/IniFile.h"
+#include "corekit/String.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// What stays: on a clean nothing; on an upgrade what the new client.conf names; in place, that is when its
+/// install directory is the old one, also what the new package laid down there and what this run has written.
+class Survivors {
+  public:
+    /// An empty `newConfPath` stands for a clean. `oldInstallDir` ends in "/".
+    Survivors(const corekit::String& newConfPath, const corekit::String& oldInstallDir);
+
+    /// Is the path one of them, or a directory that holds one?
+    bool Include(const corekit::String& path) const;
+
+    /// Removes what a shell wildcard in the last component names, directories as trees, survivors excepted.
+    /// Failures are ignored.
+    void RemoveOthers(const corekit::String& pattern, corekit::File::HostDirectory hostDirectory =
+                                                          corekit::File::HostDirectory::Refused) const;
+
+    /// Removes a directory with everything in it; when it holds survivors, everything else in it.
+    void RemoveOthersInTree(const corekit::String& directory) const;
+
+  private:
+    bool IsOurs(const corekit::String& path) const;
+    void RemoveOtherEntries(const corekit::String& directory, const corekit::String& pattern) const;
+
+    std::unique_ptr<const corekit::IniFile> m_newConf;  // null on a clean
+    corekit::String m_installDir;                       // empty unless the upgrade is in place
+};
+
+}  // namespace Zorvane::AgentInstaller

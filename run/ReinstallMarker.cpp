@@ -1,0 +1,15 @@
+// Telling whether a reinstall is under way.
+#include "run/ReinstallMarker.h"
+
+#include "corekit/File.h"
+#include "run/Names.h"
+#include "run/TrustedFile.h"
+
+namespace Zorvane::AgentInstaller {
+
+bool IsReinstallPending() {
+    return corekit::File::Exists(Names::kReinstallClientConf) &&
+           IsTrusted(Names::kReinstallClientConf, ChosenBy::Program);
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,9 @@
+// The marker that the package scripts leave when they put the same agent back on the host.
+#pragma once
+
+namespace Zorvane::AgentInstaller {
+
+/// Is a reinstall of the agent under way? Only a marker that can be trusted counts; another one is warned of.
+bool IsReinstallPending();
+
+}  // namespace Zorvane::AgentInstaller
