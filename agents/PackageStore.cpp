@@ -46,7 +46,7 @@ bool ReadPackage(const String& infoPath, const String& xmlPath, Fields& fields) 
     return version.IsEmpty() || AddField(fields, kInternalVersion, version);
 }
 
-/// The record of today. What the old records lack has the value that it had for every package of their time.
+/// The record of today; what older agents did not record goes ahead, so that what they did prevails.
 String PackageRecord(const Fields& fields) {
     Package package;
     PackageUser user;
