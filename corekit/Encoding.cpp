@@ -47,9 +47,9 @@ wchar_t Latin9Character(char byte) {
 char Latin9Byte(wchar_t character) {
     const auto letter = std::ranges::find(kLatin9Letters, character, &Latin9Letter::character);
     if (letter != kLatin9Letters.end()) return static_cast<char>(letter->byte);
-    const bool isReplaced = std::ranges::any_of(
-        kLatin9Letters, [character](const Latin9Letter& other) { return other.byte == character; });
-    return isReplaced ? kLacking : Latin1Byte(character);
+    const char byte = Latin1Byte(character);
+    const bool isReplaced = !IsKeptByte(character) && Latin9Character(byte) != character;
+    return isReplaced ? kLacking : byte;
 }
 
 wchar_t AsciiCharacter(char byte) {

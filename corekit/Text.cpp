@@ -38,14 +38,13 @@ bool StrToBool(const String& text) {
 }
 
 String Printable(const String& text) {
-    constexpr std::wstring_view kHexDigits = L"0123456789abcdef";
+    constexpr wchar_t kHexDigits[] = L"0123456789abcdef";
     std::wstring printable;
     printable.reserve(text.Length());
     for (const wchar_t character : text) {
         const wchar_t code = IsKeptByte(character) ? character & 0xFF : character;
         if (IsControl(code) && code != L'\t') {
-            const auto value = static_cast<std::size_t>(code);
-            printable += {L'\\', L'x', kHexDigits[value >> 4], kHexDigits[value & 0xF]};
+            printable += {L'\\', L'x', kHexDigits[code >> 4], kHexDigits[code & 0xF]};
         } else {
             printable += character;
         }

@@ -9,9 +9,9 @@ namespace corekit {
 
 namespace {
 
-constexpr std::uint32_t kLastCodePoint = 0x10FFFF;
+constexpr char32_t kLastCodePoint = 0x10FFFF;
 
-constexpr bool IsSurrogate(std::uint32_t codePoint) {
+constexpr bool IsSurrogate(char32_t codePoint) {
     return codePoint >= 0xD800 && codePoint <= 0xDFFF;
 }
 
@@ -31,7 +31,7 @@ struct Form {
     unsigned char leadMask;
     unsigned char lead;
     unsigned char length;
-    std::uint32_t firstCodePoint;
+    char32_t firstCodePoint;
 };
 constexpr Form kForms[] = {
     {0xE0, 0xC0, 2, 0x80},
@@ -40,13 +40,13 @@ constexpr Form kForms[] = {
 };
 
 struct Sequence {
-    std::uint32_t codePoint = 0;
+    char32_t codePoint = 0;
     std::size_t length = 0;  // 0 when the bytes are not valid
 };
 
 Sequence ReadForm(const Form& form, const char* at, const char* end) {
     if (end - at < form.length) return {};
-    std::uint32_t codePoint = static_cast<unsigned char>(*at) & static_cast<unsigned char>(~form.leadMask);
+    char32_t codePoint = static_cast<unsigned char>(*at) & static_cast<unsigned char>(~form.leadMask);
     for (std::size_t i = 1; i < form.length; ++i) {
         const auto byte = static_cast<unsigned char>(at[i]);
         if ((byte & 0xC0) != 0x80) return {};
@@ -66,12 +66,12 @@ Sequence ReadSequence(const char* at, const char* end) {
 }
 
 /// What is written for a character: itself, or "?" when it has no place in UTF-8. Kept bytes stay.
-constexpr std::uint32_t Writable(wchar_t character) {
-    const auto codePoint = static_cast<std::uint32_t>(character);
+constexpr char32_t Writable(wchar_t character) {
+    const auto codePoint = static_cast<char32_t>(character);
     return codePoint > kLastCodePoint || (IsSurrogate(codePoint) && !IsKeptByte(character)) ? '?' : codePoint;
 }
 
-void AppendSequence(std::string& bytes, std::uint32_t codePoint) {
+void AppendSequence(std::string& bytes, char32_t codePoint) {
     const auto continuation = [codePoint](int shift) {
         return static_cast<char>(0x80 | (codePoint >> shift & 0x3F));
     };

@@ -12,12 +12,13 @@ namespace corekit {
 
 namespace {
 
-constexpr std::size_t kMiB = 1024 * 1024;
+constexpr std::size_t kKiB = 1024;
+constexpr std::size_t kMiB = 1024 * kKiB;
 constexpr std::size_t kLargestDocument = 16 * kMiB;
 constexpr std::size_t kLargestContent = 32 * kMiB;
 /// Bounds how deeply entities nest, which costs the parser stack, and how many default attributes an element
 /// type has, which costs it time.
-constexpr XML_Index kLargestDoctype = 32 * 1024;
+constexpr std::size_t kLargestDoctype = 32 * kKiB;
 /// What entities may add to a document: this much in any case, beyond it only so many times its size.
 constexpr unsigned long long kFreeExpansion = kMiB;
 constexpr float kLargestExpansion = 4;
@@ -165,7 +166,7 @@ void XmlReader::CheckContentSize() {
 
 void XmlReader::CheckDoctypeSize() {
     const XML_Index size = XML_GetCurrentByteIndex(m_parser.get()) - m_doctypeBegin;
-    if (size > kLargestDoctype) Refuse(kDoctypeTooLarge);
+    if (static_cast<std::size_t>(size) > kLargestDoctype) Refuse(kDoctypeTooLarge);
 }
 
 /// Stops the parser; the first reason counts.

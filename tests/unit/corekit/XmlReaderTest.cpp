@@ -9,7 +9,7 @@ using corekit::XmlTree;
 
 namespace {
 
-constexpr std::size_t kMiB = 1024 * 1024;
+constexpr std::size_t kMiB = std::size_t{1024} * 1024;
 
 /// "line:column: reason" of a refused document, "" of one that is read.
 std::string RefusalOf(const std::string& document) {
