@@ -1,1 +1,125 @@
+// Service scripts in /etc/init.d, and what starts and stops them at boot.
 #include "deploykit/RCScriptBackend.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "corekit/Dir.h"
+#include "corekit/File.h"
+#include "corekit/Program.h"
+#include "corekit/Text.h"
+#include "deploykit/HostTool.h"
+#include "deploykit/RunLevelLinks.h"
+#include "deploykit/ServiceScript.h"
+#include "deploykit/SystemdUnit.h"
+
+namespace deploykit::ItemInstallers::RCScriptBackend {
+
+using corekit::Dir;
+using corekit::String;
+
+namespace File = corekit::File;
+namespace Program = corekit::Program;
+
+namespace {
+
+constexpr const wchar_t* kScriptDir = L"/etc/init.d/";
+constexpr const wchar_t* kLevels = L"0123456";
+
+/// A tool that makes and removes the links of run levels by what the script's header says. %1 is the service.
+struct LinkTool {
+    const wchar_t* program;
+    const wchar_t* add;
+    const wchar_t* remove;
+};
+constexpr LinkTool kLinkTools[] = {
+    {L"chkconfig", L"--add %1", L"--del %1"},
+    {L"insserv", L"%1", L"-r %1"},
+    {L"update-rc.d", L"%1 defaults", L"-f %1 remove"},
+};
+
+bool IsNameCharacter(wchar_t character) {
+    constexpr std::wstring_view kPlain = L"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-";
+    return kPlain.find(character) != kPlain.npos;
+}
+
+/// One that is a plain file name and means nothing to a shell, a wildcard, an option list or a unit file.
+bool IsServiceName(const String& name) {
+    return !name.IsEmpty() && !name.StartsWith(L".") && !name.StartsWith(L"-") &&
+           std::ranges::all_of(name, IsNameCharacter);
+}
+
+/// The supported levels of a list such as "2 3 5", as digits alone.
+String SupportedLevels(const String& list) {
+    String digits;
+    String level;
+    corekit::StringTokenizer levels(list, L" ");
+    while (levels.GetToken(level)) {
+        if (IsRunLevelSupported(level)) digits += level;
+    }
+    return digits;
+}
+
+/// Runs the first link tool that this host has, if any.
+void RunLinkTool(const wchar_t* LinkTool::*action, const String& name) {
+    for (const LinkTool& tool : kLinkTools) {
+        const String program = Program::Locate(tool.program);
+        if (!program.IsEmpty()) return RunHostTool(program, String(tool.*action).Arg(name));
+    }
+}
+
+bool WriteScript(const String& path, const String& script) {
+    return Dir::CreateR(kScriptDir).Ok() && File::WriteBytes(path, script.Utf8(), 0755).Ok() &&
+           File::Chmod(path, 0755).Ok();
+}
+
+/// A tool's status says nothing: what counts is the start links, and those that it did not make are made
+/// here. Where systemd starts the service, directories of levels that the host does not have are not missed.
+bool RegisterLinks(const String& name, const RunLevels& levels) {
+    if (levels.start.IsEmpty() && levels.stop.IsEmpty()) return true;
+    RunLinkTool(&LinkTool::add, name);
+    if (RunLevelLinks::AreStartedIn(name, levels.start)) return true;
+
+    if (!SystemdUnit::IsSupported()) RunLevelLinks::MakeDirectories(levels);
+    RunLevelLinks::Make(name, levels);
+    return RunLevelLinks::AreStartedIn(name, levels.start);
+}
+
+}  // namespace
+
+bool IsRunLevelSupported(const String& level) {
+    return level.Length() == 1 && String(kLevels).Contains(level);
+}
+
+bool Install(const String& name, const String& templatePath, const String& installDir,
+             const String& startLevels, const String& stopLevels) {
+    String text;
+    if (!IsServiceName(name) || !File::Read(templatePath, text) || text.IsEmpty()) return false;
+
+    const RunLevels levels = {SupportedLevels(startLevels), SupportedLevels(stopLevels)};
+    const String script = ExpandServiceTemplate(text, installDir, levels);
+    // Links of other levels, from an earlier installation, would count as well.
+    if (!RunLevelLinks::Remove(name) || !WriteScript(GetLocation(name), script)) return false;
+
+    const bool isStartedByLinks = RegisterLinks(name, levels);
+    const bool isStartedByUnit =
+        SystemdUnit::IsSupported() && SystemdUnit::Install(name, script, levels.start);
+    return levels.start.IsEmpty() || isStartedByLinks || isStartedByUnit;
+}
+
+bool Uninstall(const String& name) {
+    if (!IsServiceName(name)) return false;
+    const String script = GetLocation(name);
+    const bool isUnitGone = SystemdUnit::Remove(name);
+    // The tools know a service only as long as its script is there.
+    if (File::Exists(script)) RunLinkTool(&LinkTool::remove, name);
+    const bool areLinksGone = RunLevelLinks::Remove(name);
+    const corekit::Result removal = File::Remove(script);
+    return isUnitGone && areLinksGone && (removal.Ok() || removal.Code() == ENOENT);
+}
+
+String GetLocation(const String& name) {
+    return kScriptDir + name;
+}
+
+}  // namespace deploykit::ItemInstallers::RCScriptBackend

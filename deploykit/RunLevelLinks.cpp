@@ -1,0 +1,93 @@
+// Start and stop links of services in the directories of the run levels.
+#include "deploykit/RunLevelLinks.h"
+
+#include <algorithm>
+
+#include "corekit/Dir.h"
+#include "corekit/File.h"
+#include "corekit/Path.h"
+#include "deploykit/DirectoryEntries.h"
+
+namespace deploykit::RunLevelLinks {
+
+using corekit::Dir;
+using corekit::FileInfo;
+using corekit::String;
+
+namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+constexpr const wchar_t* kParents[] = {L"/etc", L"/etc/rc.d"};
+
+constexpr const wchar_t* kStartLinks = L"S[0-9][0-9]";
+constexpr const wchar_t* kStopLinks = L"K[0-9][0-9]";
+constexpr const wchar_t* kAllLinks = L"[SK][0-9][0-9]";
+
+constexpr const wchar_t* kStartPrefix = L"S99";
+constexpr const wchar_t* kStopPrefix = L"K01";
+
+String DirectoryBelow(const String& parent, wchar_t level) {
+    return parent + L"/rc" + std::wstring_view(&level, 1) + L".d";
+}
+
+/// The directory of one level in the first place that has it; "" when none has.
+String LevelDirectory(wchar_t level) {
+    for (const wchar_t* parent : kParents) {
+        const String directory = DirectoryBelow(parent, level);
+        if (File::IsDirectory(directory)) return directory;
+    }
+    return String();
+}
+
+/// Init runs a link by its name: only a link right there counts, wherever it leads.
+bool HasLink(const String& directory, const String& links, const String& name) {
+    return !directory.IsEmpty() && !DirectoryEntries(directory, links + name).empty();
+}
+
+/// Relative as the host's own tools make them, unless its directories of levels lie elsewhere.
+String LinkTarget(const String& directory, const String& name) {
+    const String relative = L"../init.d/" + name;
+    return File::Exists(Path::Join(directory, relative)) ? relative : L"/etc/init.d/" + name;
+}
+
+void LinkIn(const String& levels, const String& links, const String& prefix, const String& name) {
+    for (const wchar_t level : levels) {
+        const String directory = LevelDirectory(level);
+        if (!directory.IsEmpty() && !HasLink(directory, links, name))
+            Forgive(File::SymLink(LinkTarget(directory, name), Path::Join(directory, prefix + name)));
+    }
+}
+
+}  // namespace
+
+bool AreStartedIn(const String& name, const String& levels) {
+    return std::ranges::all_of(
+        levels, [&](wchar_t level) { return HasLink(LevelDirectory(level), kStartLinks, name); });
+}
+
+void Make(const String& name, const RunLevels& levels) {
+    LinkIn(levels.start, kStartLinks, kStartPrefix, name);
+    LinkIn(levels.stop, kStopLinks, kStopPrefix, name);
+}
+
+void MakeDirectories(const RunLevels& levels) {
+    const String parent = File::IsDirectory(L"/etc/rc.d") ? L"/etc/rc.d" : L"/etc";
+    for (const wchar_t level : levels.start + levels.stop) {
+        if (LevelDirectory(level).IsEmpty()) Forgive(Dir::CreateR(DirectoryBelow(parent, level)));
+    }
+}
+
+bool Remove(const String& name) {
+    bool isClean = true;
+    for (const wchar_t* parent : kParents) {
+        for (const FileInfo& level : DirectoryEntries(parent, L"rc?.d")) {
+            for (const FileInfo& link : DirectoryEntries(level.path, kAllLinks + name))
+                isClean = (link.isDirectory || File::Remove(link.path).Ok()) && isClean;
+        }
+    }
+    return isClean;
+}
+
+}  // namespace deploykit::RunLevelLinks

@@ -1,0 +1,22 @@
+// The links in the run levels' directories by which init starts and stops a service: S??NAME and K??NAME in
+// /etc/rcN.d or /etc/rc.d/rcN.d. Names are plain: no "/" and no wildcards.
+#pragma once
+
+#include "deploykit/ServiceScript.h"
+
+namespace deploykit::RunLevelLinks {
+
+/// Does the service have a start link in each of the levels, given as digits?
+bool AreStartedIn(const corekit::String& name, const corekit::String& levels);
+
+/// Links S99NAME in the start levels and K01NAME in the stop levels to /etc/init.d/NAME, where no link of the
+/// kind stands yet. Levels without a directory get none.
+void Make(const corekit::String& name, const RunLevels& levels);
+
+/// Makes the directories of levels that have none.
+void MakeDirectories(const RunLevels& levels);
+
+/// Removes every start and stop link of the service; false when one is left.
+bool Remove(const corekit::String& name);
+
+}  // namespace deploykit::RunLevelLinks

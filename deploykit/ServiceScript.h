@@ -1,0 +1,23 @@
+// The text of a service script: how it comes from its template, and what its header says.
+#pragma once
+
+#include "corekit/String.h"
+
+namespace deploykit {
+
+/// The levels in which a service is started and stopped, each list as digits alone ("235").
+struct RunLevels {
+    corekit::String start;
+    corekit::String stop;
+};
+
+/// The script that a template becomes: %ETCDIR% and %INSTDIR% are replaced, and the levels written into
+/// "Default-Start", "Default-Stop" and the "chkconfig" line (its priorities stay) of the header. A header is
+/// the comment and blank lines before the first line of code.
+corekit::String ExpandServiceTemplate(const corekit::String& text, const corekit::String& installDir,
+                                      const RunLevels& levels);
+
+/// What the header says under a keyword, as in "# pidfile: /run/a.pid"; "" when it does not.
+corekit::String ServiceHeaderField(const corekit::String& script, const corekit::String& keyword);
+
+}  // namespace deploykit
