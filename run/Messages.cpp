@@ -22,8 +22,8 @@ void Warn(const String& text) {
     corekit::Console::Err(Local(text));
 }
 
-String ShownAscii(const String& value) {
-    return String::FromUtf8(corekit::StringEncoder::Ascii(Shown(value)));
+String Ascii(const String& text) {
+    return String::FromUtf8(corekit::StringEncoder::Ascii(text));
 }
 
 }  // namespace Zorvane::AgentInstaller::Messages

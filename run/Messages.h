@@ -21,7 +21,12 @@ inline corekit::String Shown(const corekit::String& value) {
     return corekit::Text::Printable(value);
 }
 
-/// The value as it may stand in a message that is ASCII: "?" for what ASCII lacks as well.
-corekit::String ShownAscii(const corekit::String& value);
+/// The text with "?" for what ASCII lacks.
+corekit::String Ascii(const corekit::String& text);
+
+/// The value as it may stand in a message that is ASCII.
+inline corekit::String ShownAscii(const corekit::String& value) {
+    return Ascii(Shown(value));
+}
 
 }  // namespace Zorvane::AgentInstaller::Messages

@@ -12,6 +12,11 @@ inline constexpr const wchar_t* kClientProto = L"/etc/client.proto";
 inline constexpr const wchar_t* kEnvironmentScript = L"/bin/qdn-env";
 inline constexpr const wchar_t* kControlScript = L"/bin/rcscript";
 
+// The helper program, linked into other binary directories than its own.
+inline constexpr const wchar_t* kHelperDir = L"/usr/bin";
+inline constexpr const wchar_t* kHelperName = L"qdn-helper";
+inline constexpr const wchar_t* kHelperProgram = L"/usr/bin/qdn-helper";
+
 // Hand-over files that package scripts leave for the next run.
 inline constexpr const wchar_t* kHandOverDir = L"/tmp/ksclt";
 inline constexpr const wchar_t* kMigrateClientConf = L"/tmp/ksclt/.migrate-client.conf";

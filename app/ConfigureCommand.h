@@ -1,0 +1,52 @@
+// The command -configure, and the configure sequence that both configure commands run.
+#pragma once
+
+#include <memory>
+
+#include "app/XmlConfigFile.h"
+#include "corekit/Application.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+struct ConfigureRun;
+
+class ConfigureCommand : public corekit::CommandBasedApp::Command {
+  public:
+    unsigned Run(const std::vector<corekit::String>& arguments) override;
+    void Usage(const corekit::String& prefix) const override;
+    corekit::String Description() const override;
+
+    /// The configure sequence. Returns the program's status, 0 or 1.
+    virtual unsigned Configure();
+
+    /// The settings of the XML configuration file; null when there is none.
+    virtual std::unique_ptr<Settings> LoadXmlSettings();
+
+    /// Removes the XML configuration file where the run is to leave none; false stops the sequence.
+    virtual bool RemoveXmlConfigFile();
+
+  protected:
+    enum class NoIMode { Accepted, Unknown };
+
+    /// Runs the sequence after the refusals and the options that both commands share.
+    unsigned RunWithOptions(const std::vector<corekit::String>& arguments, NoIMode noIMode);
+
+    void SetInteractive() { m_bInteractive = true; }
+
+  private:
+    unsigned ParseOptions(const std::vector<corekit::String>& arguments, NoIMode noIMode);
+
+    void GatherSettings(ConfigureRun& run);
+    void DecideOnUpgrade(ConfigureRun& run);
+    void DecideWithoutUpgrade(ConfigureRun& run);
+    void CreateNewAgent(ConfigureRun& run);
+    void AskQuestions(ConfigureRun& run);
+
+    bool m_bNoIMode = false;
+    bool m_bInteractive = false;
+    corekit::String m_sDir;
+    XmlConfigFile m_xmlFile;
+};
+
+}  // namespace Zorvane::AgentInstaller

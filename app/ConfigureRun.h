@@ -1,0 +1,23 @@
+// The state of one configure run.
+#pragma once
+
+#include <memory>
+
+#include "agents/Agent.h"
+#include "settings/HandOverFile.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+struct ConfigureRun {
+    bool ok = true;          // false once a step has failed; the steps after it are skipped
+    bool xmlLoaded = false;  // an XML configuration file was read and merged
+    bool reinstall = false;  // the installed agent is to be installed anew, not upgraded
+
+    std::unique_ptr<Settings> settings;
+    std::unique_ptr<Agent> installed;  // the agent found on the host, or null
+    std::unique_ptr<Agent> newAgent;   // the agent being configured, or null
+    HandOverFile handOver;             // the new client.conf until it moves into place
+};
+
+}  // namespace Zorvane::AgentInstaller

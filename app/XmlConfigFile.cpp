@@ -1,0 +1,108 @@
+// The XML configuration file: its search path, who may have left it, and what makes it unusable.
+#include "app/XmlConfigFile.h"
+
+#include <vector>
+
+#include "corekit/BasicXml.h"
+#include "corekit/Dir.h"
+#include "corekit/Env.h"
+#include "corekit/File.h"
+#include "corekit/Program.h"
+#include "corekit/Text.h"
+#include "run/Messages.h"
+#include "settings/XmlConfig.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::BasicXml;
+using corekit::String;
+
+namespace {
+
+constexpr const wchar_t* kDefaultSearchPath = L"/tmp:/var:/opt/zorvane";
+
+/// A piece of the search path, and who put it there.
+struct SearchPiece {
+    String directories;
+    ChosenBy chosenBy;
+};
+
+std::vector<SearchPiece> SearchPieces() {
+    std::vector<SearchPiece> pieces;
+    for (const wchar_t* variable : {L"QDNCLIENT_CONFIG_XML_DIR", L"AGENT_INSTALL_DIR"}) {
+        String value;
+        if (corekit::Env::Get(variable, value) && !value.IsEmpty()) {
+            pieces.push_back({value, ChosenBy::Administrator});
+        }
+    }
+    String current;
+    if (corekit::Dir::GetCurrent(current) && current != L"/") pieces.push_back({L".:..", ChosenBy::Program});
+    pieces.push_back({kDefaultSearchPath, ChosenBy::Program});
+    return pieces;
+}
+
+/// The first file of the pieces that `mayBeUsed` accepts, given its path and who chose its directory.
+template <typename Predicate>
+String FindFile(const std::vector<SearchPiece>& pieces, Predicate mayBeUsed) {
+    for (const SearchPiece& piece : pieces) {
+        corekit::StringTokenizer directories(piece.directories, L":");
+        for (String directory; directories.GetToken(directory);) {
+            const String path = corekit::Program::Search(directory, kXmlFileName);
+            if (!path.IsEmpty() && mayBeUsed(path, piece.chosenBy)) return path;
+        }
+    }
+    return String();
+}
+
+void WarnOfRefusal(const String& path, const BasicXml::Refusal& refusal) {
+    Messages::Warn(L"WARNING! " + Messages::Shown(path) + L":" +
+                   String::FromInt(static_cast<long long>(refusal.line)) + L":" +
+                   String::FromInt(static_cast<long long>(refusal.column)) + L": " + refusal.reason +
+                   L". The file is not used.\n");
+}
+
+/// Can the file's settings be used, or is it empty? (One that cannot be read holds nothing to be kept.)
+bool IsWellFormedOrEmpty(const String& path) {
+    String text;
+    return corekit::File::Read(path, text) && (text.IsEmpty() || BasicXml(text).GetRefusal() == nullptr);
+}
+
+}  // namespace
+
+String BuildXmlSearchPath() {
+    String path;
+    for (const SearchPiece& piece : SearchPieces()) path += (path.IsEmpty() ? L"" : L":") + piece.directories;
+    return path;
+}
+
+std::unique_ptr<Settings> XmlConfigFile::Load() {
+    const String path = FindFile(SearchPieces(), IsTrusted);
+    if (path.IsEmpty()) return nullptr;
+    String text;
+    if (const auto result = corekit::File::Read(path, text); !result) {
+        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not used: " + GetErrorMsg(result) +
+                       L".\n");
+        return nullptr;
+    }
+    if (text.IsEmpty()) return nullptr;
+    const BasicXml document(text);
+    if (const auto* refusal = document.GetRefusal()) {
+        WarnOfRefusal(path, *refusal);
+        return nullptr;
+    }
+    auto settings = ReadXmlConfig(document);
+    settings->Value(L"XML") = L"yes";
+    m_usedPath = path;
+    return settings;
+}
+
+void XmlConfigFile::Remove() {
+    const String path =
+        FindFile({{kDefaultSearchPath, ChosenBy::Program}}, [&](const String& candidate, ChosenBy by) {
+            return WhyNotTrusted(candidate, by).IsEmpty() &&
+                   (candidate == m_usedPath || IsWellFormedOrEmpty(candidate));
+        });
+    if (!path.IsEmpty()) corekit::Forgive(corekit::File::Remove(path));
+}
+
+}  // namespace Zorvane::AgentInstaller

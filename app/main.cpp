@@ -1,0 +1,17 @@
+// The program's entry.
+#include "app/AgentInstaller.h"
+#include "app/CleanCommand.h"
+#include "app/ConfigureCommand.h"
+#include "app/InteractiveConfigureCommand.h"
+
+using namespace Zorvane::AgentInstaller;
+
+int main(int argc, char** argv) {
+    corekit::Init();
+    AgentInstaller application(argc, argv);
+    application.SetName(L"qdn-configure.bin");
+    application.RegisterCommand(L"-configure", std::make_unique<ConfigureCommand>());
+    application.RegisterCommand(L"-iconfigure", std::make_unique<InteractiveConfigureCommand>());
+    application.RegisterCommand(L"-clean", std::make_unique<CleanCommand>());
+    return application.AppMain();
+}

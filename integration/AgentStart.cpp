@@ -1,0 +1,35 @@
+// Starting the configured agent: the control script's start and status.
+#include "integration/AgentStart.h"
+
+#include "corekit/Program.h"
+#include "corekit/Sys.h"
+#include "corekit/Text.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::Forgive;
+using corekit::String;
+namespace PosixLocaleProgram = corekit::PosixLocaleProgram;
+
+namespace {
+constexpr unsigned kSecondsToComeUp = 10;
+}
+
+void StartAgent(Settings& settings) {
+    if (settings.Exists(L"Start") && !settings.IsYes(L"Start")) {
+        Messages::Say(
+            L"Not starting the Zorvane Agent at this time, agent will start at next system restart.\n");
+        return;
+    }
+    Messages::Say(L"Starting Zorvane Agent for UNIX and Linux.\n");
+    const String control = corekit::Text::ShellWord(settings.Value(L"InstallDir") + Names::kControlScript);
+    corekit::StringToMapFilter filter;
+    Forgive(PosixLocaleProgram::Run(control + L" start", filter));
+    corekit::Sys::Sleep(kSecondsToComeUp);
+    Forgive(PosixLocaleProgram::Run(control + L" status", filter));
+    Messages::Say(Messages::Shown(filter.RawData(0)) + L"\n");
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,16 @@
+// The environment script qdn-env, by which every program of the agent gets its search paths and its
+// configuration.
+#pragma once
+
+#include "integration/SetupContext.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// The set-up step: writes <InstallDir>/bin/qdn-env. False with the error text set.
+bool CreateScriptsStep(SetupContext& context);
+
+/// Writes the script for an install directory, in full, with mode 0755; its directory is made when missing.
+/// False with the error text set.
+bool WriteEnvironmentScript(const corekit::String& scriptPath, const corekit::String& installDir);
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,78 @@
+// Owners and modes of the installation: the tables and the walk over them.
+#include "integration/Permissions.h"
+
+#include <sys/types.h>
+#include <vector>
+
+#include "corekit/File.h"
+#include "corekit/Path.h"
+#include "corekit/Text.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::FileInfo;
+using corekit::Forgive;
+using corekit::String;
+
+namespace {
+
+constexpr uid_t kRootUser = 0;
+constexpr gid_t kRootGroup = 0;
+
+constexpr mode_t kForAll = 0555;
+constexpr mode_t kForRoot = 0544;
+
+/// Modes that hold whatever the files of their directory got.
+struct FileMode {
+    const wchar_t* file;  // below the install directory
+    mode_t mode;
+};
+constexpr FileMode kPrograms[] = {
+    {L"/bin/qdn-configure", kForRoot},     {L"/bin/qdn-configure.bin", kForRoot},
+    {L"/bin/rcscript", kForRoot},          {L"/bin/qdn-uninstall", kForRoot},
+    {L"/bin/qdn-pluginmanager", kForRoot}, {L"/bin/qdn-pluginmanager.bin", kForRoot},
+};
+constexpr FileMode kConfiguration[] = {
+    {L"/etc/client.conf", 0644},
+    {L"/etc/host.GUID", 0644},
+    {L"/etc/config.xml", 0644},
+};
+constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}, {L"", 0755}};
+
+void SetFiles(const String& directory, mode_t mode) {
+    std::vector<FileInfo> files;
+    Forgive(
+        corekit::Dir::Scan(directory, String(), [&](const FileInfo& info) { return SkipDirs(info, files); }));
+    for (const FileInfo& file : files) {
+        Forgive(corekit::File::Chowngrp(file.path, kRootUser, kRootGroup));
+        Forgive(corekit::File::Chmod(file.path, mode));
+    }
+}
+
+template <std::size_t count>
+void SetModes(const String& installDir, const FileMode (&table)[count]) {
+    for (const FileMode& row : table) Forgive(corekit::File::Chmod(installDir + row.file, row.mode));
+}
+
+}  // namespace
+
+bool SkipDirs(const FileInfo& info, std::vector<FileInfo>& list) {
+    if (!info.isDirectory) list.push_back(info);
+    return true;
+}
+
+bool SetInstallPermissions(SetupContext& context) {
+    Settings& settings = *context.settings;
+    const String installDir = settings.Value(L"InstallDir");
+    const bool allowNonRoot =
+        settings.Exists(L"AllowNonRoot") && corekit::Text::StrToBool(settings.Value(L"AllowNonRoot"));
+    SetFiles(installDir + L"/bin", allowNonRoot ? kForAll : kForRoot);
+    SetModes(installDir, kPrograms);
+    SetFiles(installDir + L"/etc", 0444);
+    SetModes(installDir, kConfiguration);
+    SetFiles(installDir + L"/lib", kForAll);
+    SetModes(installDir, kDirectories);
+    return true;
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,61 @@
+// The agent's service script: template, registration, control script.
+#include "integration/RunLevelScripts.h"
+
+#include "config/SystemProbes.h"
+#include "corekit/Dir.h"
+#include "corekit/File.h"
+#include "corekit/IniFile.h"
+#include "deploykit/RCScriptBackend.h"
+#include "run/Error.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::Forgive;
+using corekit::String;
+namespace RCScriptBackend = deploykit::ItemInstallers::RCScriptBackend;
+
+namespace {
+
+String TemplateName(const String& distribution) {
+    if (distribution == L"linux") return L"rcscript.proto.linux";
+    if (distribution == L"suse" || distribution == L"united") return L"rcscript.proto.suse";
+    return L"rcscript.proto.unix";
+}
+
+bool InstallService(const SetupContext& context, const String& installDir) {
+    const String templatePath = installDir + L"/etc/" + TemplateName(DetectDistribution());
+    const String configured =
+        corekit::IniFile(context.confPath).GetValue(Names::kConfiguration, L"runlevels_start");
+    const RunLevels levels = SplitRunLevels(configured);
+    static_cast<void>(RCScriptBackend::Uninstall(Names::kServiceName));
+    return RCScriptBackend::Install(Names::kServiceName, templatePath, installDir, levels.startList,
+                                    levels.stopList);
+}
+
+bool PlaceControlScript(const String& controlScript, bool startsOnBoot) {
+    const String service = RCScriptBackend::GetLocation(Names::kServiceName);
+    if (startsOnBoot) {
+        return corekit::File::SymLink(service, controlScript, corekit::File::IfPresent::Replace).Ok();
+    }
+    const bool copied = corekit::File::Copy(service, controlScript).Ok();
+    if (copied) static_cast<void>(RCScriptBackend::Uninstall(Names::kServiceName));
+    return copied;
+}
+
+}  // namespace
+
+bool SetUpRunLevelScripts(SetupContext& context) {
+    const bool startsOnBoot = context.settings->IsYes(L"StartupOnBoot");
+    if (startsOnBoot) Messages::Say(L"Setting up RC scripts to start Agent at system start.\n");
+    const String installDir = context.settings->Value(L"InstallDir");
+    Forgive(corekit::Dir::CreateR(installDir + L"/bin"));
+    if (InstallService(context, installDir) &&
+        PlaceControlScript(installDir + Names::kControlScript, startsOnBoot)) {
+        return true;
+    }
+    return Error::Fail(L"Failed to set up the RC scripts.");
+}
+
+}  // namespace Zorvane::AgentInstaller

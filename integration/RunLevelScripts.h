@@ -1,0 +1,13 @@
+// The agent's service script and its registration for the run levels.
+#pragma once
+
+#include "integration/SetupContext.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// The set-up step: installs the service script for the host's distribution family, and the agent's own
+/// control script <InstallDir>/bin/rcscript, a link to it; without StartupOnBoot the control script is a copy
+/// and the service is not registered. False with the error text set.
+bool SetUpRunLevelScripts(SetupContext& context);
+
+}  // namespace Zorvane::AgentInstaller
