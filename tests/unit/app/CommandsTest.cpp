@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include "app/AgentInstaller.h"
+#include "app/CleanCommand.h"
+#include "app/InteractiveConfigureCommand.h"
+#include "run/Args.h"
+#include "run/RunLock.h"
+#include "tests/support/Captured.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/StandIn.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+using testsupport::Captured;
+using Arguments = std::vector<String>;
+
+/// A configure command whose sequence only tells that it was reached.
+template <typename Base>
+class Reaching : public Base {
+  public:
+    unsigned Configure() override {
+        reached = true;
+        return 0;
+    }
+    bool reached = false;
+};
+
+class Commands : public testing::Test {
+  protected:
+    void TearDown() override { Args::bQuiet = Args::bNoSearch = false; }
+
+    template <typename Command>
+    unsigned Run(Command& command, const Arguments& arguments) {
+        unsigned status = 0;
+        m_output = Captured([&] { status = command.Run(arguments); });
+        return status;
+    }
+
+    Reaching<ConfigureCommand> m_configure;
+    Reaching<InteractiveConfigureCommand> m_interactive;
+    CleanCommand m_clean;
+    testsupport::Output m_output;
+};
+
+TEST_F(Commands, ConfigureTakesItsOptionsInAnyOrderAndNumber) {
+    EXPECT_EQ(
+        Run(m_configure, {L"-quiet", L"-dir", L"/a", L"-noimode", L"-nosearch", L"-dir", L"/b", L"-quiet"}),
+        0U);
+    EXPECT_TRUE(m_configure.reached);
+    EXPECT_TRUE(Args::bQuiet);
+    EXPECT_TRUE(Args::bNoSearch);
+}
+
+TEST_F(Commands, InteractiveConfigureTakesItsOptions) {
+    EXPECT_EQ(Run(m_interactive, {L"-nosearch", L"-dir", L"/a", L"-quiet"}), 0U);
+    EXPECT_TRUE(m_interactive.reached);
+}
+
+TEST_F(Commands, UnknownOptionsAreUsageErrorsWithoutAWord) {
+    for (const wchar_t* option : {L"-Quiet", L"-help", L"", L"x", L"--quiet"}) {
+        EXPECT_EQ(Run(m_configure, {option}), 120U) << String(option).Utf8();
+        EXPECT_EQ(Run(m_interactive, {option}), 120U) << String(option).Utf8();
+        EXPECT_EQ(m_output.out + m_output.err, "");
+    }
+    EXPECT_FALSE(m_configure.reached || m_interactive.reached);
+}
+
+TEST_F(Commands, NoIModeIsUnknownToInteractiveConfigure) {
+    EXPECT_EQ(Run(m_interactive, {L"-noimode"}), 120U);
+    EXPECT_EQ(m_output.out + m_output.err, "");
+}
+
+TEST_F(Commands, DirWithoutAValueIsToldOnStandardError) {
+    EXPECT_EQ(Run(m_configure, {L"-quiet", L"-dir"}), 120U);
+    EXPECT_EQ(m_output.err, "Option '-dir' requires an argument.\n");
+    EXPECT_EQ(Run(m_interactive, {L"-dir"}), 120U);
+    EXPECT_EQ(m_output.err, "Option '-dir' requires an argument.\n");
+    EXPECT_EQ(m_output.out, "");
+}
+
+TEST_F(Commands, ARunningAgentIsRefusedBeforeAnyOption) {
+    testsupport::StandIns host;
+    host.Add("ps", "echo ' 4711 ?        00:00:00 qdn-pluginmanag'");
+    EXPECT_EQ(Run(m_configure, {L"-bad"}), 1U);
+    EXPECT_EQ(m_output.out,
+              "  The Zorvane Agent for UNIX and Linux is already running. Stop the agent before running "
+              "qdn-configure.\n");
+    EXPECT_EQ(Run(m_interactive, {L"-bad"}), 1U);
+    EXPECT_EQ(m_output.out,
+              "  The Zorvane Agent for UNIX and Linux is already running. Stop the agent before running "
+              "qdn-configure.\n");
+    EXPECT_EQ(Run(m_clean, {}), 1U);
+    EXPECT_EQ(
+        m_output.out,
+        "  The Zorvane Agent for UNIX and Linux is running. Stop the agent before running qdn-configure.\n");
+}
+
+TEST_F(Commands, ASecondRunIsToldOfTheFirst) {
+    const RunLock first;
+    EXPECT_EQ(Run(m_configure, {L"-quiet"}), 1U);
+    EXPECT_EQ(m_output.out, "  Another run of qdn-configure is in progress.\n");
+    EXPECT_FALSE(m_configure.reached);
+    EXPECT_EQ(Run(m_clean, {L"/opt/none"}), 1U);
+    EXPECT_EQ(m_output.out, "  Another run of qdn-configure is in progress.\n");
+}
+
+TEST_F(Commands, AUsageErrorIsToldWhileAnotherRunWorks) {
+    const RunLock first;
+    EXPECT_EQ(Run(m_configure, {L"-bad"}), 120U);
+}
+
+TEST_F(Commands, CleanWantsABaseDirectoryAndNothingButQuiet) {
+    EXPECT_EQ(Run(m_clean, {}), 120U);
+    EXPECT_EQ(Run(m_clean, {L"/opt/none", L"-noimode"}), 120U);
+    EXPECT_EQ(m_output.out + m_output.err, "");
+    EXPECT_EQ(Run(m_clean, {L"/opt/none", L"-quiet", L"-quiet"}), 0U);
+    EXPECT_TRUE(Args::bQuiet);
+}
+
+TEST_F(Commands, CleanOfABaseWithoutAConfigurationIsNoFailure) {
+    EXPECT_EQ(Run(m_clean, {L"/opt/no\x1bne"}), 0U);
+    EXPECT_EQ(
+        m_output.out,
+        "Can't find client.conf file: /opt/no\\x1bne/etc/client.conf\nCheck parameter <Agent-Base-Dir>.\n\n");
+}
+
+TEST_F(Commands, CleanIsRefusedWhileSolutionsDependOnTheAgent) {
+    testfiles::Write("/opt/base/etc/config.xml", "<Solutions>\n<Solution id='1'/>\n</Solutions>\n");
+    EXPECT_EQ(Run(m_clean, {L"/opt/base", L"-quiet"}), 1U);
+    EXPECT_EQ(m_output.out,
+              " There are some solutions that depend on Zorvane Agent for UNIX and Linux.\n"
+              " Please uninstall them first.\n");
+}
+
+TEST_F(Commands, DescribeThemselvesInALine) {
+    EXPECT_EQ(m_configure.Description(),
+              L"Automatically configure/upgrade an installation from an XML config file.");
+    EXPECT_EQ(m_interactive.Description(),
+              L"Interactively configure/reconfigure an installation ignoring any XML file.");
+    EXPECT_EQ(m_clean.Description(), L"Remove qdn-configure created files prior to uninstall.");
+}
+
+TEST_F(Commands, ShowTheirUsage) {
+    EXPECT_EQ(
+        Captured([&] { m_clean.Usage(L"P"); }).out,
+        "P <Agent-Base-Dir> [-quiet]\n\nRemove all files previously created by qdn-configure.\n\nOptions:\n\n"
+        "<Agent-Base-Dir>\n\tAbsolute path to the Zorvane Agent for UNIX and Linux installation root.\n\n"
+        "-quiet\n\t[optional] Generate no output.\n\n");
+    EXPECT_EQ(
+        Captured([&] { m_configure.Usage(L"P"); }).out,
+        "P [options]\n\nAutomatically configure/upgrade an installation from an XML config "
+        "file.\n\nOptions:\n\n"
+        "-noimode\n\t\t[optional] By default, if utility fails to find\teither a previously installed agent "
+        "or an "
+        "XML-formatted \tconfiguration file, it steps into the interactive mode.\tBy specifying this option, "
+        "you "
+        "may disable this behaviour.\n\n"
+        "-nosearch\n\t[optional] Do not search for the installed agent.\n\n"
+        "-dir <Agent-Base-Dir>\n\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n"
+        "-quiet\n\t[optional] Generate no output.\n\n");
+    EXPECT_EQ(
+        Captured([&] { m_interactive.Usage(L"P"); }).out,
+        "P [-quiet]\n\nInteractively configure/reconfigure an installation ignoring any XML "
+        "file.\n\nOptions:\n\n"
+        "-nosearch\n\t[optional] Do not search for the installed agent.\n\n"
+        "-dir <Agent-Base-Dir>\n\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n\n"
+        "-quiet\n\t[optional] Generate no output.\n\n");
+}
+
+TEST_F(Commands, TheBannerComesBeforeEverything) {
+    const char* arguments[] = {"qdn-configure.bin", nullptr};
+    AgentInstaller application(1, arguments);
+    int status = 0;
+    const auto output = Captured([&] { status = application.AppMain(); });
+    EXPECT_EQ(status, 120);
+    EXPECT_TRUE(output.out.starts_with("Zorvane Agent for UNIX and Linux Configuration utility.\n"));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

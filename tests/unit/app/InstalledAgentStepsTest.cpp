@@ -1,0 +1,190 @@
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "app/InstalledAgentSteps.h"
+#include "run/Error.h"
+#include "tests/support/Captured.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+
+/// An installed agent with given settings, which tells what is asked of it.
+class FakeAgent : public Agent {
+  public:
+    FakeAgent() : Agent(L"6.0", L"/opt/old") {}
+
+    std::unique_ptr<Settings> LoadSettings() override {
+        return loads ? std::make_unique<Settings>(stored) : nullptr;
+    }
+    bool RemoveSystemIntegration() override { return removesIntegration; }
+    bool RemoveFiles(const String& newConfPath) override {
+        removedFor = newConfPath;
+        return removesFiles;
+    }
+    bool IsUpgradeSupported() const override { return upgradeSupported; }
+
+    Settings stored;
+    bool loads = true;
+    bool removesIntegration = true;
+    bool removesFiles = true;
+    bool upgradeSupported = true;
+    String removedFor = L"-";
+};
+
+class InstalledAgentSteps : public testing::Test {
+  protected:
+    InstalledAgentSteps() {
+        auto agent = std::make_unique<FakeAgent>();
+        m_agent = agent.get();
+        m_run.installed = std::move(agent);
+        m_run.settings = std::make_unique<Settings>();
+    }
+    void TearDown() override { std::filesystem::remove_all("/opt/new"); }
+
+    String& Setting(const wchar_t* name) { return m_run.settings->Value(name); }
+    String& Stored(const wchar_t* name) { return m_agent->stored.Value(name); }
+
+    ConfigureRun m_run;
+    FakeAgent* m_agent;
+};
+
+TEST_F(InstalledAgentSteps, TheInstalledAgentsValuesWinButItsEmptyOnesDoNot) {
+    Setting(L"TempDir") = L"/tmp";
+    Setting(L"LogSize") = L"256";
+    Stored(L"TempDir") = L"/var/tmp";
+    Stored(L"LogSize") = L"";
+    MergeInstalledSettings(m_run);
+    EXPECT_EQ(Setting(L"TempDir"), L"/var/tmp");
+    EXPECT_EQ(Setting(L"LogSize"), L"256");
+}
+
+TEST_F(InstalledAgentSteps, NothingChangesWhenNothingCanBeLoaded) {
+    m_agent->loads = false;
+    Setting(L"Guid") = L"{A}";
+    MergeInstalledSettings(m_run);
+    EXPECT_EQ(Setting(L"Guid"), L"{A}");
+    EXPECT_FALSE(m_run.settings->Exists(L"KSName"));
+}
+
+TEST_F(InstalledAgentSteps, TheXmlFilesServerWinsAndItsChangeDropsTheIdentifier) {
+    m_run.xmlLoaded = true;
+    Setting(L"KSName") = L"new.example";
+    Setting(L"KSUrlFormat") = L"https://%server%/Zorvane/";
+    Stored(L"KSName") = L"old.example";
+    Stored(L"KSUrlFormat") = L"http://%server%/Zorvane/";
+    Stored(L"Guid") = L"{OLD}";
+    MergeInstalledSettings(m_run);
+    EXPECT_EQ(Setting(L"KSName"), L"new.example");
+    EXPECT_EQ(Setting(L"KSUrlFormat"), L"https://%server%/Zorvane/");
+    EXPECT_EQ(Setting(L"KSNameChanged"), L"true");
+    EXPECT_EQ(Setting(L"Guid"), L"");
+}
+
+TEST_F(InstalledAgentSteps, AnIdentifierThatWasGivenIsKeptWhenTheServerChanges) {
+    m_run.xmlLoaded = true;
+    Setting(L"KSName") = L"new.example";
+    Setting(L"Guid") = L"{NEW}";
+    Stored(L"KSName") = L"old.example";
+    Stored(L"Guid") = L"{OLD}";
+    MergeInstalledSettings(m_run);
+    EXPECT_EQ(Setting(L"Guid"), L"{NEW}");
+}
+
+TEST_F(InstalledAgentSteps, TheSameServerByAnotherNameKeepsTheIdentifier) {
+    m_run.xmlLoaded = true;
+    Setting(L"KSName") = L"ks:8080";
+    Stored(L"KSName") = L"KS.example";
+    Stored(L"Guid") = L"{OLD}";
+    MergeInstalledSettings(m_run);
+    EXPECT_EQ(Setting(L"KSName"), L"ks:8080");
+    EXPECT_FALSE(m_run.settings->IsSet(L"KSNameChanged"));
+    EXPECT_EQ(Setting(L"Guid"), L"{OLD}");
+}
+
+TEST_F(InstalledAgentSteps, TheEnvironmentsServerYieldsToTheInstalledAgentsButMarksTheChange) {
+    Setting(L"KSName") = L"env.example";
+    Setting(L"KSUrlFormat") = L"https://%server%/Zorvane/";
+    Stored(L"KSName") = L"old.example";
+    Stored(L"KSUrlFormat") = L"http://%server%/Zorvane/";
+    MergeInstalledSettings(m_run);
+    EXPECT_EQ(Setting(L"KSName"), L"old.example");
+    EXPECT_EQ(Setting(L"KSUrlFormat"), L"http://%server%/Zorvane/");
+    EXPECT_EQ(Setting(L"KSNameChanged"), L"true");
+}
+
+TEST_F(InstalledAgentSteps, TheOldConfigurationIsKeptPrivately) {
+    testfiles::Write("/tmp/old.conf", "[Configuration]\nkey=\xe9\n", 0644);
+    testfiles::Write("/opt/new/etc/client.conf.old", "older", 0444);
+    m_agent->SetConfPath(L"/tmp/old.conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "[Configuration]\nkey=\xe9\n");
+    EXPECT_EQ(testfiles::Mode("/opt/new/etc/client.conf.old"), 0600U);
+}
+
+TEST_F(InstalledAgentSteps, TheOldConfigurationIsKeptInADirectoryThatIsMade) {
+    testfiles::Write("/tmp/old.conf", "x");
+    m_agent->SetConfPath(L"/tmp/old.conf");
+    Setting(L"InstallDir") = L"/opt/new/deeper";
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/opt/new/deeper/etc/client.conf.old"), "x");
+    EXPECT_EQ(testfiles::Mode("/opt/new/deeper/etc/client.conf.old"), 0600U);
+}
+
+TEST_F(InstalledAgentSteps, AnOldConfigurationThatCannotBeKeptFailsTheRun) {
+    testfiles::Write("/tmp/old.conf", "x");
+    testfiles::Write("/opt/new/etc", "a file");
+    m_agent->SetConfPath(L"/tmp/old.conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    EXPECT_FALSE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/new/etc/client.conf.old");
+}
+
+TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
+    m_agent->removesIntegration = false;
+    EXPECT_FALSE(RemoveInstalledIntegration(m_run));
+    EXPECT_EQ(Error::m_sErrorText, L"Failed to clean old agent files.");
+    m_agent->upgradeSupported = false;
+    EXPECT_TRUE(RemoveInstalledIntegration(m_run));
+    m_run.installed = nullptr;
+    EXPECT_TRUE(RemoveInstalledIntegration(m_run));
+}
+
+TEST_F(InstalledAgentSteps, TheHandOverFilesGoWhateverTheRemovalSays) {
+    for (const char* name : {".reinstall-client.conf", ".migrate-client.conf", ".migrate-config.xml"}) {
+        testfiles::Write(std::string("/tmp/ksclt/") + name, "x");
+    }
+    m_agent->removesFiles = false;
+    EXPECT_FALSE(RemoveInstalledFiles(m_run));
+    EXPECT_EQ(m_agent->removedFor, L"");
+    EXPECT_FALSE(testfiles::Exists("/tmp/ksclt"));
+}
+
+TEST_F(InstalledAgentSteps, APlantedHandOverDirectoryIsRemovedWithoutFollowingIt) {
+    testfiles::TempDir target;
+    testfiles::Write(target / ".migrate-client.conf", "keep");
+    ASSERT_EQ(symlink(target.Path().c_str(), "/tmp/ksclt"), 0);
+    EXPECT_TRUE(RemoveInstalledFiles(m_run));
+    EXPECT_FALSE(testfiles::Exists("/tmp/ksclt"));
+    EXPECT_EQ(testfiles::Read(target / ".migrate-client.conf"), "keep");
+}
+
+TEST_F(InstalledAgentSteps, AReinstallIsPendingOnlyByAMarkerOfOurs) {
+    EXPECT_FALSE(IsReinstallPending());
+    testfiles::Write("/tmp/ksclt/.reinstall-client.conf", "x", 0666);
+    const auto output = testsupport::Captured([] { EXPECT_FALSE(IsReinstallPending()); });
+    EXPECT_EQ(output.err,
+              "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: other users can write to it.\n");
+    testfiles::Write("/tmp/ksclt/.reinstall-client.conf", "x", 0644);
+    EXPECT_TRUE(IsReinstallPending());
+    std::filesystem::remove_all("/tmp/ksclt");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

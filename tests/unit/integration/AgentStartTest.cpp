@@ -1,0 +1,43 @@
+#include "integration/AgentStart.h"
+#include "tests/support/Installation.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using testsupport::Captured;
+
+constexpr const char* kNotStarting =
+    "Not starting the Zorvane Agent at this time, agent will start at next system restart.\n";
+
+class AgentStart : public testsupport::Installation {
+  protected:
+    void SetUp() override {
+        testfiles::Write(
+            "/opt/agent/bin/rcscript",
+            "#!/bin/sh\necho $1 >>/opt/agent/calls\n[ $1 = start ] && echo starting || echo 'It runs.'\n",
+            0755);
+    }
+};
+
+TEST_F(AgentStart, AnythingButYesDoesNotStart) {
+    for (const wchar_t* value : {L"no", L"YES", L"Yes", L""}) {
+        m_settings.Value(L"Start") = value;
+        EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, kNotStarting);
+    }
+    EXPECT_FALSE(testfiles::Exists("/opt/agent/calls"));
+}
+
+TEST_F(AgentStart, AQuietRunThatDoesNotStartSaysNothing) {
+    Args::bQuiet = true;
+    m_settings.Value(L"Start") = L"no";
+    EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, "");
+}
+
+TEST_F(AgentStart, StartsAndShowsTheStatusLine) {
+    EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out,
+              "Starting Zorvane Agent for UNIX and Linux.\nIt runs.\n");
+    EXPECT_EQ(testfiles::Read("/opt/agent/calls"), "start\nstatus\n");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,89 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "integration/Permissions.h"
+#include "tests/support/Installation.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+class Permissions : public testsupport::Installation {
+  protected:
+    void SetUp() override {
+        for (const char* file :
+             {"bin/qdn-configure", "bin/qdn-configure.bin", "bin/rcscript", "bin/qdn-uninstall",
+              "bin/qdn-pluginmanager", "bin/qdn-pluginmanager.bin", "bin/qdn-monitor.bin", "etc/client.proto",
+              "etc/host.GUID", "etc/config.xml", "etc/client.conf.old", "etc/below/file", "lib/libx.so"}) {
+            testfiles::Write(std::string("/opt/agent/") + file, "x", 0600);
+        }
+        for (const char* directory : {"", "bin", "etc", "lib"}) {
+            ASSERT_EQ(chmod((std::string("/opt/agent/") + directory).c_str(), 0700), 0);
+        }
+    }
+
+    unsigned ModeAfter(const std::string& file) {
+        SetInstallPermissions(m_context);
+        return testfiles::Mode("/opt/agent/" + file);
+    }
+};
+
+TEST_F(Permissions, ProgramsAreForEveryoneWhenAllowed) {
+    m_settings.Value(L"AllowNonRoot") = L"yes";
+    EXPECT_EQ(ModeAfter("bin/qdn-monitor.bin"), 0555U);
+}
+
+TEST_F(Permissions, ProgramsAreForRootOtherwise) {
+    EXPECT_EQ(ModeAfter("bin/qdn-monitor.bin"), 0544U);
+    m_settings.Value(L"AllowNonRoot") = L"no";
+    EXPECT_EQ(ModeAfter("bin/qdn-monitor.bin"), 0544U);
+}
+
+TEST_F(Permissions, AdministrationToolsAreForRootInAnyCase) {
+    m_settings.Value(L"AllowNonRoot") = L"yes";
+    for (const char* tool : {"bin/qdn-configure", "bin/qdn-configure.bin", "bin/rcscript",
+                             "bin/qdn-uninstall", "bin/qdn-pluginmanager", "bin/qdn-pluginmanager.bin"}) {
+        EXPECT_EQ(ModeAfter(tool), 0544U) << tool;
+    }
+}
+
+TEST_F(Permissions, ConfigurationIsReadableAndThreeFilesOfItWritable) {
+    EXPECT_EQ(ModeAfter("etc/client.proto"), 0444U);
+    EXPECT_EQ(ModeAfter("etc/client.conf.old"), 0444U);
+    EXPECT_EQ(ModeAfter("etc/client.conf"), 0644U);
+    EXPECT_EQ(ModeAfter("etc/host.GUID"), 0644U);
+    EXPECT_EQ(ModeAfter("etc/config.xml"), 0644U);
+}
+
+TEST_F(Permissions, LibrariesAreForEveryone) {
+    EXPECT_EQ(ModeAfter("lib/libx.so"), 0555U);
+}
+
+TEST_F(Permissions, DirectoriesAreOpenToAllAndSubdirectoriesLeftAlone) {
+    for (const char* directory : {"", "bin", "etc", "lib"})
+        EXPECT_EQ(ModeAfter(directory), 0755U) << directory;
+    EXPECT_EQ(testfiles::Mode("/opt/agent/etc/below/file"), 0600U);
+}
+
+TEST_F(Permissions, EverythingListedBelongsToRoot) {
+    if (chown("/opt/agent/bin/qdn-monitor.bin", 1, 1) != 0) return;  // nobody else exists in a user namespace
+    SetInstallPermissions(m_context);
+    struct stat info {};
+    ASSERT_EQ(stat("/opt/agent/bin/qdn-monitor.bin", &info), 0);
+    EXPECT_EQ(info.st_uid, 0U);
+    EXPECT_EQ(info.st_gid, 0U);
+}
+
+TEST_F(Permissions, WhatALinkLeadsToIsLeftAlone) {
+    testfiles::Write("/tmp/precious", "x", 0600);
+    ASSERT_EQ(symlink("/tmp/precious", "/opt/agent/etc/link"), 0);
+    SetInstallPermissions(m_context);
+    EXPECT_EQ(testfiles::Mode("/tmp/precious"), 0600U);
+}
+
+TEST_F(Permissions, AMissingInstallationIsNoFailure) {
+    std::filesystem::remove_all("/opt/agent");
+    EXPECT_TRUE(SetInstallPermissions(m_context));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,104 @@
+#include <gmock/gmock.h>
+
+#include "deploykit/RCScriptBackend.h"
+#include "integration/RunLevelScripts.h"
+#include "tests/support/Installation.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using testsupport::Captured;
+
+constexpr const char* kService = "/etc/init.d/zorvane";
+
+class RunLevelScripts : public testsupport::Installation {
+  protected:
+    void SetUp() override {
+        Configure("runlevels_start=2 3 5\n");
+        m_settings.Value(L"StartupOnBoot") = L"yes";
+        for (const char* family : {"linux", "suse", "unix"}) {
+            testfiles::Write(std::string("/opt/agent/etc/rcscript.proto.") + family, Script(family));
+        }
+    }
+    void TearDown() override {
+        deploykit::ItemInstallers::RCScriptBackend::Uninstall(L"zorvane");
+        std::filesystem::remove("/etc/SuSE-release");
+        std::filesystem::remove("/etc/UnitedLinux-release");
+    }
+
+    static std::string Script(const std::string& family) {
+        return "#!/bin/sh\n# chkconfig: 235 90 10\n### BEGIN INIT INFO\n# Provides: zorvane\n# "
+               "Required-Start:\n"
+               "# Required-Stop:\n# Default-Start: 2 3 5\n# Default-Stop: 0 1 4 6\n# Short-Description: " +
+               family + "\n### END INIT INFO\n# %INSTDIR%\n";
+    }
+
+    testsupport::Output SetUpScripts(bool expected = true) {
+        return Captured([&] { EXPECT_EQ(SetUpRunLevelScripts(m_context), expected); });
+    }
+};
+
+TEST_F(RunLevelScripts, TheControlScriptIsALinkToTheService) {
+    EXPECT_EQ(SetUpScripts().out, "Setting up RC scripts to start Agent at system start.\n");
+    EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/bin/rcscript"), kService);
+    EXPECT_THAT(testfiles::Read(kService), testing::HasSubstr("# /opt/agent\n"));
+    EXPECT_EQ(testfiles::Mode(kService), 0755U);
+}
+
+TEST_F(RunLevelScripts, WithoutStartupOnBootItIsACopyAndNothingIsRegistered) {
+    m_settings.Value(L"StartupOnBoot") = L"no";
+    EXPECT_EQ(SetUpScripts().out, "");
+    EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status("/opt/agent/bin/rcscript")));
+    EXPECT_THAT(testfiles::Read("/opt/agent/bin/rcscript"), testing::HasSubstr("# /opt/agent\n"));
+    EXPECT_FALSE(testfiles::Exists(kService));
+    EXPECT_FALSE(testfiles::Exists("/etc/systemd/system/zorvane.service"));
+}
+
+TEST_F(RunLevelScripts, QuietRunsDoTheSame) {
+    Args::bQuiet = true;
+    EXPECT_EQ(SetUpScripts().out, "");
+    EXPECT_TRUE(testfiles::Exists(kService));
+}
+
+TEST_F(RunLevelScripts, TheTemplateIsThatOfTheDistribution) {
+    SetUpScripts();
+    EXPECT_THAT(testfiles::Read(kService), testing::HasSubstr("Short-Description: linux\n"));
+    testfiles::Write("/etc/UnitedLinux-release", "");
+    SetUpScripts();
+    EXPECT_THAT(testfiles::Read(kService), testing::HasSubstr("Short-Description: suse\n"));
+    testfiles::Write("/etc/SuSE-release", "");
+    SetUpScripts();
+    EXPECT_THAT(testfiles::Read(kService), testing::HasSubstr("Short-Description: suse\n"));
+}
+
+TEST_F(RunLevelScripts, AnOldControlScriptIsReplaced) {
+    testfiles::Write("/opt/agent/bin/rcscript", "old");
+    SetUpScripts();
+    EXPECT_TRUE(std::filesystem::is_symlink("/opt/agent/bin/rcscript"));
+    m_settings.Value(L"StartupOnBoot") = L"no";
+    SetUpScripts();
+    EXPECT_FALSE(std::filesystem::is_symlink("/opt/agent/bin/rcscript"));
+}
+
+TEST_F(RunLevelScripts, AMissingTemplateFails) {
+    std::filesystem::remove("/opt/agent/etc/rcscript.proto.linux");
+    SetUpScripts(false);
+    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
+}
+
+TEST_F(RunLevelScripts, AControlScriptThatCannotBePlacedFails) {
+    std::filesystem::create_directories("/opt/agent/bin/rcscript/x");
+    SetUpScripts(false);
+    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
+    EXPECT_TRUE(testfiles::Exists(kService));
+}
+
+TEST_F(RunLevelScripts, NoLevelsAreNoFailure) {
+    Configure("runlevels_start=\n");
+    SetUpScripts();
+    EXPECT_THAT(testfiles::Read(kService), testing::HasSubstr("# Default-Start:"));
+    EXPECT_FALSE(testfiles::Exists("/etc/rc2.d/S99zorvane"));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,67 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "run/RunLock.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+constexpr const char* kLock = "/run/lock/qdn-configure.lock";
+
+TEST(RunLock, TheFirstRunGetsItAndASecondIsTold) {
+    const RunLock first;
+    EXPECT_FALSE(first.IsTaken());
+    EXPECT_EQ(testfiles::Mode(kLock), 0600U);
+    const RunLock second;
+    EXPECT_TRUE(second.IsTaken());
+}
+
+TEST(RunLock, IsFreeAgainWithoutATrace) {
+    { const RunLock first; }
+    EXPECT_FALSE(testfiles::Exists(kLock));
+    const RunLock second;
+    EXPECT_FALSE(second.IsTaken());
+}
+
+TEST(RunLock, ARunThatWasKilledHoldsNothing) {
+    const pid_t child = fork();
+    if (child == 0) {
+        static const RunLock held;
+        _exit(held.IsTaken() ? 1 : 0);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_EQ(status, 0);
+    ASSERT_TRUE(testfiles::Exists(kLock));
+    const RunLock next;
+    EXPECT_FALSE(next.IsTaken());
+}
+
+TEST(RunLock, APlantedLinkSendsItToTheOtherPlace) {
+    testfiles::TempDir target;
+    ASSERT_EQ(symlink((target / "planted").c_str(), kLock), 0);
+    {
+        const RunLock lock;
+        EXPECT_FALSE(lock.IsTaken());
+        EXPECT_TRUE(testfiles::Exists("/run/qdn-configure.lock"));
+        EXPECT_FALSE(testfiles::Exists(target / "planted"));
+    }
+    ASSERT_EQ(unlink(kLock), 0);
+}
+
+TEST(RunLock, WithoutAPlaceTheRunGoesOn) {
+    ASSERT_EQ(mkdir(kLock, 0700), 0);
+    ASSERT_EQ(mkdir("/run/qdn-configure.lock", 0700), 0);
+    const RunLock first;
+    const RunLock second;
+    EXPECT_FALSE(first.IsTaken());
+    EXPECT_FALSE(second.IsTaken());
+    rmdir(kLock);
+    rmdir("/run/qdn-configure.lock");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

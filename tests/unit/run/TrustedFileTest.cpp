@@ -1,0 +1,103 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "run/TrustedFile.h"
+#include "tests/support/Captured.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+
+String Why(const std::string& path, ChosenBy chosenBy = ChosenBy::Program) {
+    return WhyNotTrusted(String::FromUtf8(path), chosenBy);
+}
+
+TEST(TrustedFile, AFileOfOursInTmpMayBeUsed) {
+    testfiles::Write("/tmp/ours", "x", 0644);
+    EXPECT_EQ(Why("/tmp/ours"), L"");
+}
+
+TEST(TrustedFile, AFileThatOthersCanWriteMayNot) {
+    testfiles::Write("/tmp/open", "x", 0666);
+    EXPECT_EQ(Why("/tmp/open"), L"other users can write to it");
+}
+
+TEST(TrustedFile, OnlyRegularFilesCount) {
+    ASSERT_EQ(symlink("/etc/passwd", "/tmp/link"), 0);
+    ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);
+    ASSERT_EQ(mkdir("/tmp/directory", 0700), 0);
+    for (const char* path : {"/tmp/link", "/tmp/fifo", "/tmp/directory"}) {
+        EXPECT_EQ(Why(path), L"it is not a regular file") << path;
+    }
+}
+
+TEST(TrustedFile, InADirectoryOfOursAnythingGoes) {
+    testfiles::TempDir directory;
+    testfiles::Write(directory / "open", "x", 0666);
+    EXPECT_EQ(Why(directory / "open"), L"");
+}
+
+TEST(TrustedFile, ADirectoryBelowOneThatOthersCanReplaceCountsToo) {
+    testfiles::TempDir directory;
+    testfiles::Write(directory / "open/below/file", "x", 0666);
+    ASSERT_EQ(chmod((directory / "open").c_str(), 0777), 0);
+    EXPECT_EQ(Why(directory / "open/below/file"), L"other users can write to it");
+    ASSERT_EQ(chmod((directory / "open").c_str(), 01777), 0);
+    EXPECT_EQ(Why(directory / "open/below/file"), L"");
+}
+
+TEST(TrustedFile, TheHandOverDirectoryAlwaysCounts) {
+    testfiles::Write("/tmp/ksclt/.migrate-client.conf", "x", 0666);
+    ASSERT_EQ(chmod("/tmp/ksclt", 0700), 0);
+    EXPECT_EQ(Why("/tmp/ksclt/.migrate-client.conf"), L"other users can write to it");
+}
+
+TEST(TrustedFile, AMissingFileIsNotUsed) {
+    EXPECT_EQ(Why("/tmp/missing"), L"No such file or directory");
+}
+
+class TrustedFileOfAnother : public testing::Test {
+  protected:
+    void SetUp() override {
+        testfiles::Write(m_directory / "home/file", "x", 0644);
+        m_canGiveAway = chown((m_directory / "home/file").c_str(), 12345, 12345) == 0;
+    }
+    testfiles::TempDir m_directory;
+    bool m_canGiveAway = false;
+};
+
+TEST_F(TrustedFileOfAnother, IsNotUsedWhereOthersCanWrite) {
+    ASSERT_EQ(chmod((m_directory / "home").c_str(), 01777), 0);
+    if (m_canGiveAway) {
+        EXPECT_EQ(Why(m_directory / "home/file"), L"it belongs to another user");
+        setenv("SUDO_UID", "12345", 1);
+        EXPECT_EQ(Why(m_directory / "home/file"), L"");
+        setenv("SUDO_UID", "12345x", 1);
+        EXPECT_EQ(Why(m_directory / "home/file"), L"it belongs to another user");
+        unsetenv("SUDO_UID");
+    } else {
+        EXPECT_EQ(Why("/proc/sys/kernel/hostname"), L"it belongs to another user");
+    }
+}
+
+TEST_F(TrustedFileOfAnother, IsUsedInADirectoryThatTheAdministratorNamed) {
+    if (!m_canGiveAway) return EXPECT_EQ(Why("/proc/sys/kernel/hostname", ChosenBy::Administrator), L"");
+    ASSERT_EQ(chown((m_directory / "home").c_str(), 12345, 12345), 0);
+    EXPECT_EQ(Why(m_directory / "home/file"), L"it belongs to another user");
+    EXPECT_EQ(Why(m_directory / "home/file", ChosenBy::Administrator), L"");
+}
+
+TEST(TrustedFile, AFileThatIsPassedOverIsWarnedOf) {
+    testfiles::Write("/tmp/op\nen", "x", 0666);
+    const auto output =
+        testsupport::Captured([] { EXPECT_FALSE(IsTrusted(L"/tmp/op\nen", ChosenBy::Program)); });
+    EXPECT_EQ(output.err, "WARNING! /tmp/op\\x0aen is not used: other users can write to it.\n");
+    EXPECT_EQ(output.out, "");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller
