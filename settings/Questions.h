@@ -1,7 +1,7 @@
 // The fifteen questions of the interactive configuration.
 #pragma once
 
-#include <array>
+#include <span>
 
 #include "corekit/String.h"
 
@@ -18,8 +18,8 @@ struct Question {
     const wchar_t* allowed;  // for Text: the permitted words, as in ":none:info:"; "" permits any
 };
 
-/// In asking order.
-extern const std::array<Question, 15> kQuestions;
+/// All of them, in asking order.
+std::span<const Question> Questions();
 
 /// Is the setting one that the questionnaire asks for?
 bool IsQuestionKey(const corekit::String& setting);

@@ -25,6 +25,9 @@ class Settings {
     /// The value, to read or assign; a setting that is absent is made, empty.
     corekit::String& Value(const corekit::String& name) { return m_usual[name]; }
 
+    /// The value, "" for a setting that is absent. Makes nothing.
+    corekit::String Get(const corekit::String& name) const;
+
     /// Present and not empty? Makes nothing.
     bool IsSet(const corekit::String& name) const;
 

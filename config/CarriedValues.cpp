@@ -1,0 +1,43 @@
+// The values that the new client.conf takes over: the walk over the key table.
+#include "config/CarriedValues.h"
+
+#include "config/KeyPath.h"
+#include "config/PathMacros.h"
+#include "run/Names.h"
+#include "settings/ClientConfKeyMap.h"
+#include "settings/Questions.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::IniFile;
+using corekit::String;
+
+namespace {
+
+/// Settings that are part of a path which the key table does not carry.
+constexpr const wchar_t* kRebasedSettings[] = {L"GuidDir", L"LogDir"};
+
+bool IsAnswered(const String& setting, const Settings& settings) {
+    return settings.IsYes(L"IsInteractive") && IsQuestionKey(setting);
+}
+
+}  // namespace
+
+void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) {
+    const String oldInstallDir = oldIni.GetValue(Names::kConfiguration, L"installdir");
+    const String newInstallDir = settings.Get(L"InstallDir");
+    for (const ClientConfKey& row : ClientConfKeyMap()) {
+        const KeyPath from(row.oldKey);
+        const KeyPath to(row.newKey);
+        String value;
+        if (!oldIni.GetValue(from.section, from.key.Lower(), value)) continue;
+        if (row.isPath) RebasePath(value, oldInstallDir, newInstallDir);
+        newIni.SetValue(to.section, to.key, value);
+        const String setting(row.setting);
+        if (!setting.IsEmpty() && !IsAnswered(setting, settings)) settings.Value(setting) = value;
+    }
+    for (const wchar_t* setting : kRebasedSettings)
+        RebasePath(settings.Value(setting), oldInstallDir, newInstallDir);
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,13 @@
+// The values of an installed agent's client.conf that the new one takes over.
+#pragma once
+
+#include "corekit/IniFile.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Copies every entry of the key table that the old file has, with paths moved to the new install directory,
+/// and makes it the setting that it belongs to, unless the operator has answered a question for that.
+void CarryOldValues(const corekit::IniFile& oldIni, corekit::IniFile& newIni, Settings& settings);
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,85 @@
+// Writing client.conf: the template's text, what is carried over, and the settings on top.
+#include "config/ClientConf.h"
+
+#include "config/CarriedValues.h"
+#include "config/ConfiguredDirectories.h"
+#include "config/PathMacros.h"
+#include "config/SubAgents.h"
+#include "corekit/File.h"
+#include "run/Error.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::IniFile;
+using corekit::String;
+namespace File = corekit::File;
+
+namespace {
+
+// The two ways of writing tell of a template that cannot be read with texts that differ by a blank.
+constexpr const wchar_t* kUnreadableFresh = L"Missing or unreadable file in install. File:";
+constexpr const wchar_t* kUnreadableUpgrade = L"Missing or unreadable file in install. File: ";
+
+constexpr const wchar_t* kUnableToWrite = L"Unable to write to file: ";
+
+/// The package's template with its macros filled in. False with the error text set.
+bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& text) {
+    const String installDir = settings.Get(L"InstallDir");
+    const String path = installDir + Names::kClientProto;
+    if (!File::Exists(path)) return Error::Fail(L"Missing file in install. File:", path);
+    if (!File::Read(path, text) || text.IsEmpty()) return Error::Fail(unreadable, path);
+    text = ExpandPathMacros(text.Replace(L"%KSNAME%", settings.Get(L"KSName")), installDir);
+    return true;
+}
+
+bool WriteText(const String& path, const String& text) {
+    return File::Write(path, text).Ok() || Error::Fail(kUnableToWrite, path);
+}
+
+bool ApplySettings(IniFile& ini, Settings& settings) {
+    return ApplySettingsToClientConf(ini, settings) &&
+           (ini.Write().Ok() || Error::Fail(kUnableToWrite, ini.FileName()));
+}
+
+bool UpgradeClientConf(const String& outputPath, Settings& settings,
+                       const InstalledConfiguration& installed) {
+    const IniFile oldIni(installed.confPath, IniFile::KeyCase::FallBack);
+    if (!settings.IsSet(L"KSName"))
+        settings.Value(L"KSName") = oldIni.GetValue(Names::kKellServers, L"server-1");
+    String text;
+    if (!ReadTemplate(settings, kUnreadableUpgrade, text)) return false;
+    const String etc = settings.Get(L"InstallDir") + L"/etc";
+    if (CreateConfiguredDirectory(etc) != 0) return Error::Fail(L"Failed to create ", etc);
+    if (!WriteText(outputPath, text)) return false;
+
+    IniFile newIni(outputPath);
+    CarryOldValues(oldIni, newIni, settings);
+    if (installed.registersSubAgents) CarryOverSubAgents(oldIni, newIni);
+    return ApplySettings(newIni, settings);
+}
+
+}  // namespace
+
+bool WriteClientConf(const String& outputPath, Settings& settings, const InstalledConfiguration* installed) {
+    if (settings.Exists(L"InstallDir")) {
+        settings.Value(L"InstallDir") = MakeAbsolutePath(settings.Get(L"InstallDir"));
+    }
+    const bool upgrade = installed != nullptr && !installed->confPath.IsEmpty() &&
+                         (!settings.IsSet(L"Upgrade") || settings.IsYes(L"Upgrade"));
+    return upgrade ? UpgradeClientConf(outputPath, settings, *installed)
+                   : CreateClientConfFromTemplate(outputPath, settings);
+}
+
+bool CreateClientConfFromTemplate(const String& outputPath, Settings& settings) {
+    if (settings.IsSet(L"InstallDir")) {
+        Messages::Say(L"Creating/customizing Agent's configuration file.\n");
+        String text;
+        if (!ReadTemplate(settings, kUnreadableFresh, text) || !WriteText(outputPath, text)) return false;
+    }
+    IniFile ini(outputPath);
+    return ApplySettings(ini, settings);
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,93 @@
+// Small questions to the host: their command lines and how the answers are read.
+#include "config/SystemProbes.h"
+
+#include "corekit/File.h"
+#include "corekit/Program.h"
+#include "corekit/Text.h"
+#include "deploykit/RCScriptBackend.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+
+namespace {
+
+constexpr const wchar_t* kPluginProbe = L"if ps -e | grep qdn-plug>/dev/null; then echo YES; fi";
+constexpr const wchar_t* kSolutionsProbe =
+    L"if [ ! -f '%1/etc/config.xml' ]; then echo 0; else grep -c '<Solution ' '%1/etc/config.xml'; fi";
+constexpr const wchar_t* kRpmVersionProbe = L"rpm --version | sed -r -e 's,[^0-9]*([0-9][.0-9]*),\x01,'";
+
+constexpr int kHighestRunLevel = 8;
+
+/// The host's name alone, without domain, of a server name.
+String HostPart(const String& server) {
+    return server.Before(L".");
+}
+
+/// A server name without its port. The port of a bracketed address is what follows the bracket.
+String WithoutPort(const String& server) {
+    if (!server.StartsWith(L"[")) return server.Before(L":");
+    const std::size_t bracket = server.Find(L"]");
+    return bracket == String::npos ? server : server.Left(bracket + 1);
+}
+
+}  // namespace
+
+String RunShellCommand(const String& commandLine) {
+    corekit::StringToMapFilter filter;
+    Forgive(corekit::PosixLocaleProgram::Run(commandLine, filter));
+    return filter.RawData(0);
+}
+
+String DetectDistribution() {
+    if (corekit::File::Exists(L"/etc/SuSE-release")) return L"suse";
+    if (corekit::File::Exists(L"/etc/UnitedLinux-release")) return L"united";
+    return L"linux";
+}
+
+bool IsPluginProcessRunning() {
+    return RunShellCommand(kPluginProbe) == L"YES";
+}
+
+bool HasRegisteredSolutions(const String& installDir) {
+    return RunShellCommand(String(kSolutionsProbe).Arg(corekit::Text::InShellQuotes(installDir))) != L"0";
+}
+
+RunLevels SplitRunLevels(const String& levels) {
+    RunLevels split;
+    bool noneFound = true;
+    for (int number = 0; number <= kHighestRunLevel; ++number) {
+        const String level = String::FromInt(number);
+        const bool found = levels.Contains(level);
+        if (found) noneFound = false;
+        if (!deploykit::ItemInstallers::RCScriptBackend::IsRunLevelSupported(level)) continue;
+        if (found) split.startDigits += level;
+        (found ? split.startList : split.stopList) += level + L" ";
+    }
+    if (noneFound) return {};
+    return {split.startDigits, split.startList.Trim(), split.stopList.Trim()};
+}
+
+bool ServerNamesDiffer(const String& left, const String& right) {
+    const String first = WithoutPort(left.Upper());
+    const String second = WithoutPort(right.Upper());
+    const bool bothWhole =
+        (first.Contains(L".") && second.Contains(L".")) || first.StartsWith(L"[") || second.StartsWith(L"[");
+    return bothWhole ? first != second : HostPart(first) != HostPart(second);
+}
+
+corekit::Version GetPackageManagerVersion() {
+    return ParseVersion(RunShellCommand(kRpmVersionProbe));
+}
+
+corekit::Version ParseVersion(const String& text) {
+    corekit::StringTokenizer fields(text, L".");
+    int numbers[3] = {};
+    for (int& number : numbers) {
+        String field;
+        if (fields.GetToken(field)) number = field.ToInt();
+    }
+    return {numbers[0], numbers[1], numbers[2]};
+}
+
+}  // namespace Zorvane::AgentInstaller

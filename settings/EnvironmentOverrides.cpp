@@ -1,0 +1,72 @@
+// The environment overrides: their table and the check of each kind of value.
+#include "settings/EnvironmentOverrides.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "corekit/Env.h"
+#include "run/Messages.h"
+#include "settings/ServerUrl.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+
+namespace {
+
+constexpr const wchar_t* kTrueWords[] = {L"y", L"yes", L"true", L"1"};
+constexpr const wchar_t* kFalseWords[] = {L"n", L"no", L"false", L"0"};
+
+template <std::size_t count>
+bool IsOneOf(const String& word, const wchar_t* const (&words)[count]) {
+    return std::find(std::begin(words), std::end(words), word) != std::end(words);
+}
+
+// Each takes a value over into the settings; false when the value is bad.
+
+bool TakeServer(const wchar_t*, const String& value, Settings& settings) {
+    const ServerUrl url(value);
+    if (!url.IsValid() || (url.Scheme() != ServerUrl::Http && url.Scheme() != ServerUrl::Https)) return false;
+    url.Compose(settings);
+    return true;
+}
+
+bool TakeBoolean(const wchar_t* setting, const String& value, Settings& settings) {
+    const String word = value.Lower();
+    const bool isTrue = IsOneOf(word, kTrueWords);
+    if (!isTrue && !IsOneOf(word, kFalseWords)) return false;
+    settings.Value(setting) = isTrue ? L"yes" : L"no";
+    return true;
+}
+
+bool TakeRunLevels(const wchar_t* setting, const String& value, Settings& settings) {
+    if (value.FindOneOf(L"0123456789") == String::npos) return false;
+    settings.Value(setting) = value;
+    return true;
+}
+
+struct EnvOverride {
+    const wchar_t* setting;
+    const wchar_t* variable;
+    bool (*take)(const wchar_t* setting, const String& value, Settings& settings);
+};
+constexpr EnvOverride kOverrides[] = {
+    {L"KSName", L"QDN_INSTALL_KSNAME", TakeServer},
+    {L"Start", L"QDN_INSTALL_AUTOSTART", TakeBoolean},
+    {L"RunLevel", L"QDN_INSTALL_RUNLEVELS", TakeRunLevels},
+};
+
+}  // namespace
+
+void ApplyEnvironmentOverrides(Settings& settings) {
+    for (const EnvOverride& row : kOverrides) {
+        String value;
+        if (!corekit::Env::Get(row.variable, value) || value.IsEmpty()) continue;
+        if (row.take(row.setting, value, settings)) continue;
+        Messages::Warn(String(L"WARNING! Environment variable %1 contains an invalid value.\n"
+                              L"A default value for the appropriate setting will be used.\n")
+                           .Arg(row.variable));
+    }
+}
+
+}  // namespace Zorvane::AgentInstaller
