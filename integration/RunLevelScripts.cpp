@@ -37,7 +37,7 @@ bool InstallService(const SetupContext& context, const String& installDir) {
 bool PlaceControlScript(const String& controlScript, bool startsOnBoot) {
     const String service = RCScriptBackend::GetLocation(Names::kServiceName);
     if (startsOnBoot) {
-        return corekit::File::SymLink(service, controlScript, corekit::File::IfPresent::Replace).Ok();
+        return corekit::File::SymLink(service, controlScript).Ok();
     }
     const bool copied = corekit::File::Copy(service, controlScript).Ok();
     if (copied) static_cast<void>(RCScriptBackend::Uninstall(Names::kServiceName));
