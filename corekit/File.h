@@ -44,8 +44,10 @@ Result Rename(const String& from, const String& to);
 /// Copies a regular file with its mode (and owner, where allowed), replacing an existing target in one step.
 Result Copy(const String& from, const String& to);
 
-/// Makes `link` a symbolic link to `target`; an existing file or link of that name is replaced in one step.
-Result SymLink(const String& target, const String& link);
+/// Makes `link` a symbolic link to `target`. An existing file or link of that name is replaced in one step,
+/// or kept (EEXIST).
+enum class IfPresent { Keep, Replace };
+Result SymLink(const String& target, const String& link, IfPresent ifPresent = IfPresent::Replace);
 
 /// Both work on the file itself: a symbolic link is refused (ELOOP).
 Result Chmod(const String& path, unsigned mode);

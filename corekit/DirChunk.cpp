@@ -1,0 +1,64 @@
+// Reads directories a buffer at a time.
+#include "corekit/DirChunk.h"
+
+#include <algorithm>
+#include <dirent.h>
+#include <string_view>
+#include <unistd.h>
+
+namespace corekit {
+
+namespace {
+
+bool IsSelfOrParent(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+constexpr int kReadings = 100;
+
+/// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
+Result TakeOutOnce(int directory, DirChunk& chunk, const std::function<bool(const DirEntry&)>& take,
+                   bool& isDue) {
+    bool hasTaken = false;
+    int chunks = 0;
+    for (;; ++chunks) {
+        const Result result = chunk.Read(directory);
+        if (chunk.IsEnd()) {
+            isDue = hasTaken && chunks > 1;
+            return result;
+        }
+        for (const DirEntry& entry : chunk) hasTaken |= take(entry);
+    }
+}
+
+}  // namespace
+
+// Left uninitialised: pages that no directory fills are never touched.
+DirChunk::DirChunk() : m_buffer(new char[kLargest]) {}
+
+Result DirChunk::Read(int directory, std::size_t size) {
+    m_entries.clear();
+    const ssize_t length = getdents64(directory, m_buffer.get(), std::clamp(size, kSmallest, kLargest));
+    m_isEnd = length <= 0;
+    if (length < 0) return Result::FromErrno();
+    for (ssize_t at = 0; at < length;) {
+        const auto* entry = reinterpret_cast<const dirent64*>(m_buffer.get() + at);
+        if (!IsSelfOrParent(entry->d_name)) m_entries.push_back({entry->d_ino, entry->d_type, entry->d_name});
+        at += entry->d_reclen;
+    }
+    std::ranges::sort(m_entries, {}, &DirEntry::inode);
+    return Result();
+}
+
+Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take) {
+    DirChunk chunk;
+    Result result;
+    bool isDue = true;
+    for (int reading = 0; isDue && result && reading < kReadings; ++reading) {
+        lseek(directory, 0, SEEK_SET);
+        result = TakeOutOnce(directory, chunk, take, isDue);
+    }
+    return result;
+}
+
+}  // namespace corekit

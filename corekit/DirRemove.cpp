@@ -1,0 +1,25 @@
+// Removes directories that a caller names.
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "corekit/Dir.h"
+#include "corekit/HostDirectories.h"
+#include "corekit/SystemCall.h"
+#include "corekit/TreeRemoval.h"
+
+namespace corekit {
+
+Result Dir::Remove(const String& path) {
+    if (path.IsEmpty()) return Result();
+    if (IsHostDirectory(path)) return Result(EPERM);
+    Place place;
+    if (const Result result = Place::Of(path, place); !result) return result;
+    struct stat info {};
+    if (fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return Result::FromErrno();
+    if (S_ISDIR(info.st_mode)) return RemoveTree(place.At());
+    return S_ISLNK(info.st_mode) ? Outcome(unlinkat(place.Fd(), place.name.c_str(), 0)) : Result(ENOTDIR);
+}
+
+}  // namespace corekit

@@ -1,0 +1,73 @@
+// Probes and reads files, and sets their mode and owner.
+#include "corekit/File.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "corekit/FileMode.h"
+#include "corekit/SystemCall.h"
+
+namespace corekit::File {
+
+namespace {
+
+/// No file that the program has any business with comes near it.
+constexpr std::size_t kLargestRead = 256 * 1024 * 1024;
+
+bool Probe(const String& path, struct stat& info) {
+    return stat(NativePath(path).c_str(), &info) == 0;
+}
+
+bool IsAccessible(const String& path, int access) {
+    return faccessat(AT_FDCWD, NativePath(path).c_str(), access, AT_EACCESS) == 0;
+}
+
+}  // namespace
+
+bool Exists(const String& path) {
+    struct stat info {};
+    return Probe(path, info);
+}
+
+bool IsDirectory(const String& path) {
+    struct stat info {};
+    return Probe(path, info) && S_ISDIR(info.st_mode);
+}
+
+bool IsReadable(const String& path) {
+    return IsAccessible(path, R_OK);
+}
+
+bool IsWritable(const String& path) {
+    return IsAccessible(path, W_OK);
+}
+
+Result Read(const String& path, String& text, const Encoding& encoding) {
+    std::string bytes;
+    const Result result = ReadBytes(path, bytes);
+    if (result) text = encoding.Decode(bytes);
+    return result;
+}
+
+Result ReadBytes(const String& path, std::string& bytes) {
+    struct stat info {};
+    Descriptor file;
+    if (const Result result = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed, file, info); !result)
+        return result;
+    std::string read;
+    const Result result = ReadAll(file.Get(), read, kLargestRead);
+    if (result) bytes = std::move(read);
+    return result;
+}
+
+Result Chmod(const String& path, unsigned mode) {
+    return SetMode(Entry{AT_FDCWD, NativePath(path)}, mode);
+}
+
+Result Chowngrp(const String& path, unsigned user, unsigned group) {
+    return SetOwner(Entry{AT_FDCWD, NativePath(path)}, user, group);
+}
+
+}  // namespace corekit::File

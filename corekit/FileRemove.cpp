@@ -1,0 +1,58 @@
+// Removes files by name and by wildcard.
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+#include "corekit/DirChunk.h"
+#include "corekit/File.h"
+#include "corekit/HostDirectories.h"
+#include "corekit/Path.h"
+#include "corekit/Place.h"
+#include "corekit/SystemCall.h"
+#include "corekit/TreeRemoval.h"
+#include "corekit/Wildcard.h"
+
+namespace corekit::File {
+
+namespace {
+
+/// Removes one match; the host's own stay.
+Result RemoveMatch(const Entry& entry) {
+    return IsHostName(entry) ? Result(EPERM) : RemoveEntry(entry);
+}
+
+/// Removes the entries of a directory that match a wildcard; returns the first failure.
+Result RemoveMatches(const Place& pattern) {
+    Result failure;
+    const Result result = TakeOut(pattern.Fd(), [&](const DirEntry& entry) {
+        if (!MatchesWildcard(pattern.name, entry.name)) return false;
+        const Result removed = RemoveMatch({pattern.Fd(), entry.name});
+        if (failure) failure = removed;
+        return removed.Ok();
+    });
+    return failure ? result : failure;
+}
+
+}  // namespace
+
+Result Remove(const String& path) {
+    Place place;
+    if (const Result result = Place::Of(path, place); !result) return result;
+    if (IsHostName(place.At())) return Result(EPERM);
+    return Outcome(unlinkat(place.Fd(), place.name.c_str(), 0));
+}
+
+Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
+    if (pattern.IsEmpty()) return Result();
+    if (pattern.EndsWith(L"/")) return Result(EINVAL);
+    Place place;
+    if (const Result result = Place::Of(pattern, place); !result) return result;
+    if (!HasWildcard(place.name)) return RemoveMatch(place.At());
+    const String directory = Path::GetDirectory(pattern);
+    const bool isRefused = hostDirectory == HostDirectory::Refused &&
+                           IsHostDirectory(directory.IsEmpty() ? String(L".") : directory);
+    return isRefused ? Result(EPERM) : RemoveMatches(place);
+}
+
+}  // namespace corekit::File

@@ -1,0 +1,98 @@
+// Writes, copies, renames and links files, each in one step for whoever looks.
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "corekit/File.h"
+#include "corekit/FileCopy.h"
+#include "corekit/FileMode.h"
+#include "corekit/Relocation.h"
+#include "corekit/Replacement.h"
+#include "corekit/SystemCall.h"
+#include "corekit/TempName.h"
+
+namespace corekit::File {
+
+namespace {
+
+/// A new file gets the mode that is asked for, one in the place of a regular file takes over mode and owner.
+Result SetUpAttributes(int fd, const Entry& target, unsigned mode) {
+    struct stat present {};
+    const bool exists = fstatat(target.directory, target.name.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0;
+    if (exists && S_ISREG(present.st_mode)) return TakeOwnerAndMode(fd, present, IfRefused::Fail);
+    return Outcome(fchmod(fd, mode));
+}
+
+Result ReplaceByLink(const std::string& target, const Entry& link) {
+    std::string name;
+    const Result result = MakeBeside(link.name, name, [&](const std::string& candidate) {
+        return Outcome(symlinkat(target.c_str(), link.directory, candidate.c_str()));
+    });
+    if (!result) return result;
+    if (renameat(link.directory, name.c_str(), link.directory, link.name.c_str()) == 0) return Result();
+    const Result failure = Result::FromErrno();
+    unlinkat(link.directory, name.c_str(), 0);
+    return failure;
+}
+
+}  // namespace
+
+Result Write(const String& path, const String& text, const Encoding& encoding) {
+    return WriteBytes(path, encoding.Encode(text));
+}
+
+Result WriteBytes(const String& path, std::string_view bytes, unsigned mode) {
+    Place place;
+    if (const Result result = Place::Of(path, place); !result) return result;
+    Replacement replacement(place.At());
+    if (const Result result = replacement.Begin(); !result) return result;
+    // Mode and owner come first: a content that others must not read is never theirs to read.
+    if (const Result result = SetUpAttributes(replacement.Fd(), place.At(), mode); !result) return result;
+    if (const Result result = WriteAll(replacement.Fd(), bytes); !result) return result;
+    return replacement.Commit();
+}
+
+Result Copy(const String& from, const String& to) {
+    Place place;
+    if (const Result result = Place::Of(to, place); !result) return result;
+    Descriptor source;
+    struct stat info {};
+    if (const Result result = OpenRegular(AT_FDCWD, NativePath(from), Links::Followed, source, info); !result)
+        return result;
+    Replacement replacement(place.At());
+    if (const Result result = replacement.Begin(); !result) return result;
+    if (const Result result = TakeOwnerAndMode(replacement.Fd(), info, IfRefused::GoOn); !result)
+        return result;
+    if (const Result result = CopyContent(source.Get(), replacement.Fd()); !result) return result;
+    return replacement.Commit();
+}
+
+Result Rename(const String& from, const String& to) {
+    Place source;
+    Place target;
+    if (const Result result = Place::Of(from, source); !result) return result;
+    if (const Result result = Place::Of(to, target); !result) return result;
+    if (const Result result = MoveEntry(source.At(), target.At(), Existing::Replaced); !result) return result;
+    return Flush(target.Fd());
+}
+
+Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
+    Place place;
+    if (const Result result = Place::Of(link, place); !result) return result;
+    const std::string content = NativePath(target);
+    const Result result = Outcome(symlinkat(content.c_str(), place.Fd(), place.name.c_str()));
+    const bool replace = result.Code() == EEXIST && ifPresent == IfPresent::Replace;
+    return replace ? ReplaceByLink(content, place.At()) : result;
+}
+
+Result MakeTemp(const String& pattern, String& path) {
+    std::string name = NativePath(pattern);
+    const Descriptor file(mkostemp(name.data(), O_CLOEXEC));
+    if (!file) return Result::FromErrno();
+    path = String::FromUtf8(name);
+    return Result();
+}
+
+}  // namespace corekit::File

@@ -1,0 +1,114 @@
+// Takes paths apart, joins them and tells where they lead.
+#include "corekit/Path.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <sys/stat.h>
+
+#include "corekit/Dir.h"
+#include "corekit/SystemCall.h"
+#include "corekit/Text.h"
+
+namespace corekit::Path {
+
+namespace {
+
+struct Freed {
+    void operator()(char* memory) const { std::free(memory); }
+};
+
+/// One step of a resolved path: ".." leads up, a missing name stays as text.
+String Step(const String& place, const String& name) {
+    if (name.IsEmpty() || name == L".") return place;
+    if (name == L"..") return GetDirectory(place);
+    const String next = Join(place, name);
+    String canonical;
+    return Canonicalise(next, canonical) ? canonical : next;
+}
+
+/// The same directory, reached through two mounts.
+bool IsSameDirectory(const String& left, const String& right) {
+    struct stat one {};
+    struct stat other {};
+    return stat(NativePath(left).c_str(), &one) == 0 && stat(NativePath(right).c_str(), &other) == 0 &&
+           S_ISDIR(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// The same for paths that are resolved.
+bool IsSamePlace(const String& left, const String& right) {
+    return left == right || IsSameDirectory(left, right);
+}
+
+}  // namespace
+
+String GetDirectory(const String& path) {
+    const std::size_t slash = path.FindLast(L"/");
+    if (slash == String::npos) return String();
+    return path.Left(slash == 0 ? 1 : slash);
+}
+
+String GetFileName(const String& path) {
+    const std::size_t slash = path.FindLast(L"/");
+    return slash == String::npos ? path : path.Mid(slash + 1);
+}
+
+String Join(const String& directory, const String& name) {
+    if (directory.IsEmpty()) return name;
+    const std::size_t end = directory.View().find_last_not_of(L'/');
+    const std::size_t begin = name.View().find_first_not_of(L'/');
+    return (end == String::npos ? String() : directory.Left(end + 1)) + L"/" +
+           (begin == String::npos ? String() : name.Mid(begin));
+}
+
+Result MakeAbsolute(const String& path, String& absolute) {
+    if (path.IsEmpty()) return Result(ENOENT);
+    if (path.StartsWith(L"/")) {
+        absolute = path;
+        return Result();
+    }
+    String place;
+    if (const Result result = Dir::GetCurrent(place); !result) return result;
+    String rest = path;
+    for (String name = rest.Before(L"/");
+         name == L"." || name == L".." || (name.IsEmpty() && !rest.IsEmpty()); name = rest.Before(L"/")) {
+        if (name == L"..") place = GetDirectory(place);
+        rest = rest.Mid(name.Length() + 1);
+    }
+    absolute = rest.IsEmpty() ? place : Join(place, rest);
+    return Result();
+}
+
+Result Canonicalise(const String& path, String& canonical) {
+    const std::unique_ptr<char, Freed> resolved(realpath(NativePath(path).c_str(), nullptr));
+    if (!resolved) return Result::FromErrno();
+    canonical = String::FromUtf8(resolved.get());
+    return Result();
+}
+
+String Resolve(const String& path) {
+    String resolved;
+    if (path.IsEmpty() || Canonicalise(path, resolved)) return resolved;
+    String absolute;
+    if (!MakeAbsolute(path, absolute)) return path;
+    resolved = L"/";
+    StringTokenizer names(absolute, L"/");
+    for (String name; names.GetToken(name);) resolved = Step(resolved, name);
+    return resolved;
+}
+
+bool IsMatch(const String& left, const String& right) {
+    if (left.IsEmpty() || right.IsEmpty()) return false;
+    return IsSamePlace(Resolve(left), Resolve(right));
+}
+
+bool IsWithin(const String& path, const String& directory) {
+    if (path.IsEmpty() || directory.IsEmpty()) return false;
+    const String top = Resolve(directory);
+    for (String place = Resolve(path);; place = GetDirectory(place)) {
+        if (IsSamePlace(place, top)) return true;
+        if (place == L"/" || place.IsEmpty()) return false;
+    }
+}
+
+}  // namespace corekit::Path
