@@ -1,0 +1,61 @@
+// Services uninstalled from hosts of every kind.
+#include <filesystem>
+#include <gmock/gmock.h>
+
+#include "deploykit/RCScriptBackend.h"
+#include "tests/unit/deploykit/RCScriptFixture.h"
+
+using testing::IsEmpty;
+
+namespace fs = std::filesystem;
+namespace Backend = deploykit::ItemInstallers::RCScriptBackend;
+
+TEST_F(RCScriptBackendTest, UnregistersWithTheFirstToolThatIsFound) {
+    for (const char* tool : {"update-rc.d", "insserv", "chkconfig"}) {
+        ASSERT_TRUE(Install());
+        m_host.AddTool(tool);
+        EXPECT_TRUE(Backend::Uninstall(L"agent"));
+        fs::remove(m_host.ToolPath(tool));
+    }
+    EXPECT_EQ(m_host.Calls(), "update-rc.d -f agent remove\ninsserv -r agent\nchkconfig --del agent\n");
+}
+
+TEST_F(RCScriptBackendTest, UninstallOfAServiceThatIsNotThereStartsNoTool) {
+    for (const char* tool : {"chkconfig", "insserv", "update-rc.d", "systemctl"}) m_host.AddTool(tool);
+    fs::create_directories("/run/systemd/system");
+    EXPECT_TRUE(Backend::Uninstall(L"agent"));
+    EXPECT_EQ(m_host.Calls(), "");
+}
+
+TEST_F(RCScriptBackendTest, UninstallAsksTheToolWhileTheScriptAndItsLinksAreThere) {
+    ASSERT_TRUE(Install());
+    m_host.AddTool("chkconfig", "[ -e /etc/rc2.d/S99agent ] && echo 'with all in place' >>$0.saw");
+    EXPECT_TRUE(Backend::Uninstall(L"agent"));
+    EXPECT_EQ(testfiles::Read(m_host.ToolPath("chkconfig") + ".saw"), "with all in place\n");
+}
+
+TEST_F(RCScriptBackendTest, UninstallRemovesWhatAToolLeavesBehind) {
+    ASSERT_TRUE(Install());
+    m_host.AddTool("insserv", "exit 1");
+    EXPECT_TRUE(Backend::Uninstall(L"agent"));
+    EXPECT_THAT(ServiceHost::Links(), IsEmpty());
+    EXPECT_FALSE(testfiles::Exists(kScript));
+}
+
+TEST_F(RCScriptBackendTest, UninstallRemovesLinksThatOutlivedTheScript) {
+    ASSERT_TRUE(Install());
+    fs::remove(kScript);
+    m_host.AddTool("insserv");
+    EXPECT_TRUE(Backend::Uninstall(L"agent"));
+    EXPECT_THAT(ServiceHost::Links(), IsEmpty());
+    EXPECT_EQ(m_host.Calls(), "");
+}
+
+TEST_F(RCScriptBackendTest, UninstallRemovesTheUnitAfterSystemctlIsGone) {
+    m_host.AddTool("systemctl");
+    ASSERT_TRUE(Install());
+    fs::remove(m_host.ToolPath("systemctl"));
+    fs::create_directories("/run/systemd/system");
+    EXPECT_TRUE(Backend::Uninstall(L"agent"));
+    EXPECT_TRUE(fs::is_empty("/etc/systemd/system"));
+}

@@ -1,0 +1,151 @@
+// Program links: what is written, what an operator's call does, and what stays.
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "corekit/String.h"
+#include "deploykit/WrapperLinkBackend.h"
+#include "tests/support/TestFiles.h"
+
+using corekit::String;
+
+namespace fs = std::filesystem;
+namespace Backend = deploykit::ItemInstallers::WrapperLinkBackend;
+
+namespace {
+
+/// An installation with one program, which tells its environment and its arguments.
+class Installation {
+  public:
+    explicit Installation(const std::string& name = "agent") : m_root(m_dir / name) {
+        testfiles::Write(Bin() + "/qdn-monitor.bin", "#!/bin/sh\nprintf '<%s>' \"$WHERE\" \"$@\"\n", 0755);
+        testfiles::Write(Bin() + "/qdn-env", "WHERE=env; export WHERE\n");
+        fs::create_directory(m_dir / "links");
+    }
+
+    std::string Bin() const { return m_root + "/bin"; }
+    std::string Wrapper() const { return Bin() + "/qdn-monitor"; }
+    std::string LinkDir() const { return m_dir / "links"; }
+    std::string Link() const { return LinkDir() + "/qdn-monitor"; }
+
+    bool Install(const std::string& linkDir) const {
+        return Backend::Install(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()),
+                                String::FromUtf8(Bin() + "/qdn-env"));
+    }
+    bool Uninstall(const std::string& linkDir) const {
+        return Backend::Uninstall(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()));
+    }
+
+  private:
+    testfiles::TempDir m_dir;
+    std::string m_root;
+};
+
+/// What a command line of the shell prints.
+std::string Printed(const std::string& commandLine) {
+    std::FILE* pipe = popen(commandLine.c_str(), "r");
+    if (pipe == nullptr) return "no pipe";
+    std::string text;
+    std::array<char, 512> part{};
+    while (std::fgets(part.data(), part.size(), pipe) != nullptr) text += part.data();
+    pclose(pipe);
+    return text;
+}
+
+}  // namespace
+
+TEST(WrapperLinkBackend, WritesAWrapperAndALinkToIt) {
+    const Installation agent;
+    EXPECT_TRUE(agent.Install(agent.LinkDir()));
+    EXPECT_EQ(testfiles::Read(agent.Wrapper()),
+              "#!/bin/sh\n"
+              "# Runs a program in its environment. Made by the installation: changes are lost.\n"
+              ". '" +
+                  agent.Bin() +
+                  "/qdn-env'\n"
+                  "exec '" +
+                  agent.Bin() + "/qdn-monitor.bin' \"$@\"\n");
+    EXPECT_EQ(testfiles::Mode(agent.Wrapper()), 0755U);
+    EXPECT_EQ(fs::read_symlink(agent.Link()), agent.Wrapper());
+}
+
+TEST(WrapperLinkBackend, PassesArgumentsAndEnvironmentOnInDirectoriesOfAnyName) {
+    for (const char* name :
+         {"agent", "kell agent", "it's", "$HOME", "`id`$(id)", "a\"b\\", "-n", "q\nr", "*"}) {
+        const Installation agent(name);
+        ASSERT_TRUE(agent.Install(agent.LinkDir())) << name;
+        EXPECT_EQ(Printed("cd / && " + agent.Link() + " 'two words' '' '$x'"), "<env><two words><><$x>")
+            << name;
+    }
+}
+
+TEST(WrapperLinkBackend, MakesOnlyTheWrapperWhereBothDirectoriesAreOne) {
+    const Installation agent;
+    fs::create_directory_symlink(agent.Bin(), agent.LinkDir() + "/bin");
+    for (const std::string& linkDir : {agent.Bin(), agent.Bin() + "/", agent.LinkDir() + "/bin"}) {
+        EXPECT_TRUE(agent.Install(linkDir)) << linkDir;
+        EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(agent.Wrapper()))) << linkDir;
+        EXPECT_TRUE(agent.Uninstall(linkDir)) << linkDir;
+        EXPECT_FALSE(testfiles::Exists(agent.Wrapper())) << linkDir;
+    }
+}
+
+TEST(WrapperLinkBackend, ReplacesWhatStandsInItsPlaces) {
+    const Installation agent;
+    testfiles::Write(agent.LinkDir() + "/bystander", "kept");
+    testfiles::Write(agent.Wrapper(), "old", 0600);
+    fs::create_symlink("bystander", agent.Link());
+    EXPECT_TRUE(agent.Install(agent.LinkDir()));
+    EXPECT_EQ(testfiles::Mode(agent.Wrapper()), 0755U);
+    EXPECT_EQ(Printed(agent.Link()), "<env>");
+    EXPECT_EQ(testfiles::Read(agent.LinkDir() + "/bystander"), "kept");
+
+    fs::remove(agent.Link());
+    testfiles::Write(agent.Link(), "an old program");
+    EXPECT_TRUE(agent.Install(agent.LinkDir()));
+    EXPECT_EQ(fs::read_symlink(agent.Link()), agent.Wrapper());
+}
+
+TEST(WrapperLinkBackend, LeavesDirectoriesInItsPlacesAlone) {
+    const Installation agent;
+    testfiles::Write(agent.Link() + "/file", "kept");
+    EXPECT_FALSE(agent.Install(agent.LinkDir()));
+    EXPECT_TRUE(agent.Uninstall(agent.LinkDir()));
+    EXPECT_EQ(testfiles::Read(agent.Link() + "/file"), "kept");
+
+    testfiles::Write(agent.Wrapper() + "/file", "kept");
+    EXPECT_FALSE(agent.Install(agent.LinkDir()));
+    EXPECT_TRUE(agent.Uninstall(agent.LinkDir()));
+    EXPECT_EQ(testfiles::Read(agent.Wrapper() + "/file"), "kept");
+}
+
+TEST(WrapperLinkBackend, FailsWithoutAPlaceForTheLinkOrTheWrapper) {
+    const Installation agent;
+    EXPECT_FALSE(agent.Install(""));
+    EXPECT_FALSE(testfiles::Exists("/qdn-monitor"));
+    EXPECT_FALSE(testfiles::Exists("qdn-monitor"));
+    EXPECT_FALSE(agent.Install(agent.LinkDir() + "/none"));
+    fs::remove_all(agent.Bin());
+    EXPECT_FALSE(agent.Install(agent.LinkDir()));
+    EXPECT_FALSE(testfiles::Exists(agent.Link()));
+}
+
+TEST(WrapperLinkBackend, UninstallRemovesBothAndNothingElse) {
+    const Installation agent;
+    ASSERT_TRUE(agent.Install(agent.LinkDir()));
+    EXPECT_TRUE(agent.Uninstall(agent.LinkDir()));
+    EXPECT_FALSE(testfiles::Exists(agent.Link()));
+    EXPECT_FALSE(testfiles::Exists(agent.Wrapper()));
+    EXPECT_TRUE(testfiles::Exists(agent.Wrapper() + ".bin"));
+    EXPECT_TRUE(testfiles::Exists(agent.Bin() + "/qdn-env"));
+}
+
+TEST(WrapperLinkBackend, UninstallOfWhatIsNotThereIsSuccess) {
+    const Installation agent;
+    EXPECT_TRUE(agent.Uninstall(agent.LinkDir()));
+    EXPECT_TRUE(agent.Uninstall(""));
+    EXPECT_TRUE(agent.Uninstall(agent.LinkDir() + "/none"));
+    EXPECT_TRUE(agent.Uninstall(agent.Wrapper() + ".bin"));
+}
