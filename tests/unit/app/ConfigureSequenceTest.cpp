@@ -90,6 +90,7 @@ TEST_F(ConfigureSequence, ADirectoryThatAShellWouldMisreadIsRefused) {
 TEST_F(ConfigureSequence, ThePackageManagerIsNotAskedUnderNoSearch) {
     Run({L"-quiet", L"-nosearch"});
     EXPECT_EQ(m_host.Calls(), "");
+    Args::bNoSearch = false;
     Run({L"-quiet"});
     EXPECT_EQ(m_host.Calls(), "rpm -q -l qdn-ksclt\nrpm -q -l qdn-ksclt\n");
 }
