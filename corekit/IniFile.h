@@ -9,11 +9,14 @@
 
 namespace corekit {
 
+class IniLines;
+
 /// An INI file in memory. Sections of the same name are one section; of two same keys the first counts;
 /// comments begin with "#" or ";"; a value is all that follows the first "=", trimmed at both ends. Section
 /// names are case-sensitive. Setting a present key replaces its value only; a new key goes after its
-/// section's last entry, a new section to the end; line ends of a value become blanks. Comments, blank lines,
-/// order, indentation, line ends, a byte-order mark and a missing last line end all stay.
+/// section's last entry (where the section occurs more than once: the last of all), a new section to the end;
+/// entries before any section belong to section "". Line ends of a value become blanks. Comments, blank
+/// lines, order, indentation, line ends, a byte-order mark and a missing last line end all stay.
 class IniFile {
   public:
     enum class KeyCase {
@@ -40,15 +43,19 @@ class IniFile {
     /// Adds all entries of a section to the map.
     void GetEntries(const String& section, Entries& entries) const;
 
+    /// Names that no line could hold are left out: an empty key, a key with "=" or that begins with "#", ";"
+    /// or
+    /// "[", a section with "]".
     void SetValue(const String& section, const String& key, const String& value);
 
-    /// Replaces the file in one step (see File::Write).
+    /// Replaces the file in one step (see File::Write). A file that is there but could not be read is not
+    /// replaced: the result is why.
     Result Write() const;
 
   private:
-    class Lines;
     String m_path;
-    std::unique_ptr<Lines> m_lines;
+    Result m_read;
+    std::unique_ptr<IniLines> m_lines;
 };
 
 }  // namespace corekit

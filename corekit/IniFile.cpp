@@ -1,0 +1,58 @@
+// INI files: text in and out of the lines that hold its bytes.
+#include "corekit/IniFile.h"
+
+#include <cerrno>
+#include <string>
+#include <utility>
+
+#include "corekit/File.h"
+#include "corekit/IniLines.h"
+
+namespace corekit {
+
+IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
+    std::string text;
+    m_read = File::ReadBytes(path, text);
+    if (!m_read) text.clear();
+    const bool fallsBack = keyCase == KeyCase::FallBack;
+    m_lines = std::make_unique<IniLines>(
+        std::move(text), fallsBack ? IniEntries::Match::ElseAnyCase : IniEntries::Match::Exact);
+}
+
+IniFile::~IniFile() = default;
+IniFile::IniFile(IniFile&&) noexcept = default;
+IniFile& IniFile::operator=(IniFile&&) noexcept = default;
+
+const String& IniFile::FileName() const {
+    return m_path;
+}
+
+String IniFile::GetValue(const String& section, const String& key, const String& fallback) const {
+    String value = fallback;
+    GetValue(section, key, value);
+    return value;
+}
+
+bool IniFile::GetValue(const String& section, const String& key, String& value) const {
+    std::string_view bytes;
+    const bool exists = m_lines->Get(section.Utf8(), key.Utf8(), bytes);
+    if (exists) value = String::FromUtf8(bytes);
+    return exists;
+}
+
+void IniFile::GetEntries(const String& section, Entries& entries) const {
+    for (const IniLine& entry : m_lines->Entries(section.Utf8())) {
+        entries[String::FromUtf8(entry.name)] = String::FromUtf8(entry.value);
+    }
+}
+
+void IniFile::SetValue(const String& section, const String& key, const String& value) {
+    m_lines->Set(section.Utf8(), key.Utf8(), value.Utf8());
+}
+
+Result IniFile::Write() const {
+    const bool mayBeWritten = m_read || m_read == Result(ENOENT);
+    return mayBeWritten ? File::WriteBytes(m_path, m_lines->Text()) : m_read;
+}
+
+}  // namespace corekit
