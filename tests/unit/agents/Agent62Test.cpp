@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include "agents/Agent62.h"
+#include "corekit/Dir.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::IniFile;
+using corekit::String;
+using testfiles::Exists;
+using testfiles::TempDir;
+using testfiles::Write;
+
+class RotatedLogs : public testing::Test {
+  protected:
+    /// A client.conf with these lines in its section Configuration.
+    IniFile Conf(const std::string& lines) {
+        Write(m_dir / "client.conf", "[Configuration]\n" + lines);
+        return IniFile(String::FromUtf8(m_dir / "client.conf"));
+    }
+
+    void RemoveDebugLogs(const std::string& lines) {
+        EXPECT_TRUE(m_agent.RemoveRotatedDebugLogs(Conf(lines)));
+    }
+
+    void RemoveClientLogs(const std::string& oldInstallDir, const std::string& newInstallDir) {
+        EXPECT_TRUE(m_agent.RemoveRotatedClientLogs(Conf("installdir=" + oldInstallDir + "\n"),
+                                                    String::FromUtf8(newInstallDir)));
+    }
+
+    TempDir m_dir;
+    Agent62 m_agent{L"6.2", L""};
+};
+
+using RotatedDebugLogs = RotatedLogs;
+using RotatedClientLogs = RotatedLogs;
+
+TEST_F(RotatedDebugLogs, GoByTheirNumbersAndTheLogStays) {
+    const std::string var = m_dir / "var/";
+    for (const char* name : {"log", "log.1", "log.2", "log.10", "log.3.gz", "log.old", "log.", "other.1"})
+        Write(var + name, "");
+
+    RemoveDebugLogs("var=" + var + "\ndebug_output=" + var + "log\n");
+
+    for (const char* gone : {"log.1", "log.2", "log.10", "log.3.gz"})
+        EXPECT_FALSE(Exists(var + gone)) << gone;
+    for (const char* kept : {"log", "log.old", "log.", "other.1"}) EXPECT_TRUE(Exists(var + kept)) << kept;
+}
+
+TEST_F(RotatedDebugLogs, GoFromOutsideOfTheVariableDataDirectoryToo) {
+    Write(m_dir / "elsewhere/log.1", "");
+    Write(m_dir / "var/log.1", "");
+    RemoveDebugLogs("var=" + m_dir / "var" + "\ndebug_output=" + m_dir / "elsewhere/log" + "\n");
+    EXPECT_FALSE(Exists(m_dir / "elsewhere/log.1"));
+    EXPECT_TRUE(Exists(m_dir / "var/log.1"));
+}
+
+TEST_F(RotatedDebugLogs, AreFoundHoweverSlashesAreDoubled) {
+    Write(m_dir / "var/sub/log.1", "");
+    RemoveDebugLogs("var=" + m_dir / "/var//" + "\ndebug_output=" + m_dir / "var//sub//log" + "\n");
+    EXPECT_FALSE(Exists(m_dir / "var/sub/log.1"));
+}
+
+TEST_F(RotatedDebugLogs, AreFoundWithoutAVariableDataDirectory) {
+    Write(m_dir / "log.1", "");
+    RemoveDebugLogs("debug_output=" + m_dir / "log" + "\n");
+    EXPECT_FALSE(Exists(m_dir / "log.1"));
+}
+
+TEST_F(RotatedDebugLogs, GoFromTheDirectoriesInWhichHostsKeepLogs) {
+    for (const char* log : {"/var/log/qdn-test.log", "/var/tmp/qdn-test.log", "/tmp/qdn-test.log"}) {
+        Write(log + std::string(".1"), "");
+        RemoveDebugLogs("debug_output=" + std::string(log) + "\n");
+        EXPECT_FALSE(Exists(log + std::string(".1"))) << log;
+    }
+}
+
+TEST_F(RotatedDebugLogs, NeverTakeALibraryOfTheHostForOne) {
+    Write("/usr/lib/libqdntest.so.1", "");
+    RemoveDebugLogs("debug_output=/usr/lib/libqdntest.so\n");
+    EXPECT_TRUE(Exists("/usr/lib/libqdntest.so.1"));
+    std::filesystem::remove("/usr/lib/libqdntest.so.1");
+}
+
+TEST_F(RotatedDebugLogs, OfNoLogAreNone) {
+    Write(m_dir / ".1", "");
+    String before;
+    ASSERT_TRUE(corekit::Dir::GetCurrent(before));
+    ASSERT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir.Path())));
+    RemoveDebugLogs("debug_output=\n");
+    RemoveDebugLogs("var=/\n");
+    RemoveDebugLogs("debug_output=" + m_dir.Path() + "/\n");
+    ASSERT_TRUE(corekit::Dir::SetCurrent(before));
+    EXPECT_TRUE(Exists(m_dir / ".1"));
+}
+
+TEST_F(RotatedClientLogs, GoFromTheOldInstallDirectory) {
+    for (const char* name : {"old/var/qdn-client.log", "old/var/qdn-client.log.1",
+                             "old/var/qdn-client.log.22", "old/qdn-client.log.1", "new/var/qdn-client.log.1"})
+        Write(m_dir / name, "");
+
+    RemoveClientLogs(m_dir / "old", m_dir / "new");
+
+    EXPECT_FALSE(Exists(m_dir / "old/var/qdn-client.log.1"));
+    EXPECT_FALSE(Exists(m_dir / "old/var/qdn-client.log.22"));
+    EXPECT_TRUE(Exists(m_dir / "old/var/qdn-client.log"));
+    EXPECT_TRUE(Exists(m_dir / "old/qdn-client.log.1"));
+    EXPECT_TRUE(Exists(m_dir / "new/var/qdn-client.log.1"));
+}
+
+TEST_F(RotatedClientLogs, StayWhereOldAndNewAreTheSamePlace) {
+    Write(m_dir / "agent/var/qdn-client.log.1", "");
+    std::filesystem::create_directory_symlink(m_dir / "agent", m_dir / "link");
+    for (const char* sameAs : {"agent", "agent/", "/agent", "link"}) {
+        RemoveClientLogs(m_dir / "agent", m_dir / sameAs);
+        EXPECT_TRUE(Exists(m_dir / "agent/var/qdn-client.log.1")) << sameAs;
+    }
+}
+
+TEST_F(RotatedClientLogs, StayWhenEitherDirectoryIsNotKnown) {
+    Write(m_dir / "agent/var/qdn-client.log.1", "");
+    RemoveClientLogs(m_dir / "agent", "");
+    EXPECT_TRUE(Exists(m_dir / "agent/var/qdn-client.log.1"));
+    Write("/var/qdn-client.log.1", "");
+    RemoveClientLogs("", m_dir / "new");
+    RemoveClientLogs("/", m_dir / "new");
+    EXPECT_TRUE(Exists("/var/qdn-client.log.1"));
+    std::filesystem::remove("/var/qdn-client.log.1");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

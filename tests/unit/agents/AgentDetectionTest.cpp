@@ -1,0 +1,309 @@
+#include <climits>
+#include <gtest/gtest.h>
+#include <typeinfo>
+
+#include "agents/Agent56.h"
+#include "agents/Agent60SP2.h"
+#include "agents/Agent62.h"
+#include "agents/AgentDetection.h"
+#include "agents/CurrentAgent.h"
+#include "agents/UnsupportedAgent.h"
+#include "run/Args.h"
+#include "tests/support/Captured.h"
+#include "tests/support/EnvironmentVariable.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/ScopedValue.h"
+#include "tests/support/StandIn.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::IniFile;
+using corekit::String;
+using corekit::Version;
+using testfiles::TempDir;
+using testfiles::Write;
+using testsupport::Captured;
+using testsupport::EnvironmentVariable;
+using testsupport::StandIns;
+
+template <typename Member>
+bool Is(const std::unique_ptr<Agent>& agent) {
+    const Agent* member = agent.get();
+    return member != nullptr && typeid(*member) == typeid(Member);
+}
+
+std::string ConfOf(const std::string& major, const std::string& minor, const std::string& build) {
+    return "[Version]\nagent_major=" + major + "\nagent_minor=" + minor + "\nagent_build=" + build +
+           "\n[Configuration]\ninstalldir=/opt/" + major + minor + build + "\n";
+}
+
+TEST(AgentForVersion, IsTheMemberThatTheReleaseBelongsTo) {
+    const struct {
+        Version version;
+        bool (*isMember)(const std::unique_ptr<Agent>&);
+        const wchar_t* label;
+    } rows[] = {
+        {{5, 5, 0}, Is<UnsupportedAgent>, L"5.5"}, {{5, 5, INT_MAX}, Is<UnsupportedAgent>, L"5.5"},
+        {{5, 6, 0}, Is<Agent56>, L"5.6"},          {{5, 6, INT_MAX}, Is<Agent56>, L"5.6"},
+        {{6, 0, INT_MIN}, Is<Agent60>, L"6.0"},    {{6, 0, 0}, Is<Agent60>, L"6.0"},
+        {{6, 0, 199}, Is<Agent60>, L"6.0"},        {{6, 0, 200}, Is<Agent60>, L"6.0SP1"},
+        {{6, 0, 250}, Is<Agent60>, L"6.0SP1"},     {{6, 0, 299}, Is<Agent60>, L"6.0SP1"},
+        {{6, 0, 300}, Is<Agent60SP2>, L"6.0SP2"},  {{6, 0, 399}, Is<Agent60SP2>, L"6.0SP2"},
+        {{6, 1, 0}, Is<Agent60SP2>, L"6.1"},       {{6, 1, 599}, Is<Agent60SP2>, L"6.1"},
+        {{6, 1, 600}, Is<Agent60SP2>, L"6.1SP1"},  {{6, 1, 8499}, Is<Agent60SP2>, L"6.1SP1"},
+        {{6, 1, 8500}, Is<Agent60SP2>, L"6.1SP2"}, {{6, 1, 8999}, Is<Agent60SP2>, L"6.1SP2"},
+        {{6, 2, 0}, Is<Agent62>, L"6.2"},          {{6, 2, 1378}, Is<Agent62>, L"6.2"},
+    };
+    for (const auto& row : rows) {
+        const auto agent = CreateAgentForVersion(row.version, L"/opt/agent");
+        ASSERT_TRUE(row.isMember(agent)) << row.label << " build " << row.version.Build();
+        EXPECT_EQ(agent->VersionLabel(), row.label);
+        EXPECT_EQ(agent->InstallDir(), L"/opt/agent");
+        EXPECT_EQ(agent->ConfPath(), L"");
+    }
+}
+
+TEST(AgentForVersion, IsNoneForReleasesThatNobodyKnows) {
+    const Version versions[] = {{6, 0, 400}, {6, 0, INT_MAX}, {6, 1, 9000}, {6, 2, 1379},
+                                {6, 3, 0},   {5, 4, 0},       {5, 7, 0},    {7, 0, 0},
+                                {0, 0, 0},   {-6, 0, 0},      {4, 6, 0}};
+    for (const Version& version : versions)
+        EXPECT_EQ(CreateAgentForVersion(version, L"/opt/agent"), nullptr)
+            << version.Major() << version.Minor();
+}
+
+TEST(AgentVersion, IsWhatTheFileStates) {
+    const TempDir dir;
+    const struct {
+        std::string text;
+        Version version;
+    } rows[] = {
+        {ConfOf("6", "0", "250"), {6, 0, 250}},
+        {ConfOf(" 6 ", "1", "8500x"), {6, 1, 8500}},
+        {ConfOf("six", "0", "250"), {0, 0, 250}},
+        {"[Version]\nAgent_Major=6\nAGENT_MINOR=2\nagent_build=7\n", {6, 2, 7}},
+        {ConfOf("6", "0", ""), {5, 6, 0}},
+        {ConfOf("", "0", "1"), {5, 6, 0}},
+        {"[Version]\nagent_major=6\nagent_minor=0\n", {5, 6, 0}},
+        {"[version]\nagent_major=6\nagent_minor=0\nagent_build=1\n", {5, 6, 0}},
+        {"", {5, 6, 0}},
+    };
+    for (const auto& row : rows) {
+        Write(dir / "client.conf", row.text);
+        const IniFile conf(String::FromUtf8(dir / "client.conf"), IniFile::KeyCase::FallBack);
+        EXPECT_EQ(ReadAgentVersion(conf), row.version) << row.text;
+    }
+}
+
+TEST(AgentVersion, IsThatOfTheInventorySolutionForItsFileOnly) {
+    Write("/etc/qdn-invsoln/master.cfg", "[Configuration]\n");
+    EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln/master.cfg")), Version(5, 5, 0));
+    EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln//master.cfg")), Version(5, 6, 0));
+    Write("/etc/qdn-invsoln/master.cfg", ConfOf("6", "0", "1"));
+    EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln/master.cfg")), Version(6, 0, 1));
+    std::filesystem::remove_all("/etc/qdn-invsoln");
+}
+
+TEST(AgentFromConfigFile, KnowsItsFileAndItsDirectory) {
+    const TempDir dir;
+    Write(dir / "client.conf", ConfOf("6", "0", "250"));
+    const auto agent = AgentFromConfigFile(String::FromUtf8(dir / "client.conf"));
+    ASSERT_TRUE(Is<Agent60>(agent));
+    EXPECT_EQ(agent->VersionLabel(), L"6.0SP1");
+    EXPECT_EQ(agent->InstallDir(), L"/opt/60250");
+    EXPECT_EQ(agent->ConfPath().Utf8(), dir / "client.conf");
+}
+
+TEST(AgentFromConfigFile, WithoutAVersionIsOf56) {
+    const TempDir dir;
+    Write(dir / "client.conf", "[Configuration]\nInstallDir=/opt/agent\n");
+    const auto agent = AgentFromConfigFile(String::FromUtf8(dir / "client.conf"));
+    ASSERT_TRUE(Is<Agent56>(agent));
+    EXPECT_EQ(agent->VersionLabel(), L"5.6");
+    EXPECT_EQ(agent->InstallDir(), L"/opt/agent");
+}
+
+TEST(AgentFromConfigFile, IsNoneWhereNoFileCanBeRead) {
+    const TempDir dir;
+    std::filesystem::create_directory(dir / "directory");
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    Write(dir / "unknown", ConfOf("6", "0", "400"));
+    for (const char* name : {"absent", "directory", "fifo", "unknown"})
+        EXPECT_EQ(AgentFromConfigFile(String::FromUtf8(dir / name)), nullptr) << name;
+    EXPECT_EQ(AgentFromConfigFile(L""), nullptr);
+}
+
+TEST(AgentFromBaseDir, IsThatOfTheClientConfBelowIt) {
+    const TempDir dir;
+    Write(dir / "etc/client.conf", ConfOf("6", "2", "1378"));
+    const auto agent = AgentFromBaseDir(String::FromUtf8(dir.Path()));
+    ASSERT_TRUE(Is<Agent62>(agent));
+    EXPECT_EQ(agent->ConfPath().Utf8(), dir / "etc/client.conf");
+    EXPECT_EQ(AgentFromBaseDir(String::FromUtf8(dir / "etc")), nullptr);
+    EXPECT_EQ(AgentFromBaseDir(L""), nullptr);
+}
+
+constexpr const char* kDefault = "/opt/zorvane/kell/ksagent/etc/client.conf";
+constexpr const char* kMigrate = "/tmp/ksclt/.migrate-client.conf";
+constexpr const char* kReinstall = "/tmp/ksclt/.reinstall-client.conf";
+constexpr const char* kInventory = "/etc/qdn-invsoln/master.cfg";
+
+/// A host without an agent; its rpm prints what a test has it print.
+class InstalledAgent : public testing::Test {
+  protected:
+    InstalledAgent() { Clear(); }
+    ~InstalledAgent() override { Clear(); }
+
+    static void Clear() {
+        for (const char* tree : {"/opt/zorvane", "/opt/package", "/tmp/ksclt", "/etc/qdn-invsoln"})
+            std::filesystem::remove_all(tree);
+    }
+
+    /// Lays a file down that tells by its build number which one it is.
+    static void Lay(const std::string& path, int build) {
+        Write(path, ConfOf("6", "0", std::to_string(build)));
+    }
+
+    void HavePackage(const std::string& directory) {
+        m_tools.Add("rpm", "echo " + directory + "/bin\necho " + directory + "/etc/client.proto");
+    }
+
+    /// The install directory of the agent that is found, which names the file it was found by.
+    static std::string Found() {
+        const auto agent = FindInstalledAgent();
+        return agent ? agent->InstallDir().Utf8() : "none";
+    }
+
+    StandIns m_tools{testsupport::HostPrograms::TextTools};
+    EnvironmentVariable m_variable{"QDNCLIENT_CONFIG_FILE", std::nullopt};
+};
+
+TEST_F(InstalledAgent, IsLookedForInTheOrderOfTheCandidates) {
+    HavePackage("/opt/package");
+    const TempDir dir;
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", dir / "client.conf");
+    EXPECT_EQ(Found(), "/opt/package");  // no file: a package that nobody understands
+
+    Lay("/opt/package/etc/client.conf", 5);
+    EXPECT_EQ(Found(), "/opt/605");
+    Lay(kInventory, 4);
+    EXPECT_EQ(Found(), "/opt/604");
+    Lay(kReinstall, 3);
+    EXPECT_EQ(Found(), "/opt/603");
+    Lay(kMigrate, 2);
+    EXPECT_EQ(Found(), "/opt/602");
+    Lay(kDefault, 1);
+    EXPECT_EQ(Found(), "/opt/601");
+    Lay(dir / "client.conf", 0);
+    EXPECT_EQ(Found(), "/opt/600");
+}
+
+TEST_F(InstalledAgent, IsNoneOnAHostWithoutAny) {
+    EXPECT_EQ(FindInstalledAgent(), nullptr);
+    m_tools.Add("rpm", "echo package qdn-ksclt is not installed");
+    EXPECT_EQ(FindInstalledAgent(), nullptr);
+}
+
+TEST_F(InstalledAgent, IsNotThatOfAnEmptyVariable) {
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", "");
+    Lay(kDefault, 1);
+    EXPECT_EQ(Found(), "/opt/601");
+}
+
+TEST_F(InstalledAgent, IsDecidedByTheFirstFileThatExists) {
+    Write(kDefault, ConfOf("6", "0", "400"));
+    Lay(kMigrate, 2);
+    EXPECT_EQ(FindInstalledAgent(), nullptr);
+
+    HavePackage("/opt/package");
+    const auto agent = FindInstalledAgent();
+    ASSERT_TRUE(Is<UnsupportedAgent>(agent));
+    EXPECT_EQ(agent->VersionLabel(), L"");
+    EXPECT_EQ(agent->InstallDir(), L"/opt/package");
+    EXPECT_EQ(agent->ConfPath(), L"");
+}
+
+TEST_F(InstalledAgent, OfTheInventorySolutionIsNotSupported) {
+    Write(kInventory, "[Configuration]\ninstalldir=/opt/inventory\n");
+    const auto agent = FindInstalledAgent();
+    ASSERT_TRUE(Is<UnsupportedAgent>(agent));
+    EXPECT_EQ(agent->VersionLabel(), L"5.5");
+    EXPECT_EQ(agent->ConfPath().Utf8(), kInventory);
+}
+
+TEST_F(InstalledAgent, IsAskedOfThePackageManagerOnce) {
+    HavePackage("/opt//package");
+    EXPECT_EQ(Found(), "/opt/package");
+    EXPECT_EQ(m_tools.Calls(), "rpm -q -l qdn-ksclt\n");
+}
+
+TEST_F(InstalledAgent, IsNotAskedOfThePackageManagerWithoutASearch) {
+    const testsupport::ScopedValue noSearch(Args::bNoSearch, true);
+    HavePackage("/opt/package");
+    EXPECT_EQ(FindInstalledAgent(), nullptr);
+    Lay("/opt/package/etc/client.conf", 5);
+    EXPECT_EQ(FindInstalledAgent(), nullptr);
+    Lay(kDefault, 1);
+    EXPECT_EQ(Found(), "/opt/601");
+    EXPECT_EQ(m_tools.Calls(), "");
+}
+
+TEST_F(InstalledAgent, IsNotLookedForWithoutAPackageManager) {
+    // Were the query run without the program's path, the shell would complain.
+    const auto output = Captured([] { EXPECT_EQ(FindInstalledAgent(), nullptr); });
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err, "");
+}
+
+TEST_F(InstalledAgent, IsNotTakenFromAFileThatOthersCouldHaveMade) {
+    Lay(kMigrate, 2);
+    std::filesystem::permissions(kMigrate, std::filesystem::perms(0666));
+    Lay(kReinstall, 3);
+    const auto output = Captured([] { EXPECT_EQ(Found(), "/opt/603"); });
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err,
+              "WARNING! /tmp/ksclt/.migrate-client.conf is not used: other users can write to it.\n");
+}
+
+TEST_F(InstalledAgent, IsNotTakenFromALinkThatOthersCouldHaveMade) {
+    Lay("/opt/package/client.conf", 9);
+    std::filesystem::create_directories("/tmp/ksclt");
+    std::filesystem::create_symlink("/opt/package/client.conf", kReinstall);
+    const auto output = Captured([] { EXPECT_EQ(FindInstalledAgent(), nullptr); });
+    EXPECT_EQ(output.err,
+              "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: it is not a regular file.\n");
+}
+
+TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnyDirectoryOfTheirs) {
+    const TempDir dir;
+    Lay(dir / "client.conf", 7);
+    std::filesystem::permissions(dir / "client.conf", std::filesystem::perms(0666));
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", dir / "client.conf");
+    const auto output = Captured([] { EXPECT_EQ(Found(), "/opt/607"); });
+    EXPECT_EQ(output.err, "");
+}
+
+TEST_F(InstalledAgent, ThatIsConfiguredLiesWhereItsPackageIs) {
+    HavePackage("/opt/package");
+    const auto agent = CreateCurrentAgent();
+    ASSERT_TRUE(Is<CurrentAgent>(agent));
+    EXPECT_EQ(agent->VersionLabel(), L"6.0SP2");
+    EXPECT_EQ(agent->InstallDir(), L"/opt/package");
+    EXPECT_EQ(agent->ConfPath(), L"");
+    EXPECT_EQ(m_tools.Calls(), "rpm -q -l qdn-ksclt\n");
+}
+
+TEST_F(InstalledAgent, ThatIsConfiguredHasNoDirectoryWithoutASearch) {
+    HavePackage("/opt/package");
+    {
+        const testsupport::ScopedValue noSearch(Args::bNoSearch, true);
+        EXPECT_EQ(CreateCurrentAgent()->InstallDir(), L"");
+    }
+    EXPECT_EQ(m_tools.Calls(), "");
+    m_tools.Remove("rpm");
+    EXPECT_EQ(CreateCurrentAgent()->InstallDir(), L"");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,219 @@
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include "agents/LineRemoval.h"
+#include "corekit/Dir.h"
+#include "tests/support/Captured.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/StandIn.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+using testfiles::Mode;
+using testfiles::Read;
+using testfiles::TempDir;
+using testfiles::Write;
+using testsupport::HostPrograms;
+using testsupport::StandIns;
+
+constexpr DeletedLines kBlocks[] = {{"Agent", "}"}};
+constexpr DeletedLines kLines[] = {{"Agent"}, {"msg"}};
+
+constexpr const wchar_t* kDeleteLines = L"sed -e '/Agent/d' -e '/msg/d' < %1 > stuff; mv stuff %2";
+
+struct Deletion {
+    const char* content;
+    const char* remaining;
+};
+
+constexpr Deletion kBlockDeletions[] = {
+    {"", ""},
+    {"a\nb\n", "a\nb\n"},
+    {"a\nAgent {\n x\n}\nb\n", "a\nb\n"},
+    {"Agent {}\nx\n}\nb\n", "b\n"},  // the end is looked for from the next line on
+    {"a\nAgent\nx\n", "a\n"},        // without an end, all that follows
+    {"Agent\n}\nb\nAgent\n}\nc\n", "b\nc\n"},
+    {"}\nAgent\nAgent }\nb\n", "}\nb\n"},
+    {"a\n# service Agent\n}\nb", "a\nb"},
+    {"a\nAgent", "a\n"},
+    {"a\r\nAgent\r\n}\r\n\r\n", "a\r\n\r\n"},
+    {"\xff\xfe\nAgent\n}\n\xe4", "\xff\xfe\n\xe4"},
+};
+
+constexpr Deletion kLineDeletions[] = {
+    {"", ""},
+    {"a\nb", "a\nb"},
+    {"a\nAgent x\nb\nmsg 1\nc\n", "a\nb\nc\n"},
+    {"an Agent\na msg\n", ""},
+    {"\n\nAgent\n\n", "\n\n\n"},
+    {"agent\nMSG\n", "agent\nMSG\n"},
+};
+
+TEST(WithoutLines, LeavesOutBlocks) {
+    for (const Deletion& row : kBlockDeletions) EXPECT_EQ(WithoutLines(row.content, kBlocks), row.remaining);
+}
+
+TEST(WithoutLines, LeavesOutLines) {
+    for (const Deletion& row : kLineDeletions) EXPECT_EQ(WithoutLines(row.content, kLines), row.remaining);
+}
+
+class LineRemoval : public testing::Test {
+  protected:
+    void Delete(const wchar_t* command = kDeleteLines) {
+        DeleteLines(String::FromUtf8(m_file), command, kLines);
+    }
+
+    /// The names in the edited file's directory.
+    std::vector<std::string> Names() const {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator(m_dir.Path()))
+            names.push_back(entry.path().filename());
+        std::ranges::sort(names);
+        return names;
+    }
+
+    TempDir m_dir;
+    const std::string m_file = m_dir / "conf";
+};
+
+TEST_F(LineRemoval, LeavesWhatSedLeaves) {
+    for (const Deletion& row : kLineDeletions) {
+        Write(m_file, row.content);
+        Delete();
+        EXPECT_EQ(Read(m_file), row.remaining);
+    }
+    for (const Deletion& row : kBlockDeletions) {
+        Write(m_file, row.content);
+        DeleteLines(String::FromUtf8(m_file), L"sed -e '/Agent/,/}/d' < %1 > stuff; mv stuff %2", kBlocks);
+        EXPECT_EQ(Read(m_file), row.remaining);
+    }
+}
+
+TEST_F(LineRemoval, KeepsTheModeAndLeavesNothingBehind) {
+    for (const unsigned mode : {0600u, 0644u, 0440u, 0755u}) {
+        Write(m_file, "a\nAgent\n", mode);
+        Delete();
+        EXPECT_EQ(Read(m_file), "a\n");
+        EXPECT_EQ(Mode(m_file), mode);
+        EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
+        std::filesystem::remove(m_file);
+    }
+}
+
+TEST_F(LineRemoval, WorksInAPrivateDirectoryBesideTheFileAndReturns) {
+    String before;
+    ASSERT_TRUE(corekit::Dir::GetCurrent(before));
+    Write(m_file, "a\nAgent\n");
+    Delete(
+        L"pwd > ../place; stat -c %a . > ../mode; sed -e '/Agent/d' -e '/msg/d' < %1 > stuff; mv stuff %2");
+
+    EXPECT_EQ(Read(m_file), "a\n");
+    EXPECT_EQ(Read(m_dir / "mode"), "700\n");
+    const std::string place = Read(m_dir / "place");
+    EXPECT_TRUE(place.starts_with(m_dir / ".qdn-configure.")) << place;
+    String after;
+    ASSERT_TRUE(corekit::Dir::GetCurrent(after));
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(LineRemoval, ReturnsToACurrentDirectoryThatHasGone) {
+    String before;
+    ASSERT_TRUE(corekit::Dir::GetCurrent(before));
+    std::filesystem::create_directory(m_dir / "gone");
+    ASSERT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir / "gone")));
+    std::filesystem::remove(m_dir / "gone");
+    Write(m_file, "a\nAgent\n");
+    Delete();
+    EXPECT_EQ(Read(m_file), "a\n");
+    String nowhere;
+    EXPECT_EQ(corekit::Dir::GetCurrent(nowhere).Code(), ENOENT);
+    ASSERT_TRUE(corekit::Dir::SetCurrent(before));
+}
+
+TEST_F(LineRemoval, EditsTheFileThatALinkLeadsTo) {
+    Write(m_dir / "sub/real", "a\nmsg\n");
+    std::filesystem::create_symlink("sub/real", m_file);
+    Delete();
+    EXPECT_TRUE(std::filesystem::is_symlink(m_file));
+    EXPECT_EQ(Read(m_dir / "sub/real"), "a\n");
+}
+
+TEST_F(LineRemoval, QuotesAPathForTheShell) {
+    const TempDir dir;
+    const std::string file = dir / "it's; a file";
+    Write(file, "a\nmsg\n");
+    DeleteLines(String::FromUtf8(file), kDeleteLines, kLines);
+    EXPECT_EQ(Read(file), "a\n");
+}
+
+TEST_F(LineRemoval, LeavesAFileThatIsNotThereAlone) {
+    const auto output = testsupport::Captured([&] { Delete(); });
+    EXPECT_EQ(output.err, "");
+    EXPECT_EQ(Names(), std::vector<std::string>{});
+}
+
+constexpr const char* kOld = "a\nAgent\nb\n";
+
+TEST_F(LineRemoval, PutsTheOldFileBackWhenTheResultIsNotWhatItShouldBe) {
+    const char* const failures[] = {
+        "exit 1",             // nothing comes
+        "echo a",             // cut off at the end of a line
+        "printf 'a\\nb'",     // cut off within a line
+        "printf 'a\\n\\n'",   // something else
+        "printf 'b\\na\\n'",  // another order
+        "cat",                // nothing deleted
+    };
+    for (const char* failure : failures) {
+        StandIns tools(HostPrograms::TextTools);
+        tools.Add("sed", failure);
+        Write(m_file, kOld, 0640);
+        Delete();
+        EXPECT_EQ(Read(m_file), kOld) << failure;
+        EXPECT_EQ(Mode(m_file), 0640u) << failure;
+        EXPECT_EQ(Names(), std::vector<std::string>{"conf"}) << failure;
+    }
+}
+
+TEST_F(LineRemoval, KeepsTheFileWhenTheToolsAreMissing) {
+    for (const char* tool : {"sed", "mv"}) {
+        StandIns tools(HostPrograms::TextTools);
+        tools.Remove(tool);
+        Write(m_file, kOld, 0640);
+        testsupport::Captured([&] { Delete(); });
+        EXPECT_EQ(Read(m_file), kOld) << tool;
+        EXPECT_EQ(Mode(m_file), 0640u) << tool;
+        EXPECT_EQ(Names(), std::vector<std::string>{"conf"}) << tool;
+    }
+}
+
+TEST_F(LineRemoval, BringsTheFileBackWhenTheCommandRemovesIt) {
+    Write(m_file, kOld, 0600);
+    Delete(L"rm %1");
+    EXPECT_EQ(Read(m_file), kOld);
+    EXPECT_EQ(Mode(m_file), 0600u);
+}
+
+TEST_F(LineRemoval, KeepsTheFileOnAFullDisk) {
+    const std::string disk = m_dir / "disk";
+    std::filesystem::create_directory(disk);
+    ASSERT_EQ(std::system(("mount -t tmpfs -o size=16k,mode=755 tmpfs " + disk).c_str()), 0);
+    std::string old;
+    while (old.size() < 9000) old += "a line that stays\nAgent\n";
+    Write(disk + "/conf", old, 0640);
+    ASSERT_NE(std::system(("head -c 65536 /dev/zero > " + disk + "/fill 2>/dev/null").c_str()), 0);
+
+    testsupport::Captured([&] { DeleteLines(String::FromUtf8(disk + "/conf"), kDeleteLines, kLines); });
+
+    EXPECT_EQ(Read(disk + "/conf"), old);
+    EXPECT_EQ(Mode(disk + "/conf"), 0640u);
+    ASSERT_EQ(std::system(("umount " + disk).c_str()), 0);
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller
