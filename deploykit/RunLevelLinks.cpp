@@ -35,7 +35,7 @@ String DirectoryBelow(const String& parent, wchar_t level) {
 /// The directory of one level in the first place that has it; "" when none has.
 String LevelDirectory(wchar_t level) {
     for (const wchar_t* parent : kParents) {
-        const String directory = DirectoryBelow(parent, level);
+        String directory = DirectoryBelow(parent, level);
         if (File::IsDirectory(directory)) return directory;
     }
     return String();
