@@ -41,12 +41,6 @@ void LinkPrograms(const String& programDir, const String& linkDir, const String&
     }));
 }
 
-/// Something of that name that works is somebody's own.
-void LinkHelper(const String& linkDir) {
-    const String link = corekit::Path::Join(linkDir, Names::kHelperName);
-    if (!corekit::File::Exists(link)) Forgive(corekit::File::SymLink(Names::kHelperProgram, link));
-}
-
 }  // namespace
 
 bool CreateProgramLinks(SetupContext& context) {
@@ -55,7 +49,11 @@ bool CreateProgramLinks(SetupContext& context) {
     programDir += L"bin";
     const String linkDir = corekit::IniFile(context.confPath).GetValue(Names::kConfiguration, L"bindir");
     LinkPrograms(programDir, linkDir, context.settings->Value(L"InstallDir") + Names::kEnvironmentScript);
-    if (linkDir != Names::kHelperDir) LinkHelper(linkDir);
+    if (linkDir != Names::kHelperDir) {
+        Forgive(corekit::File::SymLink(Names::kHelperProgram,
+                                       corekit::Path::Join(linkDir, Names::kHelperName),
+                                       corekit::File::IfPresent::Keep));
+    }
     return true;
 }
 
