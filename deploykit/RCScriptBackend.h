@@ -5,7 +5,8 @@
 
 namespace deploykit::ItemInstallers {
 
-/// Levels are lists of digits separated by blanks, such as "2 3 5".
+/// Levels are lists of digits separated by blanks, such as "2 3 5"; levels that are not supported are
+/// ignored. The name of a service is a word of letters, digits, "_", "." and "-"; any other is refused.
 namespace RCScriptBackend {
 
 /// Levels "0" to "6".
@@ -13,8 +14,10 @@ bool IsRunLevelSupported(const corekit::String& level);
 
 /// Creates the service script NAME from a template: %INSTDIR% and %ETCDIR% are expanded, and its LSB header
 /// (Default-Start, Default-Stop) and "# chkconfig:" line get the levels. Registers it with the first found of
-/// chkconfig, insserv and update-rc.d, by links otherwise, and on a host with systemd as a native unit too.
-/// False when the script or, with a start level, its registration could not be made.
+/// chkconfig, insserv and update-rc.d, by links where that made none, and on a host with systemd as a native
+/// unit too: then the script's "# pidfile:" line tells the unit's process, and SERVICE_SCRIPT_CALLER=systemd
+/// in its environment tells the script who calls. False when the script or, with a start level, its
+/// registration could not be made.
 bool Install(const corekit::String& name, const corekit::String& templatePath,
              const corekit::String& installDir, const corekit::String& startLevels,
              const corekit::String& stopLevels);
