@@ -1,0 +1,130 @@
+// Reading and replacing the records of older stores.
+#include <filesystem>
+#include <gtest/gtest.h>
+
+#include "agents/StoreRecords.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+using corekit::String;
+using testfiles::Exists;
+using testfiles::Read;
+using testfiles::TempDir;
+using testfiles::Write;
+using namespace Zorvane::AgentInstaller;
+
+namespace {
+
+String PathOf(const TempDir& directory, const std::string& name) {
+    return String::FromUtf8(directory / name);
+}
+
+bool ReadInfo(const std::string& content, Fields& fields) {
+    const TempDir temp;
+    Write(temp / "info", content);
+    return ReadFields(PathOf(temp, "info"), L"Info", fields);
+}
+
+}  // namespace
+
+TEST(StoreRecords, NamesFieldsInCamelCase) {
+    const std::pair<const wchar_t*, const wchar_t*> names[] = {
+        {L"pkg_total_size", L"PkgTotalSize"},
+        {L"pkg_last_download_status_err", L"PkgLastDownloadStatusErr"},
+        {L"codebases", L"Codebases"},
+        {L"PackageName", L"PackageName"},
+        {L"CleanupAfter", L"CleanupAfter"},
+        {L"job_refcount", L"JobRefcount"},
+        {L"_a__b_", L"AB"},
+        {L"a.b-c", L"A.b-c"},
+        {L"", L""},
+    };
+    for (const auto& [key, name] : names) EXPECT_EQ(FieldName(key), name);
+}
+
+TEST(StoreRecords, AddsAFieldOnceWithOneText) {
+    Fields fields;
+    EXPECT_TRUE(AddField(fields, L"A", L"1"));
+    EXPECT_TRUE(AddField(fields, L"A", L"1"));
+    EXPECT_FALSE(AddField(fields, L"A", L"2"));
+    EXPECT_EQ(fields, (Fields{{L"A", L"1"}}));
+}
+
+TEST(StoreRecords, ReadsEveryEntry) {
+    Fields fields;
+    EXPECT_TRUE(ReadInfo("# comment\n[Info]\npkg_name = a = b \nempty=\nOther_key=\xc3\xa4\n", fields));
+    EXPECT_EQ(fields, (Fields{{L"PkgName", L"a = b"}, {L"Empty", L""}, {L"OtherKey", L"\xe4"}}));
+}
+
+TEST(StoreRecords, RefusesARecordThatItCannotCarryWhole) {
+    for (const std::string content : {"", "[Info]\n", "pkg_name=a\n", "[info]\npkg_name=a\n",
+                                      "[Info]\na=1\n[Other]\nb=2\n", "[Info]\na_b=1\nAB=2\n"}) {
+        Fields fields;
+        EXPECT_FALSE(ReadInfo(content, fields)) << content;
+    }
+    const TempDir temp;
+    Fields fields;
+    EXPECT_FALSE(ReadFields(PathOf(temp, "missing"), L"Info", fields));
+    EXPECT_FALSE(ReadFields(PathOf(temp, "."), L"Info", fields));
+    EXPECT_EQ(fields, Fields());
+}
+
+TEST(StoreRecords, ReadsAnXmlRecordThatIsThereAndWellFormed) {
+    const TempDir temp;
+    String text;
+    EXPECT_TRUE(ReadXmlRecord(PathOf(temp, "missing"), text));
+    EXPECT_EQ(text, L"");
+    Write(temp / "record", "<a/>");
+    EXPECT_TRUE(ReadXmlRecord(PathOf(temp, "record"), text));
+    EXPECT_EQ(text, L"<a/>");
+    for (const std::string content : {"", "<a>", "text"}) {
+        Write(temp / "record", content);
+        EXPECT_FALSE(ReadXmlRecord(PathOf(temp, "record"), text)) << content;
+    }
+    EXPECT_FALSE(ReadXmlRecord(PathOf(temp, "."), text));
+}
+
+TEST(StoreRecords, WritesARecordAsPrivateAsTheOldOne) {
+    const TempDir temp;
+    for (const unsigned mode : {0600u, 0640u, 0644u}) {
+        Write(temp / "old", "", mode);
+        EXPECT_TRUE(WriteRecord(PathOf(temp, "new"), L"\xe4<", PathOf(temp, "old")));
+        EXPECT_EQ(Read(temp / "new"), "\xc3\xa4<");
+        EXPECT_EQ(testfiles::Mode(temp / "new"), mode);
+        std::filesystem::remove(temp / "new");
+    }
+}
+
+TEST(StoreRecords, NeverReplacesAnotherRecord) {
+    const TempDir temp;
+    Write(temp / "old", "");
+    Write(temp / "new", "other");
+    EXPECT_FALSE(WriteRecord(PathOf(temp, "new"), L"text", PathOf(temp, "old")));
+    EXPECT_EQ(Read(temp / "new"), "other");
+    EXPECT_TRUE(WriteRecord(PathOf(temp, "new"), L"other", PathOf(temp, "old")));
+    std::filesystem::create_symlink("nowhere", temp / "link");
+    EXPECT_FALSE(WriteRecord(PathOf(temp, "link"), L"text", PathOf(temp, "old")));
+    EXPECT_EQ(std::filesystem::read_symlink(temp / "link"), "nowhere");
+}
+
+TEST(StoreRecords, WritesNoEmptyRecordAndNoneWhereItCannot) {
+    const TempDir temp;
+    Write(temp / "old", "");
+    EXPECT_FALSE(WriteRecord(PathOf(temp, "new"), L"", PathOf(temp, "old")));
+    EXPECT_FALSE(Exists(temp / "new"));
+    EXPECT_FALSE(WriteRecord(PathOf(temp, "missing/new"), L"text", PathOf(temp, "old")));
+}
+
+TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
+    const TempDir temp;
+    MoveIfPresent(PathOf(temp, "missing"), PathOf(temp, "to"));
+    EXPECT_FALSE(Exists(temp / "to"));
+    Write(temp / "from", "one");
+    MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to"));
+    EXPECT_FALSE(Exists(temp / "from"));
+    EXPECT_EQ(Read(temp / "to"), "one");
+    Write(temp / "from", "two");
+    MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to"));
+    EXPECT_EQ(Read(temp / "from"), "two");
+    EXPECT_EQ(Read(temp / "to"), "one");
+}

@@ -1,0 +1,119 @@
+// What an upgrade leaves standing, and that everything else goes.
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <set>
+
+#include "agents/Survivors.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+using corekit::String;
+using corekit::File::HostDirectory;
+using testfiles::Exists;
+using testfiles::TempDir;
+using testfiles::Write;
+using Zorvane::AgentInstaller::Survivors;
+
+namespace {
+
+class SurvivorsTest : public testing::Test {
+  protected:
+    void SetUp() override {
+        for (const std::string name : {"one", "two", "tree/file", ".hidden"})
+            Write("/opt/agent/etc/" + name, "");
+    }
+    void TearDown() override { std::filesystem::remove_all("/opt/agent"); }
+
+    /// An upgrade whose new client.conf has these entries; none at all for a clean.
+    Survivors Of(const std::string& entries) const {
+        if (entries.empty()) return Survivors(String(), L"/opt/agent/");
+        Write(m_temp / "new.conf", "[Configuration]\n" + entries);
+        return Survivors(String::FromUtf8(m_temp / "new.conf"), L"/opt/agent/");
+    }
+
+    static std::set<std::string> Left() {
+        std::set<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator("/opt/agent/etc"))
+            names.insert(entry.path().filename());
+        return names;
+    }
+
+    const TempDir m_temp;
+};
+
+}  // namespace
+
+TEST_F(SurvivorsTest, AreNoneOnAClean) {
+    const Survivors none = Of("");
+    EXPECT_FALSE(none.Include(L"/opt/agent/etc/client.proto"));
+    none.RemoveOthers(L"/opt/agent/etc/t*");
+    EXPECT_EQ(Left(), (std::set<std::string>{"one", ".hidden"}));
+    none.RemoveOthersInTree(L"/opt/agent/etc");
+    EXPECT_FALSE(Exists("/opt/agent/etc"));
+}
+
+TEST_F(SurvivorsTest, AreWhatTheNewConfigurationNames) {
+    const Survivors named = Of("installdir=/opt/new\nguid_guid_file=/opt/agent/etc/tree/file\n");
+    EXPECT_TRUE(named.Include(L"/opt/agent/etc/tree/file"));
+    EXPECT_TRUE(named.Include(L"/opt/agent/etc"));
+    EXPECT_FALSE(named.Include(L"/opt/agent/etc/one"));
+    EXPECT_FALSE(named.Include(L"/opt/agent/etc/client.proto"));
+    named.RemoveOthers(L"/opt/agent/etc/t*");
+    EXPECT_EQ(Left(), (std::set<std::string>{"one", "tree", ".hidden"}));
+    named.RemoveOthersInTree(L"/opt/agent/etc");
+    EXPECT_EQ(Left(), (std::set<std::string>{"tree"}));
+    named.RemoveOthers(L"/opt/agent/etc/tree");
+    EXPECT_EQ(Left(), (std::set<std::string>{"tree"}));
+}
+
+TEST_F(SurvivorsTest, AreInPlaceWhatThePackageAndThisRunLaidDown) {
+    const Survivors inPlace = Of("installdir=/opt/agent\n");
+    for (const String path :
+         {L"/opt/agent/bin/a.bin", L"/opt/agent/etc", L"/opt/agent/etc/client.proto",
+          L"/opt/agent/etc/rcscript.proto.unix", L"/opt/agent/etc/config.xml", L"/opt/agent/etc/client.conf",
+          L"/opt/agent/etc/client.conf.old", L"/opt/agent/lib", L"/opt/agent/lib/deep/any"})
+        EXPECT_TRUE(inPlace.Include(path)) << path.Utf8();
+    for (const String path :
+         {L"/opt/agent/bin/a", L"/opt/agent/bin/sub/a.bin", L"/opt/agent/etc/client.proto.x",
+          L"/opt/agent/etc/rcscript", L"/opt/agent/etc/client.conf.123456", L"/opt/agent/libexec",
+          L"/opt/other/etc/client.proto", L"/etc/client.proto"})
+        EXPECT_FALSE(inPlace.Include(path)) << path.Utf8();
+}
+
+TEST_F(SurvivorsTest, AreNotTakenForInPlaceWithoutAnInstallDirectory) {
+    EXPECT_FALSE(Of("installdir=\n").Include(L"/opt/agent/etc/client.proto"));
+    Write(m_temp / "new.conf", "[Configuration]\ninstalldir=\n");
+    const Survivors none(String::FromUtf8(m_temp / "new.conf"), String());
+    EXPECT_FALSE(none.Include(L"etc/client.proto"));
+}
+
+TEST_F(SurvivorsTest, RemovesHiddenFilesWithTheTreeOnly) {
+    const Survivors inPlace = Of("installdir=/opt/agent\n");
+    inPlace.RemoveOthers(L"/opt/agent/etc/*");
+    EXPECT_EQ(Left(), (std::set<std::string>{".hidden"}));
+    inPlace.RemoveOthersInTree(L"/opt/agent/etc");
+    EXPECT_EQ(Left(), (std::set<std::string>{}));
+}
+
+TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
+    std::filesystem::create_directory_symlink("/usr/bin", "/opt/agent/bin");
+    for (const std::string entries : {"", "installdir=/opt/agent\n"}) {
+        Write("/usr/bin/qdn-a", "");
+        Write("/usr/bin/qdn-b", "");
+        const Survivors survivors = Of(entries);
+        survivors.RemoveOthers(L"/usr/bin/qdn-*");
+        survivors.RemoveOthers(L"/opt/agent/bin/qdn-*");
+        EXPECT_TRUE(Exists("/usr/bin/qdn-a"));
+        survivors.RemoveOthers(L"/usr/bin/qdn-b");
+        EXPECT_FALSE(Exists("/usr/bin/qdn-b"));
+        survivors.RemoveOthers(L"/usr/bin/qdn-*", HostDirectory::Meant);
+        EXPECT_FALSE(Exists("/usr/bin/qdn-a"));
+    }
+}
+
+TEST_F(SurvivorsTest, EmptiesNoHostDirectoryBehindALink) {
+    std::filesystem::remove_all("/opt/agent/etc");
+    std::filesystem::create_directory_symlink("/etc", "/opt/agent/etc");
+    Of("installdir=/opt/agent\n").RemoveOthersInTree(L"/opt/agent/etc");
+    EXPECT_TRUE(Exists("/etc/passwd"));
+}
