@@ -14,6 +14,7 @@
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/ReinstallMarker.h"
 #include "settings/EnvironmentOverrides.h"
 #include "settings/Questionnaire.h"
 #include "settings/XmlConfig.h"

@@ -11,7 +11,6 @@
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
-#include "run/TrustedFile.h"
 #include "settings/Migration.h"
 
 namespace Zorvane::AgentInstaller {
@@ -19,11 +18,6 @@ namespace Zorvane::AgentInstaller {
 using corekit::Forgive;
 using corekit::String;
 namespace File = corekit::File;
-
-bool IsReinstallPending() {
-    return File::Exists(Names::kReinstallClientConf) &&
-           IsTrusted(Names::kReinstallClientConf, ChosenBy::Program);
-}
 
 void MergeInstalledSettings(ConfigureRun& run) {
     const auto old = run.installed->LoadSettings();

@@ -5,9 +5,6 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Does a package script's marker say that the agent is installed anew?
-bool IsReinstallPending();
-
 /// Merges what the installed agent's configuration provides into the settings. The server and identifier of
 /// an XML file win over the installed agent's; a server that changes is marked, and then an identifier of the
 /// old one is dropped.
