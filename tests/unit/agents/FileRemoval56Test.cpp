@@ -237,17 +237,24 @@ TEST_F(FileRemoval56, RemovesNothingBelowAnInstallDirectoryThatIsNone) {
     std::filesystem::remove("/etc/filescan.a");
 }
 
-TEST_F(FileRemoval56, RemovesNoTreesAndWildcardsOfAHostDirectory) {
-    const std::vector<std::string> stay = {
-        "/usr/local/etc/a", "/usr/local/backups/a", "/usr/local/lib/libssl.so",   "/usr/local/bin/qdn-a",
-        "/var/a.xml",       "/var/Pkg_a",           "/etc/qdn-invsoln/master.cfg"};
+TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {
+    const std::vector<std::string> stay = {"/opt/etc/a", "/opt/backups/a", "/opt/lib/a"};
     WriteAll(stay);
-    Write("/usr/local/bin/rcscript", "");
+    Write("/opt/bin/rcscript", "");
+    Remove("installdir=/opt\nlibdir=/opt/lib\n");
+    ExpectAll(stay, true);
+    EXPECT_FALSE(Exists("/opt/bin/rcscript"));
+    for (const std::string name : {"bin", "etc", "backups", "lib"})
+        std::filesystem::remove_all("/opt/" + name);
+}
+
+TEST_F(FileRemoval56, ExpandsNoWildcardInAHostDirectory) {
+    const std::vector<std::string> stay = {"/usr/local/lib/libssl.so", "/usr/local/bin/qdn-a", "/var/a.xml",
+                                           "/var/Pkg_a", "/etc/qdn-invsoln/master.cfg"};
+    WriteAll(stay);
     Remove("installdir=/usr/local\nlibdir=/usr/local/lib\nvar=/var\ntask_storage_path=/var\ntmpdir=/etc\n");
     ExpectAll(stay, true);
-    EXPECT_FALSE(Exists("/usr/local/bin/rcscript"));
     for (const std::string& file : stay) std::filesystem::remove(file);
-    std::filesystem::remove("/usr/local/backups");
 }
 
 TEST_F(FileRemoval56, RemovesItsFilesFromTheHostsTemporaryDirectories) {
