@@ -6,10 +6,12 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <string>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
+#include "corekit/DirChunk.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
 #include "corekit/SystemCall.h"
@@ -19,18 +21,10 @@ namespace corekit {
 
 namespace {
 
-struct Closed {
-    void operator()(DIR* stream) const { closedir(stream); }
-};
-
-bool IsDirectory(int directory, const dirent& entry) {
-    if (entry.d_type != DT_UNKNOWN) return entry.d_type == DT_DIR;
+bool IsDirectory(int directory, const DirEntry& entry) {
+    if (entry.type != DT_UNKNOWN) return entry.type == DT_DIR;
     struct stat info {};
-    return fstatat(directory, entry.d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
-}
-
-bool IsSelfOrParent(std::string_view name) {
-    return name == "." || name == "..";
+    return fstatat(directory, entry.name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
 }
 
 Result Create(const String& path) {
@@ -42,9 +36,20 @@ Result Create(const String& path) {
 }  // namespace
 
 struct Dir::Stream {
-    std::unique_ptr<DIR, Closed> entries;
+    Descriptor directory;
     String path;
     std::string pattern;
+    DirChunk chunk;
+    std::vector<DirEntry>::const_iterator next;
+
+    /// Null at the end, and where the rest cannot be read.
+    const DirEntry* Next() {
+        while (next == chunk.end() && !chunk.IsEnd()) {
+            Forgive(chunk.Read(directory.Get()));
+            next = chunk.begin();
+        }
+        return next == chunk.end() ? nullptr : &*next++;
+    }
 };
 
 Dir::Dir() = default;
@@ -53,24 +58,22 @@ Dir::~Dir() = default;
 Result Dir::Open(const String& path, const String& pattern) {
     Descriptor directory = OpenDirectory(NativePath(path));
     if (!directory) return Result::FromErrno();
-    std::unique_ptr<DIR, Closed> entries(fdopendir(directory.Get()));
-    if (!entries) return Result::FromErrno();
-    directory.Release();  // the stream owns it
-    m_stream = std::make_unique<Stream>(Stream{std::move(entries), path, NativePath(pattern)});
+    m_stream = std::make_unique<Stream>();
+    m_stream->directory = std::move(directory);
+    m_stream->path = path;
+    m_stream->pattern = pattern.Utf8();
+    m_stream->next = m_stream->chunk.end();
     return Result();
 }
 
 bool Dir::Read(FileInfo& entry) {
-    if (!m_stream) return false;
-    DIR* const stream = m_stream->entries.get();
-    while (const dirent* next = readdir(stream)) {
-        if (IsSelfOrParent(next->d_name) || !MatchesWildcard(m_stream->pattern, next->d_name)) continue;
-        entry.name = String::FromUtf8(next->d_name);
-        entry.path = Path::Join(m_stream->path, entry.name);
-        entry.isDirectory = IsDirectory(dirfd(stream), *next);
-        return true;
-    }
-    return false;
+    const DirEntry* next = m_stream ? m_stream->Next() : nullptr;
+    while (next != nullptr && !MatchesWildcard(m_stream->pattern, next->name)) next = m_stream->Next();
+    if (next == nullptr) return false;
+    entry.name = String::FromUtf8(next->name);
+    entry.path = Path::Join(m_stream->path, entry.name);
+    entry.isDirectory = IsDirectory(m_stream->directory.Get(), *next);
+    return true;
 }
 
 Result Dir::Scan(const String& path, const String& pattern,

@@ -36,14 +36,18 @@ class Dir {
     /// Creates a directory (mode 0755) with all missing parents; one that exists already is success.
     static Result CreateR(const String& path);
 
-    /// Removes a directory with everything in it, never following a link out of it. An empty path does
-    /// nothing; "/" and the host's own directories are refused (EPERM), however they are spelled or reached.
-    /// Memory does not grow with the number of entries.
+    /// Removes a directory with everything in it, never following a link out of it; of a path that is a link
+    /// itself the link only. What cannot be removed, and what is mounted in the tree, is left: the first
+    /// failure is the result. An empty path does nothing; "/" and the host's own directories are refused
+    /// (EPERM), however they are spelled or reached, and files (ENOTDIR). Memory does not grow with the
+    /// number of entries.
     static Result Remove(const String& path);
 
-    /// Moves the entries of `from` into `to` (made when missing), across file systems too. What stands in
-    /// `to` already stays, and what would replace it stays in `from`: then the result is EEXIST. `from` is
-    /// removed when it is empty.
+    /// Moves the entries of `from` into `to` (made when missing, with the owner and the mode of `from`),
+    /// across file systems too. What stands in `to` already stays, and what would replace it stays in `from`:
+    /// then the result is EEXIST. So does what cannot be moved, whole; the rest is moved all the same. `from`
+    /// is removed when it is empty. Refused out of one of the host's own directories (EPERM) and into `from`
+    /// itself or below it (EINVAL).
     static Result Move(const String& from, const String& to);
 
     static Result GetCurrent(String& path);

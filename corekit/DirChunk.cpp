@@ -2,6 +2,7 @@
 #include "corekit/DirChunk.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <dirent.h>
 #include <string_view>
 #include <unistd.h>
@@ -40,7 +41,7 @@ Result DirChunk::Read(int directory, std::size_t size) {
     m_entries.clear();
     const ssize_t length = getdents64(directory, m_buffer.get(), std::clamp(size, kSmallest, kLargest));
     m_isEnd = length <= 0;
-    if (length < 0) return Result::FromErrno();
+    if (length < 0) return errno == ENOENT ? Result() : Result::FromErrno();
     for (ssize_t at = 0; at < length;) {
         const auto* entry = reinterpret_cast<const dirent64*>(m_buffer.get() + at);
         if (!IsSelfOrParent(entry->d_name)) m_entries.push_back({entry->d_ino, entry->d_type, entry->d_name});

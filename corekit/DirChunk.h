@@ -27,7 +27,8 @@ class DirChunk {
 
     DirChunk();
 
-    /// Reads on in a directory, with a buffer of so many bytes. `IsEnd` tells that there was nothing more.
+    /// Reads on in a directory, with a buffer of so many bytes. `IsEnd` tells that there was nothing more;
+    /// one that has been removed meanwhile is at its end.
     Result Read(int directory, std::size_t size = kLargest);
     bool IsEnd() const { return m_isEnd; }
 

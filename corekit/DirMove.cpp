@@ -1,9 +1,12 @@
 // Moves what a directory holds into another.
 #include <cerrno>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "corekit/Dir.h"
 #include "corekit/DirChunk.h"
+#include "corekit/File.h"
+#include "corekit/FileMode.h"
 #include "corekit/HostDirectories.h"
 #include "corekit/Path.h"
 #include "corekit/Relocation.h"
@@ -25,16 +28,25 @@ Result MoveEntries(int from, int to) {
     return failure ? result : failure;
 }
 
+/// A directory that is made takes over owner and mode of the old one: what was private stays private.
+Result OpenOrMake(const String& path, int model, Descriptor& directory) {
+    const bool isNew = !File::Exists(path);
+    if (const Result result = Dir::CreateR(path); !result) return result;
+    directory = OpenDirectory(NativePath(path));
+    struct stat info {};
+    if (!directory || fstat(model, &info) != 0) return Result::FromErrno();
+    return isNew ? TakeOwnerAndMode(directory.Get(), info, IfRefused::GoOn) : Result();
+}
+
 }  // namespace
 
 Result Dir::Move(const String& from, const String& to) {
-    if (IsHostDirectory(from)) return Result(EPERM);
     if (Path::IsWithin(to, from)) return Result(EINVAL);
     const Descriptor source = OpenDirectory(NativePath(from));
     if (!source) return Result::FromErrno();
-    if (const Result result = CreateR(to); !result) return result;
-    const Descriptor target = OpenDirectory(NativePath(to));
-    if (!target) return Result::FromErrno();
+    if (IsHostDirectory(source)) return Result(EPERM);
+    Descriptor target;
+    if (const Result result = OpenOrMake(to, source.Get(), target); !result) return result;
     const Result result = MoveEntries(source.Get(), target.Get());
     const Result flushed = Flush(target.Get());
     Forgive(Outcome(rmdir(NativePath(from).c_str())));

@@ -17,14 +17,15 @@ bool IsReadable(const String& path);
 /// By the effective user, on a file system that takes writes.
 bool IsWritable(const String& path);
 
-/// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL).
+/// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL),
+/// and what is over 256 MiB (EFBIG).
 Result Read(const String& path, String& text, const Encoding& encoding = Utf8Encoding());
 Result ReadBytes(const String& path, std::string& bytes);
 
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
 /// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A
-/// link in its place is replaced, never followed. On failure the old file stands whole and nothing else is
-/// left.
+/// link in its place is replaced, never followed. On failure the old file stands whole (the new one
+/// when nothing but the last flush failed) and nothing else is left.
 Result Write(const String& path, const String& text, const Encoding& encoding = Utf8Encoding());
 Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);
 
@@ -34,7 +35,7 @@ Result Remove(const String& path);
 /// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
 /// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
 /// the pattern has it. Wildcards in one of the host's own directories are not expanded unless `hostDirectory`
-/// says that it is meant.
+/// says that it is meant. An empty pattern names nothing; the result is the first failure.
 enum class HostDirectory { Refused, Meant };
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
 

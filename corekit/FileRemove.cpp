@@ -7,7 +7,6 @@
 #include "corekit/DirChunk.h"
 #include "corekit/File.h"
 #include "corekit/HostDirectories.h"
-#include "corekit/Path.h"
 #include "corekit/Place.h"
 #include "corekit/SystemCall.h"
 #include "corekit/TreeRemoval.h"
@@ -49,10 +48,8 @@ Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     Place place;
     if (const Result result = Place::Of(pattern, place); !result) return result;
     if (!HasWildcard(place.name)) return RemoveMatch(place.At());
-    const String directory = Path::GetDirectory(pattern);
-    const bool isRefused = hostDirectory == HostDirectory::Refused &&
-                           IsHostDirectory(directory.IsEmpty() ? String(L".") : directory);
-    return isRefused ? Result(EPERM) : RemoveMatches(place);
+    if (hostDirectory == HostDirectory::Refused && IsHostDirectory(place.directory)) return Result(EPERM);
+    return RemoveMatches(place);
 }
 
 }  // namespace corekit::File

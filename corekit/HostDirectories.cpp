@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <fcntl.h>
 #include <span>
 #include <string>
 #include <sys/stat.h>
@@ -71,11 +72,15 @@ bool AnyLeads(const HostEntries& entries, const struct stat& directory) {
 
 bool IsHostDirectory(const String& path) {
     if (IsListed(Path::Resolve(path))) return true;
+    const Descriptor directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
+    return directory && IsHostDirectory(directory);
+}
+
+bool IsHostDirectory(const Descriptor& directory) {
     struct stat info {};
-    if (stat(NativePath(path).c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) return false;
-    return Leads(L"/", info) || std::ranges::any_of(kHostEntries, [&](const HostEntries& entries) {
-               return AnyLeads(entries, info);
-           });
+    if (fstat(directory.Get(), &info) != 0) return false;
+    const auto anyLeads = [&](const HostEntries& entries) { return AnyLeads(entries, info); };
+    return Leads(L"/", info) || std::ranges::any_of(kHostEntries, anyLeads);
 }
 
 bool IsHostName(const Entry& entry) {

@@ -10,6 +10,9 @@ namespace corekit {
 /// spelled or whichever links and mounts lead there?
 bool IsHostDirectory(const String& path);
 
+/// The same for a directory that is open, and that nobody can change for another one meanwhile.
+bool IsHostDirectory(const Descriptor& directory);
+
 /// Is this one of their names, whatever stands there (on many hosts /lib is a link)?
 bool IsHostName(const Entry& entry);
 

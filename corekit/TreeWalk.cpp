@@ -2,6 +2,7 @@
 #include "corekit/TreeWalk.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -49,7 +50,7 @@ void TreeWalk::ReadOn() {
 void TreeWalk::GoIn(unsigned reading) {
     const std::string name = NextPending();
     if (const Result result = m_way->Enter(name); !result) {
-        Fail(result);
+        if (result.Code() != ENOENT) Fail(result);  // gone meanwhile
         DropPending();
         return;
     }

@@ -10,6 +10,7 @@ bool HasWildcard(const std::string& pattern) {
 }
 
 bool MatchesWildcard(const std::string& pattern, const char* name) {
+    if (pattern.find('\0') != std::string::npos) return false;
     return pattern.empty() || fnmatch(pattern.c_str(), name, FNM_PERIOD | FNM_NOESCAPE) == 0;
 }
 

@@ -8,7 +8,8 @@ namespace corekit {
 /// Has the pattern any of "*", "?" and "["?
 bool HasWildcard(const std::string& pattern);
 
-/// Does the name match? "*" takes no leading dot; "\" stands for itself; an empty pattern matches every name.
+/// Does the name match? "*" takes no leading dot; "\" stands for itself; an empty pattern matches every name,
+/// one with a NUL none.
 bool MatchesWildcard(const std::string& pattern, const char* name);
 
 }  // namespace corekit
