@@ -24,13 +24,18 @@ constexpr const wchar_t* kUnreadableUpgrade = L"Missing or unreadable file in in
 
 constexpr const wchar_t* kUnableToWrite = L"Unable to write to file: ";
 
+/// A value on one line: it brings no lines of its own into the file.
+String OneLine(String value) {
+    return value.Replace(L"\n", L" ").Replace(L"\r", L" ");
+}
+
 /// The package's template with its macros filled in. False with the error text set.
 bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& text) {
     const String installDir = settings.Get(L"InstallDir");
     const String path = installDir + Names::kClientProto;
     if (!File::Exists(path)) return Error::Fail(L"Missing file in install. File:", path);
     if (!File::Read(path, text) || text.IsEmpty()) return Error::Fail(unreadable, path);
-    text = ExpandPathMacros(text.Replace(L"%KSNAME%", settings.Get(L"KSName")), installDir);
+    text = ExpandPathMacros(text.Replace(L"%KSNAME%", OneLine(settings.Get(L"KSName"))), installDir);
     return true;
 }
 

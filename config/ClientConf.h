@@ -24,8 +24,8 @@ bool WriteClientConf(const corekit::String& outputPath, Settings& settings,
 /// The same without an installed agent.
 bool CreateClientConfFromTemplate(const corekit::String& outputPath, Settings& settings);
 
-/// Sets the keys that settings feed, the keys of fixed rules and the extra settings, and writes or removes
-/// the GUID file.
+/// Sets the keys that settings feed, the keys of fixed rules and the extra settings, and writes the GUID file
+/// when there is a GUID (an old file is removed later, see SettleGuidFile). Always true.
 bool ApplySettingsToClientConf(corekit::IniFile& ini, Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -15,8 +15,12 @@ using corekit::String;
 
 namespace {
 
-String AbsolutePath(const String& path, const Settings& settings) {
-    return MakeAbsolutePath(ExpandPathMacros(path, settings.Get(L"InstallDir")));
+String Expanded(const String& path, const Settings& settings) {
+    return ExpandPathMacros(path, settings.Get(L"InstallDir"));
+}
+
+String OptionalPath(const String& path) {
+    return path.IsEmpty() ? path : MakeAbsolutePath(path);
 }
 
 /// Free text, where "null" and "none" stand for nothing.
@@ -35,9 +39,9 @@ String Written(const String& value, ValueKind kind, const Settings& settings) {
         case ValueKind::FreeText:
             return FreeText(value);
         case ValueKind::OptionalPath:
-            return value.IsEmpty() ? value : AbsolutePath(value, settings);
+            return OptionalPath(Expanded(value, settings));
         case ValueKind::Path:
-            return AbsolutePath(value, settings);
+            return MakeAbsolutePath(Expanded(value, settings));
         case ValueKind::None:
             break;
     }
@@ -58,8 +62,7 @@ String NicError(const Settings& settings) {
 }
 
 String ConfiguredFile(const Settings& settings, const wchar_t* directory, const wchar_t* name) {
-    return FileBelow(ExpandPathMacros(settings.Get(directory), settings.Get(L"InstallDir")),
-                     settings.Get(name));
+    return FileBelow(Expanded(settings.Get(directory), settings), settings.Get(name));
 }
 String GuidFile(const Settings& settings) {
     return ConfiguredFile(settings, L"GuidDir", L"GuidFile");

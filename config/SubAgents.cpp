@@ -34,6 +34,7 @@ void CarryClassServers(const IniFile& oldIni, IniFile& newIni) {
     for (const auto& [key, section] : EntriesOf(oldIni, kClassServers)) {
         if (IsOwnTracker(key) || present.contains(key)) continue;
         newIni.SetValue(kClassServers, key, section);
+        if (section.IsEmpty()) continue;
         for (const auto& [name, value] : EntriesOf(oldIni, section)) newIni.SetValue(section, name, value);
     }
 }

@@ -24,7 +24,7 @@ namespace {
 
 bool PrepareDirectories(SetupContext& context) {
     const bool prepared = PrepareConfiguredDirectories(context.confPath);
-    WriteMissingGuidFile(context.confPath, *context.settings);
+    SettleGuidFile(context.confPath, *context.settings);
     return prepared;
 }
 
