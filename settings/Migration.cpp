@@ -7,7 +7,7 @@ namespace Zorvane::AgentInstaller {
 
 bool MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed, Settings& settings) {
     if (!handOver.Create()) return false;
-    const bool carry = installed != nullptr && settings.Value(L"Upgrade") != L"no";
+    const bool carry = installed != nullptr && settings.Get(L"Upgrade") != L"no";
     if (carry) {
         Messages::Say(L"Migrating Agent " + Messages::Shown(installed->versionLabel) + L" settings...\n");
     }

@@ -13,8 +13,4 @@ bool RunQuestionnaire(Settings& settings);
 /// Asks until the answer is valid; an empty one is `shownDefault`. False when standard input fails or ends.
 bool AskQuestion(const Question& question, const corekit::String& shownDefault, corekit::String& answer);
 
-/// Checks an answer, says on standard output what is wrong with it, and may rewrite it into the form that is
-/// stored.
-bool ValidateAnswer(const Question& question, corekit::String& answer);
-
 }  // namespace Zorvane::AgentInstaller

@@ -2,6 +2,7 @@
 #include "settings/Questions.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace Zorvane::AgentInstaller {
 
@@ -10,8 +11,7 @@ namespace {
 constexpr Question kQuestions[] = {
     {L"KSName",
      L"Name or IP of Kell Server? If your server uses HTTPS or a non-default port, it is necessary to "
-     L"specify the full "
-     L"URL.\nExample:  https://kellserver.example.com:8083",
+     L"specify the full URL.\nExample:  https://kellserver.example.com:8083",
      L"", AnswerKind::Text, L""},
     {L"InstallDir", L"The directory the Agent package has been installed to?", L"/opt/zorvane/kell/ksagent",
      AnswerKind::Directory, L""},
@@ -41,6 +41,7 @@ constexpr Question kQuestions[] = {
      L""},
     {L"Start", L"Do you want the Agent started after configuration?", L"yes", AnswerKind::YesNo, L""},
 };
+static_assert(std::size(kQuestions) == 15);
 
 }  // namespace
 

@@ -1,0 +1,139 @@
+// What counts as an answer to a question, kind by kind.
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+#include "settings/AnswerValidation.h"
+#include "tests/support/Captured.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+using testsupport::Captured;
+
+constexpr const char* kInvalid = "  Invalid value entered. Please re-enter or Ctrl-C to cancel.\n";
+constexpr const char* kNoDirectory = "  Directory does not exist.\n";
+
+const Question& QuestionFor(const wchar_t* key) {
+    for (const Question& question : Questions()) {
+        if (String(question.key) == key) return question;
+    }
+    throw std::out_of_range("no such question");
+}
+
+struct Answer {
+    const wchar_t* key;
+    const wchar_t* typed;
+    const wchar_t* stored;  // null: refused
+};
+constexpr Answer kAnswers[] = {
+    {L"KSName", L"", nullptr},
+    {L"KSName", L"two words", nullptr},
+    {L"KSName", L"srv:port", nullptr},
+    {L"KSName", L"http://", nullptr},
+    {L"KSName", L"gopher://srv", L"gopher://srv"},
+    {L"KSName", L"SRV", L"SRV"},
+    {L"Upgrade", L"Yep", L"yes"},
+    {L"Upgrade", L"y", L"yes"},
+    {L"Upgrade", L"YES", L"yes"},
+    {L"Upgrade", L"nope", L"no"},
+    {L"Upgrade", L"N", L"no"},
+    {L"Upgrade", L"", nullptr},
+    {L"Upgrade", L"true", nullptr},
+    {L"Upgrade", L"1", nullptr},
+    {L"Upgrade", L"\u00ffes", nullptr},
+    {L"RunLevel", L"", nullptr},
+    {L"RunLevel", L"whatever", L"whatever"},
+    {L"LogDir", L"", nullptr},
+    {L"LogDir", L"no such directory", L"no such directory"},
+    {L"LogFile", L"", nullptr},
+    {L"LogFile", L"a:b", L"a:b"},
+    {L"LogSize", L"", nullptr},
+    {L"LogSize", L"0", L"0"},
+    {L"LogSize", L"007", L"007"},
+    {L"LogSize", L"12k", nullptr},
+    {L"LogSize", L"-1", nullptr},
+    {L"LogSize", L"1 2", nullptr},
+    {L"LogSize", L"\u0662", nullptr},
+    {L"LogLevel", L"", nullptr},
+    {L"LogLevel", L"ERROR", L"ERROR"},
+    {L"LogLevel", L"devnote", L"devnote"},
+    {L"LogLevel", L"debug", L"debug"},
+    {L"LogLevel", L"dbgverbose", L"dbgverbose"},
+    {L"LogLevel", L"info", L"info"},
+    {L"LogLevel", L"Warning", L"Warning"},
+    {L"LogLevel", L"none", nullptr},
+    {L"LogLevel", L"err", nullptr},
+    {L"LogLevel", L":", nullptr},
+    {L"LogLevel", L"info:error", nullptr},
+    {L"LogLevel", L"debug:dbgverbose", L"debug:dbgverbose"},  // as the list of words has it
+    {L"SysLogLevel", L"NONE", L"NONE"},
+    {L"SysLogLevel", L"warning", L"warning"},
+    {L"SysLogLevel", L"debug", nullptr},
+};
+
+TEST(ValidateAnswer, AcceptsAndRewritesByTheKindOfTheQuestion) {
+    for (const Answer& row : kAnswers) {
+        String answer = row.typed;
+        bool ok = false;
+        const auto output = Captured([&] { ok = ValidateAnswer(QuestionFor(row.key), answer); });
+        const std::string what = String(row.key).Utf8() + " " + String(row.typed).Utf8();
+        EXPECT_EQ(ok, row.stored != nullptr) << what;
+        EXPECT_EQ(output.out, row.stored ? "" : kInvalid) << what;
+        EXPECT_TRUE(!row.stored || answer == row.stored) << what << " became " << answer.Utf8();
+    }
+}
+
+TEST(ValidateAnswer, RefusesAKindThatItDoesNotKnow) {
+    const Question question = {L"X", L"?", L"", AnswerKind(9), L""};
+    String answer = L"x";
+    EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(question, answer)); }).out, kInvalid);
+}
+
+class ValidateDirectory : public testing::Test {
+  protected:
+    ValidateDirectory() {
+        std::filesystem::create_directories(m_directory / "agent");
+        std::filesystem::create_directory_symlink(m_directory / "agent", m_directory / "link");
+        testfiles::Write(m_directory / "file", "");
+        std::filesystem::current_path(m_directory.Path());
+    }
+    ~ValidateDirectory() override { std::filesystem::current_path("/"); }
+
+    /// What is written about the answer; "" when it is accepted.
+    std::string Refusal(const String& typed) {
+        m_answer = typed;
+        bool ok = false;
+        const auto output = Captured([&] { ok = ValidateAnswer(QuestionFor(L"InstallDir"), m_answer); });
+        EXPECT_EQ(ok, output.out.empty());
+        return output.out;
+    }
+    String Below(const std::string& name) { return String::FromUtf8(m_directory / name); }
+
+    testfiles::TempDir m_directory;
+    String m_answer;
+};
+
+TEST_F(ValidateDirectory, TakesADirectoryInItsAbsoluteForm) {
+    EXPECT_EQ(Refusal(Below("agent")), "");
+    EXPECT_EQ(m_answer, Below("agent"));
+    EXPECT_EQ(Refusal(L"agent"), "");
+    EXPECT_EQ(m_answer, Below("agent"));
+    EXPECT_EQ(Refusal(Below("link")), "");
+    EXPECT_EQ(m_answer, Below("link"));
+}
+
+TEST_F(ValidateDirectory, RefusesWhatIsNoDirectoryInTwoLines) {
+    EXPECT_EQ(Refusal(L"missing"), std::string(kNoDirectory) + kInvalid);
+    EXPECT_EQ(Refusal(Below("file")), std::string(kNoDirectory) + kInvalid);
+}
+
+TEST_F(ValidateDirectory, RefusesAnEmptyAnswerInOneLine) {
+    EXPECT_EQ(Refusal(L""), kInvalid);
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,63 @@
+// What the tests of the questionnaire share: the texts of the dialogue, and runs on typed input.
+#pragma once
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+
+#include "run/Error.h"
+#include "settings/Questionnaire.h"
+#include "settings/XmlConfig.h"
+#include "tests/support/Captured.h"
+#include "tests/support/EnvironmentVariable.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/StandardInput.h"
+
+namespace Zorvane::AgentInstaller {
+
+inline constexpr const char* kIntroduction =
+    "Using interactive configuration, cancel with Ctrl-C.\n  Please answer the following questions.\n"
+    "  Defaults are in brackets. To accept a default just press enter.\n\n";
+inline constexpr const char* kInvalid = "  Invalid value entered. Please re-enter or Ctrl-C to cancel.\n";
+
+inline const Question& QuestionFor(const wchar_t* key) {
+    for (const Question& question : Questions()) {
+        if (corekit::String(question.key) == key) return question;
+    }
+    throw std::out_of_range("no such question");
+}
+
+/// The question as it is asked with this proposal.
+inline std::string Asked(const wchar_t* key, const std::string& shownDefault) {
+    return corekit::String(QuestionFor(key).prompt).Utf8() + " (" + shownDefault + "): ";
+}
+
+class Questionnaire : public testing::Test {
+  protected:
+    Questionnaire() {
+        std::filesystem::create_directories("/opt/zorvane/kell/ksagent");
+        m_settings = DefaultSettings();
+        Error::m_sErrorText = corekit::String();
+    }
+    ~Questionnaire() override { std::filesystem::remove_all("/opt/zorvane"); }
+
+    /// Runs the questionnaire on what is typed; "" for each line that is only Enter.
+    bool Run(const std::string& typed) {
+        const testsupport::StandardInput input(typed);
+        bool ok = false;
+        m_output = testsupport::Captured([&] { ok = RunQuestionnaire(*m_settings); });
+        EXPECT_EQ(m_output.err, "");
+        return ok;
+    }
+    corekit::String& Setting(const wchar_t* name) { return m_settings->Value(name); }
+
+    const testsupport::EnvironmentVariable m_charset{"LC_ALL", "C.UTF-8"};
+    std::unique_ptr<Settings> m_settings;
+    testsupport::Output m_output;
+};
+
+/// Enter fourteen times: accepts what is proposed from the second question on.
+inline const std::string kRestByDefault(14, '\n');
+
+}  // namespace Zorvane::AgentInstaller
