@@ -64,7 +64,7 @@ class PrivateDirectory {
 
 /// The file under a second name. A link needs no space, so that a full disk cannot prevent putting it back.
 bool Keep(const String& path, const String& kept) {
-    return link(path.Utf8().c_str(), kept.Utf8().c_str()) == 0 || File::Copy(path, kept);
+    return link(path.Utf8().c_str(), kept.Utf8().c_str()) == 0;
 }
 
 /// An empty file with the other's mode and owner, which the shell's redirection leaves as they are.

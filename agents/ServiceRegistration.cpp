@@ -59,7 +59,6 @@ void CallTools(std::span<const ToolCall> calls, const String& platform) {
 void RemoveLevelLinks() {
     for (int level = 0; level <= kHighestLevel; ++level) {
         const String directory = L"etc/rc" + String::FromInt(level) + L".d";
-        if (!corekit::File::Exists(directory)) continue;
         Forgive(corekit::File::Remove(directory + L"/S99zorvane"));
         Forgive(corekit::File::Remove(directory + L"/K99zorvane"));
     }

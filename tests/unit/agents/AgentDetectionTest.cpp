@@ -1,6 +1,8 @@
 #include <climits>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <typeinfo>
+#include <unistd.h>
 
 #include "agents/Agent56.h"
 #include "agents/Agent60SP2.h"
@@ -9,6 +11,7 @@
 #include "agents/CurrentAgent.h"
 #include "agents/UnsupportedAgent.h"
 #include "run/Args.h"
+#include "run/TrustedFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/PrintString.h"
@@ -275,12 +278,21 @@ TEST_F(InstalledAgent, IsNotTakenFromALinkThatOthersCouldHaveMade) {
               "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: it is not a regular file.\n");
 }
 
-TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnyDirectoryOfTheirs) {
+TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnothersDirectory) {
     const TempDir dir;
-    Lay(dir / "client.conf", 7);
-    std::filesystem::permissions(dir / "client.conf", std::filesystem::perms(0666));
-    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", dir / "client.conf");
-    const auto output = Captured([] { EXPECT_EQ(Found(), "/opt/607"); });
+    std::string conf = dir / "client.conf";
+    Lay(conf, 7);
+    // In a machine that has no other users, a file of the kernel's looks like another's.
+    if (chown(dir.Path().c_str(), 12345, 12345) != 0 || chown(conf.c_str(), 12345, 12345) != 0)
+        conf = "/proc/sys/kernel/hostname";
+    ASSERT_NE(WhyNotTrusted(String::FromUtf8(conf), ChosenBy::Program), L"");
+
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", conf);
+    const auto output = Captured([&] {
+        const auto agent = FindInstalledAgent();
+        ASSERT_NE(agent, nullptr);
+        EXPECT_EQ(agent->ConfPath().Utf8(), conf);
+    });
     EXPECT_EQ(output.err, "");
 }
 

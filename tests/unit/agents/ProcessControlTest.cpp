@@ -99,6 +99,12 @@ TEST(SignalProcesses, ReachesEachProcess) {
     EXPECT_EQ(second.EndedBy(), SIGUSR2);
 }
 
+TEST(SignalProcesses, NeverReadsAnIdAsShellCommands) {
+    const TempDir dir;
+    Captured([&] { SignalProcesses(L"HUP", String::FromUtf8("0x;touch$IFS" + dir / "planted")); });
+    EXPECT_FALSE(testfiles::Exists(dir / "planted"));
+}
+
 TEST(SignalProcesses, SendsTheSignalThatIsNamed) {
     ChildProcess process;
     SignalProcesses(L"HUP", String::FromUtf8(process.Id()));
