@@ -1,6 +1,7 @@
 // Probes and reads files, and sets their mode and owner.
 #include "corekit/File.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -57,6 +58,7 @@ Result ReadBytes(const String& path, std::string& bytes) {
     if (const Result result = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed, file, info); !result)
         return result;
     std::string read;
+    read.reserve(std::min(static_cast<std::size_t>(info.st_size), kLargestRead));
     const Result result = ReadAll(file.Get(), read, kLargestRead);
     if (result) bytes = std::move(read);
     return result;

@@ -1,6 +1,7 @@
 // Files: probing, reading, replacing, copying and removing them.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -25,9 +26,11 @@ Result ReadBytes(const String& path, std::string& bytes);
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
 /// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A
 /// link in its place is replaced, never followed. On failure the old file stands whole (the new one
-/// when nothing but the last flush failed) and nothing else is left.
+/// when nothing but the last flush failed) and nothing else is left. Pieces go one after the
+/// other, large ones without being copied together.
 Result Write(const String& path, const String& text, const Encoding& encoding = Utf8Encoding());
 Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);
+Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode = 0644);
 
 /// Removes a file or link; not a directory, nor a name that the file-system standard gives the host.
 Result Remove(const String& path);

@@ -37,6 +37,24 @@ Result ReplaceByLink(const std::string& target, const Entry& link) {
     return failure;
 }
 
+/// Small pieces are collected; large ones are written from where they lie.
+Result WriteTogether(int fd, std::span<const std::string_view> pieces) {
+    constexpr std::size_t most = 65536;
+    std::string collected;
+    for (const std::string_view piece : pieces) {
+        if (collected.size() + piece.size() > most) {
+            if (const Result result = WriteAll(fd, collected); !result) return result;
+            collected.clear();
+        }
+        if (piece.size() <= most) {
+            collected += piece;
+        } else if (const Result result = WriteAll(fd, piece); !result) {
+            return result;
+        }
+    }
+    return WriteAll(fd, collected);
+}
+
 }  // namespace
 
 Result Write(const String& path, const String& text, const Encoding& encoding) {
@@ -44,13 +62,17 @@ Result Write(const String& path, const String& text, const Encoding& encoding) {
 }
 
 Result WriteBytes(const String& path, std::string_view bytes, unsigned mode) {
+    return WritePieces(path, {&bytes, 1}, mode);
+}
+
+Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode) {
     Place place;
     if (const Result result = Place::Of(path, place); !result) return result;
     Replacement replacement(place.At());
     if (const Result result = replacement.Begin(); !result) return result;
     // Mode and owner come first: a content that others must not read is never theirs to read.
     if (const Result result = SetUpAttributes(replacement.Fd(), place.At(), mode); !result) return result;
-    if (const Result result = WriteAll(replacement.Fd(), bytes); !result) return result;
+    if (const Result result = WriteTogether(replacement.Fd(), pieces); !result) return result;
     return replacement.Commit();
 }
 

@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "corekit/File.h"
 #include "corekit/IniLines.h"
@@ -15,8 +16,8 @@ IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
     m_read = File::ReadBytes(path, text);
     if (!m_read) text.clear();
     const bool fallsBack = keyCase == KeyCase::FallBack;
-    m_lines = std::make_unique<IniLines>(
-        std::move(text), fallsBack ? IniEntries::Match::ElseAnyCase : IniEntries::Match::Exact);
+    m_lines = std::make_unique<IniLines>(std::move(text),
+                                         fallsBack ? IniIndex::Match::ElseAnyCase : IniIndex::Match::Exact);
 }
 
 IniFile::~IniFile() = default;
@@ -41,8 +42,10 @@ bool IniFile::GetValue(const String& section, const String& key, String& value) 
 }
 
 void IniFile::GetEntries(const String& section, Entries& entries) const {
-    for (const IniLine& entry : m_lines->Entries(section.Utf8())) {
-        entries[String::FromUtf8(entry.name)] = String::FromUtf8(entry.value);
+    const std::vector<IniLine> lines = m_lines->Entries(section.Utf8());
+    // Backwards, so that the first of two same keys is the one that stays.
+    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
+        entries[String::FromUtf8(line->name)] = String::FromUtf8(line->value);
     }
 }
 
@@ -52,7 +55,7 @@ void IniFile::SetValue(const String& section, const String& key, const String& v
 
 Result IniFile::Write() const {
     const bool mayBeWritten = m_read || m_read == Result(ENOENT);
-    return mayBeWritten ? File::WriteBytes(m_path, m_lines->Text()) : m_read;
+    return mayBeWritten ? File::WritePieces(m_path, m_lines->Pieces()) : m_read;
 }
 
 }  // namespace corekit

@@ -6,12 +6,11 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
-#include "corekit/IniEntries.h"
+#include "corekit/EditedText.h"
+#include "corekit/IniIndex.h"
 #include "corekit/IniLine.h"
-#include "corekit/LineEdits.h"
 
 namespace corekit {
 
@@ -19,21 +18,21 @@ namespace corekit {
 /// as blanks.
 class IniLines {
   public:
-    IniLines(std::string text, IniEntries::Match match);
+    IniLines(std::string text, IniIndex::Match match);
     IniLines(const IniLines&) = delete;
     IniLines& operator=(const IniLines&) = delete;
 
     /// False when there is no such entry.
     bool Get(std::string_view section, std::string_view key, std::string_view& value) const;
 
-    /// The entries of a section; of same keys the first only.
+    /// All entries of a section in order.
     std::vector<IniLine> Entries(std::string_view section) const;
 
     /// Sets an entry, unless no line could hold it.
     void Set(std::string_view section, std::string_view key, std::string_view value);
 
-    /// The text with all that has been set.
-    std::string Text() const { return m_edits.Joined(); }
+    /// The text with all that has been set, in pieces (good until the next `Set`).
+    std::vector<std::string_view> Pieces() const { return m_text.Pieces(); }
 
   private:
     struct Section {
@@ -48,17 +47,13 @@ class IniLines {
     Section& ScanHeader(std::string_view name, std::size_t start, std::size_t end);
     const Section& SectionOf(const std::string& name);
 
-    std::size_t Find(const std::string& section, const std::string& key) const;
-    void ChangeEntry(std::size_t entry, const std::string& value);
-    void AddEntry(const Section& section, const std::string& key, const std::string& value);
+    EditedText::Place Find(const std::string& section, const std::string& key) const;
+    void ChangeEntry(EditedText::Place place, const std::string& value);
 
-    std::string m_text;
-    std::size_t m_start;  // behind a byte-order mark
-    IniEntries::Match m_match;
+    EditedText m_text;
+    IniIndex m_index;
+    IniIndex::Match m_match;
     Sections m_sections;
-    IniEntries m_entries;  // their lines lie in m_text or in m_edits
-    LineEdits m_edits;
-    std::unordered_map<std::size_t, std::size_t> m_editOf;  // from the entry's number to the edit's
 };
 
 }  // namespace corekit

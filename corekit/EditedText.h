@@ -1,0 +1,56 @@
+// A text and edits laid over its lines.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace corekit {
+
+/// A text of lines that end with "\n". Lines are known by their place: the offset where they begin, or a
+/// number past the end of the text for one that has been added. Lines are given and taken without "\n".
+class EditedText {
+  public:
+    using Place = std::size_t;
+
+    explicit EditedText(std::string text);
+
+    /// The text without the edits.
+    const std::string& Original() const { return m_text; }
+    /// Where its first line begins: behind a byte-order mark.
+    Place Begin() const { return m_begin; }
+
+    /// The line as it is now; good until it is set again.
+    std::string_view Line(Place place) const;
+
+    void SetLine(Place place, std::string line);
+
+    /// Adds a line where a line of the original begins or its text ends, with the line end of its neighbour:
+    /// a last line without one gets one, and the added line lacks it instead. Of lines added at one offset
+    /// those of lower rank come first, then those added first.
+    Place AddLine(std::size_t offset, std::size_t rank, std::string line);
+
+    /// The text with all edits: the pieces that it is joined from, good until the next edit.
+    std::vector<std::string_view> Pieces() const;
+
+  private:
+    struct Edit {
+        std::size_t offset;
+        std::size_t length;  // of what is replaced there
+        std::size_t rank;
+        std::string_view before;  // line ends
+        std::string_view after;
+        std::string line;
+    };
+    std::string_view OriginalLine(Place place) const;
+    std::string_view LineEndNear(std::size_t offset) const;
+
+    std::string m_text;
+    std::size_t m_begin;
+    std::map<Place, Edit> m_edits;
+    Place m_nextAdded;
+};
+
+}  // namespace corekit

@@ -1,0 +1,52 @@
+// The way to the entries of an INI file by section and key.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <string_view>
+#include <vector>
+
+#include "corekit/EditedText.h"
+
+namespace corekit {
+
+/// Knows where each entry of a text stands. Keys are hashed without regard to ASCII case, so that one index
+/// serves both ways of looking them up.
+///
+/// A file may have a million entries, of which a hundred are looked up: filing one must cost next to nothing.
+/// So hashes are only put into bunches, few enough to be appended to without a cache miss, and a look-up
+/// walks one bunch.
+class IniIndex {
+  public:
+    using Place = EditedText::Place;
+    static constexpr Place kNone = static_cast<Place>(-1);
+
+    enum class Match { Exact, ElseAnyCase };
+
+    /// An index over a text, which outlives it.
+    explicit IniIndex(const EditedText& text);
+
+    void Add(std::uint32_t section, std::string_view key, Place place);
+
+    /// The first entry that was added with the key, else the first whose key differs in case only.
+    Place Find(std::uint32_t section, std::string_view key, Match match) const;
+
+    /// All entries of a section in order.
+    std::vector<Place> Entries(std::uint32_t section) const;
+
+  private:
+    struct Item {
+        std::uint32_t hash;
+        std::uint32_t section;
+        std::uint32_t place;  // wide enough for every file that can be read
+    };
+    using Bunch = std::deque<Item>;
+
+    std::size_t BunchOf(std::uint32_t hash) const { return hash & (m_bunches.size() - 1); }
+
+    const EditedText& m_text;
+    std::vector<Bunch> m_bunches;  // a power of two
+};
+
+}  // namespace corekit
