@@ -3,6 +3,7 @@
 
 #include "agents/FileRemoval56.h"
 #include "agents/InstalledSettings.h"
+#include "agents/Relocation.h"
 #include "agents/ServiceRegistration.h"
 #include "agents/SuperServers.h"
 #include "config/SystemProbes.h"
@@ -20,6 +21,8 @@ bool Agent56::RemoveSystemIntegration() {
 }
 
 bool Agent56::RemoveFiles(const corekit::String& newConfPath) {
+    // What cannot be moved stays where it is: the removal takes no store.
+    if (!newConfPath.IsEmpty()) static_cast<void>(MoveData(OldConf(), corekit::IniFile(newConfPath)));
     RemoveInstalledFiles56(ConfPath(), newConfPath);
     return true;
 }

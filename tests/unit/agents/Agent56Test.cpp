@@ -53,6 +53,17 @@ TEST_F(Agent56OnDisk, LeavesTheSystemWithoutItsFileToo) {
     EXPECT_FALSE(Exists(kScript));
 }
 
+TEST_F(Agent56OnDisk, MovesItsQueueToWhereTheNewConfigurationWantsIt) {
+    Write(m_dir / "agent/etc/client.conf", "[Configuration]\ninstalldir=" + m_dir / "agent" +
+                                               "\nevent_queue_dir=" + m_dir / "agent/var/queue" + "\n");
+    Write(m_dir / "agent/var/queue/one.kse", "event");
+    Write(m_dir / "new.conf", "[Configuration]\ninstalldir=" + m_dir / "new" +
+                                  "\nevent_queue_dir=" + m_dir / "new/var/queue" + "\n");
+    EXPECT_TRUE(m_agent.RemoveFiles(String::FromUtf8(m_dir / "new.conf")));
+    EXPECT_EQ(Read(m_dir / "new/var/queue/one.kse"), "event");
+    EXPECT_FALSE(Exists(m_dir / "agent/var/queue"));
+}
+
 TEST_F(Agent56OnDisk, RemovesItsFiles) {
     EXPECT_TRUE(m_agent.RemoveFiles(L""));
     EXPECT_FALSE(Exists(m_dir / "agent/bin/runit.sh"));
