@@ -33,19 +33,32 @@ setup() {
     [ -x /usr/bin/env ]
 }
 
+# Runs a script as root among empty file systems of our own, whose places are its arguments; $0 is the machine.
+among_scratch_file_systems() {
+    local as_root=()
+    [ "$(id -u)" -eq 0 ] || as_root=(--user --map-root-user)
+    run unshare "${as_root[@]}" --mount --propagation private bash -e -c '
+        for directory in /home /opt /srv /var/tmp /usr/local /etc/init.d /run /tmp; do
+            [[ $0 != $directory/* ]] || continue # the project itself is there
+            mount -t tmpfs -o mode=1777 tmpfs "$directory"
+            set -- "$@" "$directory"
+        done
+        '"$1" "$machine"
+}
+
 @test "homes and the rest of the host are read-only, whatever file system they are on" {
-    run "$machine" bash -c '
-        mount -t tmpfs tmpfs /home && mkdir -m 777 /home/someone
+    among_scratch_file_systems '
+        mkdir -m 777 /home/someone
         "$0" bash -c "for directory in /home/someone /root /srv /boot /; do
-            touch \$directory/x 2>/dev/null && echo \$directory; done; true"' "$machine"
+            touch \$directory/x 2>/dev/null && echo \$directory; done; true"'
     [ "$status" -eq 0 ]
     [ "$output" = "" ]
 }
 
 @test "the project can be anywhere" {
-    run "$machine" bash -e -c '
-        mount -t tmpfs tmpfs /home
-        for directory in /tmp/a /var/lib/a /opt/a/b /home/someone/a /run/a /etc/a /usr/local/lib/a; do
+    among_scratch_file_systems '
+        for place; do
+            directory=$place/some/where
             mkdir -p "$directory/tests/support"
             cp "$0" "$directory/tests/support/"
             cd "$directory"
@@ -54,10 +67,11 @@ setup() {
                 [ -x tests/support/private-machine ]
                 touch built /tmp/scratch /opt/scratch /etc/scratch /run/scratch" "$directory"
             [ -e built ]
-            [ ! -e /tmp/scratch ] && [ ! -e /opt/scratch ] && [ ! -e /etc/scratch ] && [ ! -e /run/scratch ]
-        done' "$machine"
-    [ "$output" = "" ]
+            for scratch in /tmp/scratch /opt/scratch /etc/scratch /run/scratch; do [ ! -e "$scratch" ]; done
+            echo "$place"
+        done'
     [ "$status" -eq 0 ]
+    [ "${#lines[@]}" -ge 7 ]
 }
 
 @test "the command is root, its status comes back and its standard input is the caller's" {
