@@ -1,0 +1,20 @@
+# Makes every test of a file a session on a private machine. A file begins with `load support` and ends with
+# `each_test_is_a_session`; what a session can say is in session.bash.
+
+# Wraps the tests of the file: bats runs the wrapper, and the body runs inside, by itself, as root.
+each_test_is_a_session() {
+    local name
+    for name in $(compgen -A function test_); do
+        eval "$(declare -f "$name" | sed "1s/^test_/session_/; s/^ *bats_test_begin .*//")"
+        eval "$(declare -f "$name" | grep -m1 'bats_test_begin' |
+            sed "s/^/$name() {\n/; s/\$/\nrun_session session_${name#test_}\n}/")"
+    done
+}
+
+# Runs one function of the file on a private machine of its own, with nothing of the caller's environment.
+run_session() {
+    local scenarios
+    scenarios=$(realpath "$BATS_TEST_DIRNAME")
+    env -i PATH="$PATH" LANG=C.UTF-8 "$scenarios/../support/private-machine" \
+        bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
+}
