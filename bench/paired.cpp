@@ -1,0 +1,117 @@
+// Times two commands in turn, so that whatever else the machine does falls on both, and compares their
+// medians.
+//
+//   paired ROUNDS [--before COMMAND...] --first COMMAND... --second COMMAND...
+//
+// Before each timed run the command of --before is run, untimed. Time is from before the fork until the
+// process is waited for. Both commands write to /dev/null; one that ends with another status than 0 ends the
+// benchmark.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fcntl.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Command = std::vector<char*>;
+
+struct Plan {
+    int rounds = 0;
+    Command before;
+    Command first;
+    Command second;
+};
+
+[[noreturn]] void Fail(const std::string& text) {
+    std::fprintf(stderr, "paired: %s\n", text.c_str());
+    std::exit(2);
+}
+
+Plan ParsePlan(int argc, char** argv) {
+    Plan plan;
+    if (argc > 1) plan.rounds = std::atoi(argv[1]);
+    Command* command = nullptr;
+    for (int i = 2; i < argc; ++i) {
+        if (std::strcmp(argv[i], "--before") == 0) {
+            command = &plan.before;
+        } else if (std::strcmp(argv[i], "--first") == 0) {
+            command = &plan.first;
+        } else if (std::strcmp(argv[i], "--second") == 0) {
+            command = &plan.second;
+        } else if (command != nullptr) {
+            command->push_back(argv[i]);
+        }
+    }
+    if (plan.rounds < 1 || plan.first.empty() || plan.second.empty()) {
+        Fail("Usage: paired ROUNDS [--before COMMAND...] --first COMMAND... --second COMMAND...");
+    }
+    for (Command* each : {&plan.before, &plan.first, &plan.second}) each->push_back(nullptr);
+    return plan;
+}
+
+double Now() {
+    timespec time{};
+    clock_gettime(CLOCK_MONOTONIC, &time);
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
+}
+
+void Become(const Command& command) {
+    const int null = open("/dev/null", O_RDWR);
+    for (int fd = 0; fd <= 2; ++fd) dup2(null, fd);
+    execvp(command[0], command.data());
+    _exit(127);
+}
+
+/// Milliseconds from before the fork until the process has ended.
+double Run(const Command& command) {
+    if (command.front() == nullptr) return 0;
+    const double start = Now();
+    const pid_t child = fork();
+    if (child < 0) Fail("cannot fork");
+    if (child == 0) Become(command);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0) {
+    }
+    const double elapsed = Now() - start;
+    if (status != 0) Fail(std::string(command[0]) + " failed");
+    return elapsed;
+}
+
+struct Times {
+    std::vector<double> values;
+
+    double Quantile(double part) const {
+        return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1) + 0.5)];
+    }
+
+    void Print(const char* name) {
+        std::sort(values.begin(), values.end());
+        std::printf("  %-7s median %8.2f ms   (quartiles %.2f to %.2f)\n", name, Quantile(0.5),
+                    Quantile(0.25), Quantile(0.75));
+    }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const Plan plan = ParsePlan(argc, argv);
+    Times first;
+    Times second;
+    for (int round = 0; round < plan.rounds; ++round) {
+        Run(plan.before);
+        first.values.push_back(Run(plan.first));
+        Run(plan.before);
+        second.values.push_back(Run(plan.second));
+    }
+    first.Print("first");
+    second.Print("second");
+    std::printf("  first / second: %.2f   difference: %.2f ms   (%d rounds)\n",
+                first.Quantile(0.5) / second.Quantile(0.5), first.Quantile(0.5) - second.Quantile(0.5),
+                plan.rounds);
+}
