@@ -162,6 +162,12 @@ TEST_F(FileRemoval56, LooksWhereItsClientConfSays) {
     std::filesystem::remove("/tmp/qdn-a");
 }
 
+TEST_F(FileRemoval56, FindsItsLogAtItsUsualPlaceWhereTheVariableDataIsElsewhere) {
+    Write("/opt/zorvane/kell/ksagent/var/qdn-client.log", "");
+    Remove("var=/opt/data/var\n");
+    EXPECT_FALSE(Exists("/opt/zorvane/kell/ksagent/var/qdn-client.log"));
+}
+
 TEST_F(FileRemoval56, FindsItsLibrariesThroughTheEnvironmentScript) {
     for (const std::string script :
          {"LD_LIBRARY_PATH=/opt/data/lib:$LD_LIBRARY_PATH\n", "LD_LIBRARY_PATH=/opt/data/lib\n",
@@ -239,11 +245,12 @@ TEST_F(FileRemoval56, RemovesNothingBelowAnInstallDirectoryThatIsNone) {
 
 TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {
     const std::vector<std::string> stay = {"/opt/etc/a", "/opt/backups/a", "/opt/lib/a"};
+    const std::vector<std::string> go = {"/opt/bin/rcscript", "/opt/etc/client.conf", "/opt/etc/filescan.a"};
     WriteAll(stay);
-    Write("/opt/bin/rcscript", "");
+    WriteAll(go);
     Remove("installdir=/opt\nlibdir=/opt/lib\n");
     ExpectAll(stay, true);
-    EXPECT_FALSE(Exists("/opt/bin/rcscript"));
+    ExpectAll(go, false);
     for (const std::string name : {"bin", "etc", "backups", "lib"})
         std::filesystem::remove_all("/opt/" + name);
 }
@@ -251,9 +258,14 @@ TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {
 TEST_F(FileRemoval56, ExpandsNoWildcardInAHostDirectory) {
     const std::vector<std::string> stay = {"/usr/local/lib/libssl.so", "/usr/local/bin/qdn-a", "/var/a.xml",
                                            "/var/Pkg_a", "/etc/qdn-invsoln/master.cfg"};
+    const std::vector<std::string> go = {"/usr/local/bin/qdn-policymanager.old",
+                                         "/usr/local/bin/qdn-swdclientagent.old",
+                                         "/usr/local/bin/qdn-taskscheduler.old"};
     WriteAll(stay);
+    WriteAll(go);
     Remove("installdir=/usr/local\nlibdir=/usr/local/lib\nvar=/var\ntask_storage_path=/var\ntmpdir=/etc\n");
     ExpectAll(stay, true);
+    ExpectAll(go, false);
     for (const std::string& file : stay) std::filesystem::remove(file);
 }
 
