@@ -98,7 +98,10 @@ std::vector<Candidate> Candidates(const String& packageDir) {
     corekit::Env::Get(kConfigVariable, fromEnvironment);
     std::vector<Candidate> candidates = {{fromEnvironment, ChosenBy::Administrator}};
     for (const wchar_t* path : kKnownConfs) candidates.push_back({path, ChosenBy::Program});
-    if (!packageDir.IsEmpty()) candidates.push_back({packageDir + Names::kClientConf, ChosenBy::Program});
+    // The package usually lies at the known place: no file is to be warned of twice.
+    const String packaged = packageDir + Names::kClientConf;
+    const bool isKnown = std::ranges::find(candidates, packaged, &Candidate::path) != candidates.end();
+    if (!packageDir.IsEmpty() && !isKnown) candidates.push_back({packaged, ChosenBy::Program});
     return candidates;
 }
 

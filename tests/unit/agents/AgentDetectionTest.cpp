@@ -278,6 +278,17 @@ TEST_F(InstalledAgent, IsNotTakenFromALinkThatOthersCouldHaveMade) {
               "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: it is not a regular file.\n");
 }
 
+TEST_F(InstalledAgent, IsWarnedOfOnceWhereItsPackageLiesAtTheUsualPlace) {
+    HavePackage("/opt/zorvane/kell/ksagent");
+    Lay(kDefault, 1);
+    std::filesystem::permissions(kDefault, std::filesystem::perms(0666));
+    std::filesystem::permissions("/opt/zorvane/kell/ksagent/etc", std::filesystem::perms(0777));
+    const auto output = Captured([] { EXPECT_TRUE(Is<UnsupportedAgent>(FindInstalledAgent())); });
+    EXPECT_EQ(
+        output.err,
+        "WARNING! /opt/zorvane/kell/ksagent/etc/client.conf is not used: other users can write to it.\n");
+}
+
 TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnothersDirectory) {
     const TempDir dir;
     std::string conf = dir / "client.conf";
