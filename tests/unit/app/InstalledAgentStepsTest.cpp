@@ -5,6 +5,7 @@
 
 #include "app/InstalledAgentSteps.h"
 #include "run/Error.h"
+#include "run/ReinstallMarker.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
