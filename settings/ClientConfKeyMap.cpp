@@ -10,19 +10,19 @@ namespace {
 using Text = std::wstring_view;
 
 constexpr ClientConfKey Carried(Text key) {
-    return {key, key, false, L"", ValueKind::None};
+    return {key, key, L"", ValueKind::None, false};
 }
 constexpr ClientConfKey CarriedPath(Text key) {
-    return {key, key, true, L"", ValueKind::None};
+    return {key, key, L"", ValueKind::None, true};
 }
 constexpr ClientConfKey Renamed(Text oldKey, Text newKey) {
-    return {oldKey, newKey, false, L"", ValueKind::None};
+    return {oldKey, newKey, L"", ValueKind::None, false};
 }
 constexpr ClientConfKey Fed(Text key, Text setting, ValueKind kind) {
-    return {key, key, false, setting, kind};
+    return {key, key, setting, kind, false};
 }
 constexpr ClientConfKey PathFed(Text key, Text setting, ValueKind kind) {
-    return {key, key, true, setting, kind};
+    return {key, key, setting, kind, true};
 }
 
 constexpr ClientConfKey kRows[] = {
@@ -143,7 +143,17 @@ constexpr bool IsSectionAndKey(Text key) {
            key.find(L'/', slash + 1) == Text::npos;
 }
 
+constexpr bool AreOldKeysUnique() {
+    for (auto row = std::begin(kRows); row != std::end(kRows); ++row) {
+        if (std::any_of(std::begin(kRows), row,
+                        [&](const ClientConfKey& before) { return before.oldKey == row->oldKey; }))
+            return false;
+    }
+    return true;
+}
+
 static_assert(std::size(kRows) == 109);
+static_assert(AreOldKeysUnique());
 static_assert(std::all_of(std::begin(kRows), std::end(kRows), [](const ClientConfKey& row) {
     return IsSectionAndKey(row.oldKey) && IsSectionAndKey(row.newKey) && row.kind >= ValueKind::None &&
            row.kind <= ValueKind::OptionalPath && (row.kind == ValueKind::None) == row.setting.empty();

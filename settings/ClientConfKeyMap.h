@@ -20,9 +20,9 @@ enum class ValueKind : int {
 struct ClientConfKey {
     std::wstring_view oldKey;
     std::wstring_view newKey;
-    bool isPath;                // may lie below the old install directory
     std::wstring_view setting;  // empty: none
     ValueKind kind;
+    bool isPath;  // may lie below the old install directory
 };
 
 /// All 109 rows, in the order in which they are carried: where two write the same new key, the later one

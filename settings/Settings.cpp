@@ -3,13 +3,12 @@
 
 #include <cstdio>
 
-#include "corekit/Console.h"
-#include "corekit/Encoding.h"
+#include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::String;
-using corekit::StringEncoder::Local;
+using Messages::Shown;
 
 String Settings::Get(const String& name) const {
     const auto found = m_usual.find(name);
@@ -36,24 +35,23 @@ namespace {
 constexpr wchar_t kColon[] = L":";
 constexpr wchar_t kEquals[] = L"=";
 
-std::string Address(const void* pointer) {
+String Address(const void* pointer) {
     char text[2 + 2 * sizeof pointer + 1];
     std::snprintf(text, sizeof text, "%p", pointer);
-    return text;
+    return String::FromUtf8(text);
 }
 
 }  // namespace
 
 void Settings::Print() const {
-    std::string dump = "Usual settings:\n";
-    for (const auto& [name, value] : m_usual) dump += Local(name) + "=" + Local(value) + "\n";
-    dump += "\nExtra settings:\n";
+    String dump = L"Usual settings:\n";
+    for (const auto& [name, value] : m_usual) dump += Shown(name) + L"=" + Shown(value) + L"\n";
+    dump += L"\nExtra settings:\n";
     for (const ExtraSetting& extra : m_extra) {
-        dump += Local(extra.Section) + Address(kColon) + Local(extra.Name) + Address(kEquals) +
-                Local(extra.Value) + "\n";
+        dump += Shown(extra.Section) + Address(kColon) + Shown(extra.Name) + Address(kEquals) +
+                Shown(extra.Value) + L"\n";
     }
-    corekit::Console::Out(dump + "\n");
-    corekit::Console::Flush();
+    Messages::Tell(dump + L"\n");
 }
 
 }  // namespace Zorvane::AgentInstaller

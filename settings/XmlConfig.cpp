@@ -15,10 +15,10 @@ using corekit::String;
 namespace {
 
 constexpr const wchar_t* kElementSettings[] = {
-    L"KSProtocol",   L"Guid",         L"InstallDir",    L"BinDir",     L"TempDir",
-    L"GuidDir",      L"GuidFile",     L"EventQueueDir", L"TasksDir",   L"PackagesDir",
-    L"SWDDir",       L"SerialNumber", L"AssetTag",      L"EmployeeID", L"ContactName",
-    L"ContactPhone", L"ContactEmail", L"Location",      L"Department", L"Description",
+    L"KSName",       L"KSProtocol", L"Guid",          L"InstallDir",  L"BinDir",       L"TempDir",
+    L"GuidDir",      L"GuidFile",   L"EventQueueDir", L"TasksDir",    L"PackagesDir",  L"SWDDir",
+    L"SerialNumber", L"AssetTag",   L"EmployeeID",    L"ContactName", L"ContactPhone", L"ContactEmail",
+    L"Location",     L"Department", L"Description",
 };
 
 constexpr const wchar_t* kSettingsAttributes[] = {L"UseKSIPAddress", L"UseDomain", L"EnableNICError",
@@ -68,10 +68,13 @@ void ReadExtraSettings(const BasicXml& document, AttributeMap& attributes, Setti
 
 }  // namespace
 
+void ReadElementSetting(Settings& settings, const BasicXml& document, const String& name) {
+    settings.Value(name) = name == L"KSName" ? ServerName(document) : document.GetText(name).Trim();
+}
+
 std::unique_ptr<Settings> ReadXmlConfig(const BasicXml& document) {
     auto settings = std::make_unique<Settings>();
-    settings->Value(L"KSName") = ServerName(document);
-    for (const wchar_t* name : kElementSettings) settings->Value(name) = document.GetText(name).Trim();
+    for (const wchar_t* name : kElementSettings) ReadElementSetting(*settings, document, name);
     AttributeMap attributes;
     for (const AttributeSettings& row : kAttributeSettings) {
         document.GetAttributes(row.element, attributes);

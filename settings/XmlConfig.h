@@ -11,6 +11,10 @@ namespace Zorvane::AgentInstaller {
 /// The settings of a document. What the document lacks is present with an empty value.
 std::unique_ptr<Settings> ReadXmlConfig(const corekit::BasicXml& document);
 
+/// Sets the setting that is the trimmed text of the element of its name. KSName takes the port with it, and
+/// is the address where that is to be used.
+void ReadElementSetting(Settings& settings, const corekit::BasicXml& document, const corekit::String& name);
+
 /// The settings of the built-in document: the defaults.
 std::unique_ptr<Settings> DefaultSettings();
 
