@@ -39,13 +39,28 @@ class Terminal {
     void Type(const std::string& keys) {
         EXPECT_EQ(write(m_master, keys.data(), keys.size()), static_cast<ssize_t>(keys.size()));
     }
+    void HangUp() {
+        close(m_master);
+        m_master = -1;
+    }
+
+    /// Both wait for the child; -1 when it has ended in the other way.
     int ExitStatus() const {
-        int status = -1;
-        waitpid(m_child, &status, 0);
+        const int status = Wait();
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+    int FatalSignal() const {
+        const int status = Wait();
+        return WIFSIGNALED(status) ? WTERMSIG(status) : -1;
     }
 
   private:
+    int Wait() const {
+        int status = -1;
+        EXPECT_EQ(waitpid(m_child, &status, 0), m_child);
+        return status;
+    }
+
     int m_master = -1;
     pid_t m_child;
 };

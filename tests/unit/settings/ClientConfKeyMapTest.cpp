@@ -1,3 +1,4 @@
+// The key table: every row, and the order that lets a later row win.
 #include <gtest/gtest.h>
 #include <map>
 #include <set>

@@ -1,3 +1,4 @@
+// Writing the new client.conf into its hand-over file: when values are carried, and what is left on failure.
 #include <filesystem>
 #include <gtest/gtest.h>
 

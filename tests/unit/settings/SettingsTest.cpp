@@ -122,6 +122,15 @@ TEST(Settings, TheDumpShowsNamesInOrderAndTheSeparatorsOfExtraSettingsAsAddresse
                                    "\nExtra settings:\nSec0x[0-9a-f]+name0x[0-9a-f]+value\n\n"));
 }
 
+TEST(Settings, TheDumpDoesNotSteerTheTerminal) {
+    Settings settings;
+    settings.Value(L"Loc\n") = L"\033[2J";
+    settings.AddExtra({L"a\n", L"b\r", L"c\a"});
+    const std::string dump = Captured([&] { settings.Print(); }).out;
+    EXPECT_THAT(dump, MatchesRegex("Usual settings:\nLoc\\\\x0a=\\\\x1b\\[2J\n\nExtra settings:\n"
+                                   "a\\\\x0a0x[0-9a-f]+b\\\\x0d0x[0-9a-f]+c\\\\x07\n\n"));
+}
+
 TEST(Settings, TheDumpIsInTheLocalCharacterSet) {
     const testsupport::EnvironmentVariable charset("LC_ALL", "de_DE.ISO-8859-1");
     Settings settings;

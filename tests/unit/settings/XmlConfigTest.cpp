@@ -205,6 +205,27 @@ TEST(XmlConfig, ReferencesAndCharacterDataAreResolved) {
     EXPECT_EQ(settings->Get(L"RunLevel"), L"rc2;rc3");
 }
 
+TEST(XmlConfig, AnAttributeInTheWrongElementCountsForTheElementsAfterIt) {
+    const auto settings = ReadRoot("<Settings LogFile='early' Start='no'/><EventLog Start='late'/>");
+    EXPECT_EQ(settings->Get(L"LogFile"), L"early");
+    EXPECT_EQ(settings->Get(L"Start"), L"no");
+}
+
+TEST(XmlConfig, OneElementIsReadIntoOneSetting) {
+    const BasicXml document(
+        L"<KSAgentConfiguration><KSName>srv</KSName><KSPort>8080</KSPort><BinDir> /bin </BinDir>"
+        L"</KSAgentConfiguration>");
+    Settings settings;
+    settings.Value(L"TempDir") = L"/old";
+    for (const wchar_t* name : {L"KSName", L"BinDir", L"TempDir"})
+        ReadElementSetting(settings, document, name);
+    EXPECT_EQ(settings.Get(L"KSName"), L"srv:8080");
+    EXPECT_EQ(settings.Get(L"BinDir"), L"/bin");
+    EXPECT_EQ(settings.Get(L"TempDir"), L"");
+    EXPECT_FALSE(settings.Exists(L"KSPort"));
+    EXPECT_FALSE(settings.Exists(L"KSProtocol"));
+}
+
 using Triple = std::vector<String>;
 std::vector<Triple> Extras(const Settings& settings) {
     std::vector<Triple> extras;
