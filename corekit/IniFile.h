@@ -34,6 +34,9 @@ class IniFile {
 
     const String& FileName() const;
 
+    /// How reading the file went.
+    const Result& ReadResult() const { return m_read; }
+
     /// The value, or `fallback` when the file has no such entry.
     String GetValue(const String& section, const String& key, const String& fallback = String()) const;
 

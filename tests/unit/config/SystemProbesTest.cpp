@@ -1,0 +1,182 @@
+// Small questions to the host: the command lines that ask them, and how the answers are read.
+#include <filesystem>
+#include <gtest/gtest.h>
+
+#include "config/SystemProbes.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/StandIn.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+
+TEST(RunShellCommand, GivesTheFirstLineOfStandardOutput) {
+    const struct {
+        const wchar_t* command;
+        const wchar_t* line;
+    } table[] = {
+        {L"echo one; echo two", L"one"},
+        {L"echo; echo two", L""},
+        {L"printf 'no end'", L"no end"},
+        {L"echo 'a=b c'", L"a=b c"},
+        {L"true", L""},
+        {L"echo said; exit 3", L"said"},
+        {L"no-such-command-here 2>/dev/null", L""},
+        {L"echo hidden >/dev/null", L""},
+        {L"if true | false; then echo yes; else echo no; fi", L"no"},
+        {L"echo $LC_ALL", L"POSIX"},
+        {L"read line || echo nothing to read", L"nothing to read"},
+    };
+    for (const auto& row : table) EXPECT_EQ(RunShellCommand(row.command), row.line);
+}
+
+TEST(DetectDistribution, KnowsTheFamiliesByTheirReleaseFiles) {
+    EXPECT_EQ(DetectDistribution(), L"linux");
+    testfiles::Write("/etc/UnitedLinux-release", "");
+    EXPECT_EQ(DetectDistribution(), L"united");
+    testfiles::Write("/etc/SuSE-release", "");
+    EXPECT_EQ(DetectDistribution(), L"suse");
+    std::filesystem::remove("/etc/UnitedLinux-release");
+    EXPECT_EQ(DetectDistribution(), L"suse");
+    std::filesystem::remove("/etc/SuSE-release");
+}
+
+TEST(IsPluginProcessRunning, LooksForTheProcessByName) {
+    testsupport::StandIns host;
+    host.Add("ps", "echo '  1 ?  00:00:00 init'; echo '  7 ?  00:00:00 qdn-pluginmanag'");
+    EXPECT_TRUE(IsPluginProcessRunning());
+    EXPECT_EQ(host.Calls(), "ps -e\n");
+    host.Add("ps", "echo '  1 ?  00:00:00 init'; echo '  7 ?  00:00:00 QDN-PLUGIN'");
+    EXPECT_FALSE(IsPluginProcessRunning());
+    host.Add("ps", "");
+    EXPECT_FALSE(IsPluginProcessRunning());
+}
+
+class RegisteredSolutions : public testing::Test {
+  protected:
+    /// Whether an agent with this list of solutions has any.
+    bool Registered(const std::string& list) {
+        testfiles::Write(m_dir / "etc/config.xml", list);
+        return HasRegisteredSolutions(String::FromUtf8(m_dir.Path()));
+    }
+    testfiles::TempDir m_dir;
+};
+
+TEST_F(RegisteredSolutions, AreTheLinesThatNameOne) {
+    EXPECT_FALSE(HasRegisteredSolutions(String::FromUtf8(m_dir.Path())));
+    EXPECT_FALSE(Registered(""));
+    EXPECT_FALSE(Registered("<Solutions>\n<Solution/>\n<solution name='x'/>\n</Solutions>\n"));
+    EXPECT_TRUE(Registered("<Solutions>\n<Solution name='x'/>\n</Solutions>\n"));
+    EXPECT_TRUE(Registered("<Solution a/><Solution b/>\n<Solution c/>"));
+}
+
+TEST_F(RegisteredSolutions, ADirectoryInTheListsPlaceHasNone) {
+    std::filesystem::create_directories(m_dir / "etc/config.xml");
+    EXPECT_FALSE(HasRegisteredSolutions(String::FromUtf8(m_dir.Path())));
+}
+
+TEST_F(RegisteredSolutions, CountAsThereWhenNothingCanBeTold) {
+    testsupport::StandIns host;
+    host.Add("grep", "");
+    EXPECT_TRUE(Registered(""));
+    EXPECT_EQ(host.Calls(), "grep -c <Solution  " + (m_dir / "etc/config.xml") + "\n");
+    host.Add("grep", "echo 00");
+    EXPECT_TRUE(Registered(""));
+}
+
+TEST_F(RegisteredSolutions, TheDirectoryIsNeverReadAsCommands) {
+    for (const std::string name : {"it's", "'; touch planted; '", "$(touch planted)", "a b", "%1"}) {
+        testfiles::Write(m_dir / (name + "/etc/config.xml"), "<Solution x>\n");
+        EXPECT_TRUE(HasRegisteredSolutions(String::FromUtf8(m_dir / name))) << name;
+        testfiles::Write(m_dir / (name + "/etc/config.xml"), "");
+        EXPECT_FALSE(HasRegisteredSolutions(String::FromUtf8(m_dir / name))) << name;
+    }
+    EXPECT_FALSE(testfiles::Exists("planted"));
+}
+
+TEST(SplitRunLevels, FindsTheDigitsAnywhere) {
+    const struct {
+        const wchar_t* levels;
+        const wchar_t* startDigits;
+        const wchar_t* startList;
+        const wchar_t* stopList;
+    } table[] = {
+        {L"235", L"235", L"2 3 5", L"0 1 4 6"},
+        {L"rc2;rc3;rc5", L"235", L"2 3 5", L"0 1 4 6"},
+        {L"5, 3, 2", L"235", L"2 3 5", L"0 1 4 6"},
+        {L"22", L"2", L"2", L"0 1 3 4 5 6"},
+        {L"0123456", L"0123456", L"0 1 2 3 4 5 6", L""},
+        {L"rc10", L"01", L"0 1", L"2 3 4 5 6"},
+        {L"7", L"", L"", L"0 1 2 3 4 5 6"},
+        {L"38", L"3", L"3", L"0 1 2 4 5 6"},
+        {L"9", L"", L"", L""},
+        {L"abc", L"", L"", L""},
+        {L"", L"", L"", L""},
+    };
+    for (const auto& row : table) {
+        const RunLevels split = SplitRunLevels(row.levels);
+        EXPECT_EQ(split.startDigits, row.startDigits) << String(row.levels).Utf8();
+        EXPECT_EQ(split.startList, row.startList) << String(row.levels).Utf8();
+        EXPECT_EQ(split.stopList, row.stopList) << String(row.levels).Utf8();
+    }
+}
+
+TEST(ServerNamesDiffer, IgnoresCasePortAndADomainThatOneLacks) {
+    const struct {
+        const wchar_t* left;
+        const wchar_t* right;
+        bool differ;
+    } table[] = {
+        {L"ks.example:80", L"KS", false},
+        {L"ks", L"ks:8080", false},
+        {L"ks.example:1", L"KS.EXAMPLE:2", false},
+        {L"", L"", false},
+        {L"a.x", L"a.y", true},
+        {L"a", L"b", true},
+        {L"a", L"b.example", true},
+        {L"ks", L"", true},
+        {L"10.0.0.5", L"10.0.0.6", true},
+        {L"10.0.0.5", L"10.0.0.5:80", false},
+        {L"10.0.0.5", L"10", false},
+        {L"ks.", L"ks", false},
+        {L"[::1]:8080", L"[::1]", false},
+        {L"[fe80::A]:1", L"[FE80::a]:2", false},
+        {L"[::1]", L"[::2]", true},
+        {L"[::ffff:10.0.0.5]", L"[::ffff:10.0.0.6]", true},
+        {L"[::1]", L"ks", true},
+        {L"[::1", L"[::1", false},
+    };
+    for (const auto& row : table) {
+        EXPECT_EQ(ServerNamesDiffer(row.left, row.right), row.differ)
+            << String(row.left).Utf8() << " and " << String(row.right).Utf8();
+        EXPECT_EQ(ServerNamesDiffer(row.right, row.left), row.differ);
+    }
+}
+
+TEST(ParseVersion, ReadsUpToThreeNumbers) {
+    const struct {
+        const wchar_t* text;
+        corekit::Version version;
+    } table[] = {
+        {L"4.18.0", {4, 18, 0}}, {L"4.4.2.3", {4, 4, 2}},   {L"4", {4, 0, 0}},
+        {L"4.1", {4, 1, 0}},     {L"", {0, 0, 0}},          {L"x.y.z", {0, 0, 0}},
+        {L"4..7", {4, 0, 7}},    {L"4.2-rc1.5", {4, 2, 5}}, {L"RPM version 4.18", {0, 18, 0}},
+    };
+    for (const auto& row : table) EXPECT_EQ(ParseVersion(row.text), row.version) << String(row.text).Utf8();
+}
+
+TEST(GetPackageManagerVersion, ReplacesTheVersionInWhatRpmPrintsByAControlCharacter) {
+    testsupport::StandIns host;
+    host.Add("rpm", "echo 'RPM version 4.18.0'");
+    EXPECT_EQ(GetPackageManagerVersion(), corekit::Version(0, 0, 0));
+    EXPECT_EQ(host.Calls(), "rpm --version\n");
+    host.Add("rpm", "echo '4.18.0.7.3'");
+    EXPECT_EQ(GetPackageManagerVersion(), corekit::Version(0, 0, 0));
+    host.Add("rpm", "");
+    EXPECT_EQ(GetPackageManagerVersion(), corekit::Version(0, 0, 0));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller
