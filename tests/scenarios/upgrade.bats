@@ -317,12 +317,12 @@ END
     local bad=0
     mkdir -p "$agent/etc"
     given_the_package
-    for content in '' '\0\1\2\377binary' 'no sections at all' '[Configuration]\ninstalldir=/\nvar=/\n' \
+    for content in '' '\0000\0001\0377binary' 'no sections at all' '[Configuration]\ninstalldir=/\nvar=/\n' \
         '[Configuration]\ninstalldir=relative\nevent_queue_dir=relative/queue\nvar=\n' \
         '[Version]\nagent_major=six\nagent_minor=x\nagent_build=-1\n' \
         '[Configuration]\nbindir=/usr/bin\nbindir=/opt\n[Configuration]\nbindir=/var\n'; do
         rm -f "$agent/etc/client.conf.old"
-        printf "$content" >"$agent/etc/client.conf"
+        printf '%b' "$content" >"$agent/etc/client.conf"
         cp "$agent/etc/client.conf" "$desk/old.conf"
         status=0
         QDN_INSTALL_AUTOSTART=no QDN_INSTALL_KSNAME=srv "$program" -configure -noimode -dir "$agent" \
