@@ -174,10 +174,9 @@ TEST_F(ClientConf, AnUpgradeNeedsItsDirectoryForTemplates) {
 }
 
 TEST_F(ClientConf, AnUpgradeFailsRatherThanDropOldValuesThatItCannotRead) {
-    EXPECT_FALSE(Write(&m_installed));
-    EXPECT_EQ(Error::m_sErrorText, L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
     std::filesystem::create_directories(kOld);
     EXPECT_FALSE(Write(&m_installed));
+    EXPECT_EQ(Error::m_sErrorText, L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
     EXPECT_FALSE(testfiles::Exists(kOutput));
 }
 
