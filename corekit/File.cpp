@@ -1,7 +1,7 @@
 // Probes and reads files, and sets their mode and owner.
 #include "corekit/File.h"
 
-#include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -57,8 +57,9 @@ Result ReadBytes(const String& path, std::string& bytes) {
     Descriptor file;
     if (const Result result = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed, file, info); !result)
         return result;
+    if (info.st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
     std::string read;
-    read.reserve(std::min(static_cast<std::size_t>(info.st_size), kLargestRead));
+    read.reserve(static_cast<std::size_t>(info.st_size));
     const Result result = ReadAll(file.Get(), read, kLargestRead);
     if (result) bytes = std::move(read);
     return result;
