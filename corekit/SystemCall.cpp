@@ -67,6 +67,7 @@ Result ReadSome(int fd, std::string& buffer, std::size_t& count) {
 
 Result ReadAll(int fd, std::string& bytes, std::size_t limit) {
     std::string chunk(32768, '\0');
+    bytes.clear();
     for (;;) {
         std::size_t count = 0;
         if (const Result result = ReadSome(fd, chunk, count); !result || count == 0) return result;

@@ -33,7 +33,7 @@ Result OpenRegular(int directory, const std::string& name, Links links, Descript
 /// Reads as much as fits into `buffer`, whose size stays; 0 bytes at the end of the file.
 Result ReadSome(int fd, std::string& buffer, std::size_t& count);
 
-/// Appends the rest of an open file to `bytes`; EFBIG when there are more than `limit`.
+/// Reads the rest of an open file; EFBIG when there are more than `limit` bytes.
 Result ReadAll(int fd, std::string& bytes, std::size_t limit);
 
 Result WriteAll(int fd, std::string_view bytes);

@@ -1,12 +1,14 @@
 // Files and directories for tests: made, read and looked at in one line each. Paths and contents are bytes.
 #pragma once
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <vector>
 
 namespace testfiles {
 
@@ -34,6 +36,15 @@ inline unsigned Mode(const std::string& path) {
 inline bool Exists(const std::string& path) {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0;
+}
+
+/// The names in a directory, sorted.
+inline std::vector<std::string> NamesIn(const std::string& directory) {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(directory))
+        names.push_back(entry.path().filename());
+    std::ranges::sort(names);
+    return names;
 }
 
 /// A directory of its own for one test, below /tmp, removed with everything in it.

@@ -1,0 +1,100 @@
+// Directories, a buffer at a time.
+#include <cerrno>
+#include <dirent.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+#include <unistd.h>
+
+#include "corekit/DirChunk.h"
+#include "corekit/SystemCall.h"
+#include "tests/support/Workspace.h"
+
+using corekit::Descriptor;
+using corekit::DirChunk;
+using corekit::DirEntry;
+using corekit::Result;
+using testsupport::Workspace;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void MakeFiles(const Workspace& dir, int count) {
+    for (int i = 0; i < count; ++i) testfiles::Write(dir / ("file-" + std::to_string(i)), "");
+}
+
+}  // namespace
+
+TEST(DirChunk, GivesEveryEntryOnceInTheOrderOfInodes) {
+    const Workspace dir;
+    MakeFiles(dir, 50);
+    fs::create_directory(dir / "sub");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    std::set<std::string> names;
+    DirChunk chunk;
+    Result result = chunk.Read(directory.Get(), 1);
+    int chunks = 0;
+    for (; result && !chunk.IsEnd(); result = chunk.Read(directory.Get(), 1), ++chunks) {
+        std::uint64_t last = 0;
+        for (const DirEntry& entry : chunk) {
+            EXPECT_TRUE(names.insert(entry.name).second) << entry.name;
+            EXPECT_EQ(entry.type, std::string(entry.name) == "sub" ? DT_DIR : DT_REG) << entry.name;
+            EXPECT_LT(last, entry.inode);
+            last = entry.inode;
+        }
+    }
+    EXPECT_TRUE(result);
+    EXPECT_EQ(names.size(), 51U);
+    EXPECT_GT(chunks, 1);  // however little is asked for, an entry fits
+    EXPECT_EQ(chunk.begin(), chunk.end());
+}
+
+TEST(DirChunk, IsAtItsEndInADirectoryThatIsGone) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    const Descriptor directory = corekit::OpenDirectory(dir / "sub");
+    fs::remove(dir / "sub");
+    DirChunk chunk;
+    EXPECT_TRUE(chunk.Read(directory.Get()));
+    EXPECT_TRUE(chunk.IsEnd());
+}
+
+TEST(DirChunk, TellsWhatCannotBeRead) {
+    DirChunk chunk;
+    EXPECT_EQ(chunk.Read(-1), Result(EBADF));
+    EXPECT_TRUE(chunk.IsEnd());
+}
+
+TEST(TakeOut, OffersEveryEntryAndStopsWhenNoneIsTaken) {
+    const Workspace dir;
+    MakeFiles(dir, 10);
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    int offered = 0;
+    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
+        ++offered;
+        return false;
+    }));
+    EXPECT_EQ(offered, 10);
+    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry& entry) {
+        return unlinkat(directory.Get(), entry.name, 0) == 0;
+    }));
+    EXPECT_TRUE(testfiles::NamesIn(dir.Path()).empty());
+    EXPECT_EQ(corekit::TakeOut(-1, [](const DirEntry&) { return true; }), Result(EBADF));
+}
+
+TEST(TakeOut, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
+    const Workspace dir;
+    const std::string filler(240, 'f');
+    for (int i = 0; i < 8000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    int offered = 0;
+    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
+        ++offered;
+        return true;  // as if it were taken and came back
+    }));
+    EXPECT_GE(offered, 100 * 8000);
+    EXPECT_LE(offered, 101 * 8000);
+}

@@ -1,0 +1,70 @@
+// Files that take the place of others in one step.
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <unistd.h>
+
+#include "corekit/Replacement.h"
+#include "corekit/SystemCall.h"
+#include "tests/support/Workspace.h"
+
+using corekit::Descriptor;
+using corekit::Replacement;
+using corekit::Result;
+using testfiles::NamesIn;
+using testing::ElementsAre;
+using testsupport::Workspace;
+
+namespace fs = std::filesystem;
+
+TEST(Replacement, StandsBesideItsTargetUntilItIsCommitted) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "old");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    Replacement replacement({directory.Get(), "file"});
+    ASSERT_TRUE(replacement.Begin());
+    ASSERT_TRUE(corekit::WriteAll(replacement.Fd(), "new"));
+    const auto names = NamesIn(dir.Path());
+    ASSERT_EQ(names.size(), 2U);
+    EXPECT_TRUE(names[0].starts_with(".file."));
+    EXPECT_EQ(testfiles::Mode(dir / names[0]), 0600U);
+    EXPECT_EQ(testfiles::Read(dir / "file"), "old");
+    ASSERT_TRUE(replacement.Commit());
+    EXPECT_EQ(testfiles::Read(dir / "file"), "new");
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+}
+
+TEST(Replacement, GoesWithoutACommit) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "old");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    {
+        Replacement replacement({directory.Get(), "file"});
+        ASSERT_TRUE(replacement.Begin());
+    }
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+    EXPECT_EQ(testfiles::Read(dir / "file"), "old");
+}
+
+TEST(Replacement, GoesWhenItCannotBeCommitted) {
+    const Workspace dir;
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    {
+        Replacement replacement({directory.Get(), "file"});
+        ASSERT_TRUE(replacement.Begin());
+        fs::create_directory(dir / "file");
+        EXPECT_EQ(replacement.Commit(), Result(EISDIR));
+    }
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+}
+
+TEST(Replacement, RefusesADirectoryAsTarget) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    EXPECT_EQ(Replacement({directory.Get(), "sub"}).Begin(), Result(EISDIR));
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("sub"));
+}
