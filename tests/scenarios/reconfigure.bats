@@ -45,17 +45,6 @@ END
     expect_missing /tmp/.zorvane-agent-installer.*
 }
 
-@test "an XML file that names another server moves the host there, under a new identifier" {
-    given_a_used_agent
-    given_plain_xml
-    sed -i 's/kell.example/other.test/' "/tmp/$xml"
-    qdn_configure -configure -noimode -quiet
-    expect_status 0
-    expect_value "Kell Servers" server-1 other.test
-    expect_value "Event Queue" level1-retries 77
-    expect_missing "$agent/etc/host.GUID"
-}
-
 @test "the same server by its short name keeps the identifier" {
     given_a_used_agent
     given_plain_xml
@@ -64,16 +53,6 @@ END
     expect_status 0
     expect_value "Kell Servers" server-1 KELL:8080
     printf '{12345678-AAAA}\nnull' | same host.GUID "$agent/etc/host.GUID"
-}
-
-@test "without an upgrade the settings are those of the XML file alone" {
-    given_a_used_agent
-    given_plain_xml /tmp "$agent" 'Upgrade="no"'
-    qdn_configure -configure -noimode -quiet
-    expect_status 0
-    expect_value "Event Queue" level1-retries 6
-    expect_value "Client Details" Location ""
-    expect_plain_files "$agent/etc/client.conf.old"
 }
 
 @test "a run that fails has removed nothing of the agent's configuration and data" {
@@ -86,20 +65,6 @@ END
     expect_file "$agent/etc/client.conf" <"$desk/old.conf"
     expect_file "$agent/var/queue/0001.kse" <<<"event"
     expect_plain_files "$agent/etc/host.GUID" "$agent/bin/qdn-env"
-}
-
-@test "data moves along to another install directory" {
-    given_a_used_agent
-    given_the_package /opt/new
-    qdn_configure -configure -noimode -quiet -dir /opt/new
-    expect_status 0
-    expect_no_errors
-    expect_value "Event Queue" level1-retries 77 /opt/new/etc/client.conf
-    expect_value Configuration event_queue_dir /opt/new/var/queue /opt/new/etc/client.conf
-    expect_file /opt/new/var/queue/0001.kse <<<"event"
-    expect_file /opt/new/var/tasks/0001.kst <<<"task"
-    expect_missing "$agent"
-    [ "$(readlink /usr/bin/qdn-monitor)" = /opt/new/bin/qdn-monitor ]
 }
 
 each_test_is_a_session
