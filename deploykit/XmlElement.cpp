@@ -38,7 +38,7 @@ struct Reference {
 
 // White space other than a blank is turned into blanks by a parser unless it is written as a reference.
 constexpr Reference kReferences[] = {
-    {L'&', L"&amp;"},  {L'<', L"&lt;"},  {L'>', L"&gt;"}, {L'"', L"&quot;"},
+    {L'&', L"&amp;"}, {L'<', L"&lt;"},   {L'>', L"&gt;"},   {L'"', L"&quot;"},
     {L'\t', L"&#9;"}, {L'\n', L"&#10;"}, {L'\r', L"&#13;"},
 };
 
