@@ -1,5 +1,5 @@
 // Times two commands in turn, so that whatever else the machine does falls on both, and compares their
-// medians.
+// medians. The most memory that a run of each has taken is told, too.
 //
 //   paired ROUNDS [--before COMMAND...] --first COMMAND... --second COMMAND...
 //
@@ -13,6 +13,7 @@
 #include <ctime>
 #include <fcntl.h>
 #include <string>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -68,23 +69,34 @@ void Become(const Command& command) {
     _exit(127);
 }
 
-/// Milliseconds from before the fork until the process has ended.
-double Run(const Command& command) {
-    if (command.front() == nullptr) return 0;
+struct Measure {
+    double milliseconds = 0;  // from before the fork until the process has ended
+    double megabytes = 0;     // at its peak, of the process itself or the largest of those it waited for
+};
+
+Measure Run(const Command& command) {
+    if (command.front() == nullptr) return {};
     const double start = Now();
     const pid_t child = fork();
     if (child < 0) Fail("cannot fork");
     if (child == 0) Become(command);
     int status = 0;
-    while (waitpid(child, &status, 0) < 0) {
+    rusage usage{};
+    while (wait4(child, &status, 0, &usage) < 0) {
     }
     const double elapsed = Now() - start;
     if (status != 0) Fail(std::string(command[0]) + " failed");
-    return elapsed;
+    return {elapsed, static_cast<double>(usage.ru_maxrss) / 1024};
 }
 
-struct Times {
-    std::vector<double> values;
+struct Measures {
+    std::vector<double> values;  // milliseconds
+    double megabytes = 0;
+
+    void Add(const Measure& run) {
+        values.push_back(run.milliseconds);
+        megabytes = std::max(megabytes, run.megabytes);
+    }
 
     double Quantile(double part) const {
         return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1) + 0.5)];
@@ -92,8 +104,8 @@ struct Times {
 
     void Print(const char* name) {
         std::sort(values.begin(), values.end());
-        std::printf("  %-7s median %8.2f ms   (quartiles %.2f to %.2f)\n", name, Quantile(0.5),
-                    Quantile(0.25), Quantile(0.75));
+        std::printf("  %-7s median %8.2f ms   (quartiles %.2f to %.2f), %.1f MiB\n", name, Quantile(0.5),
+                    Quantile(0.25), Quantile(0.75), megabytes);
     }
 };
 
@@ -101,13 +113,13 @@ struct Times {
 
 int main(int argc, char** argv) {
     const Plan plan = ParsePlan(argc, argv);
-    Times first;
-    Times second;
+    Measures first;
+    Measures second;
     for (int round = 0; round < plan.rounds; ++round) {
         Run(plan.before);
-        first.values.push_back(Run(plan.first));
+        first.Add(Run(plan.first));
         Run(plan.before);
-        second.values.push_back(Run(plan.second));
+        second.Add(Run(plan.second));
     }
     first.Print("first");
     second.Print("second");
