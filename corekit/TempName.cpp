@@ -39,7 +39,7 @@ Result MakeBeside(const std::string& name, std::string& made,
                   const std::function<Result(const std::string& candidate)>& make) {
     Result result(EEXIST);
     for (int attempt = 0; attempt < kAttempts && result.Code() == EEXIST; ++attempt) {
-        made = "." + name.substr(0, kLongestStem) + "." + RandomSuffix();
+        made = std::string(".").append(name, 0, kLongestStem).append(".").append(RandomSuffix());
         result = make(made);
     }
     return result;
