@@ -129,7 +129,8 @@ std::unique_ptr<Agent> CreateCurrentAgent() {
 }
 
 std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
-    return baseDir.IsEmpty() ? nullptr : AgentFromConfigFile(baseDir + Names::kClientConf);
+    const Candidate candidate = {baseDir + Names::kClientConf, ChosenBy::Administrator};
+    return !baseDir.IsEmpty() && MayBeUsed(candidate) ? AgentFromConfigFile(candidate.path) : nullptr;
 }
 
 std::unique_ptr<Agent> AgentFromConfigFile(const String& path) {

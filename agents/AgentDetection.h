@@ -16,7 +16,8 @@ std::unique_ptr<Agent> FindInstalledAgent();
 /// (empty when it knows none or was not to be asked).
 std::unique_ptr<Agent> CreateCurrentAgent();
 
-/// The agent whose client.conf lies in etc below a base directory; null when there is none or the text is
+/// The agent whose client.conf lies in etc below a base directory; null when there is none, when others may
+/// have written it (told on standard error: a removal would follow every path in it), or when the text is
 /// empty.
 std::unique_ptr<Agent> AgentFromBaseDir(const corekit::String& baseDir);
 

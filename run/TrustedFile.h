@@ -9,7 +9,7 @@ namespace Zorvane::AgentInstaller {
 /// Who chose the directory that a file was found in.
 enum class ChosenBy {
     Program,        // a fixed or searched path
-    Administrator,  // an environment variable named it: its owner does not matter
+    Administrator,  // the command line or an environment variable named it: its owner does not matter
 };
 
 /// Why the file must not be used: empty when it may be. In a directory that others can write, it must be a

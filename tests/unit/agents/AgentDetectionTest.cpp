@@ -147,6 +147,26 @@ TEST(AgentFromBaseDir, IsThatOfTheClientConfBelowIt) {
     EXPECT_EQ(AgentFromBaseDir(L""), nullptr);
 }
 
+TEST(AgentFromBaseDir, IsNoneWhereOthersMayHaveWrittenTheFile) {
+    const TempDir dir;
+    const std::string conf = dir / "etc/client.conf";
+    Write(conf, ConfOf("6", "2", "1378"), 0646);
+    std::filesystem::permissions(dir / "etc", std::filesystem::perms(01777));
+    std::unique_ptr<Agent> agent;
+    const auto find = [&] { agent = AgentFromBaseDir(String::FromUtf8(dir.Path())); };
+    EXPECT_EQ(Captured(find).err, "WARNING! " + conf + " is not used: other users can write to it.\n");
+    EXPECT_EQ(agent, nullptr);
+
+    std::filesystem::permissions(conf, std::filesystem::perms(0644));
+    EXPECT_EQ(Captured(find).err, "");
+    EXPECT_NE(agent, nullptr);
+}
+
+TEST(AgentFromBaseDir, SaysNothingOfAFileThatIsNotThere) {
+    EXPECT_EQ(Captured([] { EXPECT_EQ(AgentFromBaseDir(L"/opt/nowhere"), nullptr); }).err, "");
+    EXPECT_EQ(Captured([] { EXPECT_EQ(AgentFromBaseDir(L"/tmp"), nullptr); }).err, "");
+}
+
 constexpr const char* kDefault = "/opt/zorvane/kell/ksagent/etc/client.conf";
 constexpr const char* kMigrate = "/tmp/ksclt/.migrate-client.conf";
 constexpr const char* kReinstall = "/tmp/ksclt/.reinstall-client.conf";
