@@ -155,6 +155,25 @@ TEST_F(Migration, PathsMoveToTheNewInstallDirectory) {
     EXPECT_EQ(m_settings->Get(L"SWDDir"), L"/data/swd");
 }
 
+TEST_F(Migration, OddValuesAreCarriedByteForByte) {
+    const std::string values[] = {
+        "a=b == c",   "two  words\tand a tab", "K\xf6ln",      "K\xc3\xb6ln \xe2\x82\xac", "# no comment",
+        "\"quoted\"", "%INSTDIR%/as it is",    "\xff\xfe\x80", std::string(1 << 20, 'x'),
+    };
+    for (const std::string& value : values) {
+        for (const std::string lineEnd : {"\n", "\r\n", " \t\n", ""}) {
+            SCOPED_TRACE(value.substr(0, 40) + " before a line end of " + std::to_string(lineEnd.size()));
+            WriteOld("[Configuration]" + (lineEnd.empty() ? "\n" : lineEnd) + "use_https = " + value +
+                     lineEnd);
+            Migrate(&m_installed);
+            ASSERT_TRUE(m_result);
+            const std::string written = testfiles::Read(m_handOver.Path().Utf8());
+            EXPECT_NE(written.find("\nuse_https=" + value + "\n"), std::string::npos);
+            EXPECT_EQ(written.find('\r'), std::string::npos);
+        }
+    }
+}
+
 TEST_F(Migration, AnEmptyOldValueClearsItsSetting) {
     WriteOld("[Client Transport]\nssl_ca_info=\n");
     m_settings->Value(L"CAInfo") = L"/etc/ca.pem";
