@@ -15,7 +15,7 @@ namespace corekit::File {
 namespace {
 
 /// No file that the program has any business with comes near it.
-constexpr std::size_t kLargestRead = 256 * 1024 * 1024;
+constexpr std::size_t kLargestRead = 256UL * 1024 * 1024;
 
 bool Probe(const String& path, struct stat& info) {
     return stat(NativePath(path).c_str(), &info) == 0;

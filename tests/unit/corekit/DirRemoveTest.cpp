@@ -193,13 +193,13 @@ TEST(DirRemove, RemovesTreesDeeperThanDescriptorsAndPathsReach) {
 
 TEST(DirRemove, NeedsNoMoreMemoryForMoreEntries) {
     const Workspace dir;
-    MakeWideDirectory(dir / "tree", 30000, std::string(200, 'n'));  // over 6 MiB of names
-    const int kilobytes = WithFailing({}, [&] {
+    MakeWideDirectory(dir / "tree", 60000, std::string(200, 'n'));  // over 12 MiB of names
+    const int mebibytes = WithFailing({}, [&] {
         const long before = MaximumKilobytes();
         const Result result = Dir::Remove(dir("tree"));
         return result ? static_cast<int>((MaximumKilobytes() - before) / 1024) : 255;
     });
-    EXPECT_LT(kilobytes, 4);  // MiB
+    EXPECT_LT(mebibytes, 8);
     EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
 }
 
