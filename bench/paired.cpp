@@ -1,5 +1,5 @@
 // Times two commands in turn, so that whatever else the machine does falls on both, and compares their
-// medians. The most memory that a run of each has taken is told, too.
+// medians. The median of the processor time and the most memory that a run of each has taken are told, too.
 //
 //   paired ROUNDS [--before COMMAND...] --first COMMAND... --second COMMAND...
 //
@@ -69,8 +69,13 @@ void Become(const Command& command) {
     _exit(127);
 }
 
+double MillisecondsOf(const timeval& time) {
+    return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
+}
+
 struct Measure {
     double milliseconds = 0;  // from before the fork until the process has ended
+    double processor = 0;     // milliseconds, user and system, of the process and those it waited for
     double megabytes = 0;     // at its peak, of the process itself or the largest of those it waited for
 };
 
@@ -86,26 +91,33 @@ Measure Run(const Command& command) {
     }
     const double elapsed = Now() - start;
     if (status != 0) Fail(std::string(command[0]) + " failed");
-    return {elapsed, static_cast<double>(usage.ru_maxrss) / 1024};
+    return {elapsed, MillisecondsOf(usage.ru_utime) + MillisecondsOf(usage.ru_stime),
+            static_cast<double>(usage.ru_maxrss) / 1024};
+}
+
+double Quantile(const std::vector<double>& sorted, double part) {
+    return sorted[static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1) + 0.5)];
 }
 
 struct Measures {
-    std::vector<double> values;  // milliseconds
+    std::vector<double> elapsed;     // milliseconds
+    std::vector<double> processors;  // milliseconds
     double megabytes = 0;
 
     void Add(const Measure& run) {
-        values.push_back(run.milliseconds);
+        elapsed.push_back(run.milliseconds);
+        processors.push_back(run.processor);
         megabytes = std::max(megabytes, run.megabytes);
     }
 
-    double Quantile(double part) const {
-        return values[static_cast<std::size_t>(part * static_cast<double>(values.size() - 1) + 0.5)];
-    }
+    double Median() const { return Quantile(elapsed, 0.5); }
 
     void Print(const char* name) {
-        std::sort(values.begin(), values.end());
-        std::printf("  %-7s median %8.2f ms   (quartiles %.2f to %.2f), %.1f MiB\n", name, Quantile(0.5),
-                    Quantile(0.25), Quantile(0.75), megabytes);
+        std::sort(elapsed.begin(), elapsed.end());
+        std::sort(processors.begin(), processors.end());
+        std::printf("  %-7s median %8.2f ms   (quartiles %.2f to %.2f), processor %.2f ms, %.1f MiB\n", name,
+                    Median(), Quantile(elapsed, 0.25), Quantile(elapsed, 0.75), Quantile(processors, 0.5),
+                    megabytes);
     }
 };
 
@@ -124,6 +136,5 @@ int main(int argc, char** argv) {
     first.Print("first");
     second.Print("second");
     std::printf("  first / second: %.2f   difference: %.2f ms   (%d rounds)\n",
-                first.Quantile(0.5) / second.Quantile(0.5), first.Quantile(0.5) - second.Quantile(0.5),
-                plan.rounds);
+                first.Median() / second.Median(), first.Median() - second.Median(), plan.rounds);
 }
