@@ -21,6 +21,13 @@ class Mount {
         return Mount(what, path, nullptr, MS_BIND, "");
     }
 
+    /// An overlay of the directories lower, upper and work of `layers` on a directory that exists.
+    static Mount Overlay(const std::string& layers, const std::string& path) {
+        return Mount("overlay", path, "overlay", 0,
+                     "userxattr,lowerdir=" + layers + "/lower,upperdir=" + layers +
+                         "/upper,workdir=" + layers + "/work");
+    }
+
     Mount(Mount&& other) noexcept : m_path(std::move(other.m_path)) { other.m_path.clear(); }
     Mount& operator=(Mount&&) = delete;
     ~Mount() {

@@ -1,9 +1,11 @@
 // Writing, copying, renaming and linking files in one step.
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -59,6 +61,17 @@ TEST(FileWrite, EncodesText) {
     EXPECT_EQ(testfiles::Read(dir / "file"), "\xC3\xA4\n");
     ASSERT_TRUE(File::Write(dir("file"), L"\u00E4\n", corekit::Latin1Encoding()));
     EXPECT_EQ(testfiles::Read(dir / "file"), "\xE4\n");
+}
+
+TEST(FileWrite, WritesPiecesOneAfterTheOther) {
+    const Workspace dir;
+    const std::string large(3000000, 'x');
+    const std::array<std::string_view, 5> pieces = {"a", "", large, "b\n", large};
+    ASSERT_TRUE(File::WritePieces(dir("file"), pieces, 0600));
+    EXPECT_EQ(testfiles::Read(dir / "file"), "a" + large + "b\n" + large);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0600U);
+    ASSERT_TRUE(File::WritePieces(dir("file"), {}));
+    EXPECT_EQ(testfiles::Read(dir / "file"), "");
 }
 
 TEST(FileWrite, KeepsTheModeOfTheFileItReplaces) {
@@ -267,6 +280,19 @@ TEST(FileRename, MovesLinksAndDirectoriesAcrossFileSystemsToo) {
     EXPECT_EQ(testfiles::Read("/opt/other/sub/deep/file"), "x");
     EXPECT_EQ(fs::read_symlink("/opt/other/link"), "/etc");
     EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+TEST(FileRename, MovesADirectoryOfAnOverlaysLowerLayer) {
+    const Workspace dir;
+    const Mount layers = Mount::Tmpfs(dir / "layers");
+    testfiles::Write(dir / "layers/lower/sub/file", "x");
+    for (const char* name : {"layers/upper", "layers/work", "merged"}) fs::create_directory(dir / name);
+    const Mount overlay = Mount::Overlay(dir / "layers", dir / "merged");
+    ASSERT_EQ(rename((dir / "merged/sub").c_str(), (dir / "merged/to").c_str()), -1);
+    ASSERT_EQ(errno, EXDEV);
+    EXPECT_TRUE(File::Rename(dir("merged/sub"), dir("merged/to")));
+    EXPECT_THAT(NamesIn(dir / "merged"), ElementsAre("to"));
+    EXPECT_EQ(testfiles::Read(dir / "merged/to/file"), "x");
 }
 
 TEST(FileRename, LosesNothingOnAFullDisk) {
