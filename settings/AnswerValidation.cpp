@@ -14,6 +14,11 @@ using corekit::String;
 
 namespace {
 
+/// A file name or a line of client.conf would end there.
+bool HasNul(const String& answer) {
+    return std::ranges::find(answer, L'\0') != answer.end();
+}
+
 bool IsAllowed(const Question& question, const String& answer) {
     if (String(question.key) == L"KSName") return ServerUrl(answer).IsValid();
     const String allowed(question.allowed);
@@ -63,7 +68,7 @@ bool RefuseAnswer() {
 }
 
 bool ValidateAnswer(const Question& question, String& answer) {
-    const bool ok = !answer.IsEmpty();
+    const bool ok = !answer.IsEmpty() && !HasNul(answer);
     return (IsOfKind(question, answer) && ok) || RefuseAnswer();
 }
 

@@ -87,6 +87,13 @@ TEST(ValidateAnswer, AcceptsAndRewritesByTheKindOfTheQuestion) {
     }
 }
 
+TEST(ValidateAnswer, RefusesANul) {
+    for (const wchar_t* key : {L"KSName", L"Upgrade", L"RunLevel", L"LogFile", L"LogSize"}) {
+        String answer(std::wstring(L"yes\0", 4));
+        EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(QuestionFor(key), answer)); }).out, kInvalid);
+    }
+}
+
 TEST(ValidateAnswer, RefusesAKindThatItDoesNotKnow) {
     const Question question = {L"X", L"?", L"", AnswerKind(9), L""};
     String answer = L"x";
