@@ -14,7 +14,7 @@ each_test_is_a_session() {
 # Runs one function of the file on a private machine of its own, with nothing of the caller's environment.
 run_session() {
     local scenarios
-    scenarios=$(realpath "$BATS_TEST_DIRNAME")
+    scenarios=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
     env -i PATH="$PATH" LANG=C.UTF-8 "$scenarios/../support/private-machine" \
         bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
 }
