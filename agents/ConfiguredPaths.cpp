@@ -40,7 +40,7 @@ String ConfiguredDirectory(const IniFile& conf, const String& key) {
 
 String NamedWithin(const IniFile& conf, const String& place) {
     for (const NamedPath& named : kNamedPaths) {
-        const String path = conf.GetValue(named.section, named.key);
+        String path = conf.GetValue(named.section, named.key);
         if (!path.IsEmpty() && corekit::Path::IsWithin(path, place)) return path;
     }
     return String();

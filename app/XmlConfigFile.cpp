@@ -47,7 +47,7 @@ String FindFile(const std::vector<SearchPiece>& pieces, Predicate mayBeUsed) {
     for (const SearchPiece& piece : pieces) {
         corekit::StringTokenizer directories(piece.directories, L":");
         for (String directory; directories.GetToken(directory);) {
-            const String path = corekit::Program::Search(directory, kXmlFileName);
+            String path = corekit::Program::Search(directory, kXmlFileName);
             if (!path.IsEmpty() && mayBeUsed(path, piece.chosenBy)) return path;
         }
     }
