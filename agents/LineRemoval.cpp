@@ -122,6 +122,8 @@ void DeleteLines(const String& path, const String& command, std::span<const Dele
     String file;
     std::string old;
     if (!corekit::Path::Canonicalise(path, file) || !File::ReadBytes(file, old)) return;
+    const std::string remaining = WithoutLines(old, deleted);
+    if (remaining == old) return;
 
     const PrivateDirectory place(corekit::Path::GetDirectory(file));
     if (place.Path().IsEmpty()) return;
@@ -132,7 +134,7 @@ void DeleteLines(const String& path, const String& command, std::span<const Dele
         if (!inside.IsEntered()) return;
         RunShellCommand(command.Arg(corekit::Text::ShellWord(file), corekit::Text::ShellWord(file)));
     }
-    if (!Holds(file, WithoutLines(old, deleted)) || !FlushToDisk(file)) Forgive(File::Rename(kept, file));
+    if (!Holds(file, remaining) || !FlushToDisk(file)) Forgive(File::Rename(kept, file));
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -22,7 +22,7 @@ std::string WithoutLines(std::string_view content, std::span<const DeletedLines>
 /// Runs a command line that edits a file by way of a file "stuff" in the current directory; "%1" and "%2" in
 /// it are the file's path. The current directory is a private one beside the file meanwhile. When the file
 /// then is anything but its old content less the deleted lines, the old file is put back. Mode and owner
-/// stay. A file that does not exist is left alone.
+/// stay. A file that does not exist, or that has none of the lines, is left alone.
 void DeleteLines(const corekit::String& path, const corekit::String& command,
                  std::span<const DeletedLines> deleted);
 

@@ -152,6 +152,18 @@ TEST_F(LineRemoval, QuotesAPathForTheShell) {
     EXPECT_EQ(Read(file), "a\n");
 }
 
+TEST_F(LineRemoval, LeavesAFileWithNoneOfTheLinesAsItIs) {
+    Write(m_file, "a\nagent");
+    struct stat before {};
+    ASSERT_EQ(stat(m_file.c_str(), &before), 0);
+    Delete(L"touch %1; sed -e '/Agent/d' -e '/msg/d' < %1 > stuff; mv stuff %2");
+    struct stat after {};
+    ASSERT_EQ(stat(m_file.c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_ctim.tv_sec, before.st_ctim.tv_sec);
+    EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
+}
+
 TEST_F(LineRemoval, LeavesAFileThatIsNotThereAlone) {
     const auto output = testsupport::Captured([&] { Delete(); });
     EXPECT_EQ(output.err, "");
