@@ -152,6 +152,8 @@ void RemoveTemporaryFiles(const String& directory, const Survivors& survivors) {
 }  // namespace
 
 void RemoveInstalledFiles56(const String& confPath, const String& newConfPath) {
+    // Without the file every directory would be the usual one, which may well be another agent's.
+    if (!File::IsReadable(confPath)) return;
     const IniFile conf(confPath, IniFile::KeyCase::FallBack);
     const Installation agent = FindInstallation(conf);
     const Survivors survivors(newConfPath, agent.installDir);

@@ -131,6 +131,15 @@ std::set<std::string> NamesIn(const std::string& directory) {
 
 }  // namespace
 
+TEST_F(FileRemoval56, TakesNothingWithoutTheFile) {
+    WriteAll({kGo.begin(), kGo.end()});
+    RemoveInstalledFiles56(String::FromUtf8(m_temp / "none"), L"");
+    for (const std::string& path : kGo) {
+        EXPECT_TRUE(Exists(path)) << path;
+        std::filesystem::remove(path);
+    }
+}
+
 TEST_F(FileRemoval56, RemovesEachOfItsFilesAndNoOther) {
     WriteAll(kGo);
     WriteAll(kStay);
