@@ -110,7 +110,8 @@ bool IsInstallerFile(const String& name) {
 }
 
 void RemoveAllButInstallerFiles(const String& installDir) {
-    if (corekit::IsHostDirectory(installDir)) return;
+    // A link leads to what is somebody else's as well.
+    if (corekit::IsHostDirectory(installDir) || File::IsLink(installDir)) return;
     Forgive(Dir::Scan(installDir, String(), [](const FileInfo& entry) {
         if (!IsInstallerFile(entry.name)) {
             Forgive(entry.isDirectory ? Dir::Remove(entry.path) : File::Remove(entry.path));

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "corekit/FileMode.h"
+#include "corekit/Place.h"
 #include "corekit/SystemCall.h"
 
 namespace corekit::File {
@@ -35,6 +36,13 @@ bool Exists(const String& path) {
 bool IsDirectory(const String& path) {
     struct stat info {};
     return Probe(path, info) && S_ISDIR(info.st_mode);
+}
+
+bool IsLink(const String& path) {
+    Place place;
+    struct stat info {};
+    return Place::Of(path, place) &&
+           fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(info.st_mode);
 }
 
 bool IsReadable(const String& path) {

@@ -14,6 +14,8 @@ namespace corekit::File {
 /// Does the path name anything? Links are followed: a dangling link does not exist.
 bool Exists(const String& path);
 bool IsDirectory(const String& path);
+/// Is it a symbolic link itself? A "/" at its end does not count.
+bool IsLink(const String& path);
 bool IsReadable(const String& path);
 /// By the effective user, on a file system that takes writes.
 bool IsWritable(const String& path);

@@ -268,6 +268,15 @@ TEST_F(FileRemoval60, EmptiesNoHostDirectoryForAPendingReinstall) {
     std::filesystem::remove_all("/usr/local/lib/qdn-precious");
 }
 
+TEST_F(FileRemoval60, EmptiesNoDirectoryBehindALinkForAPendingReinstall) {
+    Write(kMarker, "");
+    Write("/opt/data/bin/precious", "");
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/link");
+    Remove("installdir=/opt/link\n");
+    EXPECT_TRUE(Exists("/opt/data/bin/precious"));
+    std::filesystem::remove("/opt/link");
+}
+
 TEST_F(FileRemoval60, TakesADirectorysWildcardCharactersAsTheyStand) {
     Write("/opt/data/a*/file.kse", "");
     Write("/opt/data/ab/file.kse", "");

@@ -49,6 +49,23 @@ TEST(FileIsDirectory, FollowsLinks) {
     EXPECT_FALSE(File::IsDirectory(L""));
 }
 
+TEST(FileIsLink, IsAboutThePathItself) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    testfiles::Write(dir / "sub/file", "");
+    fs::create_symlink("sub", dir / "link");
+    fs::create_symlink("nowhere", dir / "dangling");
+    EXPECT_TRUE(File::IsLink(dir("link")));
+    EXPECT_TRUE(File::IsLink(dir("link//")));
+    EXPECT_TRUE(File::IsLink(dir("dangling")));
+    EXPECT_FALSE(File::IsLink(dir("link/file")));
+    EXPECT_FALSE(File::IsLink(dir("sub")));
+    EXPECT_FALSE(File::IsLink(dir("sub/file")));
+    EXPECT_FALSE(File::IsLink(dir("none")));
+    EXPECT_FALSE(File::IsLink(L"/"));
+    EXPECT_FALSE(File::IsLink(L""));
+}
+
 TEST(FileAccess, TellsWhatTheEffectiveUserMay) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
