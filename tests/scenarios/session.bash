@@ -137,12 +137,13 @@ expect_changes() {
 
 expect_no_changes() { expect_changes </dev/null; }
 
-# Path, then what is shown of it, then what tells a change of content.
+# Path (line ends in it as "?"), then what is shown of it, then what tells a change of content.
 list_files() {
     { find /etc /opt /tmp /run /var /usr/bin /usr/sbin /usr/local \
-        \( -path "$project" -o -path "$desk" -o -path /run/private-machine -o -path /run/lock \) -prune -o \
-        \( -type d -o -type l \) -printf '%p\t%M\t%l\t\n' -o -printf '%p\t%M\t%l\t%s %T@ %i\n' 2>/dev/null ||
-        true; } | LC_ALL=C sort # an ordinary user may not look everywhere
+        \( -path "$project" -o -path "$desk" -o -path /run/private-machine -o -path /run/lock \
+        -o -path /var/cache -o -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o \
+        \( -type d -o -type l \) -printf '%p\t%M\t%l\t%U:%G\0' -o \
+        -printf '%p\t%M\t%l\t%U:%G %s %T@ %i\0' 2>/dev/null || true; } | tr '\n\0' '?\n' | LC_ALL=C sort # an ordinary user may not look everywhere
 }
 
 changes() {
@@ -157,7 +158,7 @@ changes() {
                 split(before[path], old, "\t")
                 if (!(path in seen)) line("-", path, old[2], old[3])
             }
-        }' "$desk/before" "$desk/after" | LC_ALL=C sort -k3,3 -s
+        }' "$desk/before" "$desk/after" | LC_ALL=C sort -k3
 }
 
 # --- The session itself

@@ -1,0 +1,309 @@
+# Whatever is wrong with an installation, -clean takes away what is the agent's and costs the host nothing else.
+load support
+load old-agent
+load removal
+
+service_links() { echo /etc/init.d/zorvane /etc/rc0.d/K01zorvane /etc/rc3.d/S99zorvane; }
+
+# --- client.conf
+
+@test "a configuration that failed half-way can be cleaned" {
+    given_the_package
+    given_plain_xml
+    sed -i 's,</Settings>,<BinDir>/opt/bin</BinDir></Settings>,' "/tmp/$xml"
+    qdn_configure -configure -noimode -quiet
+    expect_status 1
+    clean
+    expect_told /opt/bin
+    expect_only_gone "$agent"
+    expect_clean_again_harmless
+}
+
+# Taken for an agent of 5.6, which stated no version, and for one in the usual place: that is all that goes.
+expect_taken_for_56() {
+    local programs=("$agent"/bin/qdn-*)
+    touch /tmp/qdn-lock /opt/qdn-lock
+    clean
+    expect_nothing_told
+    expect_only_gone "${programs[@]}" "$agent"/{bin/rcscript,etc,lib} \
+        /usr/bin/qdn-{clientconfigupdate,clientevent,clienttransport,messagelistener,objectmanager} \
+        /usr/bin/qdn-{policymanager,swdclientagent,taskscheduler} /etc/init.d/zorvane /tmp/qdn-lock
+    expect_clean_again_harmless
+}
+
+given_a_configured_agent() {
+    given_the_package
+    given_plain_xml
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+}
+
+@test "an empty client.conf" {
+    given_a_configured_agent
+    : >"$agent/etc/client.conf"
+    expect_taken_for_56
+}
+
+@test "a client.conf that is no text" {
+    given_a_configured_agent
+    { printf '[Configuration\0]\ninstalldir\0=/usr\n\377\376\n='; head -c 99999 /dev/zero; } >"$agent/etc/client.conf"
+    expect_taken_for_56
+}
+
+@test "a client.conf that is a directory, a pipe or a device" {
+    given_an_old_agent 6.0SP2
+    rm "$agent/etc/client.conf"
+    for make in mkdir mkfifo "ln -s /dev/zero"; do
+        $make "$agent/etc/client.conf"
+        clean
+        expect_nothing_found
+        expect_no_errors
+        expect_no_changes
+        rm -r "$agent/etc/client.conf"
+    done
+}
+
+@test "a client.conf that anyone could have written is followed nowhere" {
+    given_an_old_agent 6.0SP2
+    chmod 0777 "$agent/etc"
+    chmod 0666 "$agent/etc/client.conf"
+    clean
+    expect_nothing_found
+    expect_errors <<<"WARNING! $agent/etc/client.conf is not used: other users can write to it."
+    expect_no_changes
+    chmod 0644 "$agent/etc/client.conf"
+    clean
+    expect_told
+    expect_missing "$agent"
+}
+
+# The tool for services comes between the links and the files.
+given_a_tool_that_removes_the_configuration() {
+    printf '#!/bin/sh\nrm %s/etc/client.conf\n' "$agent" >/usr/sbin/chkconfig
+    chmod +x /usr/sbin/chkconfig
+}
+
+@test "a client.conf that disappears meanwhile leads to no files" {
+    given_a_tool_that_removes_the_configuration
+    given_an_old_agent 6.0
+    clean
+    expect_told
+    expect_only_gone "$agent/etc/client.conf" /usr/bin/qdn-{clientevent,configure,monitor}
+    rm -rf "$agent" /etc/rc?.d/*zorvane /etc/init.d/zorvane
+    given_an_old_agent 6.2
+    clean
+    expect_told
+    # shellcheck disable=SC2046 # three paths
+    expect_only_gone "$agent"/{etc/client.conf,bin/qdn-clientevent,bin/qdn-monitor} \
+        /usr/bin/qdn-{clientevent,monitor} $(service_links)
+}
+
+@test "a client.conf of 5.6 that disappears meanwhile leads to no other agent" {
+    given_an_old_agent 5.6
+    rm -f /etc/rc?.d/*zorvane
+    given_an_old_agent 5.6 /opt/elsewhere
+    printf '#!/bin/sh\nrm /opt/elsewhere/etc/client.conf\n' >/usr/sbin/chkconfig
+    chmod +x /usr/sbin/chkconfig
+    clean /opt/elsewhere
+    expect_nothing_told
+    expect_gone /opt/elsewhere/etc/client.conf /etc/init.d/zorvane <<'END'
+! -rw-r--r-- /etc/inetd.conf
+! -rw-r--r-- /etc/services
+END
+}
+
+# --- Directories that client.conf names
+
+# Files by every name that a store's have, where none of them is the agent's.
+bait() {
+    touch "$1"/{1.kse,2.ksi3,a.123456,3.kst,qdn-1.log,.qdn-pkg-xml-1} "$1/{01234567-89ab-cdef-0123-456789ABCDEF}"
+}
+
+# All of /usr by what changed there; the programs in /usr/bin are looked at by name.
+list_usr() {
+    find "$PRIVATE_MACHINE_CHANGES/usr" -path '*/usr/bin' -prune -o -printf '%p %M %i %s %T@\n' | LC_ALL=C sort
+}
+
+given_baits() {
+    local directory
+    for directory in /etc /etc/init.d /usr /usr/lib /usr/local/bin /var/lib /opt /tmp; do bait "$directory"; done
+    ln -s /etc /opt/link
+    touch /opt/file
+    list_usr >"$desk/usr"
+}
+
+misplaced() {
+    printf '%s\n' / '' relative . .. ./etc /usr /etc /lib //usr/ /opt/../usr /usr/. /etc/init.d/../../usr /usr/lib/../lib \
+        /opt/link /opt/link/ /var/lib /var/tmp/.. /opt /tmp /usr/local/bin /opt/file /opt/file/below /opt/nowhere
+}
+
+@test "with stores and variable data in places of the host the agent goes, and the host keeps its own" {
+    given_baits
+    while read -r place; do
+        given_an_old_agent 6.2
+        for key in var event_queue_dir task_storage_path package_storage_path swd_storage_path; do
+            set_value "$key" "$place"
+        done
+        clean
+        expect_told
+        # shellcheck disable=SC2046 # three paths
+        expect_only_gone "$agent" /usr/bin/qdn-{clientevent,monitor} $(service_links)
+        rm /usr/bin/qdn-configure
+    done < <(misplaced)
+    expect_file "$desk/usr" < <(list_usr)
+}
+
+@test "with everything in places of the host only links and services go" {
+    given_baits
+    while read -r place; do
+        given_an_old_agent 6.0SP2
+        for key in installdir var event_queue_dir task_storage_path package_storage_path swd_storage_path; do
+            set_value "$key" "$place"
+        done
+        clean
+        if [ -n "$place" ]; then
+            expect_told
+            # shellcheck disable=SC2046 # three paths
+            expect_only_gone "$agent/etc/host.GUID" /usr/bin/qdn-monitor $(service_links)
+        else
+            expect_status 0
+            # shellcheck disable=SC2046 # three paths
+            expect_only_gone "$agent/etc/host.GUID" $(service_links)
+        fi
+        rm -rf "$agent" /usr/bin/qdn-*
+    done < <(misplaced)
+    expect_file "$desk/usr" < <(list_usr)
+}
+
+@test "with everything of 5.6 in places of the host only what bears its names goes" {
+    given_baits
+    while read -r place; do
+        given_an_old_agent 5.6
+        for key in installdir libdir var task_storage_path; do set_value "$key" "$place"; done
+        set_value tmpdir /var/tmp
+        clean
+        expect_nothing_told
+        expect_gone /usr/bin/qdn-{clientevent,collector} /etc/init.d/zorvane "$agent/var/qdn-client.log" <<'END'
+! -rw-r--r-- /etc/inetd.conf
+! -rw-r--r-- /etc/services
+END
+        rm -rf "$agent" /etc/rc?.d/*zorvane
+    done < <(misplaced)
+    expect_file "$desk/usr" < <(list_usr)
+}
+
+@test "another package's directory, reached through a link, stays" {
+    mkdir -p /opt/other/{bin,lib}
+    touch /opt/other/{bin/program,lib/library,README}
+    ln -s /opt/other /opt/through
+    for keys in "installdir" "var event_queue_dir task_storage_path package_storage_path swd_storage_path"; do
+        given_an_old_agent 6.0SP2
+        for key in $keys; do set_value "$key" /opt/through; done
+        clean
+        expect_told
+        expect_missing /opt/through
+        [ "$(find /opt/other | LC_ALL=C sort | xargs)" = \
+            "/opt/other /opt/other/README /opt/other/bin /opt/other/bin/program /opt/other/lib /opt/other/lib/library" ]
+        ln -sfn /opt/other /opt/through
+    done
+}
+
+@test "nor does a pending reinstall empty it" {
+    mkdir -p /opt/other/bin
+    touch /opt/other/bin/program
+    ln -s /opt/other /opt/through
+    given_an_old_agent 6.0SP2
+    set_value installdir /opt/through
+    mkdir -m 0700 /tmp/ksclt
+    install -m 0600 /dev/null /tmp/ksclt/.reinstall-client.conf
+    clean
+    expect_told
+    # shellcheck disable=SC2046 # three paths
+    expect_only_gone "$agent/var" "$agent/etc/host.GUID" /usr/bin/qdn-monitor $(service_links)
+}
+
+@test "an install directory that is not the base directory goes, and the base directory stays" {
+    given_an_old_agent 6.0SP2
+    mkdir -p /opt/other/etc
+    touch /opt/other/etc/file
+    set_value installdir /opt/other
+    clean
+    expect_told
+    # shellcheck disable=SC2046 # three paths
+    expect_only_gone /opt/other "$agent/var" "$agent/etc/host.GUID" /usr/bin/qdn-monitor $(service_links)
+    clean
+    expect_told
+    expect_no_changes
+}
+
+# --- What lies in the directories
+
+@test "stores that are mount points are emptied; what is mounted below one is left" {
+    given_an_old_agent 6.0SP2
+    mkdir -p /opt/queue /opt/tasks/mounted /opt/tasks/plain
+    mount -t tmpfs tmpfs /opt/queue
+    mount -t tmpfs tmpfs /opt/tasks/mounted
+    mkdir /opt/queue/tree
+    touch /opt/queue/{1.kse,tree/file} /opt/tasks/{1.kst,mounted/file,plain/file}
+    set_value event_queue_dir /opt/queue
+    set_value task_storage_path /opt/tasks
+    clean
+    expect_told
+    # shellcheck disable=SC2046 # three paths
+    expect_only_gone "$agent" /opt/queue/{1.kse,tree} /opt/tasks/{1.kst,plain} \
+        /usr/bin/qdn-{clientevent,monitor} $(service_links)
+}
+
+@test "a store of ten thousand levels goes" {
+    given_an_old_agent 6.0SP2
+    mkdir /dev/shm/queue
+    perl -e 'chdir "/dev/shm/queue"; for (1 .. 10000) { mkdir "deep"; chdir "deep" } open(F, ">", "1.kse")'
+    set_value event_queue_dir /dev/shm/queue
+    clean
+    expect_told
+    expect_missing /dev/shm/queue
+}
+
+odd_names() {
+    printf '%s\0' $'line\nend.kse' $'\n' '*' '?.kse' '[a]' '-rf' ' ' '\' '$(touch made).kse' "'" '"' '`touch made`' \
+        '.kse' '..kse' ... $'\377\376.kse' $'\e[2J.kse' '%INSTDIR%' '{}' "$(printf 'n%.0s' {1..255})"
+}
+
+# The same names beside the store stand for files that only a wildcard or a shell would lead to.
+@test "names that mean something elsewhere mean nothing" {
+    given_an_old_agent 6.0SP2
+    mkdir -p /opt/a* "/opt/a*/queue[1]" /opt/ab/queue1
+    touch /opt/ab/{1.kse,queue1/1.kse}
+    set_value event_queue_dir "/opt/a*/queue[1]"
+    while IFS= read -r -d '' name; do
+        touch -- "/opt/a*/$name" "/opt/ab/$name"
+        mkdir -p -- "/opt/a*/queue[1]/directory/$name"
+        touch -- "/opt/a*/queue[1]/directory/$name/file" "/opt/a*/queue[1]/$name" "$agent/var/swd/$name"
+    done < <(odd_names)
+    clean
+    expect_told
+    # shellcheck disable=SC2046 # three paths
+    expect_only_gone "$agent" "/opt/a*/queue[1]" /usr/bin/qdn-{clientevent,monitor} $(service_links)
+}
+
+@test "of links, pipes and sockets in a store nothing but themselves goes" {
+    given_an_old_agent 6.0SP2
+    mkdir -p /opt/other/directory
+    touch /opt/other/{file,directory/file}
+    for store in queue tasks packages swd; do
+        ln -s /opt/other "$agent/var/$store/link.kse"
+        ln -s /opt/other/file "$agent/var/$store/file.kst"
+        ln -s /opt/other/directory "$agent/var/$store/{01234567-89ab-cdef-0123-456789ABCDEF}"
+        ln -s nowhere "$agent/var/$store/dangling.kse"
+        ln "/opt/other/file" "$agent/var/$store/hard.kse"
+        mkfifo "$agent/var/$store/pipe.kse"
+        perl -MSocket -e 'socket(S, PF_UNIX, SOCK_STREAM, 0); bind(S, sockaddr_un($ARGV[0]))' "$agent/var/$store/s.kse"
+    done
+    ln -s /opt/other "$agent/var/swd/Packages"
+    clean
+    expect_told
+    # shellcheck disable=SC2046 # three paths
+    expect_only_gone "$agent" /usr/bin/qdn-{clientevent,monitor} $(service_links)
+}
+
+each_test_is_a_session
