@@ -94,7 +94,7 @@ TEST(Console, ShowsACompleteMessageAtOnce) {
 }
 
 TEST(Console, TakesMessagesOfEverySize) {
-    for (const std::size_t size : {4095, 4096, 4097, 1000000}) {
+    for (const std::size_t size : {4095U, 4096U, 4097U, 1000000U}) {
         const std::string large(size, 'x');
         const auto output = testsupport::Captured([&] {
             Console::Out("before ");
