@@ -1,4 +1,4 @@
-// The way to the entries of an INI file: hashes in bunches, compared before any key is.
+// The way to the entries of a section: hashes in bunches, compared before any key is.
 #include "corekit/IniIndex.h"
 
 #include <algorithm>
@@ -37,8 +37,8 @@ std::uint64_t Mix(std::uint64_t hash, std::uint64_t word) {
     return hash ^ (hash >> 32);
 }
 
-std::uint32_t HashOf(std::uint32_t section, std::string_view key) {
-    std::uint64_t hash = section + key.size() * kSpread;
+std::uint32_t HashOf(std::string_view key) {
+    std::uint64_t hash = key.size() * kSpread;
     const char* bytes = key.data();
     std::size_t size = key.size();
     for (; size > 8; size -= 8, bytes += 8) hash = Mix(hash, Load<std::uint64_t>(bytes));
@@ -55,21 +55,19 @@ bool IsSameInAnyCase(std::string_view left, std::string_view right) {
 
 }  // namespace
 
-IniIndex::IniIndex(const EditedText& text)
-    : m_text(text),
-      m_bunches(
-          std::bit_ceil(std::clamp<std::size_t>(text.Original().size() / kTextInBunch, 1, kMostBunches))) {}
+IniIndex::IniIndex(const EditedText& text, std::size_t size)
+    : m_text(text), m_bunches(std::bit_ceil(std::clamp<std::size_t>(size / kTextInBunch, 1, kMostBunches))) {}
 
-void IniIndex::Add(std::uint32_t section, std::string_view key, Place place) {
-    const std::uint32_t hash = HashOf(section, key);
-    m_bunches[BunchOf(hash)].push_back({hash, section, static_cast<std::uint32_t>(place)});
+void IniIndex::Add(std::string_view key, Place place) {
+    const std::uint32_t hash = HashOf(key);
+    m_bunches[BunchOf(hash)].push_back({hash, static_cast<std::uint32_t>(place)});
 }
 
-IniIndex::Place IniIndex::Find(std::uint32_t section, std::string_view key, Match match) const {
-    const std::uint32_t hash = HashOf(section, key);
+IniIndex::Place IniIndex::Find(std::string_view key, Match match) const {
+    const std::uint32_t hash = HashOf(key);
     Place inAnyCase = kNone;
     for (const Item& item : m_bunches[BunchOf(hash)]) {
-        if (item.hash != hash || item.section != section) continue;
+        if (item.hash != hash) continue;
         const std::string_view present = ParseIniLine(m_text.Line(item.place)).name;
         if (present == key) return item.place;
         if (inAnyCase == kNone && match == Match::ElseAnyCase && IsSameInAnyCase(present, key)) {
@@ -79,12 +77,10 @@ IniIndex::Place IniIndex::Find(std::uint32_t section, std::string_view key, Matc
     return inAnyCase;
 }
 
-std::vector<IniIndex::Place> IniIndex::Entries(std::uint32_t section) const {
+std::vector<IniIndex::Place> IniIndex::Entries() const {
     std::vector<Place> places;
     for (const Bunch& bunch : m_bunches) {
-        for (const Item& item : bunch) {
-            if (item.section == section) places.push_back(item.place);
-        }
+        for (const Item& item : bunch) places.push_back(item.place);
     }
     std::ranges::sort(places);
     return places;

@@ -1,4 +1,4 @@
-// The way to the entries of an INI file by section and key.
+// The way to the entries of a section by key.
 #pragma once
 
 #include <cstddef>
@@ -11,12 +11,12 @@
 
 namespace corekit {
 
-/// Knows where each entry of a text stands. Keys are hashed without regard to ASCII case, so that one index
-/// serves both ways of looking them up.
+/// Knows where each entry of a section stands. Keys are hashed without regard to ASCII case, so that one
+/// index serves both ways of looking them up.
 ///
-/// A file may have a million entries, of which a hundred are looked up: filing one must cost next to nothing.
-/// So hashes are only put into bunches, few enough to be appended to without a cache miss, and a look-up
-/// walks one bunch.
+/// A section may have a million entries, of which a hundred are looked up: filing one must cost next to
+/// nothing. So hashes are only put into bunches, few enough to be appended to without a cache miss, and a
+/// look-up walks one bunch.
 class IniIndex {
   public:
     using Place = EditedText::Place;
@@ -24,21 +24,20 @@ class IniIndex {
 
     enum class Match { Exact, ElseAnyCase };
 
-    /// An index over a text, which outlives it.
-    explicit IniIndex(const EditedText& text);
+    /// An index over lines of a text (which outlives it) that have so many bytes.
+    IniIndex(const EditedText& text, std::size_t size);
 
-    void Add(std::uint32_t section, std::string_view key, Place place);
+    void Add(std::string_view key, Place place);
 
     /// The first entry that was added with the key, else the first whose key differs in case only.
-    Place Find(std::uint32_t section, std::string_view key, Match match) const;
+    Place Find(std::string_view key, Match match) const;
 
-    /// All entries of a section in order.
-    std::vector<Place> Entries(std::uint32_t section) const;
+    /// All entries in the order of the text.
+    std::vector<Place> Entries() const;
 
   private:
     struct Item {
         std::uint32_t hash;
-        std::uint32_t section;
         std::uint32_t place;  // wide enough for every file that can be read
     };
     using Bunch = std::deque<Item>;

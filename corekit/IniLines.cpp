@@ -1,4 +1,4 @@
-// The lines of an INI file: one scan finds sections and entries; what is set becomes edits of the text.
+// The lines of an INI file: finding the sections; what is set becomes edits of the text.
 #include "corekit/IniLines.h"
 
 #include <algorithm>
@@ -29,60 +29,59 @@ bool CanBeWritten(const std::string& section, const std::string& key) {
     return ParseIniLine(header).name == section && line.kind == IniLine::Kind::Entry && line.name == key;
 }
 
+/// Where the line begins that has nothing but blanks before this offset; npos when it has more.
+std::size_t BeginOfIndentedLine(std::string_view text, std::size_t begin, std::size_t offset) {
+    const std::size_t last = text.substr(0, offset).find_last_not_of(" \t\v\f\r");
+    if (last == text.npos || last < begin) return begin;
+    return text[last] == '\n' ? last + 1 : text.npos;
+}
+
 }  // namespace
 
-IniLines::IniLines(std::string text, IniIndex::Match match)
-    : m_text(std::move(text)), m_index(m_text), m_match(match) {
-    Scan();
+IniLines::IniLines(std::string text, IniIndex::Match match) : m_text(std::move(text)), m_match(match) {
+    FindSections();
 }
 
-void IniLines::Scan() {
+/// Looks for "[" only: most lines of a large file need not be told apart for it.
+void IniLines::FindSections() {
     const std::string_view text = m_text.Original();
-    Section* section = &m_sections.try_emplace("", Section{0, text.size()}).first->second;
-    for (std::size_t start = m_text.Begin(), next = 0; start < text.size(); start = next) {
-        const std::size_t end = std::min(text.find('\n', start), text.size());
-        next = std::min(end + 1, text.size());
-        const IniLine line = ParseIniLine(text.substr(start, end - start));
-        if (line.kind == IniLine::Kind::Section) {
-            section = &ScanHeader(line.name, start, next);
-        } else if (line.kind == IniLine::Kind::Entry) {
-            m_index.Add(section->number, line.name, start);
-            section->end = next;
-            section->hasEntries = true;
-        }
+    std::size_t begin = m_text.Begin();
+    IniSection* section = &m_sections.try_emplace("", m_text, 0).first->second;
+    bool hasHeader = false;
+    const auto endPart = [&](std::size_t end) { section->AddPart(begin, end, hasHeader ? begin : end); };
+
+    for (std::size_t at = text.find('[', begin); at != text.npos; at = text.find('[', at + 1)) {
+        const std::size_t lineBegin = BeginOfIndentedLine(text, begin, at);
+        if (lineBegin == text.npos) continue;
+        const std::size_t lineEnd = std::min(text.find('\n', at), text.size());
+        const IniLine line = ParseIniLine(text.substr(at, lineEnd - at));
+        if (line.kind != IniLine::Kind::Section) continue;
+        endPart(lineBegin);
+        section = &m_sections.try_emplace(std::string(line.name), m_text, 0).first->second;
+        begin = std::min(lineEnd + 1, text.size());
+        hasHeader = true;
+        at = lineEnd;
     }
+    endPart(text.size());
 }
 
-IniLines::Section& IniLines::ScanHeader(std::string_view name, std::size_t start, std::size_t end) {
-    const bool isFirst = m_sections.size() == 1;
-    Section& unnamed = m_sections.begin()->second;
-    if (isFirst && !unnamed.hasEntries) unnamed.end = start;
-
-    auto place = m_sections.find(name);
-    if (place == m_sections.end()) {
-        const auto number = static_cast<std::uint32_t>(m_sections.size());
-        place = m_sections.try_emplace(std::string(name), Section{number, end}).first;
-    }
-    if (!place->second.hasEntries) place->second.end = end;
-    return place->second;
-}
-
-bool IniLines::Get(std::string_view section, std::string_view key, std::string_view& value) const {
-    const EditedText::Place place = Find(Name(section), Name(key));
+bool IniLines::Get(std::string_view section, std::string_view key, std::string_view& value) {
+    IniSection* const found = Find(section);
+    const EditedText::Place place = found != nullptr ? found->Find(Name(key), m_match) : IniIndex::kNone;
     if (place != IniIndex::kNone) value = ParseIniLine(m_text.Line(place)).value;
     return place != IniIndex::kNone;
 }
 
-EditedText::Place IniLines::Find(const std::string& section, const std::string& key) const {
-    const auto known = m_sections.find(section);
-    return known == m_sections.end() ? IniIndex::kNone : m_index.Find(known->second.number, key, m_match);
+IniSection* IniLines::Find(std::string_view name) {
+    const auto found = m_sections.find(Name(name));
+    return found != m_sections.end() ? &found->second : nullptr;
 }
 
-std::vector<IniLine> IniLines::Entries(std::string_view section) const {
+std::vector<IniLine> IniLines::Entries(std::string_view section) {
     std::vector<IniLine> entries;
-    const auto known = m_sections.find(Name(section));
-    if (known == m_sections.end()) return entries;
-    for (const EditedText::Place place : m_index.Entries(known->second.number)) {
+    IniSection* const found = Find(section);
+    if (found == nullptr) return entries;
+    for (const EditedText::Place place : found->Entries()) {
         entries.push_back(ParseIniLine(m_text.Line(place)));
     }
     return entries;
@@ -91,32 +90,34 @@ std::vector<IniLine> IniLines::Entries(std::string_view section) const {
 void IniLines::Set(std::string_view section, std::string_view key, std::string_view value) {
     const std::string sectionName = Name(section);
     const std::string keyName = Name(key);
-    const EditedText::Place place = Find(sectionName, keyName);
+    if (!CanBeWritten(sectionName, keyName)) return;
+    IniSection& home = FindOrAdd(sectionName);
+    const EditedText::Place place = home.Find(keyName, m_match);
     if (place != IniIndex::kNone) {
-        ChangeEntry(place, OneLine(value));
-    } else if (CanBeWritten(sectionName, keyName)) {
-        const Section& home = SectionOf(sectionName);
-        m_index.Add(home.number, keyName,
-                    m_text.AddLine(home.end, home.rank, keyName + "=" + OneLine(value)));
+        ChangeValue(place, OneLine(value));
+    } else {
+        home.AddEntry(keyName, OneLine(value));
     }
 }
 
-void IniLines::ChangeEntry(EditedText::Place place, const std::string& value) {
+/// The section, with a header of its own at the end of the text when it has none yet.
+IniSection& IniLines::FindOrAdd(const std::string& name) {
+    const std::size_t end = m_text.Original().size();
+    const std::size_t rank = m_sections.size();
+    const auto [section, isNew] = m_sections.try_emplace(name, m_text, rank);
+    if (isNew) {
+        m_text.AddLine(end, rank, "[" + name + "]");
+        section->second.AddPart(end, end, end);
+    }
+    return section->second;
+}
+
+void IniLines::ChangeValue(EditedText::Place place, const std::string& value) {
     const std::string_view line = m_text.Line(place);
     const std::string_view old = ParseIniLine(line).value;
     std::string changed(line);
     changed.replace(static_cast<std::size_t>(old.data() - line.data()), old.size(), value);
     m_text.SetLine(place, std::move(changed));
-}
-
-/// The section, with a header of its own at the end of the text when it has none yet.
-const IniLines::Section& IniLines::SectionOf(const std::string& name) {
-    const std::size_t end = m_text.Original().size();
-    const std::size_t count = m_sections.size();
-    const auto [known, isNew] =
-        m_sections.try_emplace(name, Section{static_cast<std::uint32_t>(count), end, count});
-    if (isNew) m_text.AddLine(end, count, "[" + name + "]");
-    return known->second;
 }
 
 }  // namespace corekit

@@ -1,8 +1,6 @@
-// The lines of an INI file: its text, the sections and entries found in it, and what is set.
+// The lines of an INI file: its sections, and what is read and set in them.
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -11,6 +9,7 @@
 #include "corekit/EditedText.h"
 #include "corekit/IniIndex.h"
 #include "corekit/IniLine.h"
+#include "corekit/IniSection.h"
 
 namespace corekit {
 
@@ -23,10 +22,10 @@ class IniLines {
     IniLines& operator=(const IniLines&) = delete;
 
     /// False when there is no such entry.
-    bool Get(std::string_view section, std::string_view key, std::string_view& value) const;
+    bool Get(std::string_view section, std::string_view key, std::string_view& value);
 
     /// All entries of a section in order.
-    std::vector<IniLine> Entries(std::string_view section) const;
+    std::vector<IniLine> Entries(std::string_view section);
 
     /// Sets an entry, unless no line could hold it.
     void Set(std::string_view section, std::string_view key, std::string_view value);
@@ -35,23 +34,14 @@ class IniLines {
     std::vector<std::string_view> Pieces() const { return m_text.Pieces(); }
 
   private:
-    struct Section {
-        std::uint32_t number;
-        std::size_t end;       // the offset where entries are added
-        std::size_t rank = 0;  // among what is added at that offset; 0 for a section that stands in the text
-        bool hasEntries = false;
-    };
-    using Sections = std::map<std::string, Section, std::less<>>;
+    using Sections = std::map<std::string, IniSection, std::less<>>;
 
-    void Scan();
-    Section& ScanHeader(std::string_view name, std::size_t start, std::size_t end);
-    const Section& SectionOf(const std::string& name);
-
-    EditedText::Place Find(const std::string& section, const std::string& key) const;
-    void ChangeEntry(EditedText::Place place, const std::string& value);
+    void FindSections();
+    IniSection* Find(std::string_view name);
+    IniSection& FindOrAdd(const std::string& name);
+    void ChangeValue(EditedText::Place place, const std::string& value);
 
     EditedText m_text;
-    IniIndex m_index;
     IniIndex::Match m_match;
     Sections m_sections;
 };

@@ -21,7 +21,7 @@ std::string Text(const IniLines& lines) {
     return text;
 }
 
-std::string Value(const IniLines& lines, std::string_view section, std::string_view key) {
+std::string Value(IniLines& lines, std::string_view section, std::string_view key) {
     std::string_view value = "(none)";
     const bool exists = lines.Get(section, key, value);
     EXPECT_EQ(exists, value != "(none)");
@@ -30,13 +30,14 @@ std::string Value(const IniLines& lines, std::string_view section, std::string_v
 
 std::string ValueIn(const std::string& text, std::string_view section, std::string_view key,
                     IniIndex::Match match = kExact) {
-    return Value(IniLines(text, match), section, key);
+    IniLines lines(text, match);
+    return Value(lines, section, key);
 }
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 Pairs EntriesIn(const std::string& text, std::string_view section) {
-    const IniLines lines(text, kExact);
+    IniLines lines(text, kExact);
     Pairs pairs;
     for (const IniLine& entry : lines.Entries(section)) pairs.emplace_back(entry.name, entry.value);
     return pairs;
@@ -107,6 +108,21 @@ TEST(IniLines, TakesABrokenHeaderAsJunk) {
     const std::string text = "[s]\n[broken\nk=1\n";
     EXPECT_EQ(ValueIn(text, "s", "k"), "1");
     EXPECT_EQ(WithKey(text), "[s]\n[broken\nk=new\n");
+}
+
+TEST(IniLines, KnowsAHeaderByTheLineThatItStandsOn) {
+    const std::string text = "x=[s]\n[s] [t] [\n \t[ u ]\r\n\r[v]\n a [w]\n[x\n[y]";
+    EXPECT_EQ(EntriesIn(text, ""), (Pairs{{"x", "[s]"}}));
+    for (const std::string_view section : {"s", "u", "v", "y"}) {
+        IniLines lines(text, kExact);
+        lines.Set(section, "k", "1");
+        EXPECT_EQ(Text(lines).size(), text.size() + (section == "u" ? 5 : 4)) << section;
+    }
+    for (const std::string_view section : {"t", "w", "x"}) {
+        IniLines lines(text, kExact);
+        lines.Set(section, "k", "1");
+        EXPECT_EQ(Text(lines), text + "\n[" + std::string(section) + "]\nk=1");
+    }
 }
 
 TEST(IniLines, DoesNotTakeAByteOrderMarkForPartOfAName) {
