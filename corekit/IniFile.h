@@ -46,9 +46,8 @@ class IniFile {
     /// Adds all entries of a section to the map.
     void GetEntries(const String& section, Entries& entries) const;
 
-    /// Names that no line could hold are left out: an empty key, a key with "=" or that begins with "#", ";"
-    /// or
-    /// "[", a section with "]".
+    /// An entry that no line could hold is left out: one whose key is empty, has "=" in it or begins with "#",
+    /// ";" or "[", or whose section has "]" in it.
     void SetValue(const String& section, const String& key, const String& value);
 
     /// Replaces the file in one step (see File::Write). A file that is there but could not be read is not
