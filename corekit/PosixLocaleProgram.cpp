@@ -91,7 +91,7 @@ Result PosixLocaleProgram::Run(const String& commandLine, StringToMapFilter& fil
     writeEnd = Descriptor();
 
     ReadUntilEnd(shell, watch, output);
-    FileLines(output.Bytes(), filter);
+    if (output.Failure()) FileLines(output.Bytes(), filter);
     return output.Failure();
 }
 

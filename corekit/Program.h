@@ -41,7 +41,8 @@ namespace PosixLocaleProgram {
 /// no other descriptor is inherited, signals have their default dispositions. The variables by which a caller
 /// could change what a shell or the loader does (LD_*, IFS, BASH_ENV, ENV, SHELLOPTS, BASHOPTS, exported
 /// functions ...) are left out; PATH stays. `filter` is cleared and then holds the lines of standard output.
-/// Fails when the shell cannot be started; the exit status of the command is not looked at.
+/// Fails, with an empty filter, when the shell cannot be started or its output not be read; the exit status
+/// of the command is not looked at.
 Result Run(const String& commandLine, StringToMapFilter& filter);
 
 }  // namespace PosixLocaleProgram

@@ -8,18 +8,21 @@
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
 
 #include "corekit/Console.h"
 #include "corekit/Descriptor.h"
 #include "corekit/Program.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::Result;
 using corekit::String;
 using corekit::StringToMapFilter;
+using testsupport::WithFailing;
 
 namespace Shell = corekit::PosixLocaleProgram;
 
@@ -215,4 +218,21 @@ TEST(PosixLocaleProgram, FailsWithoutAShell) {
             _exit(Shell::Run(L"echo x", filter).Code());
         },
         testing::ExitedWithCode(ENOENT), "");
+}
+
+TEST(PosixLocaleProgram, FailsWhenItCannotWatchACommand) {
+    for (const int call : {SYS_signalfd4, SYS_pipe2}) {
+        StringToMapFilter filter;
+        EXPECT_EQ(WithFailing({{call, EMFILE}},
+                              [&] {
+                                  const Result result = Shell::Run(L"echo x", filter);
+                                  return filter.Count() == 0 ? result.Code() : 254;
+                              }),
+                  EMFILE)
+            << call;
+    }
+}
+
+TEST(PosixLocaleProgram, ReadsToTheEndWhereItCannotPoll) {
+    EXPECT_EQ(WithFailing({{SYS_poll, ENOMEM}}, [] { return FirstLineOf("echo 7; echo 8").ToInt(); }), 7);
 }
