@@ -265,7 +265,7 @@ END
 }
 
 odd_names() {
-    printf '%s\0' $'line\nend.kse' $'\n' '*' '?.kse' '[a]' '-rf' ' ' '\' '$(touch made).kse' "'" '"' '`touch made`' \
+    printf '%s\0' $'line\nend.kse' $'\n' '*' '?.kse' '[a]' '-rf' ' ' $'\\' '$(touch made).kse' "'" '"' '`touch made`' \
         '.kse' '..kse' ... $'\377\376.kse' $'\e[2J.kse' '%INSTDIR%' '{}' "$(printf 'n%.0s' {1..255})"
 }
 

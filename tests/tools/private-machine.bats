@@ -7,7 +7,7 @@ setup() {
 
 @test "what is written inside is not there outside, and shows as a change" {
     run "$machine" bash -c '
-        for directory in /etc /usr/bin /usr/local/bin /var/lib /var/log /opt /root /tmp /run /dev/shm; do
+        for directory in /etc /usr/bin /usr/local/bin /var/lib /var/log /opt /root /tmp /var/tmp /run /dev/shm; do
             echo inside >"$directory/private-machine-test" || exit 1
         done
         cd "$PRIVATE_MACHINE_CHANGES" && find . -name private-machine-test | sort'
@@ -17,7 +17,7 @@ setup() {
 ./usr/local/bin/private-machine-test
 ./var/lib/private-machine-test
 ./var/log/private-machine-test" ]
-    for directory in /etc /usr/bin /usr/local/bin /var/lib /var/log /opt /root /tmp /run /dev/shm; do
+    for directory in /etc /usr/bin /usr/local/bin /var/lib /var/log /opt /root /tmp /var/tmp /run /dev/shm; do
         [ ! -e "$directory/private-machine-test" ]
     done
 }
