@@ -131,7 +131,7 @@ expect_no_line() {
 # A line is the sign, mode, path and, of a link, where it leads. Data of the host that any command touches is left out.
 expect_changes() {
     list_files >"$desk/after"
-    changes >"$desk/changes"
+    changes | made_here >"$desk/changes"
     same "changes" "$desk/changes"
 }
 
@@ -160,6 +160,22 @@ changes() {
                 if (!(path in seen)) line("-", path, old[2], old[3])
             }
         }' "$desk/before" "$desk/after" | LC_ALL=C sort -k3
+}
+
+# Of lines of changes, those that this machine made: what others write on the host meanwhile shows through the overlays,
+# but only what is written here stands in their upper layers. (What went may have stood in either.)
+made_here() {
+    local line path
+    while IFS= read -r line; do
+        path=${line#* * }
+        path=${path%% -> *}
+        [ "${line:0:1}" = - ] || is_written_here "$path" || continue
+        printf '%s\n' "$line"
+    done
+}
+
+is_written_here() {
+    case $1 in /etc/* | /usr/* | /var/*) [ -e "$PRIVATE_MACHINE_CHANGES$1" ] || [ -L "$PRIVATE_MACHINE_CHANGES$1" ] ;; esac
 }
 
 # --- The session itself
