@@ -1,6 +1,9 @@
 # Makes every test of a file a session on a private machine. A file begins with `load support` and ends with
 # `each_test_is_a_session`; what a session can say is in session.bash.
 
+# A character of a test file, written as \u, is the same on every host.
+export LC_ALL=C.UTF-8
+
 # Wraps the tests of the file: bats runs the wrapper, and the body runs inside, by itself, as root.
 each_test_is_a_session() {
     local name
