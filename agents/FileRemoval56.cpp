@@ -49,10 +49,11 @@ struct DataFiles {
 };
 
 constexpr DataFiles kDataFiles[] = {
-    {&Installation::varDir, L"qdn-client.log"}, {&Installation::logDir, L"qdn-client.log"},
-    {&Installation::varDir, L"*.xml"},          {&Installation::varDir, L"Pkg_*"},
+    {&Installation::varDir, L"*.xml"},
+    {&Installation::varDir, L"Pkg_*"},
     {&Installation::taskDir, L"Pkg_*"},
 };
+constexpr const wchar_t* kLog = L"qdn-client.log";
 
 constexpr const wchar_t* kProgramDir = L"/usr/bin/";
 constexpr const wchar_t* kPrograms[] = {
@@ -127,6 +128,13 @@ bool IsHostLibraryDir(const String& directory) {
                        [&](const wchar_t* prefix) { return canonical.StartsWith(prefix); });
 }
 
+/// The old log goes even from where the new agent writes one: it begins its own.
+void RemoveLogs(const Installation& agent) {
+    for (const String& directory : {agent.varDir, agent.logDir}) {
+        if (!directory.IsEmpty()) Forgive(File::Remove(directory + kLog));
+    }
+}
+
 void RemoveInstallDir(const Installation& agent, const Survivors& survivors) {
     for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern);
     if (corekit::IsHostDirectory(agent.installDir)) return;
@@ -157,6 +165,7 @@ void RemoveInstalledFiles56(const String& confPath, const String& newConfPath) {
     const IniFile conf(confPath, IniFile::KeyCase::FallBack);
     const Installation agent = FindInstallation(conf);
     const Survivors survivors(newConfPath, agent.installDir);
+    RemoveLogs(agent);
     for (const DataFiles& row : kDataFiles) {
         const String& directory = agent.*row.directory;
         if (!directory.IsEmpty()) survivors.RemoveOthers(directory + row.pattern);

@@ -6,9 +6,9 @@
 namespace Zorvane::AgentInstaller {
 
 /// Removes the files of the 5.6 agent that `confPath` describes. `newConfPath` is empty on a clean; on an
-/// upgrade it is the new client.conf: what that names stays, and in place, that is when the new agent's
-/// install directory is the old one, so does what the new package laid down there and what this run has
-/// written. Nothing goes when the file cannot be read. Failures are ignored.
+/// upgrade it is the new client.conf: what that names stays, the old log excepted, and in place, that is when
+/// the new agent's install directory is the old one, so does what the new package laid down there and what
+/// this run has written. Nothing goes when the file cannot be read. Failures are ignored.
 void RemoveInstalledFiles56(const corekit::String& confPath, const corekit::String& newConfPath);
 
 }  // namespace Zorvane::AgentInstaller

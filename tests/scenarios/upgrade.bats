@@ -184,7 +184,7 @@ expect_no_56_in_the_system() {
     expect_data "$agent"
     expect_old_conf_kept "$agent"
     expect_no_56_in_the_system
-    expect_missing "$agent/bin/runit.sh" "$agent/bin/whose"
+    expect_missing "$agent/bin/runit.sh" "$agent/bin/whose" "$agent/var/qdn-client.log"
     expect_plain_files "$agent/etc/client.proto" "$agent/bin/qdn-monitor.bin" "$agent/lib/service-functions"
 }
 

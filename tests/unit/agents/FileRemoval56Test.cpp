@@ -323,6 +323,19 @@ TEST_F(FileRemoval56, SparesWhatTheNewPackageAndThisRunLaidDownInPlace) {
     ExpectAll(go, false, kUsualDir);
 }
 
+TEST_F(FileRemoval56, RemovesTheOldLogFromWhereTheNewAgentWritesOne) {
+    const std::vector<std::string> logs = {"/opt/zorvane/kell/ksagent/var/qdn-client.log",
+                                           "/opt/data/log/qdn-client.log"};
+    for (const std::string& log : logs) {
+        WriteAll(logs);
+        Write("/opt/data/log/other.log", "");
+        Remove("debug_output=/opt/data/log/qdn-client.log\n",
+               std::string("installdir=") + kUsualDir + "\ndebug_output=" + log + "\n");
+        ExpectAll(logs, false);
+        EXPECT_TRUE(Exists("/opt/data/log/other.log"));
+    }
+}
+
 TEST_F(FileRemoval56, RemovesItsWholeListForAnotherInstallDirectory) {
     WriteAll(kGo);
     Remove("", "installdir=/opt/data/agent\n");
