@@ -46,7 +46,8 @@ class IniFile {
     /// Adds all entries of a section to the map.
     void GetEntries(const String& section, Entries& entries) const;
 
-    /// An entry that no line could hold is left out: one whose key is empty, has "=" in it or begins with "#",
+    /// An entry that no line could hold is left out: one whose key is empty, has "=" in it or begins with
+    /// "#",
     /// ";" or "[", or whose section has "]" in it.
     void SetValue(const String& section, const String& key, const String& value);
 

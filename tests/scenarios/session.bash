@@ -175,7 +175,7 @@ made_here() {
 }
 
 is_written_here() {
-    case $1 in /etc/* | /usr/* | /var/*) [ -e "$PRIVATE_MACHINE_CHANGES$1" ] || [ -L "$PRIVATE_MACHINE_CHANGES$1" ] ;; esac
+    case $1 in /var/tmp/*) ;; /etc/* | /usr/* | /var/*) [ -e "$PRIVATE_MACHINE_CHANGES$1" ] || [ -L "$PRIVATE_MACHINE_CHANGES$1" ] ;; esac
 }
 
 # --- The session itself
