@@ -49,6 +49,17 @@ TEST_F(ProgramLinks, InUsrBinThereIsNoLinkToTheHelper) {
     unlink("/usr/bin/qdn-configure");
 }
 
+TEST_F(ProgramLinks, UsrBinByAnotherNameGetsNoLinkToTheHelperEither) {
+    std::filesystem::create_directory_symlink("/usr/bin", "/opt/programs");
+    for (const char* directory : {"/usr/bin/", "/usr/../usr/bin", "//usr//bin", "/opt/programs"}) {
+        Configure(std::string("bindir=") + directory + "\n");
+        EXPECT_TRUE(CreateProgramLinks(m_context));
+        EXPECT_FALSE(std::filesystem::is_symlink("/usr/bin/qdn-helper")) << directory;
+    }
+    unlink("/usr/bin/qdn-monitor");
+    unlink("/usr/bin/qdn-configure");
+}
+
 TEST_F(ProgramLinks, SomebodyElsesHelperStays) {
     testfiles::Write("/opt/agent/links/qdn-helper", "theirs");
     EXPECT_TRUE(CreateProgramLinks(m_context));
