@@ -6,16 +6,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/Env.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
+#include "corekit/SearchPath.h"
 #include "corekit/Text.h"
 
 namespace corekit {
 
 namespace {
-
-constexpr const wchar_t* kDefaultPath = L"/usr/sbin:/usr/bin:/sbin:/bin";
 
 /// The path of `name` in the first directory of the list for which `accept` holds; empty without one.
 template <typename Accept>
@@ -29,20 +27,17 @@ String FindInList(const String& directories, const String& name, Accept accept) 
     return String();
 }
 
-/// A relative directory of PATH would let whoever owns the current directory choose what root runs.
 bool IsProgram(const String& path) {
     const std::string bytes = path.Utf8();
     struct stat info {};
-    return bytes.starts_with('/') && stat(bytes.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+    return stat(bytes.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
            faccessat(AT_FDCWD, bytes.c_str(), X_OK, AT_EACCESS) == 0;
 }
 
 }  // namespace
 
 String Program::Locate(const String& name) {
-    String directories;
-    if (!Env::Get(L"PATH", directories)) directories = kDefaultPath;
-    return FindInList(directories, name, IsProgram);
+    return FindInList(String::FromUtf8(SearchPath()), name, IsProgram);
 }
 
 String Program::Search(const String& directories, const String& name) {

@@ -10,7 +10,7 @@ namespace corekit {
 
 namespace Program {
 
-/// The full path of a program on the search path PATH; empty when there is none.
+/// The full path of a program in the directories of `SearchPath`; empty when there is none.
 String Locate(const String& name);
 
 /// The full path of a file in the first directory of a colon-separated list that holds it; empty when none
@@ -40,9 +40,9 @@ namespace PosixLocaleProgram {
 /// daemon that it leaves behind is not waited for. Standard input is /dev/null, standard error is passed on,
 /// no other descriptor is inherited, signals have their default dispositions. The variables by which a caller
 /// could change what a shell or the loader does (LD_*, IFS, BASH_ENV, ENV, SHELLOPTS, BASHOPTS, exported
-/// functions ...) are left out; PATH stays. `filter` is cleared and then holds the lines of standard output.
-/// Fails, with an empty filter, when the shell cannot be started or its output not be read; the exit status
-/// of the command is not looked at.
+/// functions ...) are left out; of PATH the absolute directories stay. `filter` is cleared and then holds the
+/// lines of standard output. Fails, with an empty filter, when the shell cannot be started or its output not
+/// be read; the exit status of the command is not looked at.
 Result Run(const String& commandLine, StringToMapFilter& filter);
 
 }  // namespace PosixLocaleProgram

@@ -5,13 +5,16 @@
 #include <string_view>
 #include <unistd.h>
 
+#include "corekit/SearchPath.h"
+
 namespace corekit {
 
 namespace {
 
 constexpr std::string_view kLeftOut[] = {
-    "BASHOPTS", "CDPATH",   "COLUMNS",         "ENV", "FPATH",     "GLOBIGNORE",     "GREP_OPTIONS", "IFS",
-    "LANG",     "LANGUAGE", "POSIXLY_CORRECT", "PS4", "PS_FORMAT", "PS_PERSONALITY", "SHELLOPTS",
+    "BASHOPTS",     "CDPATH",    "COLUMNS",        "ENV",       "FPATH", "GLOBIGNORE",
+    "GREP_OPTIONS", "IFS",       "LANG",           "LANGUAGE",  "PATH",  "POSIXLY_CORRECT",
+    "PS4",          "PS_FORMAT", "PS_PERSONALITY", "SHELLOPTS",
 };
 
 constexpr std::string_view kLeftOutPrefixes[] = {"BASH_", "LC_", "LD_"};
@@ -30,14 +33,13 @@ bool IsLeftOut(std::string_view variable) {
 
 }  // namespace
 
-std::vector<char*> ShellEnvironment() {
-    std::vector<char*> variables;
+ShellEnvironment::ShellEnvironment() : m_path("PATH=" + SearchPath()) {
     for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-        if (!IsLeftOut(*variable)) variables.push_back(*variable);
+        if (!IsLeftOut(*variable)) m_variables.push_back(*variable);
     }
-    variables.push_back(kPosixLocale);
-    variables.push_back(nullptr);
-    return variables;
+    m_variables.push_back(m_path.data());
+    m_variables.push_back(kPosixLocale);
+    m_variables.push_back(nullptr);
 }
 
 }  // namespace corekit

@@ -1,13 +1,26 @@
 // The environment that a shell command gets.
 #pragma once
 
+#include <string>
 #include <vector>
 
 namespace corekit {
 
-/// Our environment in the form that exec takes (the last pointer is null), with LC_ALL=POSIX and without the
-/// variables by which a caller could change what a shell, the loader or a tool in a pipe does. The pointers
-/// are those of `environ`: good until the environment changes.
-std::vector<char*> ShellEnvironment();
+/// Our environment with LC_ALL=POSIX, with `SearchPath` as PATH and without the variables by which a caller
+/// could change what a shell, the loader or a tool in a pipe does.
+class ShellEnvironment {
+  public:
+    ShellEnvironment();
+    ShellEnvironment(const ShellEnvironment&) = delete;
+    ShellEnvironment& operator=(const ShellEnvironment&) = delete;
+
+    /// In the form that exec takes: the last pointer is null. The others are good as long as this object
+    /// lives and `environ` does not change.
+    const std::vector<char*>& Variables() const { return m_variables; }
+
+  private:
+    std::string m_path;
+    std::vector<char*> m_variables;
+};
 
 }  // namespace corekit

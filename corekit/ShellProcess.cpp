@@ -92,8 +92,9 @@ Result ShellProcess::Start(std::string commandLine, int output) {
     char* arguments[] = {shell, option, commandLine.data(), nullptr};
     const SpawnPlan plan(output);
     pid_t pid = 0;
+    const ShellEnvironment environment;
     const int failure =
-        posix_spawn(&pid, shell, plan.Files(), plan.Attributes(), arguments, ShellEnvironment().data());
+        posix_spawn(&pid, shell, plan.Files(), plan.Attributes(), arguments, environment.Variables().data());
     if (failure == 0) m_pid = pid;
     return Result(failure);
 }
