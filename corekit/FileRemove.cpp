@@ -16,17 +16,15 @@ namespace corekit::File {
 
 namespace {
 
-/// Removes one match; the host's own stay.
-Result RemoveMatch(const Entry& entry) {
-    return IsHostName(entry) ? Result(EPERM) : RemoveEntry(entry);
-}
-
-/// Removes the entries of a directory that match a wildcard; returns the first failure.
+/// Removes the entries of a directory that match a wildcard, but not the host's own; returns the first
+/// failure.
 Result RemoveMatches(const Place& pattern) {
+    const HostNames hostNames(pattern.Fd());
     Result failure;
     const Result result = TakeOut(pattern.Fd(), [&](const DirEntry& entry) {
         if (!MatchesWildcard(pattern.name, entry.name)) return false;
-        const Result removed = RemoveMatch({pattern.Fd(), entry.name});
+        const Result removed =
+            hostNames.Include(entry.name) ? Result(EPERM) : RemoveEntry({pattern.Fd(), entry.name});
         if (failure) failure = removed;
         return removed.Ok();
     });
@@ -47,7 +45,7 @@ Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     if (pattern.EndsWith(L"/")) return Result(EINVAL);
     Place place;
     if (const Result result = Place::Of(pattern, place); !result) return result;
-    if (!HasWildcard(place.name)) return RemoveMatch(place.At());
+    if (!HasWildcard(place.name)) return IsHostName(place.At()) ? Result(EPERM) : RemoveEntry(place.At());
     if (hostDirectory == HostDirectory::Refused && IsHostDirectory(place.directory)) return Result(EPERM);
     return RemoveMatches(place);
 }

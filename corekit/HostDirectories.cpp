@@ -15,14 +15,6 @@
 
 namespace corekit {
 
-namespace {
-
-constexpr std::array kOfRoot = {"bin",  "boot", "dev", "etc",  "home", "lib*", "media", "mnt", "opt",
-                                "proc", "root", "run", "sbin", "srv",  "sys",  "tmp",   "usr", "var"};
-constexpr std::array kOfUsr = {"bin", "games", "include", "lib*", "local", "libexec", "sbin", "share", "src"};
-constexpr std::array kOfVar = {"cache", "lib", "local", "lock", "log", "mail", "opt", "run", "spool", "tmp"};
-constexpr std::array kOfEtc = {"init.d", "rc*.d", "opt"};
-
 /// The host's own entries of one directory.
 struct HostEntries {
     const wchar_t* directory;
@@ -33,6 +25,14 @@ struct HostEntries {
                                    [&](const char* pattern) { return MatchesWildcard(pattern, name); });
     }
 };
+
+namespace {
+
+constexpr std::array kOfRoot = {"bin",  "boot", "dev", "etc",  "home", "lib*", "media", "mnt", "opt",
+                                "proc", "root", "run", "sbin", "srv",  "sys",  "tmp",   "usr", "var"};
+constexpr std::array kOfUsr = {"bin", "games", "include", "lib*", "local", "libexec", "sbin", "share", "src"};
+constexpr std::array kOfVar = {"cache", "lib", "local", "lock", "log", "mail", "opt", "run", "spool", "tmp"};
+constexpr std::array kOfEtc = {"init.d", "rc*.d", "opt"};
 
 constexpr std::array kHostEntries = {
     HostEntries{L"/", kOfRoot},   HostEntries{L"/usr", kOfUsr}, HostEntries{L"/usr/local", kOfUsr},
@@ -83,13 +83,16 @@ bool IsHostDirectory(const Descriptor& directory) {
     return Leads(L"/", info) || std::ranges::any_of(kHostEntries, anyLeads);
 }
 
-bool IsHostName(const Entry& entry) {
-    struct stat parent {};
-    if (fstat(entry.directory, &parent) != 0) return false;
-    const auto holds = [&](const HostEntries& entries) {
-        return entries.Hold(entry.name.c_str()) && Leads(entries.directory, parent);
-    };
-    return std::ranges::any_of(kHostEntries, holds);
+HostNames::HostNames(int directory) {
+    struct stat info {};
+    if (fstat(directory, &info) != 0) return;
+    for (const HostEntries& entries : kHostEntries) {
+        if (Leads(entries.directory, info)) m_entries.push_back(&entries);
+    }
+}
+
+bool HostNames::Include(const char* name) const {
+    return std::ranges::any_of(m_entries, [&](const HostEntries* entries) { return entries->Hold(name); });
 }
 
 }  // namespace corekit

@@ -1,6 +1,8 @@
 // The directories that the file-system standard gives the host: no clean-up may remove, empty or move them.
 #pragma once
 
+#include <vector>
+
 #include "corekit/Place.h"
 #include "corekit/String.h"
 
@@ -13,7 +15,22 @@ bool IsHostDirectory(const String& path);
 /// The same for a directory that is open, and that nobody can change for another one meanwhile.
 bool IsHostDirectory(const Descriptor& directory);
 
-/// Is this one of their names, whatever stands there (on many hosts /lib is a link)?
-bool IsHostName(const Entry& entry);
+struct HostEntries;
+
+/// Their names in one open directory, whatever stands there (on many hosts /lib is a link). Most have none.
+class HostNames {
+  public:
+    explicit HostNames(int directory);
+
+    bool Include(const char* name) const;
+
+  private:
+    std::vector<const HostEntries*> m_entries;
+};
+
+/// The same for a single name.
+inline bool IsHostName(const Entry& entry) {
+    return HostNames(entry.directory).Include(entry.name.c_str());
+}
 
 }  // namespace corekit
