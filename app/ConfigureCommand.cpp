@@ -34,14 +34,13 @@ unsigned ConfigureCommand::ParseOptions(const std::vector<String>& arguments, No
             m_bNoIMode = true;
         } else if (*option == L"-nosearch") {
             Args::bNoSearch = true;
-        } else if (*option == L"-dir") {
-            if (option + 1 == arguments.end()) {
-                Messages::Warn(String(L"Option '%1' requires an argument.\n").Arg(*option));
-                return kUsageError;
-            }
-            m_sDir = *++option;
-        } else {
+        } else if (*option != L"-dir") {
             return kUsageError;
+        } else if (option + 1 == arguments.end()) {
+            Messages::Warn(String(L"Option '%1' requires an argument.\n").Arg(*option));
+            return kUsageError;
+        } else {
+            m_sDir = *++option;
         }
     }
     return kSuccess;
