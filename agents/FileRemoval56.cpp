@@ -137,7 +137,8 @@ void RemoveLogs(const Installation& agent) {
 
 void RemoveInstallDir(const Installation& agent, const Survivors& survivors) {
     for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern);
-    if (corekit::IsHostDirectory(agent.installDir)) return;
+    // Trees have no name of the agent's, and a link leads to what is somebody else's as well.
+    if (corekit::IsHostDirectory(agent.installDir) || File::IsLink(agent.installDir)) return;
     survivors.RemoveOthersInTree(agent.installDir + kBackups);
     const String libraryTree = agent.installDir + kLibraryTree;
     if (Path::IsMatch(libraryTree, agent.libraryDir)) survivors.RemoveOthersInTree(libraryTree);

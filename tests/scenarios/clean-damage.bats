@@ -208,6 +208,22 @@ END
     done
 }
 
+@test "of 5.6 it loses what bears the agent's names, and no trees" {
+    mkdir -p /opt/other/{bin,etc,lib,backups}
+    touch /opt/other/{bin/program,bin/qdn-program,etc/filescan.1,etc/file,lib/library,backups/file}
+    ln -s /opt/other /opt/through
+    given_an_old_agent 5.6
+    set_value installdir /opt/through
+    set_value libdir /opt/through/lib
+    clean
+    expect_nothing_told
+    expect_gone /opt/other/{bin/qdn-program,etc/filescan.1} "$agent"/var/{old.example.xml,qdn-client.log} \
+        /usr/bin/qdn-{clientevent,collector} /etc/init.d/zorvane <<'END'
+! -rw-r--r-- /etc/inetd.conf
+! -rw-r--r-- /etc/services
+END
+}
+
 @test "nor does a pending reinstall empty it" {
     mkdir -p /opt/other/bin
     touch /opt/other/bin/program
@@ -238,30 +254,56 @@ END
 
 # --- What lies in the directories
 
-@test "stores that are mount points are emptied; what is mounted below one is left" {
+@test "directories that are mount points are emptied; what is mounted below one is left" {
+    local directory directories=("$agent" /opt/{var,event_queue_dir,task_storage_path,package_storage_path,swd_storage_path})
+    mkdir -p "${directories[@]}"
+    for directory in "${directories[@]}"; do
+        mount -t tmpfs tmpfs "$directory"
+        mkdir "$directory"/{tree,plain,mounted}
+        mount -t tmpfs tmpfs "$directory/mounted"
+        touch "$directory"/{1.kse,tree/file,mounted/file}
+    done
     given_an_old_agent 6.0SP2
-    mkdir -p /opt/queue /opt/tasks/mounted /opt/tasks/plain
-    mount -t tmpfs tmpfs /opt/queue
-    mount -t tmpfs tmpfs /opt/tasks/mounted
-    mkdir /opt/queue/tree
-    touch /opt/queue/{1.kse,tree/file} /opt/tasks/{1.kst,mounted/file,plain/file}
-    set_value event_queue_dir /opt/queue
-    set_value task_storage_path /opt/tasks
+    for key in var event_queue_dir task_storage_path package_storage_path swd_storage_path; do
+        set_value "$key" "/opt/$key"
+    done
     clean
     expect_told
     # shellcheck disable=SC2046 # three paths
-    expect_only_gone "$agent" /opt/queue/{1.kse,tree} /opt/tasks/{1.kst,plain} \
-        /usr/bin/qdn-{clientevent,monitor} $(service_links)
+    expect_only_gone "$agent"/{bin,etc,lib,var} "${directories[@]/%//1.kse}" "${directories[@]/%//tree}" \
+        "${directories[@]/%//plain}" /usr/bin/qdn-{clientevent,monitor} $(service_links)
 }
 
-@test "a store of ten thousand levels goes" {
+# Where nobody else looks: a path of that length is more than most tools can name.
+given_ten_thousand_levels() {
+    mkdir "$1"
+    perl -e 'chdir shift; for (1 .. 10000) { mkdir "deep"; chdir "deep" } open(F, ">", "1.kse")' "$1"
+}
+
+@test "directories of ten thousand levels go" {
     given_an_old_agent 6.0SP2
-    mkdir /dev/shm/queue
-    perl -e 'chdir "/dev/shm/queue"; for (1 .. 10000) { mkdir "deep"; chdir "deep" } open(F, ">", "1.kse")'
-    set_value event_queue_dir /dev/shm/queue
+    for key in installdir var event_queue_dir task_storage_path package_storage_path swd_storage_path; do
+        given_ten_thousand_levels "/dev/shm/$key"
+        set_value "$key" "/dev/shm/$key"
+    done
     clean
     expect_told
-    expect_missing /dev/shm/queue
+    [ -z "$(ls -A /dev/shm)" ]
+}
+
+@test "trees of 5.6 that are mount points or ten thousand levels deep go" {
+    given_an_old_agent 5.6 /dev/shm/agent
+    mkdir /dev/shm/agent/{backups,tmp}
+    mount -t tmpfs tmpfs /dev/shm/agent/lib
+    touch /dev/shm/agent/lib/library
+    given_ten_thousand_levels /dev/shm/agent/etc/deep
+    given_ten_thousand_levels /dev/shm/agent/backups/deep
+    given_ten_thousand_levels /dev/shm/agent/tmp/qdn-deep
+    sed -i 's,^tmpdir.*,tmpdir = /dev/shm/agent/tmp,' /dev/shm/agent/etc/client.conf
+    clean /dev/shm/agent
+    expect_nothing_told
+    [ "$(cd /dev/shm/agent && find . | LC_ALL=C sort | xargs)" = \
+        ". ./bin ./lib ./tmp ./var ./var/queue ./var/queue/one.kse ./var/tasks ./var/tasks/one.kst" ]
 }
 
 odd_names() {
@@ -278,7 +320,8 @@ odd_names() {
     while IFS= read -r -d '' name; do
         touch -- "/opt/a*/$name" "/opt/ab/$name"
         mkdir -p -- "/opt/a*/queue[1]/directory/$name"
-        touch -- "/opt/a*/queue[1]/directory/$name/file" "/opt/a*/queue[1]/$name" "$agent/var/swd/$name"
+        touch -- "/opt/a*/queue[1]/directory/$name/file" "/opt/a*/queue[1]/$name"
+        touch -- "$agent"/{,etc,bin,var,var/{swd,tasks,packages}}/"$name"
     done < <(odd_names)
     clean
     expect_told

@@ -96,10 +96,15 @@ END
     expect_file /etc/inetd.conf <"$desk/inetd.conf"
 }
 
-@test "5.6 goes where no name means anything to the shell" {
+# A directory in which a shell would find commands and wildcards.
+given_a_misleading_agent() {
     directory="/opt/it's \$(touch x) \`touch y\` & \"z\" [a]*"
     mkdir -p "$directory"
-    given_an_old_agent 5.6 "$directory"
+    given_an_old_agent "$1" "$directory"
+}
+
+@test "5.6 goes where no name means anything to the shell" {
+    given_a_misleading_agent 5.6
     clean "$directory"
     expect_nothing_told
     expect_gone "$directory"/bin/{qdn-env,qdn-objectmanager,runit.sh,whose} "$directory"/{etc,lib} \
@@ -108,6 +113,22 @@ END
 ! -rw-r--r-- /etc/inetd.conf
 ! -rw-r--r-- /etc/services
 END
+}
+
+@test "so do 6.0, 6.0 SP2 and 6.2, and keep it while a solution depends on them" {
+    for version in 6.0 6.0SP2 6.2; do
+        given_a_misleading_agent "$version"
+        echo '<Solution name="inventory">' >"$directory/etc/config.xml"
+        clean "$directory"
+        expect_status 1
+        expect_no_changes
+        echo '<Solution>' >"$directory/etc/config.xml"
+        clean "$directory"
+        expect_told
+        expect_missing "$directory"
+        [ "$(ls /opt)" = zorvane ]
+        remove_what_is_left
+    done
 }
 
 @test "the tool that registered 6.0 or 5.6 is told to take it back" {

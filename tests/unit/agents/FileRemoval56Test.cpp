@@ -264,6 +264,27 @@ TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {
         std::filesystem::remove_all("/opt/" + name);
 }
 
+TEST_F(FileRemoval56, RemovesNoTreesOfADirectoryBehindALink) {
+    const std::vector<std::string> stay = {"/opt/data/etc/a", "/opt/data/backups/a", "/opt/data/lib/a"};
+    const std::vector<std::string> go = {"/opt/data/bin/qdn-a", "/opt/data/etc/client.conf"};
+    std::filesystem::create_directories("/opt/zorvane/kell");
+    std::filesystem::create_directory_symlink("/opt/data", kUsualDir);
+    for (const std::string newConfiguration : {"", "installdir=/opt/elsewhere\n"}) {
+        WriteAll(stay);
+        WriteAll(go);
+        Remove("", newConfiguration);
+        ExpectAll(stay, true);
+        ExpectAll(go, false);
+    }
+}
+
+TEST_F(FileRemoval56, RemovesTheTreesBelowADirectoryThatIsALink) {
+    WriteAll(std::vector<std::string>{"/opt/data/kell/ksagent/etc/a", "/opt/data/kell/ksagent/lib/a"});
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/zorvane");
+    Remove("");
+    EXPECT_TRUE(NamesIn("/opt/data/kell/ksagent").empty());
+}
+
 TEST_F(FileRemoval56, ExpandsNoWildcardInAHostDirectory) {
     const std::vector<std::string> stay = {"/usr/local/lib/libssl.so", "/usr/local/bin/qdn-a", "/var/a.xml",
                                            "/var/Pkg_a", "/etc/qdn-invsoln/master.cfg"};
