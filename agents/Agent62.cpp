@@ -17,8 +17,12 @@ namespace Path = corekit::Path;
 
 namespace {
 
-// The host's directories in which an administrator may well keep a log.
-constexpr std::array kLogDirectories = {L"/var/log", L"/var/tmp", L"/tmp"};
+// The host's directories in which an administrator may well keep a log: those of data. In one of programs,
+// libraries or configuration the names of the host's own files end in numbers, too.
+constexpr std::array kLogDirectories = {
+    L"/home",      L"/opt",     L"/root",      L"/run",     L"/srv",     L"/tmp",       L"/var",
+    L"/var/cache", L"/var/lib", L"/var/local", L"/var/log", L"/var/opt", L"/var/spool", L"/var/tmp",
+};
 
 HostDirectory LogDirectoryOf(const String& log) {
     const String directory = Path::GetDirectory(log);
@@ -27,15 +31,16 @@ HostDirectory LogDirectoryOf(const String& log) {
 }
 
 /// Removes the numbered rotations of a log; the log itself stays.
-void RemoveRotations(const String& log) {
+void RemoveRotations(const String& log, HostDirectory hostDirectory) {
     if (Path::GetFileName(log).IsEmpty()) return;
-    Forgive(corekit::File::RemoveEx(log + L".[0-9]*", LogDirectoryOf(log)));
+    Forgive(corekit::File::RemoveEx(log + L".[0-9]*", hostDirectory));
 }
 
 }  // namespace
 
 bool Agent62::RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) {
-    RemoveRotations(oldConf.GetValue(Names::kConfiguration, L"debug_output").Replace(L"//", L"/"));
+    const String log = oldConf.GetValue(Names::kConfiguration, L"debug_output").Replace(L"//", L"/");
+    RemoveRotations(log, LogDirectoryOf(log));
     return true;
 }
 
@@ -44,7 +49,7 @@ bool Agent62::RemoveRotatedClientLogs(const corekit::IniFile& oldConf, const Str
     if (oldInstallDir.IsEmpty() || newInstallDir.IsEmpty()) return true;
     if (Path::IsMatch(oldInstallDir, newInstallDir)) return true;
     EnsureTrailingChar(oldInstallDir, L'/');
-    RemoveRotations(oldInstallDir + L"var/qdn-client.log");
+    RemoveRotations(oldInstallDir + L"var/qdn-client.log", HostDirectory::Refused);
     return true;
 }
 

@@ -71,18 +71,21 @@ TEST_F(RotatedDebugLogs, AreFoundWithoutAVariableDataDirectory) {
 }
 
 TEST_F(RotatedDebugLogs, GoFromTheDirectoriesInWhichHostsKeepLogs) {
-    for (const char* log : {"/var/log/qdn-test.log", "/var/tmp/qdn-test.log", "/tmp/qdn-test.log"}) {
-        Write(log + std::string(".1"), "");
-        RemoveDebugLogs("debug_output=" + std::string(log) + "\n");
-        EXPECT_FALSE(Exists(log + std::string(".1"))) << log;
+    for (const std::string directory : {"/var/log", "/var/tmp", "/tmp", "/var", "//var/", "/opt", "/root",
+                                        "/run", "/var/lib", "/var/opt", "/var/run"}) {
+        Write(directory + "/qdn-test.log.1", "");
+        RemoveDebugLogs("debug_output=" + directory + "/qdn-test.log\n");
+        EXPECT_FALSE(Exists(directory + "/qdn-test.log.1")) << directory;
     }
 }
 
-TEST_F(RotatedDebugLogs, NeverTakeALibraryOfTheHostForOne) {
-    Write("/usr/lib/libqdntest.so.1", "");
-    RemoveDebugLogs("debug_output=/usr/lib/libqdntest.so\n");
-    EXPECT_TRUE(Exists("/usr/lib/libqdntest.so.1"));
-    std::filesystem::remove("/usr/lib/libqdntest.so.1");
+TEST_F(RotatedDebugLogs, NeverTakeAProgramOrALibraryOfTheHostForOne) {
+    for (const std::string directory : {"/usr/lib", "/lib", "/usr/bin", "/usr/local/lib", "/etc"}) {
+        Write(directory + "/libqdntest.so.1", "");
+        RemoveDebugLogs("debug_output=" + directory + "/libqdntest.so\n");
+        EXPECT_TRUE(Exists(directory + "/libqdntest.so.1")) << directory;
+        std::filesystem::remove(directory + "/libqdntest.so.1");
+    }
 }
 
 TEST_F(RotatedDebugLogs, OfNoLogAreNone) {
