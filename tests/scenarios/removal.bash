@@ -1,4 +1,5 @@
-# What the stories of -clean say: how it is called, and that exactly what is named has gone.
+# What the stories of removal say: how -clean is called, that exactly what is named has gone, and what a damaged
+# client.conf may name.
 
 clean() { qdn_configure -clean "${1:-$agent}" "${@:2}"; }
 
@@ -59,4 +60,29 @@ set_value() {
         }
         { print }' "$agent/etc/client.conf" >"$desk/conf"
     cat "$desk/conf" >"$agent/etc/client.conf"
+}
+
+# --- Directories of the host that a damaged client.conf may name
+
+# Files by every name that a store's have, where none of them is the agent's.
+bait() {
+    touch "$1"/{1.kse,2.ksi3,a.123456,3.kst,qdn-1.log,.qdn-pkg-xml-1} "$1/{01234567-89ab-cdef-0123-456789ABCDEF}"
+}
+
+# All of /usr by what changed there; the programs in /usr/bin are looked at by name.
+list_usr() {
+    find "$PRIVATE_MACHINE_CHANGES/usr" -path '*/usr/bin' -prune -o -printf '%p %M %i %s %T@\n' | LC_ALL=C sort
+}
+
+given_baits() {
+    local directory
+    for directory in /etc /etc/init.d /usr /usr/lib /usr/local/bin /var/lib /opt /tmp; do bait "$directory"; done
+    ln -s /etc /opt/link
+    touch /opt/file
+    list_usr >"$desk/usr"
+}
+
+misplaced() {
+    printf '%s\n' / '' relative . .. ./etc /usr /etc /lib //usr/ /opt/../usr /usr/. /etc/init.d/../../usr /usr/lib/../lib \
+        /opt/link /opt/link/ /var/lib /var/tmp/.. /opt /tmp /usr/local/bin /opt/file /opt/file/below /opt/nowhere
 }

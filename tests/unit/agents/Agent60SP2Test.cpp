@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "agents/Agent60SP2.h"
+#include "agents/CurrentAgent.h"
 #include "run/Args.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
@@ -21,7 +22,8 @@ class Agent60SP2OnDisk : public testing::Test {
   protected:
     Agent60SP2OnDisk() {
         Write(m_dir / "agent/etc/client.conf",
-              "[Configuration]\ninstalldir=" + m_dir / "agent" + "\nbindir=" + m_dir / "links" + "\n");
+              "[Configuration]\ninstalldir=" + m_dir / "agent" + "\nbindir=" + m_dir / "links" +
+                  "\ndebug_output=" + m_dir / "agent/var/qdn-client.log" + "\n");
         Write(m_dir / "agent/bin/qdn-monitor.bin", "", 0755);
         Write(m_dir / "agent/bin/qdn-monitor", "", 0755);
         std::filesystem::create_directory(m_dir / "links");
@@ -60,6 +62,27 @@ TEST_F(Agent60SP2OnDisk, SaysWhetherItsServiceHasGone) {
     Captured([&] { EXPECT_TRUE(m_agent.RemoveRunLevelScripts(conf)); });
     EXPECT_FALSE(Exists(kScript));
     Captured([&] { EXPECT_TRUE(m_agent.RemoveRunLevelScripts(conf)); });
+}
+
+TEST_F(Agent60SP2OnDisk, HasLeftTheSystemEvenIfItsServiceStays) {
+    std::filesystem::remove(kScript);
+    std::filesystem::create_directory(kScript);
+    const corekit::IniFile conf(m_agent.ConfPath());
+    Captured([&] {
+        EXPECT_FALSE(m_agent.RemoveRunLevelScripts(conf));
+        EXPECT_TRUE(m_agent.RemoveSystemIntegration());
+    });
+}
+
+TEST_F(Agent60SP2OnDisk, HasNoRotatedLogs) {
+    Write(m_dir / "agent/var/qdn-client.log.1", "");
+    const corekit::IniFile conf(m_agent.ConfPath());
+    CurrentAgent current(L"6.0SP2", String::FromUtf8(m_dir / "agent"));
+    for (Agent60* agent : {static_cast<Agent60*>(&m_agent), static_cast<Agent60*>(&current)}) {
+        EXPECT_TRUE(agent->RemoveRotatedDebugLogs(conf));
+        EXPECT_TRUE(agent->RemoveRotatedClientLogs(conf, String::FromUtf8(m_dir / "new")));
+    }
+    EXPECT_TRUE(Exists(m_dir / "agent/var/qdn-client.log.1"));
 }
 
 TEST_F(Agent60SP2OnDisk, TouchesNothingWithoutItsFile) {

@@ -149,6 +149,19 @@ TEST_F(FileRemoval60, TakesTheConfiguredExtensions) {
     EXPECT_TRUE(Exists("/opt/data/a.kst"));
 }
 
+TEST_F(FileRemoval60, TakesTheUsualExtensionsForEmptyOnes) {
+    std::filesystem::create_directories(kAgent);
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/agent/store");
+    for (const std::string name : {"a.kse", "a.kst", "a.other", "a"}) Write("/opt/data/" + name, "");
+    Remove(
+        "event_queue_dir=/opt/agent/store\ntask_storage_path=/opt/agent/store\n"
+        "event_file_extension=\ntask_file_extension= \n");
+    EXPECT_FALSE(Exists("/opt/data/a.kse"));
+    EXPECT_FALSE(Exists("/opt/data/a.kst"));
+    EXPECT_TRUE(Exists("/opt/data/a.other"));
+    EXPECT_TRUE(Exists("/opt/data/a"));
+}
+
 TEST_F(FileRemoval60, KeepsAnExtensionInsideItsStore) {
     std::filesystem::create_directories("/opt/data/*");
     Write("/opt/data/other/file", "");

@@ -1,0 +1,63 @@
+# Whatever the client.conf of an older agent names: its upgrade neither takes nor removes what is not the agent's.
+load support
+load old-agent
+load removal
+
+put_everything_in() {
+    local key
+    for key in installdir libdir var event_queue_dir task_storage_path package_storage_path swd_storage_path; do
+        set_value "$key" "$1"
+    done
+}
+
+upgrade_to() {
+    given_the_package "$1"
+    QDN_INSTALL_AUTOSTART=no qdn_configure -configure -noimode -dir "$1"
+}
+
+# The changes beside those of the agents, their programs and their service: expect_host_changes <<END.
+expect_host_changes() {
+    list_files >"$desk/after"
+    changes | made_here |
+        sed -E "\\,^. [^ ]+ ($agent|/opt/elsewhere|/usr/bin/qdn-|/etc/init.d/zorvane|/etc/rc..d/...zorvane),d" \
+            >"$desk/changes"
+    same "changes" "$desk/changes"
+}
+
+clear_the_host() {
+    rm -rf /opt/zorvane/* /opt/elsewhere /etc/init.d/zorvane /etc/rc?.d/*zorvane /usr/bin/qdn-*
+}
+
+@test "with everything in places of the host, all of the host's stays, wherever the agent goes" {
+    given_baits
+    while read -r place; do
+        for directory in "$agent" "$elsewhere"; do
+            given_an_old_agent 6.2
+            put_everything_in "$place"
+            upgrade_to "$directory"
+            expect_host_changes </dev/null
+            expect_plain_files "$directory/etc/client.conf.old"
+            clear_the_host
+        done
+    done < <(misplaced)
+    expect_file "$desk/usr" < <(list_usr)
+}
+
+@test "the same of 5.6" {
+    given_baits
+    while read -r place; do
+        given_an_old_agent 5.6
+        rm "$agent/bin/qdn-env"
+        put_everything_in "$place"
+        upgrade_to "$elsewhere"
+        expect_host_changes <<'END'
+! -rw-r--r-- /etc/inetd.conf
+! -rw-r--r-- /etc/services
+END
+        expect_plain_files "$elsewhere/etc/client.conf.old"
+        clear_the_host
+    done < <(misplaced)
+    expect_file "$desk/usr" < <(list_usr)
+}
+
+each_test_is_a_session
