@@ -17,7 +17,8 @@ std::string OneLine(std::string_view bytes) {
     return line;
 }
 
-std::string Name(std::string_view bytes) {
+/// The same without blanks at both ends, as it would be read back.
+std::string Trimmed(std::string_view bytes) {
     return std::string(TrimIniText(OneLine(bytes)));
 }
 
@@ -67,13 +68,13 @@ void IniLines::FindSections() {
 
 bool IniLines::Get(std::string_view section, std::string_view key, std::string_view& value) {
     IniSection* const found = Find(section);
-    const EditedText::Place place = found != nullptr ? found->Find(Name(key), m_match) : IniIndex::kNone;
+    const EditedText::Place place = found != nullptr ? found->Find(Trimmed(key), m_match) : IniIndex::kNone;
     if (place != IniIndex::kNone) value = ParseIniLine(m_text.Line(place)).value;
     return place != IniIndex::kNone;
 }
 
 IniSection* IniLines::Find(std::string_view name) {
-    const auto found = m_sections.find(Name(name));
+    const auto found = m_sections.find(Trimmed(name));
     return found != m_sections.end() ? &found->second : nullptr;
 }
 
@@ -88,15 +89,15 @@ std::vector<IniLine> IniLines::Entries(std::string_view section) {
 }
 
 void IniLines::Set(std::string_view section, std::string_view key, std::string_view value) {
-    const std::string sectionName = Name(section);
-    const std::string keyName = Name(key);
+    const std::string sectionName = Trimmed(section);
+    const std::string keyName = Trimmed(key);
     if (!CanBeWritten(sectionName, keyName)) return;
     IniSection& home = FindOrAdd(sectionName);
     const EditedText::Place place = home.Find(keyName, m_match);
     if (place != IniIndex::kNone) {
-        ChangeValue(place, OneLine(value));
+        ChangeValue(place, Trimmed(value));
     } else {
-        home.AddEntry(keyName, OneLine(value));
+        home.AddEntry(keyName, Trimmed(value));
     }
 }
 

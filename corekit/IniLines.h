@@ -13,7 +13,7 @@
 
 namespace corekit {
 
-/// Names and values are bytes here. Names are trimmed; line ends and NULs in what is asked for or set count
+/// Names and values are bytes here. Names and values are trimmed; line ends and NULs in what is asked for or set count
 /// as blanks.
 class IniLines {
   public:

@@ -259,10 +259,19 @@ TEST(IniLines, MakesBlanksOfLineEnds) {
     lines.Set("s", "n\nm=", "left out");
     lines.Set("s", "n\nm", std::string_view("x\0y\r", 4));
     lines.Set("u\r\nv", "k", "\nz");
-    EXPECT_EQ(Text(lines), "[s]\nk=a b=2  [t]\nn m=x y \n[u  v]\nk= z\n");
+    EXPECT_EQ(Text(lines), "[s]\nk=a b=2  [t]\nn m=x y\n[u  v]\nk=z\n");
     EXPECT_EQ(Value(lines, "s", "k"), "a b=2  [t]");
     EXPECT_EQ(Value(lines, "s", "n\nm"), "x y");
     EXPECT_EQ(Value(lines, "u\r\nv", "k"), "z");
+}
+
+TEST(IniLines, TrimsValuesThatAreSet) {
+    IniLines lines("[s]\nk = old\n", kExact);
+    for (int time = 0; time < 2; ++time) {
+        lines.Set("s", "k", " new\n");
+        lines.Set("s", "added", "\tx ");
+        EXPECT_EQ(Text(lines), "[s]\nk = new\nadded=x\n");
+    }
 }
 
 TEST(IniLines, TrimsNames) {
