@@ -1,7 +1,10 @@
 // The shell pipelines behind the questions to the host's tools; what fails counts as nothing found.
 #include "agents/ProcessControl.h"
 
+#include <string>
+
 #include "config/SystemProbes.h"
+#include "corekit/File.h"
 #include "corekit/Program.h"
 #include "corekit/Text.h"
 
@@ -25,10 +28,16 @@ String ShellWords(const String& text) {
     return quoted;
 }
 
+/// For such a file grep does not print the lines, but tells that the file matches.
+bool HasNul(const String& file) {
+    std::string bytes;
+    return corekit::File::ReadBytes(file, bytes).Ok() && bytes.find('\0') != bytes.npos;
+}
+
 }  // namespace
 
 String QueryValue(const String& key, const String& file) {
-    if (key.IsEmpty() || file.IsEmpty()) return String();
+    if (key.IsEmpty() || file.IsEmpty() || HasNul(file)) return String();
     const String command = L"grep '^ *%1' %2 2>/dev/null | sed -e 's,^[^=]*= *,,' -e 's,//,/,g'";
     return RunShellCommand(command.Arg(InShellQuotes(key), ShellWord(file))).Trim();
 }

@@ -7,8 +7,8 @@
 namespace Zorvane::AgentInstaller {
 
 /// The value of the first line that begins with the key (after blanks at most): what follows its first "=",
-/// trimmed, with every "//" as "/". Empty when there is none. The key is a prefix: "var" finds "variable"
-/// too.
+/// trimmed, with every "//" as "/". Empty when there is none, and for a file with a NUL in it. The key is a
+/// prefix: "var" finds "variable" too.
 corekit::String QueryValue(const corekit::String& key, const corekit::String& file);
 
 /// The ids of the processes whose `ps` line contains the name ("inetd" finds xinetd too), joined by blanks.

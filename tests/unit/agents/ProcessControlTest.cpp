@@ -61,6 +61,12 @@ TEST(QueryValue, OfAFileThatIsNotThereIsEmptyAndSilent) {
     EXPECT_EQ(output.err, "");
 }
 
+TEST(QueryValue, OfAFileWithANulIsEmpty) {
+    const TempDir dir;
+    testfiles::Write(dir / "conf", std::string("bindir=/opt/bin\n\0\0", 18));
+    EXPECT_EQ(QueryValue(L"bindir", String::FromUtf8(dir / "conf")), L"");
+}
+
 TEST(QueryValue, NeverReadsAKeyOrAPathAsShellCommands) {
     const TempDir dir;
     const std::string planted = dir / "planted";
