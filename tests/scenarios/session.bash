@@ -4,7 +4,7 @@
 set -eEuo pipefail
 
 project=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../..")
-program=$project/build/release/qdn-configure.bin
+program=$project/build/$QDN_BUILD/qdn-configure.bin
 agent=/opt/zorvane/kell/ksagent
 # shellcheck disable=SC2034 # for the tests
 elsewhere=/opt/elsewhere/agent

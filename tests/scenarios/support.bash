@@ -14,10 +14,12 @@ each_test_is_a_session() {
     done
 }
 
-# Runs one function of the file on a private machine of its own, with nothing of the caller's environment.
+# Runs one function of the file on a private machine of its own, with nothing of the caller's environment but what says
+# which build is tested, and how.
 run_session() {
     local scenarios
     scenarios=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
-    env -i PATH="$PATH" LANG=C.UTF-8 "$scenarios/../support/private-machine" \
+    env -i PATH="$PATH" LANG=C.UTF-8 QDN_BUILD="${QDN_BUILD:-release}" \
+        ASAN_OPTIONS="${ASAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" "$scenarios/../support/private-machine" \
         bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
 }

@@ -11,6 +11,8 @@
 #include <unistd.h>
 #include <vector>
 
+#include "tests/support/EndChild.h"
+
 namespace testsupport {
 
 struct FailingCall {
@@ -35,7 +37,10 @@ inline bool MakeFail(std::initializer_list<FailingCall> calls) {
 template <typename Action>
 int WithFailing(std::initializer_list<FailingCall> calls, Action&& action) {
     const pid_t child = fork();
-    if (child == 0) _exit(MakeFail(calls) ? action() : 255);
+    if (child == 0) {
+        ChildEnder ender;
+        ender.End(MakeFail(calls) ? action() : 255);
+    }
     int status = -1;
     if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
         ADD_FAILURE() << "the child process did not end by itself, wait status " << status;

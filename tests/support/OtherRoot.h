@@ -6,6 +6,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "tests/support/EndChild.h"
+
 namespace testsupport {
 
 /// Runs `action` in a child process whose root and current directory is `root`.
@@ -14,9 +16,10 @@ void WithRoot(const std::string& root, Action&& action) {
     const pid_t child = fork();
     ASSERT_NE(child, -1);
     if (child == 0) {
+        ChildEnder ender;
         if (chroot(root.c_str()) != 0 || chdir("/") != 0) _exit(2);
         action();
-        _exit(0);
+        ender.End(0);
     }
     int status = -1;
     ASSERT_EQ(waitpid(child, &status, 0), child);

@@ -11,6 +11,7 @@
 #include "corekit/Application.h"
 #include "corekit/Console.h"
 #include "tests/support/Captured.h"
+#include "tests/support/EndChild.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -157,7 +158,7 @@ TEST(Init, SetsTheUmask) {
         {
             umask(077);
             corekit::Init();
-            _exit(static_cast<int>(umask(0)));
+            testsupport::EndChild(static_cast<int>(umask(0)));
         },
         testing::ExitedWithCode(022), "");
 }
@@ -168,7 +169,7 @@ TEST(Init, IgnoresTheSignalsOfFailedWrites) {
             corekit::Init();
             std::raise(SIGPIPE);
             std::raise(SIGXFSZ);
-            _exit(7);
+            testsupport::EndChild(7);
         },
         testing::ExitedWithCode(7), "");
 }
@@ -183,7 +184,7 @@ TEST(Init, OpensClosedStandardStreams) {
                     if ((closed >> fd & 1) != 0) close(fd);
                 }
                 corekit::Init();
-                _exit(static_cast<int>(StreamsOnNull()));
+                testsupport::EndChild(static_cast<int>(StreamsOnNull()));
             },
             testing::ExitedWithCode(static_cast<int>(closed)), "")
             << closed;

@@ -10,6 +10,7 @@
 #include "corekit/Console.h"
 #include "corekit/Descriptor.h"
 #include "tests/support/Captured.h"
+#include "tests/support/EndChild.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::Descriptor;
@@ -147,7 +148,7 @@ TEST(Console, IgnoresThatNobodyReads) {
             close(STDOUT_FILENO);
             Console::Out("to nowhere\n");
             Console::Err("still here");
-            _exit(0);
+            testsupport::EndChild(0);
         },
         testing::ExitedWithCode(0), "^still here$");
 }

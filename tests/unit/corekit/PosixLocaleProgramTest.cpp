@@ -15,7 +15,9 @@
 #include "corekit/Console.h"
 #include "corekit/Descriptor.h"
 #include "corekit/Program.h"
+#include "tests/support/EndChild.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -122,7 +124,7 @@ TEST(PosixLocaleProgram, RunsWithItsStandardStreamsClosed) {
                 }
                 const List lines =
                     LinesOf("readlink /proc/self/fd/0; echo x >&2; test -e /proc/self/fd/2 && echo err");
-                _exit(lines == List{L"/dev/null", L"err"} ? 7 : 1);
+                testsupport::EndChild(lines == List{L"/dev/null", L"err"} ? 7 : 1);
             },
             testing::ExitedWithCode(7), "")
             << closed;
@@ -140,7 +142,7 @@ TEST(PosixLocaleProgram, HasDefaultSignalsAndNothingBlocked) {
             const List lines =
                 LinesOf("sed -n 's/^Sig\\(Blk\\|Ign\\):.*\\(.\\{8\\}\\)$/\\1 \\2/p' /proc/self/status");
             for (const String& line : lines) corekit::Console::Err(line.Utf8() + "\n");
-            _exit(0);
+            testsupport::EndChild(0);
         },
         testing::ExitedWithCode(0), "^Blk 00000000\nIgn [08]0000000\n$");
 }
@@ -211,13 +213,10 @@ TEST(PosixLocaleProgram, RefusesACommandLineWithANul) {
 
 TEST(PosixLocaleProgram, FailsWithoutAShell) {
     const testfiles::TempDir dir;
-    EXPECT_EXIT(
-        {
-            if (chroot(dir.Path().c_str()) != 0) _exit(1);
-            StringToMapFilter filter;
-            _exit(Shell::Run(L"echo x", filter).Code());
-        },
-        testing::ExitedWithCode(ENOENT), "");
+    testsupport::WithRoot(dir.Path(), [] {
+        StringToMapFilter filter;
+        if (Shell::Run(L"echo x", filter) != Result(ENOENT)) _exit(1);
+    });
 }
 
 TEST(PosixLocaleProgram, FailsWhenItCannotWatchACommand) {
