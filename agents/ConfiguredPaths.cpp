@@ -1,7 +1,8 @@
 // Reading directories and files from a client.conf.
 #include "agents/ConfiguredPaths.h"
 
-#include "config/PathMacros.h"
+#include <string_view>
+
 #include "corekit/Path.h"
 #include "run/Names.h"
 
@@ -25,13 +26,20 @@ constexpr NamedPath kNamedPaths[] = {
     {Names::kClientTransport, L"ssl_ca_info"},        {Names::kClientTransport, L"ssl_ca_path"},
 };
 
+/// Without the slashes and the "." at the end of a path: no directory can be removed by that name.
+String WithoutDots(const String& path) {
+    const std::wstring_view text = path.View();
+    std::size_t last = text.find_last_not_of(L'/');
+    while (text.substr(0, last + 1).ends_with(L"/.")) last = text.find_last_not_of(L'/', last - 1);
+    return path.Left(last + 1);
+}
+
 }  // namespace
 
 String UsableDirectory(const String& value) {
-    if (!value.StartsWith(L"/") || corekit::Path::IsMatch(value, L"/")) return String();
-    String directory = value;
-    EnsureTrailingChar(directory, L'/');
-    return directory;
+    const String directory = value.TrimRight();
+    if (!directory.StartsWith(L"/") || corekit::Path::IsMatch(directory, L"/")) return String();
+    return WithoutDots(directory) + L"/";
 }
 
 String ConfiguredDirectory(const IniFile& conf, const String& key) {

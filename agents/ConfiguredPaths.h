@@ -10,8 +10,8 @@ namespace Zorvane::AgentInstaller {
 inline constexpr const wchar_t* kStoreKeys[] = {L"event_queue_dir", L"task_storage_path", L"swd_storage_path",
                                                 L"package_storage_path"};
 
-/// The directory that a value names, ending in "/". Empty when it names none to work in: an empty value, a
-/// relative one (nobody knows what to), and the root however it is spelled.
+/// The directory that a value names, ending in its name and "/". Empty when it names none to work in: an
+/// empty value, a relative one (nobody knows what to), and the root however it is spelled.
 corekit::String UsableDirectory(const corekit::String& value);
 
 /// The same for a key of the section Configuration.

@@ -92,7 +92,7 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
     if (const String why = WhyTreeIsKept(oldDir, newConf, dataMove); !why.IsEmpty()) {
         WarnKept(oldDir, why);
     } else {
-        corekit::Forgive(corekit::Dir::Remove(oldDir));
+        corekit::Forgive(corekit::Dir::Remove(UsableDirectory(oldDir)));
     }
 }
 

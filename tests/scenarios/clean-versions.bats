@@ -189,6 +189,17 @@ END
     expect_60SP2_gone
 }
 
+@test "directories that were configured with a dot at the end go like others" {
+    given_an_old_agent 6.0SP2
+    mkdir /opt/queue
+    touch /opt/queue/{1.kse,file}
+    set_value installdir "$agent/."
+    set_value event_queue_dir /opt/queue/./
+    clean
+    expect_told
+    expect_60SP2_gone /opt/queue
+}
+
 @test "solutions that depend on the agent keep it, whatever its version" {
     for version in 5.6 6.0 6.0SP2 6.2; do
         given_an_old_agent "$version"

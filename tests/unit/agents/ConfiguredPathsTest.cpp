@@ -16,7 +16,16 @@ TEST(ConfiguredPaths, GivesADirectoryOneSlashAtItsEnd) {
     EXPECT_EQ(UsableDirectory(L"/opt/agent"), L"/opt/agent/");
     EXPECT_EQ(UsableDirectory(L"/opt/agent/"), L"/opt/agent/");
     EXPECT_EQ(UsableDirectory(L"/opt/agent \t"), L"/opt/agent/");
+    EXPECT_EQ(UsableDirectory(L"/opt/agent///"), L"/opt/agent/");
     EXPECT_EQ(UsableDirectory(L"/opt/a b*"), L"/opt/a b*/");
+}
+
+TEST(ConfiguredPaths, TakesADotAtItsEndForNothing) {
+    for (const String value : {L"/opt/agent/.", L"/opt/agent/./", L"/opt/agent//.//./", L"/opt/agent/. "})
+        EXPECT_EQ(UsableDirectory(value), L"/opt/agent/") << value.Utf8();
+    EXPECT_EQ(UsableDirectory(L"/opt/./agent."), L"/opt/./agent./");
+    EXPECT_EQ(UsableDirectory(L"/opt/agent/..."), L"/opt/agent/.../");
+    EXPECT_EQ(UsableDirectory(L"/opt/agent/.."), L"/opt/agent/../");
 }
 
 TEST(ConfiguredPaths, UsesNoEmptyRelativeOrRootDirectory) {

@@ -191,11 +191,13 @@ TEST_F(Relocation, MovesNothingOutOfAHostDirectory) {
 }
 
 TEST_F(Relocation, RemovesTheOldInstallDirectory) {
-    Write("/opt/old/etc/client.conf", "");
-    Write("/opt/old/any/deep/file", "");
     Write("/opt/neighbour", "");
-    EXPECT_EQ(RemoveOld("installdir=/opt/old\n", "installdir=/opt/new\nvar=/opt/new/var\n"), "");
-    EXPECT_FALSE(Exists("/opt/old"));
+    for (const std::string spelling : {"/opt/old", "/opt/old/", "/opt/old/.", "//opt/./old/./"}) {
+        Write("/opt/old/etc/client.conf", "");
+        Write("/opt/old/any/deep/file", "");
+        EXPECT_EQ(RemoveOld("installdir=" + spelling + "\n", "installdir=/opt/new\nvar=/opt/new/var\n"), "");
+        EXPECT_FALSE(Exists("/opt/old")) << spelling;
+    }
     EXPECT_TRUE(Exists("/opt/neighbour"));
 }
 
