@@ -1,18 +1,19 @@
-// Times two commands in turn, so that whatever else the machine does falls on both, and compares their
-// medians. The median of the processor time and the most memory that a run of each has taken are told, too.
+// Times commands in turn, so that whatever else the machine does falls on all of them, and compares the
+// medians of the first one with those of the others.
 //
-//   paired ROUNDS [--before COMMAND...] --first COMMAND... --second COMMAND...
+//   paired ROUNDS [--before COMMAND...] (--run NAME COMMAND...)...
 //
 // Before each timed run the command of --before is run, untimed. Time is from before the fork until the
-// process is waited for. Both commands write to /dev/null; one that ends with another status than 0 ends the
-// benchmark.
+// process is waited for. The commands write to /dev/null; one that ends with another status than 0 ends the
+// benchmark. Prints a line for each command, with tabs between: name, milliseconds, milliseconds of processor
+// time (both medians), the most MiB that a run has taken, and how much the first command's milliseconds, and
+// its processor time, are of these.
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <fcntl.h>
-#include <string>
+#include <string_view>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -20,39 +21,54 @@
 
 namespace {
 
-using Command = std::vector<char*>;
+using Command = std::vector<char*>;  // ended by a null
+
+struct Timed {
+    const char* name;
+    Command command;
+    std::vector<double> elapsed;     // milliseconds, a run each
+    std::vector<double> processors;  // milliseconds, user and system, of the process and those it waited for
+    double megabytes = 0;  // at its peak, of the process itself or the largest of those it waited for
+};
 
 struct Plan {
     int rounds = 0;
     Command before;
-    Command first;
-    Command second;
+    std::vector<Timed> timed;
 };
 
-[[noreturn]] void Fail(const std::string& text) {
-    std::fprintf(stderr, "paired: %s\n", text.c_str());
+[[noreturn]] void Fail(const char* why, const char* what) {
+    std::fprintf(stderr, "paired: %s%s\n", why, what);
     std::exit(2);
 }
 
-Plan ParsePlan(int argc, char** argv) {
+/// Takes the words up to the next option, or the end.
+Command TakeCommand(char**& words) {
+    Command command;
+    for (; *words != nullptr; ++words) {
+        if (std::string_view(*words) == "--run" || std::string_view(*words) == "--before") break;
+        command.push_back(*words);
+    }
+    command.push_back(nullptr);
+    return command;
+}
+
+Plan ParsePlan(char** words) {
     Plan plan;
-    if (argc > 1) plan.rounds = std::atoi(argv[1]);
-    Command* command = nullptr;
-    for (int i = 2; i < argc; ++i) {
-        if (std::strcmp(argv[i], "--before") == 0) {
-            command = &plan.before;
-        } else if (std::strcmp(argv[i], "--first") == 0) {
-            command = &plan.first;
-        } else if (std::strcmp(argv[i], "--second") == 0) {
-            command = &plan.second;
-        } else if (command != nullptr) {
-            command->push_back(argv[i]);
+    if (*words != nullptr) plan.rounds = std::atoi(*words++);
+    while (*words != nullptr) {
+        const std::string_view option = *words++;
+        if (option == "--before") {
+            plan.before = TakeCommand(words);
+        } else if (option == "--run" && words[0] != nullptr && words[1] != nullptr) {
+            const char* name = *words++;
+            plan.timed.push_back({name, TakeCommand(words), {}, {}});
+        } else {
+            Fail("unexpected: ", option.data());
         }
     }
-    if (plan.rounds < 1 || plan.first.empty() || plan.second.empty()) {
-        Fail("Usage: paired ROUNDS [--before COMMAND...] --first COMMAND... --second COMMAND...");
-    }
-    for (Command* each : {&plan.before, &plan.first, &plan.second}) each->push_back(nullptr);
+    if (plan.rounds < 1 || plan.timed.empty())
+        Fail("Usage: paired ROUNDS [--before COMMAND...] (--run NAME COMMAND...)...", "");
     return plan;
 }
 
@@ -62,79 +78,61 @@ double Now() {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_nsec) / 1e6;
 }
 
-void Become(const Command& command) {
-    const int null = open("/dev/null", O_RDWR);
-    for (int fd = 0; fd <= 2; ++fd) dup2(null, fd);
-    execvp(command[0], command.data());
-    _exit(127);
-}
-
 double MillisecondsOf(const timeval& time) {
     return static_cast<double>(time.tv_sec) * 1e3 + static_cast<double>(time.tv_usec) / 1e3;
 }
 
-struct Measure {
-    double milliseconds = 0;  // from before the fork until the process has ended
-    double processor = 0;     // milliseconds, user and system, of the process and those it waited for
-    double megabytes = 0;     // at its peak, of the process itself or the largest of those it waited for
-};
+[[noreturn]] void Become(const Command& command) {
+    const int null = open("/dev/null", O_RDWR);
+    for (int fd = 0; fd <= 1; ++fd) dup2(null, fd);
+    execvp(command[0], command.data());
+    std::perror(command[0]);
+    _exit(127);
+}
 
-Measure Run(const Command& command) {
-    if (command.front() == nullptr) return {};
-    const double start = Now();
+/// What the command has taken; its end is waited for.
+rusage Run(const Command& command) {
     const pid_t child = fork();
-    if (child < 0) Fail("cannot fork");
+    if (child < 0) Fail("cannot fork", "");
     if (child == 0) Become(command);
     int status = 0;
     rusage usage{};
     while (wait4(child, &status, 0, &usage) < 0) {
     }
-    const double elapsed = Now() - start;
-    if (status != 0) Fail(std::string(command[0]) + " failed");
-    return {elapsed, MillisecondsOf(usage.ru_utime) + MillisecondsOf(usage.ru_stime),
-            static_cast<double>(usage.ru_maxrss) / 1024};
+    if (status != 0) Fail("failed: ", command[0]);
+    return usage;
 }
 
-double Quantile(const std::vector<double>& sorted, double part) {
-    return sorted[static_cast<std::size_t>(part * static_cast<double>(sorted.size() - 1) + 0.5)];
+void Time(Timed& timed) {
+    const double start = Now();
+    const rusage usage = Run(timed.command);
+    timed.elapsed.push_back(Now() - start);
+    timed.processors.push_back(MillisecondsOf(usage.ru_utime) + MillisecondsOf(usage.ru_stime));
+    timed.megabytes = std::max(timed.megabytes, static_cast<double>(usage.ru_maxrss) / 1024);
 }
 
-struct Measures {
-    std::vector<double> elapsed;     // milliseconds
-    std::vector<double> processors;  // milliseconds
-    double megabytes = 0;
-
-    void Add(const Measure& run) {
-        elapsed.push_back(run.milliseconds);
-        processors.push_back(run.processor);
-        megabytes = std::max(megabytes, run.megabytes);
-    }
-
-    double Median() const { return Quantile(elapsed, 0.5); }
-
-    void Print(const char* name) {
-        std::sort(elapsed.begin(), elapsed.end());
-        std::sort(processors.begin(), processors.end());
-        std::printf("  %-7s median %8.2f ms   (quartiles %.2f to %.2f), processor %.2f ms, %.1f MiB\n", name,
-                    Median(), Quantile(elapsed, 0.25), Quantile(elapsed, 0.75), Quantile(processors, 0.5),
-                    megabytes);
-    }
-};
+double Median(std::vector<double>& values) {
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+}
 
 }  // namespace
 
-int main(int argc, char** argv) {
-    const Plan plan = ParsePlan(argc, argv);
-    Measures first;
-    Measures second;
+int main(int, char** argv) {
+    Plan plan = ParsePlan(argv + 1);
     for (int round = 0; round < plan.rounds; ++round) {
-        Run(plan.before);
-        first.Add(Run(plan.first));
-        Run(plan.before);
-        second.Add(Run(plan.second));
+        for (Timed& timed : plan.timed) {
+            if (!plan.before.empty()) Run(plan.before);
+            Time(timed);
+        }
     }
-    first.Print("first");
-    second.Print("second");
-    std::printf("  first / second: %.2f   difference: %.2f ms   (%d rounds)\n",
-                first.Median() / second.Median(), first.Median() - second.Median(), plan.rounds);
+    const double elapsed = Median(plan.timed.front().elapsed);
+    const double processor = Median(plan.timed.front().processors);
+    for (Timed& timed : plan.timed) {
+        const double itsElapsed = Median(timed.elapsed);
+        const double itsProcessor = Median(timed.processors);
+        std::printf("%s\t%.3f\t%.3f\t%.2f\t%.4f\t%.4f\n", timed.name, itsElapsed, itsProcessor,
+                    timed.megabytes, elapsed / itsElapsed, processor / itsProcessor);
+    }
 }

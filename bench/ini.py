@@ -1,7 +1,10 @@
-"""The files of the benchmark for carrying, and the same work done with configparser.
+"""The INI files of the benchmarks, and the same work done with configparser.
 
-  carry.py make KEYS LINES OLD NEW   an old client.conf and a template of so many lines each
-  carry.py carry KEYS OLD NEW        carries the values of OLD into NEW
+  ini.py make-carry KEYS LINES OLD NEW    an old client.conf and a template of so many lines each
+  ini.py make-set LINES VALUES FILE       a file of so many lines, and 30 values to set in it, three of them new
+  ini.py carry KEYS OLD NEW               carries the values of OLD into NEW
+  ini.py set VALUES FILE                  sets the VALUES: section, key and value, with tabs between them
+  ini.py entries FILE                     lists sections, keys and values, whatever the file's style
 """
 
 import configparser
@@ -24,7 +27,7 @@ def read_keys(path):
     return rows
 
 
-def write_sections(path, sections, lines):
+def write_sections(path, sections, lines, filler="option_"):
     """Spreads each section's entries evenly between filler entries, comments and empty lines."""
     share = lines // len(sections)
     with open(path, "w", encoding="utf-8") as file:
@@ -41,10 +44,10 @@ def write_sections(path, sections, lines):
                 elif number % 5 == 1:
                     file.write(f"# what the option behind line {number} is good for\n")
                 else:
-                    file.write(f"option_{number:07}=the value of line {number}\n")
+                    file.write(f"{filler}{number:07}=the value of line {number}\n")
 
 
-def make(keys, lines, old, new):
+def make_carry(keys, lines, old, new):
     """Each old value tells its row; half of the paths lie in the old install directory."""
     old_sections = {"Configuration": [("installdir", OLD_DIR)]}
     new_sections = {"Configuration": [("installdir", NEW_DIR)]}
@@ -61,14 +64,32 @@ def make(keys, lines, old, new):
     write_sections(new, new_sections, int(lines))
 
 
-def read_ini(path, fold_case):
+def make_set(lines, values, path):
+    """Names that all of the tools take: without blanks and underscores."""
+    sections = {f"Section-{number}": [] for number in range(10)}
+    with open(values, "w", encoding="utf-8") as file:
+        for number in range(30):
+            section = f"Section-{number % 10}"
+            file.write(f"{section}\tkey-{number}\tthe value that is set as number {number}\n")
+            if number % 10 != 9:
+                sections[section].append((f"key-{number}", "template"))
+    sections["Section-9"].append(("last", "template"))
+    write_sections(path, sections, int(lines), filler="option-")
+
+
+def read_ini(path, fold_case=False):
     ini = configparser.ConfigParser(
         interpolation=None, strict=False, delimiters=("=",), comment_prefixes=("#", ";"), empty_lines_in_values=False
     )
     ini.optionxform = str.lower if fold_case else str
     with open(path, encoding="utf-8") as file:
-        ini.read_file(file)
+        ini.read_file(line.lstrip() for line in file)
     return ini
+
+
+def write_ini(ini, path):
+    with open(path, "w", encoding="utf-8") as file:
+        ini.write(file, space_around_delimiters=False)
 
 
 def rebased(value, old_dir):
@@ -79,7 +100,7 @@ def rebased(value, old_dir):
 
 def carry(keys, old, new):
     old_ini = read_ini(old, fold_case=True)
-    new_ini = read_ini(new, fold_case=False)
+    new_ini = read_ini(new)
     old_dir = old_ini.get("Configuration", "installdir")
     for old_section, old_key, new_section, new_key, is_path in read_keys(keys):
         value = old_ini.get(old_section, old_key, fallback=None)
@@ -88,9 +109,24 @@ def carry(keys, old, new):
         if not new_ini.has_section(new_section):
             new_ini.add_section(new_section)
         new_ini.set(new_section, new_key, rebased(value, old_dir) if is_path else value)
-    with open(new, "w", encoding="utf-8") as file:
-        new_ini.write(file, space_around_delimiters=False)
+    write_ini(new_ini, new)
+
+
+def set_values(values, path):
+    ini = read_ini(path)
+    with open(values, encoding="utf-8") as file:
+        for line in file:
+            ini.set(*line.rstrip("\n").split("\t"))
+    write_ini(ini, path)
+
+
+def entries(path):
+    ini = read_ini(path)
+    for section in ini.sections():
+        for key, value in sorted(ini.items(section)):
+            print(section, key, value, sep="\t")
 
 
 if __name__ == "__main__":
-    {"make": make, "carry": carry}[sys.argv[1]](*sys.argv[2:])
+    WORKS = {"make-carry": make_carry, "make-set": make_set, "carry": carry, "set": set_values, "entries": entries}
+    WORKS[sys.argv[1]](*sys.argv[2:])

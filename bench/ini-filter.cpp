@@ -1,7 +1,8 @@
-// The yardstick for carrying: a plain filter that passes once over the old file and once over the new one. It
-// knows only the keys that it is given, and keeps nothing but their values.
+// The yardstick for editing client.conf files: a plain filter that passes once over each file. It knows only
+// the keys that it is given, and keeps nothing but their values.
 //
-//   carry-filter KEYS OLD NEW
+//   ini-filter carry KEYS OLD NEW    what OLD holds of the KEYS that "ini-edit keys" lists goes into NEW
+//   ini-filter set VALUES FILE       sets what VALUES lists: section, key and value, with tabs between them
 #include <cstdio>
 #include <fstream>
 #include <functional>
@@ -131,7 +132,7 @@ std::string Rebased(const std::string& value, const std::string& oldDir) {
     return std::string(kNewInstallDir) + value.substr(oldDir.size());
 }
 
-/// What goes into the new file: the later row wins.
+/// What goes into the new file when it is carried over: the later row wins.
 Sections CarriedValues(Sections& old, const std::vector<Row>& rows) {
     Sections carried;
     const std::string oldDir = old["Configuration"]["installdir"];
@@ -192,15 +193,34 @@ bool WriteFile(const std::string& path, const std::string& text) {
     return std::fclose(file) == 0 && written && std::rename(made.c_str(), path.c_str()) == 0;
 }
 
+int Carry(const char* keysPath, const char* oldPath, const char* newPath) {
+    const std::vector<Row> rows = ReadRows(keysPath);
+    Sections old = ReadOldValues(ReadFile(oldPath), rows);
+    Sections carried = CarriedValues(old, rows);
+    return WriteFile(newPath, Filtered(ReadFile(newPath), carried, rows)) ? 0 : 1;
+}
+
+int Set(const char* valuesPath, const char* path) {
+    std::vector<Row> rows;
+    Sections values;
+    std::ifstream file(valuesPath);
+    for (std::string line; std::getline(file, line);) {
+        std::istringstream fields(line);
+        Row row;
+        std::getline(fields, row.newSection, '\t');
+        std::getline(fields, row.newKey, '\t');
+        std::getline(fields, values[row.newSection][row.newKey]);
+        rows.push_back(row);
+    }
+    return WriteFile(path, Filtered(ReadFile(path), values, rows)) ? 0 : 1;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 4) {
-        std::fputs("Usage: carry-filter KEYS OLD NEW\n", stderr);
-        return 2;
-    }
-    const std::vector<Row> rows = ReadRows(argv[1]);
-    Sections old = ReadOldValues(ReadFile(argv[2]), rows);
-    Sections carried = CarriedValues(old, rows);
-    return WriteFile(argv[3], Filtered(ReadFile(argv[3]), carried, rows)) ? 0 : 1;
+    const std::string_view work = argc > 1 ? argv[1] : "";
+    if (argc == 5 && work == "carry") return Carry(argv[2], argv[3], argv[4]);
+    if (argc == 4 && work == "set") return Set(argv[2], argv[3]);
+    std::fputs("Usage: ini-filter carry KEYS OLD NEW, or ini-filter set VALUES FILE\n", stderr);
+    return 2;
 }
