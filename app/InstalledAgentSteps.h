@@ -13,8 +13,8 @@ void MergeInstalledSettings(ConfigureRun& run);
 /// Gives the settings the new agent's install directory when no source named any.
 void CompleteInstallDir(ConfigureRun& run);
 
-/// Keeps the installed agent's client.conf as etc/client.conf.old below the install directory. False with the
-/// error text set.
+/// Keeps the installed agent's client.conf as etc/client.conf.old below the install directory; the agent is
+/// read from there then. False with the error text set.
 bool SaveInstalledConfiguration(const ConfigureRun& run);
 
 /// Removes an upgraded agent's services and links. False with the error text set.

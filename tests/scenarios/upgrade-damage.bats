@@ -60,4 +60,22 @@ END
     expect_file "$desk/usr" < <(list_usr)
 }
 
+# The tool for services runs after the settings were read and before they are written.
+@test "a client.conf that disappears meanwhile takes nothing along" {
+    for version in 5.6 6.0 6.2; do
+        given_an_old_agent "$version"
+        cp "$agent/etc/client.conf" "$desk/old.conf"
+        printf '#!/bin/sh\nrm -f %s/etc/client.conf\n' "$agent" >/usr/sbin/chkconfig
+        chmod +x /usr/sbin/chkconfig
+        upgrade_to "$elsewhere"
+        expect_status 0
+        expect_no_errors
+        expect_file "$elsewhere/etc/client.conf.old" <"$desk/old.conf"
+        expect_value "Client Details" SerialNumber "SN = 12  34" "$elsewhere/etc/client.conf"
+        expect_file "$elsewhere/var/queue/one.kse" <<<"event one"
+        expect_missing "$agent/etc" "$agent/bin/runit.sh"
+        clear_the_host
+    done
+}
+
 each_test_is_a_session

@@ -127,6 +127,7 @@ TEST_F(InstalledAgentSteps, TheOldConfigurationIsKeptPrivately) {
     EXPECT_TRUE(SaveInstalledConfiguration(m_run));
     EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "[Configuration]\nkey=\xe9\n");
     EXPECT_EQ(testfiles::Mode("/opt/new/etc/client.conf.old"), 0600U);
+    EXPECT_EQ(m_agent->ConfPath(), L"/opt/new/etc/client.conf.old");
 }
 
 TEST_F(InstalledAgentSteps, TheOldConfigurationIsKeptInADirectoryThatIsMade) {
@@ -145,6 +146,7 @@ TEST_F(InstalledAgentSteps, AnOldConfigurationThatCannotBeKeptFailsTheRun) {
     Setting(L"InstallDir") = L"/opt/new";
     EXPECT_FALSE(SaveInstalledConfiguration(m_run));
     EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/new/etc/client.conf.old");
+    EXPECT_EQ(m_agent->ConfPath(), L"/tmp/old.conf");
 }
 
 TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
