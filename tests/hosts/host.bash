@@ -1,9 +1,9 @@
 # For tests of whole hosts: a fresh root for each test, entered as a chroot.
 
-packages=$BATS_TEST_DIRNAME/../../build/packages
+packages=$PWD/build/packages
 root=$HOST_WORK/root
 
-# A root that no test has written to, with the packages and what sessions say.
+# A root that no test has written to, with the packages and with what sessions can say.
 setup() {
     mkdir -p "$HOST_WORK/changes" "$root"
     mount -t tmpfs tmpfs "$HOST_WORK/changes"
@@ -11,19 +11,21 @@ setup() {
     mount -t overlay overlay "$root" \
         -o "lowerdir=$HOST_WORK/pristine,upperdir=$HOST_WORK/changes/upper,workdir=$HOST_WORK/changes/work"
     mkdir "$root/session"
-    cp "$packages"/* "$BATS_TEST_DIRNAME/session.bash" "$root/session"
-    mount -t proc proc "$root/proc"
+    cp "$packages"/* "$PWD/tests/hosts/session.bash" "$root/session"
     chroot "$root" rpm --initdb
 }
 
-# Agents that a test leaves behind would be seen by the next one.
+# What a test leaves running would be seen by the next one.
 teardown() {
+    [ -n "${BATS_TEST_COMPLETED:-}" ] || tail -n 40 "$HOST_WORK/console" 2>/dev/null || true
+    [ -z "${nspawn:-}" ] || kill -KILL "$nspawn" 2>/dev/null || true
     pkill -KILL qdn-plug || true
-    umount --lazy "$root/proc" "$root" "$HOST_WORK/changes"
+    umount --lazy "$root" "$HOST_WORK/changes"
 }
 
 # in_root <<'END' ... END: a session in the root, in which no init runs. It ends 0 when every statement held.
 in_root() {
+    mountpoint -q "$root/proc" || mount -t proc proc "$root/proc"
     chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin PACKAGE_MANAGER="$PACKAGE_MANAGER" \
         bash -c 'source /session/session.bash; source /dev/stdin'
 }

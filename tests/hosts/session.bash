@@ -7,7 +7,7 @@ program=$agent/bin/qdn-configure.bin
 conf=$agent/etc/client.conf
 xml=/tmp/.qdn-agent-install-config.xml
 
-trap 'echo "failed: $BASH_COMMAND (status ${status:-none})"; cat /session/out /session/err 2>/dev/null' ERR
+trap 'echo "failed: $BASH_COMMAND (status ${status:-none})"; tail -n 20 /session/out /session/err 2>/dev/null' ERR
 
 # --- The package managers
 
@@ -42,12 +42,12 @@ installed_version() {
 
 # --- What is there before
 
-# given_xml [ATTRIBUTES]: the configuration file of an administrator.
+# given_xml [ATTRIBUTES [LEVELS]]: the configuration file of an administrator.
 given_xml() {
     cat >"$xml" <<END
 <KSAgentConfiguration>
   <KSName>kell.example</KSName>
-  <Settings RunLevel="rc2;rc3;rc5" StartupOnBoot="yes" AllowNonRoot="yes" $*/>
+  <Settings RunLevel="${2:-rc2;rc3;rc5}" ${1:-}/>
 </KSAgentConfiguration>
 END
 }
@@ -91,3 +91,19 @@ agent_pid() { pgrep -o qdn-plug || true; }
 expect_running() { [ -n "$(agent_pid)" ]; }
 
 expect_not_running() { [ -z "$(agent_pid)" ]; }
+
+# For the service manager, whichever it is.
+expect_active() {
+    if [ -d /run/systemd/system ]; then
+        systemctl is-active zorvane
+        expect_same "$(agent_pid)" "$(systemctl show -P MainPID zorvane)"
+    else
+        service zorvane status
+    fi
+}
+
+# Nothing of the host's init knows the service.
+expect_unknown() {
+    expect_same "" "$(find /etc/init.d /etc/rc?.d /etc/systemd -name '*zorvane*')"
+    [ ! -d /run/systemd/system ] || expect_same "" "$(systemctl list-units --all --no-legend '*zorvane*')"
+}
