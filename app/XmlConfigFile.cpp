@@ -1,6 +1,7 @@
 // The XML configuration file: its search path, who may have left it, and what makes it unusable.
 #include "app/XmlConfigFile.h"
 
+#include <string>
 #include <vector>
 
 #include "corekit/BasicXml.h"
@@ -63,8 +64,9 @@ void WarnOfRefusal(const String& path, const BasicXml::Refusal& refusal) {
 
 /// Can the file's settings be used, or is it empty? (One that cannot be read holds nothing to be kept.)
 bool IsWellFormedOrEmpty(const String& path) {
-    String text;
-    return corekit::File::Read(path, text) && (text.IsEmpty() || BasicXml(text).GetRefusal() == nullptr);
+    std::string bytes;
+    return corekit::File::ReadBytes(path, bytes) &&
+           (bytes.empty() || BasicXml(bytes).GetRefusal() == nullptr);
 }
 
 }  // namespace
@@ -78,14 +80,14 @@ String BuildXmlSearchPath() {
 std::unique_ptr<Settings> XmlConfigFile::Load() {
     const String path = FindFile(SearchPieces(), IsTrusted);
     if (path.IsEmpty()) return nullptr;
-    String text;
-    if (const auto result = corekit::File::Read(path, text); !result) {
+    std::string bytes;
+    if (const auto result = corekit::File::ReadBytes(path, bytes); !result) {
         Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not used: " + GetErrorMsg(result) +
                        L".\n");
         return nullptr;
     }
-    if (text.IsEmpty()) return nullptr;
-    const BasicXml document(text);
+    if (bytes.empty()) return nullptr;
+    const BasicXml document(bytes);
     if (const auto* refusal = document.GetRefusal()) {
         WarnOfRefusal(path, *refusal);
         return nullptr;

@@ -13,14 +13,14 @@ using corekit::String;
 using namespace Zorvane::AgentInstaller;
 
 int main(int argc, char** argv) {
-    String text;
-    if (argc != 2 || !corekit::File::Read(String::FromUtf8(argv[1]), text)) {
+    std::string bytes;
+    if (argc != 2 || !corekit::File::ReadBytes(String::FromUtf8(argv[1]), bytes)) {
         std::fputs("Usage: xml-settings FILE\n", stderr);
         return 2;
     }
-    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(text));
-    std::size_t bytes = 0;
+    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(bytes));
+    std::size_t characters = 0;
     for (const ExtraSetting& extra : settings->Extra())
-        bytes += extra.Section.Utf8().size() + extra.Name.Utf8().size() + extra.Value.Utf8().size();
-    std::printf("%zu settings of %zu bytes\n", settings->Extra().size(), bytes);
+        characters += extra.Section.Length() + extra.Name.Length() + extra.Value.Length();
+    std::printf("%zu settings of %zu characters\n", settings->Extra().size(), characters);
 }

@@ -7,7 +7,7 @@
 namespace corekit {
 
 struct BasicXml::Tree {
-    explicit Tree(const String& text) : refusal(ReadXml(text, elements)) {
+    explicit Tree(std::string_view bytes) : refusal(ReadXml(bytes, elements)) {
         if (refusal) elements = XmlTree();
     }
 
@@ -26,7 +26,9 @@ void AddAttributes(const XmlTree& tree, std::size_t element, AttributeMap& attri
 
 }  // namespace
 
-BasicXml::BasicXml(const String& text) : m_tree(std::make_shared<const Tree>(text)), m_root(0) {}
+BasicXml::BasicXml(const String& text) : BasicXml(std::string_view(text.Utf8())) {}
+
+BasicXml::BasicXml(std::string_view bytes) : m_tree(std::make_shared<const Tree>(bytes)), m_root(0) {}
 
 BasicXml::BasicXml(std::shared_ptr<const Tree> tree, std::size_t root)
     : m_tree(std::move(tree)), m_root(root) {}

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 #include "corekit/String.h"
@@ -27,6 +28,8 @@ class BasicXml {
     };
 
     explicit BasicXml(const String& text);
+    /// A file's bytes as they are: a large document need not become wide text first.
+    explicit BasicXml(std::string_view bytes);
 
     /// Null when the document is well-formed.
     const Refusal* GetRefusal() const;

@@ -179,8 +179,8 @@ void XmlReader::Refuse(const String& reason) {
 
 }  // namespace
 
-std::optional<BasicXml::Refusal> ReadXml(const String& text, XmlTree& tree) {
-    return XmlReader(tree).Read(text.Utf8());
+std::optional<BasicXml::Refusal> ReadXml(std::string_view bytes, XmlTree& tree) {
+    return XmlReader(tree).Read(bytes);
 }
 
 }  // namespace corekit

@@ -1,7 +1,8 @@
-// Reading an XML text into a tree.
+// Reading an XML document into a tree.
 #pragma once
 
 #include <optional>
+#include <string_view>
 
 #include "corekit/BasicXml.h"
 #include "corekit/XmlTree.h"
@@ -9,6 +10,6 @@
 namespace corekit {
 
 /// Fills the tree from a document, or says why and where that is refused (the tree is then of no use).
-std::optional<BasicXml::Refusal> ReadXml(const String& text, XmlTree& tree);
+std::optional<BasicXml::Refusal> ReadXml(std::string_view bytes, XmlTree& tree);
 
 }  // namespace corekit

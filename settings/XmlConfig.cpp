@@ -58,11 +58,14 @@ String NormalisedGuid(const String& guid) {
 /// An attribute that an entry lacks has the value that the shared map holds from what was read before.
 void ReadExtraSettings(const BasicXml& document, AttributeMap& attributes, Settings& settings) {
     const BasicXml extra = document.GetNode(L"ExtraConfigSettings");
+    const String& section = attributes[L"Section"];
+    const String& name = attributes[L"Name"];
+    const String& value = attributes[L"Value"];
     for (std::size_t index = 0;; ++index) {
         const BasicXml entry = extra.GetNode(L"Setting", index);
         if (!entry.Exists()) return;
         entry.GetAttributes(attributes);
-        settings.AddExtra({attributes[L"Section"], attributes[L"Name"], attributes[L"Value"]});
+        settings.AddExtra({section, name, value});
     }
 }
 
@@ -88,7 +91,7 @@ std::unique_ptr<Settings> ReadXmlConfig(const BasicXml& document) {
 }
 
 std::unique_ptr<Settings> DefaultSettings() {
-    return ReadXmlConfig(BasicXml(String::FromUtf8(kDefaultConfig)));
+    return ReadXmlConfig(BasicXml(std::string_view(kDefaultConfig)));
 }
 
 }  // namespace Zorvane::AgentInstaller

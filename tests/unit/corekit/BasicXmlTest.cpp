@@ -35,6 +35,12 @@ TEST(BasicXml, FindsTextsAnywhereInTheDocument) {
     EXPECT_EQ(xml.GetText(L""), L"");
 }
 
+TEST(BasicXml, ReadsTheBytesOfAFileAsItReadsText) {
+    EXPECT_EQ(BasicXml("<a>K\xC3\xB6ln</a>").GetText(L"a"), L"K\u00F6ln");
+    EXPECT_EQ(BasicXml(L"<a>K\u00F6ln</a>").GetText(L"a"), L"K\u00F6ln");
+    EXPECT_NE(BasicXml("<a>K\xF6ln</a>").GetRefusal(), nullptr);
+}
+
 TEST(BasicXml, FindsTheRootElementToo) {
     const BasicXml xml(L"<a x='1'>text</a>");
     EXPECT_EQ(xml.GetText(L"a"), L"text");

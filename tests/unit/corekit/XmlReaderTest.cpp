@@ -14,7 +14,7 @@ constexpr std::size_t kMiB = std::size_t{1024} * 1024;
 /// "line:column: reason" of a refused document, "" of one that is read.
 std::string RefusalOf(const std::string& document) {
     XmlTree tree;
-    const auto refusal = ReadXml(String::FromUtf8(document), tree);
+    const auto refusal = ReadXml(document, tree);
     if (!refusal) return "";
     return std::to_string(refusal->line) + ":" + std::to_string(refusal->column) + ": " +
            refusal->reason.Utf8();
@@ -29,7 +29,7 @@ std::string ReasonOf(const std::string& document) {
 /// The text and the attributes of the root element, or the refusal.
 std::string ContentOf(const std::string& document) {
     XmlTree tree;
-    if (ReadXml(String::FromUtf8(document), tree)) return RefusalOf(document);
+    if (ReadXml(document, tree)) return RefusalOf(document);
     std::string content = tree.Text(0);
     tree.ForEachAttribute(0, [&content](std::string_view name, std::string_view value) {
         content.append(" ").append(name).append("=").append(value);
