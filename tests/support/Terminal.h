@@ -57,6 +57,12 @@ class Terminal {
     }
 
   private:
+    /// Of the child. A dialogue that goes another way than its test ends by itself.
+    static bool Open() {
+        constexpr unsigned kSeconds = 60;
+        alarm(kSeconds);
+        return std::freopen("/dev/tty", "r", stdin) != nullptr;
+    }
     int Wait() const {
         int status = -1;
         EXPECT_EQ(waitpid(m_child, &status, 0), m_child);

@@ -319,6 +319,15 @@ TEST(FileRename, LosesNothingWhenTheFlushFails) {
     EXPECT_THAT(NamesIn("/opt/other"), ElementsAre("to"));
 }
 
+TEST(FileRename, TellsOfADirectoryThatCannotBeFlushed) {
+    const Workspace dir;
+    testfiles::Write(dir / "from", "x");
+    const int failure =
+        WithFailing({{SYS_fsync, EIO}}, [&] { return File::Rename(dir("from"), dir("to")).Code(); });
+    EXPECT_EQ(failure, EIO);
+    EXPECT_EQ(testfiles::Read(dir / "to"), "x");
+}
+
 TEST(FileRename, FailsWhereRenameFails) {
     const Workspace dir;
     testfiles::Write(dir / "file", "x");
