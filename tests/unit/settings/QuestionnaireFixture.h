@@ -1,9 +1,9 @@
 // What the tests of the questionnaire share: the texts of the dialogue, and runs on typed input.
 #pragma once
 
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 
 #include "run/Error.h"
@@ -25,7 +25,7 @@ inline const Question& QuestionFor(const wchar_t* key) {
     for (const Question& question : Questions()) {
         if (corekit::String(question.key) == key) return question;
     }
-    throw std::out_of_range("no such question");
+    std::abort();  // no such question
 }
 
 /// The question as it is asked with this proposal.
