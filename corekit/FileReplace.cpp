@@ -20,8 +20,10 @@ namespace {
 /// A new file gets the mode that is asked for, one in the place of a regular file takes over mode and owner.
 Result SetUpAttributes(int fd, const Entry& target, unsigned mode) {
     struct stat present {};
-    const bool exists = fstatat(target.directory, target.name.c_str(), &present, AT_SYMLINK_NOFOLLOW) == 0;
-    if (exists && S_ISREG(present.st_mode)) return TakeOwnerAndMode(fd, present, IfRefused::Fail);
+    const Result found =
+        Outcome(fstatat(target.directory, target.name.c_str(), &present, AT_SYMLINK_NOFOLLOW));
+    if (!found && found.Code() != ENOENT) return found;
+    if (found && S_ISREG(present.st_mode)) return TakeOwnerAndMode(fd, present, IfRefused::Fail);
     return Outcome(fchmod(fd, mode));
 }
 

@@ -1,17 +1,13 @@
 // Runs code in a child process in which system calls fail on demand.
 #pragma once
 
-#include <cstddef>
 #include <gtest/gtest.h>
 #include <initializer_list>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 #include "tests/support/EndChild.h"
+#include "tests/support/SystemCallFilter.h"
 
 namespace testsupport {
 
@@ -21,16 +17,11 @@ struct FailingCall {
 };
 
 inline bool MakeFail(std::initializer_list<FailingCall> calls) {
-    std::vector<sock_filter> program = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+    SystemCallFilter filter;
     for (const FailingCall& call : calls) {
-        program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call.number), 0, 1));
-        program.push_back(
-            BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | static_cast<unsigned>(call.errnoValue)));
+        filter.Add(call.number, SECCOMP_RET_ERRNO | static_cast<unsigned>(call.errnoValue));
     }
-    program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
-    const sock_fprog filter = {static_cast<unsigned short>(program.size()), program.data()};
-    return prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 &&
-           prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
+    return filter.Install() == 0;
 }
 
 /// The small number that `action` returns when it runs in a child process in which these calls fail.

@@ -1,0 +1,35 @@
+// A filter that the kernel asks about system calls of this thread.
+#pragma once
+
+#include <cstddef>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <vector>
+
+namespace testsupport {
+
+/// What is done to the calls that it names; all others are allowed.
+class SystemCallFilter {
+  public:
+    void Add(int call, unsigned verdict) {
+        m_program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, static_cast<unsigned>(call), 0, 1));
+        m_program.push_back(BPF_STMT(BPF_RET | BPF_K, verdict));
+    }
+
+    /// For the calling thread, and the children that it will have. Negative when that fails, otherwise, with
+    /// SECCOMP_FILTER_FLAG_NEW_LISTENER, the descriptor on which the kernel asks.
+    int Install(unsigned flags = 0) {
+        m_program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW));
+        const sock_fprog filter = {static_cast<unsigned short>(m_program.size()), m_program.data()};
+        if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return -1;
+        return static_cast<int>(syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, flags, &filter));
+    }
+
+  private:
+    std::vector<sock_filter> m_program = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr))};
+};
+
+}  // namespace testsupport
