@@ -59,12 +59,16 @@ int CommandBasedApp::Run() {
 }
 
 int CommandBasedApp::RunWithoutCommand(const String& word) const {
-    const bool asksForHelp = word == L"-help" && m_arguments.size() == 1;
-    if (!asksForHelp) {
-        Console::Err(StringEncoder::Local(String(L"Unknown command '%1'.\n").Arg(Text::Printable(word))));
-    }
+    if (word == L"-help" && m_arguments.size() == 1) return Help();
+    Console::Err(StringEncoder::Local(String(L"Unknown command '%1'.\n").Arg(Text::Printable(word))));
     ListCommands();
-    return asksForHelp ? 0 : static_cast<int>(kUsageError);
+    return static_cast<int>(kUsageError);
+}
+
+int CommandBasedApp::Help() const {
+    ListCommands();
+    Console::Out(StringEncoder::Local(L"\nThis is version " + Version() + L".\n"));
+    return 0;
 }
 
 void CommandBasedApp::ListCommands() const {

@@ -11,19 +11,22 @@ namespace corekit {
 /// Prepares the process: umask 022, SIGPIPE and SIGXFSZ ignored, descriptors 0 to 2 open. Called first.
 void Init();
 
-/// A program with a name.
+/// A program with a name and a version.
 class Application {
   public:
     virtual ~Application() = default;
 
     void SetName(const String& name) { m_name = name; }
     const String& Name() const { return m_name; }
+    void SetVersion(const String& version) { m_version = version; }
+    const String& Version() const { return m_version; }
 
     /// The program's main function; returns the exit status.
     virtual int AppMain() = 0;
 
   private:
     String m_name;
+    String m_version;
 };
 
 /// What every command can do beside its own work; a base for `Command` that holds nothing.
@@ -55,7 +58,7 @@ class CommandBasedApp : public Application {
 
     /// Runs the command that the first argument names and returns its status; a usage error is followed by
     /// the command's usage text. Without a command word, or with an unknown one (named on standard error),
-    /// lists the commands and returns 120; `-help` alone lists them and returns 0.
+    /// lists the commands and returns 120; `-help` alone lists them, tells the version and returns 0.
     int Run();
 
   private:
@@ -64,6 +67,7 @@ class CommandBasedApp : public Application {
         std::unique_ptr<Command> command;
     };
     int RunWithoutCommand(const String& word) const;
+    int Help() const;
     void ListCommands() const;
 
     std::vector<String> m_arguments;

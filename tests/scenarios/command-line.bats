@@ -21,10 +21,10 @@ END
     expect_no_changes
 }
 
-@test "-help alone lists the commands and succeeds" {
+@test "-help alone lists the commands, tells the version and succeeds" {
     qdn_configure -help
     expect_status 0
-    expect_output < <(list_of_commands)
+    expect_output < <(list_of_commands && printf '\nThis is version 1.0.0.\n')
     expect_no_errors
 }
 

@@ -53,6 +53,7 @@ Outcome RunTool(std::vector<const char*> line) {
     Outcome outcome;
     App app(static_cast<int>(line.size()), line.data());
     app.SetName(L"tool");
+    app.SetVersion(L"2.10");
     app.RegisterCommand(L"-succeed", std::make_unique<Recorder>(0, outcome.arguments));
     app.RegisterCommand(L"-fail", std::make_unique<Recorder>(1, outcome.arguments));
     app.RegisterCommand(L"-misuse", std::make_unique<Recorder>(120, outcome.arguments));
@@ -139,10 +140,10 @@ TEST(CommandBasedApp, NamesAnUnknownCommand) {
     }
 }
 
-TEST(CommandBasedApp, ListsTheCommandsOnRequest) {
+TEST(CommandBasedApp, ListsTheCommandsAndTellsTheVersionOnRequest) {
     const Outcome outcome = RunTool({"tool", "-help"});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output.out, kList);
+    EXPECT_EQ(outcome.output.out, std::string(kList) + "\nThis is version 2.10.\n");
     EXPECT_EQ(outcome.output.err, "");
 }
 
