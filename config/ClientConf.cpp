@@ -39,10 +39,6 @@ bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& t
     return true;
 }
 
-bool WriteText(const String& path, const String& text) {
-    return File::Write(path, text).Ok() || Error::Fail(kUnableToWrite, path);
-}
-
 bool ApplySettings(IniFile& ini, Settings& settings) {
     return ApplySettingsToClientConf(ini, settings) &&
            (ini.Write().Ok() || Error::Fail(kUnableToWrite, ini.FileName()));
@@ -60,9 +56,8 @@ bool UpgradeClientConf(const String& outputPath, Settings& settings,
     if (!ReadTemplate(settings, kUnreadableUpgrade, text)) return false;
     const String etc = settings.Get(L"InstallDir") + L"/etc";
     if (CreateConfiguredDirectory(etc) != 0) return Error::Fail(L"Failed to create ", etc);
-    if (!WriteText(outputPath, text)) return false;
 
-    IniFile newIni(outputPath);
+    IniFile newIni(outputPath, text);
     CarryOldValues(oldIni, newIni, settings);
     if (installed.registersSubAgents) CarryOverSubAgents(oldIni, newIni);
     return ApplySettings(newIni, settings);
@@ -81,12 +76,13 @@ bool WriteClientConf(const String& outputPath, Settings& settings, const Install
 }
 
 bool CreateClientConfFromTemplate(const String& outputPath, Settings& settings) {
+    IniFile ini(outputPath);
     if (settings.IsSet(L"InstallDir")) {
         Messages::Say(L"Creating/customizing Agent's configuration file.\n");
         String text;
-        if (!ReadTemplate(settings, kUnreadableFresh, text) || !WriteText(outputPath, text)) return false;
+        if (!ReadTemplate(settings, kUnreadableFresh, text)) return false;
+        ini = IniFile(outputPath, text);
     }
-    IniFile ini(outputPath);
     return ApplySettings(ini, settings);
 }
 

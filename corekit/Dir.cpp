@@ -86,10 +86,12 @@ Result Dir::Scan(const String& path, const String& pattern,
 }
 
 Result Dir::CreateR(const String& path) {
-    for (std::size_t slash = path.Find(L"/", 1); slash != String::npos; slash = path.Find(L"/", slash + 1)) {
-        if (const Result result = Create(path.Left(slash)); !result) return result;
-    }
-    return Create(path);
+    const Result result = Create(path);
+    const bool isAboveInTheWay = result.Code() == ENOENT || result.Code() == ENOTDIR;
+    const std::size_t slash = path.FindLast(L"/");
+    if (!isAboveInTheWay || slash == 0 || slash == String::npos) return result;
+    const Result above = CreateR(path.Left(slash));
+    return above ? Create(path) : above;
 }
 
 Result Dir::GetCurrent(String& path) {

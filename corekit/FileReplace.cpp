@@ -98,8 +98,10 @@ Result Rename(const String& from, const String& to) {
     Place target;
     if (const Result result = Place::Of(from, source); !result) return result;
     if (const Result result = Place::Of(to, target); !result) return result;
-    if (const Result result = MoveEntry(source.At(), target.At(), Existing::Replaced); !result) return result;
-    return Flush(target.Fd());
+    const Result result =
+        Outcome(renameat(source.Fd(), source.name.c_str(), target.Fd(), target.name.c_str()));
+    if (result.Code() == EXDEV) return MoveEntry(source.At(), target.At(), Existing::Replaced);
+    return result ? Flush(target.Fd()) : result;
 }
 
 Result SymLink(const String& target, const String& link, IfPresent ifPresent) {

@@ -20,6 +20,9 @@ IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
                                          fallsBack ? IniIndex::Match::ElseAnyCase : IniIndex::Match::Exact);
 }
 
+IniFile::IniFile(const String& path, const String& text)
+    : m_path(path), m_lines(std::make_unique<IniLines>(text.Utf8(), IniIndex::Match::Exact)) {}
+
 IniFile::~IniFile() = default;
 IniFile::IniFile(IniFile&&) noexcept = default;
 IniFile& IniFile::operator=(IniFile&&) noexcept = default;

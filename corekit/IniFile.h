@@ -28,6 +28,8 @@ class IniFile {
 
     /// Reads the file; one that is missing or cannot be read is empty.
     explicit IniFile(const String& path, KeyCase keyCase = KeyCase::Exact);
+    /// A file that is yet to be written, and the text that it begins with: nothing is read.
+    IniFile(const String& path, const String& text);
     ~IniFile();
     IniFile(IniFile&&) noexcept;
     IniFile& operator=(IniFile&&) noexcept;

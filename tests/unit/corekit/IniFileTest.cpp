@@ -137,6 +137,17 @@ TEST_F(IniFileTest, FailsToWriteWhereItCannot) {
     EXPECT_EQ(file.Write(), Result(ENOENT));
 }
 
+TEST_F(IniFileTest, BeginsWithATextWhateverTheFileHolds) {
+    Make("[old]\nkey=old\n", 0600);
+    IniFile file(Path(), L"[s]\nk=K\u00F6ln\n");
+    EXPECT_EQ(file.ReadResult(), Result());
+    EXPECT_EQ(file.GetValue(L"s", L"k"), L"K\u00F6ln");
+    file.SetValue(L"s", L"n", L"2");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=K\xC3\xB6ln\nn=2\n");
+    EXPECT_EQ(testfiles::Mode(m_dir / "client.conf"), 0600U);
+}
+
 TEST_F(IniFileTest, DoesNotReplaceWhatItCouldNotRead) {
     ASSERT_EQ(mkfifo((m_dir / "client.conf").c_str(), 0600), 0);
     IniFile fifo(Path());
