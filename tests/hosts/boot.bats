@@ -92,3 +92,16 @@ END
     shut_down
     expect_orderly_stop
 }
+
+@test "where the administrator lets no service start, the agent is not started" {
+    boot
+    on_booted <<'END'
+given_xml
+printf '#!/bin/sh\nexit 101\n' >/usr/sbin/policy-rc.d
+chmod 0755 /usr/sbin/policy-rc.d
+install 6.0.350
+expect_status 0
+expect_not_running
+END
+    shut_down
+}

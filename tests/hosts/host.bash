@@ -23,9 +23,9 @@ teardown() {
     umount --lazy "$root" "$HOST_WORK/changes"
 }
 
-# in_root <<'END' ... END: a session in the root, in which no init runs. It ends 0 when every statement held.
+# in_root [ARGUMENT ...] <<'END' ... END: a session in the root, in which no init runs. It ends 0 when every statement held.
 in_root() {
     mountpoint -q "$root/proc" || mount -t proc proc "$root/proc"
     chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin PACKAGE_MANAGER="$PACKAGE_MANAGER" \
-        bash -c 'source /session/session.bash; source /dev/stdin'
+        bash -c 'source /session/session.bash; source /dev/stdin' session "$@"
 }

@@ -7,7 +7,7 @@ program=$agent/bin/qdn-configure.bin
 conf=$agent/etc/client.conf
 xml=/tmp/.qdn-agent-install-config.xml
 
-trap 'echo "failed: $BASH_COMMAND (status ${status:-none})"; tail -n 20 /session/out /session/err 2>/dev/null' ERR
+trap '{ echo "failed: $BASH_COMMAND (status ${status:-none})"; tail -n 20 /session/out /session/err; } >&2' ERR
 
 # --- The package managers
 
@@ -17,17 +17,23 @@ try() {
     "$@" >/session/out 2>/session/err </dev/null || status=$?
 }
 
-# install VERSION, erase: as an administrator would. The rpm misses its requirements, which are debs here.
+# install VERSION, erase: as an administrator would.
 install() {
+    # shellcheck disable=SC2046 # words of a command
+    try $(install_command "$1")
+}
+
+# The rpm misses what it requires, which are debs here.
+install_command() {
     case $PACKAGE_MANAGER in
-        rpm) try rpm --force-debian -U --nodeps --replacepkgs "/session/qdn-ksclt-$1.rpm" ;;
-        dpkg) try dpkg -i "/session/qdn-ksclt_$1.deb" ;;
+        rpm) echo "rpm --force-debian -U --nodeps --replacepkgs /session/qdn-ksclt-$1.rpm" ;;
+        dpkg) echo "dpkg -i /session/qdn-ksclt_$1.deb" ;;
     esac
 }
 
 erase() {
     case $PACKAGE_MANAGER in
-        rpm) try rpm -e qdn-ksclt ;;
+        rpm) try rpm --force-debian -e qdn-ksclt ;;
         dpkg) try dpkg -r qdn-ksclt ;;
     esac
 }
@@ -65,6 +71,28 @@ remember_files() {
     files >/session/files
 }
 
+# A configuration fails before it has changed anything where the former one cannot be saved, and with the new client.conf
+# in place where a file stands instead of a directory.
+break_configuration_early() { mkdir "$agent/etc/client.conf.old"; }
+
+break_configuration_late() {
+    rm -r "$agent/var/tasks"
+    : >"$agent/var/tasks"
+}
+
+mend_configuration() {
+    [ ! -d "$agent/etc/client.conf.old" ] || rmdir "$agent/etc/client.conf.old"
+    [ ! -f "$agent/var/tasks" ] || rm "$agent/var/tasks"
+}
+
+# What an administrator is told to run after a configuration has failed.
+repair_command() {
+    case $PACKAGE_MANAGER in
+        rpm) echo "$program -configure -noimode -dir $agent" ;;
+        dpkg) echo "dpkg --configure qdn-ksclt" ;;
+    esac
+}
+
 # --- What is expected
 
 expect_status() { [ "$status" -eq "$1" ]; }
@@ -80,11 +108,40 @@ expect_same() {
 expect_no_new_files() { files | diff /session/files -; }
 
 # What the package says itself on standard error: expect_told <<'END' ... END
-expect_told() { grep '^qdn-ksclt: ' /session/err | diff - /dev/fd/3 3<&0; }
+expect_told() { diff - <(grep '^qdn-ksclt: ' /session/err); }
+
+what_is_told_last() { sed -n 's/^qdn-ksclt:     //p' /session/err | tail -n 1; }
 
 expect_nothing_told() { ! grep '^qdn-ksclt: ' /session/err; }
 
 expect_value() { expect_same "$2" "$(sed -n "s/^$1=//p" "$conf")"; }
+
+# The files of the package are as it brought them. Which modes they get is for the configuration to say.
+expect_unchanged_package() {
+    case $PACKAGE_MANAGER in
+        rpm) rpm -V --nodeps qdn-ksclt ;;
+        dpkg) dpkg --verify qdn-ksclt ;;
+    esac
+}
+
+# Rpm goes on after a scriptlet that fails; dpkg leaves the package half-configured.
+expect_failed_configuration() {
+    case $PACKAGE_MANAGER in
+        rpm) expect_status 0 ;;
+        dpkg)
+            expect_status 1
+            expect_same half-configured "$(dpkg-query -W -f '${db:Status-Status}' qdn-ksclt)"
+            ;;
+    esac
+    expect_same 6.0.350 "$(installed_version)"
+}
+
+# expect_kept LINE: the former configuration, which has that line, is where only root can write.
+expect_kept() {
+    expect_same "d root 700" "$(find /tmp/ksclt -maxdepth 0 -printf '%y %u %m')"
+    expect_same "f root 600" "$(find /tmp/ksclt/.migrate-client.conf -maxdepth 0 -printf '%y %u %m')"
+    grep -qx "$1" /tmp/ksclt/.migrate-client.conf
+}
 
 agent_pid() { pgrep -o qdn-plug || true; }
 
