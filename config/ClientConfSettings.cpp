@@ -1,4 +1,6 @@
 // The keys of client.conf that settings feed: by the key table, by rules of their own, and as they stand.
+#include <optional>
+
 #include "config/ClientConf.h"
 #include "config/GuidFile.h"
 #include "config/KeyPath.h"
@@ -29,8 +31,8 @@ String FreeText(const String& value) {
     return word == L"null" || word == L"none" ? String() : value;
 }
 
-/// A setting in the form that its kind has in the file.
-String Written(const String& value, ValueKind kind, const Settings& settings) {
+/// A setting in the form that its kind has in the file; none for a row that no setting feeds.
+std::optional<String> Written(const String& value, ValueKind kind, const Settings& settings) {
     switch (kind) {
         case ValueKind::YesNo:
             return corekit::Text::StrToBool(value) ? L"yes" : L"no";
@@ -45,14 +47,14 @@ String Written(const String& value, ValueKind kind, const Settings& settings) {
         case ValueKind::None:
             break;
     }
-    return value;
+    return std::nullopt;
 }
 
 void ApplyKeyTable(IniFile& ini, const Settings& settings) {
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        if (row.kind == ValueKind::None) continue;
         const KeyPath to(row.newKey);
-        ini.SetValue(to.section, to.key, Written(settings.Get(String(row.setting)), row.kind, settings));
+        const auto written = Written(settings.Get(String(row.setting)), row.kind, settings);
+        if (written) ini.SetValue(to.section, to.key, *written);
     }
 }
 

@@ -3,8 +3,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <dirent.h>
-#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -20,12 +18,6 @@
 namespace corekit {
 
 namespace {
-
-bool IsDirectory(int directory, const DirEntry& entry) {
-    if (entry.type != DT_UNKNOWN) return entry.type == DT_DIR;
-    struct stat info {};
-    return fstatat(directory, entry.name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
-}
 
 Result Create(const String& path) {
     if (mkdir(NativePath(path).c_str(), 0755) == 0) return Result();

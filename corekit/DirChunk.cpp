@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
+#include <fcntl.h>
 #include <string_view>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace corekit {
@@ -33,6 +35,12 @@ Result TakeOutOnce(int directory, DirChunk& chunk, const std::function<bool(cons
 }
 
 }  // namespace
+
+bool IsDirectory(int directory, const DirEntry& entry) {
+    if (entry.type != DT_UNKNOWN) return entry.type == DT_DIR;
+    struct stat info {};
+    return fstatat(directory, entry.name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
+}
 
 // Left uninitialised: pages that no directory fills are never touched.
 DirChunk::DirChunk() : m_buffer(new char[kLargest]) {}

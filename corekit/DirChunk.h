@@ -18,6 +18,9 @@ struct DirEntry {
     const char* name;
 };
 
+/// Is the entry of an open directory a directory itself?
+bool IsDirectory(int directory, const DirEntry& entry);
+
 /// A buffer for directory entries, "." and ".." left out. What is done to one chunk in the order of inodes is
 /// done to the disk in the order of its blocks.
 class DirChunk {

@@ -1,6 +1,9 @@
 // The agent's service script: template, registration, control script.
 #include "integration/RunLevelScripts.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "config/SystemProbes.h"
 #include "corekit/Dir.h"
 #include "corekit/File.h"
@@ -18,10 +21,19 @@ namespace RCScriptBackend = deploykit::ItemInstallers::RCScriptBackend;
 
 namespace {
 
+struct Template {
+    const wchar_t* distribution;
+    const wchar_t* name;
+};
+constexpr Template kTemplates[] = {
+    {L"linux", L"rcscript.proto.linux"},
+    {L"suse", L"rcscript.proto.suse"},
+    {L"united", L"rcscript.proto.suse"},
+};
+
 String TemplateName(const String& distribution) {
-    if (distribution == L"linux") return L"rcscript.proto.linux";
-    if (distribution == L"suse" || distribution == L"united") return L"rcscript.proto.suse";
-    return L"rcscript.proto.unix";
+    const auto* const row = std::ranges::find(kTemplates, distribution, &Template::distribution);
+    return row != std::end(kTemplates) ? row->name : L"rcscript.proto.unix";
 }
 
 bool InstallService(const SetupContext& context, const String& installDir) {

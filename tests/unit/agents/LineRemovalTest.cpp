@@ -8,6 +8,7 @@
 #include "agents/LineRemoval.h"
 #include "corekit/Dir.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 
@@ -209,6 +210,26 @@ TEST_F(LineRemoval, BringsTheFileBackWhenTheCommandRemovesIt) {
     Delete(L"rm %1");
     EXPECT_EQ(Read(m_file), kOld);
     EXPECT_EQ(Mode(m_file), 0600u);
+}
+
+TEST_F(LineRemoval, KeepsTheFileWhateverFails) {
+    const auto remove = [&] {
+        Delete();
+        return 0;
+    };
+    const auto expectOldOrNew = [&](int) {
+        const std::string content = Read(m_file);
+        EXPECT_TRUE(content == kOld || content == "a\nb\n") << content;
+        EXPECT_EQ(Mode(m_file), 0640u);
+    };
+    int points = 0;
+    testsupport::Captured([&] {
+        points = testsupport::FailInTurn(
+            testsupport::kFileCallsButUnlink, EIO, [&] { Write(m_file, kOld, 0640); }, remove,
+            expectOldOrNew);
+    });
+    EXPECT_GE(points, 40);
+    EXPECT_EQ(Read(m_file), "a\nb\n");
 }
 
 TEST_F(LineRemoval, KeepsTheFileOnAFullDisk) {

@@ -58,6 +58,15 @@ TEST_F(Commands, InteractiveConfigureTakesItsOptions) {
     EXPECT_TRUE(m_interactive.reached);
 }
 
+TEST_F(Commands, InteractiveConfigureNeitherReadsNorRemovesAnXmlFile) {
+    testfiles::Write("/tmp/.qdn-agent-install-config.xml", "<KSAgentConfiguration/>", 0600);
+    InteractiveConfigureCommand command;
+    EXPECT_EQ(command.LoadXmlSettings(), nullptr);
+    EXPECT_TRUE(command.RemoveXmlConfigFile());
+    EXPECT_TRUE(testfiles::Exists("/tmp/.qdn-agent-install-config.xml"));
+    std::filesystem::remove("/tmp/.qdn-agent-install-config.xml");
+}
+
 TEST_F(Commands, UnknownOptionsAreUsageErrorsWithoutAWord) {
     for (const wchar_t* option : {L"-Quiet", L"-help", L"", L"x", L"--quiet"}) {
         EXPECT_EQ(Run(m_configure, {option}), 120U) << String(option).Utf8();

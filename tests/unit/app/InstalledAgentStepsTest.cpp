@@ -65,6 +65,17 @@ TEST_F(InstalledAgentSteps, TheInstalledAgentsValuesWinButItsEmptyOnesDoNot) {
     EXPECT_EQ(Setting(L"LogSize"), L"256");
 }
 
+TEST_F(InstalledAgentSteps, WithoutAnInstallDirectoryItIsThePackages) {
+    CompleteInstallDir(m_run);
+    EXPECT_EQ(Setting(L"InstallDir"), L"");
+    m_run.newAgent = std::make_unique<FakeAgent>();
+    CompleteInstallDir(m_run);
+    EXPECT_EQ(Setting(L"InstallDir"), L"/opt/old");
+    Setting(L"InstallDir") = L"/opt/new";
+    CompleteInstallDir(m_run);
+    EXPECT_EQ(Setting(L"InstallDir"), L"/opt/new");
+}
+
 TEST_F(InstalledAgentSteps, NothingChangesWhenNothingCanBeLoaded) {
     m_agent->loads = false;
     Setting(L"Guid") = L"{A}";

@@ -28,6 +28,21 @@ void MakeFiles(const Workspace& dir, int count) {
 
 }  // namespace
 
+TEST(DirChunk, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    fs::create_directory_symlink("sub", dir / "link");
+    testfiles::Write(dir / "file", "");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const auto isDirectory = [&](unsigned char type, const char* name) {
+        return corekit::IsDirectory(directory.Get(), {0, type, name});
+    };
+    EXPECT_TRUE(isDirectory(DT_UNKNOWN, "sub"));
+    for (const char* name : {"link", "file", "none"}) EXPECT_FALSE(isDirectory(DT_UNKNOWN, name)) << name;
+    EXPECT_TRUE(isDirectory(DT_DIR, "none"));
+    EXPECT_FALSE(isDirectory(DT_REG, "sub"));
+}
+
 TEST(DirChunk, GivesEveryEntryOnceInTheOrderOfInodes) {
     const Workspace dir;
     MakeFiles(dir, 50);

@@ -232,3 +232,15 @@ TEST(Faults, AnInterruptedCallIsMadeAgain) {
                   {SYS_openat, SYS_read}, EINTR, [] {}, read, [](int result) { EXPECT_EQ(result, 0); }),
               3);
 }
+
+TEST(Faults, ARemovalThatLosesItsWayInADeepTreeSaysSo) {
+    const Workspace dir;
+    std::string deepest = dir / "tree";
+    for (int level = 0; level < 70; ++level) deepest += "/d";  // more than stay open
+    const int points = FailInTurn(
+        {SYS_openat, SYS_newfstatat, SYS_fstat}, EIO, [&] { fs::create_directories(deepest); },
+        [&] { return Dir::Remove(dir("tree")).Code(); },
+        [&](int result) { EXPECT_EQ(result == 0, !Exists(dir / "tree")); });
+    EXPECT_GE(points, 80);
+    EXPECT_FALSE(Exists(dir / "tree"));
+}

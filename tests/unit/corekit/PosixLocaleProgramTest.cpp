@@ -235,3 +235,12 @@ TEST(PosixLocaleProgram, FailsWhenItCannotWatchACommand) {
 TEST(PosixLocaleProgram, ReadsToTheEndWhereItCannotPoll) {
     EXPECT_EQ(WithFailing({{SYS_poll, ENOMEM}}, [] { return FirstLineOf("echo 7; echo 8").ToInt(); }), 7);
 }
+
+TEST(PosixLocaleProgram, FailsWhenItCannotTellWhatThePipeHolds) {
+    StringToMapFilter filter;
+    const auto run = [&] {
+        const Result result = Shell::Run(L"echo x", filter);
+        return filter.Count() == 0 ? result.Code() : 254;
+    };
+    EXPECT_EQ(WithFailing({{SYS_ioctl, EIO}}, run), EIO);
+}

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "deploykit/RCScriptBackend.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/unit/deploykit/RCScriptFixture.h"
 
 using testing::IsEmpty;
@@ -58,4 +59,25 @@ TEST_F(RCScriptBackendTest, UninstallRemovesTheUnitAfterSystemctlIsGone) {
     fs::create_directories("/run/systemd/system");
     EXPECT_TRUE(Backend::Uninstall(L"agent"));
     EXPECT_TRUE(fs::is_empty("/etc/systemd/system"));
+}
+
+TEST_F(RCScriptBackendTest, UninstallSaysThatSomethingStays) {
+    const int points = testsupport::FailInTurn(
+        {SYS_unlink, SYS_unlinkat}, EIO, [&] { ASSERT_TRUE(Install()); },
+        [] { return Backend::Uninstall(L"agent") ? 0 : 1; }, [](int failed) { EXPECT_EQ(failed, 1); });
+    EXPECT_GE(points, 5);
+    EXPECT_THAT(ServiceHost::Links(), IsEmpty());
+}
+
+TEST_F(RCScriptBackendTest, IsInstalledToStartOrSaysThatItIsNot) {
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCallsButUnlink, EIO, [] { ASSERT_TRUE(Backend::Uninstall(L"agent")); },
+        [&] { return Install() ? 0 : 1; },
+        [](int failed) {
+            const std::vector<std::string> links = ServiceHost::Links();
+            const auto starts = [](const std::string& link) { return link.find("/S99agent") != link.npos; };
+            EXPECT_TRUE(failed != 0 ||
+                        (std::ranges::any_of(links, starts) && testfiles::Mode(kScript) == 0755U));
+        });
+    EXPECT_GE(points, 20);
 }

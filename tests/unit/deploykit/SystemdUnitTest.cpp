@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 
 #include "deploykit/SystemdUnit.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/unit/deploykit/ServiceHost.h"
 
@@ -183,4 +184,23 @@ TEST_F(SystemdUnitTest, FailsWhereTheUnitOrItsLinkCannotBeMade) {
     fs::remove_all(kUnit);
     testfiles::Write("/etc/systemd/system/multi-user.target.wants", "in the way");
     EXPECT_FALSE(SystemdUnit::Install(L"agent", kScript, L"3"));
+}
+
+TEST_F(SystemdUnitTest, IsInstalledWholeOrSaysThatItIsNot) {
+    ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"35"));
+    const std::vector<std::string> whole = UnitFiles();
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCallsButUnlink, EIO, [] { fs::remove_all("/etc/systemd/system"); },
+        [] { return SystemdUnit::Install(L"agent", kScript, L"35") ? 0 : 1; },
+        [&](int failed) { EXPECT_TRUE(failed != 0 || UnitFiles() == whole); });
+    EXPECT_GE(points, 15);
+    EXPECT_EQ(UnitFiles(), whole);
+}
+
+TEST_F(SystemdUnitTest, SaysThatItCannotBeRemoved) {
+    const int points = testsupport::FailInTurn(
+        {SYS_unlink, SYS_unlinkat}, EIO, [] { ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"35")); },
+        [] { return SystemdUnit::Remove(L"agent") ? 0 : 1; }, [](int failed) { EXPECT_EQ(failed, 1); });
+    EXPECT_EQ(points, 3);
+    EXPECT_THAT(UnitFiles(), IsEmpty());
 }

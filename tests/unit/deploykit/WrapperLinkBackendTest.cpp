@@ -7,6 +7,7 @@
 
 #include "corekit/String.h"
 #include "deploykit/WrapperLinkBackend.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::String;
@@ -148,4 +149,18 @@ TEST(WrapperLinkBackend, UninstallOfWhatIsNotThereIsSuccess) {
     EXPECT_TRUE(agent.Uninstall(""));
     EXPECT_TRUE(agent.Uninstall(agent.LinkDir() + "/none"));
     EXPECT_TRUE(agent.Uninstall(agent.Wrapper() + ".bin"));
+}
+
+TEST(WrapperLinkBackend, SaysThatAStepFailed) {
+    const Installation agent;
+    const auto expectFailure = [](int failed) { EXPECT_EQ(failed, 1); };
+    const auto install = [&] { return agent.Install(agent.LinkDir()) ? 0 : 1; };
+    const auto uninstall = [&] { return agent.Uninstall(agent.LinkDir()) ? 0 : 1; };
+    const auto clear = [&] { ASSERT_TRUE(agent.Uninstall(agent.LinkDir())); };
+    EXPECT_EQ(
+        testsupport::FailInTurn({SYS_write, SYS_fchmod, SYS_symlinkat}, EIO, clear, install, expectFailure),
+        4);
+    EXPECT_EQ(testsupport::FailInTurn(
+                  {SYS_unlink, SYS_unlinkat}, EIO, [] {}, uninstall, expectFailure),
+              2);
 }

@@ -4,6 +4,7 @@
 
 #include "corekit/Program.h"
 #include "integration/EnvironmentScript.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {
@@ -72,6 +73,18 @@ TEST_F(EnvironmentScript, ReplacesALinkWithoutFollowingIt) {
     ASSERT_TRUE(WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent"));
     EXPECT_EQ(testfiles::Read("/opt/agent/precious"), "keep");
     EXPECT_FALSE(std::filesystem::is_symlink("/opt/agent/bin/qdn-env"));
+}
+
+TEST_F(EnvironmentScript, TellsWhichStepFailed) {
+    std::filesystem::create_directories("/opt/agent/bin");
+    const auto write = [] {
+        if (WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent")) return 0;
+        return Error::m_sErrorText.StartsWith(L"Unable to set permissions on file: ") ? 2 : 1;
+    };
+    std::vector<int> failures;
+    testsupport::FailInTurn(
+        {SYS_fchmod}, EIO, [] {}, write, [&](int failure) { failures.push_back(failure); });
+    EXPECT_THAT(failures, testing::ElementsAre(1, 2));
 }
 
 TEST_F(EnvironmentScript, TellsWhenItCannotBeWritten) {

@@ -1,9 +1,13 @@
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "run/RunLock.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
@@ -61,6 +65,37 @@ TEST(RunLock, WithoutAPlaceTheRunGoesOn) {
     EXPECT_FALSE(second.IsTaken());
     rmdir(kLock);
     rmdir("/run/qdn-configure.lock");
+}
+
+TEST(RunLock, APlantedFifoSendsItToTheOtherPlace) {
+    ASSERT_EQ(mkfifo(kLock, 0600), 0);
+    {
+        const RunLock lock;
+        EXPECT_FALSE(lock.IsTaken());
+        EXPECT_TRUE(testfiles::Exists("/run/qdn-configure.lock"));
+    }
+    ASSERT_EQ(unlink(kLock), 0);
+}
+
+TEST(RunLock, ADirectoryThatOthersCanEmptyIsNoPlace) {
+    ASSERT_EQ(chmod("/run/lock", 0777), 0);
+    {
+        const RunLock lock;
+        EXPECT_FALSE(testfiles::Exists(kLock));
+        EXPECT_TRUE(testfiles::Exists("/run/qdn-configure.lock"));
+    }
+    ASSERT_EQ(chmod("/run/lock", 01777), 0);
+}
+
+TEST(RunLock, WhereNothingCanBeLockedTheRunGoesOn) {
+    EXPECT_EQ(testsupport::WithFailing({{SYS_flock, ENOLCK}}, [] { return RunLock().IsTaken() ? 1 : 0; }), 0);
+}
+
+TEST(RunLock, WhateverFailsOnTheWayAFreeOneIsNotTaken) {
+    const int points = testsupport::FailInTurn(
+        {SYS_newfstatat, SYS_fstat, SYS_openat, SYS_flock}, EIO, [] {},
+        [] { return RunLock().IsTaken() ? 1 : 0; }, [](int isTaken) { EXPECT_EQ(isTaken, 0); });
+    EXPECT_GE(points, 5);
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "run/TrustedFile.h"
 #include "tests/support/Captured.h"
+#include "tests/support/EnvironmentVariable.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -24,6 +27,38 @@ TEST(TrustedFile, AFileOfOursInTmpMayBeUsed) {
 TEST(TrustedFile, AFileThatOthersCanWriteMayNot) {
     testfiles::Write("/tmp/open", "x", 0666);
     EXPECT_EQ(Why("/tmp/open"), L"other users can write to it");
+}
+
+TEST(TrustedFile, AFileThatAGroupCanWriteIsOursOnlyIfTheGroupIs) {
+    testfiles::Write("/tmp/group", "x", 0664);
+    EXPECT_EQ(Why("/tmp/group"), L"");
+    if (chown("/tmp/group", 0, 12345) != 0) return;  // only root is known where this is not root's machine
+    ASSERT_EQ(chmod("/tmp/group", 0664), 0);
+    EXPECT_EQ(Why("/tmp/group"), L"other users can write to it");
+    const testsupport::EnvironmentVariable group("SUDO_GID", "12345");
+    EXPECT_EQ(Why("/tmp/group"), L"");
+    const testsupport::EnvironmentVariable none("SUDO_GID", "");
+    EXPECT_EQ(Why("/tmp/group"), L"other users can write to it");
+}
+
+TEST(TrustedFile, WhateverCannotBeLookedAtIsNotTrusted) {
+    testfiles::Write("/tmp/open", "x", 0666);
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [] {}, [] { return Why("/tmp/open").IsEmpty() ? 1 : 0; },
+        [](int isTrusted) { EXPECT_EQ(isTrusted, 0); });
+    EXPECT_GE(points, 3);
+}
+
+TEST(TrustedFile, ANameAloneIsInTheCurrentDirectory) {
+    testfiles::TempDir directory;
+    testfiles::Write(directory / "open", "x", 0666);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(directory.Path());
+    EXPECT_EQ(Why("open"), L"");
+    std::filesystem::current_path("/tmp");
+    testfiles::Write("/tmp/open", "x", 0666);
+    EXPECT_EQ(Why("open"), L"other users can write to it");
+    std::filesystem::current_path(before);
 }
 
 TEST(TrustedFile, OnlyRegularFilesCount) {
