@@ -29,7 +29,7 @@ Result SetUpAttributes(int fd, const Entry& target, unsigned mode) {
 
 Result ReplaceByLink(const std::string& target, const Entry& link) {
     std::string name;
-    const Result result = MakeBeside(link.name, name, [&](const std::string& candidate) {
+    const Result result = MakeBeside(link, name, [&](const std::string& candidate) {
         return Outcome(symlinkat(target.c_str(), link.directory, candidate.c_str()));
     });
     if (!result) return result;

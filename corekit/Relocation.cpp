@@ -56,7 +56,7 @@ Result Rename(const Entry& from, const Entry& to, Existing existing) {
 Result MoveByCopy(const Entry& from, const Entry& to, Existing existing) {
     if (existing == Existing::Stays && Exists(to)) return Result(EEXIST);
     Entry copy = to;
-    Result result = MakeBeside(to.name, copy.name, [&](const std::string& candidate) {
+    Result result = MakeBeside(to, copy.name, [&](const std::string& candidate) {
         return CopyEntry(from, {to.directory, candidate});
     });
     if (!result) return result;

@@ -21,7 +21,7 @@ Result Replacement::Begin() {
     const bool exists = fstatat(m_target.directory, m_target.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
     if (exists && S_ISDIR(info.st_mode)) return Result(EISDIR);
     std::string name;
-    const Result result = MakeBeside(m_target.name, name, [&](const std::string& candidate) {
+    const Result result = MakeBeside(m_target, name, [&](const std::string& candidate) {
         m_file = OpenAt(m_target.directory, candidate, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
         return m_file ? Result() : Result::FromErrno();
     });

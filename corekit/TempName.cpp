@@ -1,4 +1,4 @@
-// Finds a free name beside another.
+// Finds a free name beside another, and clears away what a killed run left under it.
 #include "corekit/TempName.h"
 
 #include <array>
@@ -8,10 +8,14 @@
 #include <string_view>
 #include <sys/random.h>
 
+#include "corekit/TreeRemoval.h"
+
 namespace corekit {
 
 namespace {
 
+// The same each time: the next run that makes the file finds what is left of one that was killed.
+constexpr const char* kUnfinished = "unfinished";
 constexpr std::string_view kLetters = "0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr int kAttempts = 100;
 constexpr std::size_t kLongestStem = 200;  // leaves room in the 255 bytes of a name
@@ -35,11 +39,17 @@ std::string RandomSuffix() {
 
 }  // namespace
 
-Result MakeBeside(const std::string& name, std::string& made,
+Result MakeBeside(const Entry& entry, std::string& made,
                   const std::function<Result(const std::string& candidate)>& make) {
-    Result result(EEXIST);
+    const std::string stem = "." + entry.name.substr(0, kLongestStem) + ".";
+    made = stem + kUnfinished;
+    Result result = make(made);
+    if (result.Code() == EEXIST) {
+        Forgive(RemoveEntry({entry.directory, made}));
+        result = make(made);
+    }
     for (int attempt = 0; attempt < kAttempts && result.Code() == EEXIST; ++attempt) {
-        made = std::string(".").append(name, 0, kLongestStem).append(".").append(RandomSuffix());
+        made = stem + RandomSuffix();
         result = make(made);
     }
     return result;

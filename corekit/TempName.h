@@ -4,13 +4,15 @@
 #include <functional>
 #include <string>
 
+#include "corekit/Place.h"
 #include "corekit/Result.h"
 
 namespace corekit {
 
-/// Calls `make` with one hidden name after another (".NAME.XXXXXX"), until it does not fail with EEXIST;
-/// returns its result, and the name in `made`.
-Result MakeBeside(const std::string& name, std::string& made,
+/// Calls `make` with the hidden name that belongs to an entry (".NAME.unfinished"); returns its result, and
+/// the name in `made`. What a run that was killed left under that name is removed first; when the name is
+/// taken all the same, other ones (".NAME.XXXXXX") are tried until `make` does not fail with EEXIST.
+Result MakeBeside(const Entry& entry, std::string& made,
                   const std::function<Result(const std::string& candidate)>& make);
 
 }  // namespace corekit

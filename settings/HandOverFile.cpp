@@ -6,14 +6,32 @@
 
 namespace Zorvane::AgentInstaller {
 
+namespace File = corekit::File;
+
+namespace {
+
+constexpr const wchar_t* kTemplate = L"/tmp/.zorvane-agent-installer.XXXXXX";
+
+// The file, and what is beside it while it is written.
+constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????",
+                                         L"/tmp/..zorvane-agent-installer.??????.*"};
+
+/// No other run is under way that could still need them.
+void RemoveLeftoversOfKilledRuns() {
+    for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, File::HostDirectory::Meant));
+}
+
+}  // namespace
+
 bool HandOverFile::Create() {
     RemoveHandOverFile();
-    const auto result = corekit::File::MakeTemp(L"/tmp/.zorvane-agent-installer.XXXXXX", m_path);
+    RemoveLeftoversOfKilledRuns();
+    const auto result = File::MakeTemp(kTemplate, m_path);
     return result.Ok() || Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(result));
 }
 
 void HandOverFile::RemoveHandOverFile() {
-    if (!m_path.IsEmpty()) Forgive(corekit::File::Remove(m_path));
+    if (!m_path.IsEmpty()) Forgive(File::Remove(m_path));
     m_path = corekit::String();
 }
 

@@ -13,7 +13,8 @@ class HandOverFile {
     HandOverFile(const HandOverFile&) = delete;
     HandOverFile& operator=(const HandOverFile&) = delete;
 
-    /// Creates a new, empty file of mode 0600 under /tmp; false with the error text set.
+    /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed; false
+    /// with the error text set.
     bool Create();
 
     /// Removes the file, if there is one, and forgets its path.

@@ -63,6 +63,16 @@ TEST(HandOverFile, MadeAnewLeavesNothingOfTheFirst) {
     EXPECT_TRUE(testfiles::Exists(file.Path().Utf8()));
 }
 
+TEST(HandOverFile, MadeByARunThatWasKilledGoes) {
+    testfiles::Write("/tmp/.zorvane-agent-installer.abc123", "");
+    testfiles::Write("/tmp/..zorvane-agent-installer.abc123.unfinished", "");
+    HandOverFile file;
+    ASSERT_TRUE(file.Create());
+    EXPECT_FALSE(testfiles::Exists("/tmp/.zorvane-agent-installer.abc123"));
+    EXPECT_FALSE(testfiles::Exists("/tmp/..zorvane-agent-installer.abc123.unfinished"));
+    EXPECT_TRUE(testfiles::Exists(file.Path().Utf8()));
+}
+
 TEST(HandOverFile, ThatCannotBeMadeFailsWithTheReason) {
     ASSERT_EQ(mount("none", "/tmp", "tmpfs", MS_RDONLY, nullptr), 0);
     HandOverFile file;
