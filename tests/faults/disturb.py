@@ -1,0 +1,87 @@
+"""Disturbs a run at one point after another and tells what did not hold.
+
+disturb.py STORY KIND [--sample COUNT] --conf PATH -- COMMAND ...
+"""
+import argparse
+import os
+import shutil
+import sys
+
+import calls
+import holds
+import machine
+
+
+def arguments():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("story")
+    parser.add_argument("kind")
+    parser.add_argument("--sample", type=int)
+    parser.add_argument("--conf")
+    parser.add_argument("command", nargs="+")
+    return parser.parse_args()
+
+
+def inputs():
+    """What an administrator gives again to the next run."""
+    return [path for path in ("/tmp/.qdn-agent-install-config.xml",) if os.path.exists(path)]
+
+
+def undisturbed(command, conf):
+    """What the run should leave, and the calls that it makes."""
+    def work():
+        run = calls.run(command, ["-e", "trace=all"])
+        if run.status != 0:
+            raise RuntimeError(f"the undisturbed run failed: {run}")
+        after = machine.tree()
+        new, saved = (holds.content_at(after, path) for path in (conf, conf + ".old"))
+        return holds.Reference(after, new, saved), calls.names_of(run.trace)
+    return machine.on_a_copy(work)
+
+
+def disturbed(command, point, again):
+    """A run that is disturbed at a point, and the next one: how each ended and what it left."""
+    def work():
+        first = calls.run(command, calls.options(point))
+        machine.end_of_all_children()
+        left = machine.tree()
+        for path in again:
+            shutil.copy2(machine.STATE + path, path)
+        second = calls.run(command)
+        machine.end_of_all_children()
+        return holds.Outcome(first, left, second, machine.tree())
+    return machine.on_a_copy(work)
+
+
+def evenly(points, count):
+    if not count or count >= len(points):
+        return points
+    return [points[index * len(points) // count] for index in range(count)]
+
+
+def tell(story, point, outcome, broken):
+    call = [line for line in outcome.first.trace if "INJECTED" in line or "killed" in line]
+    before_it = outcome.first.trace[-2:] if point[0] == "kill" else call[:1]
+    print(story, *point, *(line[:180] for line in before_it))
+    print(*(f"    {line}" for line in broken), sep="\n", flush=True)
+
+
+def main():
+    options = arguments()
+    machine.keep_state()
+    reference, names = undisturbed(options.command, options.conf)
+    points = evenly(list(calls.points(names, options.kind)), options.sample)
+    checks = holds.Checks(reference, options.conf, options.kind)
+    again = inputs()
+    violations = 0
+    for point in points:
+        outcome = disturbed(options.command, point, again)
+        broken = list(checks.broken(outcome, point))
+        if broken:
+            violations += 1
+            tell(options.story, point, outcome, broken)
+    print(f"{options.story} {options.kind}: {len(points)} points, {violations} violations")
+    return 1 if violations else 0
+
+
+sys.exit(main())

@@ -1,0 +1,108 @@
+"""What must hold after a disturbed run, and after the next one."""
+import collections
+import re
+
+import machine
+
+Reference = collections.namedtuple("Reference", "after conf saved_conf")
+Outcome = collections.namedtuple("Outcome", "first left second after")
+
+OURS = ("/opt/", "/tmp/", "/run/lock/")  # the rest is the host's
+AGENTS = re.compile(r"/qdn-[\w.-]+$|zorvane(\.service)?$")
+HALF_MADE = re.compile(r"/\.[^/]+\.unfinished$|/\.qdn-configure\.\w{6}(/|$)")
+DATA = re.compile(r"/var/(queue|tasks|packages|swd)/")
+
+# What a run that ends with 0 has done. The rest may be ignored when it fails: removals, links to programs, modes.
+ESSENTIAL = (
+    r"/etc/client\.conf$", r"/etc/client\.conf\.old$", r"/etc/host\.GUID$", r"/bin/qdn-env$", r"/bin/rcscript$",
+    r"^/etc/init\.d/zorvane$", r"^/etc/rc[0-6]\.d/S\d\dzorvane$", r"/var$", r"/var/(queue|tasks|packages|swd)$",
+)
+
+
+class Checks:
+    """Finds what is broken in an outcome, line by line."""
+
+    def __init__(self, reference, conf, kind):
+        self.reference = reference
+        self.conf = conf
+        self.kind = kind
+        self.is_upgrade = reference.conf is not None and reference.saved_conf is not None
+        self.data = {seen.content for path, seen in machine.state().items() if DATA.search(path) and seen.content}
+        self.data &= {seen.content for seen in reference.after.values() if seen}
+
+    def broken(self, outcome, point):
+        return [*self.of_the_end(outcome.first, point), *self.of_what_is_left(outcome),
+                *self.of_the_next_run(outcome)]
+
+    def of_the_end(self, first, point):
+        if self.kind == "kill":
+            if first.status not in (-9, 137):
+                yield f"it was not killed, but ended with {first.status}"
+        elif first.status not in (0, 1):
+            yield f"it ended with {first.status}"
+        elif first.status == 1 and not first.errors and point[1] != "write":
+            yield "it failed without a word"
+        elif first.status == 1 and self.kind == "EINTR":
+            yield f"an interruption made it fail: {first.errors}"
+
+    def of_what_is_left(self, outcome):
+        left = outcome.left
+        yield from self.of_configuration(left)
+        yield from self.of_data(left)
+        for path in left:
+            if not self.may_be_left(path, left[path]):
+                yield f"{path} is neither old nor new: {left[path]}"
+        if self.kind != "kill" and outcome.first.status == 0:
+            yield from (f"undone with status 0: {line}" for line in self.undone(left))
+
+    def may_be_left(self, path, seen):
+        """The host's own is as it was or as it should be; the agent's may also be gone, and what is half made hidden."""
+        return (path.startswith(OURS) or seen in (machine.before(path), self.should_be(path))
+                or AGENTS.search(path) and seen is None or self.kind == "kill" and HALF_MADE.search(path))
+
+    def of_configuration(self, left):
+        found = content_at(left, self.conf)
+        if found not in (None, content_of(machine.before(self.conf)), self.reference.conf):
+            yield "client.conf is neither the old nor the new one"
+        if self.is_upgrade:
+            values = [found == self.reference.conf, *(seen is not None and seen.content == self.reference.saved_conf
+                                                      for seen in left.values())]
+            if not any(values):
+                yield "the old configuration's values are nowhere"
+
+    def of_data(self, left):
+        there = {seen.content for seen in left.values() if seen}
+        for content in self.data - there:
+            yield f"data is lost: {[p for p, s in machine.state().items() if s.content == content]}"
+
+    def undone(self, left):
+        for path in sorted(self.reference.after.keys() | left.keys()):
+            expected, found = self.should_be(path), machine.value_in(left, path)
+            if self.kind == "EINTR" and expected != found:
+                yield f"{path}: {expected} expected, {found} found"
+            elif any(re.search(essential, path) for essential in ESSENTIAL):
+                if content_of(expected) != content_of(found) or (expected is None) != (found is None):
+                    yield f"{path}: {expected} expected, {found} found"
+
+    def of_the_next_run(self, outcome):
+        if outcome.second.status != 0:
+            yield f"the next run ended with {outcome.second.status}: {outcome.second.errors}{outcome.second.output}"
+        for path in sorted(self.reference.after.keys() | outcome.after.keys()):
+            expected, found = self.should_be(path), machine.value_in(outcome.after, path)
+            if expected != found and not self.is_saved_again(path, found):
+                yield f"after the next run: {path}: {expected} expected, {found} found"
+
+    def is_saved_again(self, path, found):
+        """A run that finds the new configuration saves that one."""
+        return path == self.conf + ".old" and content_of(found) == self.reference.conf
+
+    def should_be(self, path):
+        return machine.value_in(self.reference.after, path)
+
+
+def content_of(seen):
+    return seen.content if seen else None
+
+
+def content_at(tree, path):
+    return content_of(machine.value_in(tree, path))

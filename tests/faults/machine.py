@@ -1,0 +1,162 @@
+"""A fresh copy of the prepared machine for each point, and what stands on it."""
+import collections
+import ctypes
+import functools
+import hashlib
+import os
+import pickle
+import shutil
+import signal
+import stat
+import subprocess
+import traceback
+
+OVERLAID = ("/etc", "/usr", "/var")
+COPIED = ("/opt", "/tmp", "/var/tmp")
+EMPTY = ("/run/lock",)
+STATE = "/run/faults/state"
+POINT = "/run/faults/point"
+SECONDS = 60  # that a point may take
+
+Seen = collections.namedtuple("Seen", "mode user group content")
+LARGE = 256 * 1024  # the content of a file beyond that is told by size and time
+
+libc = ctypes.CDLL(None, use_errno=True)
+CLONE_NEWNS = 0x00020000
+PR_SET_CHILD_SUBREAPER = 36
+
+
+def check(status):
+    if status != 0:
+        error = ctypes.get_errno()
+        raise OSError(error, os.strerror(error))
+
+
+def mount(kind, target, options=""):
+    check(libc.mount(kind.encode(), target.encode(), kind.encode(), 0, options.encode()))
+
+
+def copy(source, target):
+    subprocess.run(["cp", "-a", source + "/.", target], check=True)
+
+
+def keep_state():
+    """Notes what the machine holds now: every copy begins with it."""
+    os.makedirs(POINT)
+    for directory in COPIED:
+        os.makedirs(STATE + directory)
+        copy(directory, STATE + directory)
+
+
+def is_everyone_mapped():
+    return open("/proc/self/uid_map").read().split()[2] == "4294967295"
+
+
+def enter_copy():
+    """Puts this process on a copy of its own, which goes with it."""
+    here = os.getcwd()
+    check(libc.unshare(CLONE_NEWNS))
+    mount("tmpfs", POINT)
+    for tree in OVERLAID:
+        upper, work = POINT + "/changes" + tree, POINT + "/work" + tree
+        os.makedirs(upper)
+        os.makedirs(work)
+        shutil.copymode(tree, upper)
+        options = f"lowerdir={tree},upperdir={upper},workdir={work}"
+        mount("overlay", tree, options + ("" if is_everyone_mapped() else ",userxattr"))
+    for directory in COPIED:
+        mount("tmpfs", directory)
+        copy(STATE + directory, directory)
+    for directory in EMPTY:
+        mount("tmpfs", directory, "mode=1777")
+    os.chdir(here)
+
+
+def end_of_all_children():
+    """Waits for what a killed run left behind as well."""
+    try:
+        while True:
+            os.wait()
+    except ChildProcessError:
+        pass
+
+
+def on_a_copy(work):
+    """What `work` returns in a process of its own on a copy of the machine."""
+    reading, writing = os.pipe()
+    child = os.fork()
+    if child == 0:
+        os.close(reading)
+        try:
+            signal.alarm(SECONDS)
+            libc.prctl(PR_SET_CHILD_SUBREAPER, 1)
+            enter_copy()
+            result = work()
+        except BaseException:
+            result = RuntimeError(traceback.format_exc())
+        with os.fdopen(writing, "wb") as pipe:
+            pickle.dump(result, pipe)
+        os._exit(0)
+    os.close(writing)
+    with os.fdopen(reading, "rb") as pipe:
+        told = pipe.read()
+    _, status = os.waitpid(child, 0)
+    if not told:
+        raise RuntimeError(f"a point ended with {status}, after {SECONDS} seconds if that is {signal.SIGALRM}")
+    result = pickle.loads(told)
+    if isinstance(result, RuntimeError):
+        raise result
+    return result
+
+
+def look_at(path):
+    """Kind, mode, owner and content of what a path names; None for nothing."""
+    try:
+        info = os.lstat(path)
+    except (FileNotFoundError, NotADirectoryError):
+        return None
+    kind = stat.S_IFMT(info.st_mode)
+    content = ""
+    if kind == stat.S_IFLNK:
+        content = os.readlink(path)
+    elif kind == stat.S_IFREG and info.st_size > LARGE:
+        content = f"{info.st_size} {info.st_mtime_ns}"
+    elif kind == stat.S_IFREG:
+        with open(path, "rb") as file:
+            content = hashlib.sha1(file.read()).hexdigest()
+    return Seen(stat.filemode(info.st_mode), info.st_uid, info.st_gid, content)
+
+
+def paths_below(top):
+    for directory, directories, files in os.walk(top):
+        for name in directories + files:
+            yield os.path.join(directory, name)
+
+
+def tree():
+    """What stands at every path that may have changed on this copy, by path."""
+    paths = set()
+    for overlaid in OVERLAID:
+        changes = POINT + "/changes"
+        paths.update(path[len(changes):] for path in paths_below(changes + overlaid))
+    for directory in COPIED + EMPTY:
+        paths.update(paths_below(directory))
+    return {path: look_at(path) for path in paths}
+
+
+@functools.cache
+def before(path):
+    """What stood there on the machine that every copy begins with."""
+    return look_at(path)
+
+
+def value_in(seen, path):
+    """What a tree has at a path. Of the overlaid trees it tells only what may have changed."""
+    if path in seen or path.startswith(COPIED + EMPTY):
+        return seen.get(path)
+    return before(path)
+
+
+def state():
+    """All of the directories that are copied, as every copy begins with them."""
+    return {path: before(path) for directory in COPIED for path in paths_below(directory)}

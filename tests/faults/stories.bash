@@ -1,0 +1,49 @@
+# The runs that are disturbed: each prepares a host and says in `command` which run changes it, and in `conf` which
+# configuration that run writes. Loaded after the functions of a session and of older agents.
+# shellcheck disable=SC2034,SC2154 # conf and command are read by the caller; a session says where the agent is
+
+given_fresh() {
+    given_the_package
+    given_plain_xml
+    conf=$agent/etc/client.conf
+    command=(-configure -noimode)
+}
+
+given_in_place() {
+    given_an_old_agent 6.2
+    given_the_package
+    conf=$agent/etc/client.conf
+    command=(-configure -noimode)
+}
+
+# A 5.6 agent has entries in the host's own files.
+given_in_place_56() {
+    given_an_old_agent 5.6
+    given_the_package
+    conf=$agent/etc/client.conf
+    command=(-configure -noimode)
+}
+
+# The package manager knows where the new package is, so that a next run finds what this one has made there. The data
+# goes to another file system.
+given_elsewhere() {
+    given_an_old_agent 6.0SP2
+    mkdir -p "${elsewhere%/*}"
+    given_the_package "$elsewhere"
+    given_package_manager "$elsewhere"
+    conf=$elsewhere/etc/client.conf
+    command=(-configure -noimode -dir "$elsewhere")
+}
+
+given_clean() {
+    given_an_old_agent 6.2
+    given_the_package
+    conf=$agent/etc/client.conf
+    command=(-clean "$agent")
+}
+
+# given_package_manager DIR: one that has the agent's package there.
+given_package_manager() {
+    printf '#!/bin/sh\necho %s/etc/client.proto\n' "$1" >/usr/sbin/rpm
+    chmod 755 /usr/sbin/rpm
+}
