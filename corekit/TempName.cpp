@@ -41,7 +41,7 @@ std::string RandomSuffix() {
 
 Result MakeBeside(const Entry& entry, std::string& made,
                   const std::function<Result(const std::string& candidate)>& make) {
-    const std::string stem = "." + entry.name.substr(0, kLongestStem) + ".";
+    const std::string stem = std::string(".").append(entry.name, 0, kLongestStem).append(".");
     made = stem + kUnfinished;
     Result result = make(made);
     if (result.Code() == EEXIST) {
