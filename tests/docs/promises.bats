@@ -1,0 +1,151 @@
+# What qdn-configure(8) promises about what is removed, what is kept, and how it goes on after a failure, holds.
+load ../scenarios/support
+load ../scenarios/old-agent
+load pages
+
+# example NUMBER: the commands of an example of the page, run as they stand there.
+example() {
+    section qdn-configure.8 EXAMPLES | mandoc_examples | awk -v number="$1" 'BEGIN { RS = "" } NR == number' >"$desk/example"
+    [ -s "$desk/example" ]
+    PATH=$agent/bin:$PATH QDN_INSTALL_AUTOSTART=no sh -e "$desk/example" >"$desk/out" 2>"$desk/err"
+}
+
+# The displayed commands, without their prompts; an empty line between two examples.
+mandoc_examples() {
+    sed -n -e 's/^\.Dl # \(.*\)/\1\n/p' -e '/^\.Bd/,/^\.Ed/{/^\.Bd/d;s/^\.Ed//;s/^# //;s/\\e$/\\/;p}'
+}
+
+# An agent of which everything is somewhere else.
+given_a_scattered_agent() {
+    given_the_package
+    given_xml /tmp <<END
+<KSAgentConfiguration>
+  <KSName>kell.example</KSName>
+  <Guid>0a1b2c3d</Guid>
+  <Settings Start="no" StartupOnBoot="yes" RunLevel="rc3" AllowNonRoot="yes">
+    <EventLog LogDir="/var/log/zorvane"/>
+    <InstallDir>$agent</InstallDir>
+    <GuidDir>/var/lib/zorvane</GuidDir>
+    <EventQueueDir>/var/lib/zorvane/queue</EventQueueDir>
+    <TasksDir>/var/lib/zorvane/tasks</TasksDir>
+    <PackagesDir>/var/lib/zorvane/packages</PackagesDir>
+    <SWDDir>/var/lib/zorvane/swd</SWDDir>
+  </Settings>
+</KSAgentConfiguration>
+END
+    mkdir -p /var/lib/zorvane
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    for store in queue tasks packages swd; do echo data >"/var/lib/zorvane/$store/anything"; done
+    echo log >/var/log/zorvane/qdn-client.log
+}
+
+@test "a clean removes the data wherever it is and the identifier, and keeps a log elsewhere" {
+    given_a_scattered_agent
+    expect_plain_files /var/lib/zorvane/host.GUID
+    qdn_configure -clean "$agent"
+    expect_status 0
+    expect_missing "$agent" /var/lib/zorvane/{queue,tasks,packages,swd,host.GUID} /etc/init.d/zorvane
+    expect_plain_files /var/log/zorvane/qdn-client.log
+    [ "$(readlink /usr/bin/qdn-configure)" = "$agent/bin/qdn-configure" ]
+}
+
+@test "a clean keeps what symbolic links lead to" {
+    given_a_scattered_agent
+    mkdir /opt/somebody
+    echo own >/opt/somebody/file
+    ln -s /opt/somebody /var/lib/zorvane/queue/link
+    qdn_configure -clean "$agent" -quiet
+    expect_missing /var/lib/zorvane/queue
+    expect_plain_files /opt/somebody/file
+}
+
+@test "an upgrade in place keeps the data, and the old configuration as etc/client.conf.old until a clean" {
+    given_an_old_agent 6.2
+    given_the_package
+    cp "$agent/etc/client.conf" "$desk/old.conf"
+    example 2
+    expect_file "$agent/etc/client.conf.old" <"$desk/old.conf"
+    expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
+    example 4
+    expect_missing "$agent"
+}
+
+@test "an upgrade keeps values, and comments and unknown keys only in etc/client.conf.old" {
+    given_an_old_agent 6.2
+    given_the_package
+    printf '\n# our own note\n[Our section]\nkey=value\n' >>"$agent/etc/client.conf"
+    example 2
+    expect_value Configuration debug_file_size 777
+    expect_no_line "our own note" "$agent/etc/client.conf"
+    expect_no_line "Our section" "$agent/etc/client.conf"
+    grep -qx "# our own note" "$agent/etc/client.conf.old"
+}
+
+@test "when the old configuration cannot be saved, the run fails and nothing is removed" {
+    given_an_old_agent 6.2
+    given_the_package
+    mkdir -m 0600 "$agent/etc/client.conf.old"
+    QDN_INSTALL_AUTOSTART=no qdn_configure -configure -noimode
+    expect_status 1
+    expect_errors <<<"ERROR: Unable to write to file: $agent/etc/client.conf.old"
+    expect_no_changes
+}
+
+# The first call of the host's tool is the end of the program.
+given_a_tool_that_kills() {
+    printf '#!/bin/sh\nkill -KILL "$(pgrep -x qdn-configure.b)"\n' >/usr/sbin/chkconfig
+    chmod 0755 /usr/sbin/chkconfig
+}
+
+@test "a run that was killed is run again" {
+    given_an_old_agent 6.2
+    given_the_package
+    given_a_tool_that_kills
+    QDN_INSTALL_AUTOSTART=no qdn_configure -configure -noimode
+    expect_status 137
+    rm /usr/sbin/chkconfig
+    touch /tmp/.zorvane-agent-installer.abc123
+    example 2
+    expect_missing /tmp/.zorvane-agent-installer.abc123
+    expect_value "Kell Servers" server-1 old.example:8083
+    expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
+}
+
+@test "an upgrade to another directory that ended between the two configurations is finished from etc/client.conf.old" {
+    given_an_old_agent 6.2 "$elsewhere"
+    given_the_package
+    mkdir "$agent/etc/client.conf"
+    export QDN_INSTALL_AUTOSTART=no
+    QDNCLIENT_CONFIG_FILE=$elsewhere/etc/client.conf qdn_configure -configure -noimode -dir "$agent"
+    expect_status 1
+    expect_errors <<<"ERROR: Failed to create the new config file: $agent/etc/client.conf"
+    expect_missing "$elsewhere"
+    rmdir "$agent/etc/client.conf"
+    example 3
+    expect_value "Kell Servers" server-1 old.example:8083
+    expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
+}
+
+@test "a clean that was killed is repeated" {
+    given_an_old_agent 6.2
+    given_the_package
+    given_a_tool_that_kills
+    qdn_configure -clean "$agent"
+    expect_status 137
+    rm /usr/sbin/chkconfig
+    qdn_configure -clean "$agent"
+    expect_status 0
+    expect_missing "$agent"
+    qdn_configure -clean "$agent"
+    expect_status 0
+    expect_no_changes
+}
+
+@test "an agent that was just installed is configured by the server's name alone" {
+    given_the_package
+    example 1
+    expect_value "Kell Servers" server-1 kell.example.com
+}
+
+each_test_is_a_session

@@ -1,0 +1,122 @@
+# qdn-configure(8) tells of every command, option, variable, status, message and file of the program, and of no others.
+load ../scenarios/support
+load ../scenarios/old-agent
+load pages
+
+of_page() { section qdn-configure.8 "$@"; }
+
+# The options that the page's synopsis has for a command, operands too.
+synopsis() {
+    of_page SYNOPSIS |
+        awk -v command="$1" '/^\.Fl / { inside = $2 == command; next } inside && /^\.(Op|Ar)/' |
+        sed -e 's/^\.Op Fl \([a-z]*\).*/-\1/' -e 's/^\.Ar \(.*\)/<\1>/'
+}
+
+# Those that its usage text explains.
+usage() {
+    qdn_configure "-$1" nowhere -nonsense
+    expect_status 120
+    sed -n 's/^\(-[a-z]*\|<[^>]*>\)\( .*\)\{0,1\}$/\1/p' "$desk/out"
+}
+
+@test "its synopsis has the commands that -help lists" {
+    qdn_configure -help
+    { sed -n 's/^  \(-[a-z]*\) .*/\1/p' "$desk/out" && echo -help; } >"$desk/commands"
+    same_lists commands "$desk/commands" <(of_page SYNOPSIS | sed -n 's/^\.Fl /-/p')
+    same_lists commands "$desk/commands" <(of_page DESCRIPTION Commands | items Fl | sed 's/^/-/')
+}
+
+@test "its options are those that the commands' usage explains" {
+    for command in configure iconfigure clean; do
+        usage "$command" >"$desk/usage"
+        same_lists "options of -$command" "$desk/usage" <(synopsis "$command")
+        grep '^-' "$desk/usage" >>"$desk/all"
+    done
+    same_lists options "$desk/all" <(of_page DESCRIPTION Options | items Fl | first_words | sed 's/^/-/')
+}
+
+# Names of variables stand in the sources as they are. What is only taken from the environment of the host's tools, and
+# what is looked up in an old agent's script, is none of ours.
+variables() {
+    sources | grep -v '/ShellEnvironment.cpp$' | xargs grep -hoE '"[A-Z][A-Z_]{3,}"' | tr -d '"' |
+        grep -vx LD_LIBRARY_PATH
+}
+
+@test "its variables are those that the program reads" {
+    same_lists variables <(variables) <(of_page ENVIRONMENT | items Ev)
+}
+
+@test "its exit statuses are those that commands return, and each is returned" {
+    sources | xargs sed -n 's/.*constexpr unsigned k\(Success\|Failure\|UsageError\) = \([0-9]*\);/\2/p' >"$desk/statuses"
+    same_lists statuses "$desk/statuses" <(of_page "EXIT STATUS" | sed -n 's/^\.It //p')
+    qdn_configure -clean /nowhere
+    expect_status 0
+    qdn_configure -configure -noimode
+    expect_status 1
+    qdn_configure -configure -nonsense
+    expect_status 120
+}
+
+# A message begins as the literal does that is written; a value in it is "...".
+messages_in_sources() {
+    sources | xargs cat | tr '\n' ' ' | sed 's/"  *L\{0,1\}"//g' |
+        grep -oE '(Messages::Warn|Console::Err|Error::Fail|FailAbout)\([^;]*;|constexpr const wchar_t\* k(NoConf|Unread|Unable)[^;]*;' |
+        grep -oE '"[A-Z][^"]*"' | tr -d '"' | sed -e 's/\\n.*//' -e 's/[: ]*$//' -e 's/%[0-9]/.../g' -e 's/File:.*/File/' -e 's/: \.\.\.$//'
+}
+
+messages_in_page() {
+    of_page DIAGNOSTICS | sed -n -e 's/^\.It Li "\(.*\)"/\1/p' -e 's/^\.It "\(.*\)"/\1/p' |
+        sed -e 's/^WARNING! \.\.\..*/WARNING!/' -e 's/:\{0,1\} \.\.\.$//'
+}
+
+@test "its messages on standard error are those that the program writes there" {
+    same_lists messages <(messages_in_sources) <(messages_in_page)
+}
+
+# What three runs make: with links for the levels; on an agent that is there; with a unit, and links elsewhere.
+files_made() {
+    export QDN_INSTALL_AUTOSTART=no
+    given_the_package
+    given_plain_xml
+    sed -i 's,</KSName>,&<Guid>0a1b2c3d</Guid>,' "/tmp/$xml"
+    qdn_configure -configure -noimode
+    expect_status 0
+    note_made_files
+    qdn_configure -configure -noimode
+    expect_status 0
+    note_made_files
+    bring_back systemctl
+    sed -i 's,^bindir=.*,bindir=/usr/local/bin,' "$agent/etc/client.conf"
+    qdn_configure -configure -noimode
+    expect_status 0
+    note_made_files
+    # Only while a run lasts.
+    sources | xargs sed -n 's,.*kTemplate = L"\(/tmp/[^"]*\)".*,\1,p' >>"$desk/made"
+    echo /run/lock/qdn-configure.lock >>"$desk/made"
+}
+
+# A tool of the host's makes its own directories.
+note_made_files() {
+    list_files >"$desk/after"
+    changes | grep -v '^+ d[^ ]* /etc/' | sed -n 's/^+ [^ ]* \([^ ]*\).*/\1/p' | sed "s,^$agent/,,; s,^var/.*,var,; s,^/usr/local/bin/qdn-[^h].*,/usr/bin/qdn-link," >>"$desk/made"
+}
+
+@test "the files that it says are made are those that runs make" {
+    files_made
+    of_page FILES Made | items Pa >"$desk/patterns"
+    local path pattern matched
+    : >"$desk/used"
+    while read -r path; do
+        matched=no
+        while read -r pattern; do
+            # shellcheck disable=SC2053 # a pattern
+            [[ $path == $pattern ]] || continue
+            matched=yes
+            echo "$pattern" >>"$desk/used"
+        done <"$desk/patterns"
+        [ "$matched" = yes ] || fail "$path is made, and the page does not say so"
+    done <"$desk/made"
+    same_lists "files made" "$desk/used" "$desk/patterns"
+}
+
+each_test_is_a_session
