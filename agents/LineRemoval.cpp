@@ -12,6 +12,7 @@
 #include "corekit/Descriptor.h"
 #include "corekit/Dir.h"
 #include "corekit/File.h"
+#include "corekit/Interruption.h"
 #include "corekit/Path.h"
 #include "corekit/Text.h"
 
@@ -125,6 +126,7 @@ void DeleteLines(const String& path, const String& command, std::span<const Dele
     const std::string remaining = WithoutLines(old, deleted);
     if (remaining == old) return;
 
+    const corekit::Interruption::Delay untilTheFileIsWhole;
     const PrivateDirectory place(corekit::Path::GetDirectory(file));
     if (place.Path().IsEmpty()) return;
     const String kept = place.Path() + kKept;

@@ -10,6 +10,7 @@
 
 #include "corekit/Console.h"
 #include "corekit/Encoding.h"
+#include "corekit/Interruption.h"
 #include "corekit/Text.h"
 
 namespace corekit {
@@ -32,6 +33,7 @@ void Init() {
     umask(022);
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
+    Interruption::Prepare();
 }
 
 CommandBasedApp::CommandBasedApp(int argumentCount, const char* const* arguments) {

@@ -8,7 +8,8 @@
 
 namespace corekit {
 
-/// Prepares the process: umask 022, SIGPIPE and SIGXFSZ ignored, descriptors 0 to 2 open. Called first.
+/// Prepares the process: umask 022, SIGPIPE and SIGXFSZ ignored, `Interruption::Prepare`, descriptors 0 to 2
+/// open. Called first.
 void Init();
 
 /// A program with a name and a version.

@@ -8,6 +8,7 @@
 #include "corekit/File.h"
 #include "corekit/FileCopy.h"
 #include "corekit/FileMode.h"
+#include "corekit/Interruption.h"
 #include "corekit/Relocation.h"
 #include "corekit/Replacement.h"
 #include "corekit/SystemCall.h"
@@ -28,6 +29,7 @@ Result SetUpAttributes(int fd, const Entry& target, unsigned mode) {
 }
 
 Result ReplaceByLink(const std::string& target, const Entry& link) {
+    const Interruption::Delay untilItStandsOrIsGone;
     std::string name;
     const Result result = MakeBeside(link, name, [&](const std::string& candidate) {
         return Outcome(symlinkat(target.c_str(), link.directory, candidate.c_str()));

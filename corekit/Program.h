@@ -38,11 +38,11 @@ namespace PosixLocaleProgram {
 
 /// Runs a command line with /bin/sh under LC_ALL=POSIX and waits for it to end, however long it takes; a
 /// daemon that it leaves behind is not waited for. Standard input is /dev/null, standard error is passed on,
-/// no other descriptor is inherited, signals have their default dispositions. The variables by which a caller
-/// could change what a shell or the loader does (LD_*, IFS, BASH_ENV, ENV, SHELLOPTS, BASHOPTS, exported
-/// functions ...) are left out; of PATH the absolute directories stay. `filter` is cleared and then holds the
-/// lines of standard output. Fails, with an empty filter, when the shell cannot be started or its output not
-/// be read; the exit status of the command is not looked at.
+/// no other descriptor is inherited, signals have their default dispositions, and there is no terminal. The
+/// variables by which a caller could change what a shell or the loader does (LD_*, IFS, BASH_ENV, ENV,
+/// SHELLOPTS, BASHOPTS, exported functions ...) are left out; of PATH the absolute directories stay. `filter`
+/// is cleared and then holds the lines of standard output. Fails, with an empty filter, when the shell cannot
+/// be started or its output not be read; the exit status of the command is not looked at.
 Result Run(const String& commandLine, StringToMapFilter& filter);
 
 }  // namespace PosixLocaleProgram

@@ -4,13 +4,15 @@
 #include <string>
 
 #include "corekit/Descriptor.h"
+#include "corekit/Interruption.h"
 #include "corekit/Place.h"
 #include "corekit/Result.h"
 
 namespace corekit {
 
 /// Until it is committed, the new file has a hidden name of its own and nobody but the owner may read it;
-/// without a commit it goes when this object goes.
+/// without a commit it goes when this object goes. No signal
+/// ends the process meanwhile.
 class Replacement {
   public:
     explicit Replacement(Entry target) : m_target(std::move(target)) {}
@@ -28,6 +30,7 @@ class Replacement {
     Result Commit();
 
   private:
+    Interruption::Delay m_untilItStandsOrIsGone;
     Entry m_target;
     std::string m_temporaryName;  // empty: there is none
     Descriptor m_file;

@@ -5,8 +5,10 @@
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/signalfd.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include "corekit/Interruption.h"
 #include "corekit/ShellEnvironment.h"
 
 namespace corekit {
@@ -71,7 +73,8 @@ class SpawnPlan {
         posix_spawnattr_setsigdefault(&m_attributes, &signals);
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&m_attributes, &signals);
-        posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        posix_spawnattr_setflags(&m_attributes,
+                                 POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
     }
 
     posix_spawn_file_actions_t m_files;
@@ -81,7 +84,8 @@ class SpawnPlan {
 }  // namespace
 
 ShellProcess::~ShellProcess() {
-    Wait(0);
+    siginfo_t end;
+    while (!HasEnded()) waitid(P_PID, static_cast<id_t>(m_pid), &end, WEXITED | WNOWAIT);
 }
 
 Result ShellProcess::Start(std::string commandLine, int output) {
@@ -93,19 +97,25 @@ Result ShellProcess::Start(std::string commandLine, int output) {
     const SpawnPlan plan(output);
     pid_t pid = 0;
     const ShellEnvironment environment;
+    const Interruption::Delay untilKnown;
     const int failure =
         posix_spawn(&pid, shell, plan.Files(), plan.Attributes(), arguments, environment.Variables().data());
-    if (failure == 0) m_pid = pid;
+    if (failure == 0) Know(pid);
     return Result(failure);
 }
 
-bool ShellProcess::Wait(int options) {
-    while (m_pid != 0) {
-        const pid_t ended = waitpid(m_pid, nullptr, options);
-        if (ended == 0) return false;
-        if (ended > 0 || errno != EINTR) m_pid = 0;
-    }
+bool ShellProcess::HasEnded() {
+    if (m_pid == 0) return true;
+    // Once it has been waited for, its number may be another's.
+    const Interruption::Delay untilForgotten;
+    if (waitpid(m_pid, nullptr, WNOHANG) == 0) return false;
+    Know(0);
     return true;
+}
+
+void ShellProcess::Know(pid_t pid) {
+    m_pid = pid;
+    Interruption::EndWithUs(pid);
 }
 
 }  // namespace corekit

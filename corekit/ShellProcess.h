@@ -4,7 +4,6 @@
 #include <csignal>
 #include <string>
 #include <sys/types.h>
-#include <sys/wait.h>
 
 #include "corekit/Descriptor.h"
 #include "corekit/Result.h"
@@ -33,7 +32,8 @@ class ChildEndWatch {
     Descriptor m_events;
 };
 
-/// A running shell. It is waited for at the latest when its owner goes.
+/// A running shell, the first process of a session of its own. It is waited for at the latest when its owner
+/// goes, and ends with the process when a signal ends that. One runs at a time.
 class ShellProcess {
   public:
     ShellProcess() = default;
@@ -45,10 +45,10 @@ class ShellProcess {
     /// error; no other descriptor, default signal dispositions, nothing blocked, `ShellEnvironment`.
     Result Start(std::string commandLine, int output);
 
-    bool HasEnded() { return Wait(WNOHANG); }
+    bool HasEnded();
 
   private:
-    bool Wait(int options);
+    void Know(pid_t pid);
 
     pid_t m_pid = 0;  // 0: not started, or ended
 };

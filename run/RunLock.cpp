@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "corekit/Interruption.h"
+
 namespace Zorvane::AgentInstaller {
 
 using corekit::Descriptor;
@@ -51,6 +53,7 @@ RunLock::RunLock() {
 
 /// False when the directory gives no lock file; else the lock is held, or known to be taken.
 bool RunLock::TryIn(const String& directory) {
+    const corekit::Interruption::Delay untilItIsOwned;
     const String path = directory + kFileName;
     while (Descriptor file = OpenLockFile(path)) {
         if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
@@ -59,15 +62,11 @@ bool RunLock::TryIn(const String& directory) {
         }
         if (IsStillThere(file, path)) {
             m_file = std::move(file);
-            m_path = path;
+            m_name.Take(path.Utf8());
             return true;
         }
     }
     return false;
-}
-
-RunLock::~RunLock() {
-    if (m_file) unlink(m_path.Utf8().c_str());
 }
 
 }  // namespace Zorvane::AgentInstaller

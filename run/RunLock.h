@@ -3,6 +3,7 @@
 
 #include "corekit/Descriptor.h"
 #include "corekit/String.h"
+#include "corekit/TemporaryFile.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -11,9 +12,6 @@ namespace Zorvane::AgentInstaller {
 class RunLock {
   public:
     RunLock();
-    ~RunLock();
-    RunLock(const RunLock&) = delete;
-    RunLock& operator=(const RunLock&) = delete;
 
     /// True when another run holds the lock.
     bool IsTaken() const { return m_isTaken; }
@@ -22,7 +20,7 @@ class RunLock {
     bool TryIn(const corekit::String& directory);
 
     corekit::Descriptor m_file;
-    corekit::String m_path;  // the lock file, while this run holds it
+    corekit::TemporaryFile m_name;
     bool m_isTaken = false;
 };
 

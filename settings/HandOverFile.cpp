@@ -2,6 +2,7 @@
 #include "settings/HandOverFile.h"
 
 #include "corekit/File.h"
+#include "corekit/Interruption.h"
 #include "run/Error.h"
 
 namespace Zorvane::AgentInstaller {
@@ -26,12 +27,14 @@ void RemoveLeftoversOfKilledRuns() {
 bool HandOverFile::Create() {
     RemoveHandOverFile();
     RemoveLeftoversOfKilledRuns();
+    const corekit::Interruption::Delay untilItIsOwned;
     const auto result = File::MakeTemp(kTemplate, m_path);
+    m_file.Take(m_path.Utf8());
     return result.Ok() || Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(result));
 }
 
 void HandOverFile::RemoveHandOverFile() {
-    if (!m_path.IsEmpty()) Forgive(File::Remove(m_path));
+    m_file.Remove();
     m_path = corekit::String();
 }
 

@@ -2,17 +2,13 @@
 #pragma once
 
 #include "corekit/String.h"
+#include "corekit/TemporaryFile.h"
 
 namespace Zorvane::AgentInstaller {
 
 /// Owns the file: removes it when it goes, unless it has been moved into place by then.
 class HandOverFile {
   public:
-    HandOverFile() = default;
-    ~HandOverFile() { RemoveHandOverFile(); }
-    HandOverFile(const HandOverFile&) = delete;
-    HandOverFile& operator=(const HandOverFile&) = delete;
-
     /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed; false
     /// with the error text set.
     bool Create();
@@ -25,6 +21,7 @@ class HandOverFile {
 
   private:
     corekit::String m_path;
+    corekit::TemporaryFile m_file;
 };
 
 }  // namespace Zorvane::AgentInstaller

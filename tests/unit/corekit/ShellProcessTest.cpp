@@ -65,6 +65,16 @@ TEST(ShellProcess, IsWaitedForByItsOwner) {
     EXPECT_FALSE(HasChildren());
 }
 
+TEST(ShellProcess, HasASessionOfItsOwn) {
+    const testfiles::TempDir dir;
+    {
+        ShellProcess shell;
+        const std::string number = "test \"$(cut -d ' ' -f 6 /proc/$$/stat)\" = $$ && mkdir ";
+        EXPECT_EQ(shell.Start(number + (dir / "first"), STDERR_FILENO), Result());
+    }
+    EXPECT_TRUE(testfiles::Exists(dir / "first"));
+}
+
 TEST(ShellProcess, IsNotStartedWithACommandLineThatANulCutsShort) {
     ShellProcess shell;
     EXPECT_EQ(shell.Start(std::string("true\0false", 10), STDERR_FILENO), Result(EINVAL));

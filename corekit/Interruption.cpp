@@ -1,0 +1,87 @@
+// Handles the signals that end the process. What the handler calls is async-signal-safe.
+#include "corekit/Interruption.h"
+
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "corekit/TemporaryFile.h"
+
+namespace corekit::Interruption {
+
+namespace {
+
+constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+
+// How long the group may take to end.
+constexpr int kLooks = 200;
+constexpr int kMillisecondsBetween = 10;
+
+volatile pid_t endsWithUs = 0;
+
+sigset_t Signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : kSignals) sigaddset(&signals, signal);
+    return signals;
+}
+
+bool Runs(pid_t group) {
+    waitpid(group, nullptr, WNOHANG);  // its leader is our child
+    return kill(-group, 0) == 0;
+}
+
+void EndGroup(pid_t group, int signal) {
+    kill(-group, signal);
+    kill(-group, SIGCONT);
+    for (int look = 0; look < kLooks && Runs(group); ++look) poll(nullptr, 0, kMillisecondsBetween);
+    kill(-group, SIGKILL);
+}
+
+/// Ends the process by the signal itself, so that the caller sees what ended it.
+[[noreturn]] void EndBy(int signal) {
+    struct sigaction byDefault {};
+    byDefault.sa_handler = SIG_DFL;
+    sigaction(signal, &byDefault, nullptr);
+    raise(signal);
+    sigset_t mask;
+    sigemptyset(&mask);
+    sigaddset(&mask, signal);
+    sigprocmask(SIG_UNBLOCK, &mask, nullptr);
+    constexpr int shellStatus = 128;
+    _exit(shellStatus + signal);  // the first process of a container is not ended by a signal of its own
+}
+
+void End(int signal) {
+    if (endsWithUs != 0) EndGroup(endsWithUs, signal);
+    TemporaryFile::RemoveAll();
+    EndBy(signal);
+}
+
+}  // namespace
+
+void Prepare() {
+    struct sigaction action {};
+    action.sa_handler = End;
+    action.sa_mask = Signals();
+    for (const int signal : kSignals) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+    }
+}
+
+void EndWithUs(pid_t group) {
+    endsWithUs = group;
+}
+
+Delay::Delay() {
+    const sigset_t signals = Signals();
+    sigprocmask(SIG_BLOCK, &signals, &m_before);
+}
+
+Delay::~Delay() {
+    sigprocmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+}  // namespace corekit::Interruption

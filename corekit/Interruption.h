@@ -1,0 +1,30 @@
+// The end of the process by a signal from outside: what must not outlive it goes first.
+#pragma once
+
+#include <csignal>
+#include <sys/types.h>
+
+namespace corekit::Interruption {
+
+/// From now on SIGHUP, SIGINT, SIGQUIT and SIGTERM end the process as they do by default, but not before the
+/// running processes of `EndWithUs` have ended and every `TemporaryFile` is gone. One that the caller left
+/// ignored stays ignored.
+void Prepare();
+
+/// The process group that ends with us: it gets the signal too, and SIGKILL when that is not enough. 0: none.
+void EndWithUs(pid_t group);
+
+/// Holds those signals back as long as it lives: for steps that only together leave the host in order. They
+/// are few and wait for nobody.
+class Delay {
+  public:
+    Delay();
+    ~Delay();
+    Delay(const Delay&) = delete;
+    Delay& operator=(const Delay&) = delete;
+
+  private:
+    sigset_t m_before{};
+};
+
+}  // namespace corekit::Interruption

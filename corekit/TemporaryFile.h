@@ -1,0 +1,33 @@
+// A file that goes with its owner, or with the process when a signal ends that.
+#pragma once
+
+#include <string>
+
+namespace corekit {
+
+class TemporaryFile {
+  public:
+    TemporaryFile() = default;
+    ~TemporaryFile() { Remove(); }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+    /// Owns the file of that path in the place of the one before, which is removed. A file that is made for
+    /// it is made under an `Interruption::Delay` that ends after this call.
+    void Take(const std::string& path);
+
+    /// Removes the file, unless it has gone already; there is none afterwards.
+    void Remove();
+
+    /// Empty when there is none.
+    const std::string& Path() const { return m_path; }
+
+    /// Removes the files of all owners; async-signal-safe.
+    static void RemoveAll();
+
+  private:
+    std::string m_path;
+    TemporaryFile* m_next = nullptr;  // of those that own a file
+};
+
+}  // namespace corekit
