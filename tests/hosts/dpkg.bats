@@ -29,7 +29,7 @@ END
 @test "a package that is only unpacked is configured by and by" {
     in_root <<'END'
 given_xml
-try dpkg --unpack /session/qdn-ksclt_6.0.350.deb
+try dpkg --unpack /session/qdn-ksclt_6.0.350_*.deb
 expect_status 0
 [ ! -e "$conf" ]
 try dpkg --configure qdn-ksclt
@@ -48,7 +48,7 @@ printf '%s\n' 'Package: qdn-ksclt' 'Version: 6.0.330' 'Architecture: all' 'Maint
 dpkg-deb --build /session/former /session/former.deb
 dpkg -i /session/former.deb
 
-try dpkg --unpack /session/qdn-ksclt_6.0.350.deb
+try dpkg --unpack /session/qdn-ksclt_6.0.350_*.deb
 [ ! -e "$conf" ]
 try dpkg --configure qdn-ksclt
 expect_status 0
@@ -63,7 +63,7 @@ END
 given_xml
 install 6.0.340
 "$agent/bin/rcscript" start
-head -c 300000 /session/qdn-ksclt_6.0.350.deb >/session/cut.deb
+head -c 300000 /session/qdn-ksclt_6.0.350_*.deb >/session/cut.deb
 try dpkg -i /session/cut.deb
 [ "$status" -ne 0 ]
 expect_same 6.0.340 "$(installed_version)"

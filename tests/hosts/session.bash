@@ -19,15 +19,15 @@ try() {
 
 # install VERSION, erase: as an administrator would.
 install() {
-    # shellcheck disable=SC2046 # words of a command
+    # shellcheck disable=SC2046 # words of a command, and a wildcard
     try $(install_command "$1")
 }
 
 # The rpm misses what it requires, which are debs here.
 install_command() {
     case $PACKAGE_MANAGER in
-        rpm) echo "rpm --force-debian -U --nodeps --replacepkgs /session/qdn-ksclt-$1.rpm" ;;
-        dpkg) echo "dpkg -i /session/qdn-ksclt_$1.deb" ;;
+        rpm) echo "rpm --force-debian -U --nodeps --replacepkgs /session/qdn-ksclt-$1-*.rpm" ;;
+        dpkg) echo "dpkg -i /session/qdn-ksclt_$1_*.deb" ;;
     esac
 }
 

@@ -1,0 +1,55 @@
+# How the packages are made. What they do on a host is tested by script/test-hosts.
+
+setup() {
+    cd "$BATS_TEST_DIRNAME/../.."
+    rpm=build/packages/qdn-ksclt-6.0.1-1.$(uname -m).rpm
+    deb=build/packages/qdn-ksclt_6.0.1_$(dpkg --print-architecture).deb
+}
+
+@test "the same sources give the same packages, whatever the umask" {
+    packaging/build-packages 6.0.1
+    sums=$(sha256sum "$rpm" "$deb")
+    touch -d yesterday package/etc/client.proto
+    umask 077
+    packaging/build-packages 6.0.1
+    [ "$(sha256sum "$rpm" "$deb")" = "$sums" ]
+}
+
+@test "both packages have the agent's files, all of them root's" {
+    packaging/build-packages 6.0.1
+    package/lay-down "$BATS_TEST_TMPDIR/agent" build/release/qdn-configure.bin
+    (cd "$BATS_TEST_TMPDIR/agent" && find . -type f -printf '%M root root /opt/zorvane/kell/ksagent/%P\n') |
+        sort >"$BATS_TEST_TMPDIR/files"
+    dpkg-deb -c "$deb" | awk '$1 ~ /^-/ && $6 ~ /opt/ { sub("/", " ", $2); print $1, $2, substr($6, 2) }' | sort |
+        diff "$BATS_TEST_TMPDIR/files" -
+    rpm -qp --qf '[%{FILEFLAGS:fflags} %{FILEMODES:perms} %{FILEUSERNAME} %{FILEGROUPNAME} %{FILENAMES}\n]' "$rpm" |
+        sed -n 's,^ \(-.*/opt/\),\1,p' | sort | diff "$BATS_TEST_TMPDIR/files" -
+}
+
+@test "the agent is of the version of its package" {
+    packaging/build-packages 6.0.1
+    dpkg-deb --fsys-tarfile "$deb" | tar xO ./opt/zorvane/kell/ksagent/etc/client.proto >"$BATS_TEST_TMPDIR/proto"
+    [ "$(sed -n '/^.Version/,/^$/s/^agent_/agent_/p' "$BATS_TEST_TMPDIR/proto")" = "agent_major=6
+agent_minor=0
+agent_build=1" ]
+    [ "$(dpkg-deb -f "$deb" Version) $(rpm -qp --qf '%{VERSION}' "$rpm")" = "6.0.1 6.0.1" ]
+}
+
+@test "a scriptlet needs nothing that lies on disk" {
+    packaging/build-packages 6.0.1
+    cd "$BATS_TEST_TMPDIR"
+    dpkg-deb --ctrl-tarfile "$OLDPWD/$deb" | tar x
+    for name in PREIN POSTIN PREUN; do rpm -qp --qf "%{$name}" "$OLDPWD/$rpm" >"$name"; done
+    for scriptlet in preinst postinst prerm PREIN POSTIN PREUN; do
+        sh -n "$scriptlet"
+        [ "$(grep -c -e '^make_hand_over() {$' -e '^\. ' "$scriptlet")" -eq 1 ]
+    done
+}
+
+@test "a version that is none is refused" {
+    for version in 6 6.0 6.0.x "6.0.1 2" ../6.0.1; do
+        run packaging/build-packages "$version"
+        [ "$status" -eq 2 ]
+        [ "${lines[2]}" = "  packaging/build-packages [VERSION]" ]
+    done
+}
