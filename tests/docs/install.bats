@@ -15,6 +15,7 @@ load ../scenarios/support
 -rw-r--r-- /usr/share/doc/qdn-configure/examples/new-server.xml
 -rw-r--r-- /usr/share/doc/qdn-configure/examples/secure-server.xml
 -rw-r--r-- /usr/share/man/man5/client.conf.5
+-rw-r--r-- /usr/share/man/man5/qdn-agent-install-config.xml.5
 -rw-r--r-- /usr/share/man/man5/qdn-env.5
 -rw-r--r-- /usr/share/man/man8/qdn-configure.8
 -rw-r--r-- /usr/share/qdn-configure/qdn-agent-install-config.xsd
