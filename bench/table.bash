@@ -9,7 +9,7 @@ heading() {
 }
 
 # rounds N: so many, or a few when only the benchmarks themselves are tried.
-rounds() { if [ -n "${BENCH_QUICK:-}" ]; then echo 2; else echo "$1"; fi; }
+rounds() { if [ -n "${BENCH_QUICK:-}" ] && [ "$1" -gt 2 ]; then echo 2; else echo "$1"; fi; }
 
 # sizes LARGEST: three, tenfold each time, up to what was asked for or else to LARGEST.
 sizes() {
