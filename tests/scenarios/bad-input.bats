@@ -115,10 +115,10 @@ END
 
 @test "no room where the agent is" {
     mkdir -p "$agent"
-    mount -t tmpfs -o size=16m tmpfs "$agent"
+    mount -t tmpfs -o size=64m tmpfs "$agent"
     given_the_package
     given_plain_xml
-    head -c 32m /dev/zero >"$agent/full" 2>/dev/null || true
+    head -c 96m /dev/zero >"$agent/full" 2>/dev/null || true
     qdn_configure -configure -noimode -quiet
     expect_refusal "Failed to create the new config file: $agent/etc/client.conf"
     expect_no_changes

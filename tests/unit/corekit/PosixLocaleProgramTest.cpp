@@ -239,7 +239,7 @@ TEST(PosixLocaleProgram, ReadsToTheEndWhereItCannotPoll) {
 TEST(PosixLocaleProgram, FailsWhenItCannotTellWhatThePipeHolds) {
     StringToMapFilter filter;
     const auto run = [&] {
-        const Result result = Shell::Run(L"echo x", filter);
+        const Result result = Shell::Run(L"sleep 600 & echo x", filter);  // which keeps the pipe open
         return filter.Count() == 0 ? result.Code() : 254;
     };
     EXPECT_EQ(WithFailing({{SYS_ioctl, EIO}}, run), EIO);
