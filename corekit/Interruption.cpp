@@ -31,11 +31,20 @@ bool Runs(pid_t group) {
     return kill(-group, 0) == 0;
 }
 
+bool EndsInTime(pid_t group) {
+    for (int look = 0; look < kLooks; ++look) {
+        if (!Runs(group)) return true;
+        poll(nullptr, 0, kMillisecondsBetween);
+    }
+    return false;
+}
+
 void EndGroup(pid_t group, int signal) {
     kill(-group, signal);
     kill(-group, SIGCONT);
-    for (int look = 0; look < kLooks && Runs(group); ++look) poll(nullptr, 0, kMillisecondsBetween);
+    if (EndsInTime(group)) return;
     kill(-group, SIGKILL);
+    EndsInTime(group);
 }
 
 /// Ends the process by the signal itself, so that the caller sees what ended it.

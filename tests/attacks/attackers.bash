@@ -1,0 +1,35 @@
+# What a hostile user of the host does, in the words of the stories.
+
+# Another user's file at a path that is free. Where only root exists (a namespace of an ordinary user), a file of the
+# host stands there instead, which is nobody's for those inside: its content is another, its owner is a stranger too.
+given_strangers_file() {
+    cat >"$1"
+    chown 65534:65534 "$1" 2>/dev/null || mount --bind /usr/bin/env "$1"
+}
+
+# as_stranger COMMAND ...: as another user, where there is one.
+as_stranger() {
+    if [ -z "${strangers_exist:-}" ]; then
+        strangers_exist=no
+        ! setpriv --reuid 65534 --regid 65534 --clear-groups true 2>/dev/null || strangers_exist=yes
+    fi
+    if [ "$strangers_exist" = yes ]; then
+        setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
+    else
+        "$@"
+    fi
+}
+
+# Something of root's that no attack may change: made before it, seen to be the same after it.
+given_treasure() {
+    mkdir -p /root/treasure/below
+    echo "precious" >/root/treasure/below/file
+    chmod 0640 /root/treasure/below/file
+    find /root -printf '%p %M %U:%G %T@ %n\n' | sort >"$desk/treasure"
+}
+
+expect_treasure() {
+    find /root -printf '%p %M %U:%G %T@ %n\n' | sort >"$desk/treasure-after"
+    same "the treasure" "$desk/treasure-after" <"$desk/treasure"
+    expect_file /root/treasure/below/file <<<"precious"
+}

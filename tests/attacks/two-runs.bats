@@ -1,0 +1,112 @@
+# Two runs at once: one works, the other says so and changes nothing.
+load support
+
+# A configuration that holds the lock until `let_it_go`: it waits for what its package manager says.
+given_a_run_in_progress() {
+    mkfifo "$desk/asked" "$desk/answer"
+    printf '#!/bin/sh\n: >%s\nread -r line <%s\n' "$desk/asked" "$desk/answer" >/usr/sbin/rpm
+    chmod 0755 /usr/sbin/rpm
+    given_the_package
+    given_plain_xml
+    "$program" -configure -noimode >"$desk/first-out" 2>"$desk/first-err" &
+    first=$!
+    : <"$desk/asked"
+    rm /usr/sbin/rpm # the second one would not get so far
+}
+
+let_it_go() {
+    echo >"$desk/answer"
+    wait "$first"
+    expect_value "Kell Servers" server-1 kell.example
+    expect_missing /run/lock/qdn-configure.lock
+}
+
+expect_refusal() {
+    expect_status 1
+    expect_output <<END
+$banner
+  Another run of qdn-configure is in progress.
+END
+    expect_no_errors
+    expect_no_changes
+}
+
+@test "while a configuration runs every other run is refused" {
+    given_a_run_in_progress
+    local command
+    for command in "-configure" "-configure -noimode -quiet" "-configure -dir /opt/elsewhere" "-iconfigure" "-clean $agent"; do
+        # shellcheck disable=SC2086 # words on purpose
+        qdn_configure $command
+        expect_refusal
+    done
+    let_it_go
+}
+
+@test "the script of a package that is installed meanwhile fails, and its configuration file stays for the next run" {
+    given_a_run_in_progress
+    given_plain_xml /var
+    status=0
+    (cd / && env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin "$program" -configure -noimode -quiet | cat >"$desk/out") || status=$?
+    [ -e /var/$xml ]
+    grep -qx "  Another run of qdn-configure is in progress." "$desk/out"
+    let_it_go
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_missing /var/$xml
+}
+
+@test "of many runs that start together at least one works, and each of the others says so" {
+    local run statuses=() status done=0
+    given_the_package
+    for run in 1 2 3 4 5 6 7 8; do
+        given_plain_xml
+        QDNCLIENT_CONFIG_XML_DIR=/tmp "$program" -configure -noimode >"$desk/out-$run" 2>"$desk/err-$run" &
+        statuses+=($!)
+    done
+    for run in 1 2 3 4 5 6 7 8; do
+        status=0
+        wait "${statuses[run - 1]}" || status=$?
+        if grep -qx "  Another run of qdn-configure is in progress." "$desk/out-$run"; then
+            [ "$status" -eq 1 ]
+        elif [ "$status" -eq 0 ]; then
+            done=$((done + 1))
+        fi
+    done
+    [ "$done" -ge 1 ]
+    expect_value "Kell Servers" server-1 kell.example
+    expect_missing /run/lock/qdn-configure.lock
+}
+
+@test "a run that was killed does not stop the next one" {
+    given_a_run_in_progress
+    kill -KILL "$first"
+    wait "$first" || true
+    [ -e /run/lock/qdn-configure.lock ]
+    given_plain_xml
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_missing /run/lock/qdn-configure.lock
+}
+
+@test "what another user puts in the lock's place neither stops a run nor is touched" {
+    given_treasure
+    given_the_package
+    local kind
+    for kind in link fifo directory strangers; do
+        case $kind in
+            link) ln -s /root/treasure/below/file /run/lock/qdn-configure.lock ;;
+            fifo) mkfifo /run/lock/qdn-configure.lock ;;
+            directory) mkdir /run/lock/qdn-configure.lock ;;
+            strangers) : >/run/lock/qdn-configure.lock; given_strangers_file /run/lock/qdn-configure.lock </dev/null ;;
+        esac
+        given_plain_xml
+        qdn_configure -configure -noimode
+        expect_status 0
+        expect_missing /run/qdn-configure.lock
+        expect_treasure
+        umount /run/lock/qdn-configure.lock 2>/dev/null || true
+        rm -rf /run/lock/qdn-configure.lock
+    done
+}
+
+each_test_is_a_session
