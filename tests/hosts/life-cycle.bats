@@ -77,6 +77,39 @@ expect_no_new_files
 END
 }
 
+@test "a first configuration that fails is repaired by what it says" {
+    in_root <<'END'
+mkdir -p "$agent/var"
+: >"$agent/var/tasks"
+given_xml
+install 6.0.350
+expect_failed_configuration
+expect_told <<TOLD
+qdn-ksclt: The Zorvane Agent has not been configured, for the reason above. Mend what is wrong, then run
+qdn-ksclt:     $(repair_command)
+TOLD
+mend_configuration
+try $(what_is_told_last)
+expect_status 0
+expect_value server-1 kell.example
+END
+}
+
+@test "a configuration that somebody planted configures no agent" {
+    in_root <<'END'
+mkdir /tmp/ksclt
+printf '%s\n' '[Version]' agent_major=6 agent_minor=0 agent_build=340 '[Kell Servers]' server-1=evil.example \
+    '[Configuration]' "installdir=$agent" >/tmp/ksclt/.migrate-client.conf
+: >/tmp/ksclt/.agent-ran
+chown -R nobody /tmp/ksclt
+install 6.0.350
+expect_status 0
+grep -qx 'WARNING! /tmp/ksclt/.migrate-client.conf is not used: it belongs to another user.' /session/err
+grep -qx 'qdn-ksclt: The Zorvane Agent is installed, but not configured. Answer its questions by' /session/err
+[ ! -e "$conf" ]
+END
+}
+
 @test "a package that was never configured is erased" {
     in_root <<'END'
 remember_files
@@ -148,9 +181,9 @@ case $1 in
     late) former=$agent/etc/client.conf.old ;;
 esac
 expect_told <<TOLD
-qdn-ksclt: The Zorvane Agent has not been configured, for the reason above. Nothing of its former configuration is lost:
-qdn-ksclt: it is in $former. Mend what is wrong, then run
+qdn-ksclt: The Zorvane Agent has not been configured, for the reason above. Mend what is wrong, then run
 qdn-ksclt:     $(repair_command)
+qdn-ksclt: Nothing of the former configuration is lost: it is in $former.
 TOLD
 grep -qx 'Location=Rack 7' "$former"
 expect_value Location "Rack 7"
@@ -169,6 +202,26 @@ expect_status 0
 expect_no_new_files
 END
     done
+}
+
+@test "an upgrade after one that was cut off finds the configuration that the program saved" {
+    in_root <<'END'
+given_xml
+install 6.0.340
+sed -i 's/^Location=.*/Location=Rack 7/' "$conf"
+mv "$conf" "$conf.old"
+install 6.0.350
+expect_failed_configuration
+expect_told <<TOLD
+qdn-ksclt: The Zorvane Agent has not been configured, for the reason above. Mend what is wrong, then run
+qdn-ksclt:     QDNCLIENT_CONFIG_FILE=$conf.old $(repair_command)
+qdn-ksclt: Nothing of the former configuration is lost: it is in $conf.old.
+TOLD
+QDN_INSTALL_AUTOSTART=no try env $(what_is_told_last)
+expect_status 0
+expect_value server-1 kell.example
+expect_value Location "Rack 7"
+END
 }
 
 @test "a package whose configuration failed is erased without a trace" {
