@@ -1,0 +1,133 @@
+# Every command of README.md, CONTRIBUTING.md and docs/architecture.md is run: here, or by the test or CI named here.
+load ../scenarios/support
+
+documents() { echo "$project/README.md" "$project/CONTRIBUTING.md" "$project/docs/architecture.md"; }
+
+# What is to be entered, one command a line: in backticks or indented, and beginning with something that is run.
+commands() {
+    # shellcheck disable=SC2046 # several files
+    {
+        grep -ohE '`[^`]+`' $(documents) | tr -d '`'
+        sed -n 's/^    //p' $(documents) | sed 's/^# //'
+    } | grep -E '^(script/[a-z]|\.ci/|packaging/build|tests/support/private|build/dev/|bats |ninja |man |clang-format|sh |/opt[^ ]*\.bin |printf )' |
+        grep -v '^[a-z]*/$' | sed 's/ *|$//' | sort -u
+}
+
+# A command, and who runs it: CI, another test, this file; or a person, where it takes long and is none of CI's.
+known() {
+    cat <<'END'
+.ci/run|person
+/opt/zorvane/kell/ksagent/bin/qdn-configure.bin -configure -noimode|here
+/opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
+bats tests/scenarios/refusals.bats|here
+build/dev/tests/unit/config/unit_config --gtest_filter='PathMacros*'|script/test
+clang-format -i|script/check
+man ./docs/qdn-configure.8|tests/docs/pages.bats
+ninja -C build/dev|script/build
+ninja -C build/dev unit_agents && build/dev/tests/unit/agents/unit_agents --gtest_filter='AgentForVersion*'|script/test
+packaging/build-packages|script/test-hosts
+printf '%s\n' https://kell.example.com:8083 '' no 'rc3;rc5' '' '' '' '' '' '' '' '' '' no|tests/terminal/readme.bats
+script/bench|tests/tools/bench.bats
+script/build|script/test
+script/build dev|script/test
+script/check|.ci/run
+script/check-includes|script/check
+script/coverage|person
+script/demo|.ci/run
+script/fuzz|person
+script/measure|person
+script/sanitize|person
+script/setup|.ci/run
+script/test|.ci/run
+script/test scenarios|here
+script/test unit|here
+script/test-hosts|person
+script/test-hosts systemd|person
+tests/support/private-machine bash|here
+END
+}
+
+@test "every command of the documents is known here, and every one that is known is in a document" {
+    diff -u --label "commands of the documents" --label "commands known here" \
+        <(commands) <(known | sed 's/|[^|]*$//' | sort -u)
+}
+
+# The word by which a script shows that it runs a command.
+sign_of() {
+    case $1 in
+        "script/build"*) echo 'script/build ' ;;
+        */bin/qdn-configure.bin* | printf*) echo README.md ;;
+        */unit_*) echo "'unit_\*'" ;;
+        ninja*) echo 'cmake --build' ;;
+        man*) echo 'man "' ;;
+        *) echo "${1%% *}" ;;
+    esac
+}
+
+@test "who is said to run a command calls it" {
+    known | grep -v '|\(here\|person\)$' >"$desk/known"
+    while IFS= read -r line; do
+        runner=$project/${line##*|}
+        [ -f "$runner" ] || fail "$runner is missing"
+        grep -q -e "$(sign_of "${line%|*}")" "$runner" || fail "$runner does not call ${line%|*}"
+    done <"$desk/known"
+}
+
+@test "what only people run is there and can be run" {
+    known | sed -n 's/|person$//p' >"$desk/scripts"
+    while read -r script _; do
+        [ -x "$project/$script" ]
+        bash -n "$project/$script"
+    done <"$desk/scripts"
+}
+
+@test "every script is told of in CONTRIBUTING.md, and every folder in README.md" {
+    for script in "$project"/script/* "$project/packaging/build-packages"; do
+        grep -qF "\`${script#"$project"/}" "$project/CONTRIBUTING.md" || fail "$script is not told of"
+    done
+    for folder in "$project"/*/; do
+        [ "$folder" = "$project/build/" ] || grep -q "^| .*\`$(basename "$folder")/\`" "$project/README.md" || fail "$folder is not told of"
+    done
+    for folder in "$project"/tests/*/; do
+        grep -q "^| \`tests/\`.*\`$(basename "$folder")/\`" "$project/README.md" || fail "$folder is not told of"
+    done
+}
+
+@test "the suites and stories that CONTRIBUTING.md runs are there" {
+    [ "$(cd "$project" && bats --count tests/scenarios/refusals.bats)" -gt 0 ]
+    [ -d "$project/tests/unit" ]
+    [ -n "$(find "$project/tests/scenarios" -name '*.bats')" ]
+}
+
+# What README.md shows from a line on, without indentation, up to the next text.
+block() {
+    awk -v first="    $1" 'index($0, first) == 1 { inside = 1 } /^[^ ]/ { inside = 0 } inside' "$project/README.md" |
+        sed 's/^    //'
+}
+
+# The document leaves out lines at "..." and shows one process id for all.
+as_in_the_document() {
+    awk 'FNR == NR { wanted[FNR] = $0; count = FNR; next }
+        at == 0 { at = 1 }
+        wanted[at] == "..." { if ($0 != wanted[at + 1]) next; print "..."; at++ }
+        { print; at++ }' "$1" - | sed -e 's/(pid [0-9]*)/(pid 165)/' -e '/^$/N;/\n$/D'
+}
+
+@test "the XML file in README.md configures the agent, and the terminal shows what README.md shows" {
+    given_the_package
+    rm /etc/redhat-release
+    block "<KSAgentConfiguration>" | given_xml /tmp
+    block "# $agent/bin/qdn-configure.bin -configure" | sed 1d | sed -e :a -e '/^\n*$/{$d;N;ba' -e '}' >"$desk/document"
+    qdn_configure -configure -noimode
+    expect_status 0
+    as_in_the_document "$desk/document" <"$desk/out" | sed '$d' | same "what the terminal shows" "$desk/document"
+    "$agent/bin/rcscript" stop
+}
+
+@test "the synopsis in README.md is that of the manual page" {
+    block "qdn-configure.bin -configure " | sed '/^$/d' | tr -s ' ' | sed 's/^qdn-configure.bin/qdn-configure/' >"$desk/readme"
+    MANWIDTH=1000 man "$project/docs/qdn-configure.8" | col -bx | sed -n '/^SYNOPSIS/,/^DESCRIPTION/s/^ *\(qdn-configure .*\)/\1/p' |
+        sed -e 's/Agent-Base-Dir/<&>/' -e '/-help/d' -e 's/ *$//' | same "the synopsis" "$desk/readme"
+}
+
+each_test_is_a_session
