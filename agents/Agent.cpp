@@ -1,14 +1,29 @@
 // What every installation of the agent does alike.
 #include "agents/Agent.h"
 
+#include "corekit/File.h"
+
 namespace Zorvane::AgentInstaller {
 
 bool Agent::Clean() {
     return RemoveSystemIntegration() && RemoveFiles(corekit::String());
 }
 
+void Agent::SetConf(const corekit::String& path, const std::string& bytes) {
+    m_confPath = path;
+    m_confBytes = bytes;
+}
+
+corekit::Result Agent::ReadConf(std::string& bytes) const {
+    if (!m_confBytes) return corekit::File::ReadBytes(m_confPath, bytes);
+    bytes = *m_confBytes;
+    return corekit::Result();
+}
+
 corekit::IniFile Agent::OldConf() const {
-    return corekit::IniFile(m_confPath, corekit::IniFile::KeyCase::FallBack);
+    constexpr auto keyCase = corekit::IniFile::KeyCase::FallBack;
+    return m_confBytes ? corekit::IniFile(m_confPath, *m_confBytes, keyCase)
+                       : corekit::IniFile(m_confPath, keyCase);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,8 +3,11 @@
 #pragma once
 
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "corekit/IniFile.h"
+#include "corekit/Result.h"
 #include "corekit/String.h"
 #include "settings/Settings.h"
 
@@ -48,6 +51,11 @@ class Agent {
     const corekit::String& ConfPath() const { return m_confPath; }
     void SetConfPath(const corekit::String& path) { m_confPath = path; }
 
+    /// That file, and what it held when the agent was recognised by it: from then on the agent is what these
+    /// bytes say, whatever becomes of the file.
+    void SetConf(const corekit::String& path, const std::string& bytes);
+    corekit::Result ReadConf(std::string& bytes) const;
+
   protected:
     /// That file, its keys found in whichever case the agent wrote them; empty when there is none.
     corekit::IniFile OldConf() const;
@@ -56,6 +64,7 @@ class Agent {
     corekit::String m_versionLabel;
     corekit::String m_installDir;
     corekit::String m_confPath;
+    std::optional<std::string> m_confBytes;  // none: the file is read when it is needed
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -23,7 +23,7 @@ bool Agent56::RemoveSystemIntegration() {
 bool Agent56::RemoveFiles(const corekit::String& newConfPath) {
     // What cannot be moved stays where it is: the removal takes no store.
     if (!newConfPath.IsEmpty()) static_cast<void>(MoveData(OldConf(), corekit::IniFile(newConfPath)));
-    RemoveInstalledFiles56(ConfPath(), newConfPath);
+    RemoveInstalledFiles56(OldConf(), newConfPath);
     return true;
 }
 

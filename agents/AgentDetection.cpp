@@ -3,7 +3,9 @@
 
 #include <algorithm>
 #include <limits>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "agents/Agent56.h"
@@ -105,21 +107,40 @@ std::vector<Candidate> Candidates(const String& packageDir) {
     return candidates;
 }
 
-bool MayBeUsed(const Candidate& candidate) {
-    return !candidate.path.IsEmpty() && corekit::File::Exists(candidate.path) &&
-           IsTrusted(candidate.path, candidate.chosenBy);
+/// The file, open, where there is one that may be used.
+std::optional<TrustedFile> Open(const Candidate& candidate) {
+    if (candidate.path.IsEmpty() || !corekit::File::Exists(candidate.path)) return std::nullopt;
+    TrustedFile file(candidate.path, candidate.chosenBy);
+    return file.MayBeUsed() ? std::optional(std::move(file)) : std::nullopt;
+}
+
+std::unique_ptr<Agent> AgentFromConf(const String& path, const std::string& bytes) {
+    const IniFile conf(path, bytes, IniFile::KeyCase::FallBack);
+    auto agent =
+        CreateAgentForVersion(ReadAgentVersion(conf), conf.GetValue(Names::kConfiguration, L"installdir"));
+    if (agent) agent->SetConf(path, bytes);
+    return agent;
+}
+
+/// A directory or a device is no configuration, and must not pass for that of an agent before 6.0.
+std::unique_ptr<Agent> AgentFromFile(const TrustedFile& file) {
+    std::string bytes;
+    return file.Read(bytes) ? AgentFromConf(file.Path(), bytes) : nullptr;
+}
+
+/// The first file that may be used decides, recognised or not.
+std::unique_ptr<Agent> AgentFromFirst(const std::vector<Candidate>& candidates) {
+    for (const Candidate& candidate : candidates) {
+        if (const auto file = Open(candidate)) return AgentFromFile(*file);
+    }
+    return nullptr;
 }
 
 }  // namespace
 
 std::unique_ptr<Agent> FindInstalledAgent() {
     const String packageDir = QueryPackageDir();
-    const std::vector<Candidate> candidates = Candidates(packageDir);
-    // The first one decides, recognised or not.
-    const auto found = std::ranges::find_if(candidates, MayBeUsed);
-    if (found != candidates.end()) {
-        if (auto agent = AgentFromConfigFile(found->path)) return agent;
-    }
+    if (auto agent = AgentFromFirst(Candidates(packageDir))) return agent;
     if (packageDir.IsEmpty()) return nullptr;
     return std::make_unique<UnsupportedAgent>(String(), packageDir);
 }
@@ -129,19 +150,14 @@ std::unique_ptr<Agent> CreateCurrentAgent() {
 }
 
 std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
-    const Candidate candidate = {baseDir + Names::kClientConf, ChosenBy::Administrator};
-    return !baseDir.IsEmpty() && MayBeUsed(candidate) ? AgentFromConfigFile(candidate.path) : nullptr;
+    if (baseDir.IsEmpty()) return nullptr;
+    const auto file = Open({baseDir + Names::kClientConf, ChosenBy::Administrator});
+    return file ? AgentFromFile(*file) : nullptr;
 }
 
 std::unique_ptr<Agent> AgentFromConfigFile(const String& path) {
-    // A directory or a device is no configuration, and must not pass for that of an agent before 6.0.
     std::string bytes;
-    if (!corekit::File::ReadBytes(path, bytes)) return nullptr;
-    const IniFile conf(path, IniFile::KeyCase::FallBack);
-    auto agent =
-        CreateAgentForVersion(ReadAgentVersion(conf), conf.GetValue(Names::kConfiguration, L"installdir"));
-    if (agent) agent->SetConfPath(path);
-    return agent;
+    return corekit::File::ReadBytes(path, bytes) ? AgentFromConf(path, bytes) : nullptr;
 }
 
 Version ReadAgentVersion(const IniFile& conf) {

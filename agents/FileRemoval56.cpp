@@ -160,10 +160,9 @@ void RemoveTemporaryFiles(const String& directory, const Survivors& survivors) {
 
 }  // namespace
 
-void RemoveInstalledFiles56(const String& confPath, const String& newConfPath) {
+void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath) {
     // Without the file every directory would be the usual one, which may well be another agent's.
-    if (!File::IsReadable(confPath)) return;
-    const IniFile conf(confPath, IniFile::KeyCase::FallBack);
+    if (!conf.ReadResult()) return;
     const Installation agent = FindInstallation(conf);
     const Survivors survivors(newConfPath, agent.installDir);
     RemoveLogs(agent);

@@ -1,14 +1,15 @@
 // What an agent of version 5.6 leaves on disk, and how it goes.
 #pragma once
 
+#include "corekit/IniFile.h"
 #include "corekit/String.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// Removes the files of the 5.6 agent that `confPath` describes. `newConfPath` is empty on a clean; on an
+/// Removes the files of the 5.6 agent that `conf` describes. `newConfPath` is empty on a clean; on an
 /// upgrade it is the new client.conf: what that names stays, the old log excepted, and in place, that is when
 /// the new agent's install directory is the old one, so does what the new package laid down there and what
 /// this run has written. Nothing goes when the file cannot be read. Failures are ignored.
-void RemoveInstalledFiles56(const corekit::String& confPath, const corekit::String& newConfPath);
+void RemoveInstalledFiles56(const corekit::IniFile& conf, const corekit::String& newConfPath);
 
 }  // namespace Zorvane::AgentInstaller

@@ -50,7 +50,7 @@ bool SaveInstalledConfiguration(const ConfigureRun& run) {
     std::string bytes;
     Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(saved)));
     Forgive(File::Chmod(saved, kPrivate));
-    if (!File::ReadBytes(run.installed->ConfPath(), bytes) || !File::WriteBytes(saved, bytes, kPrivate))
+    if (!run.installed->ReadConf(bytes) || !File::WriteBytes(saved, bytes, kPrivate))
         return Error::Fail(L"Unable to write to file: ", saved);
     // Whatever becomes of the original from here on, nothing that it held is lost.
     run.installed->SetConfPath(saved);

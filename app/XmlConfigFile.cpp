@@ -1,6 +1,8 @@
 // The XML configuration file: its search path, who may have left it, and what makes it unusable.
 #include "app/XmlConfigFile.h"
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -42,17 +44,19 @@ std::vector<SearchPiece> SearchPieces() {
     return pieces;
 }
 
-/// The first file of the pieces that `mayBeUsed` accepts, given its path and who chose its directory.
+/// The first file of the pieces that `mayBeUsed` accepts.
 template <typename Predicate>
-String FindFile(const std::vector<SearchPiece>& pieces, Predicate mayBeUsed) {
+std::optional<TrustedFile> FindFile(const std::vector<SearchPiece>& pieces, Predicate mayBeUsed) {
     for (const SearchPiece& piece : pieces) {
         corekit::StringTokenizer directories(piece.directories, L":");
         for (String directory; directories.GetToken(directory);) {
             String path = corekit::Program::Search(directory, kXmlFileName);
-            if (!path.IsEmpty() && mayBeUsed(path, piece.chosenBy)) return path;
+            if (path.IsEmpty()) continue;
+            TrustedFile file(path, piece.chosenBy);
+            if (mayBeUsed(file)) return file;
         }
     }
-    return String();
+    return std::nullopt;
 }
 
 void WarnOfRefusal(const String& path, const BasicXml::Refusal& refusal) {
@@ -63,10 +67,9 @@ void WarnOfRefusal(const String& path, const BasicXml::Refusal& refusal) {
 }
 
 /// Can the file's settings be used, or is it empty? (One that cannot be read holds nothing to be kept.)
-bool IsWellFormedOrEmpty(const String& path) {
+bool IsWellFormedOrEmpty(const TrustedFile& file) {
     std::string bytes;
-    return corekit::File::ReadBytes(path, bytes) &&
-           (bytes.empty() || BasicXml(bytes).GetRefusal() == nullptr);
+    return file.Read(bytes) && (bytes.empty() || BasicXml(bytes).GetRefusal() == nullptr);
 }
 
 }  // namespace
@@ -78,10 +81,11 @@ String BuildXmlSearchPath() {
 }
 
 std::unique_ptr<Settings> XmlConfigFile::Load() {
-    const String path = FindFile(SearchPieces(), IsTrusted);
-    if (path.IsEmpty()) return nullptr;
+    const auto file = FindFile(SearchPieces(), std::mem_fn(&TrustedFile::MayBeUsed));
+    if (!file) return nullptr;
+    const String& path = file->Path();
     std::string bytes;
-    if (const auto result = corekit::File::ReadBytes(path, bytes); !result) {
+    if (const auto result = file->Read(bytes); !result) {
         Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not used: " + GetErrorMsg(result) +
                        L".\n");
         return nullptr;
@@ -99,12 +103,11 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
 }
 
 void XmlConfigFile::Remove() {
-    const String path =
-        FindFile({{kDefaultSearchPath, ChosenBy::Program}}, [&](const String& candidate, ChosenBy by) {
-            return WhyNotTrusted(candidate, by).IsEmpty() &&
-                   (candidate == m_usedPath || IsWellFormedOrEmpty(candidate));
-        });
-    if (!path.IsEmpty()) corekit::Forgive(corekit::File::Remove(path));
+    const auto file = FindFile({{kDefaultSearchPath, ChosenBy::Program}}, [&](const TrustedFile& candidate) {
+        return candidate.WhyNot().IsEmpty() &&
+               (candidate.Path() == m_usedPath || IsWellFormedOrEmpty(candidate));
+    });
+    if (file) corekit::Forgive(corekit::File::Remove(file->Path()));
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -65,6 +65,12 @@ Result ReadBytes(const String& path, std::string& bytes) {
     Descriptor file;
     if (const Result result = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed, file, info); !result)
         return result;
+    return ReadBytes(file, bytes);
+}
+
+Result ReadBytes(const Descriptor& file, std::string& bytes) {
+    struct stat info {};
+    if (fstat(file.Get(), &info) != 0) return Result::FromErrno();
     if (info.st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
     std::string read;
     read.reserve(static_cast<std::size_t>(info.st_size));

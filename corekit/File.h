@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "corekit/Descriptor.h"
 #include "corekit/Encoding.h"
 #include "corekit/Result.h"
 #include "corekit/String.h"
@@ -24,6 +25,8 @@ bool IsWritable(const String& path);
 /// and what is over 256 MiB (EFBIG).
 Result Read(const String& path, String& text, const Encoding& encoding = Utf8Encoding());
 Result ReadBytes(const String& path, std::string& bytes);
+/// The rest of a regular file that is open.
+Result ReadBytes(const Descriptor& file, std::string& bytes);
 
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
 /// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A

@@ -11,17 +11,27 @@
 
 namespace corekit {
 
-IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
-    std::string text;
-    m_read = File::ReadBytes(path, text);
-    if (!m_read) text.clear();
-    const bool fallsBack = keyCase == KeyCase::FallBack;
-    m_lines = std::make_unique<IniLines>(std::move(text),
-                                         fallsBack ? IniIndex::Match::ElseAnyCase : IniIndex::Match::Exact);
+namespace {
+
+std::unique_ptr<IniLines> Lines(std::string bytes, IniFile::KeyCase keyCase) {
+    const bool fallsBack = keyCase == IniFile::KeyCase::FallBack;
+    return std::make_unique<IniLines>(std::move(bytes),
+                                      fallsBack ? IniIndex::Match::ElseAnyCase : IniIndex::Match::Exact);
 }
 
-IniFile::IniFile(const String& path, const String& text)
-    : m_path(path), m_lines(std::make_unique<IniLines>(text.Utf8(), IniIndex::Match::Exact)) {}
+}  // namespace
+
+IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
+    std::string bytes;
+    m_read = File::ReadBytes(path, bytes);
+    if (!m_read) bytes.clear();
+    m_lines = Lines(std::move(bytes), keyCase);
+}
+
+IniFile::IniFile(const String& path, const String& text) : IniFile(path, text.Utf8(), KeyCase::Exact) {}
+
+IniFile::IniFile(const String& path, std::string bytes, KeyCase keyCase)
+    : m_path(path), m_lines(Lines(std::move(bytes), keyCase)) {}
 
 IniFile::~IniFile() = default;
 IniFile::IniFile(IniFile&&) noexcept = default;

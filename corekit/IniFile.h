@@ -3,6 +3,7 @@
 
 #include <map>
 #include <memory>
+#include <string>
 
 #include "corekit/Result.h"
 #include "corekit/String.h"
@@ -30,6 +31,8 @@ class IniFile {
     explicit IniFile(const String& path, KeyCase keyCase = KeyCase::Exact);
     /// A file that is yet to be written, and the text that it begins with: nothing is read.
     IniFile(const String& path, const String& text);
+    /// What was read of a file before.
+    IniFile(const String& path, std::string bytes, KeyCase keyCase);
     ~IniFile();
     IniFile(IniFile&&) noexcept;
     IniFile& operator=(IniFile&&) noexcept;

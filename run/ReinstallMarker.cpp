@@ -9,7 +9,7 @@ namespace Zorvane::AgentInstaller {
 
 bool IsReinstallPending() {
     return corekit::File::Exists(Names::kReinstallClientConf) &&
-           IsTrusted(Names::kReinstallClientConf, ChosenBy::Program);
+           TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,12 +1,14 @@
 // Whose file it is: the rule about directories that others can write.
 #include "run/TrustedFile.h"
 
-#include <cerrno>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "corekit/Env.h"
+#include "corekit/File.h"
 #include "corekit/Path.h"
+#include "corekit/SystemCall.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
@@ -54,9 +56,7 @@ bool OthersCanWriteBelow(const String& directory, ChosenBy chosenBy) {
 }
 
 /// Why a file in a directory that others can write must not be used; empty when it may be.
-String WhyNotOurs(const String& path) {
-    struct stat info {};
-    if (lstat(path.Utf8().c_str(), &info) != 0) return corekit::GetErrorMsg(corekit::Result::FromErrno());
+String WhyNotOurs(const struct stat& info) {
     if (!S_ISREG(info.st_mode)) return L"it is not a regular file";
     if (!IsOurs(info.st_uid)) return L"it belongs to another user";
     if (OthersCanWrite(info)) return L"other users can write to it";
@@ -65,21 +65,35 @@ String WhyNotOurs(const String& path) {
 
 }  // namespace
 
-String WhyNotTrusted(const String& path, ChosenBy chosenBy) {
+TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     String directory = Path::GetDirectory(path);
     if (directory.IsEmpty()) directory = L".";
     String canonical;
-    if (const auto result = Path::Canonicalise(directory, canonical); !result)
-        return corekit::GetErrorMsg(result);
+    if (m_opened = Path::Canonicalise(directory, canonical); !m_opened) {
+        m_whyNot = GetErrorMsg(m_opened);
+        return;
+    }
     const bool handOver = directory == Names::kHandOverDir;
-    return handOver || OthersCanWriteBelow(canonical, chosenBy) ? WhyNotOurs(path) : String();
+    const bool exposed = handOver || OthersCanWriteBelow(canonical, chosenBy);
+    const auto links = exposed ? corekit::Links::Refused : corekit::Links::Followed;
+    // By the path that was judged, which no link leads elsewhere meanwhile.
+    const String canonicalPath = Path::Join(canonical, Path::GetFileName(path));
+    struct stat info {};
+    m_opened = corekit::OpenRegular(AT_FDCWD, corekit::NativePath(canonicalPath), links, m_file, info);
+    if (!exposed) return;
+    const bool isThere = info.st_mode != 0;
+    if (isThere) m_whyNot = WhyNotOurs(info);
+    if (m_whyNot.IsEmpty() && !m_opened) m_whyNot = GetErrorMsg(m_opened);
 }
 
-bool IsTrusted(const String& path, ChosenBy chosenBy) {
-    const String why = WhyNotTrusted(path, chosenBy);
-    if (!why.IsEmpty())
-        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not used: " + why + L".\n");
-    return why.IsEmpty();
+bool TrustedFile::MayBeUsed() const {
+    if (!m_whyNot.IsEmpty())
+        Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + m_whyNot + L".\n");
+    return m_whyNot.IsEmpty();
+}
+
+corekit::Result TrustedFile::Read(std::string& bytes) const {
+    return m_opened ? corekit::File::ReadBytes(m_file, bytes) : m_opened;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -2,6 +2,10 @@
 // them.
 #pragma once
 
+#include <string>
+
+#include "corekit/Descriptor.h"
+#include "corekit/Result.h"
 #include "corekit/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -12,14 +16,31 @@ enum class ChosenBy {
     Administrator,  // the command line or an environment variable named it: its owner does not matter
 };
 
-/// Why the file must not be used: empty when it may be. In a directory that others can write, it must be a
-/// regular file, owned by root or the invoking user (real user, SUDO_UID) and not writable by others. A
-/// directory counts as one when it is /tmp/ksclt, belongs to somebody else, is writable by all, or lies below
-/// such a one without a sticky bit.
-corekit::String WhyNotTrusted(const corekit::String& path, ChosenBy chosenBy);
+/// A file that is opened once: what was opened is judged, and what was judged is read, whatever others put in
+/// its place meanwhile. In a directory that others can write, it must be a regular file, owned by root or the
+/// invoking user (real user, SUDO_UID) and not writable by others. A directory counts as one when it is
+/// /tmp/ksclt, belongs to somebody else, is writable by all, or lies below such a one without a sticky bit.
+class TrustedFile {
+  public:
+    TrustedFile(const corekit::String& path, ChosenBy chosenBy);
 
-/// The same question, answered with "WARNING! <path> is not used: <why>." on standard error when it may not
-/// be used.
-bool IsTrusted(const corekit::String& path, ChosenBy chosenBy);
+    const corekit::String& Path() const { return m_path; }
+
+    /// Why the file must not be used: empty when it may be.
+    const corekit::String& WhyNot() const { return m_whyNot; }
+
+    /// The same question, answered with "WARNING! <path> is not used: <why>." on standard error when it may
+    /// not be used.
+    bool MayBeUsed() const;
+
+    /// Reads the file, once.
+    corekit::Result Read(std::string& bytes) const;
+
+  private:
+    corekit::String m_path;
+    corekit::String m_whyNot;
+    corekit::Result m_opened;
+    corekit::Descriptor m_file;
+};
 
 }  // namespace Zorvane::AgentInstaller

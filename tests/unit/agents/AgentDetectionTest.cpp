@@ -118,6 +118,18 @@ TEST(AgentFromConfigFile, KnowsItsFileAndItsDirectory) {
     EXPECT_EQ(agent->ConfPath().Utf8(), dir / "client.conf");
 }
 
+TEST(AgentFromConfigFile, StaysWhatItsFileSaidThen) {
+    const TempDir dir;
+    Write(dir / "client.conf", ConfOf("6", "0", "250") + "[Kell Servers]\nserver-1=kell.example\n");
+    const auto agent = AgentFromConfigFile(String::FromUtf8(dir / "client.conf"));
+    ASSERT_NE(agent, nullptr);
+    Write(dir / "client.conf", "[Kell Servers]\nserver-1=evil.example\n");
+    EXPECT_EQ(agent->LoadSettings()->Get(L"KSName"), L"kell.example");
+    std::string bytes;
+    EXPECT_TRUE(agent->ReadConf(bytes));
+    EXPECT_NE(bytes.find("kell.example"), std::string::npos);
+}
+
 TEST(AgentFromConfigFile, WithoutAVersionIsOf56) {
     const TempDir dir;
     Write(dir / "client.conf", "[Configuration]\nInstallDir=/opt/agent\n");
@@ -316,7 +328,7 @@ TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnothersDirectory) {
     // In a machine that has no other users, a file of the kernel's looks like another's.
     if (chown(dir.Path().c_str(), 12345, 12345) != 0 || chown(conf.c_str(), 12345, 12345) != 0)
         conf = "/proc/sys/kernel/hostname";
-    ASSERT_NE(WhyNotTrusted(String::FromUtf8(conf), ChosenBy::Program), L"");
+    ASSERT_NE(TrustedFile(String::FromUtf8(conf), ChosenBy::Program).WhyNot(), L"");
 
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", conf);
     const auto output = Captured([&] {

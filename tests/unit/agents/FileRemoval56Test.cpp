@@ -9,6 +9,7 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+using corekit::IniFile;
 using corekit::String;
 using testfiles::Exists;
 using testfiles::TempDir;
@@ -108,7 +109,11 @@ class FileRemoval56 : public testing::Test {
             Write(m_temp / "new.conf", "[Configuration]\n" + newConfiguration);
             newConf = String::FromUtf8(m_temp / "new.conf");
         }
-        RemoveInstalledFiles56(String::FromUtf8(m_temp / "client.conf"), newConf);
+        RemoveInstalledFiles56(Conf("client.conf"), newConf);
+    }
+
+    IniFile Conf(const std::string& name) const {
+        return IniFile(String::FromUtf8(m_temp / name), IniFile::KeyCase::FallBack);
     }
 
     const TempDir m_temp;
@@ -133,7 +138,7 @@ std::set<std::string> NamesIn(const std::string& directory) {
 
 TEST_F(FileRemoval56, TakesNothingWithoutTheFile) {
     WriteAll({kGo.begin(), kGo.end()});
-    RemoveInstalledFiles56(String::FromUtf8(m_temp / "none"), L"");
+    RemoveInstalledFiles56(Conf("none"), L"");
     for (const std::string& path : kGo) {
         EXPECT_TRUE(Exists(path)) << path;
         std::filesystem::remove(path);

@@ -16,7 +16,7 @@ namespace {
 using corekit::String;
 
 String Why(const std::string& path, ChosenBy chosenBy = ChosenBy::Program) {
-    return WhyNotTrusted(String::FromUtf8(path), chosenBy);
+    return TrustedFile(String::FromUtf8(path), chosenBy).WhyNot();
 }
 
 TEST(TrustedFile, AFileOfOursInTmpMayBeUsed) {
@@ -95,6 +95,24 @@ TEST(TrustedFile, AMissingFileIsNotUsed) {
     EXPECT_EQ(Why("/tmp/missing"), L"No such file or directory");
 }
 
+TEST(TrustedFile, WhatWasJudgedIsRead) {
+    testfiles::Write("/tmp/judged", "judged", 0600);
+    const TrustedFile file(L"/tmp/judged", ChosenBy::Program);
+    ASSERT_EQ(unlink("/tmp/judged"), 0);
+    testfiles::Write("/tmp/judged", "put in its place", 0666);
+    std::string bytes;
+    EXPECT_TRUE(file.MayBeUsed());
+    EXPECT_TRUE(file.Read(bytes));
+    EXPECT_EQ(bytes, "judged");
+}
+
+TEST(TrustedFile, WhatIsNoFileCannotBeRead) {
+    const testfiles::TempDir directory;
+    const TrustedFile file(String::FromUtf8(directory.Path()), ChosenBy::Program);
+    std::string bytes;
+    EXPECT_EQ(file.Read(bytes), corekit::Result(EISDIR));
+}
+
 class TrustedFileOfAnother : public testing::Test {
   protected:
     void SetUp() override {
@@ -131,8 +149,8 @@ TEST_F(TrustedFileOfAnother, IsUsedInADirectoryThatTheAdministratorNamed) {
 
 TEST(TrustedFile, AFileThatIsPassedOverIsWarnedOf) {
     testfiles::Write("/tmp/op\nen", "x", 0666);
-    const auto output =
-        testsupport::Captured([] { EXPECT_FALSE(IsTrusted(L"/tmp/op\nen", ChosenBy::Program)); });
+    const auto output = testsupport::Captured(
+        [] { EXPECT_FALSE(TrustedFile(L"/tmp/op\nen", ChosenBy::Program).MayBeUsed()); });
     EXPECT_EQ(output.err, "WARNING! /tmp/op\\x0aen is not used: other users can write to it.\n");
     EXPECT_EQ(output.out, "");
 }
