@@ -33,8 +33,10 @@ bool Agent60::RemoveFiles(const String& newConfPath) {
     if (ConfPath().IsEmpty()) return false;
     if (!newConfPath.IsEmpty()) return RelocateFiles(newConfPath);
     const IniFile oldConf = OldConf();
+    // While client.conf is there: a next run finds them by it when this one is interrupted.
+    const bool areLogsRemoved = RemoveRotatedDebugLogs(oldConf);
     RemoveInstalledFiles60(oldConf);
-    return RemoveRotatedDebugLogs(oldConf);
+    return areLogsRemoved;
 }
 
 bool Agent60::RelocateFiles(const String& newConfPath) {

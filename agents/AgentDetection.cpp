@@ -37,6 +37,8 @@ constexpr const wchar_t* kPackageQuery =
     L" -q -l qdn-ksclt |grep client.proto | sed -e 's/.etc.client.proto//' -e 's,//,/,g'";
 constexpr const wchar_t* kNewLabel = L"6.0SP2";
 
+constexpr const wchar_t* kUsualDir = L"/opt/zorvane/kell/ksagent";
+
 // Where a configuration may lie beside what the environment and the package manager name, in this order.
 constexpr const wchar_t* kKnownConfs[] = {
     L"/opt/zorvane/kell/ksagent/etc/client.conf",
@@ -95,15 +97,25 @@ String QueryPackageDir() {
     return rpm.IsEmpty() ? String() : RunShellCommand(corekit::Text::ShellWord(rpm) + kPackageQuery);
 }
 
+bool IsAmong(const std::vector<Candidate>& candidates, const String& path) {
+    return std::ranges::find(candidates, path, &Candidate::path) != candidates.end();
+}
+
+/// The copy that an upgrade saves comes last: it is all that there is when one was killed after it had
+/// removed the old agent and before its own configuration was in place.
 std::vector<Candidate> Candidates(const String& packageDir) {
     String fromEnvironment;
     corekit::Env::Get(kConfigVariable, fromEnvironment);
     std::vector<Candidate> candidates = {{fromEnvironment, ChosenBy::Administrator}};
     for (const wchar_t* path : kKnownConfs) candidates.push_back({path, ChosenBy::Program});
     // The package usually lies at the known place: no file is to be warned of twice.
-    const String packaged = packageDir + Names::kClientConf;
-    const bool isKnown = std::ranges::find(candidates, packaged, &Candidate::path) != candidates.end();
-    if (!packageDir.IsEmpty() && !isKnown) candidates.push_back({packaged, ChosenBy::Program});
+    for (const wchar_t* file : {Names::kClientConf, Names::kSavedClientConf}) {
+        for (const String& directory : {String(kUsualDir), packageDir}) {
+            const String path = directory + file;
+            if (!directory.IsEmpty() && !IsAmong(candidates, path))
+                candidates.push_back({path, ChosenBy::Program});
+        }
+    }
     return candidates;
 }
 

@@ -2,6 +2,7 @@
 #include "agents/FileRemoval60.h"
 
 #include <algorithm>
+#include <functional>
 
 #include "agents/ConfiguredPaths.h"
 #include "corekit/Dir.h"
@@ -57,10 +58,13 @@ constexpr StoredFiles kStoredFiles[] = {
 
 // Below the install directory.
 constexpr const wchar_t* kGeneratedFiles[] = {
-    L"etc/client.conf", L"etc/client.conf.old", L"etc/config.xml",     L"etc/om-ior",
-    L"etc/host.GUID",   L"etc/UserLog.ini",     L"etc/.upgrade",       L"bin/runit.sh",
-    L"bin/qdn-env",     L"bin/rcscript",        L"var/qdn-client.log", L"qdn-install.log",
+    L"etc/client.conf.old", L"etc/config.xml",     L"etc/om-ior",      L"etc/host.GUID",
+    L"etc/UserLog.ini",     L"etc/.upgrade",       L"bin/runit.sh",    L"bin/qdn-env",
+    L"bin/rcscript",        L"var/qdn-client.log", L"qdn-install.log",
 };
+constexpr const wchar_t* kEtc = L"etc";
+constexpr const wchar_t* kClientConfName = L"client.conf";
+constexpr const wchar_t* kClientConf = L"etc/client.conf";
 constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
@@ -109,22 +113,50 @@ bool IsInstallerFile(const String& name) {
                        [&](const wchar_t* file) { return name == file; });
 }
 
-void RemoveAllButInstallerFiles(const String& installDir) {
-    // A link leads to what is somebody else's as well.
-    if (corekit::IsHostDirectory(installDir) || File::IsLink(installDir)) return;
-    Forgive(Dir::Scan(installDir, String(), [](const FileInfo& entry) {
-        if (!IsInstallerFile(entry.name)) {
+/// A link leads to what is somebody else's as well.
+bool IsOurs(const String& directory) {
+    return !corekit::IsHostDirectory(directory) && !File::IsLink(directory);
+}
+
+void RemoveEntriesBut(const String& directory, const std::function<bool(const String& name)>& stays) {
+    if (!IsOurs(directory)) return;
+    Forgive(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
+        if (!stays(entry.name))
             Forgive(entry.isDirectory ? Dir::Remove(entry.path) : File::Remove(entry.path));
-        }
         return true;
     }));
 }
 
+/// The configuration goes last: by it the next run finds what is left when this one is interrupted.
 void RemoveInstallDir(const String& installDir) {
     if (installDir.IsEmpty()) return;
-    if (IsReinstallPending()) return RemoveAllButInstallerFiles(installDir);
-    for (const wchar_t* file : kInstallerFiles) Forgive(File::Remove(installDir + file));
-    Forgive(Dir::Remove(installDir));
+    const String etc = installDir + kEtc;
+    const bool isReinstall = IsReinstallPending();
+    if (!isReinstall) {
+        for (const wchar_t* file : kInstallerFiles) Forgive(File::Remove(installDir + file));
+    }
+    RemoveEntriesBut(installDir, [&](const String& name) {
+        return name == kEtc || (isReinstall && IsInstallerFile(name));
+    });
+    if (IsOurs(installDir)) RemoveEntriesBut(etc, [](const String& name) { return name == kClientConfName; });
+    Forgive(File::Remove(installDir + kClientConf));
+    if (!isReinstall) {
+        Forgive(Dir::Remove(installDir));
+    } else if (IsOurs(installDir)) {
+        Forgive(Dir::Remove(etc));
+    }
+}
+
+void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf) {
+    if (directory.IsEmpty()) return;
+    const String path = directory + file;
+    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) Forgive(File::Remove(path));
+}
+
+void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf) {
+    const String directory = UsableDirectory(installDir);
+    for (const wchar_t* file : kGeneratedFiles) RemoveGeneratedFile(directory, file, newConf);
+    if (!directory.IsEmpty()) Forgive(File::RemoveEx(directory + kBackupCopies));
 }
 
 }  // namespace
@@ -135,19 +167,16 @@ void RemoveInstalledFiles60(const IniFile& oldConf) {
     RemoveVariableData(oldConf);
     RemoveStores(oldConf);
     RemoveGuidFile(oldConf);
-    RemoveGeneratedFiles60(installDir);
+    RemoveGeneratedFilesButClientConf(installDir, nullptr);
     Forgive(Dir::Remove(ConfiguredDirectory(oldConf, L"var")));
     RemoveInstallDir(installDir);
 }
 
 void RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
-    const String directory = UsableDirectory(installDir);
-    if (directory.IsEmpty()) return;
-    for (const wchar_t* file : kGeneratedFiles) {
-        const String path = directory + file;
-        if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) Forgive(File::Remove(path));
-    }
-    Forgive(File::RemoveEx(directory + kBackupCopies));
+    // First: without it the next run goes by the copy that the upgrade saved, which knows what has been
+    // carried.
+    RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf);
+    RemoveGeneratedFilesButClientConf(installDir, newConf);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,6 +1,7 @@
 // Which key of an installed agent's client.conf is which setting.
 #include "agents/InstalledSettings.h"
 
+#include "config/PathMacros.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
 #include "corekit/Text.h"
@@ -63,10 +64,22 @@ String GuidIn(const String& text) {
     return guid.Trim();
 }
 
+/// Where an upgrade that was interrupted has carried a file: below the directory in which it saved its copy
+/// of the configuration.
+String CarriedPath(const IniFile& conf, String path) {
+    const String& copy = conf.FileName();
+    if (!copy.EndsWith(Names::kSavedClientConf)) return path;
+    const String newInstallDir = copy.Left(copy.Length() - String(Names::kSavedClientConf).Length());
+    RebasePath(path, conf.GetValue(Names::kConfiguration, L"installdir"), newInstallDir);
+    return path;
+}
+
 void LoadGuid(const IniFile& conf, Settings& settings) {
     const String path = conf.GetValue(Names::kConfiguration, kGuidFile);
+    if (path.IsEmpty()) return;
     String text;
-    if (!path.IsEmpty() && corekit::File::Read(path, text)) settings.Value(L"Guid") = GuidIn(text);
+    if (corekit::File::Read(path, text) || corekit::File::Read(CarriedPath(conf, path), text))
+        settings.Value(L"Guid") = GuidIn(text);
 }
 
 /// "2 3 5" and "235" become "rc2;rc3;rc5;".

@@ -24,6 +24,8 @@ namespace File = corekit::File;
 
 namespace {
 
+constexpr const wchar_t* kPrivateDirectory = L".qdn-configure.XXXXXX";
+constexpr const wchar_t* kAllPrivateDirectories = L".qdn-configure.??????";
 constexpr const wchar_t* kEdited = L"/stuff";
 constexpr const wchar_t* kKept = L"/kept";
 
@@ -50,7 +52,7 @@ class CurrentDirectory {
 class PrivateDirectory {
   public:
     explicit PrivateDirectory(const String& parent) {
-        std::string pattern = corekit::Path::Join(parent, L".qdn-configure.XXXXXX").Utf8();
+        std::string pattern = corekit::Path::Join(parent, kPrivateDirectory).Utf8();
         if (mkdtemp(pattern.data()) != nullptr) m_path = String::FromUtf8(pattern);
     }
     ~PrivateDirectory() { Forgive(corekit::Dir::Remove(m_path)); }
@@ -98,6 +100,26 @@ bool Contains(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;
 }
 
+/// Is the file what is left of an edit that broke off while it was written?
+bool IsCutOff(const String& file, const String& kept, std::span<const DeletedLines> deleted) {
+    std::string content;
+    std::string old;
+    if (!File::ReadBytes(file, content) || !File::ReadBytes(kept, old)) return false;
+    const std::string remaining = WithoutLines(old, deleted);
+    return content.size() < remaining.size() && remaining.starts_with(content);
+}
+
+/// Removes what killed runs left beside a file; one that such a run left cut off gets its old content back.
+void ClearUpAfterKilledRuns(const String& file, std::span<const DeletedLines> deleted) {
+    const String parent = corekit::Path::GetDirectory(file);
+    Forgive(corekit::Dir::Scan(parent, kAllPrivateDirectories, [&](const corekit::FileInfo& entry) {
+        const String kept = entry.path + kKept;
+        if (IsCutOff(file, kept, deleted)) Forgive(File::Rename(kept, file));
+        Forgive(corekit::Dir::Remove(entry.path));
+        return true;
+    }));
+}
+
 }  // namespace
 
 std::string WithoutLines(std::string_view content, std::span<const DeletedLines> deleted) {
@@ -122,7 +144,9 @@ std::string WithoutLines(std::string_view content, std::span<const DeletedLines>
 void DeleteLines(const String& path, const String& command, std::span<const DeletedLines> deleted) {
     String file;
     std::string old;
-    if (!corekit::Path::Canonicalise(path, file) || !File::ReadBytes(file, old)) return;
+    if (!corekit::Path::Canonicalise(path, file)) return;
+    ClearUpAfterKilledRuns(file, deleted);
+    if (!File::ReadBytes(file, old)) return;
     const std::string remaining = WithoutLines(old, deleted);
     if (remaining == old) return;
 

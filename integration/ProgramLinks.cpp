@@ -50,7 +50,7 @@ bool CreateProgramLinks(SetupContext& context) {
     const String linkDir = corekit::IniFile(context.confPath).GetValue(Names::kConfiguration, L"bindir");
     LinkPrograms(programDir, linkDir, context.settings->Value(L"InstallDir") + Names::kEnvironmentScript);
     // However that directory is spelled: a link there would lead to itself.
-    if (!corekit::Path::IsMatch(linkDir, Names::kHelperDir)) {
+    if (!linkDir.IsEmpty() && !corekit::Path::IsMatch(linkDir, Names::kHelperDir)) {
         Forgive(corekit::File::SymLink(Names::kHelperProgram,
                                        corekit::Path::Join(linkDir, Names::kHelperName),
                                        corekit::File::IfPresent::Keep));

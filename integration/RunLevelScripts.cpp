@@ -38,9 +38,10 @@ String TemplateName(const String& distribution) {
 
 bool InstallService(const SetupContext& context, const String& installDir) {
     const String templatePath = installDir + L"/etc/" + TemplateName(DetectDistribution());
-    const String configured =
-        corekit::IniFile(context.confPath).GetValue(Names::kConfiguration, L"runlevels_start");
-    const RunLevels levels = SplitRunLevels(configured);
+    const corekit::IniFile conf(context.confPath);
+    if (!conf.ReadResult())
+        return false;  // one that cannot be read names no levels: nothing would start the agent
+    const RunLevels levels = SplitRunLevels(conf.GetValue(Names::kConfiguration, L"runlevels_start"));
     static_cast<void>(RCScriptBackend::Uninstall(Names::kServiceName));
     return RCScriptBackend::Install(Names::kServiceName, templatePath, installDir, levels.startList,
                                     levels.stopList);

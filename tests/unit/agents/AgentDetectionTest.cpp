@@ -220,6 +220,10 @@ TEST_F(InstalledAgent, IsLookedForInTheOrderOfTheCandidates) {
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", dir / "client.conf");
     EXPECT_EQ(Found(), "/opt/package");  // no file: a package that nobody understands
 
+    Lay("/opt/package/etc/client.conf.old", 7);
+    EXPECT_EQ(Found(), "/opt/607");
+    Lay("/opt/zorvane/kell/ksagent/etc/client.conf.old", 6);
+    EXPECT_EQ(Found(), "/opt/606");
     Lay("/opt/package/etc/client.conf", 5);
     EXPECT_EQ(Found(), "/opt/605");
     Lay(kInventory, 4);

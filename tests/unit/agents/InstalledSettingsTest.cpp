@@ -192,6 +192,15 @@ TEST_F(InstalledSettings, ReadTheGuidWithoutItsLineEndsAndTheProgramsOwnLine) {
     }
 }
 
+TEST_F(InstalledSettings, FromTheCopyOfAnInterruptedUpgradeHaveTheGuidThatItHasCarried) {
+    testfiles::Write(m_dir / "etc/host.GUID", "{1234}\nnull");
+    testfiles::Write(m_dir / "etc/client.conf.old",
+                     "[Configuration]\ninstalldir=/opt/gone\nguid_guid_file=/opt/gone/etc/host.GUID\n");
+    const auto settings =
+        LoadInstalledSettings(IniFile(String::FromUtf8(m_dir / "etc/client.conf.old")), Generation::Agent60);
+    EXPECT_EQ(settings->Value(L"Guid"), L"{1234}");
+}
+
 TEST_F(InstalledSettings, HaveNoGuidWhenItsFileIsNotThere) {
     const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "absent.GUID" + "\n");
     EXPECT_EQ(settings->Value(L"GuidDir").Utf8(), m_dir.Path());

@@ -123,6 +123,24 @@ TEST_F(LineRemoval, WorksInAPrivateDirectoryBesideTheFileAndReturns) {
     EXPECT_EQ(after, before);
 }
 
+TEST_F(LineRemoval, ClearsUpAfterARunThatWasKilled) {
+    Write(m_file, "a\nb\n");
+    Write(m_dir / ".qdn-configure.abcdef/kept", "a\nAgent\nb\n");
+    Delete();
+    EXPECT_EQ(Read(m_file), "a\nb\n");
+    EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
+}
+
+TEST_F(LineRemoval, EditsAgainWhatAKilledRunLeftCutOff) {
+    for (const char* cutOff : {"", "a", "a\n"}) {
+        Write(m_file, cutOff);
+        Write(m_dir / ".qdn-configure.abcdef/kept", "a\nAgent\nb\n");
+        Delete();
+        EXPECT_EQ(Read(m_file), "a\nb\n");
+        EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
+    }
+}
+
 TEST_F(LineRemoval, ReturnsToACurrentDirectoryThatHasGone) {
     String before;
     ASSERT_TRUE(corekit::Dir::GetCurrent(before));

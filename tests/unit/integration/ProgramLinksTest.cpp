@@ -60,6 +60,16 @@ TEST_F(ProgramLinks, UsrBinByAnotherNameGetsNoLinkToTheHelperEither) {
     unlink("/usr/bin/qdn-configure");
 }
 
+TEST_F(ProgramLinks, WithoutADirectoryThereAreNone) {
+    Configure("");
+    const testfiles::TempDir dir;
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(dir.Path());
+    EXPECT_TRUE(CreateProgramLinks(m_context));
+    std::filesystem::current_path(before);
+    EXPECT_EQ(Names(dir.Path()), std::vector<std::string>{});
+}
+
 TEST_F(ProgramLinks, SomebodyElsesHelperStays) {
     testfiles::Write("/opt/agent/links/qdn-helper", "theirs");
     EXPECT_TRUE(CreateProgramLinks(m_context));

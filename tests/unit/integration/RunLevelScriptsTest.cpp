@@ -93,6 +93,12 @@ TEST_F(RunLevelScripts, AControlScriptThatCannotBePlacedFails) {
     EXPECT_TRUE(testfiles::Exists(kService));
 }
 
+TEST_F(RunLevelScripts, AConfigurationThatCannotBeReadFails) {
+    m_context.confPath = L"/opt/agent/etc";
+    SetUpScripts(false);
+    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
+}
+
 TEST_F(RunLevelScripts, NoLevelsAreNoFailure) {
     Configure("runlevels_start=\n");
     SetUpScripts();
