@@ -8,13 +8,11 @@ import pickle
 import shutil
 import signal
 import stat
-import subprocess
 import traceback
 
-OVERLAID = ("/etc", "/usr", "/var")
-COPIED = ("/opt", "/tmp", "/var/tmp")
+LARGE_TREES = ("/etc", "/usr")
+SMALL = ("/opt", "/tmp", "/var/tmp")
 EMPTY = ("/run/lock",)
-STATE = "/run/faults/state"
 POINT = "/run/faults/point"
 SECONDS = 60  # that a point may take
 
@@ -36,18 +34,6 @@ def mount(kind, target, options=""):
     check(libc.mount(kind.encode(), target.encode(), kind.encode(), 0, options.encode()))
 
 
-def copy(source, target):
-    subprocess.run(["cp", "-a", source + "/.", target], check=True)
-
-
-def keep_state():
-    """Notes what the machine holds now: every copy begins with it."""
-    os.makedirs(POINT)
-    for directory in COPIED:
-        os.makedirs(STATE + directory)
-        copy(directory, STATE + directory)
-
-
 def is_everyone_mapped():
     return open("/proc/self/uid_map").read().split()[2] == "4294967295"
 
@@ -57,16 +43,13 @@ def enter_copy():
     here = os.getcwd()
     check(libc.unshare(CLONE_NEWNS))
     mount("tmpfs", POINT)
-    for tree in OVERLAID:
-        upper, work = POINT + "/changes" + tree, POINT + "/work" + tree
+    for tree in LARGE_TREES + SMALL:
+        upper, work = (f"{POINT}/{kind}/{tree.replace('/', '-')}" for kind in ("changes", "work"))
         os.makedirs(upper)
         os.makedirs(work)
         shutil.copymode(tree, upper)
         options = f"lowerdir={tree},upperdir={upper},workdir={work}"
         mount("overlay", tree, options + ("" if is_everyone_mapped() else ",userxattr"))
-    for directory in COPIED:
-        mount("tmpfs", directory)
-        copy(STATE + directory, directory)
     for directory in EMPTY:
         mount("tmpfs", directory, "mode=1777")
     os.chdir(here)
@@ -134,13 +117,11 @@ def paths_below(top):
 
 
 def tree():
-    """What stands at every path that may have changed on this copy, by path."""
-    paths = set()
-    for overlaid in OVERLAID:
-        changes = POINT + "/changes"
-        paths.update(path[len(changes):] for path in paths_below(changes + overlaid))
-    for directory in COPIED + EMPTY:
-        paths.update(paths_below(directory))
+    """What stands on this copy, by path; of the large trees only what may have changed."""
+    paths = {path for directory in SMALL + EMPTY for path in paths_below(directory)}
+    for overlaid in LARGE_TREES:
+        upper = f"{POINT}/changes/{overlaid.replace('/', '-')}"
+        paths.update(overlaid + path[len(upper):] for path in paths_below(upper))
     return {path: look_at(path) for path in paths}
 
 
@@ -151,12 +132,12 @@ def before(path):
 
 
 def value_in(seen, path):
-    """What a tree has at a path. Of the overlaid trees it tells only what may have changed."""
-    if path in seen or path.startswith(COPIED + EMPTY):
+    """What a tree has at a path; of the large ones it tells only of what may have changed."""
+    if path in seen or path.startswith(SMALL + EMPTY):
         return seen.get(path)
     return before(path)
 
 
-def state():
-    """All of the directories that are copied, as every copy begins with them."""
-    return {path: before(path) for directory in COPIED for path in paths_below(directory)}
+def laid_down():
+    """All that stands in the small directories of the machine that every copy begins with."""
+    return {path: before(path) for directory in SMALL for path in paths_below(directory)}

@@ -30,7 +30,7 @@ given_elsewhere() {
     given_an_old_agent 6.0SP2
     mkdir -p "${elsewhere%/*}"
     given_the_package "$elsewhere"
-    given_package_manager "$elsewhere"
+    have_package_manager "$elsewhere"
     conf=$elsewhere/etc/client.conf
     command=(-configure -noimode -dir "$elsewhere")
 }
@@ -42,8 +42,8 @@ given_clean() {
     command=(-clean "$agent")
 }
 
-# given_package_manager DIR: one that has the agent's package there.
-given_package_manager() {
+# have_package_manager DIR: one that has the agent's package there.
+have_package_manager() {
     printf '#!/bin/sh\necho %s/etc/client.proto\n' "$1" >/usr/sbin/rpm
     chmod 755 /usr/sbin/rpm
 }
