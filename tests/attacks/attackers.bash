@@ -1,4 +1,5 @@
 # What a hostile user of the host does, in the words of the stories.
+# shellcheck disable=SC2154 # a session says where the desk is
 
 # Another user's file at a path that is free. Where only root exists (a namespace of an ordinary user), a file of the
 # host stands there instead, which is nobody's for those inside: its content is another, its owner is a stranger too.
@@ -33,3 +34,6 @@ expect_treasure() {
     same "the treasure" "$desk/treasure-after" <"$desk/treasure"
     expect_file /root/treasure/below/file <<<"precious"
 }
+
+# What would set a terminal's title, clear its screen and colour it, by C0 and C1 control characters.
+steering() { printf '\033]0;owned\007\033[2J\302\23331m'; }

@@ -1,5 +1,6 @@
 # SIGHUP, SIGINT and SIGTERM at many moments of a run: it ends by the signal, nothing that it started runs on, nothing
 # that it made for itself stays, and the next run works.
+# shellcheck disable=SC2154 # a session says where things are
 load support
 
 forget_the_agent() {

@@ -1,4 +1,5 @@
 # Two runs at once: one works, the other says so and changes nothing.
+# shellcheck disable=SC2154 # a session says where things are
 load support
 
 # A configuration that holds the lock until `let_it_go`: it waits for what its package manager says.
@@ -47,12 +48,12 @@ END
     given_plain_xml /var
     status=0
     (cd / && env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin "$program" -configure -noimode -quiet | cat >"$desk/out") || status=$?
-    [ -e /var/$xml ]
+    [ -e "/var/$xml" ]
     grep -qx "  Another run of qdn-configure is in progress." "$desk/out"
     let_it_go
     qdn_configure -configure -noimode
     expect_status 0
-    expect_missing /var/$xml
+    expect_missing "/var/$xml"
 }
 
 @test "of many runs that start together at least one works, and each of the others says so" {
