@@ -37,3 +37,9 @@ expect_treasure() {
 
 # What would set a terminal's title, clear its screen and colour it, by C0 and C1 control characters.
 steering() { printf '\033]0;owned\007\033[2J\302\23331m'; }
+
+# The host as it was before any agent came: the next round of a story begins.
+forget_the_agent() {
+    rm -rf /opt/zorvane /opt/elsewhere /etc/init.d/zorvane /etc/rc[0-6].d/*zorvane
+    mkdir -p /opt/zorvane
+}

@@ -3,11 +3,6 @@
 # shellcheck disable=SC2154 # a session says where things are
 load support
 
-forget_the_agent() {
-    rm -rf /opt/zorvane /etc/init.d/zorvane /etc/rc[0-6].d/*zorvane
-    mkdir -p /opt/zorvane
-}
-
 given_fresh() {
     forget_the_agent
     given_the_package

@@ -1,0 +1,168 @@
+# What a hostile user plants at the paths that the program reads, writes or removes where others can write: nothing of
+# root's changes, nothing of the attacker's is used, and the run does what it would have done.
+# shellcheck disable=SC2154 # a session says where things are
+load support
+
+evil_xml() {
+    cat <<END
+<KSAgentConfiguration>
+  <KSName>evil.example</KSName>
+  <Settings Start="no"><InstallDir>/opt/evil</InstallDir></Settings>
+</KSAgentConfiguration>
+END
+}
+
+# plant KIND PATH: in the place of a file that the program would read. A link leads to root's treasure.
+plant() {
+    rm -rf "$2"
+    case $1 in
+        link) ln -s /root/treasure/below/file "$2" ;;
+        dangling) ln -s /root/treasure/made "$2" ;;
+        loop) ln -s "$2" "$2" ;;
+        fifo) mkfifo "$2" ;;
+        directory) mkdir "$2"; echo kept >"$2/file" ;;
+        socket) /usr/bin/python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$2" ;;
+        open) evil_xml >"$2"; chmod 0666 "$2" ;;
+        strangers) evil_xml | given_strangers_file "$2" ;;
+    esac
+}
+
+take_away() {
+    umount "$1" 2>/dev/null || true
+    rm -rf "$1"
+}
+
+# In turn with each kind of thing at a path, the configuration works with the administrator's own file in /var.
+configure_with_planted() {
+    local path=$1 kind
+    given_treasure
+    for kind in link dangling loop fifo directory socket open strangers; do
+        given_the_package
+        given_plain_xml /var
+        mkdir -p "$(dirname "$path")"
+        plant "$kind" "$path"
+        status=0
+        timeout 60 "$program" -configure -noimode >"$desk/out" 2>"$desk/err" || status=$?
+        expect_status 0
+        expect_value "Kell Servers" server-1 kell.example
+        expect_missing /opt/evil /root/treasure/made
+        expect_treasure
+        take_away "$path"
+        forget_the_agent
+    done
+}
+
+@test "in the place of the XML configuration file" { configure_with_planted "/tmp/$xml"; }
+
+@test "in the place of the hand-over configuration of an upgrade" {
+    configure_with_planted /tmp/ksclt/.migrate-client.conf
+}
+
+@test "in the place of the mark of a reinstallation" { configure_with_planted /tmp/ksclt/.reinstall-client.conf; }
+
+@test "in the place of the hand-over directory itself" { configure_with_planted /tmp/ksclt; }
+
+@test "in the place of the log and the bootstrap that a clean keeps or removes" {
+    local path kind
+    given_treasure
+    for path in /tmp/ksclt/qdn-bootstrap /tmp/ksclt/qdn-ksclt-install.log /tmp/ksclt/below; do
+        for kind in link dangling loop fifo directory socket open; do
+            given_an_old_agent 6.2
+            mkdir -p /tmp/ksclt
+            plant "$kind" "$path"
+            qdn_configure -clean "$agent"
+            expect_status 0
+            expect_missing "$agent" /root/treasure/made
+            expect_treasure
+            forget_the_agent
+            take_away /tmp/ksclt
+        done
+    done
+}
+
+@test "in the current directory and the one above it" {
+    local kind directory
+    given_treasure
+    mkdir -p /tmp/theirs/below
+    chmod 0777 /tmp/theirs /tmp/theirs/below
+    for directory in /tmp/theirs /tmp/theirs/below; do
+        for kind in link fifo directory open strangers; do
+            given_the_package
+            given_plain_xml /var
+            plant "$kind" "$directory/$xml"
+            status=0
+            (cd /tmp/theirs/below && exec timeout 60 "$program" -configure -noimode >"$desk/out" 2>"$desk/err") || status=$?
+            expect_status 0
+            expect_value "Kell Servers" server-1 kell.example
+            expect_missing /opt/evil
+            expect_treasure
+            take_away "$directory/$xml"
+        done
+    done
+}
+
+@test "a second name of root's file in the place of one that is removed or replaced" {
+    local path
+    mount -t tmpfs tmpfs /opt/zorvane # where hard links can be made, as on a host with one file system
+    mkdir -p /opt/zorvane/secret
+    echo "precious" >/opt/zorvane/secret/file
+    chmod 0600 /opt/zorvane/secret/file
+    given_an_old_agent 6.2
+    for path in "$agent/etc/client.conf.old" "$agent/etc/host.GUID" "$agent/var/qdn-client.log" "$agent/bin/qdn-env" \
+        "$agent/var/tasks/two.kst"; do
+        ln -f /opt/zorvane/secret/file "$path"
+    done
+    given_the_package
+    given_plain_xml
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_file /opt/zorvane/secret/file <<<"precious"
+    [ "$(stat -c %a:%u /opt/zorvane/secret/file)" = 600:0 ]
+}
+
+# The stores may belong to the agent's own user, who may plant links there.
+@test "links in the agent's directories to root's files and directories" {
+    local place command
+    given_treasure
+    for command in "-clean $agent" "-configure -noimode" "-configure -noimode -dir $elsewhere"; do
+        given_an_old_agent 6.0
+        for place in "$agent/var" "$agent/var/queue" "$agent/var/tasks" "$agent/var/packages" "$agent/var/swd"; do
+            mkdir -p "$place"
+            ln -sfn /root/treasure "$place/tree"
+            ln -sfn /root/treasure/below/file "$place/file"
+            ln -sfn /root/treasure/below "$place/x.kst"
+            ln -sfn /root/treasure/below/file "$place/$package.qdn-pkg-info"
+            mkfifo "$place/fifo"
+        done
+        rm "$agent/var/qdn-client.log"
+        ln -s /root/treasure/below/file "$agent/var/qdn-client.log"
+        case $command in
+            *"$elsewhere") given_the_package "$elsewhere"; given_plain_xml /tmp "$elsewhere" ;;
+            -configure*) given_the_package; given_plain_xml ;;
+        esac
+        status=0
+        # shellcheck disable=SC2086 # words on purpose
+        timeout 60 "$program" $command >"$desk/out" 2>"$desk/err" || status=$?
+        expect_status 0
+        expect_treasure
+        forget_the_agent
+    done
+}
+
+@test "the agent's directories themselves as links to root's" {
+    local store
+    for store in queue tasks packages swd; do
+        given_an_old_agent 6.2
+        given_treasure
+        rm -rf "${agent:?}/var/$store"
+        ln -s /root/treasure "$agent/var/$store"
+        given_the_package
+        given_plain_xml
+        qdn_configure -configure -noimode
+        expect_status 0
+        expect_file /root/treasure/below/file <<<"precious"
+        forget_the_agent
+    done
+}
+
+each_test_is_a_session
