@@ -43,6 +43,62 @@ END
     let_it_go
 }
 
+# An agent's configuration that is being cleaned, likewise: it waits for the tool that registers services.
+given_a_clean_in_progress() {
+    mkfifo "$desk/asked" "$desk/answer"
+    given_an_old_agent 6.2
+    given_the_package
+    printf '#!/bin/sh\n: >%s\nread -r line <%s\n' "$desk/asked" "$desk/answer" >/usr/sbin/chkconfig
+    chmod 0755 /usr/sbin/chkconfig
+    "$program" -clean "$agent" >"$desk/first-out" 2>"$desk/first-err" &
+    first=$!
+    : <"$desk/asked"
+    rm /usr/sbin/chkconfig
+}
+
+@test "while a clean runs every other run is refused" {
+    given_a_clean_in_progress
+    given_plain_xml
+    local command
+    for command in "-configure" "-configure -noimode -quiet" "-iconfigure" "-clean $agent"; do
+        # shellcheck disable=SC2086 # words on purpose
+        qdn_configure $command
+        expect_refusal
+    done
+    echo >"$desk/answer"
+    wait "$first"
+    expect_missing "$agent" /run/lock/qdn-configure.lock
+}
+
+is_refused() { grep -qx "  Another run of qdn-configure is in progress." "$1"; }
+
+@test "a clean and a configuration that start together end as if one had come after the other" {
+    local round cleaning cleaned configured refused=0
+    for ((round = 0; round < 30; round++)); do
+        given_the_package
+        given_plain_xml
+        "$program" -configure -noimode >/dev/null
+        given_plain_xml
+        cleaned=0 configured=0
+        "$program" -clean "$agent" >"$desk/clean" 2>&1 &
+        cleaning=$!
+        "$program" -configure -noimode >"$desk/configure" 2>&1 || configured=$?
+        wait "$cleaning" || cleaned=$?
+        if is_refused "$desk/clean"; then
+            [ "$cleaned $configured" = "1 0" ]
+            expect_value "Kell Servers" server-1 kell.example
+            [ -x /etc/init.d/zorvane ]
+            refused=$((refused + 1))
+        else
+            [ "$cleaned" -eq 0 ]
+            [ "$configured" -eq 0 ] || is_refused "$desk/configure" || grep -q "^ERROR: Missing file in install" "$desk/configure"
+            expect_missing "$agent/etc/client.conf" /etc/init.d/zorvane
+        fi
+        expect_missing /run/lock/qdn-configure.lock
+    done
+    [ "$refused" -gt 0 ]
+}
+
 @test "the script of a package that is installed meanwhile fails, and its configuration file stays for the next run" {
     given_a_run_in_progress
     given_plain_xml /var
