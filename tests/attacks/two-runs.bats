@@ -113,25 +113,32 @@ is_refused() { grep -qx "  Another run of qdn-configure is in progress." "$1"; }
 }
 
 @test "of many runs that start together at least one works, and each of the others says so" {
-    local run statuses=() status done=0
+    local run runs status worked refused=0
     given_the_package
-    for run in 1 2 3 4 5 6 7 8; do
-        given_plain_xml
-        QDNCLIENT_CONFIG_XML_DIR=/tmp "$program" -configure -noimode >"$desk/out-$run" 2>"$desk/err-$run" &
-        statuses+=($!)
+    given_plain_xml "$HOME" # it stays
+    export QDNCLIENT_CONFIG_XML_DIR=$HOME
+    for _ in {1..5}; do
+        runs=() worked=0
+        for run in {0..7}; do
+            "$program" -configure -noimode >"$desk/out-$run" 2>&1 &
+            runs+=($!)
+        done
+        for run in {0..7}; do
+            status=0
+            wait "${runs[run]}" || status=$?
+            if is_refused "$desk/out-$run"; then
+                [ "$status" -eq 1 ]
+                refused=$((refused + 1))
+            else
+                [ "$status" -eq 0 ]
+                worked=$((worked + 1))
+            fi
+        done
+        [ "$worked" -ge 1 ]
+        expect_value "Kell Servers" server-1 kell.example
+        expect_missing /run/lock/qdn-configure.lock
     done
-    for run in 1 2 3 4 5 6 7 8; do
-        status=0
-        wait "${statuses[run - 1]}" || status=$?
-        if grep -qx "  Another run of qdn-configure is in progress." "$desk/out-$run"; then
-            [ "$status" -eq 1 ]
-        elif [ "$status" -eq 0 ]; then
-            done=$((done + 1))
-        fi
-    done
-    [ "$done" -ge 1 ]
-    expect_value "Kell Servers" server-1 kell.example
-    expect_missing /run/lock/qdn-configure.lock
+    [ "$refused" -gt 0 ]
 }
 
 @test "a run that was killed does not stop the next one" {
