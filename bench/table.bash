@@ -33,11 +33,11 @@ compare() {
             printf "%-30s %9s | %10.2f %7.1f | %-34s %11.2f %7.1f | %7.3f %7.3f | %s\n",
                 work, size, ours, memory, name[1], $2, $4, $5, $6, verdict
         }' "$work/paired"
-    awk -F '\t' -v size="$2" 'NR == 1 { ours = $2 } $1 ~ /^limit:/ { print size, ours, $2 }' "$work/paired" >>"$work/growth"
+    awk -F '\t' -v size="$2" 'NR == 1 { ours = $3 } $1 ~ /^limit:/ { print size, ours, $3 }' "$work/paired" >>"$work/growth"
 }
 
-# growth WORK: how our time, and that of the limit, has grown over the sizes that were compared since the last time that
-# growth was told; a step of ours that is more than 1.25 times that of the limit is a miss.
+# growth WORK: how our processor time, and that of the limit, has grown over the sizes that were compared since the last
+# time that growth was told; a step of ours that is more than 1.25 times that of the limit is a miss.
 growth() {
     awk -v work="$1" '
         $1 == size { next }

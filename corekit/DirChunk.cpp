@@ -17,20 +17,22 @@ bool IsSelfOrParent(std::string_view name) {
     return name == "." || name == "..";
 }
 
+constexpr std::size_t kLeastAtOnce = 512;  // holds an entry with the longest name
+constexpr std::size_t kMostAtOnce = 65536;
+
 constexpr int kReadings = 100;
 
 /// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
 Result TakeOutOnce(int directory, DirChunk& chunk, const std::function<bool(const DirEntry&)>& take,
                    bool& isDue) {
     bool hasTaken = false;
-    int chunks = 0;
-    for (;; ++chunks) {
+    for (bool isFirst = true;; isFirst = false) {
         const Result result = chunk.Read(directory);
+        for (const DirEntry& entry : chunk) hasTaken |= take(entry);
         if (chunk.IsEnd()) {
-            isDue = hasTaken && chunks > 1;
+            isDue = hasTaken && !isFirst;
             return result;
         }
-        for (const DirEntry& entry : chunk) hasTaken |= take(entry);
     }
 }
 
@@ -43,20 +45,40 @@ bool IsDirectory(int directory, const DirEntry& entry) {
 }
 
 // Left uninitialised: pages that no directory fills are never touched.
-DirChunk::DirChunk() : m_buffer(new char[kLargest]) {}
+DirChunk::DirChunk() : m_buffer(new char[kMostAtOnce]), m_names(new char[kLargest]) {
+    m_entries.reserve(kLargest / sizeof(DirEntry));
+}
 
 Result DirChunk::Read(int directory, std::size_t size) {
     m_entries.clear();
-    const ssize_t length = getdents64(directory, m_buffer.get(), std::clamp(size, kSmallest, kLargest));
+    m_namesSize = 0;
+    // Entries take less than twice what the kernel tells them in.
+    const std::size_t atOnce = std::clamp(size / 2, kLeastAtOnce, kMostAtOnce);
+    Result result;
+    do {
+        result = ReadOn(directory, atOnce);
+    } while (!m_isEnd && Size() + 2 * atOnce <= size);
+    std::ranges::sort(m_entries, {}, &DirEntry::inode);
+    return result;
+}
+
+Result DirChunk::ReadOn(int directory, std::size_t size) {
+    const ssize_t length = getdents64(directory, m_buffer.get(), size);
     m_isEnd = length <= 0;
     if (length < 0) return errno == ENOENT ? Result() : Result::FromErrno();
     for (ssize_t at = 0; at < length;) {
         const auto* entry = reinterpret_cast<const dirent64*>(m_buffer.get() + at);
-        if (!IsSelfOrParent(entry->d_name)) m_entries.push_back({entry->d_ino, entry->d_type, entry->d_name});
+        if (!IsSelfOrParent(entry->d_name)) Add(entry->d_ino, entry->d_type, entry->d_name);
         at += entry->d_reclen;
     }
-    std::ranges::sort(m_entries, {}, &DirEntry::inode);
     return Result();
+}
+
+void DirChunk::Add(std::uint64_t inode, unsigned char type, std::string_view name) {
+    char* const own = m_names.get() + m_namesSize;
+    m_namesSize += name.copy(own, name.size());
+    m_names[m_namesSize++] = '\0';
+    m_entries.push_back({inode, type, own});
 }
 
 Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take) {

@@ -12,8 +12,8 @@ setup() {
 
 # times OURS THEIRS CPU-RATIO NAME: what the stand-in tells, of two commands.
 times() {
-    printf '%s\t%s\t%s\t%s\t%s\t%s\n' ours "$1" 9 4.2 1 1 \
-        "$4" "$2" 9 2.1 "$(awk "BEGIN { print $1 / $2 }")" "$3" >"$work/times"
+    printf '%s\t%s\t%s\t%s\t%s\t%s\n' ours "$1" "$1" 4.2 1 1 \
+        "$4" "$2" "$2" 2.1 "$(awk "BEGIN { print $1 / $2 }")" "$3" >"$work/times"
 }
 
 # The last column of the rows that a comparison makes.

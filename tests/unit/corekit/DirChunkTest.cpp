@@ -103,13 +103,13 @@ TEST(TakeOut, OffersEveryEntryAndStopsWhenNoneIsTaken) {
 TEST(TakeOut, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
     const Workspace dir;
     const std::string filler(240, 'f');
-    for (int i = 0; i < 8000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));
+    for (int i = 0; i < 20000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     int offered = 0;
     EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
         ++offered;
         return true;  // as if it were taken and came back
     }));
-    EXPECT_GE(offered, 100 * 8000);
-    EXPECT_LE(offered, 101 * 8000);
+    EXPECT_GE(offered, 100 * 20000);
+    EXPECT_LE(offered, 101 * 20000);
 }

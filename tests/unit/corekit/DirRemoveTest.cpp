@@ -163,8 +163,8 @@ TEST(DirRemove, GoesOnAfterAFailureInAWideDirectory) {
     const Workspace dir;
     testfiles::Write(dir / "other", "x");
     const std::string stem(200, 'n');
-    MakeWideDirectory(dir / "tree", 12000, stem);  // read in three chunks
-    const std::string busy = stem + "-6000.kse";
+    MakeWideDirectory(dir / "tree", 40000, stem);  // read in three chunks
+    const std::string busy = stem + "-20000.kse";
     const Mount mount = Mount::Bind(dir / "other", dir / ("tree/" + busy));
     EXPECT_EQ(Dir::Remove(dir("tree")), Result(EBUSY));
     EXPECT_THAT(NamesIn(dir / "tree"), ElementsAre(busy));
