@@ -13,8 +13,8 @@
 
 namespace corekit {
 
-/// Names and values are bytes here. Names and values are trimmed; line ends and NULs in what is asked for or set count
-/// as blanks.
+/// Names and values are bytes here. Names and values are trimmed; line ends and NULs in what is asked for or
+/// set count as blanks.
 class IniLines {
   public:
     IniLines(std::string text, IniIndex::Match match);
