@@ -8,19 +8,6 @@ given_strangers_file() {
     chown 65534:65534 "$1" 2>/dev/null || mount --bind /usr/bin/env "$1"
 }
 
-# as_stranger COMMAND ...: as another user, where there is one.
-as_stranger() {
-    if [ -z "${strangers_exist:-}" ]; then
-        strangers_exist=no
-        ! setpriv --reuid 65534 --regid 65534 --clear-groups true 2>/dev/null || strangers_exist=yes
-    fi
-    if [ "$strangers_exist" = yes ]; then
-        setpriv --reuid 65534 --regid 65534 --clear-groups "$@"
-    else
-        "$@"
-    fi
-}
-
 # Something of root's that no attack may change: made before it, seen to be the same after it.
 given_treasure() {
     mkdir -p /root/treasure/below
