@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
-#include <vector>
 
 #include "corekit/DirChunk.h"
 #include "corekit/File.h"
@@ -32,7 +31,7 @@ struct Dir::Stream {
     String path;
     std::string pattern;
     DirChunk chunk;
-    std::vector<DirEntry>::const_iterator next;
+    const DirEntry* next = nullptr;
 
     /// Null at the end, and where the rest cannot be read.
     const DirEntry* Next() {
@@ -40,7 +39,7 @@ struct Dir::Stream {
             Forgive(chunk.Read(directory.Get()));
             next = chunk.begin();
         }
-        return next == chunk.end() ? nullptr : &*next++;
+        return next == chunk.end() ? nullptr : next++;
     }
 };
 

@@ -45,12 +45,10 @@ bool IsDirectory(int directory, const DirEntry& entry) {
 }
 
 // Left uninitialised: pages that no directory fills are never touched.
-DirChunk::DirChunk() : m_buffer(new char[kMostAtOnce]), m_names(new char[kLargest]) {
-    m_entries.reserve(kLargest / sizeof(DirEntry));
-}
+DirChunk::DirChunk() : m_buffer(new char[kMostAtOnce]), m_memory(new DirEntry[kMostEntries]) {}
 
 Result DirChunk::Read(int directory, std::size_t size) {
-    m_entries.clear();
+    m_first = kMostEntries;
     m_namesSize = 0;
     // Entries take less than twice what the kernel tells them in.
     const std::size_t atOnce = std::clamp(size / 2, kLeastAtOnce, kMostAtOnce);
@@ -58,7 +56,8 @@ Result DirChunk::Read(int directory, std::size_t size) {
     do {
         result = ReadOn(directory, atOnce);
     } while (!m_isEnd && Size() + 2 * atOnce <= size);
-    std::ranges::sort(m_entries, {}, &DirEntry::inode);
+    std::sort(m_memory.get() + m_first, m_memory.get() + kMostEntries,
+              [](const DirEntry& left, const DirEntry& right) { return left.inode < right.inode; });
     return result;
 }
 
@@ -75,10 +74,10 @@ Result DirChunk::ReadOn(int directory, std::size_t size) {
 }
 
 void DirChunk::Add(std::uint64_t inode, unsigned char type, std::string_view name) {
-    char* const own = m_names.get() + m_namesSize;
-    m_namesSize += name.copy(own, name.size());
-    m_names[m_namesSize++] = '\0';
-    m_entries.push_back({inode, type, own});
+    char* const own = reinterpret_cast<char*>(m_memory.get()) + m_namesSize;
+    own[name.copy(own, name.size())] = '\0';
+    m_namesSize += name.size() + 1;
+    m_memory[--m_first] = {inode, type, own};
 }
 
 Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take) {

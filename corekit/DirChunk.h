@@ -6,7 +6,6 @@
 #include <functional>
 #include <memory>
 #include <string_view>
-#include <vector>
 
 #include "corekit/Result.h"
 
@@ -37,18 +36,21 @@ class DirChunk {
     Result Read(int directory, std::size_t size = kLargest);
     bool IsEnd() const { return m_isEnd; }
 
-    auto begin() const { return m_entries.begin(); }
-    auto end() const { return m_entries.end(); }
+    const DirEntry* begin() const { return m_memory.get() + m_first; }
+    const DirEntry* end() const { return m_memory.get() + kMostEntries; }
 
   private:
-    std::size_t Size() const { return m_namesSize + m_entries.size() * sizeof(DirEntry); }
+    static constexpr std::size_t kMostEntries = kLargest / sizeof(DirEntry);
+
+    std::size_t Size() const { return m_namesSize + (kMostEntries - m_first) * sizeof(DirEntry); }
     Result ReadOn(int directory, std::size_t size);
     void Add(std::uint64_t inode, unsigned char type, std::string_view name);
 
     std::unique_ptr<char[]> m_buffer;
-    std::unique_ptr<char[]> m_names;  // each ended by a NUL
+    /// Names from its front on, each ended by a NUL; entries from its back.
+    std::unique_ptr<DirEntry[]> m_memory;
     std::size_t m_namesSize = 0;
-    std::vector<DirEntry> m_entries;
+    std::size_t m_first = kMostEntries;
     bool m_isEnd = false;
 };
 
