@@ -73,6 +73,24 @@ END
     expect_that_the_next_run_works
 }
 
+@test "Ctrl-C while a tool of the host runs ends the tool, too" {
+    given_an_old_agent 6.2
+    given_the_package
+    printf '#!/bin/sh\necho looking >&2\nsleep 1000 | cat\n' >/usr/sbin/rpm
+    chmod 0755 /usr/sbin/rpm
+    at_the_terminal -iconfigure <<'END'
+see "looking"
+type "\x03"
+END
+    expect_status 130
+    expect_same_terminal
+    expect_untouched
+    ps -eo comm= >"$desk/processes"
+    expect_no_line '^sleep$' "$desk/processes"
+    rm /usr/sbin/rpm
+    expect_that_the_next_run_works
+}
+
 @test "Ctrl-D ends the input at each question" {
     expect_interrupted() {
         expect_status 1
