@@ -4,10 +4,12 @@
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "corekit/Interruption.h"
 #include "corekit/SystemCall.h"
 #include "corekit/TempName.h"
 #include "corekit/TreeCopy.h"
@@ -55,6 +57,9 @@ Result Rename(const Entry& from, const Entry& to, Existing existing) {
 
 Result MoveByCopy(const Entry& from, const Entry& to, Existing existing) {
     if (existing == Existing::Stays && Exists(to)) return Result(EEXIST);
+    // A tree may take long: what a signal leaves of its copy is cleared away by the next run.
+    std::optional<Interruption::Delay> untilItStandsOrIsGone;
+    if (!IsDirectory(from)) untilItStandsOrIsGone.emplace();
     Entry copy = to;
     Result result = MakeBeside(to, copy.name, [&](const std::string& candidate) {
         return CopyEntry(from, {to.directory, candidate});

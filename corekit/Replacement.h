@@ -11,8 +11,7 @@
 namespace corekit {
 
 /// Until it is committed, the new file has a hidden name of its own and nobody but the owner may read it;
-/// without a commit it goes when this object goes. No signal
-/// ends the process meanwhile.
+/// without a commit it goes when this object goes. No signal ends the process meanwhile.
 class Replacement {
   public:
     explicit Replacement(Entry target) : m_target(std::move(target)) {}

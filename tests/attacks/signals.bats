@@ -34,22 +34,31 @@ leftovers() {
         -name qdn-configure.lock \) -print
 }
 
-# Each of COUNT points is a system call, evenly spread over the run, that brings a signal.
+# The calls that bring a signal, as "NAME when=N" for strace, which counts those of each name by themselves: so many,
+# evenly spread over the run, and every flush, since each stands between the making of a file and its renaming. How
+# often a shell is looked after is a matter of time.
+points_of_run() {
+    awk -F '(' '/^[a-z0-9_]+\(/ && !/^(wait4|poll|read|rt_sigprocmask)\(/ { print $1 " when=" ++count[$1] }' \
+        "$desk/calls" >"$desk/points"
+    awk -v wanted="$1" -v calls="$(wc -l <"$desk/points")" '
+        /^fsync/ { print; next }
+        NR >= (chosen + 1) * (calls - 2) / wanted && chosen < wanted { print; chosen++ }' "$desk/points"
+}
+
+# interrupt_at STORY COUNT ARGUMENT ...
 interrupt_at() {
-    local story=$1 count=$2 names=(HUP INT TERM) statuses=(129 130 143) points calls point name when which status
+    local story=$1 count=$2 names=(HUP INT TERM) statuses=(129 130 143) points point name when which status
     shift 2
     "given_$story"
     strace -qq -o "$desk/calls" -e signal=none "$program" "$@" >/dev/null 2>&1
-    # strace counts the calls of each name by themselves; how often a shell is looked after is a matter of time
-    mapfile -t points < <(awk -F '(' '/^[a-z0-9_]+\(/ && !/^(wait4|poll|read|rt_sigprocmask)\(/ { print $1 " when=" ++count[$1] }' "$desk/calls")
-    calls=${#points[@]}
-    [ "$calls" -gt "$count" ]
-    for ((point = 1; point <= count; point++)); do
+    mapfile -t points < <(points_of_run "$count")
+    [ "${#points[@]}" -ge "$count" ]
+    for point in "${!points[@]}"; do
         which=$((point % 3))
         "given_$story"
         processes >"$desk/processes"
         status=0
-        read -r name when <<<"${points[point * (calls - 2) / count]}"
+        read -r name when <<<"${points[point]}"
         strace -qq -o "$desk/calls" -e "trace=$name" -e signal=none \
             -e "inject=$name:signal=SIG${names[which]}:$when" "$program" "$@" >"$desk/out" 2>"$desk/err" || status=$?
         [ "$status" -eq "${statuses[which]}" ] || fail "$story, $name:$when: status $status, $(<"$desk/out") $(<"$desk/err")"
@@ -60,7 +69,7 @@ interrupt_at() {
 }
 
 @test "a configuration that a signal ends leaves nothing behind" {
-    interrupt_at fresh 24 -configure -noimode
+    interrupt_at fresh 12 -configure -noimode
     given_plain_xml
     qdn_configure -configure -noimode
     expect_status 0
@@ -68,7 +77,7 @@ interrupt_at() {
 }
 
 @test "an upgrade that a signal ends leaves nothing behind" {
-    interrupt_at upgrade 24 -configure -noimode
+    interrupt_at upgrade 12 -configure -noimode
     given_plain_xml
     qdn_configure -configure -noimode
     expect_status 0
@@ -76,7 +85,7 @@ interrupt_at() {
 }
 
 @test "a clean that a signal ends leaves nothing behind" {
-    interrupt_at clean 24 -clean "$agent"
+    interrupt_at clean 12 -clean "$agent"
     qdn_configure -clean "$agent"
     expect_status 0
     expect_missing "$agent"

@@ -1,11 +1,14 @@
 // Moving single entries.
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/syscall.h>
+#include <unistd.h>
 
+#include "corekit/Interruption.h"
 #include "corekit/Relocation.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
@@ -36,6 +39,18 @@ Result Move(const std::string& from, const std::string& to, Existing existing) {
     return MoveEntry(source.At(), target.At(), existing);
 }
 
+/// Moves the file and ends by SIGTERM, which comes as soon as anything of it is in the target's directory.
+[[noreturn]] void MoveUnderASignal(const std::string& from, const std::string& toDirectory) {
+    corekit::Interruption::Prepare();
+    if (fork() == 0) {
+        while (fs::is_empty(toDirectory)) continue;
+        kill(getppid(), SIGTERM);
+        _exit(0);
+    }
+    corekit::Forgive(Move(from, toDirectory + "/name", Existing::Stays));
+    for (;;) pause();
+}
+
 }  // namespace
 
 TEST(MoveEntry, ReplacesOrKeepsWhatHasTheName) {
@@ -48,6 +63,16 @@ TEST(MoveEntry, ReplacesOrKeepsWhatHasTheName) {
     EXPECT_EQ(testfiles::Read(dir / "to"), "new");
     EXPECT_TRUE(Move(dir / "to", dir / "free", Existing::Stays));
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("free"));
+}
+
+TEST(MoveEntry, LeavesNoHalfFileOnAnotherFileSystemWhenASignalEndsTheProcess) {
+    const Workspace dir;
+    const Mount other = Mount::Tmpfs(dir / "other");
+    testfiles::Write(dir / "name", std::string(16UL * 1024 * 1024, 'x'));
+    EXPECT_EXIT(MoveUnderASignal(dir / "name", dir / "other"), testing::KilledBySignal(SIGTERM), "");
+    EXPECT_THAT(NamesIn(dir / "other"), ElementsAre("name"));
+    EXPECT_EQ(fs::file_size(dir / "other/name"), 16UL * 1024 * 1024);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("other"));
 }
 
 TEST(MoveEntry, LinksWhereNoRenameSparesWhatExists) {

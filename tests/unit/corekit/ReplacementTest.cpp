@@ -1,5 +1,6 @@
 // Files that take the place of others in one step.
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
@@ -7,6 +8,7 @@
 #include <string>
 #include <unistd.h>
 
+#include "corekit/Interruption.h"
 #include "corekit/Replacement.h"
 #include "corekit/SystemCall.h"
 #include "tests/support/Workspace.h"
@@ -35,6 +37,23 @@ TEST(Replacement, StandsBesideItsTargetUntilItIsCommitted) {
     ASSERT_TRUE(replacement.Commit());
     EXPECT_EQ(testfiles::Read(dir / "file"), "new");
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+}
+
+TEST(Replacement, GoesBeforeASignalEndsTheProcess) {
+    const Workspace dir;
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    EXPECT_EXIT(
+        {
+            corekit::Interruption::Prepare();
+            {
+                Replacement replacement({directory.Get(), "file"});
+                if (!replacement.Begin()) _exit(1);
+                raise(SIGTERM);
+            }
+            _exit(0);
+        },
+        testing::KilledBySignal(SIGTERM), "");
+    EXPECT_THAT(NamesIn(dir.Path()), testing::IsEmpty());
 }
 
 TEST(Replacement, GoesWithoutACommit) {
