@@ -11,7 +11,8 @@
 namespace Zorvane::AgentInstaller {
 
 std::unique_ptr<Settings> Agent56::LoadSettings() {
-    return LoadInstalledSettings(OldConf(), Generation::Agent56);
+    const corekit::IniFile oldConf = OldConf();
+    return oldConf.ReadResult() ? LoadInstalledSettings(oldConf, Generation::Agent56) : nullptr;
 }
 
 bool Agent56::RemoveSystemIntegration() {

@@ -9,6 +9,7 @@
 #include "agents/Relocation.h"
 #include "agents/ServiceRegistration.h"
 #include "config/SystemProbes.h"
+#include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
@@ -18,7 +19,8 @@ using corekit::IniFile;
 using corekit::String;
 
 std::unique_ptr<Settings> Agent60::LoadSettings() {
-    return LoadInstalledSettings(OldConf(), Generation::Agent60);
+    const IniFile oldConf = OldConf();
+    return oldConf.ReadResult() ? LoadInstalledSettings(oldConf, Generation::Agent60) : nullptr;
 }
 
 bool Agent60::RemoveSystemIntegration() {
@@ -43,6 +45,9 @@ bool Agent60::RelocateFiles(const String& newConfPath) {
     if (ConfPath().IsEmpty()) return false;
     const IniFile oldConf = OldConf();
     const IniFile newConf(newConfPath);
+    // Neither says then where the data is to go.
+    if (!oldConf.ReadResult() || !newConf.ReadResult())
+        return Error::Fail(L"Failed to read configuration files.");
     const DataMove moved = MoveData(oldConf, newConf);
     ConvertPackageStore(newConf);
     RemoveOldInstallation(oldConf, newConf, moved);

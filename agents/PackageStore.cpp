@@ -71,9 +71,11 @@ void ConvertPackage(const String& store, const String& name) {
     Fields fields;
     if (!ReadPackage(infoPath, store + name + L".qdn-pkg-xml", fields)) return;
     if (!WriteRecord(store + L".qdn-pkg-xml-" + newName, PackageRecord(fields), infoPath)) return;
-    MoveIfPresent(store + name + L".qdn-pkg-codebases", store + L".qdn-pkg-codebases-" + newName);
-    MoveIfPresent(store + name + L".qdn-pkg-snapshot", store + L".qdn-pkg-snapshot-" + newName);
-    corekit::Forgive(corekit::File::Remove(infoPath));
+    bool areMoved = true;
+    for (const wchar_t* file : {L".qdn-pkg-codebases", L".qdn-pkg-snapshot"})
+        areMoved = MoveIfPresent(store + name + file, store + file + L"-" + newName) && areMoved;
+    // As long as it is there, the next run converts the package again.
+    if (areMoved) corekit::Forgive(corekit::File::Remove(infoPath));
 }
 
 }  // namespace

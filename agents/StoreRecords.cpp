@@ -79,8 +79,8 @@ bool WriteRecord(const String& path, const String& text, const String& oldPath) 
     return File::WriteBytes(path, bytes, ModeOf(oldPath)).Ok();
 }
 
-void MoveIfPresent(const String& from, const String& to) {
-    if (IsThere(from) && !IsThere(to)) corekit::Forgive(File::Rename(from, to));
+bool MoveIfPresent(const String& from, const String& to) {
+    return !IsThere(from) || IsThere(to) || File::Rename(from, to).Ok();
 }
 
 }  // namespace Zorvane::AgentInstaller

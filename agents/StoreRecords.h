@@ -28,7 +28,7 @@ bool ReadXmlRecord(const corekit::String& path, corekit::String& text);
 /// record stands there, or it cannot be written. A record with that text is left as it is.
 bool WriteRecord(const corekit::String& path, const corekit::String& text, const corekit::String& oldPath);
 
-/// Renames a file that exists, unless the target does.
-void MoveIfPresent(const corekit::String& from, const corekit::String& to);
+/// Renames a file that exists, unless the target does. False when the rename fails.
+bool MoveIfPresent(const corekit::String& from, const corekit::String& to);
 
 }  // namespace Zorvane::AgentInstaller

@@ -21,7 +21,13 @@ namespace File = corekit::File;
 
 void MergeInstalledSettings(ConfigureRun& run) {
     const auto old = run.installed->LoadSettings();
-    if (!old) return;
+    const String confPath = run.installed->ConfPath();
+    if (!old) {
+        // Going on would replace the administrator's values by defaults.
+        run.ok =
+            confPath.IsEmpty() || Error::Fail(L"Missing or unreadable file in install. File: ", confPath);
+        return;
+    }
     Settings& settings = *run.settings;
     const String url = settings.Value(L"KSUrlFormat");
     const String name = settings.Value(L"KSName");

@@ -116,8 +116,12 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
 }
 
 Result MakeTemp(const String& pattern, String& path) {
-    std::string name = NativePath(pattern);
-    const Descriptor file(mkostemp(name.data(), O_CLOEXEC));
+    std::string name;
+    Descriptor file;
+    do {
+        name = NativePath(pattern);
+        file = Descriptor(mkostemp(name.data(), O_CLOEXEC));
+    } while (!file && errno == EINTR);
     if (!file) return Result::FromErrno();
     path = String::FromUtf8(name);
     return Result();

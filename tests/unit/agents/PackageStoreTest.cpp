@@ -1,11 +1,14 @@
 // Packages carried into today's layout without loss, or left as they are.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
 #include <sys/mount.h>
+#include <sys/syscall.h>
 
 #include "agents/PackageStore.h"
 #include "corekit/BasicXml.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -102,6 +105,22 @@ TEST_F(PackageStore, FinishesAConversionThatWasInterrupted) {
     EXPECT_EQ(Contents(), (std::map<std::string, std::string>{{"{ab-1}", ""},
                                                               {".qdn-pkg-xml-{AB-1}", record},
                                                               {".qdn-pkg-snapshot-{AB-1}", "snapshot"}}));
+}
+
+TEST_F(PackageStore, KeepsTheOldRecordUntilAllHasMoved) {
+    Write(kOld + ".qdn-pkg-info", kInfo);
+    ConvertPackages(L"/opt/packages");
+    Write(kOld + ".qdn-pkg-info", kInfo);
+    Write(kOld + ".qdn-pkg-snapshot", "snapshot");
+    const int status = testsupport::WithFailing({{SYS_renameat, EIO}}, [] {
+        ConvertPackages(L"/opt/packages");
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(Read(kOld + ".qdn-pkg-info"), kInfo);
+    ConvertPackages(L"/opt/packages");
+    EXPECT_FALSE(testfiles::Exists(kOld + ".qdn-pkg-info"));
+    EXPECT_EQ(Contents()[".qdn-pkg-snapshot-{AB-1}"], "snapshot");
 }
 
 TEST_F(PackageStore, ConvertsARecordThatSaysLittle) {

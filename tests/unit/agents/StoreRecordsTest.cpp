@@ -117,14 +117,14 @@ TEST(StoreRecords, WritesNoEmptyRecordAndNoneWhereItCannot) {
 
 TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
     const TempDir temp;
-    MoveIfPresent(PathOf(temp, "missing"), PathOf(temp, "to"));
+    EXPECT_TRUE(MoveIfPresent(PathOf(temp, "missing"), PathOf(temp, "to")));
     EXPECT_FALSE(Exists(temp / "to"));
     Write(temp / "from", "one");
-    MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to"));
+    EXPECT_TRUE(MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to")));
     EXPECT_FALSE(Exists(temp / "from"));
     EXPECT_EQ(Read(temp / "to"), "one");
     Write(temp / "from", "two");
-    MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to"));
+    EXPECT_TRUE(MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to")));
     EXPECT_EQ(Read(temp / "from"), "two");
     EXPECT_EQ(Read(temp / "to"), "one");
 }

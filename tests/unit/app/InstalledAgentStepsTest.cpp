@@ -76,6 +76,14 @@ TEST_F(InstalledAgentSteps, WithoutAnInstallDirectoryItIsThePackages) {
     EXPECT_EQ(Setting(L"InstallDir"), L"/opt/new");
 }
 
+TEST_F(InstalledAgentSteps, AConfigurationThatCannotBeLoadedFailsTheRun) {
+    m_agent->loads = false;
+    m_agent->SetConfPath(L"/opt/old/etc/client.conf");
+    MergeInstalledSettings(m_run);
+    EXPECT_FALSE(m_run.ok);
+    EXPECT_EQ(Error::m_sErrorText, L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
+}
+
 TEST_F(InstalledAgentSteps, NothingChangesWhenNothingCanBeLoaded) {
     m_agent->loads = false;
     Setting(L"Guid") = L"{A}";
