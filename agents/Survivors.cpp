@@ -42,6 +42,8 @@ Survivors::Survivors(const String& newConfPath, const String& oldInstallDir) {
 }
 
 bool Survivors::Include(const String& path) const {
+    // One that cannot be read may name anything.
+    if (m_newConf != nullptr && !m_newConf->ReadResult()) return true;
     return m_newConf != nullptr && (IsOurs(path) || !NamedWithin(*m_newConf, path).IsEmpty());
 }
 

@@ -111,6 +111,14 @@ TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
     }
 }
 
+TEST_F(SurvivorsTest, AreAllWhereTheNewConfigurationCannotBeRead) {
+    testfiles::Write("/opt/agent/bin/killem", "");
+    const Survivors survivors(L"/opt", L"/opt/agent/");  // a directory
+    survivors.RemoveOthers(L"/opt/agent/bin/killem");
+    survivors.RemoveOthersInTree(L"/opt/agent/bin");
+    EXPECT_TRUE(Exists("/opt/agent/bin/killem"));
+}
+
 TEST_F(SurvivorsTest, EmptiesNoHostDirectoryBehindALink) {
     std::filesystem::remove_all("/opt/agent/etc");
     std::filesystem::create_directory_symlink("/etc", "/opt/agent/etc");
