@@ -1,7 +1,9 @@
 # A first configuration that is disturbed on its way: a sample of the points that script/test-faults tries all of.
 
-undisturbed_by() { "$BATS_TEST_DIRNAME/sweep" fresh "$1" --sample "$2"; }
+disturbed_by() { "$BATS_TEST_DIRNAME/sweep" fresh "$1" --sample "$2"; }
 
-@test "being killed leaves nothing that the next run does not put right" {
-    undisturbed_by kill 50
-}
+@test "killed, it leaves nothing that the next run does not put right" { disturbed_by kill 50; }
+@test "a full disk is told, or does not matter" { disturbed_by ENOSPC 20; }
+@test "an error of a device is told, or does not matter" { disturbed_by EIO 20; }
+@test "interruptions are nothing" { disturbed_by EINTR 20; }
+@test "too many open files are told, or do not matter" { disturbed_by EMFILE 20; }

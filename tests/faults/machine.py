@@ -12,6 +12,7 @@ import traceback
 
 LARGE_TREES = ("/etc", "/usr")
 SMALL = ("/opt", "/tmp", "/var/tmp")
+OLD_AGENT = "/opt/zorvane/kell/ksagent"
 EMPTY = ("/run/lock",)
 POINT = "/run/faults/point"
 SECONDS = 60  # that a point may take

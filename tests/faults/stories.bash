@@ -1,6 +1,6 @@
 # The runs that are disturbed: each prepares a host and says in `command` which run changes it, and in `conf` which
 # configuration that run writes. Loaded after the functions of a session and of older agents.
-# shellcheck disable=SC2034,SC2154 # conf and command are read by the caller; a session says where the agent is
+# shellcheck disable=SC2034 # both are read by the caller
 
 given_fresh() {
     given_the_package

@@ -1,0 +1,9 @@
+# Upgrades and a clean that are disturbed on their way: a sample of the points that script/test-faults tries all of.
+
+disturbed_by() { "$BATS_TEST_DIRNAME/sweep" "$1" "$2" --sample "$3"; }
+
+@test "an upgrade in place that is killed is continued" { disturbed_by in_place kill 40; }
+@test "an upgrade of 5.6 that is killed is continued" { disturbed_by in_place_56 kill 30; }
+@test "an upgrade to another directory that is killed is continued" { disturbed_by elsewhere kill 40; }
+@test "a clean that is killed is continued" { disturbed_by clean kill 40; }
+@test "an upgrade that may not do something tells it" { disturbed_by in_place EACCES 20; }
