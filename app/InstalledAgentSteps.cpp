@@ -49,17 +49,21 @@ void CompleteInstallDir(ConfigureRun& run) {
 }
 
 bool SaveInstalledConfiguration(const ConfigureRun& run) {
-    if (!run.installed || run.installed->ConfPath().IsEmpty()) return true;
-    const String saved = MakeAbsolutePath(run.settings->Value(L"InstallDir")) + Names::kSavedClientConf;
-    if (corekit::Path::IsMatch(run.installed->ConfPath(), saved)) return true;
+    const String installDir = MakeAbsolutePath(run.settings->Value(L"InstallDir"));
+    const bool isKnown = run.installed && !run.installed->ConfPath().IsEmpty();
+    // The file of an agent that nobody recognised would be replaced all the same.
+    const String original = isKnown ? run.installed->ConfPath() : installDir + Names::kClientConf;
+    const String saved = installDir + Names::kSavedClientConf;
+    if (corekit::Path::IsMatch(original, saved) || (!isKnown && !File::Exists(original))) return true;
     constexpr unsigned kPrivate = 0600;
     std::string bytes;
     Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(saved)));
     Forgive(File::Chmod(saved, kPrivate));
-    if (!run.installed->ReadConf(bytes) || !File::WriteBytes(saved, bytes, kPrivate))
+    const auto read = isKnown ? run.installed->ReadConf(bytes) : File::ReadBytes(original, bytes);
+    if (!read || !File::WriteBytes(saved, bytes, kPrivate))
         return Error::Fail(L"Unable to write to file: ", saved);
     // Whatever becomes of the original from here on, nothing that it held is lost.
-    run.installed->SetConfPath(saved);
+    if (isKnown) run.installed->SetConfPath(saved);
     return true;
 }
 

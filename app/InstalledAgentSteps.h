@@ -14,7 +14,8 @@ void MergeInstalledSettings(ConfigureRun& run);
 void CompleteInstallDir(ConfigureRun& run);
 
 /// Keeps the installed agent's client.conf as etc/client.conf.old below the install directory; the agent is
-/// read from there then. False with the error text set.
+/// read from there then. Without one that is recognised, the client.conf of the install directory is kept.
+/// False with the error text set.
 bool SaveInstalledConfiguration(const ConfigureRun& run);
 
 /// Removes an upgraded agent's services and links. False with the error text set.

@@ -348,4 +348,17 @@ END
     expect_old_conf_kept "$agent"
 }
 
+@test "the configuration of a version that nobody knows is not carried over, but kept" {
+    given_an_old_agent 6.2
+    sed -i 's/^agent_minor=.*/agent_minor=7/' "$agent/etc/client.conf"
+    cp "$agent/etc/client.conf" "$desk/unknown.conf"
+    given_the_package
+    given_plain_xml
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    expect_no_errors
+    expect_value "Kell Servers" server-1 kell.example
+    cmp "$desk/unknown.conf" "$agent/etc/client.conf.old"
+}
+
 each_test_is_a_session

@@ -168,6 +168,25 @@ TEST_F(InstalledAgentSteps, AnOldConfigurationThatCannotBeKeptFailsTheRun) {
     EXPECT_EQ(m_agent->ConfPath(), L"/tmp/old.conf");
 }
 
+TEST_F(InstalledAgentSteps, AConfigurationThatNobodyRecognisedIsKept) {
+    m_run.installed = nullptr;
+    Setting(L"InstallDir") = L"/opt/new";
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_FALSE(std::filesystem::exists("/opt/new"));
+    testfiles::Write("/opt/new/etc/client.conf", "strange");
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "strange");
+    EXPECT_EQ(testfiles::Mode("/opt/new/etc/client.conf.old"), 0600U);
+}
+
+TEST_F(InstalledAgentSteps, TheConfigurationOfAnAgentWithoutAPathIsKeptToo) {
+    testfiles::Write("/opt/new/etc/client.conf", "strange");
+    Setting(L"InstallDir") = L"/opt/new";
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "strange");
+    EXPECT_TRUE(m_agent->ConfPath().IsEmpty());
+}
+
 TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
     m_agent->removesIntegration = false;
     EXPECT_FALSE(RemoveInstalledIntegration(m_run));
