@@ -41,6 +41,7 @@ script/setup|.ci/run
 script/test|.ci/run
 script/test scenarios|here
 script/test unit|here
+script/test-faults|person
 script/test-hosts|person
 script/test-hosts systemd|person
 tests/support/private-machine bash|here
