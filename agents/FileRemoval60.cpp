@@ -121,8 +121,7 @@ bool IsOurs(const String& directory) {
 void RemoveEntriesBut(const String& directory, const std::function<bool(const String& name)>& stays) {
     if (!IsOurs(directory)) return;
     Forgive(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
-        if (!stays(entry.name))
-            Forgive(entry.isDirectory ? Dir::Remove(entry.path) : File::Remove(entry.path));
+        if (!stays(entry.name)) Forgive(File::RemoveAny(entry.path));
         return true;
     }));
 }

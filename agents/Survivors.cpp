@@ -78,7 +78,7 @@ void Survivors::RemoveOthersInTree(const String& directory) const {
 void Survivors::RemoveOtherEntries(const String& directory, const String& pattern) const {
     Forgive(Dir::Scan(directory, pattern, [this, &directory](const FileInfo& entry) {
         const String path = Path::Join(directory, entry.name);
-        if (!Include(path)) Forgive(entry.isDirectory ? Dir::Remove(path) : File::Remove(path));
+        if (!Include(path)) Forgive(File::RemoveAny(path));
         return true;
     }));
 }

@@ -40,6 +40,10 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
 /// Removes a file or link; not a directory, nor a name that the file-system standard gives the host.
 Result Remove(const String& path);
 
+/// Removes what the path names: a file or link, or a directory as a tree. What something is mounted on stays
+/// as it is (EBUSY), and so do the names of the host (EPERM).
+Result RemoveAny(const String& path);
+
 /// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
 /// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
 /// the pattern has it. Wildcards in one of the host's own directories are not expanded unless `hostDirectory`

@@ -40,12 +40,18 @@ Result Remove(const String& path) {
     return Outcome(unlinkat(place.Fd(), place.name.c_str(), 0));
 }
 
+Result RemoveAny(const String& path) {
+    Place place;
+    if (const Result result = Place::Of(path, place); !result) return result;
+    return IsHostName(place.At()) ? Result(EPERM) : RemoveEntry(place.At());
+}
+
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     if (pattern.IsEmpty()) return Result();
     if (pattern.EndsWith(L"/")) return Result(EINVAL);
     Place place;
     if (const Result result = Place::Of(pattern, place); !result) return result;
-    if (!HasWildcard(place.name)) return IsHostName(place.At()) ? Result(EPERM) : RemoveEntry(place.At());
+    if (!HasWildcard(place.name)) return RemoveAny(pattern);
     if (hostDirectory == HostDirectory::Refused && IsHostDirectory(place.directory)) return Result(EPERM);
     return RemoveMatches(place);
 }

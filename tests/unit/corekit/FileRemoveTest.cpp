@@ -73,6 +73,28 @@ TEST(FileRemove, LeavesTheNamesOfTheHost) {
     EXPECT_TRUE(testfiles::Exists(root / "lib"));
 }
 
+TEST(FileRemoveAny, RemovesFilesLinksAndTrees) {
+    const Workspace dir;
+    Make(dir, {"file", "*", "kept"});
+    testfiles::Write(dir / "tree/deep/file", "");
+    fs::create_directory_symlink("/etc", dir / "link");
+    for (const char* name : {"file", "*", "tree", "link"}) EXPECT_TRUE(File::RemoveAny(dir(name))) << name;
+    EXPECT_EQ(File::RemoveAny(dir("none")), Result(ENOENT));
+    EXPECT_EQ(File::RemoveAny(L""), Result(ENOENT));
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("kept"));
+    EXPECT_TRUE(fs::exists("/etc/passwd"));
+}
+
+TEST(FileRemoveAny, LeavesWhatIsMountedAndWhatIsTheHosts) {
+    const Workspace dir;
+    const Mount mount = Mount::Tmpfs(dir / "mounted");
+    testfiles::Write(dir / "mounted/file", "");
+    EXPECT_EQ(File::RemoveAny(dir("mounted")), Result(EBUSY));
+    EXPECT_THAT(NamesIn(dir / "mounted"), ElementsAre("file"));
+    for (const wchar_t* path : {L"/usr", L"//usr/", L"/opt/../etc", L"/lib"})
+        EXPECT_EQ(File::RemoveAny(path), Result(EPERM)) << path;
+}
+
 TEST(FileRemoveEx, ExpandsStarsQuestionMarksAndClasses) {
     struct Row {
         const char* pattern;
