@@ -8,8 +8,8 @@ offered() {
         IFS=" " read -r -a COMP_WORDS <<<"$2"
         [[ $2 != *" " ]] || COMP_WORDS+=("")
         COMP_LINE=$2 COMP_POINT=${#2} COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-        specification=$(complete -p "${COMP_WORDS[0]}") || exit
-        set -- $specification
+        registered=$(complete -p "${COMP_WORDS[0]}") || exit
+        set -- $registered
         "$3"
         printf "%s\n" "${COMPREPLY[@]}" | LC_ALL=C sort' - "$project/docs/completion/qdn-configure.bash" "$1"
 }
