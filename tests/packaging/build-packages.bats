@@ -1,7 +1,7 @@
 # How the packages are made. What they do on a host is tested by script/test-hosts.
 
 setup() {
-    cd "$BATS_TEST_DIRNAME/../.."
+    cd "$BATS_TEST_DIRNAME/../.." || exit
     rpm=build/packages/qdn-ksclt-6.0.1-1.$(uname -m).rpm
     deb=build/packages/qdn-ksclt_6.0.1_$(dpkg --print-architecture).deb
 }

@@ -1,7 +1,7 @@
 // What counts as an answer to a question, kind by kind.
+#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
-#include <cstdlib>
 
 #include "settings/AnswerValidation.h"
 #include "tests/support/Captured.h"
