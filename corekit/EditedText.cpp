@@ -10,8 +10,7 @@ namespace corekit {
 namespace {
 
 std::size_t LengthOfByteOrderMark(std::string_view text) {
-    constexpr std::string_view mark = "\xef\xbb\xbf";
-    return text.starts_with(mark) ? mark.size() : 0;
+    return text.starts_with(EditedText::kByteOrderMark) ? EditedText::kByteOrderMark.size() : 0;
 }
 
 }  // namespace

@@ -15,6 +15,9 @@ class EditedText {
   public:
     using Place = std::size_t;
 
+    /// At the beginning of a text it belongs to no line.
+    static constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
     explicit EditedText(std::string text);
 
     /// The text without the edits.

@@ -30,6 +30,11 @@ bool CanBeWritten(const std::string& section, const std::string& key) {
     return ParseIniLine(header).name == section && line.kind == IniLine::Kind::Entry && line.name == key;
 }
 
+/// Would an entry that is added be taken for the mark at the beginning of the text and a line without a name?
+bool WouldBeginWithAMark(const std::string& section, const std::string& key) {
+    return section.empty() && key.starts_with(EditedText::kByteOrderMark);
+}
+
 /// Where the line begins that has nothing but blanks before this offset; npos when it has more.
 std::size_t BeginOfIndentedLine(std::string_view text, std::size_t begin, std::size_t offset) {
     const std::size_t last = text.substr(0, offset).find_last_not_of(" \t\v\f\r");
@@ -96,7 +101,7 @@ void IniLines::Set(std::string_view section, std::string_view key, std::string_v
     const EditedText::Place place = home.Find(keyName, m_match);
     if (place != IniIndex::kNone) {
         ChangeValue(place, Trimmed(value));
-    } else {
+    } else if (!WouldBeginWithAMark(sectionName, keyName)) {
         home.AddEntry(keyName, Trimmed(value));
     }
 }

@@ -212,6 +212,14 @@ TEST(IniLines, AddsAKeyWithoutASectionBeforeTheFirst) {
     }
 }
 
+TEST(IniLines, AddsNoKeyThatWouldPassForAByteOrderMark) {
+    IniLines lines("[s]\n", kExact);
+    lines.Set("", "\xef\xbb\xbfk", "v");
+    EXPECT_EQ(Text(lines), "[s]\n");
+    lines.Set("s", "\xef\xbb\xbfk", "v");
+    EXPECT_EQ(Text(lines), "[s]\n\xef\xbb\xbfk=v\n");
+}
+
 TEST(IniLines, KeepsWhatIsAddedInOrderAndTogether) {
     IniLines lines("[a]\nx=1", kExact);
     lines.Set("new", "k1", "1");
