@@ -42,7 +42,7 @@ script/test|.ci/run
 script/test scenarios|here
 script/test unit|here
 script/test-faults|person
-script/test-hosts|person
+script/test-hosts|.ci/run
 script/test-hosts systemd|person
 tests/support/private-machine bash|here
 END
