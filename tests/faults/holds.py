@@ -7,7 +7,8 @@ import machine
 Reference = collections.namedtuple("Reference", "after conf saved_conf")
 Outcome = collections.namedtuple("Outcome", "first left second after")
 
-TIMED = ("poll", "read", "wait4")  # as many as the output of a command takes: a faster one is not disturbed
+# As many as the output of a command takes: a faster one is not disturbed.
+TIMED = ("poll", "read", "rt_sigprocmask", "wait4")
 INTERRUPTED = ("flock", "fsync", "openat", "poll", "read", "wait4", "write")  # calls that a signal can interrupt
 OURS = ("/opt/", "/tmp/", "/run/lock/")  # the rest is the host's
 AGENTS = re.compile(r"/qdn-[\w.-]+$|zorvane(\.service)?$")
