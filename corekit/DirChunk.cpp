@@ -22,6 +22,10 @@ constexpr std::size_t kMostAtOnce = 65536;
 
 constexpr int kReadings = 100;
 
+bool HasLowerInode(const DirEntry& left, const DirEntry& right) {
+    return left.inode < right.inode;
+}
+
 /// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
 Result TakeOutOnce(int directory, DirChunk& chunk, const std::function<bool(const DirEntry&)>& take,
                    bool& isDue) {
@@ -55,10 +59,13 @@ Result DirChunk::Read(int directory, std::size_t size) {
     Result result;
     do {
         result = ReadOn(directory, atOnce);
-    } while (!m_isEnd && Size() + 2 * atOnce <= size);
-    std::sort(m_memory.get() + m_first, m_memory.get() + kMostEntries,
-              [](const DirEntry& left, const DirEntry& right) { return left.inode < right.inode; });
+    } while (!m_isEnd && Size() + 2 * atOnce <= size && !(Size() > atOnce / 2 && IsInOrder()));
+    std::sort(m_memory.get() + m_first, m_memory.get() + kMostEntries, HasLowerInode);
     return result;
+}
+
+bool DirChunk::IsInOrder() const {
+    return std::is_sorted(begin(), end(), HasLowerInode);
 }
 
 Result DirChunk::ReadOn(int directory, std::size_t size) {

@@ -67,6 +67,21 @@ TEST(DirChunk, GivesEveryEntryOnceInTheOrderOfInodes) {
     EXPECT_EQ(chunk.begin(), chunk.end());
 }
 
+// tmpfs tells the last inode first.
+TEST(DirChunk, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
+    const Workspace dir;
+    MakeFiles(dir, 5000);
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    DirChunk chunk;
+    std::ptrdiff_t all = 0;
+    for (int chunks = 0; !chunk.IsEnd(); ++chunks) {
+        ASSERT_TRUE(chunk.Read(directory.Get()));
+        all += chunk.end() - chunk.begin();
+        EXPECT_TRUE(chunks > 0 || all < 5000) << all;
+    }
+    EXPECT_EQ(all, 5000);
+}
+
 TEST(DirChunk, IsAtItsEndInADirectoryThatIsGone) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
