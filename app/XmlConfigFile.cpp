@@ -83,22 +83,20 @@ String BuildXmlSearchPath() {
 std::unique_ptr<Settings> XmlConfigFile::Load() {
     const auto file = FindFile(SearchPieces(), std::mem_fn(&TrustedFile::MayBeUsed));
     if (!file) return nullptr;
-    const String& path = file->Path();
     std::string bytes;
     if (const auto result = file->Read(bytes); !result) {
-        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not used: " + GetErrorMsg(result) +
-                       L".\n");
+        file->WarnNotUsed(GetErrorMsg(result));
         return nullptr;
     }
     if (bytes.empty()) return nullptr;
     const BasicXml document(bytes);
     if (const auto* refusal = document.GetRefusal()) {
-        WarnOfRefusal(path, *refusal);
+        WarnOfRefusal(file->Path(), *refusal);
         return nullptr;
     }
     auto settings = ReadXmlConfig(document);
     settings->Value(L"XML") = L"yes";
-    m_usedPath = path;
+    m_usedPath = file->Path();
     return settings;
 }
 

@@ -1,7 +1,9 @@
 // Whose file it is: the rule about directories that others can write.
 #include "run/TrustedFile.h"
 
+#include <charconv>
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,22 +21,23 @@ namespace Path = corekit::Path;
 
 namespace {
 
-/// An id that sudo left in the environment; -1 without one. Only root's environment is believed.
-long SudoId(const wchar_t* variable) {
+/// An id that sudo left in the environment; none without one. Only root's environment is believed.
+std::optional<id_t> SudoId(const wchar_t* variable) {
     String text;
-    if (geteuid() != 0 || !corekit::Env::Get(variable, text) || text.IsEmpty()) return -1;
-    for (const wchar_t digit : text) {
-        if (digit < L'0' || digit > L'9') return -1;
-    }
-    return text.ToInt();
+    if (geteuid() != 0 || !corekit::Env::Get(variable, text)) return std::nullopt;
+    const std::string digits = text.Utf8();
+    const char* const end = digits.data() + digits.size();
+    id_t id = 0;
+    const auto read = std::from_chars(digits.data(), end, id);
+    return read.ec == std::errc() && read.ptr == end ? std::optional(id) : std::nullopt;
 }
 
 bool IsOurs(uid_t user) {
-    return user == 0 || user == getuid() || static_cast<long>(user) == SudoId(L"SUDO_UID");
+    return user == 0 || user == getuid() || user == SudoId(L"SUDO_UID");
 }
 
 bool IsOurGroup(gid_t group) {
-    return group == 0 || group == getgid() || static_cast<long>(group) == SudoId(L"SUDO_GID");
+    return group == 0 || group == getgid() || group == SudoId(L"SUDO_GID");
 }
 
 bool OthersCanWrite(const struct stat& info) {
@@ -87,9 +90,12 @@ TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
 }
 
 bool TrustedFile::MayBeUsed() const {
-    if (!m_whyNot.IsEmpty())
-        Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + m_whyNot + L".\n");
+    if (!m_whyNot.IsEmpty()) WarnNotUsed(m_whyNot);
     return m_whyNot.IsEmpty();
+}
+
+void TrustedFile::WarnNotUsed(const String& why) const {
+    Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + why + L".\n");
 }
 
 corekit::Result TrustedFile::Read(std::string& bytes) const {

@@ -29,11 +29,13 @@ class TrustedFile {
     /// Why the file must not be used: empty when it may be.
     const corekit::String& WhyNot() const { return m_whyNot; }
 
-    /// The same question, answered with "WARNING! <path> is not used: <why>." on standard error when it may
-    /// not be used.
+    /// The same question; a file that must not be used is warned of.
     bool MayBeUsed() const;
 
-    /// Reads the file, once.
+    /// Writes "WARNING! <path> is not used: <why>." to standard error.
+    void WarnNotUsed(const corekit::String& why) const;
+
+    /// Reads the whole file, once; fails where it could not be opened.
     corekit::Result Read(std::string& bytes) const;
 
   private:

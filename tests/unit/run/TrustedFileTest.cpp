@@ -1,3 +1,4 @@
+// Whom a file is believed from, directory by directory.
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -111,6 +112,21 @@ TEST(TrustedFile, WhatIsNoFileCannotBeRead) {
     const TrustedFile file(String::FromUtf8(directory.Path()), ChosenBy::Program);
     std::string bytes;
     EXPECT_EQ(file.Read(bytes), corekit::Result(EISDIR));
+}
+
+TEST(TrustedFile, EveryIdThatAUserMayHaveIsTheInvokingUsers) {
+    testfiles::Write("/tmp/big", "x", 0644);
+    if (chown("/tmp/big", 3000000000U, 0) != 0)
+        return;  // only root is known where this is not root's machine
+    EXPECT_EQ(Why("/tmp/big"), L"it belongs to another user");
+    {
+        const testsupport::EnvironmentVariable user("SUDO_UID", "3000000000");
+        EXPECT_EQ(Why("/tmp/big"), L"");
+    }
+    for (const char* id : {"3000000001", "+3000000000", "3000000000 ", "7294967296", "-1294967296", ""}) {
+        const testsupport::EnvironmentVariable user("SUDO_UID", id);
+        EXPECT_EQ(Why("/tmp/big"), L"it belongs to another user") << id;
+    }
 }
 
 class TrustedFileOfAnother : public testing::Test {
