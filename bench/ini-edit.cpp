@@ -19,10 +19,13 @@ using corekit::String;
 
 namespace {
 
+std::string Text(const KeyPath& path) {
+    return (String(path.section) + L"/" + path.key).Utf8();
+}
+
 int ListKeys() {
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        std::printf("%s\t%s\t%d\n", String(row.oldKey).Utf8().c_str(), String(row.newKey).Utf8().c_str(),
-                    row.isPath ? 1 : 0);
+        std::printf("%s\t%s\t%d\n", Text(row.oldKey).c_str(), Text(row.newKey).c_str(), row.isPath ? 1 : 0);
     }
     return 0;
 }

@@ -1,7 +1,6 @@
 // The values that the new client.conf takes over: the walk over the key table.
 #include "config/CarriedValues.h"
 
-#include "config/KeyPath.h"
 #include "config/PathMacros.h"
 #include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
@@ -27,14 +26,11 @@ void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) 
     const String oldInstallDir = oldIni.GetValue(Names::kConfiguration, L"installdir");
     const String newInstallDir = settings.Get(L"InstallDir");
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        const KeyPath from(row.oldKey);
-        const KeyPath to(row.newKey);
         String value;
-        if (!oldIni.GetValue(from.section, from.key.Lower(), value)) continue;
+        if (!oldIni.GetValue(row.oldKey.section, String(row.oldKey.key).Lower(), value)) continue;
         if (row.isPath) RebasePath(value, oldInstallDir, newInstallDir);
-        newIni.SetValue(to.section, to.key, value);
-        const String setting(row.setting);
-        if (!setting.IsEmpty() && !IsAnswered(setting, settings)) settings.Value(setting) = value;
+        newIni.SetValue(row.newKey.section, row.newKey.key, value);
+        if (!row.setting.empty() && !IsAnswered(row.setting, settings)) settings.Value(row.setting) = value;
     }
     for (const wchar_t* setting : kRebasedSettings)
         RebasePath(settings.Value(setting), oldInstallDir, newInstallDir);

@@ -1,11 +1,15 @@
 // Writing client.conf: the template's text, what is carried over, and the settings on top.
 #include "config/ClientConf.h"
 
+#include <utility>
+
 #include "config/CarriedValues.h"
+#include "config/ClientConfSettings.h"
 #include "config/ConfiguredDirectories.h"
 #include "config/PathMacros.h"
 #include "config/SubAgents.h"
 #include "corekit/File.h"
+#include "corekit/IniFile.h"
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
@@ -22,8 +26,6 @@ namespace {
 constexpr const wchar_t* kUnreadableFresh = L"Missing or unreadable file in install. File:";
 constexpr const wchar_t* kUnreadableUpgrade = L"Missing or unreadable file in install. File: ";
 
-constexpr const wchar_t* kUnableToWrite = L"Unable to write to file: ";
-
 /// A value on one line: it brings no lines of its own into the file.
 String OneLine(String value) {
     return value.Replace(L"\n", L" ").Replace(L"\r", L" ");
@@ -39,9 +41,9 @@ bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& t
     return true;
 }
 
-bool ApplySettings(IniFile& ini, Settings& settings) {
+bool ApplySettings(IniFile ini, const Settings& settings) {
     return ApplySettingsToClientConf(ini, settings) &&
-           (ini.Write().Ok() || Error::Fail(kUnableToWrite, ini.FileName()));
+           (ini.Write().Ok() || Error::Fail(L"Unable to write to file: ", ini.FileName()));
 }
 
 bool UpgradeClientConf(const String& outputPath, Settings& settings,
@@ -60,7 +62,7 @@ bool UpgradeClientConf(const String& outputPath, Settings& settings,
     IniFile newIni(outputPath, text);
     CarryOldValues(oldIni, newIni, settings);
     if (installed.registersSubAgents) CarryOverSubAgents(oldIni, newIni);
-    return ApplySettings(newIni, settings);
+    return ApplySettings(std::move(newIni), settings);
 }
 
 }  // namespace
@@ -75,15 +77,12 @@ bool WriteClientConf(const String& outputPath, Settings& settings, const Install
                    : CreateClientConfFromTemplate(outputPath, settings);
 }
 
-bool CreateClientConfFromTemplate(const String& outputPath, Settings& settings) {
-    IniFile ini(outputPath);
-    if (settings.IsSet(L"InstallDir")) {
-        Messages::Say(L"Creating/customizing Agent's configuration file.\n");
-        String text;
-        if (!ReadTemplate(settings, kUnreadableFresh, text)) return false;
-        ini = IniFile(outputPath, text);
-    }
-    return ApplySettings(ini, settings);
+bool CreateClientConfFromTemplate(const String& outputPath, const Settings& settings) {
+    if (!settings.IsSet(L"InstallDir")) return ApplySettings(IniFile(outputPath), settings);
+    Messages::Say(L"Creating/customizing Agent's configuration file.\n");
+    String text;
+    return ReadTemplate(settings, kUnreadableFresh, text) &&
+           ApplySettings(IniFile(outputPath, text), settings);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -2,7 +2,6 @@
 // configuration.
 #pragma once
 
-#include "corekit/IniFile.h"
 #include "corekit/String.h"
 #include "settings/Settings.h"
 
@@ -21,11 +20,8 @@ struct InstalledConfiguration {
 bool WriteClientConf(const corekit::String& outputPath, Settings& settings,
                      const InstalledConfiguration* installed);
 
-/// The same without an installed agent.
-bool CreateClientConfFromTemplate(const corekit::String& outputPath, Settings& settings);
-
-/// Sets the keys that settings feed, the keys of fixed rules and the extra settings, and writes the GUID file
-/// when there is a GUID (an old file is removed later, see SettleGuidFile). Always true.
-bool ApplySettingsToClientConf(corekit::IniFile& ini, Settings& settings);
+/// The same without an installed agent. Where no install directory is set, there is no template: the settings
+/// are applied to the file as it is.
+bool CreateClientConfFromTemplate(const corekit::String& outputPath, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,9 +1,9 @@
 // The keys of client.conf that settings feed: by the key table, by rules of their own, and as they stand.
+#include "config/ClientConfSettings.h"
+
 #include <optional>
 
-#include "config/ClientConf.h"
 #include "config/GuidFile.h"
-#include "config/KeyPath.h"
 #include "config/PathMacros.h"
 #include "config/SystemProbes.h"
 #include "corekit/Text.h"
@@ -52,9 +52,8 @@ std::optional<String> Written(const String& value, ValueKind kind, const Setting
 
 void ApplyKeyTable(IniFile& ini, const Settings& settings) {
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        const KeyPath to(row.newKey);
-        const auto written = Written(settings.Get(String(row.setting)), row.kind, settings);
-        if (written) ini.SetValue(to.section, to.key, *written);
+        const auto written = Written(settings.Get(row.setting), row.kind, settings);
+        if (written) ini.SetValue(row.newKey.section, row.newKey.key, *written);
     }
 }
 
@@ -86,13 +85,6 @@ String SysLogLevel(const Settings& settings) {
     return ValueOr(settings, L"SysLogLevel", L"none");
 }
 
-String StartLevels(const Settings& settings) {
-    return SplitRunLevels(settings.Get(L"RunLevel")).startList;
-}
-String StopLevels(const Settings& settings) {
-    return SplitRunLevels(settings.Get(L"RunLevel")).stopList;
-}
-
 /// A key of section Configuration whose value has a rule of its own.
 struct FixedKey {
     const wchar_t* key;
@@ -105,8 +97,6 @@ constexpr FixedKey kFixedKeys[] = {
     {L"debug_file_size", LogSize},
     {L"debug_level", LogLevel},
     {L"syslog_level", SysLogLevel},
-    {L"runlevels_start", StartLevels},
-    {L"runlevels_stop", StopLevels},
 };
 
 void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
@@ -114,11 +104,14 @@ void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
     if (settings.Exists(L"KSUrlFormat")) {
         ini.SetValue(Names::kClientTransport, L"ks_url_format", settings.Get(L"KSUrlFormat"));
     }
+    const RunLevels levels = SplitRunLevels(settings.Get(L"RunLevel"));
+    ini.SetValue(Names::kConfiguration, L"runlevels_start", levels.startList);
+    ini.SetValue(Names::kConfiguration, L"runlevels_stop", levels.stopList);
 }
 
 }  // namespace
 
-bool ApplySettingsToClientConf(IniFile& ini, Settings& settings) {
+bool ApplySettingsToClientConf(IniFile& ini, const Settings& settings) {
     ApplyKeyTable(ini, settings);
     ApplyFixedKeys(ini, settings);
     WriteGuidFile(GuidFile(settings), settings);

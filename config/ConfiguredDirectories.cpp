@@ -25,35 +25,30 @@ int FailAbout(const wchar_t* text, const String& path) {
     return 1;
 }
 
-// How the value of a key becomes a directory that is made or checked.
-int Check(const String& value) {
-    return CheckConfiguredDirectory(value);
+int CreateForFile(const String& file) {
+    return file.IsEmpty() ? 0 : CreateConfiguredDirectory(corekit::Path::GetDirectory(file));
 }
-int Create(const String& value) {
-    return CreateConfiguredDirectory(value);
-}
-int CreateForFile(const String& value) {
-    return value.IsEmpty() ? 0 : CreateConfiguredDirectory(corekit::Path::GetDirectory(value));
-}
-int CreateEtc(const String& value) {
-    return CreateConfiguredDirectory(value + L"/etc");
+int CreateEtcBelow(const String& installDir) {
+    return CreateConfiguredDirectory(installDir + L"/etc");
 }
 
+/// A key of section Configuration, and what makes its value a directory that is ready: 0, or 1 with the error
+/// text set.
 struct DirectoryKey {
     const wchar_t* key;
     int (*prepare)(const String& value);
 };
 constexpr DirectoryKey kDirectoryKeys[] = {
-    {L"bindir", Check},
-    {L"tmpdir", Create},
-    {L"var", Create},
+    {L"bindir", CheckConfiguredDirectory},
+    {L"tmpdir", CreateConfiguredDirectory},
+    {L"var", CreateConfiguredDirectory},
     {L"guid_guid_file", CreateForFile},
-    {L"event_queue_dir", Create},
-    {L"task_storage_path", Create},
-    {L"package_storage_path", Create},
-    {L"swd_storage_path", Create},
+    {L"event_queue_dir", CreateConfiguredDirectory},
+    {L"task_storage_path", CreateConfiguredDirectory},
+    {L"package_storage_path", CreateConfiguredDirectory},
+    {L"swd_storage_path", CreateConfiguredDirectory},
     {L"debug_output", CreateForFile},
-    {L"installdir", CreateEtc},
+    {L"installdir", CreateEtcBelow},
 };
 
 }  // namespace

@@ -5,7 +5,8 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// 0 when the path is, or could be made, a writable directory; else 1 with the error text set.
+/// 0 when the path is, or could be made, a writable directory; else 1 with the error text set. Making it,
+/// with all directories above, is told on standard output unless the run is quiet.
 int CreateConfiguredDirectory(const corekit::String& path);
 
 /// 0 when the path is a writable directory; else 1 with the error text set. Makes nothing.

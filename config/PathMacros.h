@@ -12,7 +12,7 @@ corekit::String ExpandPathMacros(const corekit::String& text, const corekit::Str
 corekit::String MakeAbsolutePath(const corekit::String& path);
 
 /// Puts a path that is `oldPrefix` or lies below it under `newPrefix`, with "//" folded; leaves any other
-/// alone.
+/// alone, and all when `oldPrefix` is empty.
 void RebasePath(corekit::String& path, const corekit::String& oldPrefix, const corekit::String& newPrefix);
 
 /// Trims the right end and makes a text that is not empty then end in `ch`.

@@ -31,8 +31,10 @@ RunLevels SplitRunLevels(const corekit::String& levels);
 /// matter.
 bool ServerNamesDiffer(const corekit::String& left, const corekit::String& right);
 
-/// The version of the host's rpm, and the parser of its text; missing parts are 0.
+/// The version of the host's rpm, for whoever looks for a fault: no command asks. Missing parts are 0.
 corekit::Version GetPackageManagerVersion();
+
+/// A text like "4.18.0" as a version: what stands between the first three dots, missing parts 0.
 corekit::Version ParseVersion(const corekit::String& text);
 
 }  // namespace Zorvane::AgentInstaller

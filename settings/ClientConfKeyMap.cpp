@@ -10,19 +10,19 @@ namespace {
 using Text = std::wstring_view;
 
 constexpr ClientConfKey Carried(Text key) {
-    return {key, key, L"", ValueKind::None, false};
+    return {KeyPath(key), KeyPath(key), L"", ValueKind::None, false};
 }
 constexpr ClientConfKey CarriedPath(Text key) {
-    return {key, key, L"", ValueKind::None, true};
+    return {KeyPath(key), KeyPath(key), L"", ValueKind::None, true};
 }
 constexpr ClientConfKey Renamed(Text oldKey, Text newKey) {
-    return {oldKey, newKey, L"", ValueKind::None, false};
+    return {KeyPath(oldKey), KeyPath(newKey), L"", ValueKind::None, false};
 }
 constexpr ClientConfKey Fed(Text key, Text setting, ValueKind kind) {
-    return {key, key, setting, kind, false};
+    return {KeyPath(key), KeyPath(key), setting, kind, false};
 }
 constexpr ClientConfKey PathFed(Text key, Text setting, ValueKind kind) {
-    return {key, key, setting, kind, true};
+    return {KeyPath(key), KeyPath(key), setting, kind, true};
 }
 
 constexpr ClientConfKey kRows[] = {
@@ -137,10 +137,8 @@ constexpr ClientConfKey kRows[] = {
     Renamed(L"Configuration/swd_temporary_dir", L"SWD/swd_temporary_dir"),
 };
 
-constexpr bool IsSectionAndKey(Text key) {
-    const std::size_t slash = key.find(L'/');
-    return slash != 0 && slash != Text::npos && slash + 1 < key.size() &&
-           key.find(L'/', slash + 1) == Text::npos;
+constexpr bool IsComplete(const KeyPath& path) {
+    return !path.section.empty() && !path.key.empty() && path.key.find(L'/') == Text::npos;
 }
 
 constexpr bool AreOldKeysUnique() {
@@ -155,8 +153,8 @@ constexpr bool AreOldKeysUnique() {
 static_assert(std::size(kRows) == 109);
 static_assert(AreOldKeysUnique());
 static_assert(std::all_of(std::begin(kRows), std::end(kRows), [](const ClientConfKey& row) {
-    return IsSectionAndKey(row.oldKey) && IsSectionAndKey(row.newKey) && row.kind >= ValueKind::None &&
-           row.kind <= ValueKind::OptionalPath && (row.kind == ValueKind::None) == row.setting.empty();
+    return IsComplete(row.oldKey) && IsComplete(row.newKey) &&
+           (row.kind == ValueKind::None) == row.setting.empty();
 }));
 
 }  // namespace

@@ -1,6 +1,7 @@
 // How the keys of client.conf relate: an older agent's key, the key of today and the setting that feeds it.
 #pragma once
 
+#include <compare>
 #include <span>
 #include <string_view>
 
@@ -16,10 +17,21 @@ enum class ValueKind : int {
     OptionalPath = 5,  // the same, but an empty one stays empty
 };
 
-/// One row. Keys have the form "Section/key".
+/// A key of client.conf, written "Section/key" in the table.
+struct KeyPath {
+    constexpr explicit KeyPath(std::wstring_view path)
+        : section(path.substr(0, path.find(L'/'))), key(path.substr(path.find(L'/') + 1)) {}
+
+    constexpr auto operator<=>(const KeyPath&) const = default;
+
+    std::wstring_view section;
+    std::wstring_view key;
+};
+
+/// One row.
 struct ClientConfKey {
-    std::wstring_view oldKey;
-    std::wstring_view newKey;
+    KeyPath oldKey;
+    KeyPath newKey;
     std::wstring_view setting;  // empty: none
     ValueKind kind;
     bool isPath;  // may lie below the old install directory

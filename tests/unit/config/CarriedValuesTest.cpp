@@ -3,7 +3,6 @@
 #include <map>
 
 #include "config/CarriedValues.h"
-#include "config/KeyPath.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/Questions.h"
 #include "tests/support/PrintString.h"
@@ -41,10 +40,10 @@ std::string FileOfAllRows(Spelling spelling) {
     std::string text = "[Configuration]\ninstalldir=/opt/old\n";
     int number = 0;
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        const KeyPath from(row.oldKey);
-        const String key = spelling == Spelling::LowerCase ? from.key.Lower() : from.key;
-        text += "[" + from.section.Utf8() + "]\n" + key.Utf8() + "=" + (row.isPath ? "/opt/old/" : "") +
-                std::to_string(++number) + "\n";
+        const String written = row.oldKey.key;
+        const String key = spelling == Spelling::LowerCase ? written.Lower() : written;
+        text += "[" + String(row.oldKey.section).Utf8() + "]\n" + key.Utf8() + "=" +
+                (row.isPath ? "/opt/old/" : "") + std::to_string(++number) + "\n";
     }
     return text;
 }
@@ -53,16 +52,15 @@ class EveryRow : public CarryValues, public testing::WithParamInterface<Spelling
 
 TEST_P(EveryRow, IsCarriedToItsKeyAndItsSettingAndTheLaterOfTwoWins) {
     Carry(FileOfAllRows(GetParam()));
-    std::map<std::wstring_view, String> expected;
+    std::map<KeyPath, String> expected;
     int number = 0;
     for (const ClientConfKey& row : ClientConfKeyMap()) {
         const String value = String(row.isPath ? L"/opt/new/" : L"") + String::FromInt(++number);
         expected[row.newKey] = value;
         EXPECT_EQ(m_settings.Get(row.setting), row.setting.empty() ? String() : value);
     }
-    for (const auto& [path, value] : expected) {
-        const KeyPath to(path);
-        EXPECT_EQ(m_new.GetValue(to.section, to.key, L"(missing)"), value) << String(path).Utf8();
+    for (const auto& [to, value] : expected) {
+        EXPECT_EQ(m_new.GetValue(to.section, to.key, L"(missing)"), value) << String(to.key).Utf8();
     }
     EXPECT_EQ(expected.size(), 102U);
     EXPECT_EQ(New(L"Event Queue", L"level1-retries"), L"61");

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "config/ClientConf.h"
+#include "config/ClientConfSettings.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/XmlConfig.h"
 #include "tests/support/PrintString.h"
@@ -110,12 +110,12 @@ TEST_F(ApplySettings, OptionalPathsMayBeEmpty) {
 
 TEST_F(ApplySettings, KeysThatNoSettingFeedsAreNotWritten) {
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        const bool hasARule = String(row.newKey).StartsWith(L"Configuration/debug_") ||
-                              String(row.newKey).StartsWith(L"Configuration/runlevels_") ||
-                              row.newKey == L"Configuration/syslog_level" ||
-                              row.newKey == L"Configuration/basicinv_ip_error_return_value";
+        const String path = String(row.newKey.section) + L"/" + row.newKey.key;
+        const bool hasARule =
+            path.StartsWith(L"Configuration/debug_") || path.StartsWith(L"Configuration/runlevels_") ||
+            path == L"Configuration/syslog_level" || path == L"Configuration/basicinv_ip_error_return_value";
         if (row.kind != ValueKind::None || hasARule) continue;
-        EXPECT_EQ(Applied(std::wstring(row.newKey).c_str()), L"(missing)") << String(row.newKey).Utf8();
+        EXPECT_EQ(Applied(std::wstring(path.View()).c_str()), L"(missing)") << path.Utf8();
     }
 }
 

@@ -172,11 +172,15 @@ const std::map<int, Row> kRows = {
     {109, {L"SWD/swd_temporary_dir", false, L"", 0}},
 };
 
+String Text(const KeyPath& path) {
+    return String(path.section) + L"/" + path.key;
+}
+
 /// The number of the row that carries an old key.
 std::size_t RowOf(std::wstring_view oldKey) {
     std::size_t row = 1;
     for (const ClientConfKey& key : ClientConfKeyMap()) {
-        if (key.oldKey == oldKey) return row;
+        if (Text(key.oldKey) == oldKey) return row;
         ++row;
     }
     ADD_FAILURE() << "no row " << String(oldKey).Utf8();
@@ -187,7 +191,7 @@ TEST(ClientConfKeyMap, CarriesTheseKeysInThisOrder) {
     ASSERT_EQ(std::size(kOldKeys), 109U);
     ASSERT_EQ(ClientConfKeyMap().size(), 109U);
     for (std::size_t i = 0; i < std::size(kOldKeys); ++i)
-        EXPECT_EQ(String(ClientConfKeyMap()[i].oldKey), kOldKeys[i]) << "row " << i + 1;
+        EXPECT_EQ(Text(ClientConfKeyMap()[i].oldKey), kOldKeys[i]) << "row " << i + 1;
 }
 
 TEST(ClientConfKeyMap, SaysOfEachRowWhereItGoesAndWhatFeedsIt) {
@@ -196,7 +200,7 @@ TEST(ClientConfKeyMap, SaysOfEachRowWhereItGoesAndWhatFeedsIt) {
         SCOPED_TRACE("row " + std::to_string(++number));
         const auto found = kRows.find(number);
         const Row row = found == kRows.end() ? Row{nullptr, false, L"", 0} : found->second;
-        EXPECT_EQ(String(key.newKey), row.newKey ? String(row.newKey) : String(key.oldKey));
+        EXPECT_EQ(Text(key.newKey), row.newKey ? String(row.newKey) : Text(key.oldKey));
         EXPECT_EQ(key.isPath, row.isPath);
         EXPECT_EQ(String(key.setting), row.setting);
         EXPECT_EQ(static_cast<int>(key.kind), row.kind);
@@ -215,7 +219,7 @@ TEST(ClientConfKeyMap, ARowThatMendsAKeyComesAfterTheOneThatCarriesIt) {
 
 TEST(ClientConfKeyMap, NoTwoOldKeysDifferInCaseOnly) {
     std::set<String> folded;
-    for (const ClientConfKey& key : ClientConfKeyMap()) folded.insert(String(key.oldKey).Lower());
+    for (const ClientConfKey& key : ClientConfKeyMap()) folded.insert(Text(key.oldKey).Lower());
     EXPECT_EQ(folded.size(), 109U);
 }
 

@@ -1,0 +1,13 @@
+// The keys of client.conf that settings feed.
+#pragma once
+
+#include "corekit/IniFile.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Sets the keys that settings feed, the keys of fixed rules and then the extra settings, and writes the GUID
+/// file when there is a GUID (one that is not to stay goes in SettleGuidFile). Always true.
+bool ApplySettingsToClientConf(corekit::IniFile& ini, const Settings& settings);
+
+}  // namespace Zorvane::AgentInstaller
