@@ -85,6 +85,8 @@ String SysLogLevel(const Settings& settings) {
     return ValueOr(settings, L"SysLogLevel", L"none");
 }
 
+constexpr const wchar_t* kGuidFileKey = L"guid_guid_file";
+
 /// A key of section Configuration whose value has a rule of its own.
 struct FixedKey {
     const wchar_t* key;
@@ -92,7 +94,7 @@ struct FixedKey {
 };
 constexpr FixedKey kFixedKeys[] = {
     {L"basicinv_ip_error_return_value", NicError},
-    {L"guid_guid_file", GuidFile},
+    {kGuidFileKey, GuidFile},
     {L"debug_output", LogFile},
     {L"debug_file_size", LogSize},
     {L"debug_level", LogLevel},
@@ -114,7 +116,7 @@ void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
 bool ApplySettingsToClientConf(IniFile& ini, const Settings& settings) {
     ApplyKeyTable(ini, settings);
     ApplyFixedKeys(ini, settings);
-    WriteGuidFile(GuidFile(settings), settings);
+    WriteGuidFile(ini.GetValue(Names::kConfiguration, kGuidFileKey), settings);
     for (const ExtraSetting& extra : settings.Extra()) ini.SetValue(extra.Section, extra.Name, extra.Value);
     return true;
 }

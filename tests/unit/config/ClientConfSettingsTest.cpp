@@ -201,6 +201,16 @@ TEST_F(ApplySettings, TheIdentifierGoesToItsFile) {
     EXPECT_EQ(testfiles::Read(dir / "host.GUID"), "{A}\nnull");
 }
 
+TEST_F(ApplySettings, TheIdentifierGoesWhereTheAgentLooksForIt) {
+    const testfiles::TempDir dir;
+    Setting(L"GuidDir") = String::FromUtf8(dir.Path());
+    Setting(L"GuidFile") = L"host\nGUID ";
+    Setting(L"Guid") = L"{A}";
+    EXPECT_EQ(Applied(L"Configuration/guid_guid_file"), String::FromUtf8(dir / "host GUID"));
+    EXPECT_EQ(testfiles::Read(dir / "host GUID"), "{A}\nnull");
+    EXPECT_FALSE(testfiles::Exists(dir / "host\nGUID "));
+}
+
 TEST_F(ApplySettings, TheDefaultsGiveThisFile) {
     const testfiles::TempDir dir;
     const String path = String::FromUtf8(dir / "client.conf");
