@@ -20,7 +20,7 @@ bool HasNul(const String& answer) {
 }
 
 bool IsAllowed(const Question& question, const String& answer) {
-    if (String(question.key) == L"KSName") return ServerUrl(answer).IsValid();
+    if (question.key == L"KSName") return ServerUrl(answer).IsValid();
     const String allowed(question.allowed);
     return allowed.IsEmpty() || allowed.Lower().Contains(L":" + answer.Lower() + L":");
 }

@@ -14,30 +14,27 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::String;
+namespace Sys = corekit::Sys;
 
 namespace {
 
 constexpr const wchar_t* kIntroduction =
     L"Using interactive configuration, cancel with Ctrl-C.\n  Please answer the following questions.\n"
     L"  Defaults are in brackets. To accept a default just press enter.\n\n";
-constexpr const wchar_t* kInputEnded = L"Error reading from standard input.";
 
 /// With the old settings kept (and for the install directory in any case) the current value is proposed.
 String ShownDefault(const Question& question, const Settings& settings) {
-    const bool current = settings.IsYes(L"Upgrade") || String(question.key) == L"InstallDir";
+    const bool current = settings.IsYes(L"Upgrade") || question.key == L"InstallDir";
     const String shown =
         current && settings.IsSet(question.key) ? settings.Get(question.key) : question.defaultAnswer;
     return ExpandPathMacros(shown, settings.Get(L"InstallDir"));
 }
 
-/// How a question was answered.
-enum class Reply { Typed, ByDefault, InputEnded };
-
 /// The server as a URL. One that was only confirmed keeps the scheme that it has by now.
-ServerUrl AnsweredServer(const String& answer, Reply reply, const Settings& settings) {
-    if (reply == Reply::Typed || answer.Contains(L"://")) return ServerUrl(answer);
+ServerUrl AnsweredServer(const Answer& answer, const Settings& settings) {
+    if (!answer.isProposal || answer.text.Contains(L"://")) return ServerUrl(answer.text);
     const ServerUrl current(settings.Get(L"KSUrlFormat"));
-    return ServerUrl(current.GetProtocol() + L"://" + answer);
+    return ServerUrl(current.GetProtocol() + L"://" + answer.text);
 }
 
 /// A machine that moves to another server gets a new identifier.
@@ -50,33 +47,12 @@ void StoreServer(const ServerUrl& server, Settings& settings) {
     }
 }
 
-/// Asks until the answer is valid.
-Reply Ask(const Question& question, const String& shownDefault, String& answer) {
-    for (;;) {
-        Messages::Tell(Messages::Ascii(question.prompt) + L" (" + Messages::Shown(shownDefault) + L"): ");
-        String line;
-        const corekit::Sys::Line read = corekit::Sys::Fgets(line, stdin);
-        if (read == corekit::Sys::Line::End) return Reply::InputEnded;
-        answer = line.Trim();
-        const Reply reply = answer.IsEmpty() ? Reply::ByDefault : Reply::Typed;
-        if (reply == Reply::ByDefault) answer = shownDefault;
-        const bool valid =
-            read == corekit::Sys::Line::Whole ? ValidateAnswer(question, answer) : RefuseAnswer();
-        if (valid) return reply;
-    }
-}
-
-/// False, with the error text set, when standard input fails or ends.
-bool AskAndStore(const Question& question, Settings& settings) {
-    String answer;
-    const Reply reply = Ask(question, ShownDefault(question, settings), answer);
-    if (reply == Reply::InputEnded) return Error::Fail(kInputEnded);
-    if (String(question.key) == L"KSName") {
-        StoreServer(AnsweredServer(answer, reply, settings), settings);
+void Store(const Answer& answer, const Question& question, Settings& settings) {
+    if (question.key == L"KSName") {
+        StoreServer(AnsweredServer(answer, settings), settings);
     } else {
-        settings.Value(question.key) = answer;
+        settings.Value(question.key) = answer.text;
     }
-    return true;
 }
 
 }  // namespace
@@ -85,15 +61,28 @@ bool RunQuestionnaire(Settings& settings) {
     const bool offerKeep = settings.IsYes(L"Upgrade");
     Messages::Tell(kIntroduction);
     for (const Question& question : Questions()) {
-        if (String(question.key) == L"Upgrade" && !offerKeep) continue;
-        if (!AskAndStore(question, settings)) return false;
+        if (question.key == L"Upgrade" && !offerKeep) continue;
+        Answer answer;
+        if (!AskQuestion(question, ShownDefault(question, settings), answer)) return false;
+        Store(answer, question, settings);
     }
     settings.Value(L"IsInteractive") = L"yes";
     return true;
 }
 
-bool AskQuestion(const Question& question, const String& shownDefault, String& answer) {
-    return Ask(question, shownDefault, answer) != Reply::InputEnded || Error::Fail(kInputEnded);
+bool AskQuestion(const Question& question, const String& shownDefault, Answer& answer) {
+    for (;;) {
+        Messages::Tell(Messages::Ascii(question.prompt) + L" (" + Messages::Shown(shownDefault) + L"): ");
+        String line;
+        const Sys::Line read = Sys::Fgets(line, stdin);
+        if (read == Sys::Line::End) return Error::Fail(L"Error reading from standard input.");
+        answer.text = line.Trim();
+        answer.isProposal = answer.text.IsEmpty();
+        if (answer.isProposal) answer.text = shownDefault;
+        const bool isValid =
+            read == Sys::Line::Whole ? ValidateAnswer(question, answer.text) : RefuseAnswer();
+        if (isValid) return true;
+    }
 }
 
 }  // namespace Zorvane::AgentInstaller

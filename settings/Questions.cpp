@@ -50,7 +50,7 @@ std::span<const Question> Questions() {
 }
 
 bool IsQuestionKey(const corekit::String& setting) {
-    return std::ranges::any_of(kQuestions, [&](const Question& question) { return setting == question.key; });
+    return std::ranges::find(kQuestions, setting.View(), &Question::key) != std::end(kQuestions);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <span>
+#include <string_view>
 
 #include "corekit/String.h"
 
@@ -11,11 +12,11 @@ namespace Zorvane::AgentInstaller {
 enum class AnswerKind : int { Text = 0, Directory = 1, NonEmpty = 2, YesNo = 3, Digits = 4 };
 
 struct Question {
-    const wchar_t* key;  // the setting that the answer becomes
-    const wchar_t* prompt;
-    const wchar_t* defaultAnswer;
+    std::wstring_view key;  // the setting that the answer becomes
+    std::wstring_view prompt;
+    std::wstring_view defaultAnswer;  // may hold the macros of paths
     AnswerKind kind;
-    const wchar_t* allowed;  // for Text: the permitted words, as in ":none:info:"; "" permits any
+    std::wstring_view allowed;  // for Text: the permitted words, as in ":none:info:"; "" permits any
 };
 
 /// All of them, in asking order.

@@ -54,7 +54,7 @@ bool IsIn(const String& answer, std::wstring_view words) {
 bool IsAnswer(const Question& question, const String& answer) {
     switch (question.kind) {
         case AnswerKind::Text:
-            return *question.allowed == L'\0' || IsIn(answer, question.allowed);
+            return question.allowed.empty() || IsIn(answer, question.allowed);
         case AnswerKind::Directory:
             return answer.StartsWith(L"/") && corekit::File::IsDirectory(answer);
         case AnswerKind::NonEmpty:
@@ -75,7 +75,7 @@ bool IsOneLine(const String& text) {
 void CheckAnswers(const Settings& settings) {
     for (const Question& question : Questions()) {
         const String answer = settings.Get(question.key);
-        Holds(!answer.IsEmpty() || (!settings.Exists(question.key) && String(question.key) == L"Upgrade"),
+        Holds(!answer.IsEmpty() || (!settings.Exists(question.key) && question.key == L"Upgrade"),
               "every question that is asked is answered");
         if (answer.IsEmpty()) continue;
         Holds(IsOneLine(answer), "an answer is one line");

@@ -19,7 +19,7 @@ constexpr const char* kNoDirectory = "  Directory does not exist.\n";
 
 const Question& QuestionFor(const wchar_t* key) {
     for (const Question& question : Questions()) {
-        if (String(question.key) == key) return question;
+        if (question.key == key) return question;
     }
     std::abort();  // no such question
 }

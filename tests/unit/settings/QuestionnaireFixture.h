@@ -23,7 +23,7 @@ inline constexpr const char* kInvalid = "  Invalid value entered. Please re-ente
 
 inline const Question& QuestionFor(const wchar_t* key) {
     for (const Question& question : Questions()) {
-        if (corekit::String(question.key) == key) return question;
+        if (question.key == key) return question;
     }
     std::abort();  // no such question
 }

@@ -81,22 +81,22 @@ TEST_F(Questionnaire, ALineThatIsTooLongIsRefusedAsAWhole) {
 
 TEST_F(Questionnaire, TheLongestLineFits) {
     const StandardInput input(std::string(4094, 'x') + "\nrest\n");
-    String answer;
+    Answer answer;
     Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-    EXPECT_EQ(answer, String(std::wstring(4094, L'x')));
+    EXPECT_EQ(answer.text, String(std::wstring(4094, L'x')));
 }
 
 TEST_F(Questionnaire, ALineOneByteLongerDoesNotFit) {
     const StandardInput input(std::string(4095, 'x') + "\nnext\n");
-    String answer;
+    Answer answer;
     const auto output = Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
     EXPECT_EQ(output.out, Asked(L"LogFile", "d") + kInvalid + Asked(L"LogFile", "d"));
-    EXPECT_EQ(answer, L"next");
+    EXPECT_EQ(answer.text, L"next");
 }
 
 TEST_F(Questionnaire, ALineThatIsTooLongMayBeTheLast) {
     const StandardInput input(std::string(5000, 'x'));
-    String answer;
+    Answer answer;
     Captured([&] { EXPECT_FALSE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
     EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
 }
@@ -104,9 +104,9 @@ TEST_F(Questionnaire, ALineThatIsTooLongMayBeTheLast) {
 TEST_F(Questionnaire, BlanksAroundAnAnswerDoNotCount) {
     for (const char* typed : {"  two  words \t\n", "two  words\r\n", "\ttwo  words\v\f\n", "two  words"}) {
         const StandardInput input(typed);
-        String answer;
+        Answer answer;
         Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-        EXPECT_EQ(answer, L"two  words") << typed;
+        EXPECT_EQ(answer.text, L"two  words") << typed;
     }
 }
 
@@ -137,16 +137,16 @@ TEST_F(Questionnaire, TheLastLineMayLackItsEnd) {
 
 TEST_F(Questionnaire, OneQuestionIsAskedUntilItsAnswerIsValid) {
     const StandardInput input("loud\n12k\n\n");
-    String answer;
+    Answer answer;
     const auto output = Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogSize"), L"256", answer)); });
     const std::string asked = Asked(L"LogSize", "256");
     EXPECT_EQ(output.out, asked + kInvalid + asked + kInvalid + asked);
-    EXPECT_EQ(answer, L"256");
+    EXPECT_EQ(answer.text, L"256");
 }
 
 TEST_F(Questionnaire, OneQuestionEndsWithTheInput) {
     const StandardInput input("loud\n");
-    String answer;
+    Answer answer;
     Captured([&] { EXPECT_FALSE(AskQuestion(QuestionFor(L"LogSize"), L"256", answer)); });
     EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
 }

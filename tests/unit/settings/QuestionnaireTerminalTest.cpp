@@ -21,8 +21,8 @@ class LogFileQuestion : public Terminal {
   public:
     explicit LogFileQuestion(const String& expected)
         : Terminal([&] {
-              String answer;
-              return AskQuestion(QuestionFor(L"LogFile"), L"d", answer) && answer == expected;
+              Answer answer;
+              return AskQuestion(QuestionFor(L"LogFile"), L"d", answer) && answer.text == expected;
           }) {
         EXPECT_EQ(ReadUntil("): "), Asked(L"LogFile", "d"));
     }
@@ -56,7 +56,7 @@ TEST_F(Questionnaire, OnATerminalEachAnswerIsTypedBehindItsQuestion) {
 
 TEST(QuestionnaireOnATerminal, CtrlDEndsIt) {
     Terminal terminal([] {
-        String answer;
+        Answer answer;
         return !AskQuestion(QuestionFor(L"LogFile"), L"d", answer) &&
                Error::m_sErrorText == L"Error reading from standard input.";
     });
