@@ -57,15 +57,13 @@ bool ConfigureCommand::RemoveXmlConfigFile() {
 
 void ConfigureCommand::Usage(const String& prefix) const {
     Messages::Tell(
-        prefix +
-        L" [options]\n\n"
-        L"Automatically configure/upgrade an installation from an XML config file.\n\n"
+        prefix + L" [options]\n\n" + Description() +
+        L"\n\n"
         L"Options:\n\n"
         L"-noimode\n"
         L"\t\t[optional] By default, if utility fails to find\teither a previously installed agent or an "
         L"XML-formatted \tconfiguration file, it steps into the interactive mode.\tBy specifying this "
-        L"option, "
-        L"you may disable this behaviour.\n\n"
+        L"option, you may disable this behaviour.\n\n"
         L"-nosearch\n"
         L"\t[optional] Do not search for the installed agent.\n\n"
         L"-dir <Agent-Base-Dir>\n"

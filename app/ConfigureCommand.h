@@ -32,6 +32,7 @@ class ConfigureCommand : public corekit::CommandBasedApp::Command {
     /// Runs the sequence after the refusals and the options that both commands share.
     unsigned RunWithOptions(const std::vector<corekit::String>& arguments, NoIMode noIMode);
 
+    /// Has the run ask its questions.
     void SetInteractive() { m_bInteractive = true; }
 
   private:
@@ -40,8 +41,6 @@ class ConfigureCommand : public corekit::CommandBasedApp::Command {
     void GatherSettings(ConfigureRun& run);
     void DecideOnUpgrade(ConfigureRun& run);
     void DecideWithoutUpgrade(ConfigureRun& run);
-    void CreateNewAgent(ConfigureRun& run);
-    void AskQuestions(ConfigureRun& run);
 
     bool m_bNoIMode = false;
     bool m_bInteractive = false;

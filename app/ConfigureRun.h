@@ -1,4 +1,4 @@
-// The state of one configure run.
+// The state of one configure run: what its steps hand on to each other.
 #pragma once
 
 #include <memory>
@@ -18,6 +18,11 @@ struct ConfigureRun {
     std::unique_ptr<Agent> installed;  // the agent found on the host, or null
     std::unique_ptr<Agent> newAgent;   // the agent being configured, or null
     HandOverFile handOver;             // the new client.conf until it moves into place
+
+    /// The installed agent when it is of a version that can be upgraded, else null.
+    Agent* Upgradable() const {
+        return installed && installed->IsUpgradeSupported() ? installed.get() : nullptr;
+    }
 };
 
 }  // namespace Zorvane::AgentInstaller

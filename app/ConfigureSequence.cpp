@@ -4,16 +4,14 @@
 #include "app/CommandStatus.h"
 #include "app/ConfigureCommand.h"
 #include "app/ConfigureRun.h"
+#include "app/InstallDirectory.h"
 #include "app/InstalledAgentSteps.h"
 #include "app/PlatformSupport.h"
-#include "config/PathMacros.h"
-#include "corekit/File.h"
 #include "integration/AgentStart.h"
 #include "integration/SetupSequence.h"
 #include "run/Args.h"
 #include "run/Error.h"
 #include "run/Messages.h"
-#include "run/Names.h"
 #include "run/ReinstallMarker.h"
 #include "settings/EnvironmentOverrides.h"
 #include "settings/Questionnaire.h"
@@ -36,21 +34,14 @@ constexpr const wchar_t* kNoConfigurationNoIMode =
 constexpr const wchar_t* kNoConfigurationQuiet =
     L"No configuration file found and -quiet specified.\n"
     L"Remove -quiet to run qdn-configure interactively or specify env var QDNCLIENT_CONFIG_FILE for non "
-    L"default "
-    L"location upgrade.";
-
-/// The environment script and the service script name the install directory unquoted.
-constexpr const wchar_t* kMisreadByShells = L"'\"\\`\n\r$&;|<>()";
+    L"default location upgrade.";
 
 void WarnAboutPlatform() {
     if (!IsPlatformSupported()) Messages::Tell(kUnsupportedPlatform);
 }
 
-bool CheckInstallDir(Settings& settings) {
-    const String& installDir = settings.Value(L"InstallDir");
-    if (MakeAbsolutePath(installDir).FindOneOf(kMisreadByShells) == String::npos) return true;
-    return Error::Fail(String(L"Install directory %1 contains characters that are not allowed.")
-                           .Arg(Messages::Shown(installDir)));
+void AskQuestions(ConfigureRun& run) {
+    run.ok = RunQuestionnaire(*run.settings) || Error::Fail(L"Interactive configuration failed.");
 }
 
 bool SetUpNewAgent(ConfigureRun& run) {
@@ -76,10 +67,11 @@ unsigned Report(const ConfigureRun& run) {
 unsigned ConfigureCommand::Configure() {
     ConfigureRun run;
     WarnAboutPlatform();
+    run.reinstall = IsReinstallPending();
     GatherSettings(run);
     run.installed = FindInstalledAgent();
     if (run.ok) DecideOnUpgrade(run);
-    CreateNewAgent(run);
+    CreateNewAgent(run, m_sDir);
     if (run.ok && m_bInteractive) AskQuestions(run);
     CompleteInstallDir(run);
     run.ok = run.ok && CheckInstallDir(*run.settings);
@@ -95,7 +87,6 @@ unsigned ConfigureCommand::Configure() {
 
 /// Defaults, then the environment, then the XML file: what comes later wins.
 void ConfigureCommand::GatherSettings(ConfigureRun& run) {
-    run.reinstall = IsReinstallPending();
     run.settings = DefaultSettings();
     if (!run.settings) {  // GCOVR_EXCL_START: the built-in document always gives settings
         run.ok = Error::Fail(L"Cannot load agent settings.");
@@ -112,7 +103,7 @@ void ConfigureCommand::GatherSettings(ConfigureRun& run) {
 
 void ConfigureCommand::DecideOnUpgrade(ConfigureRun& run) {
     if (run.settings->IsSet(L"Upgrade") && !run.settings->IsYes(L"Upgrade")) return;
-    if (run.installed && run.installed->IsUpgradeSupported() && !run.reinstall) {
+    if (run.Upgradable() != nullptr && !run.reinstall) {
         MergeInstalledSettings(run);
     } else {
         DecideWithoutUpgrade(run);
@@ -132,20 +123,6 @@ void ConfigureCommand::DecideWithoutUpgrade(ConfigureRun& run) {
     } else {
         m_bInteractive = true;
     }
-}
-
-void ConfigureCommand::CreateNewAgent(ConfigureRun& run) {
-    run.newAgent = CreateCurrentAgent();
-    if (!run.newAgent) {                                                  // GCOVR_EXCL_LINE: there always is
-        run.ok = Error::Fail(L"Failed to create the new agent object.");  // GCOVR_EXCL_LINE
-    } else if (run.ok && !run.newAgent->InstallDir().IsEmpty()) {
-        run.settings->Value(L"InstallDir") = run.newAgent->InstallDir();
-    }
-    if (!m_sDir.IsEmpty()) run.settings->Value(L"InstallDir") = m_sDir;
-}
-
-void ConfigureCommand::AskQuestions(ConfigureRun& run) {
-    run.ok = RunQuestionnaire(*run.settings) || Error::Fail(L"Interactive configuration failed.");
 }
 
 }  // namespace Zorvane::AgentInstaller

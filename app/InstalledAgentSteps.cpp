@@ -18,6 +18,39 @@ namespace Zorvane::AgentInstaller {
 using corekit::Forgive;
 using corekit::String;
 namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+/// Readable by root alone until the permissions of the installation are set.
+bool WriteCopy(const String& copy, const std::string& bytes) {
+    constexpr unsigned kPrivate = 0600;
+    Forgive(corekit::Dir::CreateR(Path::GetDirectory(copy)));
+    Forgive(File::Chmod(copy, kPrivate));
+    return File::WriteBytes(copy, bytes, kPrivate).Ok();
+}
+
+bool FailToSave(const String& copy) {
+    return Error::Fail(L"Unable to write to file: ", copy);
+}
+
+/// Whatever becomes of the original from here on, nothing that it held is lost.
+bool SaveConfOf(Agent& agent, const String& copy) {
+    if (Path::IsMatch(agent.ConfPath(), copy)) return true;
+    std::string bytes;
+    if (!agent.ReadConf(bytes) || !WriteCopy(copy, bytes)) return FailToSave(copy);
+    agent.SetConfPath(copy);
+    return true;
+}
+
+/// The file of an agent that nobody recognised would be replaced all the same.
+bool SaveUnknownConf(const String& original, const String& copy) {
+    if (!File::Exists(original) || Path::IsMatch(original, copy)) return true;
+    std::string bytes;
+    return (File::ReadBytes(original, bytes) && WriteCopy(copy, bytes)) || FailToSave(copy);
+}
+
+}  // namespace
 
 void MergeInstalledSettings(ConfigureRun& run) {
     const auto old = run.installed->LoadSettings();
@@ -42,39 +75,22 @@ void MergeInstalledSettings(ConfigureRun& run) {
     if (!guid.IsEmpty() || settings.Value(L"KSNameChanged") == L"true") settings.Value(L"Guid") = guid;
 }
 
-void CompleteInstallDir(ConfigureRun& run) {
-    if (!run.settings->IsSet(L"InstallDir") && run.newAgent && !run.newAgent->InstallDir().IsEmpty()) {
-        run.settings->Value(L"InstallDir") = run.newAgent->InstallDir();
-    }
-}
-
 bool SaveInstalledConfiguration(const ConfigureRun& run) {
-    const String installDir = MakeAbsolutePath(run.settings->Value(L"InstallDir"));
+    const String installDir = MakeAbsolutePath(run.settings->Get(L"InstallDir"));
+    const String copy = installDir + Names::kSavedClientConf;
     const bool isKnown = run.installed && !run.installed->ConfPath().IsEmpty();
-    // The file of an agent that nobody recognised would be replaced all the same.
-    const String original = isKnown ? run.installed->ConfPath() : installDir + Names::kClientConf;
-    const String saved = installDir + Names::kSavedClientConf;
-    if (corekit::Path::IsMatch(original, saved) || (!isKnown && !File::Exists(original))) return true;
-    constexpr unsigned kPrivate = 0600;
-    std::string bytes;
-    Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(saved)));
-    Forgive(File::Chmod(saved, kPrivate));
-    const auto read = isKnown ? run.installed->ReadConf(bytes) : File::ReadBytes(original, bytes);
-    if (!read || !File::WriteBytes(saved, bytes, kPrivate))
-        return Error::Fail(L"Unable to write to file: ", saved);
-    // Whatever becomes of the original from here on, nothing that it held is lost.
-    if (isKnown) run.installed->SetConfPath(saved);
-    return true;
+    return isKnown ? SaveConfOf(*run.installed, copy)
+                   : SaveUnknownConf(installDir + Names::kClientConf, copy);
 }
 
 bool RemoveInstalledIntegration(const ConfigureRun& run) {
-    if (!run.installed || !run.installed->IsUpgradeSupported() || run.installed->RemoveSystemIntegration())
-        return true;
-    return Error::Fail(L"Failed to clean old agent files.");
+    Agent* agent = run.Upgradable();
+    return agent == nullptr || agent->RemoveSystemIntegration() ||
+           Error::Fail(L"Failed to clean old agent files.");
 }
 
 bool MigrateInstalledSettings(ConfigureRun& run) {
-    const Agent* agent = run.installed && run.installed->IsUpgradeSupported() ? run.installed.get() : nullptr;
+    const Agent* agent = run.Upgradable();
     InstalledConfiguration installed;
     if (agent) installed = {agent->VersionLabel(), agent->ConfPath(), agent->RegistersSubAgents()};
     if (!MigrateSettings(run.handOver, agent ? &installed : nullptr, *run.settings)) return false;

@@ -10,9 +10,6 @@ namespace Zorvane::AgentInstaller {
 /// old one is dropped.
 void MergeInstalledSettings(ConfigureRun& run);
 
-/// Gives the settings the new agent's install directory when no source named any.
-void CompleteInstallDir(ConfigureRun& run);
-
 /// Keeps the installed agent's client.conf as etc/client.conf.old below the install directory; the agent is
 /// read from there then. Without one that is recognised, the client.conf of the install directory is kept.
 /// False with the error text set.

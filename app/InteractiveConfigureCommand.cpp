@@ -13,9 +13,8 @@ unsigned InteractiveConfigureCommand::Run(const std::vector<String>& arguments) 
 }
 
 void InteractiveConfigureCommand::Usage(const String& prefix) const {
-    Messages::Tell(prefix +
-                   L" [-quiet]\n\n"
-                   L"Interactively configure/reconfigure an installation ignoring any XML file.\n\n"
+    Messages::Tell(prefix + L" [-quiet]\n\n" + Description() +
+                   L"\n\n"
                    L"Options:\n\n"
                    L"-nosearch\n"
                    L"\t[optional] Do not search for the installed agent.\n\n"

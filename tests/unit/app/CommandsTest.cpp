@@ -1,3 +1,4 @@
+// The three commands: their options, refusals, usage texts and statuses.
 #include <gtest/gtest.h>
 
 #include "app/AgentInstaller.h"

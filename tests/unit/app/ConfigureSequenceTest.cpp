@@ -1,3 +1,4 @@
+// The configure sequence: the runs that fail before anything is written, and what they say.
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// What is taken over from the agent found on the host, what is kept of it, and what fails the run.
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -63,17 +64,6 @@ TEST_F(InstalledAgentSteps, TheInstalledAgentsValuesWinButItsEmptyOnesDoNot) {
     MergeInstalledSettings(m_run);
     EXPECT_EQ(Setting(L"TempDir"), L"/var/tmp");
     EXPECT_EQ(Setting(L"LogSize"), L"256");
-}
-
-TEST_F(InstalledAgentSteps, WithoutAnInstallDirectoryItIsThePackages) {
-    CompleteInstallDir(m_run);
-    EXPECT_EQ(Setting(L"InstallDir"), L"");
-    m_run.newAgent = std::make_unique<FakeAgent>();
-    CompleteInstallDir(m_run);
-    EXPECT_EQ(Setting(L"InstallDir"), L"/opt/old");
-    Setting(L"InstallDir") = L"/opt/new";
-    CompleteInstallDir(m_run);
-    EXPECT_EQ(Setting(L"InstallDir"), L"/opt/new");
 }
 
 TEST_F(InstalledAgentSteps, AConfigurationThatCannotBeLoadedFailsTheRun) {

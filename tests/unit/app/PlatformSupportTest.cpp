@@ -1,3 +1,4 @@
+// Which hosts count as supported platforms, and what is asked of them to tell.
 #include <gtest/gtest.h>
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// The XML configuration file: where it is looked for, when it is used, and when it goes.
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
