@@ -1,4 +1,4 @@
-// Names and paths that several parts of the program share.
+// Fixed names and paths: the service, files of an installation, hand-over files and sections of client.conf.
 #pragma once
 
 namespace Zorvane::AgentInstaller::Names {
@@ -21,7 +21,6 @@ inline constexpr const wchar_t* kHelperProgram = L"/usr/bin/qdn-helper";
 inline constexpr const wchar_t* kHandOverDir = L"/tmp/ksclt";
 inline constexpr const wchar_t* kMigrateClientConf = L"/tmp/ksclt/.migrate-client.conf";
 inline constexpr const wchar_t* kReinstallClientConf = L"/tmp/ksclt/.reinstall-client.conf";
-inline constexpr const wchar_t* kMigrateConfigXml = L"/tmp/ksclt/.migrate-config.xml";
 
 // Sections of client.conf.
 inline constexpr const wchar_t* kConfiguration = L"Configuration";

@@ -10,9 +10,10 @@ class ServerUrl {
   public:
     enum Kind : int { Http = 0, Https = 1, Ftp = 2, Other = 3 };
 
-    /// A text without a scheme counts as http.
+    /// From a text like "https://kell.example.com:8083"; one without a scheme counts as http.
     explicit ServerUrl(const corekit::String& text);
 
+    /// The kind of the scheme.
     int Scheme() const { return m_kind; }
     bool IsValid() const { return m_url.IsValid(); }
     const corekit::String& GetProtocol() const { return m_url.GetProtocol(); }

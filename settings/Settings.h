@@ -44,7 +44,7 @@ class Settings {
     void AddExtra(ExtraSetting extra) { m_extra.push_back(std::move(extra)); }
     const std::vector<ExtraSetting>& Extra() const { return m_extra; }
 
-    /// A diagnostic dump to standard output.
+    /// A dump of all settings to standard output, for whoever looks for a fault: no command writes it.
     void Print() const;
 
   private:

@@ -8,7 +8,8 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The settings of a document. What the document lacks is present with an empty value.
+/// The settings of a document. What the document lacks is present with an empty value, but for KSProtocol,
+/// which then is "http"; Guid is in upper case and in braces, and KSUrlFormat is composed from KSProtocol.
 std::unique_ptr<Settings> ReadXmlConfig(const corekit::BasicXml& document);
 
 /// Sets the setting that is the trimmed text of the element of its name. KSName takes the port with it, and

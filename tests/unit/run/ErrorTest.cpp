@@ -1,3 +1,4 @@
+// How a failure is recorded.
 #include <gtest/gtest.h>
 
 #include "run/Error.h"

@@ -1,3 +1,4 @@
+// What reaches the operator: on which stream, in which character set, and under -quiet.
 #include <gtest/gtest.h>
 #include <stdlib.h>
 

@@ -1,3 +1,4 @@
+// One run at a time: who gets the lock, and what is no lock file.
 #include <cerrno>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
