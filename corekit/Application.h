@@ -30,7 +30,7 @@ class Application {
     String m_version;
 };
 
-/// What every command can do beside its own work; a base for `Command` that holds nothing.
+/// The base of all that the frame runs; it holds nothing.
 class ApplicationFlags {
   public:
     virtual ~ApplicationFlags() = default;

@@ -52,8 +52,7 @@ class IniFile {
     void GetEntries(const String& section, Entries& entries) const;
 
     /// An entry that no line could hold is left out: one whose key is empty, has "=" in it or begins with
-    /// "#",
-    /// ";" or "[", or whose section has "]" in it.
+    /// "#", ";" or "[", or whose section has "]" in it.
     void SetValue(const String& section, const String& key, const String& value);
 
     /// Replaces the file in one step (see File::Write). A file that is there but could not be read is not

@@ -6,6 +6,7 @@
 
 #include "corekit/Dir.h"
 #include "corekit/File.h"
+#include "corekit/Path.h"
 #include "corekit/Program.h"
 #include "corekit/Text.h"
 #include "deploykit/HostTool.h"
@@ -19,11 +20,11 @@ using corekit::Dir;
 using corekit::String;
 
 namespace File = corekit::File;
+namespace Path = corekit::Path;
 namespace Program = corekit::Program;
 
 namespace {
 
-constexpr const wchar_t* kScriptDir = L"/etc/init.d/";
 constexpr const wchar_t* kLevels = L"0123456";
 
 /// A tool that makes and removes the links of run levels by what the script's header says. %1 is the service.
@@ -69,13 +70,13 @@ void RunLinkTool(const wchar_t* LinkTool::*action, const String& name) {
 }
 
 bool WriteScript(const String& path, const String& script) {
-    return Dir::CreateR(kScriptDir).Ok() && File::WriteBytes(path, script.Utf8(), 0755).Ok() &&
+    return Dir::CreateR(Path::GetDirectory(path)).Ok() && File::WriteBytes(path, script.Utf8(), 0755).Ok() &&
            File::Chmod(path, 0755).Ok();
 }
 
 /// A tool's status says nothing: what counts is the start links, and those that it did not make are made
 /// here. Where systemd starts the service, directories of levels that the host does not have are not missed.
-bool RegisterLinks(const String& name, const RunLevels& levels) {
+bool RegisterLinks(const String& name, const ServiceLevels& levels) {
     if (levels.start.IsEmpty() && levels.stop.IsEmpty()) return true;
     RunLinkTool(&LinkTool::add, name);
     if (RunLevelLinks::AreStartedIn(name, levels.start)) return true;
@@ -96,7 +97,7 @@ bool Install(const String& name, const String& templatePath, const String& insta
     String text;
     if (!IsServiceName(name) || !File::Read(templatePath, text) || text.IsEmpty()) return false;
 
-    const RunLevels levels = {SupportedLevels(startLevels), SupportedLevels(stopLevels)};
+    const ServiceLevels levels = {SupportedLevels(startLevels), SupportedLevels(stopLevels)};
     const String script = ExpandServiceTemplate(text, installDir, levels);
     // Links of other levels, from an earlier installation, would count as well.
     if (!RunLevelLinks::Remove(name) || !WriteScript(GetLocation(name), script)) return false;
@@ -119,7 +120,7 @@ bool Uninstall(const String& name) {
 }
 
 String GetLocation(const String& name) {
-    return kScriptDir + name;
+    return ServiceScriptPath(name);
 }
 
 }  // namespace deploykit::ItemInstallers::RCScriptBackend

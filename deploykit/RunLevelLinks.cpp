@@ -49,7 +49,7 @@ bool HasLink(const String& directory, const String& links, const String& name) {
 /// Relative as the host's own tools make them, unless its directories of levels lie elsewhere.
 String LinkTarget(const String& directory, const String& name) {
     const String relative = L"../init.d/" + name;
-    return File::Exists(Path::Join(directory, relative)) ? relative : L"/etc/init.d/" + name;
+    return File::Exists(Path::Join(directory, relative)) ? relative : ServiceScriptPath(name);
 }
 
 void LinkIn(const String& levels, const String& links, const String& prefix, const String& name) {
@@ -67,12 +67,12 @@ bool AreStartedIn(const String& name, const String& levels) {
         levels, [&](wchar_t level) { return HasLink(LevelDirectory(level), kStartLinks, name); });
 }
 
-void Make(const String& name, const RunLevels& levels) {
+void Make(const String& name, const ServiceLevels& levels) {
     LinkIn(levels.start, kStartLinks, kStartPrefix, name);
     LinkIn(levels.stop, kStopLinks, kStopPrefix, name);
 }
 
-void MakeDirectories(const RunLevels& levels) {
+void MakeDirectories(const ServiceLevels& levels) {
     const String parent = File::IsDirectory(L"/etc/rc.d") ? L"/etc/rc.d" : L"/etc";
     for (const wchar_t level : levels.start + levels.stop) {
         if (LevelDirectory(level).IsEmpty()) Forgive(Dir::CreateR(DirectoryBelow(parent, level)));

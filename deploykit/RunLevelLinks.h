@@ -11,10 +11,10 @@ bool AreStartedIn(const corekit::String& name, const corekit::String& levels);
 
 /// Links S99NAME in the start levels and K01NAME in the stop levels to /etc/init.d/NAME, where no link of the
 /// kind stands yet. Levels without a directory get none.
-void Make(const corekit::String& name, const RunLevels& levels);
+void Make(const corekit::String& name, const ServiceLevels& levels);
 
 /// Makes the directories of levels that have none.
-void MakeDirectories(const RunLevels& levels);
+void MakeDirectories(const ServiceLevels& levels);
 
 /// Removes every start and stop link of the service; false when one is left.
 bool Remove(const corekit::String& name);

@@ -1,4 +1,4 @@
-// Service scripts as text: macros, and the comment header that the host's tools read.
+// Service scripts: their place, their macros, and the comment header that the host's tools read.
 #include "deploykit/ServiceScript.h"
 
 #include "corekit/Text.h"
@@ -45,7 +45,7 @@ String ChkconfigValue(const String& value, const String& levels) {
     return (levels.IsEmpty() ? String(L"-") : levels) + value.Mid(value.FindOneOf(L" \t"));
 }
 
-String WithLevels(const String& line, const RunLevels& levels) {
+String WithLevels(const String& line, const ServiceLevels& levels) {
     String value;
     if (ReadField(line, kDefaultStart, value)) return FieldLine(kDefaultStart, Spaced(levels.start));
     if (ReadField(line, kDefaultStop, value)) return FieldLine(kDefaultStop, Spaced(levels.stop));
@@ -55,7 +55,11 @@ String WithLevels(const String& line, const RunLevels& levels) {
 
 }  // namespace
 
-String ExpandServiceTemplate(const String& text, const String& installDir, const RunLevels& levels) {
+String ServiceScriptPath(const String& name) {
+    return L"/etc/init.d/" + name;
+}
+
+String ExpandServiceTemplate(const String& text, const String& installDir, const ServiceLevels& levels) {
     String expanded = text;
     expanded.Replace(L"%ETCDIR%", L"%INSTDIR%/etc").Replace(L"%INSTDIR%", installDir);
 

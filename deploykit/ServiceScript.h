@@ -1,12 +1,15 @@
-// The text of a service script: how it comes from its template, and what its header says.
+// A service script: where it is, how its text comes from a template, and what its header says.
 #pragma once
 
 #include "corekit/String.h"
 
 namespace deploykit {
 
-/// The levels in which a service is started and stopped, each list as digits alone ("235").
-struct RunLevels {
+/// /etc/init.d/NAME.
+corekit::String ServiceScriptPath(const corekit::String& name);
+
+/// The run levels in which a service is started and stopped, each list as digits alone ("235").
+struct ServiceLevels {
     corekit::String start;
     corekit::String stop;
 };
@@ -15,7 +18,7 @@ struct RunLevels {
 /// "Default-Start", "Default-Stop" and the "chkconfig" line (its priorities stay) of the header. A header is
 /// the comment and blank lines before the first line of code.
 corekit::String ExpandServiceTemplate(const corekit::String& text, const corekit::String& installDir,
-                                      const RunLevels& levels);
+                                      const ServiceLevels& levels);
 
 /// What the header says under a keyword, as in "# pidfile: /run/a.pid"; "" when it does not.
 corekit::String ServiceHeaderField(const corekit::String& script, const corekit::String& keyword);

@@ -53,7 +53,7 @@ String UnitSection(const String& name, const String& script) {
     const String description = ServiceHeaderField(script, L"Short-Description");
     const String targets = TargetsBefore(script);
     String section = L"[Unit]\nDescription=" + Literal(description.IsEmpty() ? name : description) + L"\n";
-    section += L"SourcePath=/etc/init.d/" + name + L"\n";
+    section += L"SourcePath=" + ServiceScriptPath(name) + L"\n";
     if (HasWord(targets, kNetworkTarget)) section += String(L"Wants=") + kNetworkTarget + L"\n";
     if (!targets.IsEmpty()) section += L"After=" + targets + L"\n";
     return section;
@@ -62,12 +62,13 @@ String UnitSection(const String& name, const String& script) {
 /// As systemd itself runs a service script, except that the script is told who calls it.
 String ServiceSection(const String& name, const String& script) {
     const String pidFile = ServiceHeaderField(script, L"pidfile");
+    const String scriptPath = ServiceScriptPath(name);
     String section = L"[Service]\nType=forking\n";
     section += pidFile.IsEmpty() ? String(L"GuessMainPID=no\nRemainAfterExit=yes\n")
                                  : L"PIDFile=" + Literal(pidFile) + L"\n";
     section += L"Environment=SERVICE_SCRIPT_CALLER=systemd\n";
-    section += L"ExecStart=/etc/init.d/" + name + L" start\n";
-    section += L"ExecStop=/etc/init.d/" + name + L" stop\n";
+    section += L"ExecStart=" + scriptPath + L" start\n";
+    section += L"ExecStop=" + scriptPath + L" stop\n";
     section += L"KillMode=process\nIgnoreSIGPIPE=no\nTimeoutSec=5min\n";
     return section;
 }

@@ -5,7 +5,7 @@
 #include "deploykit/RunLevelLinks.h"
 #include "tests/unit/deploykit/ServiceHost.h"
 
-using deploykit::RunLevels;
+using deploykit::ServiceLevels;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -14,7 +14,7 @@ namespace RunLevelLinks = deploykit::RunLevelLinks;
 
 namespace {
 
-const RunLevels kLevels = {L"235", L"06"};
+const ServiceLevels kLevels = {L"235", L"06"};
 
 class RunLevelLinksTest : public testing::Test {
   protected:

@@ -6,15 +6,20 @@
 
 using corekit::String;
 using deploykit::ExpandServiceTemplate;
-using deploykit::RunLevels;
 using deploykit::ServiceHeaderField;
+using deploykit::ServiceLevels;
+using deploykit::ServiceScriptPath;
 
 namespace {
 
-const RunLevels kLevels = {L"235", L"0146"};
-const RunLevels kNone = {};
+const ServiceLevels kLevels = {L"235", L"0146"};
+const ServiceLevels kNone = {};
 
 }  // namespace
+
+TEST(ServiceScript, LiesWhereInitLooks) {
+    EXPECT_EQ(ServiceScriptPath(L"agent"), L"/etc/init.d/agent");
+}
 
 TEST(ServiceScript, ReplacesBothMacrosEverywhere) {
     EXPECT_EQ(ExpandServiceTemplate(L"# pidfile: %INSTDIR%/p\nA=%ETCDIR%/a\nB=%INSTDIR%%INSTDIR%\n",
