@@ -15,6 +15,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Forgive;
 using corekit::IniFile;
 using corekit::String;
 
@@ -26,8 +27,8 @@ std::unique_ptr<Settings> Agent60::LoadSettings() {
 bool Agent60::RemoveSystemIntegration() {
     if (ConfPath().IsEmpty()) return false;
     const IniFile oldConf = OldConf();
-    RemoveProgramLinks(oldConf);
-    RemoveRunLevelScripts(oldConf);
+    Forgive(RemoveProgramLinks(oldConf));
+    Forgive(RemoveRunLevelScripts(oldConf));
     return true;
 }
 

@@ -1,3 +1,4 @@
+// Results: what errno says, and how it is told.
 #include "corekit/Result.h"
 
 #include <cerrno>

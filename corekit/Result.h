@@ -1,6 +1,8 @@
 // The outcome of an operation on the system: success, or the errno that stopped it.
 #pragma once
 
+#include <concepts>
+
 #include "corekit/String.h"
 
 namespace corekit {
@@ -29,6 +31,7 @@ class [[nodiscard]] Result {
 
 /// Drops an outcome on purpose: the caller goes on whatever it was.
 constexpr void Forgive(const Result&) {}
+constexpr void Forgive(std::same_as<bool> auto) {}
 
 /// The system's text for a failure, such as "No such file or directory".
 String GetErrorMsg(const Result& result);

@@ -35,7 +35,7 @@ void LinkPrograms(const String& programDir, const String& linkDir, const String&
     Forgive(corekit::Dir::Scan(programDir, L"qdn-*.bin", [&](const FileInfo& file) {
         const String program = file.name.Left(file.name.Length() - kSuffixLength);
         if (!file.isDirectory && GetsLink(program)) {
-            static_cast<void>(WrapperLinkBackend::Install(program, linkDir, programDir, environmentScript));
+            Forgive(WrapperLinkBackend::Install(program, linkDir, programDir, environmentScript));
         }
         return true;
     }));
