@@ -1,94 +1,40 @@
-// Where an installed agent's configuration is looked for, and which version is which member of the family.
+// Where an installed agent's configuration is looked for, and what is believed of it.
 #include "agents/AgentDetection.h"
 
 #include <algorithm>
-#include <limits>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "agents/Agent56.h"
-#include "agents/Agent60.h"
-#include "agents/Agent60SP2.h"
-#include "agents/Agent62.h"
+#include "agents/AgentVersion.h"
 #include "agents/CurrentAgent.h"
 #include "agents/UnsupportedAgent.h"
 #include "config/SystemProbes.h"
 #include "corekit/Env.h"
 #include "corekit/File.h"
+#include "corekit/IniFile.h"
 #include "corekit/Program.h"
 #include "corekit/Text.h"
 #include "run/Args.h"
 #include "run/Names.h"
-#include "run/TrustedFile.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::IniFile;
 using corekit::String;
-using corekit::Version;
 
 namespace {
 
 constexpr const wchar_t* kConfigVariable = L"QDNCLIENT_CONFIG_FILE";
-constexpr const wchar_t* kInventoryConf = L"/etc/qdn-invsoln/master.cfg";
 constexpr const wchar_t* kPackageQuery =
     L" -q -l qdn-ksclt |grep client.proto | sed -e 's/.etc.client.proto//' -e 's,//,/,g'";
-constexpr const wchar_t* kNewLabel = L"6.0SP2";
-
 constexpr const wchar_t* kUsualDir = L"/opt/zorvane/kell/ksagent";
-
-// Where a configuration may lie beside what the environment and the package manager name, in this order.
-constexpr const wchar_t* kKnownConfs[] = {
-    L"/opt/zorvane/kell/ksagent/etc/client.conf",
-    Names::kMigrateClientConf,
-    Names::kReinstallClientConf,
-    kInventoryConf,
-};
+constexpr const wchar_t* kNewLabel = L"6.0SP2";
 
 /// A configuration file that may describe the installed agent.
 struct Candidate {
     String path;
     ChosenBy chosenBy;
 };
-
-using Factory = std::unique_ptr<Agent> (*)(const String& label, const String& installDir);
-
-template <typename Member>
-std::unique_ptr<Agent> Make(const String& label, const String& installDir) {
-    return std::make_unique<Member>(label, installDir);
-}
-
-/// A range of builds of one version.
-struct Release {
-    int major;
-    int minor;
-    long long belowBuild;
-    Factory make;
-    const wchar_t* suffix;  // of the version label
-};
-
-constexpr long long kAnyBuild = std::numeric_limits<long long>::max();
-
-constexpr Release kReleases[] = {
-    {5, 5, kAnyBuild, Make<UnsupportedAgent>, L""},
-    {5, 6, kAnyBuild, Make<Agent56>, L""},
-    {6, 0, 200, Make<Agent60>, L""},
-    {6, 0, 300, Make<Agent60>, L"SP1"},
-    {6, 0, 400, Make<Agent60SP2>, L"SP2"},
-    {6, 1, 600, Make<Agent60SP2>, L""},
-    {6, 1, 8500, Make<Agent60SP2>, L"SP1"},
-    {6, 1, 9000, Make<Agent60SP2>, L"SP2"},
-    {6, 2, 1379, Make<Agent62>, L""},
-};
-
-constexpr bool ComesBefore(const Release& left, const Release& right) {
-    if (left.major != right.major) return left.major < right.major;
-    if (left.minor != right.minor) return left.minor < right.minor;
-    return left.belowBuild < right.belowBuild;
-}
-static_assert(std::ranges::is_sorted(kReleases, ComesBefore), "the first release that fits is the one");
 
 /// Where the package manager has the agent's package; empty when it has none or is not to be asked.
 String QueryPackageDir() {
@@ -97,53 +43,38 @@ String QueryPackageDir() {
     return rpm.IsEmpty() ? String() : RunShellCommand(corekit::Text::ShellWord(rpm) + kPackageQuery);
 }
 
-bool IsAmong(const std::vector<Candidate>& candidates, const String& path) {
-    return std::ranges::find(candidates, path, &Candidate::path) != candidates.end();
+/// A file of an install directory; empty, as that is, when there is none.
+String FileOf(const String& installDir, const wchar_t* file) {
+    return installDir.IsEmpty() ? String() : installDir + file;
 }
 
-/// The copy that an upgrade saves comes last: it is all that there is when one was killed after it had
+/// The copies that an upgrade saves come last: they are all that there is when one was killed after it had
 /// removed the old agent and before its own configuration was in place.
 std::vector<Candidate> Candidates(const String& packageDir) {
+    std::vector<Candidate> candidates;
+    // The package usually lies at the usual place: no file is to be warned of twice.
+    const auto add = [&](const String& path, ChosenBy chosenBy) {
+        const bool isNew = std::ranges::find(candidates, path, &Candidate::path) == candidates.end();
+        if (!path.IsEmpty() && isNew) candidates.push_back({path, chosenBy});
+    };
     String fromEnvironment;
     corekit::Env::Get(kConfigVariable, fromEnvironment);
-    std::vector<Candidate> candidates = {{fromEnvironment, ChosenBy::Administrator}};
-    for (const wchar_t* path : kKnownConfs) candidates.push_back({path, ChosenBy::Program});
-    // The package usually lies at the known place: no file is to be warned of twice.
-    for (const wchar_t* file : {Names::kClientConf, Names::kSavedClientConf}) {
-        for (const String& directory : {String(kUsualDir), packageDir}) {
-            const String path = directory + file;
-            if (!directory.IsEmpty() && !IsAmong(candidates, path))
-                candidates.push_back({path, ChosenBy::Program});
-        }
-    }
+    add(fromEnvironment, ChosenBy::Administrator);
+    for (const String& path :
+         {FileOf(kUsualDir, Names::kClientConf), String(Names::kMigrateClientConf),
+          String(Names::kReinstallClientConf), String(Names::kInventoryConf),
+          FileOf(packageDir, Names::kClientConf), FileOf(kUsualDir, Names::kSavedClientConf),
+          FileOf(packageDir, Names::kSavedClientConf)})
+        add(path, ChosenBy::Program);
     return candidates;
 }
 
-/// The file, open, where there is one that may be used.
-std::optional<TrustedFile> Open(const Candidate& candidate) {
-    if (candidate.path.IsEmpty() || !corekit::File::Exists(candidate.path)) return std::nullopt;
-    TrustedFile file(candidate.path, candidate.chosenBy);
-    return file.MayBeUsed() ? std::optional(std::move(file)) : std::nullopt;
-}
-
-std::unique_ptr<Agent> AgentFromConf(const String& path, const std::string& bytes) {
-    const IniFile conf(path, bytes, IniFile::KeyCase::FallBack);
-    auto agent =
-        CreateAgentForVersion(ReadAgentVersion(conf), conf.GetValue(Names::kConfiguration, L"installdir"));
-    if (agent) agent->SetConf(path, bytes);
-    return agent;
-}
-
-/// A directory or a device is no configuration, and must not pass for that of an agent before 6.0.
-std::unique_ptr<Agent> AgentFromFile(const TrustedFile& file) {
-    std::string bytes;
-    return file.Read(bytes) ? AgentFromConf(file.Path(), bytes) : nullptr;
-}
-
-/// The first file that may be used decides, recognised or not.
+/// The agent of the first candidate that exists and may be used; that one decides, recognised or not.
 std::unique_ptr<Agent> AgentFromFirst(const std::vector<Candidate>& candidates) {
     for (const Candidate& candidate : candidates) {
-        if (const auto file = Open(candidate)) return AgentFromFile(*file);
+        if (!corekit::File::Exists(candidate.path)) continue;
+        const TrustedFile file(candidate.path, candidate.chosenBy);
+        if (file.MayBeUsed()) return AgentFromConfigFile(file);
     }
     return nullptr;
 }
@@ -163,33 +94,17 @@ std::unique_ptr<Agent> CreateCurrentAgent() {
 
 std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
     if (baseDir.IsEmpty()) return nullptr;
-    const auto file = Open({baseDir + Names::kClientConf, ChosenBy::Administrator});
-    return file ? AgentFromFile(*file) : nullptr;
+    return AgentFromFirst({{baseDir + Names::kClientConf, ChosenBy::Administrator}});
 }
 
-std::unique_ptr<Agent> AgentFromConfigFile(const String& path) {
+std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     std::string bytes;
-    return corekit::File::ReadBytes(path, bytes) ? AgentFromConf(path, bytes) : nullptr;
-}
-
-Version ReadAgentVersion(const IniFile& conf) {
-    const String major = conf.GetValue(L"Version", L"agent_major");
-    const String minor = conf.GetValue(L"Version", L"agent_minor");
-    const String build = conf.GetValue(L"Version", L"agent_build");
-    if (!major.IsEmpty() && !minor.IsEmpty() && !build.IsEmpty())
-        return Version(major.ToInt(), minor.ToInt(), build.ToInt());
-    // Agents before 6.0 state no version.
-    return conf.FileName() == kInventoryConf ? Version(5, 5, 0) : Version(5, 6, 0);
-}
-
-std::unique_ptr<Agent> CreateAgentForVersion(const Version& version, const String& installDir) {
-    const auto fits = [&](const Release& release) {
-        return version.Major() == release.major && version.Minor() == release.minor &&
-               version.Build() < release.belowBuild;
-    };
-    const auto* const release = std::ranges::find_if(kReleases, fits);
-    if (release == std::end(kReleases)) return nullptr;
-    return release->make(version.ToString(L".") + release->suffix, installDir);
+    if (!file.Read(bytes)) return nullptr;
+    const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
+    auto agent =
+        CreateAgentForVersion(ReadAgentVersion(conf), conf.GetValue(Names::kConfiguration, L"installdir"));
+    if (agent) agent->SetConf(file.Path(), bytes);
+    return agent;
 }
 
 }  // namespace Zorvane::AgentInstaller

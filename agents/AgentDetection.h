@@ -1,11 +1,10 @@
-// Finding the agent that is installed on this host, and which member of the family it is.
+// Finding the agent that is installed on this host.
 #pragma once
 
 #include <memory>
 
 #include "agents/Agent.h"
-#include "corekit/IniFile.h"
-#include "corekit/Version.h"
+#include "run/TrustedFile.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -21,15 +20,9 @@ std::unique_ptr<Agent> CreateCurrentAgent();
 /// empty.
 std::unique_ptr<Agent> AgentFromBaseDir(const corekit::String& baseDir);
 
-/// The agent that a client.conf describes; null when it cannot be read or its version is not known.
-std::unique_ptr<Agent> AgentFromConfigFile(const corekit::String& path);
-
-/// The version that a client.conf states; 5.6.0 (5.5.0 for the inventory solution's file) when it states
-/// none.
-corekit::Version ReadAgentVersion(const corekit::IniFile& conf);
-
-/// The member of the family for a version; null when none knows it.
-std::unique_ptr<Agent> CreateAgentForVersion(const corekit::Version& version,
-                                             const corekit::String& installDir);
+/// The agent that a client.conf describes, by what it holds now; null when it cannot be read (a directory or
+/// a device must not pass for the file of an agent before 6.0) or its version is not known. Whether the file
+/// may be used is for the caller to ask.
+std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file);
 
 }  // namespace Zorvane::AgentInstaller

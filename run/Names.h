@@ -22,6 +22,9 @@ inline constexpr const wchar_t* kHandOverDir = L"/tmp/ksclt";
 inline constexpr const wchar_t* kMigrateClientConf = L"/tmp/ksclt/.migrate-client.conf";
 inline constexpr const wchar_t* kReinstallClientConf = L"/tmp/ksclt/.reinstall-client.conf";
 
+// The inventory solution's configuration, which stands for an agent of version 5.5.
+inline constexpr const wchar_t* kInventoryConf = L"/etc/qdn-invsoln/master.cfg";
+
 // Sections of client.conf.
 inline constexpr const wchar_t* kConfiguration = L"Configuration";
 inline constexpr const wchar_t* kClientTransport = L"Client Transport";

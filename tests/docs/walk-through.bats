@@ -36,7 +36,7 @@ apply() {
 @test "the change that it walks through fits the sources, and compiles" {
     local file source=$BATS_TEST_TMPDIR/source
     [ "$(changes_under "One change" | grep -c '^+')" -eq 3 ]
-    for file in agents/AgentDetection.cpp tests/unit/agents/AgentDetectionTest.cpp; do
+    for file in agents/AgentVersion.cpp tests/unit/agents/AgentVersionTest.cpp; do
         apply "$file" >"$source.cpp"
         diff "$project/$file" "$source.cpp" | grep '^[<>]' >>"$BATS_TEST_TMPDIR/made"
         g++ -std=c++20 -fsyntax-only -I"$project" "$source.cpp"

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <array>
 
-#include "agents/AgentDetection.h"
+#include "agents/AgentVersion.h"
 #include "config/SystemProbes.h"
 #include "tests/fuzz/Property.h"
 #include "tests/fuzz/Targets.h"

@@ -1,7 +1,5 @@
-#include <climits>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <typeinfo>
 #include <unistd.h>
 
 #include "agents/Agent56.h"
@@ -17,101 +15,26 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
 #include "tests/support/StandIn.h"
+#include "tests/unit/agents/AgentVersions.h"
 
 namespace Zorvane::AgentInstaller {
 namespace {
 
-using corekit::IniFile;
 using corekit::String;
-using corekit::Version;
 using testfiles::TempDir;
 using testfiles::Write;
 using testsupport::Captured;
 using testsupport::EnvironmentVariable;
 using testsupport::StandIns;
 
-template <typename Member>
-bool Is(const std::unique_ptr<Agent>& agent) {
-    const Agent* member = agent.get();
-    return member != nullptr && typeid(*member) == typeid(Member);
-}
-
-std::string ConfOf(const std::string& major, const std::string& minor, const std::string& build) {
-    return "[Version]\nagent_major=" + major + "\nagent_minor=" + minor + "\nagent_build=" + build +
-           "\n[Configuration]\ninstalldir=/opt/" + major + minor + build + "\n";
-}
-
-TEST(AgentForVersion, IsTheMemberThatTheReleaseBelongsTo) {
-    const struct {
-        Version version;
-        bool (*isMember)(const std::unique_ptr<Agent>&);
-        const wchar_t* label;
-    } rows[] = {
-        {{5, 5, 0}, Is<UnsupportedAgent>, L"5.5"}, {{5, 5, INT_MAX}, Is<UnsupportedAgent>, L"5.5"},
-        {{5, 6, 0}, Is<Agent56>, L"5.6"},          {{5, 6, INT_MAX}, Is<Agent56>, L"5.6"},
-        {{6, 0, INT_MIN}, Is<Agent60>, L"6.0"},    {{6, 0, 0}, Is<Agent60>, L"6.0"},
-        {{6, 0, 199}, Is<Agent60>, L"6.0"},        {{6, 0, 200}, Is<Agent60>, L"6.0SP1"},
-        {{6, 0, 250}, Is<Agent60>, L"6.0SP1"},     {{6, 0, 299}, Is<Agent60>, L"6.0SP1"},
-        {{6, 0, 300}, Is<Agent60SP2>, L"6.0SP2"},  {{6, 0, 399}, Is<Agent60SP2>, L"6.0SP2"},
-        {{6, 1, 0}, Is<Agent60SP2>, L"6.1"},       {{6, 1, 599}, Is<Agent60SP2>, L"6.1"},
-        {{6, 1, 600}, Is<Agent60SP2>, L"6.1SP1"},  {{6, 1, 8499}, Is<Agent60SP2>, L"6.1SP1"},
-        {{6, 1, 8500}, Is<Agent60SP2>, L"6.1SP2"}, {{6, 1, 8999}, Is<Agent60SP2>, L"6.1SP2"},
-        {{6, 2, 0}, Is<Agent62>, L"6.2"},          {{6, 2, 1378}, Is<Agent62>, L"6.2"},
-    };
-    for (const auto& row : rows) {
-        const auto agent = CreateAgentForVersion(row.version, L"/opt/agent");
-        ASSERT_TRUE(row.isMember(agent)) << row.label << " build " << row.version.Build();
-        EXPECT_EQ(agent->VersionLabel(), row.label);
-        EXPECT_EQ(agent->InstallDir(), L"/opt/agent");
-        EXPECT_EQ(agent->ConfPath(), L"");
-    }
-}
-
-TEST(AgentForVersion, IsNoneForReleasesThatNobodyKnows) {
-    const Version versions[] = {{6, 0, 400}, {6, 0, INT_MAX}, {6, 1, 9000}, {6, 2, 1379},
-                                {6, 3, 0},   {5, 4, 0},       {5, 7, 0},    {7, 0, 0},
-                                {0, 0, 0},   {-6, 0, 0},      {4, 6, 0}};
-    for (const Version& version : versions)
-        EXPECT_EQ(CreateAgentForVersion(version, L"/opt/agent"), nullptr)
-            << version.Major() << version.Minor();
-}
-
-TEST(AgentVersion, IsWhatTheFileStates) {
-    const TempDir dir;
-    const struct {
-        std::string text;
-        Version version;
-    } rows[] = {
-        {ConfOf("6", "0", "250"), {6, 0, 250}},
-        {ConfOf(" 6 ", "1", "8500x"), {6, 1, 8500}},
-        {ConfOf("six", "0", "250"), {0, 0, 250}},
-        {"[Version]\nAgent_Major=6\nAGENT_MINOR=2\nagent_build=7\n", {6, 2, 7}},
-        {ConfOf("6", "0", ""), {5, 6, 0}},
-        {ConfOf("", "0", "1"), {5, 6, 0}},
-        {"[Version]\nagent_major=6\nagent_minor=0\n", {5, 6, 0}},
-        {"[version]\nagent_major=6\nagent_minor=0\nagent_build=1\n", {5, 6, 0}},
-        {"", {5, 6, 0}},
-    };
-    for (const auto& row : rows) {
-        Write(dir / "client.conf", row.text);
-        const IniFile conf(String::FromUtf8(dir / "client.conf"), IniFile::KeyCase::FallBack);
-        EXPECT_EQ(ReadAgentVersion(conf), row.version) << row.text;
-    }
-}
-
-TEST(AgentVersion, IsThatOfTheInventorySolutionForItsFileOnly) {
-    Write("/etc/qdn-invsoln/master.cfg", "[Configuration]\n");
-    EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln/master.cfg")), Version(5, 5, 0));
-    EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln//master.cfg")), Version(5, 6, 0));
-    Write("/etc/qdn-invsoln/master.cfg", ConfOf("6", "0", "1"));
-    EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln/master.cfg")), Version(6, 0, 1));
-    std::filesystem::remove_all("/etc/qdn-invsoln");
+std::unique_ptr<Agent> AgentOf(const std::string& conf) {
+    return AgentFromConfigFile(TrustedFile(String::FromUtf8(conf), ChosenBy::Administrator));
 }
 
 TEST(AgentFromConfigFile, KnowsItsFileAndItsDirectory) {
     const TempDir dir;
     Write(dir / "client.conf", ConfOf("6", "0", "250"));
-    const auto agent = AgentFromConfigFile(String::FromUtf8(dir / "client.conf"));
+    const auto agent = AgentOf(dir / "client.conf");
     ASSERT_TRUE(Is<Agent60>(agent));
     EXPECT_EQ(agent->VersionLabel(), L"6.0SP1");
     EXPECT_EQ(agent->InstallDir(), L"/opt/60250");
@@ -121,7 +44,7 @@ TEST(AgentFromConfigFile, KnowsItsFileAndItsDirectory) {
 TEST(AgentFromConfigFile, StaysWhatItsFileSaidThen) {
     const TempDir dir;
     Write(dir / "client.conf", ConfOf("6", "0", "250") + "[Kell Servers]\nserver-1=kell.example\n");
-    const auto agent = AgentFromConfigFile(String::FromUtf8(dir / "client.conf"));
+    const auto agent = AgentOf(dir / "client.conf");
     ASSERT_NE(agent, nullptr);
     Write(dir / "client.conf", "[Kell Servers]\nserver-1=evil.example\n");
     EXPECT_EQ(agent->LoadSettings()->Get(L"KSName"), L"kell.example");
@@ -133,7 +56,7 @@ TEST(AgentFromConfigFile, StaysWhatItsFileSaidThen) {
 TEST(AgentFromConfigFile, WithoutAVersionIsOf56) {
     const TempDir dir;
     Write(dir / "client.conf", "[Configuration]\nInstallDir=/opt/agent\n");
-    const auto agent = AgentFromConfigFile(String::FromUtf8(dir / "client.conf"));
+    const auto agent = AgentOf(dir / "client.conf");
     ASSERT_TRUE(Is<Agent56>(agent));
     EXPECT_EQ(agent->VersionLabel(), L"5.6");
     EXPECT_EQ(agent->InstallDir(), L"/opt/agent");
@@ -145,8 +68,8 @@ TEST(AgentFromConfigFile, IsNoneWhereNoFileCanBeRead) {
     ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
     Write(dir / "unknown", ConfOf("6", "0", "400"));
     for (const char* name : {"absent", "directory", "fifo", "unknown"})
-        EXPECT_EQ(AgentFromConfigFile(String::FromUtf8(dir / name)), nullptr) << name;
-    EXPECT_EQ(AgentFromConfigFile(L""), nullptr);
+        EXPECT_EQ(AgentOf(dir / name), nullptr) << name;
+    EXPECT_EQ(AgentOf(""), nullptr);
 }
 
 TEST(AgentFromBaseDir, IsThatOfTheClientConfBelowIt) {
@@ -323,6 +246,15 @@ TEST_F(InstalledAgent, IsWarnedOfOnceWhereItsPackageLiesAtTheUsualPlace) {
     EXPECT_EQ(
         output.err,
         "WARNING! /opt/zorvane/kell/ksagent/etc/client.conf is not used: other users can write to it.\n");
+}
+
+TEST_F(InstalledAgent, IsWarnedOfOnceWhereTheVariableNamesAKnownPlace) {
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", kMigrate);
+    Lay(kMigrate, 2);
+    std::filesystem::permissions(kMigrate, std::filesystem::perms(0666));
+    const auto output = Captured([] { EXPECT_EQ(FindInstalledAgent(), nullptr); });
+    EXPECT_EQ(output.err,
+              "WARNING! /tmp/ksclt/.migrate-client.conf is not used: other users can write to it.\n");
 }
 
 TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnothersDirectory) {
