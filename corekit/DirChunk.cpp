@@ -20,8 +20,6 @@ bool IsSelfOrParent(std::string_view name) {
 constexpr std::size_t kLeastAtOnce = 512;  // holds an entry with the longest name
 constexpr std::size_t kMostAtOnce = 65536;
 
-constexpr int kReadings = 100;
-
 bool HasLowerInode(const DirEntry& left, const DirEntry& right) {
     return left.inode < right.inode;
 }
@@ -91,7 +89,7 @@ Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take) 
     DirChunk chunk;
     Result result;
     bool isDue = true;
-    for (int reading = 0; isDue && result && reading < kReadings; ++reading) {
+    for (unsigned reading = 0; isDue && result && reading < kMostReadings; ++reading) {
         lseek(directory, 0, SEEK_SET);
         result = TakeOutOnce(directory, chunk, take, isDue);
     }

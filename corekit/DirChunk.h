@@ -56,9 +56,12 @@ class DirChunk {
     bool m_isEnd = false;
 };
 
-/// Reads a directory, from its start, out of which `take` takes entries: again and again as long as it takes
-/// any, since some file systems then skip others (but not for ever, since somebody might add entries all the
-/// time). Returns the first failure to read.
+/// How often a directory is read at most while entries are taken out of it: some file systems skip others
+/// then, but nobody who adds entries all the time shall keep that going for ever.
+inline constexpr unsigned kMostReadings = 100;
+
+/// Reads a directory, from its start, out of which `take` takes entries: again as long as it takes any.
+/// Returns the first failure to read.
 Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take);
 
 }  // namespace corekit

@@ -14,10 +14,6 @@ namespace corekit {
 
 namespace {
 
-/// Some file systems skip entries when others are removed while they are read; but nobody who adds entries
-/// all the time shall keep the removal going for ever.
-constexpr unsigned kReadings = 100;
-
 /// What is gone already is as good as removed.
 Result Removed(int directory, const char* name, int flags) {
     const Result result = Outcome(unlinkat(directory, name, flags));
@@ -46,7 +42,7 @@ class TreeRemoval : public TreeWalk {
 
     Reading Leave(int parent, const std::string& name, unsigned reading) override {
         const Result result = Removed(parent, name.c_str(), AT_REMOVEDIR);
-        if (IsNotEmpty(result) && !HasFailed() && reading < kReadings) return Reading::Again;
+        if (IsNotEmpty(result) && !HasFailed() && reading < kMostReadings) return Reading::Again;
         if (!result) Fail(result);
         return Reading::Done;
     }
