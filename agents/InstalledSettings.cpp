@@ -2,6 +2,7 @@
 #include "agents/InstalledSettings.h"
 
 #include "config/PathMacros.h"
+#include "corekit/Ascii.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
 #include "corekit/Text.h"
@@ -86,7 +87,7 @@ void LoadGuid(const IniFile& conf, Settings& settings) {
 String RunLevelItems(const String& digits) {
     String items;
     for (const wchar_t digit : digits) {
-        if (digit < L'0' || digit > L'9') continue;
+        if (!corekit::IsDigit(digit)) continue;
         items += L"rc";
         items += digit;
         items += L';';

@@ -5,6 +5,7 @@
 #include <array>
 #include <limits>
 
+#include "corekit/Ascii.h"
 #include "corekit/Encoding.h"
 
 namespace corekit {
@@ -12,14 +13,6 @@ namespace corekit {
 namespace {
 
 constexpr std::wstring_view kWhiteSpace = L" \t\n\v\f\r";
-
-constexpr wchar_t ToLower(wchar_t character) {
-    return character >= L'A' && character <= L'Z' ? character + (L'a' - L'A') : character;
-}
-
-constexpr wchar_t ToUpper(wchar_t character) {
-    return character >= L'a' && character <= L'z' ? character - (L'a' - L'A') : character;
-}
 
 std::wstring Mapped(std::wstring text, wchar_t (*map)(wchar_t)) {
     std::ranges::transform(text, text.begin(), map);
@@ -112,7 +105,7 @@ int String::ToInt() const {
     if (isNegative || rest.starts_with(L'+')) rest.remove_prefix(1);
     long long magnitude = 0;
     for (const wchar_t digit : rest) {
-        if (digit < L'0' || digit > L'9') break;
+        if (!IsDigit(digit)) break;
         magnitude = magnitude * 10 + (digit - L'0');
         if (magnitude > Limits::max()) return isNegative ? Limits::min() : Limits::max();
     }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "corekit/Ascii.h"
 #include "corekit/KeptByte.h"
 
 namespace corekit {
@@ -18,8 +19,7 @@ constexpr bool IsControl(wchar_t code) {
 }
 
 bool IsPlain(wchar_t character) {
-    return (character >= L'0' && character <= L'9') || (character >= L'A' && character <= L'Z') ||
-           (character >= L'a' && character <= L'z') ||
+    return IsDigit(character) || IsLetter(character) ||
            kPlainPunctuation.find(character) != kPlainPunctuation.npos;
 }
 

@@ -4,27 +4,22 @@
 #include <algorithm>
 #include <arpa/inet.h>
 
+#include "corekit/Ascii.h"
+
 namespace corekit {
 
 namespace {
 
 constexpr int kHighestPort = 65535;
 
-bool IsDigit(wchar_t character) {
-    return character >= L'0' && character <= L'9';
-}
-
-bool IsLetterOrDigit(wchar_t character) {
-    return IsDigit(character) || (character >= L'A' && character <= L'Z') ||
-           (character >= L'a' && character <= L'z');
-}
-
 bool IsSchemeCharacter(wchar_t character) {
-    return IsLetterOrDigit(character) || character == L'+' || character == L'-' || character == L'.';
+    return IsLetter(character) || IsDigit(character) || character == L'+' || character == L'-' ||
+           character == L'.';
 }
 
 bool IsHostCharacter(wchar_t character) {
-    return IsLetterOrDigit(character) || character == L'.' || character == L'-' || character == L'_';
+    return IsLetter(character) || IsDigit(character) || character == L'.' || character == L'-' ||
+           character == L'_';
 }
 
 /// An IPv6 address in brackets.

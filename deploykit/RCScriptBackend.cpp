@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "corekit/Ascii.h"
 #include "corekit/Dir.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
@@ -39,9 +40,8 @@ constexpr LinkTool kLinkTools[] = {
     {L"update-rc.d", L"%1 defaults", L"-f %1 remove"},
 };
 
-bool IsNameCharacter(wchar_t character) {
-    constexpr std::wstring_view kPlain = L"abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_.-";
-    return kPlain.find(character) != kPlain.npos;
+bool IsNameCharacter(wchar_t c) {
+    return corekit::IsLetter(c) || corekit::IsDigit(c) || c == L'_' || c == L'.' || c == L'-';
 }
 
 /// One that is a plain file name and means nothing to a shell, a wildcard, an option list or a unit file.

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "corekit/Ascii.h"
+
 using corekit::String;
 
 namespace deploykit {
@@ -10,11 +12,11 @@ namespace deploykit {
 namespace {
 
 bool StartsXmlName(wchar_t c) {
-    return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') || c == L'_' || c == L':';
+    return corekit::IsLetter(c) || c == L'_' || c == L':';
 }
 
 bool ContinuesXmlName(wchar_t c) {
-    return StartsXmlName(c) || (c >= L'0' && c <= L'9') || c == L'.' || c == L'-';
+    return StartsXmlName(c) || corekit::IsDigit(c) || c == L'.' || c == L'-';
 }
 
 bool IsXmlName(const String& name) {

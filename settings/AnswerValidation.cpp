@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "config/PathMacros.h"
+#include "corekit/Ascii.h"
 #include "corekit/File.h"
 #include "run/Messages.h"
 #include "settings/ServerUrl.h"
@@ -40,8 +41,7 @@ bool IsYesOrNo(String& answer) {
 }
 
 bool IsNumber(const String& answer) {
-    return std::all_of(answer.begin(), answer.end(),
-                       [](wchar_t digit) { return digit >= L'0' && digit <= L'9'; });
+    return std::ranges::all_of(answer, corekit::IsDigit);
 }
 
 bool IsOfKind(const Question& question, String& answer) {
