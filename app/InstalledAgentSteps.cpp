@@ -1,6 +1,8 @@
 // The agent found on the host: what is taken over from it, what is kept of it, what is removed.
 #include "app/InstalledAgentSteps.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
 
 #include "config/PathMacros.h"
@@ -43,11 +45,18 @@ bool SaveConfOf(Agent& agent, const String& copy) {
     return true;
 }
 
+/// Has a file not been read because there is none, but nothing or a directory, FIFO or device?
+bool IsNoFile(const corekit::Result& read) {
+    constexpr int kNoFile[] = {ENOENT, ENOTDIR, EISDIR, EINVAL};
+    return std::ranges::count(kNoFile, read.Code()) > 0;
+}
+
 /// The file of an agent that nobody recognised would be replaced all the same.
 bool SaveUnknownConf(const String& original, const String& copy) {
-    if (!File::Exists(original) || Path::IsMatch(original, copy)) return true;
+    if (Path::IsMatch(original, copy)) return true;
     std::string bytes;
-    return (File::ReadBytes(original, bytes) && WriteCopy(copy, bytes)) || FailToSave(copy);
+    const corekit::Result read = File::ReadBytes(original, bytes);
+    return IsNoFile(read) || (read && WriteCopy(copy, bytes)) || FailToSave(copy);
 }
 
 }  // namespace

@@ -7,6 +7,8 @@
 #include "corekit/File.h"
 #include "corekit/Path.h"
 #include "corekit/Text.h"
+#include "deploykit/RCScriptBackend.h"
+#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -37,7 +39,7 @@ constexpr FileMode kConfiguration[] = {
     {L"/etc/host.GUID", 0644},
     {L"/etc/config.xml", 0644},
 };
-constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}, {L"", 0755}};
+constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}};
 
 void SetFiles(const String& directory, mode_t mode) {
     std::vector<FileInfo> files;
@@ -54,6 +56,13 @@ void SetModes(const String& installDir, const FileMode (&table)[count]) {
     for (const FileMode& row : table) Forgive(corekit::File::Chmod(installDir + row.file, row.mode));
 }
 
+/// Where the agent starts with the system, its control script is a link to the service script.
+void SetModeOfControlScript(const String& installDir) {
+    const String service = deploykit::ItemInstallers::RCScriptBackend::GetLocation(Names::kServiceName);
+    if (corekit::Path::IsMatch(installDir + Names::kControlScript, service))
+        Forgive(corekit::File::Chmod(service, kForRoot));
+}
+
 }  // namespace
 
 bool SkipDirs(const FileInfo& info, std::vector<FileInfo>& list) {
@@ -68,10 +77,13 @@ bool SetInstallPermissions(SetupContext& context) {
         settings.Exists(L"AllowNonRoot") && corekit::Text::StrToBool(settings.Value(L"AllowNonRoot"));
     SetFiles(installDir + L"/bin", allowNonRoot ? kForAll : kForRoot);
     SetModes(installDir, kPrograms);
+    SetModeOfControlScript(installDir);
     SetFiles(installDir + L"/etc", 0444);
     SetModes(installDir, kConfiguration);
     SetFiles(installDir + L"/lib", kForAll);
     SetModes(installDir, kDirectories);
+    // The operator named it, and may have named a link.
+    Forgive(corekit::File::Chmod(corekit::Path::Resolve(installDir), 0755));
     return true;
 }
 

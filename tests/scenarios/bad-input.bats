@@ -99,6 +99,30 @@ END
     expect_no_changes
 }
 
+@test "a directory where client.conf has to be" {
+    given_the_package
+    given_plain_xml
+    mkdir -p "$agent/etc/client.conf/below"
+    qdn_configure -configure -noimode
+    expect_status 1
+    expect_output <<END
+$banner
+Creating/customizing Agent's configuration file.
+END
+    expect_errors <<<"ERROR: Failed to create the new config file: $agent/etc/client.conf"
+    expect_changes </dev/null
+}
+
+@test "a FIFO where client.conf has to be is replaced" {
+    given_the_package
+    given_plain_xml
+    mkfifo "$agent/etc/client.conf"
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    expect_value Configuration installdir "$agent" "$agent/etc/client.conf"
+    expect_missing "$agent/etc/client.conf.old"
+}
+
 @test "no room for the new configuration in /tmp" {
     given_the_package
     mount -t tmpfs -o size=16k,mode=1777 tmpfs /tmp

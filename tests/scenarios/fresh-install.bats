@@ -57,7 +57,7 @@ Configuration complete.
 
 END
     expect_changes <<END
-+ -rwxr-xr-x /etc/init.d/zorvane
++ -r-xr--r-- /etc/init.d/zorvane
 + lrwxrwxrwx /etc/rc0.d/K01zorvane -> ../init.d/zorvane
 + lrwxrwxrwx /etc/rc1.d/K01zorvane -> ../init.d/zorvane
 + lrwxrwxrwx /etc/rc2.d/K01zorvane -> ../init.d/zorvane

@@ -80,6 +80,31 @@ TEST_F(Permissions, WhatALinkLeadsToIsLeftAlone) {
     EXPECT_EQ(testfiles::Mode("/tmp/precious"), 0600U);
 }
 
+TEST_F(Permissions, AControlScriptThatIsALinkGivesItsModeToTheServiceScript) {
+    testfiles::Write("/etc/init.d/zorvane", "x", 0755);
+    std::filesystem::remove("/opt/agent/bin/rcscript");
+    ASSERT_EQ(symlink("/etc/init.d/zorvane", "/opt/agent/bin/rcscript"), 0);
+    m_settings.Value(L"AllowNonRoot") = L"yes";
+    SetInstallPermissions(m_context);
+    EXPECT_EQ(testfiles::Mode("/etc/init.d/zorvane"), 0544U);
+    std::filesystem::remove("/etc/init.d/zorvane");
+}
+
+TEST_F(Permissions, AControlScriptThatLeadsElsewhereGivesNothingAway) {
+    testfiles::Write("/tmp/precious", "x", 0600);
+    std::filesystem::remove("/opt/agent/bin/rcscript");
+    ASSERT_EQ(symlink("/tmp/precious", "/opt/agent/bin/rcscript"), 0);
+    SetInstallPermissions(m_context);
+    EXPECT_EQ(testfiles::Mode("/tmp/precious"), 0600U);
+}
+
+TEST_F(Permissions, AnInstallDirectoryThatIsALinkIsOpenToAllWhereItLeads) {
+    ASSERT_EQ(symlink("/opt/agent", "/opt/link"), 0);
+    m_settings.Value(L"InstallDir") = L"/opt/link";
+    EXPECT_EQ(ModeAfter(""), 0755U);
+    std::filesystem::remove("/opt/link");
+}
+
 TEST_F(Permissions, AMissingInstallationIsNoFailure) {
     std::filesystem::remove_all("/opt/agent");
     EXPECT_TRUE(SetInstallPermissions(m_context));
