@@ -11,6 +11,7 @@
 #include "corekit/Path.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "run/Messages.h"
+#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -20,8 +21,6 @@ namespace Path = corekit::Path;
 
 namespace {
 
-constexpr const wchar_t* kHelperDir = L"/usr/bin";
-constexpr const wchar_t* kHelper = L"qdn-helper";
 constexpr std::size_t kProgramSuffixLength = 4;  // of ".bin"
 
 String ProgramDir(String installDir) {
@@ -52,11 +51,10 @@ bool IsLinkTo(const String& link, const String& target) {
 
 /// The helper is the host's own program in its own directory; elsewhere there is a link to it.
 void RemoveHelperLinks(const String& linkDir) {
-    if (Path::IsMatch(linkDir, kHelperDir)) return;
-    const String helper = Path::Join(kHelperDir, kHelper);
-    const String link = Path::Join(linkDir, kHelper);
-    if (!linkDir.IsEmpty() && IsLinkTo(link, helper)) Forgive(corekit::File::Remove(link));
-    Forgive(corekit::File::Remove(helper));
+    if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
+    const String link = Path::Join(linkDir, Names::kHelperName);
+    if (!linkDir.IsEmpty() && IsLinkTo(link, Names::kHelperProgram)) Forgive(corekit::File::Remove(link));
+    Forgive(corekit::File::Remove(Names::kHelperProgram));
 }
 
 }  // namespace

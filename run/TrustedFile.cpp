@@ -66,6 +66,12 @@ String WhyNotOurs(const struct stat& info) {
     return String();
 }
 
+/// The same of one that was opened with this result; `info` is zero where there is none.
+String WhyNotUsed(const corekit::Result& opened, const struct stat& info) {
+    const String why = info.st_mode != 0 ? WhyNotOurs(info) : String();
+    return why.IsEmpty() && !opened ? GetErrorMsg(opened) : why;
+}
+
 }  // namespace
 
 TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
@@ -76,17 +82,13 @@ TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
         m_whyNot = GetErrorMsg(m_opened);
         return;
     }
-    const bool handOver = directory == Names::kHandOverDir;
-    const bool exposed = handOver || OthersCanWriteBelow(canonical, chosenBy);
+    const bool exposed = directory == Names::kHandOverDir || OthersCanWriteBelow(canonical, chosenBy);
     const auto links = exposed ? corekit::Links::Refused : corekit::Links::Followed;
     // By the path that was judged, which no link leads elsewhere meanwhile.
     const String canonicalPath = Path::Join(canonical, Path::GetFileName(path));
     struct stat info {};
     m_opened = corekit::OpenRegular(AT_FDCWD, corekit::NativePath(canonicalPath), links, m_file, info);
-    if (!exposed) return;
-    const bool isThere = info.st_mode != 0;
-    if (isThere) m_whyNot = WhyNotOurs(info);
-    if (m_whyNot.IsEmpty() && !m_opened) m_whyNot = GetErrorMsg(m_opened);
+    if (exposed) m_whyNot = WhyNotUsed(m_opened, info);
 }
 
 bool TrustedFile::MayBeUsed() const {
