@@ -1,0 +1,18 @@
+// The agent's programs in an installation.
+#pragma once
+
+#include <vector>
+
+#include "corekit/Result.h"
+#include "corekit/String.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Where the programs of an install directory are: its "bin".
+corekit::String ProgramDirectory(const corekit::String& installDir);
+
+/// Adds the programs that are there: the name, without ".bin", of each file qdn-*.bin. Fails when the
+/// directory cannot be read; what was read of it counts.
+corekit::Result FindPrograms(const corekit::String& programDir, std::vector<corekit::String>& programs);
+
+}  // namespace Zorvane::AgentInstaller
