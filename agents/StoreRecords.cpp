@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <string>
 
-#include "corekit/BasicXml.h"
 #include "corekit/File.h"
 #include "corekit/IniFile.h"
 #include "corekit/Text.h"
@@ -17,12 +16,16 @@ namespace File = corekit::File;
 
 namespace {
 
-bool HasOtherSections(const String& text, const String& section) {
+/// Is there an entry before the section, or another section?
+bool HoldsMoreThan(const String& section, const String& text) {
     const String header = L"[" + section + L"]";
+    bool isWithin = false;
     corekit::StringTokenizer lines(text, L"\r\n");
     for (String line; lines.GetToken(line);) {
         line = line.Trim();
-        if (line.StartsWith(L"[") && line != header) return true;
+        isWithin = isWithin || line == header;
+        const bool isHeader = line.StartsWith(L"[");
+        if (isHeader ? line != header : !isWithin && line.Contains(L"=")) return true;
     }
     return false;
 }
@@ -57,18 +60,17 @@ bool AddField(Fields& fields, const String& name, const String& text) {
 
 bool ReadFields(const String& path, const String& section, Fields& fields) {
     String text;
-    if (!File::Read(path, text) || HasOtherSections(text, section)) return false;
+    if (!File::Read(path, text) || HoldsMoreThan(section, text)) return false;
     IniFile::Entries entries;
     IniFile(path).GetEntries(section, entries);
     for (const auto& [key, value] : entries) {
         if (!AddField(fields, FieldName(key), value)) return false;
     }
-    return !entries.empty();
+    return true;
 }
 
 bool ReadXmlRecord(const String& path, String& text) {
-    if (!IsThere(path)) return true;
-    return File::Read(path, text) && corekit::BasicXml(text).GetRefusal() == nullptr;
+    return !IsThere(path) || File::Read(path, text);
 }
 
 bool WriteRecord(const String& path, const String& text, const String& oldPath) {

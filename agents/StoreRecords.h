@@ -17,11 +17,12 @@ corekit::String FieldName(const corekit::String& key);
 /// Adds a field. False when there is one of that name with another text.
 bool AddField(Fields& fields, const corekit::String& name, const corekit::String& text);
 
-/// Reads all entries of the record's one section. False when not everything that the file holds would become
-/// a field: it cannot be read, has no entries or another section, or two keys have the same name.
+/// Reads all entries of the record's one section; there may be none. False when not everything that the file
+/// holds would become a field: it cannot be read, has entries or a section elsewhere, or two keys have the
+/// same name.
 bool ReadFields(const corekit::String& path, const corekit::String& section, Fields& fields);
 
-/// Reads an XML record; one that is missing is empty. False when it cannot be read or is not well-formed.
+/// Reads an XML record; one that is missing is empty. False when it cannot be read.
 bool ReadXmlRecord(const corekit::String& path, corekit::String& text);
 
 /// Writes a new record, in one step and as private as the old one. False when the text is empty, another

@@ -86,6 +86,7 @@ void MergeInstalledSettings(ConfigureRun& run) {
 
 bool SaveInstalledConfiguration(const ConfigureRun& run) {
     const String installDir = MakeAbsolutePath(run.settings->Get(L"InstallDir"));
+    if (installDir == L"/") return true;  // the run will fail, and its /etc is the host's
     const String copy = installDir + Names::kSavedClientConf;
     const bool isKnown = run.installed && !run.installed->ConfPath().IsEmpty();
     return isKnown ? SaveConfOf(*run.installed, copy)

@@ -214,6 +214,19 @@ expect_no_56_in_the_system() {
     expect_converted_package "$agent"
 }
 
+@test "without an install directory nothing is saved in the host's /etc" {
+    given_an_old_agent 6.0SP2
+    given_xml /tmp <<'END'
+<KSAgentConfiguration><KSName>kell.example</KSName><Settings Upgrade="no"/></KSAgentConfiguration>
+END
+    cp "$agent/etc/client.conf" "$desk/old.conf"
+    qdn_configure -configure -noimode -nosearch
+    expect_status 1
+    expect_errors <<<"ERROR: Missing file in install. File://etc/client.proto"
+    expect_missing /etc/client.conf.old
+    expect_file "$agent/etc/client.conf" <"$desk/old.conf"
+}
+
 @test "an upgrade that failed can be run again and loses nothing" {
     given_an_old_agent 6.0
     rm -rf "$agent/etc/rcscript.proto.linux"

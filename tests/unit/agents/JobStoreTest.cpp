@@ -74,7 +74,7 @@ TEST_F(JobStore, ChangesNothingTheSecondTimeAndFinishesWhatWasInterrupted) {
 }
 
 TEST_F(JobStore, ConvertsAJobWithoutADownload) {
-    for (const std::string xml : {"", "<Job/>"}) {
+    for (const std::string xml : {"", "<Job/>", "<Job>"}) {
         Write(kOld + ".qdn-job-info", "[JobInfo]\nPriority=low\n");
         if (!xml.empty()) Write(kOld + ".qdn-job-xml", xml);
         ConvertJobs(L"/opt/jobs");
@@ -86,12 +86,10 @@ TEST_F(JobStore, ConvertsAJobWithoutADownload) {
 
 TEST_F(JobStore, LeavesWhatItCannotCarryWhole) {
     const std::pair<const char*, const char*> records[] = {
-        {"", kXml},
         {"[PackageInfo]\nPriority=low\n", kXml},
         {"[JobInfo]\nPriority=low\n[Other]\na=1\n", kXml},
         {"[JobInfo]\njob_refcount=1\nJobRefcount=2\n", kXml},
         {"[JobInfo]\nPriority=\xff\n", kXml},
-        {"[JobInfo]\nPriority=low\n", "<Job>"},
         {"[JobInfo]\nPriority=low\n", "<Job><Download \xc3\xa4='1'/></Job>"},
     };
     for (const auto& [info, xml] : records) {

@@ -133,6 +133,25 @@ TEST_F(PackageStore, ConvertsARecordThatSaysLittle) {
               "</Package>\n");
 }
 
+// What is not well-formed stays beside the record.
+TEST_F(PackageStore, ConvertsAPackageWhoseRecordsSayNothing) {
+    const std::pair<const char*, const char*> records[] = {
+        {"", "<P/>"}, {"[PackageInfo]\n", "<P/>"}, {"", "<P><InternalVersion>2</InternalVersion>"}, {"", ""}};
+    for (const auto& [info, xml] : records) {
+        Write(kOld + ".qdn-pkg-info", info);
+        Write(kOld + ".qdn-pkg-xml", xml);
+        ConvertPackages(L"/opt/packages");
+        EXPECT_EQ(Read(kNewRecord),
+                  "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+                  "<Package Enabled=\"true\" Deleted=\"false\">\n"
+                  "    <PackageUser Name=\"Zorvane.SWD\" Priority=\"normal\"/>\n"
+                  "</Package>\n")
+            << info << xml;
+        EXPECT_FALSE(testfiles::Exists(kOld + ".qdn-pkg-info")) << info << xml;
+        EXPECT_EQ(Read(kOld + ".qdn-pkg-xml"), xml);
+    }
+}
+
 TEST_F(PackageStore, LetsTheOldRecordSpeakFirst) {
     Write(kOld + ".qdn-pkg-info", "[PackageInfo]\nenabled=false\nDeleted=true\nInternalVersion=1.2\n");
     Write(kOld + ".qdn-pkg-xml", "<P><InternalVersion>1.2</InternalVersion></P>");
@@ -159,7 +178,6 @@ TEST_F(PackageStore, GivesEveryTextBackThroughAParser) {
 
 TEST_F(PackageStore, LeavesWhatItCannotCarryWhole) {
     const std::pair<const char*, const char*> records[] = {
-        {"", "<P/>"},                                    // no entries
         {"pkg_status=1\n", "<P/>"},                      // no section
         {"[PackageInfo]\na=1\n[Other]\nb=2\n", "<P/>"},  // another section
         {"[PackageInfo]\na_b=1\nAB=2\n", "<P/>"},        // two keys, one name
@@ -167,8 +185,6 @@ TEST_F(PackageStore, LeavesWhatItCannotCarryWhole) {
         {"[PackageInfo]\nsome key=1\n", "<P/>"},         // no XML name
         {"[PackageInfo]\na=caf\xe9\n", "<P/>"},          // no valid text
         {"[PackageInfo]\na=\x1b[2J\n", "<P/>"},          // a control character
-        {"[PackageInfo]\na=1\n", "<P>"},                 // not well-formed
-        {"[PackageInfo]\na=1\n", ""},                    // the same
         {"[PackageInfo]\nInternalVersion=1\n", "<InternalVersion>2</InternalVersion>"},  // a contradiction
     };
     for (const auto& [info, xml] : records) {
