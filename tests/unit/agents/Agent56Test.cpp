@@ -1,3 +1,4 @@
+// How an agent of version 5.6 is read, moved and taken off the host.
 #include <gtest/gtest.h>
 
 #include "agents/Agent56.h"

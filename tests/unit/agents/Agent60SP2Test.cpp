@@ -1,3 +1,4 @@
+// How an agent of version 6.0 SP2 leaves the host: its wrappers and its service script.
 #include <gtest/gtest.h>
 
 #include "agents/Agent60SP2.h"

@@ -1,3 +1,4 @@
+// How an agent of version 6.0 is read, moved and taken off the host, and in which order.
 #include <gtest/gtest.h>
 
 #include "agents/Agent60.h"

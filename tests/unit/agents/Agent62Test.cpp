@@ -1,3 +1,4 @@
+// Which rotated logs go with an agent of version 6.2, and which files are none.
 #include <gtest/gtest.h>
 
 #include "agents/Agent62.h"

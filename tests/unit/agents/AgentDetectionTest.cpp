@@ -1,3 +1,4 @@
+// Where an installed agent's configuration is looked for, in which order, and whose file is believed.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>

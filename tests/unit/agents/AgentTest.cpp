@@ -1,3 +1,4 @@
+// What every installation of the agent does alike.
 #include <gtest/gtest.h>
 
 #include "agents/Agent.h"

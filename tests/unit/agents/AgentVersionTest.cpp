@@ -1,3 +1,4 @@
+// Which version a client.conf states, and which builds are whose.
 #include <climits>
 #include <filesystem>
 #include <gtest/gtest.h>

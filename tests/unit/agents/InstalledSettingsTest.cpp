@@ -1,3 +1,4 @@
+// Which settings an installed agent's client.conf gives.
 #include <gtest/gtest.h>
 
 #include "agents/InstalledSettings.h"

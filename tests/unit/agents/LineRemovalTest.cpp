@@ -1,3 +1,4 @@
+// Deleting lines from a file of the host: what goes, and that no failure costs it the file.
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
