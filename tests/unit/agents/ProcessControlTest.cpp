@@ -1,3 +1,4 @@
+// The questions to the host's tools: what is asked, how answers are read, and that values are no commands.
 #include <gtest/gtest.h>
 
 #include "agents/ProcessControl.h"

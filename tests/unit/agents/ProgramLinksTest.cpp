@@ -1,3 +1,4 @@
+// Which program links go with an agent, and which stay.
 #include <gtest/gtest.h>
 
 #include "agents/ProgramLinks.h"

@@ -1,3 +1,4 @@
+// Which tool takes the service of an older agent out of the host, and which links and scripts go.
 #include <gtest/gtest.h>
 
 #include "agents/ServiceRegistration.h"

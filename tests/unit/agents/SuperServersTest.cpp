@@ -1,3 +1,4 @@
+// How version 5.6 leaves the host's super-server, and which signal that gets.
 #include <gtest/gtest.h>
 
 #include "agents/SuperServers.h"

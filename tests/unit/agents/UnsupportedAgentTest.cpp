@@ -1,3 +1,4 @@
+// An installation that nobody understands is left alone.
 #include <gtest/gtest.h>
 
 #include "agents/UnsupportedAgent.h"

@@ -1,3 +1,4 @@
+// Whether the agent is started, and what the operator is shown of it.
 #include "integration/AgentStart.h"
 #include "tests/support/Installation.h"
 

@@ -1,3 +1,4 @@
+// The environment script: its text, what a shell makes of it, and how it is written.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// The owners and modes of an installation.
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,3 +1,4 @@
+// Which programs get a link, and where there is one to the helper.
 #include <unistd.h>
 
 #include "integration/ProgramLinks.h"

@@ -1,3 +1,4 @@
+// The agent's service script and its control script: template, levels, and what fails the step.
 #include <gmock/gmock.h>
 
 #include "deploykit/RCScriptBackend.h"

@@ -1,3 +1,4 @@
+// The set-up sequence: the move of client.conf into place, the order of the steps, and where it stops.
 #include <sys/stat.h>
 
 #include "integration/SetupSequence.h"
