@@ -24,6 +24,21 @@ namespace Path = corekit::Path;
 
 namespace {
 
+void Merge(const Settings& old, ConfigureRun& run) {
+    Settings& settings = *run.settings;
+    const String url = settings.Get(L"KSUrlFormat");
+    const String name = settings.Get(L"KSName");
+    const String guid = settings.Get(L"Guid");
+    settings.Merge(old);
+    const String merged = settings.Get(L"KSName");
+    if (!name.IsEmpty() && !merged.IsEmpty() && ServerNamesDiffer(name, merged)) {
+        settings.Value(L"KSNameChanged") = L"true";
+    }
+    if (run.xmlLoaded && !url.IsEmpty()) settings.Value(L"KSUrlFormat") = url;
+    if (run.xmlLoaded && !name.IsEmpty()) settings.Value(L"KSName") = name;
+    if (!guid.IsEmpty() || settings.Get(L"KSNameChanged") == L"true") settings.Value(L"Guid") = guid;
+}
+
 /// Readable by root alone until the permissions of the installation are set.
 bool WriteCopy(const String& copy, const std::string& bytes) {
     constexpr unsigned kPrivate = 0600;
@@ -64,24 +79,12 @@ bool SaveUnknownConf(const String& original, const String& copy) {
 void MergeInstalledSettings(ConfigureRun& run) {
     const auto old = run.installed->LoadSettings();
     const String confPath = run.installed->ConfPath();
-    if (!old) {
+    if (old) {
+        Merge(*old, run);
+    } else if (!confPath.IsEmpty()) {
         // Going on would replace the administrator's values by defaults.
-        run.ok =
-            confPath.IsEmpty() || Error::Fail(L"Missing or unreadable file in install. File: ", confPath);
-        return;
+        run.ok = Error::Fail(L"Missing or unreadable file in install. File: ", confPath);
     }
-    Settings& settings = *run.settings;
-    const String url = settings.Value(L"KSUrlFormat");
-    const String name = settings.Value(L"KSName");
-    const String guid = settings.Value(L"Guid");
-    settings.Merge(*old);
-    const String merged = settings.Value(L"KSName");
-    if (!url.IsEmpty() && run.xmlLoaded) settings.Value(L"KSUrlFormat") = url;
-    if (!name.IsEmpty() && !merged.IsEmpty() && ServerNamesDiffer(name, merged)) {
-        settings.Value(L"KSNameChanged") = L"true";
-    }
-    if (!name.IsEmpty() && run.xmlLoaded) settings.Value(L"KSName") = name;
-    if (!guid.IsEmpty() || settings.Value(L"KSNameChanged") == L"true") settings.Value(L"Guid") = guid;
 }
 
 bool SaveInstalledConfiguration(const ConfigureRun& run) {
