@@ -17,14 +17,14 @@ namespace {
 constexpr unsigned kSecondsToComeUp = 10;
 }
 
-void StartAgent(Settings& settings) {
+void StartAgent(const Settings& settings) {
     if (settings.Exists(L"Start") && !settings.IsYes(L"Start")) {
         Messages::Say(
             L"Not starting the Zorvane Agent at this time, agent will start at next system restart.\n");
         return;
     }
     Messages::Say(L"Starting Zorvane Agent for UNIX and Linux.\n");
-    const String control = corekit::Text::ShellWord(settings.Value(L"InstallDir") + Names::kControlScript);
+    const String control = corekit::Text::ShellWord(settings.Get(L"InstallDir") + Names::kControlScript);
     corekit::StringToMapFilter filter;
     Forgive(PosixLocaleProgram::Run(control + L" start", filter));
     corekit::Sys::Sleep(kSecondsToComeUp);

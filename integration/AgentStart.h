@@ -7,6 +7,6 @@ namespace Zorvane::AgentInstaller {
 
 /// Unless the setting Start says otherwise, starts the agent through its control script, gives its processes
 /// ten seconds to come up and shows its status line. Never fails the run.
-void StartAgent(Settings& settings);
+void StartAgent(const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

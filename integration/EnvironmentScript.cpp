@@ -14,9 +14,9 @@ namespace Zorvane::AgentInstaller {
 using corekit::Forgive;
 using corekit::String;
 
-bool CreateScriptsStep(SetupContext& context) {
+bool CreateScriptsStep(const SetupContext& context) {
     Messages::Say(L"Creating customized RC and environment scripts.\n");
-    const String& installDir = context.settings->Value(L"InstallDir");
+    const String installDir = context.settings->Get(L"InstallDir");
     return WriteEnvironmentScript(installDir + Names::kEnvironmentScript, installDir);
 }
 

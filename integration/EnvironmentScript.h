@@ -7,7 +7,7 @@
 namespace Zorvane::AgentInstaller {
 
 /// The set-up step: writes <InstallDir>/bin/qdn-env. False with the error text set.
-bool CreateScriptsStep(SetupContext& context);
+bool CreateScriptsStep(const SetupContext& context);
 
 /// Writes the script for an install directory, in full, with mode 0755; its directory is made when missing.
 /// False with the error text set.

@@ -1,6 +1,7 @@
 // Owners and modes of the installation: the tables and the walk over them.
 #include "integration/Permissions.h"
 
+#include <span>
 #include <sys/types.h>
 #include <vector>
 
@@ -51,8 +52,7 @@ void SetFiles(const String& directory, mode_t mode) {
     }
 }
 
-template <std::size_t count>
-void SetModes(const String& installDir, const FileMode (&table)[count]) {
+void SetModes(const String& installDir, std::span<const FileMode> table) {
     for (const FileMode& row : table) Forgive(corekit::File::Chmod(installDir + row.file, row.mode));
 }
 
@@ -70,11 +70,9 @@ bool SkipDirs(const FileInfo& info, std::vector<FileInfo>& list) {
     return true;
 }
 
-bool SetInstallPermissions(SetupContext& context) {
-    Settings& settings = *context.settings;
-    const String installDir = settings.Value(L"InstallDir");
-    const bool allowNonRoot =
-        settings.Exists(L"AllowNonRoot") && corekit::Text::StrToBool(settings.Value(L"AllowNonRoot"));
+bool SetInstallPermissions(const SetupContext& context) {
+    const String installDir = context.settings->Get(L"InstallDir");
+    const bool allowNonRoot = corekit::Text::StrToBool(context.settings->Get(L"AllowNonRoot"));
     SetFiles(installDir + L"/bin", allowNonRoot ? kForAll : kForRoot);
     SetModes(installDir, kPrograms);
     SetModeOfControlScript(installDir);

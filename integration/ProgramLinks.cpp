@@ -49,9 +49,9 @@ void LinkHelper(const String& linkDir) {
 
 }  // namespace
 
-bool CreateProgramLinks(SetupContext& context) {
+bool CreateProgramLinks(const SetupContext& context) {
     const String linkDir = corekit::IniFile(context.confPath).GetValue(Names::kConfiguration, L"bindir");
-    LinkPrograms(context.settings->Value(L"InstallDir"), linkDir);
+    LinkPrograms(context.settings->Get(L"InstallDir"), linkDir);
     LinkHelper(linkDir);
     return true;
 }

@@ -59,10 +59,10 @@ bool PlaceControlScript(const String& controlScript, bool startsOnBoot) {
 
 }  // namespace
 
-bool SetUpRunLevelScripts(SetupContext& context) {
+bool SetUpRunLevelScripts(const SetupContext& context) {
     const bool startsOnBoot = context.settings->IsYes(L"StartupOnBoot");
     if (startsOnBoot) Messages::Say(L"Setting up RC scripts to start Agent at system start.\n");
-    const String installDir = context.settings->Value(L"InstallDir");
+    const String installDir = context.settings->Get(L"InstallDir");
     Forgive(corekit::Dir::CreateR(installDir + L"/bin"));
     if (InstallService(context, installDir) &&
         PlaceControlScript(installDir + Names::kControlScript, startsOnBoot)) {

@@ -8,6 +8,6 @@ namespace Zorvane::AgentInstaller {
 /// The set-up step: installs the service script for the host's distribution family, and the agent's own
 /// control script <InstallDir>/bin/rcscript, a link to it; without StartupOnBoot the control script is a copy
 /// and the service is not registered. False with the error text set.
-bool SetUpRunLevelScripts(SetupContext& context);
+bool SetUpRunLevelScripts(const SetupContext& context);
 
 }  // namespace Zorvane::AgentInstaller

@@ -22,21 +22,21 @@ using corekit::String;
 
 namespace {
 
-bool PrepareDirectories(SetupContext& context) {
+bool PrepareDirectories(const SetupContext& context) {
     const bool prepared = PrepareConfiguredDirectories(context.confPath);
     SettleGuidFile(context.confPath, *context.settings);
     return prepared;
 }
 
-constexpr bool (*kSteps[])(SetupContext&) = {
+constexpr bool (*kSteps[])(const SetupContext&) = {
     PrepareDirectories, CreateScriptsStep, SetUpRunLevelScripts, CreateProgramLinks, SetInstallPermissions,
 };
 
 }  // namespace
 
-bool RunSetupSequence(SetupContext& context, Settings& settings) {
+bool RunSetupSequence(SetupContext& context, const Settings& settings) {
     context.settings = &settings;
-    const String installDir = settings.Value(L"InstallDir");
+    const String installDir = settings.Get(L"InstallDir");
     context.confPath = installDir + Names::kClientConf;
     const bool moved = corekit::File::Rename(context.generatedConfPath, context.confPath).Ok();
     Forgive(corekit::Dir::SetCurrent(installDir));

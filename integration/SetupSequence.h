@@ -7,6 +7,6 @@ namespace Zorvane::AgentInstaller {
 
 /// Moves the generated client.conf into place and runs the set-up steps up to the first that fails; what was
 /// done stays. The install directory is the current directory afterwards. False with the error text set.
-bool RunSetupSequence(SetupContext& context, Settings& settings);
+bool RunSetupSequence(SetupContext& context, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller
