@@ -26,11 +26,13 @@ class Agent {
     /// What the installed agent's client.conf provides; null when nothing can be loaded.
     virtual std::unique_ptr<Settings> LoadSettings() = 0;
 
-    /// Removes what ties the installation into the operating system: services and program links.
+    /// Removes what ties the installation into the operating system: services and program links. False, and
+    /// nothing is removed, when that takes a client.conf and none is known.
     virtual bool RemoveSystemIntegration() = 0;
 
     /// Removes the installation's files. `newConfPath` is empty on a clean; on an upgrade it is the new
-    /// client.conf, whose install directory and stores the data moves to.
+    /// client.conf, whose install directory and stores the data moves to. False when that takes a client.conf
+    /// that is not known or cannot be read; the error text may say why.
     virtual bool RemoveFiles(const corekit::String& newConfPath) = 0;
 
     /// Removes everything: the system integration and then, if that succeeded, the files.
@@ -47,13 +49,16 @@ class Agent {
 
     const corekit::String& InstallDir() const { return m_installDir; }
 
-    /// The client.conf that the agent was recognised by; empty when there is none.
+    /// The client.conf that describes the agent: the one that it was recognised by or, once that is
+    /// saved, the copy; empty when there is none.
     const corekit::String& ConfPath() const { return m_confPath; }
     void SetConfPath(const corekit::String& path) { m_confPath = path; }
 
     /// That file, and what it held when the agent was recognised by it: from then on the agent is what these
     /// bytes say, whatever becomes of the file.
     void SetConf(const corekit::String& path, const std::string& bytes);
+
+    /// What it held then; without that, what the file holds now, and a failure when it cannot be read.
     corekit::Result ReadConf(std::string& bytes) const;
 
   protected:
