@@ -52,25 +52,39 @@ int CommandBasedApp::Run() {
         return kUsageError;
     }
     const String& word = m_arguments.front();
-    const auto entry = std::ranges::find(m_commands, word, &Entry::word);
-    if (entry == m_commands.end()) return RunWithoutCommand(word);
+    const Entry* entry = Find(word);
+    if (entry == nullptr) return word == L"-help" ? Help() : RefuseCommand(word);
 
     const unsigned status = entry->command->Run({m_arguments.begin() + 1, m_arguments.end()});
-    if (status == kUsageError) entry->command->Usage(L"Usage: " + Name() + L" " + word);
+    if (status == kUsageError) ShowUsage(*entry);
     return static_cast<int>(status);
 }
 
-int CommandBasedApp::RunWithoutCommand(const String& word) const {
-    if (word == L"-help" && m_arguments.size() == 1) return Help();
+const CommandBasedApp::Entry* CommandBasedApp::Find(const String& word) const {
+    const auto entry = std::ranges::find(m_commands, word, &Entry::word);
+    return entry == m_commands.end() ? nullptr : &*entry;
+}
+
+int CommandBasedApp::RefuseCommand(const String& word) const {
     Console::Err(StringEncoder::Local(String(L"Unknown command '%1'.\n").Arg(Text::Printable(word))));
     ListCommands();
     return static_cast<int>(kUsageError);
 }
 
 int CommandBasedApp::Help() const {
+    if (m_arguments.size() > 1) {
+        const Entry* entry = Find(m_arguments[1]);
+        if (entry == nullptr) return RefuseCommand(m_arguments[1]);
+        ShowUsage(*entry);
+        return 0;
+    }
     ListCommands();
     Console::Out(StringEncoder::Local(L"\nThis is version " + Version() + L".\n"));
     return 0;
+}
+
+void CommandBasedApp::ShowUsage(const Entry& entry) const {
+    entry.command->Usage(L"Usage: " + Name() + L" " + entry.word);
 }
 
 void CommandBasedApp::ListCommands() const {

@@ -59,7 +59,8 @@ class CommandBasedApp : public Application {
 
     /// Runs the command that the first argument names and returns its status; a usage error is followed by
     /// the command's usage text. Without a command word, or with an unknown one (named on standard error),
-    /// lists the commands and returns 120; `-help` alone lists them, tells the version and returns 0.
+    /// lists the commands and returns 120; `-help` alone lists them, tells the version and returns 0, and
+    /// with a command word it shows the command's usage.
     int Run();
 
   private:
@@ -67,8 +68,11 @@ class CommandBasedApp : public Application {
         String word;
         std::unique_ptr<Command> command;
     };
-    int RunWithoutCommand(const String& word) const;
+    /// Null for an unknown word.
+    const Entry* Find(const String& word) const;
+    int RefuseCommand(const String& word) const;
     int Help() const;
+    void ShowUsage(const Entry& entry) const;
     void ListCommands() const;
 
     std::vector<String> m_arguments;

@@ -16,6 +16,7 @@ _qdn_configure() {
             -configure) words=(-quiet -noimode -nosearch -dir) ;;
             -iconfigure) words=(-quiet -nosearch -dir) ;;
             -clean) words=(-quiet) ;;
+            -help) words=(-configure -iconfigure -clean) ;;
         esac
     fi
     mapfile -t COMPREPLY < <(compgen -W "${words[*]}" -- "$word")

@@ -23,7 +23,7 @@ usage() {
     qdn_configure -help
     { sed -n 's/^  \(-[a-z]*\) .*/\1/p' "$desk/out" && echo -help; } >"$desk/commands"
     same_lists commands "$desk/commands" <(of_page SYNOPSIS | sed -n 's/^\.Fl /-/p')
-    same_lists commands "$desk/commands" <(of_page DESCRIPTION Commands | items Fl | sed 's/^/-/')
+    same_lists commands "$desk/commands" <(of_page DESCRIPTION Commands | items Fl | first_words | sed 's/^/-/')
 }
 
 @test "its options are those that the commands' usage explains" {
@@ -57,11 +57,13 @@ variables() {
     expect_status 120
 }
 
-# A message begins as the literal does that is written; a value in it is "...".
+# A message begins as the literal does that is written; a value in it is "...". The end of the answers is told by
+# another message than that of the questionnaire.
 messages_in_sources() {
     sources | xargs cat | tr '\n' ' ' | sed 's/"  *L\{0,1\}"//g' |
         grep -oE '(Messages::Warn|Console::Err|Error::Fail|FailAbout)\([^;]*;|constexpr const wchar_t\* k(NoConf|Unread|Unable)[^;]*;' |
-        grep -oE '"[A-Z][^"]*"' | tr -d '"' | sed -e 's/\\n.*//' -e 's/[: ]*$//' -e 's/%[0-9]/.../g' -e 's/File:.*/File/' -e 's/: \.\.\.$//'
+        grep -oE '"[A-Z][^"]*"' | tr -d '"' | sed -e 's/\\n.*//' -e 's/[: ]*$//' -e 's/%[0-9]/.../g' -e 's/File:.*/File/' -e 's/: \.\.\.$//' |
+        grep -vx 'Error reading from standard input.'
 }
 
 messages_in_page() {

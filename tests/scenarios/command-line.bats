@@ -28,6 +28,17 @@ END
     expect_no_errors
 }
 
+@test "-help with a command shows how it is used, and runs nothing" {
+    qdn_configure -clean
+    expect_status 120
+    cp "$desk/out" "$desk/usage"
+    qdn_configure -help -clean
+    expect_status 0
+    expect_output <"$desk/usage"
+    expect_no_errors
+    expect_no_changes
+}
+
 @test "an unknown command is named, made printable" {
     qdn_configure $'-con\033figure'
     expect_status 120

@@ -147,11 +147,19 @@ TEST(CommandBasedApp, ListsTheCommandsAndTellsTheVersionOnRequest) {
     EXPECT_EQ(outcome.output.err, "");
 }
 
-TEST(CommandBasedApp, KnowsTheRequestForHelpAloneOnly) {
-    const Outcome outcome = RunTool({"tool", "-help", "-fail"});
+TEST(CommandBasedApp, ShowsTheUsageOfACommandOnRequest) {
+    const Outcome outcome = RunTool({"tool", "-help", "-misuse"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.arguments, Arguments{L"not run"});
+    EXPECT_EQ(outcome.output.out, "Usage: tool -misuse [options]\n");
+    EXPECT_EQ(outcome.output.err, "");
+}
+
+TEST(CommandBasedApp, KnowsNoHelpForAnUnknownCommand) {
+    const Outcome outcome = RunTool({"tool", "-help", "-what"});
     EXPECT_EQ(outcome.status, 120);
     EXPECT_EQ(outcome.output.out, kList);
-    EXPECT_EQ(outcome.output.err, "Unknown command '-help'.\n");
+    EXPECT_EQ(outcome.output.err, "Unknown command '-what'.\n");
 }
 
 TEST(Init, SetsTheUmask) {
