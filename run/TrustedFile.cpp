@@ -50,10 +50,10 @@ bool OthersCanWriteBelow(const String& directory, ChosenBy chosenBy) {
     for (String place = directory;; place = Path::GetDirectory(place)) {
         struct stat info {};
         if (stat(place.Utf8().c_str(), &info) != 0) return true;
-        const bool writable =
-            (info.st_mode & S_IWOTH) != 0 || (chosenBy == ChosenBy::Program && !IsOurs(info.st_uid));
-        const bool replaceable = place == directory || (info.st_mode & S_ISVTX) == 0;
-        if (writable && replaceable) return true;
+        // The sticky bit keeps all others from replacing what lies there, but not the directory's owner.
+        const bool byItsOwner = chosenBy == ChosenBy::Program && !IsOurs(info.st_uid);
+        const bool isSticky = place != directory && (info.st_mode & S_ISVTX) != 0;
+        if (byItsOwner || ((info.st_mode & S_IWOTH) != 0 && !isSticky)) return true;
         if (place == L"/") return false;
     }
 }

@@ -19,7 +19,8 @@ enum class ChosenBy {
 /// A file that is opened once: what was opened is judged, and what was judged is read, whatever others put in
 /// its place meanwhile. In a directory that others can write, it must be a regular file, owned by root or the
 /// invoking user (real user, SUDO_UID) and not writable by others. A directory counts as one when it is
-/// /tmp/ksclt, belongs to somebody else, is writable by all, or lies below such a one without a sticky bit.
+/// /tmp/ksclt, when it or one above belongs to somebody else, when it is writable by all, or when one above
+/// is that without a sticky bit.
 class TrustedFile {
   public:
     TrustedFile(const corekit::String& path, ChosenBy chosenBy);

@@ -153,6 +153,18 @@ TEST_F(TrustedFileOfAnother, IsNotUsedWhereOthersCanWrite) {
     }
 }
 
+/// Its owner may rename what lies in a directory, whoever that belongs to and whatever the sticky bit says.
+TEST_F(TrustedFileOfAnother, IsNotUsedBelowADirectoryOfTheirs) {
+    if (!m_canGiveAway) return;  // only root is known where this is not root's machine
+    testfiles::Write(m_directory / "home/ours/file", "x", 0666);
+    ASSERT_EQ(chown((m_directory / "home").c_str(), 12345, 12345), 0);
+    for (const mode_t mode : {0755U, 01755U, 01777U}) {
+        ASSERT_EQ(chmod((m_directory / "home").c_str(), mode), 0);
+        EXPECT_EQ(Why(m_directory / "home/ours/file"), L"other users can write to it") << mode;
+        EXPECT_EQ(Why(m_directory / "home/ours/file", ChosenBy::Administrator), L"") << mode;
+    }
+}
+
 TEST_F(TrustedFileOfAnother, IsUsedInADirectoryThatTheAdministratorNamed) {
     if (m_canGiveAway) {
         ASSERT_EQ(chown((m_directory / "home").c_str(), 12345, 12345), 0);
