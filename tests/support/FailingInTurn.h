@@ -2,21 +2,16 @@
 #pragma once
 
 #include <atomic>
-#include <future>
 #include <gtest/gtest.h>
 #include <linux/seccomp.h>
+#include <optional>
 #include <string>
-#include <sys/ioctl.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
-#include <sys/wait.h>
-#include <thread>
-#include <unistd.h>
 #include <vector>
 
-#include "tests/support/EndChild.h"
-#include "tests/support/SystemCallFilter.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
 
 namespace testsupport {
 
@@ -34,49 +29,12 @@ inline const std::vector<int> kFileCalls = [] {
     return calls;
 }();
 
-/// Makes one of the calling thread's system calls fail, counted from 1 among those of the given numbers.
-class OneFailure {
-  public:
-    OneFailure(const std::vector<int>& calls, int failing, int errnoValue)
-        : m_failing(failing), m_errnoValue(errnoValue), m_judge([this] { Judge(); }) {
-        SystemCallFilter filter;
-        for (const int call : calls) filter.Add(call, SECCOMP_RET_USER_NOTIF);
-        m_listener.set_value(filter.Install(SECCOMP_FILTER_FLAG_NEW_LISTENER));
-    }
-
-    bool Happened() const { return m_count >= m_failing; }
-
-  private:
-    [[noreturn]] void Judge() {
-        const int listener = m_listener.get_future().get();
-        for (;;) {
-            seccomp_notif request{};
-            if (ioctl(listener, SECCOMP_IOCTL_NOTIF_RECV, &request) != 0) continue;
-            seccomp_notif_resp verdict{};
-            verdict.id = request.id;
-            const bool counts = !IsWriteToPipe(request.data);
-            if (counts && ++m_count == m_failing) {
-                verdict.error = -m_errnoValue;
-            } else {
-                verdict.flags = SECCOMP_USER_NOTIF_FLAG_CONTINUE;
-            }
-            ioctl(listener, SECCOMP_IOCTL_NOTIF_SEND, &verdict);
-        }
-    }
-
-    /// Sanitizers find out by one whether memory can be read.
-    static bool IsWriteToPipe(const seccomp_data& call) {
-        struct stat info {};
-        return call.nr == SYS_write && fstat(static_cast<int>(call.args[0]), &info) == 0 &&
-               S_ISFIFO(info.st_mode);
-    }
-
-    int m_failing;
-    int m_errnoValue;
-    std::atomic<int> m_count = 0;
-    std::promise<int> m_listener;
-    std::thread m_judge;
-};
+/// Sanitizers find out by one whether memory can be read.
+inline bool IsWriteToPipe(const seccomp_data& call) {
+    struct stat info {};
+    return call.nr == SYS_write && fstat(static_cast<int>(call.args[0]), &info) == 0 &&
+           S_ISFIFO(info.st_mode);
+}
 
 /// Until no call is left to fail: `prepare` here, `action` in a child process in which one call fails, and
 /// `check` here with the small number that it returned. Undisturbed it has to return 0. Returns how many
@@ -88,23 +46,21 @@ int FailInTurn(const std::vector<int>& calls, int errnoValue, Prepare&& prepare,
     for (int failing = 1;; ++failing) {
         SCOPED_TRACE("failing call " + std::to_string(failing));
         prepare();
-        const pid_t child = fork();
-        if (child == 0) {
-            ChildEnder ender;
-            OneFailure failure(calls, failing, errnoValue);
-            const int result = action();
-            ender.End(failure.Happened() ? result : kUndisturbed | result);
-        }
-        int status = -1;
-        if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) {
-            ADD_FAILURE() << "the child process did not end by itself, wait status " << status;
-            return -1;
-        }
-        if (WEXITSTATUS(status) >= kUndisturbed) {
-            EXPECT_EQ(WEXITSTATUS(status), kUndisturbed);
+        const int result = InChild([&] {
+            std::atomic<int> count = 0;
+            JudgeCalls(calls, [&](const seccomp_notif& call) -> Verdict {
+                if (IsWriteToPipe(call.data) || ++count != failing) return std::nullopt;
+                return -errnoValue;
+            });
+            const int returned = action();
+            return count >= failing ? returned : kUndisturbed | returned;
+        });
+        if (result < 0) return -1;
+        if (result >= kUndisturbed) {
+            EXPECT_EQ(result, kUndisturbed);
             return failing - 1;
         }
-        check(WEXITSTATUS(status));
+        check(result);
     }
 }
 

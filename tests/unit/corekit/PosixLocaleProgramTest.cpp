@@ -1,7 +1,6 @@
 // Shell commands: their lines, what they inherit, and when they count as ended.
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -17,6 +16,7 @@
 #include "corekit/Program.h"
 #include "tests/support/EndChild.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/OnceWeWait.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -24,6 +24,7 @@
 using corekit::Result;
 using corekit::String;
 using corekit::StringToMapFilter;
+using testsupport::kOnceWeWait;
 using testsupport::WithFailing;
 
 namespace Shell = corekit::PosixLocaleProgram;
@@ -153,7 +154,7 @@ TEST(PosixLocaleProgram, LeavesTheSignalsOfTheCallerAsTheyWere) {
     sigset_t mask;
     std::signal(SIGCHLD, SIG_IGN);
     sigaction(SIGCHLD, nullptr, &before);
-    EXPECT_EQ(FirstLineOf("sleep 0.1; echo done"), L"done");
+    EXPECT_EQ(FirstLineOf(std::string(kOnceWeWait) + "echo done"), L"done");
     sigaction(SIGCHLD, nullptr, &after);
     sigprocmask(SIG_SETMASK, nullptr, &mask);
     std::signal(SIGCHLD, SIG_DFL);
@@ -163,16 +164,14 @@ TEST(PosixLocaleProgram, LeavesTheSignalsOfTheCallerAsTheyWere) {
 
 TEST(PosixLocaleProgram, WaitsForTheCommandThoughItsOutputEnds) {
     const testfiles::TempDir dir;
-    EXPECT_EQ(LinesOf("exec >&-; sleep 0.2; mkdir " + (dir / "done")), List());
+    EXPECT_EQ(LinesOf(std::string("exec >&-; ") + kOnceWeWait + "mkdir " + (dir / "done")), List());
     EXPECT_TRUE(testfiles::Exists(dir / "done"));
 }
 
 TEST(PosixLocaleProgram, DoesNotWaitForADaemon) {
-    const auto start = std::chrono::steady_clock::now();
     const List lines = LinesOf("sleep 600 & echo $!");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::minutes(1));
     ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(kill(lines[0].ToInt(), SIGKILL), 0);
+    EXPECT_EQ(kill(lines[0].ToInt(), SIGKILL), 0) << "it has ended before";
 }
 
 TEST(PosixLocaleProgram, DoesNotReadADaemonForEver) {
@@ -215,7 +214,7 @@ TEST(PosixLocaleProgram, FailsWithoutAShell) {
     const testfiles::TempDir dir;
     testsupport::WithRoot(dir.Path(), [] {
         StringToMapFilter filter;
-        if (Shell::Run(L"echo x", filter) != Result(ENOENT)) _exit(1);
+        EXPECT_EQ(Shell::Run(L"echo x", filter), Result(ENOENT));
     });
 }
 

@@ -8,11 +8,13 @@
 #include <unistd.h>
 
 #include "corekit/ShellProcess.h"
+#include "tests/support/OnceWeWait.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::ChildEndWatch;
 using corekit::Result;
 using corekit::ShellProcess;
+using testsupport::kOnceWeWait;
 
 namespace {
 
@@ -59,7 +61,7 @@ TEST(ShellProcess, IsWaitedForByItsOwner) {
     const testfiles::TempDir dir;
     {
         ShellProcess shell;
-        EXPECT_EQ(shell.Start("sleep 0.1; mkdir " + (dir / "done"), STDERR_FILENO), Result());
+        EXPECT_EQ(shell.Start(std::string(kOnceWeWait) + "mkdir " + (dir / "done"), STDERR_FILENO), Result());
     }
     EXPECT_TRUE(testfiles::Exists(dir / "done"));
     EXPECT_FALSE(HasChildren());

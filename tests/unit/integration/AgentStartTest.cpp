@@ -1,11 +1,13 @@
 // Whether the agent is started, and what the operator is shown of it.
 #include "integration/AgentStart.h"
 #include "tests/support/Installation.h"
+#include "tests/support/SkippedPauses.h"
 
 namespace Zorvane::AgentInstaller {
 namespace {
 
 using testsupport::Captured;
+using testsupport::SecondsPaused;
 
 constexpr const char* kNotStarting =
     "Not starting the Zorvane Agent at this time, agent will start at next system restart.\n";
@@ -23,7 +25,7 @@ class AgentStart : public testsupport::Installation {
 TEST_F(AgentStart, AnythingButYesDoesNotStart) {
     for (const wchar_t* value : {L"no", L"YES", L"Yes", L""}) {
         m_settings.Value(L"Start") = value;
-        EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, kNotStarting);
+        EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, kNotStarting) << value;
     }
     EXPECT_FALSE(testfiles::Exists("/opt/agent/calls"));
 }
@@ -34,9 +36,15 @@ TEST_F(AgentStart, AQuietRunThatDoesNotStartSaysNothing) {
     EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, "");
 }
 
-TEST_F(AgentStart, StartsAndShowsTheStatusLine) {
-    EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out,
+TEST_F(AgentStart, StartsAndTenSecondsLaterShowsTheStatusLine) {
+    int pause = 0;
+    const auto start = [&] {
+        StartAgent(m_settings);
+        corekit::Console::Flush();
+    };
+    EXPECT_EQ(Captured([&] { pause = SecondsPaused(start); }).out,
               "Starting Zorvane Agent for UNIX and Linux.\nIt runs.\n");
+    EXPECT_EQ(pause, 10);
     EXPECT_EQ(testfiles::Read("/opt/agent/calls"), "start\nstatus\n");
 }
 
