@@ -186,6 +186,7 @@ TEST_F(FileRemoval56, FindsItsLibrariesThroughTheEnvironmentScript) {
     for (const std::string script :
          {"LD_LIBRARY_PATH=/opt/data/lib:$LD_LIBRARY_PATH\n", "LD_LIBRARY_PATH=/opt/data/lib\n",
           "  LD_LIBRARY_PATH=/opt/data//lib:$\nexport LD_LIBRARY_PATH\n"}) {
+        SCOPED_TRACE(script);
         WriteAll(kLibraries, "/opt/data/lib/");
         WriteAll(kOtherLibraries, "/opt/data/lib/");
         Write("/opt/zorvane/kell/ksagent/lib/libssl.so", "");
@@ -306,6 +307,7 @@ TEST_F(FileRemoval56, ExpandsNoWildcardInAHostDirectory) {
 
 TEST_F(FileRemoval56, RemovesItsFilesFromTheHostsTemporaryDirectories) {
     for (const std::string directory : {"/tmp", "/var/tmp"}) {
+        SCOPED_TRACE(directory);
         Write(directory + "/qdn-a", "");
         Write(directory + "/qdn-b/c", "");
         Remove("tmpdir=" + directory + "\n");
@@ -353,6 +355,7 @@ TEST_F(FileRemoval56, RemovesTheOldLogFromWhereTheNewAgentWritesOne) {
     const std::vector<std::string> logs = {"/opt/zorvane/kell/ksagent/var/qdn-client.log",
                                            "/opt/data/log/qdn-client.log"};
     for (const std::string& log : logs) {
+        SCOPED_TRACE(log);
         WriteAll(logs);
         Write("/opt/data/log/other.log", "");
         Remove("debug_output=/opt/data/log/qdn-client.log\n",

@@ -185,9 +185,10 @@ TEST_F(InstalledSettings, ReadTheGuidWithoutItsLineEndsAndTheProgramsOwnLine) {
         {"", L""},
     };
     for (const auto& row : rows) {
+        SCOPED_TRACE(row.file);
         testfiles::Write(m_dir / "host.GUID", row.file);
         const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "host.GUID" + "\n");
-        EXPECT_EQ(settings->Value(L"Guid"), row.guid) << row.file;
+        EXPECT_EQ(settings->Value(L"Guid"), row.guid);
         EXPECT_EQ(settings->Value(L"GuidDir").Utf8(), m_dir.Path());
         EXPECT_EQ(settings->Value(L"GuidFile"), L"host.GUID");
     }

@@ -75,6 +75,7 @@ TEST_F(JobStore, ChangesNothingTheSecondTimeAndFinishesWhatWasInterrupted) {
 
 TEST_F(JobStore, ConvertsAJobWithoutADownload) {
     for (const std::string xml : {"", "<Job/>", "<Job>"}) {
+        SCOPED_TRACE(xml);
         Write(kOld + ".qdn-job-info", "[JobInfo]\nPriority=low\n");
         if (!xml.empty()) Write(kOld + ".qdn-job-xml", xml);
         ConvertJobs(L"/opt/jobs");

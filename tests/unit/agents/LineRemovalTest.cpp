@@ -58,11 +58,13 @@ constexpr Deletion kLineDeletions[] = {
 };
 
 TEST(WithoutLines, LeavesOutBlocks) {
-    for (const Deletion& row : kBlockDeletions) EXPECT_EQ(WithoutLines(row.content, kBlocks), row.remaining);
+    for (const Deletion& row : kBlockDeletions)
+        EXPECT_EQ(WithoutLines(row.content, kBlocks), row.remaining) << row.content;
 }
 
 TEST(WithoutLines, LeavesOutLines) {
-    for (const Deletion& row : kLineDeletions) EXPECT_EQ(WithoutLines(row.content, kLines), row.remaining);
+    for (const Deletion& row : kLineDeletions)
+        EXPECT_EQ(WithoutLines(row.content, kLines), row.remaining) << row.content;
 }
 
 class LineRemoval : public testing::Test {
@@ -86,11 +88,13 @@ class LineRemoval : public testing::Test {
 
 TEST_F(LineRemoval, LeavesWhatSedLeaves) {
     for (const Deletion& row : kLineDeletions) {
+        SCOPED_TRACE(row.content);
         Write(m_file, row.content);
         Delete();
         EXPECT_EQ(Read(m_file), row.remaining);
     }
     for (const Deletion& row : kBlockDeletions) {
+        SCOPED_TRACE(row.content);
         Write(m_file, row.content);
         DeleteLines(String::FromUtf8(m_file), L"sed -e '/Agent/,/}/d' < %1 > stuff; mv stuff %2", kBlocks);
         EXPECT_EQ(Read(m_file), row.remaining);
@@ -99,6 +103,7 @@ TEST_F(LineRemoval, LeavesWhatSedLeaves) {
 
 TEST_F(LineRemoval, KeepsTheModeAndLeavesNothingBehind) {
     for (const unsigned mode : {0600u, 0644u, 0440u, 0755u}) {
+        SCOPED_TRACE(mode);
         Write(m_file, "a\nAgent\n", mode);
         Delete();
         EXPECT_EQ(Read(m_file), "a\n");
@@ -134,6 +139,7 @@ TEST_F(LineRemoval, ClearsUpAfterARunThatWasKilled) {
 
 TEST_F(LineRemoval, EditsAgainWhatAKilledRunLeftCutOff) {
     for (const char* cutOff : {"", "a", "a\n"}) {
+        SCOPED_TRACE(cutOff);
         Write(m_file, cutOff);
         Write(m_dir / ".qdn-configure.abcdef/kept", "a\nAgent\nb\n");
         Delete();

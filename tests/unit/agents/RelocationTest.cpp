@@ -70,6 +70,7 @@ class SmallDisk {
 
 TEST_F(Relocation, MovesEachStoreThatHasAnotherPlace) {
     for (const std::string key : kStoreKeys) {
+        SCOPED_TRACE(key);
         Write("/opt/old/" + key + "/sub/file", key);
         EXPECT_EQ(Move(key + "=/opt/old/" + key + "\n", key + "=/opt/new/" + key + "/\n", DataMove::Complete),
                   "");
@@ -97,7 +98,8 @@ TEST_F(Relocation, MovesNothingInPlace) {
          {"/opt/agent/queue", "/opt//agent/queue/", "/opt/agent/../agent/queue", "/opt/link/queue"})
         EXPECT_EQ(
             Move("event_queue_dir=/opt/agent/queue\n", "event_queue_dir=" + place + "\n", DataMove::Complete),
-            "");
+            "")
+            << place;
     EXPECT_EQ(Read("/opt/agent/queue/a.kse"), "event");
 }
 
@@ -105,7 +107,8 @@ TEST_F(Relocation, HasNothingToMoveFromAStoreThatIsNone) {
     Write("/opt/file", "");
     for (const std::string value : {"", "/", "relative", "/opt/missing", "/opt/file"})
         EXPECT_EQ(Move("event_queue_dir=" + value + "\n", "event_queue_dir=/opt/new\n", DataMove::Complete),
-                  "");
+                  "")
+            << value;
     EXPECT_EQ(Move("", "", DataMove::Complete), "");
     EXPECT_FALSE(Exists("/opt/new"));
 }
@@ -135,6 +138,7 @@ TEST_F(Relocation, KeepsWhatAFullDiskCannotTake) {
 
 TEST_F(Relocation, KeepsAStoreThatTheNewConfigurationHasNoPlaceFor) {
     for (const std::string value : {"", "/", "relative"}) {
+        SCOPED_TRACE(value);
         Write("/opt/old/queue/a", "event");
         EXPECT_EQ(
             Move("event_queue_dir=/opt/old/queue\n", "event_queue_dir=" + value + "\n", DataMove::Partial),
@@ -193,10 +197,11 @@ TEST_F(Relocation, MovesNothingOutOfAHostDirectory) {
 TEST_F(Relocation, RemovesTheOldInstallDirectory) {
     Write("/opt/neighbour", "");
     for (const std::string spelling : {"/opt/old", "/opt/old/", "/opt/old/.", "//opt/./old/./"}) {
+        SCOPED_TRACE(spelling);
         Write("/opt/old/etc/client.conf", "");
         Write("/opt/old/any/deep/file", "");
         EXPECT_EQ(RemoveOld("installdir=" + spelling + "\n", "installdir=/opt/new\nvar=/opt/new/var\n"), "");
-        EXPECT_FALSE(Exists("/opt/old")) << spelling;
+        EXPECT_FALSE(Exists("/opt/old"));
     }
     EXPECT_TRUE(Exists("/opt/neighbour"));
 }
@@ -205,13 +210,14 @@ TEST_F(Relocation, RemovesNothingInPlace) {
     Write("/opt/agent/etc/client.conf", "conf");
     std::filesystem::create_directory_symlink("/opt/agent", "/opt/link");
     for (const std::string place : {"/opt/agent", "/opt/agent/", "/opt//agent", "/opt/link"})
-        EXPECT_EQ(RemoveOld("installdir=/opt/agent\n", "installdir=" + place + "\n"), "");
+        EXPECT_EQ(RemoveOld("installdir=/opt/agent\n", "installdir=" + place + "\n"), "") << place;
     EXPECT_EQ(Read("/opt/agent/etc/client.conf"), "conf");
 }
 
 TEST_F(Relocation, RemovesNothingWhereADirectoryIsUnknown) {
     Write("/opt/old/etc/client.conf", "conf");
     for (const std::string value : {"", "/", "relative"}) {
+        SCOPED_TRACE(value);
         EXPECT_EQ(RemoveOld("installdir=/opt/old\n", "installdir=" + value + "\n"), "");
         EXPECT_EQ(RemoveOld("installdir=" + value + "\n", "installdir=/opt/new\n"), "");
     }
@@ -232,13 +238,14 @@ TEST_F(Relocation, KeepsATreeThatTheNewConfigurationLeadsInto) {
     for (const std::string named : {"event_queue_dir", "task_storage_path", "swd_storage_path",
                                     "package_storage_path", "var", "guid_guid_file", "debug_output",
                                     "[Client Transport]\nssl_ca_info", "[Client Transport]\nssl_ca_path"}) {
+        SCOPED_TRACE(named);
         Write("/opt/old/etc/client.conf", "");
         Write("/opt/old/data/file", "");
         EXPECT_EQ(
             RemoveOld("installdir=/opt/old\n", "installdir=/opt/new\n" + named + "=/opt/old/data/file\n"),
             "WARNING! /opt/old is kept: the new configuration names /opt/old/data/file.\n");
-        EXPECT_TRUE(Exists("/opt/old/data/file")) << named;
-        EXPECT_FALSE(Exists("/opt/old/etc/client.conf")) << named;
+        EXPECT_TRUE(Exists("/opt/old/data/file"));
+        EXPECT_FALSE(Exists("/opt/old/etc/client.conf"));
     }
     EXPECT_EQ(RemoveOld("installdir=/opt/old\n", "installdir=/opt/old/new\n"),
               "WARNING! /opt/old is kept: the new configuration names /opt/old/new.\n");

@@ -126,6 +126,7 @@ class LevelLinks : public ServiceRegistration {
 
 TEST_F(LevelLinks, OfLevels0To6GoWithTheScript) {
     for (const wchar_t* platform : {L"hpux", L"solaris"}) {
+        SCOPED_TRACE(platform);
         for (const char level : {'0', '3', '6', '7'}) {
             for (const char* name : {"S99zorvane", "K99zorvane", "S99other", "S01zorvane"})
                 Write(m_dir / "etc/rc" + level + ".d/" + name, "");

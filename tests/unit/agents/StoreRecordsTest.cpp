@@ -91,6 +91,7 @@ TEST(StoreRecords, ReadsAnXmlRecordThatIsThere) {
 TEST(StoreRecords, WritesARecordAsPrivateAsTheOldOne) {
     const TempDir temp;
     for (const unsigned mode : {0600u, 0640u, 0644u}) {
+        SCOPED_TRACE(mode);
         Write(temp / "old", "", mode);
         EXPECT_TRUE(WriteRecord(PathOf(temp, "new"), L"\xe4<", PathOf(temp, "old")));
         EXPECT_EQ(Read(temp / "new"), "\xc3\xa4<");

@@ -98,6 +98,7 @@ TEST_F(SurvivorsTest, RemovesHiddenFilesWithTheTreeOnly) {
 TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
     std::filesystem::create_directory_symlink("/usr/bin", "/opt/agent/bin");
     for (const std::string entries : {"", "installdir=/opt/agent\n"}) {
+        SCOPED_TRACE(entries);
         Write("/usr/bin/qdn-a", "");
         Write("/usr/bin/qdn-b", "");
         const Survivors survivors = Of(entries);

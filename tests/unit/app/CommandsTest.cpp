@@ -70,8 +70,9 @@ TEST_F(Commands, InteractiveConfigureNeitherReadsNorRemovesAnXmlFile) {
 
 TEST_F(Commands, UnknownOptionsAreUsageErrorsWithoutAWord) {
     for (const wchar_t* option : {L"-Quiet", L"-help", L"", L"x", L"--quiet"}) {
-        EXPECT_EQ(Run(m_configure, {option}), 120U) << String(option).Utf8();
-        EXPECT_EQ(Run(m_interactive, {option}), 120U) << String(option).Utf8();
+        SCOPED_TRACE(option);
+        EXPECT_EQ(Run(m_configure, {option}), 120U);
+        EXPECT_EQ(Run(m_interactive, {option}), 120U);
         EXPECT_EQ(m_output.out + m_output.err, "");
     }
     EXPECT_FALSE(m_configure.reached || m_interactive.reached);

@@ -78,6 +78,7 @@ TEST_F(ConfigureSequence, ADirectoryThatAShellWouldMisreadIsRefused) {
     for (const wchar_t* directory :
          {L"/opt/a'b", L"/opt/a\"b", L"/opt/a\\b", L"/opt/a`b", L"/opt/a$b", L"/opt/a&b", L"/opt/a;b",
           L"/opt/a|b", L"/opt/a<b", L"/opt/a>b", L"/opt/a(b", L"/opt/a)b"}) {
+        SCOPED_TRACE(directory);
         EXPECT_EQ(Run({L"-quiet", L"-dir", directory}), 1U);
         EXPECT_EQ(m_output.err, "ERROR: Install directory " + String(directory).Utf8() +
                                     " contains characters that are not allowed.\n");

@@ -40,11 +40,12 @@ class ApplySettings : public testing::Test {
 
 TEST_F(ApplySettings, BooleansAreWords) {
     for (const wchar_t* word : {L"yes", L"y", L"TRUE", L"On", L" 1 "}) {
+        SCOPED_TRACE(word);
         EXPECT_EQ(Applied(L"Client Transport/ssl_verify_peer", L"SSLVerifyPeer", word), L"yes");
         EXPECT_EQ(Applied(L"Client Transport/ssl_verify_host", L"SSLVerifyHost", word), L"yes");
     }
     for (const wchar_t* word : {L"", L"no", L"0", L"verily"})
-        EXPECT_EQ(Applied(L"Client Transport/ssl_verify_peer", L"SSLVerifyPeer", word), L"no");
+        EXPECT_EQ(Applied(L"Client Transport/ssl_verify_peer", L"SSLVerifyPeer", word), L"no") << word;
 }
 
 TEST_F(ApplySettings, OneBooleanIsADigit) {
@@ -70,6 +71,7 @@ TEST_F(ApplySettings, FreeTextStandsAsItIsButForTheWordsForNothing) {
         {L"%INSTDIR%", L"%INSTDIR%"},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.value);
         EXPECT_EQ(Applied(L"Client Details/ContactName", L"ContactName", row.value), row.written);
         EXPECT_EQ(Applied(L"Client Details/Description", L"Description", row.value), row.written);
     }
@@ -89,6 +91,7 @@ TEST_F(ApplySettings, PathsAreExpandedAndAbsolute) {
     };
     std::filesystem::current_path("/opt");
     for (const auto& row : rows) {
+        SCOPED_TRACE(row.key);
         EXPECT_EQ(Applied(row.key, row.setting, L"%INSTDIR%/var/x"), L"/opt/z/var/x");
         EXPECT_EQ(Applied(row.key, row.setting, L"%ETCDIR%"), L"/opt/z/etc");
         EXPECT_EQ(Applied(row.key, row.setting, L"rel"), L"/opt/rel");
@@ -100,6 +103,7 @@ TEST_F(ApplySettings, PathsAreExpandedAndAbsolute) {
 TEST_F(ApplySettings, OptionalPathsMayBeEmpty) {
     for (const auto& [key, setting] : {std::pair(L"Client Transport/ssl_ca_info", L"CAInfo"),
                                        std::pair(L"Client Transport/ssl_ca_path", L"CAPath")}) {
+        SCOPED_TRACE(key);
         EXPECT_EQ(Applied(key, setting, L""), L"");
         EXPECT_EQ(Applied(key, setting, L"%ETCDIR%/ca.pem"), L"/opt/z/etc/ca.pem");
         EXPECT_EQ(Applied(key, setting, L"ca.pem"), L"/ca.pem");
@@ -160,6 +164,7 @@ TEST_F(ApplySettings, TheLogHasDefaultsWhereASettingIsEmpty) {
         {L"Configuration/syslog_level", L"SysLogLevel", L"none"},
     };
     for (const auto& row : rows) {
+        SCOPED_TRACE(row.key);
         EXPECT_EQ(Applied(row.key), row.fallback);
         EXPECT_EQ(Applied(row.key, row.setting, L""), row.fallback);
         EXPECT_EQ(Applied(row.key, row.setting, L"Any Text"), L"Any Text");

@@ -188,6 +188,7 @@ TEST_F(ClientConf, WhatTheUpgradeSettingSaysDecides) {
         bool carries;
     } table[] = {{L"yes", true}, {L"", true}, {L"no", false}, {L"Yes", false}, {L"maybe", false}};
     for (const auto& row : table) {
+        SCOPED_TRACE(row.upgrade);
         Setting(L"Upgrade") = row.upgrade;
         EXPECT_TRUE(Write(&m_installed));
         EXPECT_EQ(m_out, row.carries ? "" : kCreating);

@@ -142,6 +142,7 @@ TEST_F(ConfiguredDirectories, AnErrorShowsThePathPrintably) {
 TEST_F(ConfiguredDirectories, CheckingMakesNothing) {
     testfiles::Write(m_dir / "file", "");
     for (const std::string& path : {m_dir / "missing", m_dir / "file", std::string()}) {
+        SCOPED_TRACE(path);
         EXPECT_EQ(Check(path), 1);
         EXPECT_EQ(Error::m_sErrorText, Unusable(path));
     }
@@ -230,9 +231,10 @@ TEST_F(PrepareDirectories, OnlyTheTwoFilesMayBeMissing) {
                                  Created("packages") + Created("swd") + Created("agent/etc"));
     for (const char* key : {"tmpdir", "var", "event_queue_dir", "task_storage_path", "package_storage_path",
                             "swd_storage_path"}) {
+        SCOPED_TRACE(key);
         const std::string path = m_paths[key];
         Name(key, "");
-        EXPECT_EQ(Prepare(false), "Creating directory:   Result: FAILED\n") << key;
+        EXPECT_EQ(Prepare(false), "Creating directory:   Result: FAILED\n");
         EXPECT_EQ(Error::m_sErrorText, L"Error creating directory: ");
         Name(key, path);
     }

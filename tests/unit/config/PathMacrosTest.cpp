@@ -27,7 +27,7 @@ TEST(ExpandPathMacros, ReplacesBothMacrosEverywhere) {
         {L"%%INSTDIR%%", L"%/opt/a%"},
         {L"a\n%INSTDIR%\n", L"a\n/opt/a\n"},
     };
-    for (const auto& row : table) EXPECT_EQ(ExpandPathMacros(row.text, L"/opt/a"), row.expanded);
+    for (const auto& row : table) EXPECT_EQ(ExpandPathMacros(row.text, L"/opt/a"), row.expanded) << row.text;
 }
 
 TEST(ExpandPathMacros, DoesNotLookAtTheInstallDirectoryAgain) {
@@ -103,6 +103,7 @@ TEST(EnsureTrailingChar, TrimsTheRightEndAndAppendsTheCharacterOnce) {
         {L" a", L" a/"}, {L"", L""},       {L"  ", L""},         {L"/", L"/"},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.text);
         String text = row.text;
         EnsureTrailingChar(text, L'/');
         EXPECT_EQ(text, row.ensured);

@@ -37,6 +37,7 @@ TEST(CarryOverSubAgents, AClassServerComesWithItsSection) {
 
 TEST(CarryOverSubAgents, TheAgentsOwnTrackerIsNeverCopied) {
     for (const char* key : {"zorvane.qdnntracker", "Zorvane.QDNNTracker", "ZORVANE.QDNNTRACKER"}) {
+        SCOPED_TRACE(key);
         const std::string name = key;
         EXPECT_EQ(Carried("[Class Servers]\n" + name + "=Old Tracker\n[Old Tracker]\nthreads=9\n" +
                               "[Static Agents]\n" + name + "=no\n",

@@ -29,7 +29,7 @@ TEST(RunShellCommand, GivesTheFirstLineOfStandardOutput) {
         {L"echo $LC_ALL", L"POSIX"},
         {L"read line || echo nothing to read", L"nothing to read"},
     };
-    for (const auto& row : table) EXPECT_EQ(RunShellCommand(row.command), row.line);
+    for (const auto& row : table) EXPECT_EQ(RunShellCommand(row.command), row.line) << row.command;
 }
 
 TEST(DetectDistribution, KnowsTheFamiliesByTheirReleaseFiles) {

@@ -132,6 +132,7 @@ TEST(CommandBasedApp, NamesAnUnknownCommand) {
         {"-a\x1b[2J\n%1", "Unknown command '-a\\x1b[2J\\x0a%1'.\n"},
     };
     for (const Row& row : rows) {
+        SCOPED_TRACE(row.word);
         const Outcome outcome = RunTool({"tool", row.word});
         EXPECT_EQ(outcome.status, 120);
         EXPECT_EQ(outcome.arguments, Arguments{L"not run"});

@@ -98,6 +98,7 @@ TEST(DirMove, LeavesBothWhereANameIsTaken) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");
     for (const std::string& to : {dir / "to", std::string("/opt/other/to")}) {
+        SCOPED_TRACE(to);
         testfiles::Write(dir / "from/file", "source");
         testfiles::Write(dir / "from/sub/a", "source");
         testfiles::Write(dir / "from/free", "source");
@@ -213,9 +214,10 @@ TEST(DirMove, NeedsNoRenameThatReplacesNothing) {
     testfiles::Write(dir / "from/taken", "source");
     testfiles::Write(dir / "to/taken", "present");
     for (const int errnoValue : {EINVAL, ENOSYS}) {
+        SCOPED_TRACE(errnoValue);
         const int failure = WithFailing({{SYS_renameat2, errnoValue}},
                                         [&] { return Dir::Move(dir("from"), dir("to")).Code(); });
-        EXPECT_EQ(failure, EEXIST) << errnoValue;
+        EXPECT_EQ(failure, EEXIST);
         EXPECT_EQ(testfiles::Read(dir / "to/taken"), "present");
         EXPECT_EQ(testfiles::Read(dir / "from/taken"), "source");
     }

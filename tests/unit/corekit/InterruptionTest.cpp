@@ -46,6 +46,7 @@ int StatusOfRunEndedDuring(const std::string& commandLine) {
 
 TEST(Interruption, LeavesTheSignalToEndTheProcess) {
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        SCOPED_TRACE(signal);
         EXPECT_EXIT(
             {
                 Interruption::Prepare();

@@ -58,6 +58,7 @@ TEST(PathJoin, PutsOneSlashBetweenDirectoryAndName) {
          {Row{L"/opt", L"a", L"/opt/a"}, Row{L"/opt/", L"a", L"/opt/a"}, Row{L"/opt//", L"//a", L"/opt/a"},
           Row{L"/", L"a", L"/a"}, Row{L"", L"a", L"a"}, Row{L"", L"/a", L"/a"}, Row{L"a", L"b/c", L"a/b/c"},
           Row{L"/opt", L"", L"/opt/"}}) {
+        SCOPED_TRACE(row.directory);
         EXPECT_EQ(Path::Join(row.directory, row.name), row.joined);
     }
 }
@@ -79,6 +80,7 @@ TEST(MakeAbsolute, ResolvesLeadingDotsAgainstTheCurrentDirectory) {
           Row{L"../../a/../b/", L"/opt/a/../b/"}, Row{L"./..//./a", L"/opt/one/a"},
           Row{L"../../../../..", L"/"}, Row{L"../../../../a", L"/a"}, Row{L"...", L"/opt/one/two/..."},
           Row{L".a", L"/opt/one/two/.a"}, Row{L"..a", L"/opt/one/two/..a"}}) {
+        SCOPED_TRACE(row.path);
         EXPECT_EQ(Absolute(row.path), row.absolute);
     }
 }

@@ -30,7 +30,8 @@ TEST(Regex, MatchesAcrossLines) {
 
 TEST(Regex, MatchesNothingWhenItDoesNotCompile) {
     for (const wchar_t* pattern : {L"(", L"[", L"a{2,1}", L"[[:nothing:]]"}) {
-        EXPECT_FALSE(Regex::IsMatch(pattern, L"([a")) << String(pattern).Utf8();
+        SCOPED_TRACE(pattern);
+        EXPECT_FALSE(Regex::IsMatch(pattern, L"([a"));
         RegexMatcher matcher(Regex(pattern), L"([a");
         EXPECT_FALSE(matcher.Match());
         EXPECT_EQ(matcher.Text(0), L"");
@@ -64,6 +65,7 @@ TEST(RegexMatcher, GivesTheTextOfGroups) {
         {L"release7.2", L"release7.2", L"7.2"},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.text);
         RegexMatcher matcher(Regex(kReleaseVersion), row.text);
         ASSERT_TRUE(matcher.Match());
         EXPECT_EQ(matcher.Text(0), row.whole);

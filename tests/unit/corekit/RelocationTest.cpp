@@ -78,6 +78,7 @@ TEST(MoveEntry, LeavesNoHalfFileOnAnotherFileSystemWhenASignalEndsTheProcess) {
 TEST(MoveEntry, LinksWhereNoRenameSparesWhatExists) {
     const Workspace dir;
     for (const int errnoValue : {EINVAL, ENOSYS}) {
+        SCOPED_TRACE(errnoValue);
         const std::initializer_list<FailingCall> old = {{SYS_renameat2, errnoValue}};
         testfiles::Write(dir / "from", "new");
         testfiles::Write(dir / "taken", "present");

@@ -41,11 +41,12 @@ TEST(Url, ReadsSchemeHostAndPort) {
         {L"[::ffff:10.0.0.5]/x", L"", L"[::ffff:10.0.0.5]", -1},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.text);
         const Url url(row.text);
-        EXPECT_TRUE(url.IsValid()) << String(row.text).Utf8();
+        EXPECT_TRUE(url.IsValid());
         EXPECT_EQ(url.GetProtocol(), row.protocol);
         EXPECT_EQ(url.GetHost(), row.host);
-        EXPECT_EQ(url.GetPort(), row.port) << String(row.text).Utf8();
+        EXPECT_EQ(url.GetPort(), row.port);
     }
 }
 

@@ -75,6 +75,7 @@ TEST_F(RCScriptBackendTest, IgnoresLevelsThatThereAreNot) {
 
 TEST_F(RCScriptBackendTest, CallsTheFirstToolThatIsFound) {
     for (const char* tool : {"update-rc.d", "insserv", "chkconfig"}) {
+        SCOPED_TRACE(tool);
         m_host.AddTool(tool);
         EXPECT_TRUE(Install());
     }

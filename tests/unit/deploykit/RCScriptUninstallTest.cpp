@@ -13,6 +13,7 @@ namespace Backend = deploykit::ItemInstallers::RCScriptBackend;
 
 TEST_F(RCScriptBackendTest, UnregistersWithTheFirstToolThatIsFound) {
     for (const char* tool : {"update-rc.d", "insserv", "chkconfig"}) {
+        SCOPED_TRACE(tool);
         ASSERT_TRUE(Install());
         m_host.AddTool(tool);
         EXPECT_TRUE(Backend::Uninstall(L"agent"));

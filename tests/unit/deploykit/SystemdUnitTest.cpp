@@ -1,17 +1,17 @@
 // Native units on disk, looked at as systemd's own tools see them.
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <gmock/gmock.h>
 
 #include "deploykit/SystemdUnit.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
+#include "tests/support/Printed.h"
 #include "tests/unit/deploykit/ServiceHost.h"
 
 using corekit::String;
 using testing::ElementsAre;
 using testing::IsEmpty;
+using testsupport::Printed;
 
 namespace fs = std::filesystem;
 namespace SystemdUnit = deploykit::SystemdUnit;
@@ -21,17 +21,6 @@ namespace {
 constexpr const char* kUnit = "/etc/systemd/system/agent.service";
 constexpr const wchar_t* kScript =
     L"#!/bin/sh\n# pidfile: /opt/agent.pid\n# Required-Start: $remote_fs $network\n";
-
-/// What a command line prints, errors included.
-std::string Printed(const std::string& commandLine) {
-    std::FILE* pipe = popen(("PATH=/usr/bin:/bin; " + commandLine + " 2>&1").c_str(), "r");
-    if (pipe == nullptr) return "no pipe";
-    std::string text;
-    std::array<char, 512> part{};
-    while (std::fgets(part.data(), part.size(), pipe) != nullptr) text += part.data();
-    pclose(pipe);
-    return text;
-}
 
 /// Every file and link below /etc/systemd/system, sorted; a link with where it leads.
 std::vector<std::string> UnitFiles() {
@@ -82,13 +71,14 @@ TEST_F(SystemdUnitTest, EnablesTheUnitInTheTargetsOfItsStartLevels) {
         {L"1234", {multi, rescue}},
     };
     for (const Case& c : cases) {
-        ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, c.levels)) << String(c.levels).Utf8();
+        SCOPED_TRACE(c.levels);
+        ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, c.levels));
         std::vector<std::string> expected = {"agent.service"};
         for (const std::string& wants : c.wants) {
             expected.push_back(wants);
             expected.push_back(wants + leadsToUnit);
         }
-        EXPECT_THAT(UnitFiles(), testing::UnorderedElementsAreArray(expected)) << String(c.levels).Utf8();
+        EXPECT_THAT(UnitFiles(), testing::UnorderedElementsAreArray(expected));
         EXPECT_EQ(testfiles::Mode(kUnit), 0644U);
     }
 }

@@ -1,6 +1,4 @@
 // Program links: what is written, what an operator's call does, and what stays.
-#include <array>
-#include <cstdio>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -8,9 +6,11 @@
 #include "corekit/String.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/Printed.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::String;
+using testsupport::Printed;
 
 namespace fs = std::filesystem;
 namespace Backend = deploykit::ItemInstallers::WrapperLinkBackend;
@@ -43,17 +43,6 @@ class Installation {
     testfiles::TempDir m_dir;
     std::string m_root;
 };
-
-/// What a command line of the shell prints.
-std::string Printed(const std::string& commandLine) {
-    std::FILE* pipe = popen(commandLine.c_str(), "r");
-    if (pipe == nullptr) return "no pipe";
-    std::string text;
-    std::array<char, 512> part{};
-    while (std::fgets(part.data(), part.size(), pipe) != nullptr) text += part.data();
-    pclose(pipe);
-    return text;
-}
 
 }  // namespace
 

@@ -1,12 +1,10 @@
 // What counts as an answer to a question, kind by kind.
-#include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
 
 #include "settings/AnswerValidation.h"
-#include "tests/support/Captured.h"
-#include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
+#include "tests/unit/settings/QuestionnaireFixture.h"
 
 namespace Zorvane::AgentInstaller {
 namespace {
@@ -14,15 +12,7 @@ namespace {
 using corekit::String;
 using testsupport::Captured;
 
-constexpr const char* kInvalid = "  Invalid value entered. Please re-enter or Ctrl-C to cancel.\n";
 constexpr const char* kNoDirectory = "  Directory does not exist.\n";
-
-const Question& QuestionFor(const wchar_t* key) {
-    for (const Question& question : Questions()) {
-        if (question.key == key) return question;
-    }
-    std::abort();  // no such question
-}
 
 struct Answer {
     const wchar_t* key;
@@ -89,6 +79,7 @@ TEST(ValidateAnswer, AcceptsAndRewritesByTheKindOfTheQuestion) {
 
 TEST(ValidateAnswer, RefusesANul) {
     for (const wchar_t* key : {L"KSName", L"Upgrade", L"RunLevel", L"LogFile", L"LogSize"}) {
+        SCOPED_TRACE(key);
         String answer(std::wstring(L"yes\0", 4));
         EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(QuestionFor(key), answer)); }).out, kInvalid);
     }

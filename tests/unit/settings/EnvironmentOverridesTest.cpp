@@ -75,8 +75,9 @@ TEST_F(EnvironmentOverrides, TheServerIsTakenFromAUrl) {
         {"https://srv:8083/Zorvane/", L"srv:8083", L"https", L"https://%server%/Zorvane/"},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.value);
         Apply("QDN_INSTALL_KSNAME", row.value);
-        EXPECT_EQ(Get(L"KSName"), row.name) << row.value;
+        EXPECT_EQ(Get(L"KSName"), row.name);
         EXPECT_EQ(Get(L"KSProtocol"), row.protocol);
         EXPECT_EQ(Get(L"KSUrlFormat"), row.format);
         EXPECT_EQ(m_output.err, "");
@@ -86,8 +87,9 @@ TEST_F(EnvironmentOverrides, TheServerIsTakenFromAUrl) {
 TEST_F(EnvironmentOverrides, AServerThatIsNoneIsWarnedOf) {
     for (const char* value : {"ftp://srv", "gopher://srv", "HTTPS://srv", "http://", " ", "srv:port", "srv:0",
                               "srv:65536", "two words"}) {
+        SCOPED_TRACE(value);
         Apply("QDN_INSTALL_KSNAME", value);
-        EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_KSNAME")) << value;
+        EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_KSNAME"));
         EXPECT_EQ(Get(L"KSName"), L"");
         EXPECT_EQ(Get(L"KSProtocol"), L"http");
         EXPECT_EQ(Get(L"KSUrlFormat"), L"http://%server%/Zorvane/");
@@ -96,34 +98,39 @@ TEST_F(EnvironmentOverrides, AServerThatIsNoneIsWarnedOf) {
 
 TEST_F(EnvironmentOverrides, TheStartTakesBooleanWordsInAnyCase) {
     for (const char* value : {"y", "yes", "true", "1", "Y", "YES", "TRUE", "True"}) {
+        SCOPED_TRACE(value);
         Apply("QDN_INSTALL_AUTOSTART", value);
-        EXPECT_EQ(Get(L"Start"), L"yes") << value;
+        EXPECT_EQ(Get(L"Start"), L"yes");
         EXPECT_EQ(m_output.err, "");
     }
     for (const char* value : {"n", "no", "false", "0", "N", "No", "FALSE"}) {
+        SCOPED_TRACE(value);
         Apply("QDN_INSTALL_AUTOSTART", value);
-        EXPECT_EQ(Get(L"Start"), L"no") << value;
+        EXPECT_EQ(Get(L"Start"), L"no");
         EXPECT_EQ(m_output.err, "");
     }
 }
 
 TEST_F(EnvironmentOverrides, OtherWordsForTheStartAreWarnedOf) {
     for (const char* value : {"maybe", "on", "off", " yes", "yes ", "10", "nope"}) {
+        SCOPED_TRACE(value);
         Apply("QDN_INSTALL_AUTOSTART", value);
-        EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_AUTOSTART")) << value;
+        EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_AUTOSTART"));
         EXPECT_EQ(Get(L"Start"), L"yes");
     }
 }
 
 TEST_F(EnvironmentOverrides, RunLevelsAreTakenAsTheyStandWhenTheyHoldADigit) {
     for (const char* value : {"2 3 5", "rc3", "rc35", "x9", " 0 "}) {
+        SCOPED_TRACE(value);
         Apply("QDN_INSTALL_RUNLEVELS", value);
         EXPECT_EQ(Get(L"RunLevel").Utf8(), value);
         EXPECT_EQ(m_output.err, "");
     }
     for (const char* value : {"none", "rc", " "}) {
+        SCOPED_TRACE(value);
         Apply("QDN_INSTALL_RUNLEVELS", value);
-        EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_RUNLEVELS")) << value;
+        EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_RUNLEVELS"));
         EXPECT_EQ(Get(L"RunLevel"), L"rc2;rc3;rc5");
     }
 }

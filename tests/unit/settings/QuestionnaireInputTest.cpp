@@ -103,10 +103,11 @@ TEST_F(Questionnaire, ALineThatIsTooLongMayBeTheLast) {
 
 TEST_F(Questionnaire, BlanksAroundAnAnswerDoNotCount) {
     for (const char* typed : {"  two  words \t\n", "two  words\r\n", "\ttwo  words\v\f\n", "two  words"}) {
+        SCOPED_TRACE(typed);
         const StandardInput input(typed);
         Answer answer;
         Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-        EXPECT_EQ(answer.text, L"two  words") << typed;
+        EXPECT_EQ(answer.text, L"two  words");
     }
 }
 

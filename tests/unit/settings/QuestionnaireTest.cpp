@@ -129,6 +129,7 @@ TEST_F(Questionnaire, AnUpgradeProposesTheCurrentValuesAndTheTablesWhereThereAre
 
 TEST_F(Questionnaire, AnUpgradeThatIsNotExactlyYesCountsAsNone) {
     for (const wchar_t* word : {L"", L"Yes", L"true"}) {
+        SCOPED_TRACE(word);
         Setting(L"Upgrade") = word;
         EXPECT_TRUE(Run("srv\n" + kRestByDefault));
         EXPECT_EQ(m_output.out.find(Asked(L"Upgrade", "yes")), std::string::npos);
@@ -160,9 +161,10 @@ TEST_F(Questionnaire, TheServerIsComposedFromTheAnswer) {
         {"  https://srv/ \t", L"srv", L"https"},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.typed);
         Setting(L"KSName") = String();
         EXPECT_TRUE(Run(std::string(row.typed) + "\n" + kRestByDefault));
-        EXPECT_EQ(Setting(L"KSName"), row.name) << row.typed;
+        EXPECT_EQ(Setting(L"KSName"), row.name);
         EXPECT_EQ(Setting(L"KSProtocol"), row.protocol);
         EXPECT_EQ(Setting(L"KSUrlFormat"), String(row.protocol) + L"://%server%/Zorvane/");
     }
@@ -183,6 +185,7 @@ TEST_F(Questionnaire, ConfirmingTheServerKeepsItsScheme) {
         {L"https://srv", L"http://%server%/Zorvane/", L"https", L"srv"},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.name);
         Setting(L"KSName") = row.name;
         Setting(L"KSUrlFormat") = row.format;
         EXPECT_TRUE(Run("\n" + kRestByDefault));
@@ -213,12 +216,13 @@ TEST_F(Questionnaire, AnotherServerMeansAnotherIdentifier) {
         {L"", "old.example", true},
     };
     for (const auto& row : table) {
+        SCOPED_TRACE(row.typed);
         Setting(L"KSName") = row.old;
         Setting(L"KSNameChanged") = String();
         Setting(L"Guid") = L"{A}";
         EXPECT_TRUE(Run(std::string(row.typed) + "\n" + kRestByDefault));
-        EXPECT_EQ(Setting(L"KSNameChanged"), row.changes ? L"true" : L"") << row.typed;
-        EXPECT_EQ(Setting(L"Guid"), row.changes ? L"" : L"{A}") << row.typed;
+        EXPECT_EQ(Setting(L"KSNameChanged"), row.changes ? L"true" : L"");
+        EXPECT_EQ(Setting(L"Guid"), row.changes ? L"" : L"{A}");
     }
 }
 

@@ -68,11 +68,11 @@ TEST(XmlConfig, TheBuiltInDocumentHoldsTheDefaults) {
         EXPECT_TRUE(settings->Exists(row.setting)) << String(row.setting).Utf8();
         EXPECT_EQ(settings->Get(row.setting), row.value) << String(row.setting).Utf8();
     }
-    for (const wchar_t* detail : kClientDetails) EXPECT_EQ(settings->Get(detail), L"");
+    for (const wchar_t* detail : kClientDetails) EXPECT_EQ(settings->Get(detail), L"") << detail;
     EXPECT_EQ(settings->Get(L"KSUrlFormat"), L"http://%server%/Zorvane/");
     EXPECT_TRUE(settings->Extra().empty());
     for (const wchar_t* marker : {L"XML", L"IsInteractive", L"KSNameChanged", L"NICError"})
-        EXPECT_FALSE(settings->Exists(marker));
+        EXPECT_FALSE(settings->Exists(marker)) << marker;
 }
 
 TEST(XmlConfig, WhatADocumentLacksIsPresentAndEmpty) {
@@ -86,11 +86,12 @@ TEST(XmlConfig, WhatADocumentLacksIsPresentAndEmpty) {
         EXPECT_TRUE(settings->Exists(setting)) << setting.Utf8();
         EXPECT_EQ(settings->Get(setting), L"") << setting.Utf8();
     }
-    for (const wchar_t* detail : kClientDetails) EXPECT_TRUE(settings->Exists(detail));
+    for (const wchar_t* detail : kClientDetails) EXPECT_TRUE(settings->Exists(detail)) << detail;
 }
 
 TEST(XmlConfig, ADocumentThatIsRefusedIsLikeAnEmptyOne) {
     for (const char* document : {"", "no XML", "<KSAgentConfiguration><KSName>srv</KSName>"}) {
+        SCOPED_TRACE(document);
         const auto settings = Read(document);
         ASSERT_TRUE(settings);
         EXPECT_EQ(settings->Get(L"KSName"), L"");
