@@ -44,7 +44,7 @@ END
     "$agent/bin/rcscript" stop
 }
 
-@test "started from a pipe, with descriptors of the caller's open and signals ignored" {
+@test "an agent that a run from a pipe starts inherits no descriptor and no ignored signal of the caller's" {
     given_an_agent_that_looks
     # The caller's pipe is read to its end: nothing that was started holds it open.
     (
@@ -57,7 +57,7 @@ END
     expect_nothing_inherited
 }
 
-@test "started with the standard streams closed" {
+@test "an agent that is started with the standard streams closed has three streams that lead nowhere" {
     given_an_agent_that_looks
     "$program" -configure -noimode <&- >&- 2>&-
     expect_nothing_inherited

@@ -86,11 +86,11 @@ upgrade() {
 
 clean() { given_an_old_agent 6.2; }
 
-@test "changes nothing about a configuration" { expect_the_same fresh -configure -noimode; }
+@test "a hostile environment changes nothing about a configuration" { expect_the_same fresh -configure -noimode; }
 
-@test "changes nothing about an upgrade" { expect_the_same upgrade -configure -noimode; }
+@test "a hostile environment changes nothing about an upgrade" { expect_the_same upgrade -configure -noimode; }
 
-@test "changes nothing about a clean" { expect_the_same clean -clean "$agent"; }
+@test "a hostile environment changes nothing about a clean" { expect_the_same clean -clean "$agent"; }
 
 @test "an administrator's own directory of PATH is used, a relative one is not" {
     hostile_environment

@@ -15,7 +15,7 @@ END
     done
 }
 
-@test "in the arguments" {
+@test "nothing in the arguments steers the terminal" {
     local arguments escape
     escape=$(steering)
     for arguments in "$escape" "-configure $escape" "-configure -dir /opt/$escape\$" "-clean /opt/$escape" "-clean"; do
@@ -26,7 +26,7 @@ END
     done
 }
 
-@test "in what the environment names" {
+@test "nothing that the environment names steers the terminal" {
     local escape
     escape=$(steering)
     given_the_package
@@ -38,7 +38,7 @@ END
     grep -q '^WARNING! /tmp/\\x1b\]0;owned\\x07\\x1b\[2J\\x9b31m/' "$desk/err"
 }
 
-@test "in the values of an XML configuration file, paths and server names among them" {
+@test "no value of an XML configuration file steers the terminal, paths and server names among them" {
     given_the_package
     given_xml /tmp <<END
 <KSAgentConfiguration>
@@ -56,7 +56,7 @@ END
     grep -q 'x9b' "$desk/out" "$desk/err"
 }
 
-@test "in the values of an old agent's configuration, on an upgrade and on a clean" {
+@test "no value of an old agent's configuration steers the terminal, on an upgrade or a clean" {
     local command escape
     escape=$(steering)
     for command in "-configure -noimode" "-clean $agent"; do
@@ -71,7 +71,7 @@ END
     done
 }
 
-@test "in the status line of the agent" {
+@test "nothing in the agent's status line steers the terminal" {
     given_the_package
     printf '#!/bin/sh\nprintf "%%b\\n" "%s"\n' '\033]0;owned\007running\0302\0233' >"$agent/bin/rcscript.fake"
     given_xml /tmp <<END

@@ -52,17 +52,17 @@ configure_with_planted() {
     done
 }
 
-@test "in the place of the XML configuration file" { configure_with_planted "/tmp/$xml"; }
+@test "whatever stands in the place of the XML configuration file, the run uses the next one" { configure_with_planted "/tmp/$xml"; }
 
-@test "in the place of the hand-over configuration of an upgrade" {
+@test "whatever stands in the place of the hand-over configuration of an upgrade is not taken over" {
     configure_with_planted /tmp/ksclt/.migrate-client.conf
 }
 
-@test "in the place of the mark of a reinstallation" { configure_with_planted /tmp/ksclt/.reinstall-client.conf; }
+@test "whatever stands in the place of the mark of a reinstallation marks none" { configure_with_planted /tmp/ksclt/.reinstall-client.conf; }
 
-@test "in the place of the hand-over directory itself" { configure_with_planted /tmp/ksclt; }
+@test "whatever stands in the place of the hand-over directory, a run works" { configure_with_planted /tmp/ksclt; }
 
-@test "in the place of the log and the bootstrap that a clean keeps or removes" {
+@test "whatever stands in the place of the installer's log and bootstrap, a clean reaches nothing else" {
     local path kind
     given_treasure
     for path in /tmp/ksclt/qdn-bootstrap /tmp/ksclt/qdn-ksclt-install.log /tmp/ksclt/below; do
@@ -80,7 +80,7 @@ configure_with_planted() {
     done
 }
 
-@test "in the current directory and the one above it" {
+@test "what others put into the current directory and the one above it is not used" {
     local kind directory
     given_treasure
     mkdir -p /tmp/theirs/below
@@ -101,7 +101,7 @@ configure_with_planted() {
     done
 }
 
-@test "a second name of root's file in the place of one that is removed or replaced" {
+@test "a second name of root's file, where one is removed or replaced, leads to no change of it" {
     local path
     mount -t tmpfs tmpfs /opt/zorvane # where hard links can be made, as on a host with one file system
     mkdir -p /opt/zorvane/secret
@@ -121,7 +121,7 @@ configure_with_planted() {
 }
 
 # The stores may belong to the agent's own user, who may plant links there.
-@test "links in the agent's directories to root's files and directories" {
+@test "links in the agent's directories lead no run to root's files and directories" {
     local place command
     given_treasure
     for command in "-clean $agent" "-configure -noimode" "-configure -noimode -dir $elsewhere"; do
@@ -149,7 +149,7 @@ configure_with_planted() {
     done
 }
 
-@test "the agent's directories themselves as links to root's" {
+@test "directories of the agent that are links to root's lead no run there" {
     local store
     for store in queue tasks packages swd; do
         given_an_old_agent 6.2

@@ -25,7 +25,7 @@ count_round() {
     fi
 }
 
-@test "an XML configuration file in /tmp" {
+@test "the XML configuration file in /tmp that was judged is the one that is used" {
     local round refused=0 used=0
     given_the_package
     given_plain_xml "$HOME"
@@ -46,7 +46,7 @@ count_round() {
     [ "$used" -gt 0 ]
 }
 
-@test "a client.conf in a directory that anyone can write" {
+@test "the client.conf that was judged, in a directory that anyone can write, is the one that is used" {
     local round refused=0 used=0
     mkdir -p /opt/base/etc /opt/victim
     chmod 0777 /opt/base/etc

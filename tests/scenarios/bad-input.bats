@@ -10,14 +10,14 @@ expect_refusal() {
 
 # --- The package
 
-@test "a package that is not there" {
+@test "without the package in the directory a run fails and changes nothing" {
     given_plain_xml
     qdn_configure -configure -noimode -quiet
     expect_refusal "Missing file in install. File:$agent/etc/client.proto"
     expect_no_changes
 }
 
-@test "an empty template" {
+@test "an empty template fails the run, and nothing changes" {
     given_the_package
     : >"$agent/etc/client.proto"
     given_plain_xml
@@ -26,7 +26,7 @@ expect_refusal() {
     expect_no_changes
 }
 
-@test "a template that is a directory, or a pipe that nobody writes to" {
+@test "a template that is a directory, or a pipe that nobody writes to, fails the run at once" {
     given_the_package
     given_plain_xml
     rm "$agent/etc/client.proto"
@@ -40,7 +40,7 @@ expect_refusal() {
     expect_no_changes
 }
 
-@test "a service script template that is not there" {
+@test "without the template of the service script the run fails, and registers no service" {
     given_the_package
     rm "$agent/etc/rcscript.proto.linux"
     given_plain_xml
@@ -60,7 +60,7 @@ expect_refusal() {
     expect_missing /opt/bin "$agent/var" "$agent/bin/qdn-env"
 }
 
-@test "a file where a directory belongs" {
+@test "a file where a directory belongs fails the run and stays" {
     given_the_package
     given_plain_xml
     mkdir "$agent/var"
@@ -71,7 +71,7 @@ expect_refusal() {
     expect_missing "$agent/var/tasks" "$agent/bin/qdn-env"
 }
 
-@test "a file in the way to a directory" {
+@test "a file in the way to a directory fails the run and stays" {
     given_the_package
     given_plain_xml
     echo "precious" >"$agent/var"
@@ -89,7 +89,7 @@ END
     expect_file /opt/zorvane/file <<<"precious"
 }
 
-@test "an install directory on a read-only file system" {
+@test "an install directory on a read-only file system fails the run" {
     given_the_package
     given_plain_xml
     mount --bind "$agent" "$agent"
@@ -99,7 +99,7 @@ END
     expect_no_changes
 }
 
-@test "a directory where client.conf has to be" {
+@test "a directory where client.conf has to be fails the run and stays" {
     given_the_package
     given_plain_xml
     mkdir -p "$agent/etc/client.conf/below"
@@ -123,7 +123,7 @@ END
     expect_missing "$agent/etc/client.conf.old"
 }
 
-@test "no room for the new configuration in /tmp" {
+@test "without room for the new configuration in /tmp a run fails and changes nothing" {
     given_the_package
     mount -t tmpfs -o size=16k,mode=1777 tmpfs /tmp
     mkdir -p "$project"
@@ -137,7 +137,7 @@ END
     expect_no_changes
 }
 
-@test "no room where the agent is" {
+@test "without room where the agent is a run fails and changes nothing" {
     mkdir -p "$agent"
     mount -t tmpfs -o size=64m tmpfs "$agent"
     given_the_package

@@ -38,19 +38,19 @@ given_a_configured_agent() {
     expect_status 0
 }
 
-@test "an empty client.conf" {
+@test "an agent with an empty client.conf is taken for one of 5.6, and goes as such" {
     given_a_configured_agent
     : >"$agent/etc/client.conf"
     expect_taken_for_56
 }
 
-@test "a client.conf that is no text" {
+@test "an agent with a client.conf that is no text is taken for one of 5.6, and goes as such" {
     given_a_configured_agent
     { printf '[Configuration\0]\ninstalldir\0=/usr\n\377\376\n='; head -c 99999 /dev/zero; } >"$agent/etc/client.conf"
     expect_taken_for_56
 }
 
-@test "a client.conf that is a directory, a pipe or a device" {
+@test "a client.conf that is a directory, a pipe or a device is none" {
     given_an_old_agent 6.0SP2
     rm "$agent/etc/client.conf"
     for make in mkdir mkfifo "ln -s /dev/zero"; do
@@ -180,7 +180,7 @@ END
     done
 }
 
-@test "of 5.6 it loses what bears the agent's names, and no trees" {
+@test "another package's directory loses to 5.6 what bears the agent's names, and no trees" {
     mkdir -p /opt/other/{bin,etc,lib,backups}
     touch /opt/other/{bin/program,bin/qdn-program,etc/filescan.1,etc/file,lib/library,backups/file}
     ln -s /opt/other /opt/through
@@ -196,7 +196,7 @@ END
 END
 }
 
-@test "nor does a pending reinstall empty it" {
+@test "another package's directory is not emptied by a pending reinstall either" {
     mkdir -p /opt/other/bin
     touch /opt/other/bin/program
     ln -s /opt/other /opt/through
@@ -284,7 +284,7 @@ odd_names() {
 }
 
 # The same names beside the store stand for files that only a wildcard or a shell would lead to.
-@test "names that mean something elsewhere mean nothing" {
+@test "names that mean something to a shell or a pattern mean nothing" {
     given_an_old_agent 6.0SP2
     mkdir -p /opt/a* "/opt/a*/queue[1]" /opt/ab/queue1
     touch /opt/ab/{1.kse,queue1/1.kse}

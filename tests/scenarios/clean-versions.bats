@@ -115,7 +115,7 @@ given_a_misleading_agent() {
 END
 }
 
-@test "so do 6.0, 6.0 SP2 and 6.2, and keep it while a solution depends on them" {
+@test "6.0, 6.0 SP2 and 6.2 go where no name means anything to the shell, but not while a solution depends on them" {
     for version in 6.0 6.0SP2 6.2; do
         given_a_misleading_agent "$version"
         echo '<Solution name="inventory">' >"$directory/etc/config.xml"
@@ -235,7 +235,7 @@ given_a_reinstall() {
     expect_clean_again_harmless
 }
 
-@test "without it they go" {
+@test "without a pending reinstall the two files of the installer go" {
     given_an_old_agent 6.0SP2
     touch "$agent"/{qdn-bootstrap,qdn-ksclt-install.log}
     clean
@@ -243,7 +243,7 @@ given_a_reinstall() {
     expect_60SP2_gone
 }
 
-@test "a marker that anyone could have left does not count" {
+@test "a mark of a reinstall that anyone could have left does not count" {
     given_an_old_agent 6.0SP2
     given_a_reinstall
     chmod 0777 /tmp/ksclt

@@ -43,7 +43,7 @@ clear_the_host() {
     expect_file "$desk/usr" < <(list_usr)
 }
 
-@test "the same of 5.6" {
+@test "with everything of 5.6 in places of the host, all of the host's stays" {
     given_baits
     while read -r place; do
         given_an_old_agent 5.6

@@ -5,7 +5,7 @@ load terminal
 
 # --- Character sets
 
-@test "letters beyond ASCII, in UTF-8" {
+@test "letters beyond ASCII are taken as they were typed, in UTF-8" {
     export LC_ALL=de_DE.UTF-8
     given_the_package /opt/büro
     at_the_terminal -iconfigure <<'END'
@@ -24,7 +24,7 @@ END
     expect_on_screen "Creating directory: /opt/b?ro/var  Result: OK"
 }
 
-@test "letters beyond ASCII, in Latin-1" {
+@test "letters beyond ASCII are taken as they were typed, in Latin-1" {
     export LC_ALL=de_DE.ISO-8859-1
     given_the_package /opt/büro
     at_the_terminal -iconfigure <<'END'
