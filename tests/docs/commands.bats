@@ -1,14 +1,15 @@
-# Every command of README.md, CONTRIBUTING.md and docs/architecture.md is run: here, or by the test or CI named here.
+# Every command of the documents for developers is run: here, or by the test or CI named here.
 load ../scenarios/support
 
-documents() { echo "$project/README.md" "$project/CONTRIBUTING.md" "$project/docs/architecture.md"; }
+documents() { echo "$project"/{README,CONTRIBUTING,docs/architecture,docs/performance}.md; }
 
-# What is to be entered, one command a line: in backticks or indented, and beginning with something that is run.
+# What is to be entered, one command a line: in backticks or indented, and beginning with something that is run. What
+# is said of it may follow behind some blanks.
 commands() {
     # shellcheck disable=SC2046 # several files
     {
         grep -ohE '`[^`]+`' $(documents) | tr -d '`'
-        sed -n 's/^    //p' $(documents) | sed 's/^# //'
+        sed -n 's/^    //p' $(documents) | sed -e 's/^# //' -e 's/   .*//'
     } | grep -E '^(script/[a-z]|\.ci/|packaging/build|tests/support/private|build/dev/|bats |ninja |man |clang-format|sh |/opt[^ ]*\.bin |printf )' |
         grep -v '^[a-z]*/$' | sed 's/ *|$//' | sort -u
 }
@@ -20,7 +21,7 @@ known() {
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -configure -noimode|here
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
 bats tests/scenarios/refusals.bats|here
-build/dev/tests/unit/config/unit_config --gtest_filter='PathMacros*'|script/test
+build/dev/tests/unit/config/unit_config --gtest_filter='*PathMacros*'|script/test
 clang-format -i|script/check
 man ./docs/qdn-configure.8|tests/docs/pages.bats
 ninja -C build/dev|script/build
@@ -28,6 +29,11 @@ ninja -C build/dev unit_agents && build/dev/tests/unit/agents/unit_agents --gtes
 packaging/build-packages|script/test-hosts
 printf '%s\n' https://kell.example.com:8083 '' no 'rc3;rc5' '' '' '' '' '' '' '' '' '' no|tests/terminal/readme.bats
 script/bench|tests/tools/bench.bats
+script/bench --size 1000000 remove|person
+script/bench calls|person
+script/bench carry xml|person
+script/bench pieces|person
+script/bench xml|person
 script/build|script/test
 script/build dev|script/test
 script/check|.ci/run
@@ -82,8 +88,23 @@ sign_of() {
     done <"$desk/scripts"
 }
 
+# The unit tests of a folder, SUITE.NAME each.
+tests_of() {
+    grep -rhoE '^TEST(_F)?\([A-Za-z0-9]+, *[A-Za-z0-9]+' "$project/tests/unit/$1" | sed -E 's/^TEST(_F)?\(//; s/, */./'
+}
+
+@test "every filter of unit tests lets some of them through" {
+    commands | sed -n "s,.*/unit_\([a-z]*\) --gtest_filter='\(.*\)'$,\1 \2,p" >"$desk/filters"
+    [ -s "$desk/filters" ]
+    while read -r folder filter; do
+        tests_of "$folder" >"$desk/tests"
+        grep -qx "${filter//\*/.*}" "$desk/tests" || fail "no test of $folder is named $filter"
+    done <"$desk/filters"
+}
+
 @test "every script is told of in CONTRIBUTING.md, and every folder in README.md" {
     for script in "$project"/script/* "$project/packaging/build-packages"; do
+        [[ $script != *.bash ]] || continue
         grep -qF "\`${script#"$project"/}" "$project/CONTRIBUTING.md" || fail "$script is not told of"
     done
     for folder in "$project"/*/; do

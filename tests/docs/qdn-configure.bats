@@ -35,6 +35,19 @@ usage() {
     same_lists options "$desk/all" <(of_page DESCRIPTION Options | items Fl | first_words | sed 's/^/-/')
 }
 
+# "VERSION BUILD" of the newest release of each version that can be upgraded, and below which build it is.
+releases() {
+    sed -n '/ kReleases\[\] = {/,/^};/p' "$project/agents/AgentDetection.cpp" | grep -v UnsupportedAgent |
+        sed -n 's/^ *{\([0-9]*\), \([0-9]*\), \([A-Za-z0-9]*\), .*/\1.\2 \3/p' |
+        awk '{ below[$1] = $2 } END { for (version in below) print version, below[version] }'
+}
+
+@test "the versions that it says can be upgraded are those of the table of releases" {
+    releases | sed -e 's/ kAnyBuild$//' -e 's/ \([0-9]*\)$/ before build \1/' >"$desk/releases"
+    same_lists versions "$desk/releases" <(of_page DESCRIPTION Commands | tr '\n' ' ' |
+        sed 's/.*Versions \(.*\) can be upgraded.*/\1/; s/, \| and /\n/g')
+}
+
 # Names of variables stand in the sources as they are. What is only taken from the environment of the host's tools, and
 # what is looked up in an old agent's script, is none of ours.
 variables() {

@@ -14,7 +14,9 @@ setup() {
     done < <(grep '^| a' "$document" | grep -oE '`[A-Za-z]+`( or one of its neighbours)? in `[a-z]+/[A-Za-z0-9./]+`' |
         sed 's/ or one of its neighbours//' | tr -d '`' | sed 's/ in / /')
     [ "$count" -ge 8 ]
-    for file in $(grep '^| a' "$document" | grep -oE '`tests/unit/[^`]*`' | tr -d '`'); do [ -f "$project/$file" ]; done
+    for file in $(grep '^| a' "$document" | grep -oE '`tests/unit/[^`]*`' | tr -d '`'); do
+        [ -f "$project/$file" ] || { echo "$file is not there" && return 1; }
+    done
 }
 
 # The lines of the walk-through's changes, without their indentation: " " as it is, "-" goes, "+" comes.
