@@ -1,0 +1,14 @@
+# What several scripts share; they source it.
+# shellcheck disable=SC2034 # for them
+
+# The folders of the program, lowest floor first.
+folders=(corekit deploykit run settings config agents integration app)
+
+as_root() {
+    if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
+}
+
+# Returns when fewer than two jobs of the caller's run in the background.
+wait_for_a_turn() {
+    while [ "$(jobs -rp | wc -l)" -ge 2 ]; do wait -n || true; done
+}
