@@ -39,7 +39,7 @@ void RunLevels(std::string_view input) {
     }
 
     const String script = String::FromUtf8(parts.Rest());
-    const deploykit::RunLevels levels = {split.startDigits, Levels(text, false, L"")};
+    const deploykit::ServiceLevels levels = {split.startDigits, Levels(text, false, L"")};
     const String once = deploykit::ExpandServiceTemplate(script, L"/opt/agent", levels);
     Holds(deploykit::ExpandServiceTemplate(once, L"/opt/agent", levels) == once,
           "a script that has its levels keeps them");
