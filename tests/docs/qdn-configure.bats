@@ -37,7 +37,7 @@ usage() {
 
 # "VERSION BUILD" of the newest release of each version that can be upgraded, and below which build it is.
 releases() {
-    sed -n '/ kReleases\[\] = {/,/^};/p' "$project/agents/AgentDetection.cpp" | grep -v UnsupportedAgent |
+    sed -n '/ kReleases\[\] = {/,/^};/p' "$project/agents/AgentVersion.cpp" | grep -v UnsupportedAgent |
         sed -n 's/^ *{\([0-9]*\), \([0-9]*\), \([A-Za-z0-9]*\), .*/\1.\2 \3/p' |
         awk '{ below[$1] = $2 } END { for (version in below) print version, below[version] }'
 }

@@ -55,7 +55,7 @@ TEST_P(EveryRow, IsCarriedToItsKeyAndItsSettingAndTheLaterOfTwoWins) {
     std::map<KeyPath, String> expected;
     int number = 0;
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        SCOPED_TRACE(String(row.newKey).Utf8());
+        SCOPED_TRACE(String(row.newKey.key).Utf8());
         const String value = String(row.isPath ? L"/opt/new/" : L"") + String::FromInt(++number);
         expected[row.newKey] = value;
         EXPECT_EQ(m_settings.Get(row.setting), row.setting.empty() ? String() : value);
@@ -134,7 +134,7 @@ TEST_F(CarryValues, AnAnsweredQuestionKeepsItsAnswer) {
     for (const Question& question : Questions()) m_settings.Value(question.key) = L"answer";
     Carry(FileOfAllRows(Spelling::AsWritten));
     for (const Question& question : Questions())
-        EXPECT_EQ(m_settings.Get(question.key), L"answer") << question.key;
+        EXPECT_EQ(m_settings.Get(question.key), L"answer") << String(question.key).Utf8();
     EXPECT_EQ(New(L"Configuration", L"tmpdir"), L"answer/1");
     EXPECT_EQ(m_settings.Get(L"PackagesDir"), L"answer/8");
     EXPECT_EQ(m_settings.Get(L"UseDomain"), L"31");
