@@ -62,53 +62,49 @@ String NicError(const Settings& settings) {
     return settings.Exists(L"NICError") ? settings.Get(L"NICError") : L"NameServ Error";
 }
 
-String ConfiguredFile(const Settings& settings, const wchar_t* directory, const wchar_t* name) {
-    return FileBelow(Expanded(settings.Get(directory), settings), settings.Get(name));
-}
-String GuidFile(const Settings& settings) {
-    return ConfiguredFile(settings, L"GuidDir", L"GuidFile");
-}
-String LogFile(const Settings& settings) {
-    return ConfiguredFile(settings, L"LogDir", L"LogFile");
-}
-
-String ValueOr(const Settings& settings, const wchar_t* setting, const wchar_t* fallback) {
-    return settings.IsSet(setting) ? settings.Get(setting) : String(fallback);
-}
-String LogSize(const Settings& settings) {
-    return ValueOr(settings, L"LogSize", L"1024");
-}
-String LogLevel(const Settings& settings) {
-    return ValueOr(settings, L"LogLevel", L"info");
-}
-String SysLogLevel(const Settings& settings) {
-    return ValueOr(settings, L"SysLogLevel", L"none");
-}
-
+// Keys of section Configuration with a rule of their own.
 constexpr const wchar_t* kGuidFileKey = L"guid_guid_file";
 
-/// A key of section Configuration whose value has a rule of its own.
-struct FixedKey {
+/// The path of a file: settings name its directory and the file in it.
+struct FileKey {
     const wchar_t* key;
-    String (*value)(const Settings& settings);
+    const wchar_t* directory;
+    const wchar_t* name;
 };
-constexpr FixedKey kFixedKeys[] = {
-    {L"basicinv_ip_error_return_value", NicError},
-    {kGuidFileKey, GuidFile},
-    {L"debug_output", LogFile},
-    {L"debug_file_size", LogSize},
-    {L"debug_level", LogLevel},
-    {L"syslog_level", SysLogLevel},
+constexpr FileKey kFileKeys[] = {
+    {kGuidFileKey, L"GuidDir", L"GuidFile"},
+    {L"debug_output", L"LogDir", L"LogFile"},
+};
+
+/// A setting as it stands, or a value of the agent's where that is empty.
+struct TextKey {
+    const wchar_t* key;
+    const wchar_t* setting;
+    const wchar_t* fallback;
+};
+constexpr TextKey kTextKeys[] = {
+    {L"debug_file_size", L"LogSize", L"1024"},
+    {L"debug_level", L"LogLevel", L"info"},
+    {L"syslog_level", L"SysLogLevel", L"none"},
 };
 
 void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
-    for (const FixedKey& row : kFixedKeys) ini.SetValue(Names::kConfiguration, row.key, row.value(settings));
+    const auto set = [&](const wchar_t* key, const String& value) {
+        ini.SetValue(Names::kConfiguration, key, value);
+    };
+    set(L"basicinv_ip_error_return_value", NicError(settings));
+    for (const FileKey& row : kFileKeys) {
+        set(row.key, FileBelow(Expanded(settings.Get(row.directory), settings), settings.Get(row.name)));
+    }
+    for (const TextKey& row : kTextKeys) {
+        set(row.key, settings.IsSet(row.setting) ? settings.Get(row.setting) : row.fallback);
+    }
     if (settings.Exists(L"KSUrlFormat")) {
         ini.SetValue(Names::kClientTransport, L"ks_url_format", settings.Get(L"KSUrlFormat"));
     }
     const RunLevels levels = SplitRunLevels(settings.Get(L"RunLevel"));
-    ini.SetValue(Names::kConfiguration, L"runlevels_start", levels.startList);
-    ini.SetValue(Names::kConfiguration, L"runlevels_stop", levels.stopList);
+    set(L"runlevels_start", levels.startList);
+    set(L"runlevels_stop", levels.stopList);
 }
 
 }  // namespace
