@@ -89,7 +89,8 @@ void MergeInstalledSettings(ConfigureRun& run) {
 
 bool SaveInstalledConfiguration(const ConfigureRun& run) {
     const String installDir = MakeAbsolutePath(run.settings->Get(L"InstallDir"));
-    if (installDir == L"/") return true;  // the run will fail, and its /etc is the host's
+    // Without a template the run will fail, and the root's /etc is the host's.
+    if (installDir == L"/" && !File::Exists(installDir + Names::kClientProto)) return true;
     const String copy = installDir + Names::kSavedClientConf;
     const bool isKnown = run.installed && !run.installed->ConfPath().IsEmpty();
     return isKnown ? SaveConfOf(*run.installed, copy)

@@ -177,6 +177,18 @@ TEST_F(InstalledAgentSteps, TheConfigurationOfAnAgentWithoutAPathIsKeptToo) {
     EXPECT_TRUE(m_agent->ConfPath().IsEmpty());
 }
 
+TEST_F(InstalledAgentSteps, InTheRootTheConfigurationIsKeptOnlyWhereTheRunCanGoOn) {
+    testfiles::Write("/etc/client.conf", "strange");
+    Setting(L"InstallDir") = L"/";
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_FALSE(testfiles::Exists("/etc/client.conf.old"));
+    testfiles::Write("/etc/client.proto", "[Configuration]\n");
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/etc/client.conf.old"), "strange");
+    for (const char* path : {"/etc/client.conf", "/etc/client.conf.old", "/etc/client.proto"})
+        std::filesystem::remove(path);
+}
+
 TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
     m_agent->removesIntegration = false;
     EXPECT_FALSE(RemoveInstalledIntegration(m_run));
