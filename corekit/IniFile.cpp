@@ -41,8 +41,8 @@ const String& IniFile::FileName() const {
     return m_path;
 }
 
-String IniFile::GetValue(const String& section, const String& key, const String& fallback) const {
-    String value = fallback;
+String IniFile::GetValue(const String& section, const String& key) const {
+    String value;
     GetValue(section, key, value);
     return value;
 }

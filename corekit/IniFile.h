@@ -42,8 +42,8 @@ class IniFile {
     /// How reading the file went.
     const Result& ReadResult() const { return m_read; }
 
-    /// The value, or `fallback` when the file has no such entry.
-    String GetValue(const String& section, const String& key, const String& fallback = String()) const;
+    /// The value; "" when the file has no such entry.
+    String GetValue(const String& section, const String& key) const;
 
     /// False, and `value` untouched, when the file has no such entry.
     bool GetValue(const String& section, const String& key, String& value) const;

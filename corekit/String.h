@@ -38,9 +38,7 @@ class String {
     bool StartsWith(const String& prefix) const { return m_text.starts_with(prefix.m_text); }
     bool EndsWith(const String& suffix) const { return m_text.ends_with(suffix.m_text); }
     bool Contains(const String& what) const { return Find(what) != npos; }
-    std::size_t Find(const String& what, std::size_t from = 0) const {
-        return m_text.find(what.m_text, from);
-    }
+    std::size_t Find(const String& what) const { return m_text.find(what.m_text); }
     std::size_t FindLast(const String& what) const { return m_text.rfind(what.m_text); }
     std::size_t FindOneOf(const String& characters) const { return m_text.find_first_of(characters.m_text); }
 

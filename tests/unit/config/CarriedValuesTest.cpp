@@ -23,8 +23,10 @@ class CarryValues : public testing::Test {
         const IniFile oldIni(String::FromUtf8(m_dir / "old"), IniFile::KeyCase::FallBack);
         CarryOldValues(oldIni, m_new, m_settings);
     }
-    String New(const wchar_t* section, const wchar_t* key) {
-        return m_new.GetValue(section, key, L"(missing)");
+    String New(const String& section, const String& key) {
+        String value = L"(missing)";
+        m_new.GetValue(section, key, value);
+        return value;
     }
 
     testfiles::TempDir m_dir;
@@ -61,7 +63,7 @@ TEST_P(EveryRow, IsCarriedToItsKeyAndItsSettingAndTheLaterOfTwoWins) {
         EXPECT_EQ(m_settings.Get(row.setting), row.setting.empty() ? String() : value);
     }
     for (const auto& [to, value] : expected) {
-        EXPECT_EQ(m_new.GetValue(to.section, to.key, L"(missing)"), value) << String(to.key).Utf8();
+        EXPECT_EQ(New(to.section, to.key), value) << String(to.key).Utf8();
     }
     EXPECT_EQ(expected.size(), 102U);
     EXPECT_EQ(New(L"Event Queue", L"level1-retries"), L"61");

@@ -52,7 +52,9 @@ class ClientConf : public testing::Test {
         return ok;
     }
     String Written(const wchar_t* section, const wchar_t* key) {
-        return IniFile(String::FromUtf8(kOutput)).GetValue(section, key, L"(missing)");
+        String value = L"(missing)";
+        IniFile(String::FromUtf8(kOutput)).GetValue(section, key, value);
+        return value;
     }
     String& Setting(const wchar_t* name) { return m_settings->Value(name); }
 

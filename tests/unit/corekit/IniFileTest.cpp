@@ -39,13 +39,12 @@ TEST_F(IniFileTest, ReadsAMissingFileAsEmptyAndMakesIt) {
     EXPECT_EQ(testfiles::Mode(m_dir / "client.conf"), 0644U);
 }
 
-TEST_F(IniFileTest, GivesTheFallbackForAMissingEntryOnly) {
+TEST_F(IniFileTest, GivesValuesAndNothingForAMissingEntry) {
     const IniFile file(Make("[s]\nk=v\nempty=\n"));
-    EXPECT_EQ(file.GetValue(L"s", L"k", L"fallback"), L"v");
-    EXPECT_EQ(file.GetValue(L"s", L"empty", L"fallback"), L"");
-    EXPECT_EQ(file.GetValue(L"s", L"missing", L"fallback"), L"fallback");
+    EXPECT_EQ(file.GetValue(L"s", L"k"), L"v");
+    EXPECT_EQ(file.GetValue(L"s", L"empty"), L"");
     EXPECT_EQ(file.GetValue(L"s", L"missing"), L"");
-    EXPECT_EQ(file.GetValue(L"missing", L"k", L"fallback"), L"fallback");
+    EXPECT_EQ(file.GetValue(L"missing", L"k"), L"");
 }
 
 TEST_F(IniFileTest, TellsWhetherAnEntryExists) {
@@ -151,7 +150,9 @@ TEST_F(IniFileTest, BeginsWithATextWhateverTheFileHolds) {
 TEST_F(IniFileTest, DoesNotReplaceWhatItCouldNotRead) {
     ASSERT_EQ(mkfifo((m_dir / "client.conf").c_str(), 0600), 0);
     IniFile fifo(Path());
-    EXPECT_EQ(fifo.GetValue(L"s", L"k", L"none"), L"none");
+    String value = L"none";
+    EXPECT_FALSE(fifo.GetValue(L"s", L"k", value));
+    EXPECT_EQ(value, L"none");
     fifo.SetValue(L"s", L"k", L"v");
     EXPECT_EQ(fifo.GetValue(L"s", L"k"), L"v");
     EXPECT_EQ(fifo.Write(), Result(EINVAL));

@@ -32,7 +32,6 @@ TEST(String, GivesWhatStandsBeforeASeparator) {
 TEST(String, Finds) {
     const String text = L"a/b/c";
     EXPECT_EQ(text.Find(L"/"), 1u);
-    EXPECT_EQ(text.Find(L"/", 2), 3u);
     EXPECT_EQ(text.FindLast(L"/"), 3u);
     EXPECT_EQ(text.FindOneOf(L"cb"), 2u);
     EXPECT_EQ(text.Find(L"x"), String::npos);

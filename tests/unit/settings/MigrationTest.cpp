@@ -55,7 +55,9 @@ class Migration : public testing::Test {
         return output.out;
     }
     String Written(const wchar_t* section, const wchar_t* key) const {
-        return IniFile(m_handOver.Path()).GetValue(section, key, L"(no such key)");
+        String value = L"(no such key)";
+        IniFile(m_handOver.Path()).GetValue(section, key, value);
+        return value;
     }
     static std::size_t HandOverFiles() {
         std::size_t count = 0;
