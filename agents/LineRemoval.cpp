@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
+#include <linux/fs.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,7 +29,7 @@ namespace {
 constexpr const wchar_t* kPrivateDirectory = L".qdn-configure.XXXXXX";
 constexpr const wchar_t* kAllPrivateDirectories = L".qdn-configure.??????";
 constexpr const wchar_t* kEdited = L"/stuff";
-constexpr const wchar_t* kKept = L"/kept";
+constexpr const wchar_t* kKept = L"kept.";  // and the file's name
 
 /// Returns to the directory that was current before, even when that has no path any more.
 class CurrentDirectory {
@@ -65,7 +67,12 @@ class PrivateDirectory {
     String m_path;
 };
 
-/// The file under a second name. A link needs no space, so that a full disk cannot prevent putting it back.
+/// Where a private directory has the file under a second name.
+String KeptIn(const String& directory, const String& file) {
+    return corekit::Path::Join(directory, kKept + corekit::Path::GetFileName(file));
+}
+
+/// Gives the file that name. A link needs no space, so that a full disk cannot prevent putting it back.
 bool Keep(const String& path, const String& kept) {
     return link(path.Utf8().c_str(), kept.Utf8().c_str()) == 0;
 }
@@ -75,6 +82,18 @@ bool MakeLike(const String& path, const String& model) {
     struct stat info {};
     return stat(model.Utf8().c_str(), &info) == 0 && File::WriteBytes(path, "", 0600) &&
            File::Chowngrp(path, info.st_uid, info.st_gid) && File::Chmod(path, info.st_mode & 07777);
+}
+
+enum class Writes { Waiting, Usual };
+
+/// Where the file system can do that, every write to the file waits until the disk has it: the command
+/// renames what it has written without flushing it, and after a power cut the file could be empty.
+void SetWrites(const String& path, Writes writes) {
+    const Descriptor file(open(path.Utf8().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    int flags = 0;
+    const bool isKnown = file && ioctl(file.Get(), FS_IOC_GETFLAGS, &flags) == 0;
+    flags = writes == Writes::Waiting ? flags | FS_SYNC_FL : flags & ~FS_SYNC_FL;
+    if (isKnown) corekit::Forgive(ioctl(file.Get(), FS_IOC_SETFLAGS, &flags) == 0);
 }
 
 bool Holds(const String& path, const std::string& expected) {
@@ -109,12 +128,24 @@ bool IsCutOff(const String& file, const String& kept, std::span<const DeletedLin
     return content.size() < remaining.size() && remaining.starts_with(content);
 }
 
+/// Does a private directory keep another file than this one?
+bool KeepsAnother(const String& directory, const String& file) {
+    bool found = false;
+    Forgive(corekit::Dir::Scan(directory, kKept + String(L"*"), [&](const corekit::FileInfo& entry) {
+        found = entry.path != KeptIn(directory, file);
+        return !found;
+    }));
+    return found;
+}
+
 /// Removes what killed runs left beside a file; one that such a run left cut off gets its old content back.
 void ClearUpAfterKilledRuns(const String& file, std::span<const DeletedLines> deleted) {
     const String parent = corekit::Path::GetDirectory(file);
     Forgive(corekit::Dir::Scan(parent, kAllPrivateDirectories, [&](const corekit::FileInfo& entry) {
-        const String kept = entry.path + kKept;
+        if (KeepsAnother(entry.path, file)) return true;
+        const String kept = KeptIn(entry.path, file);
         if (IsCutOff(file, kept, deleted)) Forgive(File::Rename(kept, file));
+        SetWrites(file, Writes::Usual);
         Forgive(corekit::Dir::Remove(entry.path));
         return true;
     }));
@@ -153,14 +184,18 @@ void DeleteLines(const String& path, const String& command, std::span<const Dele
     const corekit::Interruption::Delay untilTheFileIsWhole;
     const PrivateDirectory place(corekit::Path::GetDirectory(file));
     if (place.Path().IsEmpty()) return;
-    const String kept = place.Path() + kKept;
-    if (!Keep(file, kept) || !MakeLike(place.Path() + kEdited, file)) return;
+    const String kept = KeptIn(place.Path(), file);
+    const String edited = place.Path() + kEdited;
+    if (!Keep(file, kept) || !MakeLike(edited, file)) return;
+    SetWrites(edited, Writes::Waiting);
     {
         const CurrentDirectory inside(place.Path());
         if (!inside.IsEntered()) return;
         RunShellCommand(command.Arg(corekit::Text::ShellWord(file), corekit::Text::ShellWord(file)));
     }
-    if (!Holds(file, remaining) || !FlushToDisk(file)) Forgive(File::Rename(kept, file));
+    const bool isWhole = Holds(file, remaining);
+    if (isWhole) SetWrites(file, Writes::Usual);
+    if (!isWhole || !FlushToDisk(file)) Forgive(File::Rename(kept, file));
 }
 
 }  // namespace Zorvane::AgentInstaller

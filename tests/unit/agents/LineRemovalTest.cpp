@@ -131,17 +131,29 @@ TEST_F(LineRemoval, WorksInAPrivateDirectoryBesideTheFileAndReturns) {
 
 TEST_F(LineRemoval, ClearsUpAfterARunThatWasKilled) {
     Write(m_file, "a\nb\n");
-    Write(m_dir / ".qdn-configure.abcdef/kept", "a\nAgent\nb\n");
+    Write(m_dir / ".qdn-configure.abcdef/kept.conf", "a\nAgent\nb\n");
     Delete();
     EXPECT_EQ(Read(m_file), "a\nb\n");
     EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
+}
+
+TEST_F(LineRemoval, LeavesWhatARunKeptOfAnotherFileToWhoEditsThat) {
+    const std::string other = m_dir / "other";
+    Write(m_file, "a\nAgent\n");
+    Write(other, "");
+    Write(m_dir / ".qdn-configure.abcdef/kept.other", "c\nAgent\n");
+    Delete();
+    EXPECT_EQ(Read(m_dir / ".qdn-configure.abcdef/kept.other"), "c\nAgent\n");
+    DeleteLines(String::FromUtf8(other), kDeleteLines, kLines);
+    EXPECT_EQ(Read(other), "c\n");
+    EXPECT_EQ(Names(), (std::vector<std::string>{"conf", "other"}));
 }
 
 TEST_F(LineRemoval, EditsAgainWhatAKilledRunLeftCutOff) {
     for (const char* cutOff : {"", "a", "a\n"}) {
         SCOPED_TRACE(cutOff);
         Write(m_file, cutOff);
-        Write(m_dir / ".qdn-configure.abcdef/kept", "a\nAgent\nb\n");
+        Write(m_dir / ".qdn-configure.abcdef/kept.conf", "a\nAgent\nb\n");
         Delete();
         EXPECT_EQ(Read(m_file), "a\nb\n");
         EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
