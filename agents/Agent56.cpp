@@ -18,6 +18,7 @@ std::unique_ptr<Settings> Agent56::LoadSettings() {
 bool Agent56::RemoveSystemIntegration() {
     RemoveSuperServerEntries();
     RemoveServiceRegistration56(DetectDistribution());
+    FlushRemovals(corekit::String());
     return true;
 }
 

@@ -29,6 +29,7 @@ bool Agent60::RemoveSystemIntegration() {
     const IniFile oldConf = OldConf();
     Forgive(RemoveProgramLinks(oldConf));
     Forgive(RemoveRunLevelScripts(oldConf));
+    FlushRemovals(oldConf.GetValue(Names::kConfiguration, L"bindir"));
     return true;
 }
 

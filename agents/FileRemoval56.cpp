@@ -6,6 +6,7 @@
 #include "agents/ConfiguredPaths.h"
 #include "agents/ProcessControl.h"
 #include "agents/Survivors.h"
+#include "corekit/Dir.h"
 #include "corekit/HostDirectories.h"
 #include "corekit/IniFile.h"
 #include "corekit/Path.h"
@@ -171,6 +172,8 @@ void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath) {
         if (!directory.IsEmpty()) survivors.RemoveOthers(directory + row.pattern);
     }
     for (const wchar_t* program : kPrograms) survivors.RemoveOthers(String(kProgramDir) + program);
+    // Only client.conf, which goes now, leads the next run to them.
+    Forgive(corekit::Dir::FlushEntries(kProgramDir));
     if (!agent.installDir.IsEmpty()) {
         RemoveInstallDir(agent, survivors);
         RemoveLibraries(agent.libraryDir, survivors);

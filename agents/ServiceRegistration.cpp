@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "config/SystemProbes.h"
+#include "corekit/Dir.h"
 #include "corekit/File.h"
 #include "corekit/Program.h"
 #include "corekit/Text.h"
@@ -17,6 +18,8 @@ using corekit::String;
 
 namespace {
 
+constexpr const wchar_t* kEtc = L"/etc";
+constexpr const wchar_t* kServiceDir = L"/etc/init.d";
 constexpr const wchar_t* kServiceScript = L"/etc/init.d/zorvane";
 
 /// A call of a host's tool that takes the service out of the start of the system.
@@ -76,6 +79,13 @@ void RemoveServiceRegistration60(const String& platform) {
     if (std::ranges::find(kPlatformsWithLinks, platform.View()) == kPlatformsWithLinks.end()) return;
     RemoveLevelLinks();
     Forgive(corekit::File::Remove(kServiceScript));
+}
+
+void FlushRemovals(const String& linkDir) {
+    // Links of run levels go before the script, and with it: a journal keeps the order.
+    for (const String& directory : {String(kServiceDir), String(kEtc), linkDir}) {
+        if (!directory.IsEmpty()) Forgive(corekit::Dir::FlushEntries(directory));
+    }
 }
 
 }  // namespace Zorvane::AgentInstaller

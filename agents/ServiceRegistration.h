@@ -10,4 +10,9 @@ namespace Zorvane::AgentInstaller {
 void RemoveServiceRegistration56(const corekit::String& platform);
 void RemoveServiceRegistration60(const corekit::String& platform);
 
+/// Waits until the service, the entries in the host's files and the links to programs in `linkDir` (if any)
+/// are gone from the disk, too. They may be on another one than client.conf, by which the next run finds
+/// them: a power cut must not leave them without it.
+void FlushRemovals(const corekit::String& linkDir);
+
 }  // namespace Zorvane::AgentInstaller

@@ -85,6 +85,11 @@ Result Dir::CreateR(const String& path) {
     return above ? Create(path) : above;
 }
 
+Result Dir::FlushEntries(const String& path) {
+    const Descriptor directory = OpenDirectory(NativePath(path));
+    return directory ? Flush(directory.Get()) : Result::FromErrno();
+}
+
 Result Dir::GetCurrent(String& path) {
     char* const current = getcwd(nullptr, 0);
     if (current == nullptr) return Result::FromErrno();

@@ -50,6 +50,9 @@ class Dir {
     /// itself or below it (EINVAL).
     static Result Move(const String& from, const String& to);
 
+    /// Waits until what was made, renamed and removed in a directory has got to the disk.
+    static Result FlushEntries(const String& path);
+
     static Result GetCurrent(String& path);
     static Result SetCurrent(const String& path);
 

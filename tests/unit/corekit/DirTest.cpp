@@ -145,6 +145,14 @@ TEST(DirCreateR, FailsOnAReadOnlyFileSystemUnlessAllIsThere) {
     EXPECT_EQ(Dir::CreateR(dir("mounted/a/c")), Result(EROFS));
 }
 
+TEST(DirFlushEntries, TakesADirectoryAlone) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    EXPECT_TRUE(Dir::FlushEntries(dir()));
+    EXPECT_EQ(Dir::FlushEntries(dir("file")).Code(), ENOTDIR);
+    EXPECT_EQ(Dir::FlushEntries(dir("missing")).Code(), ENOENT);
+}
+
 TEST(DirCurrent, IsSetAndTold) {
     const Workspace dir;
     fs::create_directory(dir / "real");
