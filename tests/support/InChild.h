@@ -9,6 +9,11 @@
 
 namespace testsupport {
 
+/// What has failed so far in the test that runs.
+inline int Failures() {
+    return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
+}
+
 /// The small number, below 255, that `action` returns in a child process; -1 and a failure when that process
 /// does not end by itself. What is expected there and does not hold fails the test here.
 template <typename Action>
@@ -17,8 +22,9 @@ int InChild(Action&& action) {
     const pid_t child = fork();
     if (child == 0) {
         ChildEnder ender;
+        const int before = Failures();
         const int result = action();
-        ender.End(testing::Test::HasFailure() ? kFailed : result);
+        ender.End(Failures() > before ? kFailed : result);
     }
     int status = -1;
     if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status)) {

@@ -39,8 +39,9 @@ TEST(AgentForVersion, IsTheMemberThatTheReleaseBelongsTo) {
         {{6, 2, 0}, Is<Agent62>, L"6.2"},          {{6, 2, 1378}, Is<Agent62>, L"6.2"},
     };
     for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
         const auto agent = CreateAgentForVersion(row.version, L"/opt/agent");
-        ASSERT_TRUE(row.isMember(agent)) << row.label << " build " << row.version.Build();
+        ASSERT_TRUE(row.isMember(agent)) << "build " << row.version.Build();
         EXPECT_EQ(agent->VersionLabel(), row.label);
         EXPECT_EQ(agent->InstallDir(), L"/opt/agent");
         EXPECT_EQ(agent->ConfPath(), L"");

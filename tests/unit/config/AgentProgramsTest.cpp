@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "config/AgentPrograms.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

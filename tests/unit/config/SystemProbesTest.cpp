@@ -96,7 +96,7 @@ TEST_F(RegisteredSolutions, TheDirectoryIsNeverReadAsCommands) {
     EXPECT_FALSE(testfiles::Exists("planted"));
 }
 
-TEST(SplitRunLevels, FindsTheDigitsAnywhere) {
+TEST(SplitRunLevels, FindsTheDigitsAnywhereAndListsThemInRisingOrder) {
     const struct {
         const wchar_t* levels;
         const wchar_t* startDigits;

@@ -8,6 +8,7 @@
 
 #include "corekit/Descent.h"
 #include "corekit/SystemCall.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descent;

@@ -10,6 +10,7 @@
 
 #include "corekit/DirChunk.h"
 #include "corekit/SystemCall.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;

@@ -10,6 +10,7 @@
 #include "corekit/Dir.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Dir;

@@ -8,6 +8,7 @@
 
 #include "corekit/Dir.h"
 #include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/Workspace.h"
 

@@ -9,6 +9,7 @@
 #include "corekit/FileMode.h"
 #include "corekit/SystemCall.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;

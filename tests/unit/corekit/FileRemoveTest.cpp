@@ -9,6 +9,7 @@
 #include "corekit/File.h"
 #include "tests/support/Mount.h"
 #include "tests/support/OtherRoot.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Result;

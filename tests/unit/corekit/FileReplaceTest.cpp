@@ -14,6 +14,7 @@
 #include "corekit/File.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/Workspace.h"
 

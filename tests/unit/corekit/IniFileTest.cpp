@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include "corekit/IniFile.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

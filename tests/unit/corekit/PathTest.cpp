@@ -5,6 +5,7 @@
 
 #include "corekit/Path.h"
 #include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/Workspace.h"
 

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "corekit/Place.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Place;

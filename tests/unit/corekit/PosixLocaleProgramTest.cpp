@@ -18,6 +18,7 @@
 #include "tests/support/FailingCall.h"
 #include "tests/support/OnceWeWait.h"
 #include "tests/support/OtherRoot.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

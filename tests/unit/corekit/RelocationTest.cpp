@@ -12,6 +12,7 @@
 #include "corekit/Relocation.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Existing;

@@ -6,11 +6,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
 
 #include "corekit/Interruption.h"
 #include "corekit/Replacement.h"
 #include "corekit/SystemCall.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;
@@ -21,6 +26,15 @@ using testing::ElementsAre;
 using testsupport::Workspace;
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::string StepOf(const seccomp_data& call, int directory) {
+    if (call.nr == SYS_renameat) return "rename";
+    return static_cast<int>(call.args[0]) == directory ? "flush the directory" : "flush the file";
+}
+
+}  // namespace
 
 TEST(Replacement, StandsBesideItsTargetUntilItIsCommitted) {
     const Workspace dir;
@@ -37,6 +51,23 @@ TEST(Replacement, StandsBesideItsTargetUntilItIsCommitted) {
     ASSERT_TRUE(replacement.Commit());
     EXPECT_EQ(testfiles::Read(dir / "file"), "new");
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
+}
+
+TEST(Replacement, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
+    const Workspace dir;
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    testsupport::InChild([&] {
+        std::vector<std::string> steps;
+        testsupport::JudgeCalls({SYS_fsync, SYS_renameat}, [&](const seccomp_notif& call) {
+            steps.push_back(StepOf(call.data, directory.Get()));
+            return testsupport::Verdict();
+        });
+        Replacement replacement({directory.Get(), "file"});
+        EXPECT_TRUE(replacement.Begin());
+        EXPECT_TRUE(replacement.Commit());
+        EXPECT_THAT(steps, ElementsAre("flush the file", "rename", "flush the directory"));
+        return 0;
+    });
 }
 
 TEST(Replacement, GoesBeforeASignalEndsTheProcess) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "corekit/Result.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 
 using corekit::Result;

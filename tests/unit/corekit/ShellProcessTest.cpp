@@ -9,6 +9,7 @@
 
 #include "corekit/ShellProcess.h"
 #include "tests/support/OnceWeWait.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::ChildEndWatch;

@@ -14,6 +14,7 @@
 
 #include "corekit/SystemCall.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;

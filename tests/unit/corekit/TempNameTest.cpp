@@ -11,6 +11,7 @@
 #include "corekit/SystemCall.h"
 #include "corekit/TempName.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::Descriptor;

@@ -13,6 +13,7 @@
 #include "corekit/TreeCopy.h"
 #include "corekit/TreeRemoval.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::CopyEntry;

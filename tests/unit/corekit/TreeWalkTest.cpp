@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "corekit/TreeWalk.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::DirEntry;

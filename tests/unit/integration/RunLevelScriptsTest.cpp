@@ -55,7 +55,7 @@ TEST_F(RunLevelScripts, WithoutStartupOnBootItIsACopyAndNothingIsRegistered) {
     EXPECT_FALSE(testfiles::Exists("/etc/systemd/system/zorvane.service"));
 }
 
-TEST_F(RunLevelScripts, QuietRunsDoTheSame) {
+TEST_F(RunLevelScripts, QuietRunsDoTheSameWithoutAWord) {
     Args::bQuiet = true;
     EXPECT_EQ(SetUpScripts().out, "");
     EXPECT_TRUE(testfiles::Exists(kService));

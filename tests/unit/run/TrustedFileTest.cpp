@@ -8,6 +8,7 @@
 #include "tests/support/Captured.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
