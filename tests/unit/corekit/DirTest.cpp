@@ -149,7 +149,7 @@ TEST(DirCreateR, FailsOnAReadOnlyFileSystemUnlessAllIsThere) {
 TEST(DirFlushEntries, TakesADirectoryAlone) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
-    EXPECT_TRUE(Dir::FlushEntries(dir()));
+    EXPECT_TRUE(Dir::FlushEntries(dir("")));
     EXPECT_EQ(Dir::FlushEntries(dir("file")).Code(), ENOTDIR);
     EXPECT_EQ(Dir::FlushEntries(dir("missing")).Code(), ENOENT);
 }
