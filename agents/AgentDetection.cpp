@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 #include "agents/AgentVersion.h"
@@ -48,8 +49,17 @@ String FileOf(const String& installDir, const wchar_t* file) {
     return installDir.IsEmpty() ? String() : installDir + file;
 }
 
-/// The copies that an upgrade saves come last: they are all that there is when one was killed after it had
-/// removed the old agent and before its own configuration was in place.
+/// The copy that an upgrade saves; empty unless it was cut off: one that came to its end has opened the copy
+/// to others.
+String CopyOfUnfinishedUpgrade(const String& installDir) {
+    const String path = FileOf(installDir, Names::kSavedClientConf);
+    struct stat info {};
+    const bool isOpen = stat(path.Utf8().c_str(), &info) == 0 && (info.st_mode & (S_IRGRP | S_IROTH)) != 0;
+    return isOpen ? String() : path;
+}
+
+/// Copies come last: one is all that there is when an upgrade was killed after it had removed the old agent
+/// and before its own configuration was in place.
 std::vector<Candidate> Candidates(const String& packageDir) {
     std::vector<Candidate> candidates;
     // The package usually lies at the usual place: no file is to be warned of twice.
@@ -60,11 +70,10 @@ std::vector<Candidate> Candidates(const String& packageDir) {
     String fromEnvironment;
     corekit::Env::Get(kConfigVariable, fromEnvironment);
     add(fromEnvironment, ChosenBy::Administrator);
-    for (const String& path :
-         {FileOf(kUsualDir, Names::kClientConf), String(Names::kMigrateClientConf),
-          String(Names::kReinstallClientConf), String(Names::kInventoryConf),
-          FileOf(packageDir, Names::kClientConf), FileOf(kUsualDir, Names::kSavedClientConf),
-          FileOf(packageDir, Names::kSavedClientConf)})
+    for (const String& path : {FileOf(kUsualDir, Names::kClientConf), String(Names::kMigrateClientConf),
+                               String(Names::kReinstallClientConf), String(Names::kInventoryConf),
+                               FileOf(packageDir, Names::kClientConf), CopyOfUnfinishedUpgrade(kUsualDir),
+                               CopyOfUnfinishedUpgrade(packageDir)})
         add(path, ChosenBy::Program);
     return candidates;
 }

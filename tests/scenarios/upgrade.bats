@@ -349,6 +349,17 @@ END
     [ "$bad" -eq 7 ]
 }
 
+@test "a configuration that was removed by hand after an upgrade does not come back" {
+    given_an_old_agent 6.0SP2
+    upgrade_to "$agent"
+    expect_status 0
+    rm "$agent/etc/client.conf"
+    qdn_configure -configure -noimode -nosearch
+    expect_status 1
+    grep -q '^ERROR: No configuration file found\.' "$desk/err"
+    expect_missing "$agent/etc/client.conf"
+}
+
 @test "directories that are links in a circle end the run with a text" {
     given_an_old_agent 6.0SP2
     rm -r "$agent/var/queue"

@@ -120,8 +120,8 @@ class InstalledAgent : public testing::Test {
     }
 
     /// Lays a file down that tells by its build number which one it is.
-    static void Lay(const std::string& path, int build) {
-        Write(path, ConfOf("6", "0", std::to_string(build)));
+    static void Lay(const std::string& path, int build, unsigned mode = 0644) {
+        Write(path, ConfOf("6", "0", std::to_string(build)), mode);
     }
 
     void HavePackage(const std::string& directory) {
@@ -144,9 +144,9 @@ TEST_F(InstalledAgent, IsLookedForInTheOrderOfTheCandidates) {
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", dir / "client.conf");
     EXPECT_EQ(Found(), "/opt/package");  // no file: a package that nobody understands
 
-    Lay("/opt/package/etc/client.conf.old", 7);
+    Lay("/opt/package/etc/client.conf.old", 7, 0600);
     EXPECT_EQ(Found(), "/opt/607");
-    Lay("/opt/zorvane/kell/ksagent/etc/client.conf.old", 6);
+    Lay("/opt/zorvane/kell/ksagent/etc/client.conf.old", 6, 0600);
     EXPECT_EQ(Found(), "/opt/606");
     Lay("/opt/package/etc/client.conf", 5);
     EXPECT_EQ(Found(), "/opt/605");
@@ -160,6 +160,11 @@ TEST_F(InstalledAgent, IsLookedForInTheOrderOfTheCandidates) {
     EXPECT_EQ(Found(), "/opt/601");
     Lay(dir / "client.conf", 0);
     EXPECT_EQ(Found(), "/opt/600");
+}
+
+TEST_F(InstalledAgent, IsNotFoundByTheCopyOfAnUpgradeThatCameToItsEnd) {
+    Lay("/opt/zorvane/kell/ksagent/etc/client.conf.old", 6, 0444);
+    EXPECT_EQ(Found(), "none");
 }
 
 TEST_F(InstalledAgent, IsNoneOnAHostWithoutAny) {
