@@ -48,6 +48,7 @@ script/test|.ci/run
 script/test scenarios|here
 script/test unit|here
 script/test-faults|person
+script/test-faults --power|person
 script/test-hosts|.ci/run
 script/test-hosts systemd|person
 tests/support/private-machine bash|here

@@ -26,6 +26,12 @@ def inputs():
     return {path: open(path, "rb").read() for path in ("/tmp/.qdn-agent-install-config.xml",) if os.path.exists(path)}
 
 
+def give_again(again):
+    for path, content in again.items():
+        with open(path, "wb", opener=lambda name, flags: os.open(name, flags, 0o600)) as file:
+            file.write(content)
+
+
 def undisturbed(command, conf):
     """What the run should leave, and the calls that it makes."""
     def work():
@@ -44,9 +50,7 @@ def disturbed(command, point, again):
         first = calls.run(command, calls.options(point))
         machine.end_of_all_children()
         left = machine.tree()
-        for path, content in again.items():
-            with open(path, "wb", opener=lambda name, flags: os.open(name, flags, 0o600)) as file:
-                file.write(content)
+        give_again(again)
         second = calls.run(command)
         machine.end_of_all_children()
         return holds.Outcome(first, left, second, machine.tree())
@@ -84,4 +88,5 @@ def main():
     return 1 if violations else 0
 
 
-sys.exit(main())
+if __name__ == "__main__":
+    sys.exit(main())

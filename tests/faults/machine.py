@@ -22,6 +22,7 @@ LARGE = 256 * 1024  # the content of a file beyond that is told by size and time
 
 libc = ctypes.CDLL(None, use_errno=True)
 CLONE_NEWNS = 0x00020000
+MS_BIND = 0x1000
 PR_SET_CHILD_SUBREAPER = 36
 
 
@@ -35,15 +36,24 @@ def mount(kind, target, options=""):
     check(libc.mount(kind.encode(), target.encode(), kind.encode(), 0, options.encode()))
 
 
+def bind(source, target):
+    check(libc.mount(source.encode(), target.encode(), None, MS_BIND, None))
+
+
 def is_everyone_mapped():
     return open("/proc/self/uid_map").read().split()[2] == "4294967295"
+
+
+def enter_namespace():
+    """What this process mounts goes with it, and it has room at POINT."""
+    check(libc.unshare(CLONE_NEWNS))
+    mount("tmpfs", POINT)
 
 
 def enter_copy():
     """Puts this process on a copy of its own, which goes with it."""
     here = os.getcwd()
-    check(libc.unshare(CLONE_NEWNS))
-    mount("tmpfs", POINT)
+    enter_namespace()
     for tree in LARGE_TREES + SMALL:
         upper, work = (f"{POINT}/{kind}/{tree.replace('/', '-')}" for kind in ("changes", "work"))
         os.makedirs(upper)
@@ -65,7 +75,7 @@ def end_of_all_children():
         pass
 
 
-def on_a_copy(work):
+def on_a_copy(work, enter=enter_copy):
     """What `work` returns in a process of its own on a copy of the machine."""
     reading, writing = os.pipe()
     child = os.fork()
@@ -74,7 +84,7 @@ def on_a_copy(work):
         try:
             signal.alarm(SECONDS)
             libc.prctl(PR_SET_CHILD_SUBREAPER, 1)
-            enter_copy()
+            enter()
             result = work()
         except BaseException:
             result = RuntimeError(traceback.format_exc())
