@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "agents/Leftovers.h"
 #include "corekit/IniFile.h"
 #include "corekit/Result.h"
 #include "corekit/String.h"
@@ -64,6 +65,10 @@ class Agent {
   protected:
     /// That file, its keys found in whichever case the agent wrote them; empty when there is none.
     corekit::IniFile OldConf() const;
+
+    /// What could not be removed so far. While there is something, the configuration by which the next run
+    /// finds it stays.
+    Leftovers m_left;
 
   private:
     corekit::String m_versionLabel;

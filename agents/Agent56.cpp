@@ -7,6 +7,7 @@
 #include "agents/ServiceRegistration.h"
 #include "agents/SuperServers.h"
 #include "config/SystemProbes.h"
+#include "run/Error.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -16,16 +17,21 @@ std::unique_ptr<Settings> Agent56::LoadSettings() {
 }
 
 bool Agent56::RemoveSystemIntegration() {
-    RemoveSuperServerEntries();
-    RemoveServiceRegistration56(DetectDistribution());
+    m_left.Add(RemoveSuperServerEntries());
+    m_left.Add(RemoveServiceRegistration56(DetectDistribution()));
     FlushRemovals(corekit::String());
     return true;
 }
 
 bool Agent56::RemoveFiles(const corekit::String& newConfPath) {
-    // What cannot be moved stays where it is: the removal takes no store.
-    if (!newConfPath.IsEmpty()) static_cast<void>(MoveData(OldConf(), corekit::IniFile(newConfPath)));
-    RemoveInstalledFiles56(OldConf(), newConfPath);
+    if (!newConfPath.IsEmpty()) {
+        const corekit::IniFile newConf(newConfPath);
+        // It says what stays, and where the data is to go.
+        if (!newConf.ReadResult()) return Error::Fail(L"Failed to read configuration files.");
+        // What cannot be moved stays where it is: the removal takes no store.
+        static_cast<void>(MoveData(OldConf(), newConf));
+    }
+    RemoveInstalledFiles56(OldConf(), newConfPath, m_left);
     return true;
 }
 

@@ -8,6 +8,7 @@
 #include "agents/ProgramLinks.h"
 #include "agents/Relocation.h"
 #include "agents/ServiceRegistration.h"
+#include "agents/SuperServers.h"
 #include "config/SystemProbes.h"
 #include "run/Error.h"
 #include "run/Messages.h"
@@ -26,6 +27,7 @@ std::unique_ptr<Settings> Agent60::LoadSettings() {
 
 bool Agent60::RemoveSystemIntegration() {
     if (ConfPath().IsEmpty()) return false;
+    ClearUpAfterSuperServerEntries();  // of an upgrade from 5.6 to the agent that is installed now
     const IniFile oldConf = OldConf();
     Forgive(RemoveProgramLinks(oldConf));
     Forgive(RemoveRunLevelScripts(oldConf));
@@ -39,7 +41,7 @@ bool Agent60::RemoveFiles(const String& newConfPath) {
     const IniFile oldConf = OldConf();
     // While client.conf is there: a next run finds them by it when this one is interrupted.
     const bool areLogsRemoved = RemoveRotatedDebugLogs(oldConf);
-    RemoveInstalledFiles60(oldConf);
+    RemoveInstalledFiles60(oldConf, m_left);
     return areLogsRemoved;
 }
 
@@ -57,13 +59,13 @@ bool Agent60::RelocateFiles(const String& newConfPath) {
 }
 
 bool Agent60::RemoveProgramLinks(const IniFile& oldConf) {
-    RemoveProgramLinks60(oldConf.GetValue(Names::kConfiguration, L"installdir"),
-                         oldConf.GetValue(Names::kConfiguration, L"bindir"));
+    m_left.Add(RemoveProgramLinks60(oldConf.GetValue(Names::kConfiguration, L"installdir"),
+                                    oldConf.GetValue(Names::kConfiguration, L"bindir")));
     return true;
 }
 
 bool Agent60::RemoveRunLevelScripts(const IniFile&) {
-    RemoveServiceRegistration60(DetectDistribution());
+    m_left.Add(RemoveServiceRegistration60(DetectDistribution()));
     Messages::Say(L"  Removing RC init links and scripts\n");
     return true;
 }

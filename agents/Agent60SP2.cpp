@@ -9,13 +9,18 @@
 namespace Zorvane::AgentInstaller {
 
 bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
-    RemoveWrapperLinks(InstallDir(), oldConf.GetValue(Names::kConfiguration, L"bindir"));
+    m_left.Add(RemoveWrapperLinks(InstallDir(), oldConf.GetValue(Names::kConfiguration, L"bindir")));
     return true;
 }
 
 bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
     Messages::Say(L"  Removing RC init links and scripts\n");
-    return deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
+    corekit::Result result;
+    m_left.Add(TryTwice([&result](Leftovers& left) {
+        result = deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
+        left.Add(result);
+    }));
+    return result.Ok();
 }
 
 }  // namespace Zorvane::AgentInstaller

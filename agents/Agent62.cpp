@@ -31,16 +31,17 @@ HostDirectory LogDirectoryOf(const String& log) {
 }
 
 /// Removes the numbered rotations of a log; the log itself stays.
-void RemoveRotations(const String& log, HostDirectory hostDirectory) {
-    if (Path::GetFileName(log).IsEmpty()) return;
-    Forgive(corekit::File::RemoveEx(log + L".[0-9]*", hostDirectory));
+Leftovers RemoveRotations(const String& log, HostDirectory hostDirectory) {
+    if (Path::GetFileName(log).IsEmpty()) return {};
+    return TryTwice(
+        [&](Leftovers& left) { left.Add(corekit::File::RemoveEx(log + L".[0-9]*", hostDirectory)); });
 }
 
 }  // namespace
 
 bool Agent62::RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) {
     const String log = oldConf.GetValue(Names::kConfiguration, L"debug_output").Replace(L"//", L"/");
-    RemoveRotations(log, LogDirectoryOf(log));
+    m_left.Add(RemoveRotations(log, LogDirectoryOf(log)));
     return true;
 }
 
@@ -49,7 +50,7 @@ bool Agent62::RemoveRotatedClientLogs(const corekit::IniFile& oldConf, const Str
     if (oldInstallDir.IsEmpty() || newInstallDir.IsEmpty()) return true;
     if (Path::IsMatch(oldInstallDir, newInstallDir)) return true;
     EnsureTrailingChar(oldInstallDir, L'/');
-    RemoveRotations(oldInstallDir + L"var/qdn-client.log", HostDirectory::Refused);
+    m_left.Add(RemoveRotations(oldInstallDir + L"var/qdn-client.log", HostDirectory::Refused));
     return true;
 }
 

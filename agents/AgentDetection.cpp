@@ -2,12 +2,15 @@
 #include "agents/AgentDetection.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
+#include <utility>
 #include <vector>
 
 #include "agents/AgentVersion.h"
 #include "agents/CurrentAgent.h"
+#include "agents/UnreadableAgent.h"
 #include "agents/UnsupportedAgent.h"
 #include "config/SystemProbes.h"
 #include "corekit/Env.h"
@@ -78,12 +81,20 @@ std::vector<Candidate> Candidates(const String& packageDir) {
     return candidates;
 }
 
-/// The agent of the first candidate that exists and may be used; that one decides, recognised or not.
+/// The file, open, when it decides: where there is one that may be used, or where one cannot be read that
+/// nobody else could have put there.
+std::optional<TrustedFile> Open(const Candidate& candidate) {
+    if (!corekit::File::Exists(candidate.path)) return std::nullopt;
+    TrustedFile file(candidate.path, candidate.chosenBy);
+    if (file.IsAbsent()) return std::nullopt;
+    const bool decides = (file.IsUnreadable() && !file.IsExposed()) || file.MayBeUsed();
+    return decides ? std::optional(std::move(file)) : std::nullopt;
+}
+
+/// The agent of the first candidate that decides, recognised or not.
 std::unique_ptr<Agent> AgentFromFirst(const std::vector<Candidate>& candidates) {
     for (const Candidate& candidate : candidates) {
-        if (!corekit::File::Exists(candidate.path)) continue;
-        const TrustedFile file(candidate.path, candidate.chosenBy);
-        if (file.MayBeUsed()) return AgentFromConfigFile(file);
+        if (const auto file = Open(candidate)) return AgentFromConfigFile(*file);
     }
     return nullptr;
 }
@@ -108,7 +119,10 @@ std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
 
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     std::string bytes;
-    if (!file.Read(bytes)) return nullptr;
+    const corekit::Result read = file.Read(bytes);
+    // One that cannot be read now must not pass for none.
+    if (IsTrouble(read)) return std::make_unique<UnreadableAgent>(file.Path());
+    if (!read) return nullptr;
     const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
     auto agent =
         CreateAgentForVersion(ReadAgentVersion(conf), conf.GetValue(Names::kConfiguration, L"installdir"));

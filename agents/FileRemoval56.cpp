@@ -10,11 +10,13 @@
 #include "corekit/HostDirectories.h"
 #include "corekit/IniFile.h"
 #include "corekit/Path.h"
+#include "run/Messages.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::IniFile;
+using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
 namespace Path = corekit::Path;
@@ -80,12 +82,12 @@ constexpr const wchar_t* kBelowInstallDir[] = {
     L"bin/killem",
     L"bin/timeit",
     L"bin/wait_for_proc",
-    L"etc/client.conf",
     L"etc/filescan.*",
 };
 constexpr const wchar_t* kBackups = L"backups";
 constexpr const wchar_t* kLibraryTree = L"lib";
-constexpr const wchar_t* kConfigurationTree = L"etc";
+constexpr const wchar_t* kEtc = L"etc";
+constexpr const wchar_t* kClientConf = L"etc/client.conf";
 
 constexpr const wchar_t* kLibraries[] = {
     L"libomni*",          L"libssl.so*",     L"libcrypto.so*",      L"libxerces-c.so.21.0",
@@ -130,55 +132,79 @@ bool IsHostLibraryDir(const String& directory) {
 }
 
 /// The old log goes even from where the new agent writes one: it begins its own.
-void RemoveLogs(const Installation& agent) {
+void RemoveLogs(const Installation& agent, Leftovers& left) {
     for (const String& directory : {agent.varDir, agent.logDir}) {
-        if (!directory.IsEmpty()) Forgive(File::Remove(directory + kLog));
+        if (!directory.IsEmpty()) left.Add(File::Remove(directory + kLog));
     }
 }
 
-void RemoveInstallDir(const Installation& agent, const Survivors& survivors) {
-    for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern);
-    // Trees have no name of the agent's, and a link leads to what is somebody else's as well.
-    if (corekit::IsHostDirectory(agent.installDir) || File::IsLink(agent.installDir)) return;
-    survivors.RemoveOthersInTree(agent.installDir + kBackups);
+/// Trees have no name of the agent's, and a link leads to what is somebody else's as well.
+Result RefuseTreesIn(const String& installDir) {
+    const Result result = corekit::RefuseHostDirectory(installDir);
+    return result ? File::RefuseLink(installDir) : result;
+}
+
+void RemoveInstallDir(const Installation& agent, const Survivors& survivors, Leftovers& left) {
+    for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern, left);
+    if (const Result ours = RefuseTreesIn(agent.installDir); !ours) return left.Add(ours);
+    survivors.RemoveOthersInTree(agent.installDir + kBackups, left);
     const String libraryTree = agent.installDir + kLibraryTree;
-    if (Path::IsMatch(libraryTree, agent.libraryDir)) survivors.RemoveOthersInTree(libraryTree);
-    survivors.RemoveOthersInTree(agent.installDir + kConfigurationTree);
+    if (Path::IsMatch(libraryTree, agent.libraryDir)) survivors.RemoveOthersInTree(libraryTree, left);
+    survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
 }
 
-void RemoveLibraries(const String& directory, const Survivors& survivors) {
+void RemoveLibraries(const String& directory, const Survivors& survivors, Leftovers& left) {
     if (directory.IsEmpty() || IsHostLibraryDir(directory)) return;
-    for (const wchar_t* pattern : kLibraries) survivors.RemoveOthers(directory + pattern);
+    for (const wchar_t* pattern : kLibraries) survivors.RemoveOthers(directory + pattern, left);
 }
 
-void RemoveTemporaryFiles(const String& directory, const Survivors& survivors) {
+void RemoveTemporaryFiles(const String& directory, const Survivors& survivors, Leftovers& left) {
     if (directory.IsEmpty()) return;
     const bool isMeant = std::any_of(std::begin(kHostTemporaryDirs), std::end(kHostTemporaryDirs),
                                      [&](const wchar_t* known) { return Path::IsMatch(directory, known); });
-    survivors.RemoveOthers(directory + kTemporaryFiles,
+    survivors.RemoveOthers(directory + kTemporaryFiles, left,
                            isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
+}
+
+void RemoveAllButClientConf(const Installation& agent, Survivors survivors, Leftovers& left) {
+    if (!agent.installDir.IsEmpty()) survivors.Spare(agent.installDir + kClientConf);
+    RemoveLogs(agent, left);
+    for (const DataFiles& row : kDataFiles) {
+        const String& directory = agent.*row.directory;
+        if (!directory.IsEmpty()) survivors.RemoveOthers(directory + row.pattern, left);
+    }
+    for (const wchar_t* program : kPrograms) survivors.RemoveOthers(String(kProgramDir) + program, left);
+    if (!agent.installDir.IsEmpty()) {
+        RemoveInstallDir(agent, survivors, left);
+        RemoveLibraries(agent.libraryDir, survivors, left);
+    }
+    RemoveTemporaryFiles(agent.temporaryDir, survivors, left);
+}
+
+/// The configuration goes last, and only when all else has gone: by it the next run finds what is left.
+void RemoveClientConf(const Installation& agent, const Survivors& survivors, Leftovers left) {
+    const String path = agent.installDir + kClientConf;
+    if (agent.installDir.IsEmpty() || survivors.Include(path)) return;
+    if (left.Any()) {
+        if (File::Exists(path)) Messages::WarnKept(path, L"not everything could be removed");
+        return;
+    }
+    survivors.RemoveOthers(path, left);
+    if (RefuseTreesIn(agent.installDir)) survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
 }
 
 }  // namespace
 
-void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath) {
+void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath, Leftovers left) {
     // Without the file every directory would be the usual one, which may well be another agent's.
     if (!conf.ReadResult()) return;
     const Installation agent = FindInstallation(conf);
-    const Survivors survivors(newConfPath, agent.installDir);
-    RemoveLogs(agent);
-    for (const DataFiles& row : kDataFiles) {
-        const String& directory = agent.*row.directory;
-        if (!directory.IsEmpty()) survivors.RemoveOthers(directory + row.pattern);
-    }
-    for (const wchar_t* program : kPrograms) survivors.RemoveOthers(String(kProgramDir) + program);
+    const auto survivors = [&] { return Survivors(newConfPath, agent.installDir); };
+    const auto remove = [&](Leftovers& files) { RemoveAllButClientConf(agent, survivors(), files); };
+    left.Add(TryTwice(remove));
     // Only client.conf, which goes now, leads the next run to them.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));
-    if (!agent.installDir.IsEmpty()) {
-        RemoveInstallDir(agent, survivors);
-        RemoveLibraries(agent.libraryDir, survivors);
-    }
-    RemoveTemporaryFiles(agent.temporaryDir, survivors);
+    RemoveClientConf(agent, survivors(), left);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -9,6 +9,7 @@
 #include "corekit/File.h"
 #include "corekit/HostDirectories.h"
 #include "corekit/Path.h"
+#include "run/Messages.h"
 #include "run/Names.h"
 #include "run/ReinstallMarker.h"
 
@@ -18,6 +19,7 @@ using corekit::Dir;
 using corekit::FileInfo;
 using corekit::Forgive;
 using corekit::IniFile;
+using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
 
@@ -68,44 +70,44 @@ constexpr const wchar_t* kClientConf = L"etc/client.conf";
 constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
-void RemoveStoredFiles(const IniFile& conf) {
+void RemoveStoredFiles(const IniFile& conf, Leftovers& left) {
     for (const DataFiles& row : kDataFiles) {
         const String directory = ConfiguredDirectory(conf, row.store);
         String extension = conf.GetValue(Names::kConfiguration, row.extensionKey);
         if (extension.IsEmpty()) extension = row.usualExtension;
         if (directory.IsEmpty() || extension.Contains(L"/")) continue;
-        Forgive(File::RemoveEx(directory + L"*" + extension));
+        left.Add(File::RemoveEx(directory + L"*" + extension));
     }
     for (const StoredFiles& row : kStoredFiles) {
         const String directory = ConfiguredDirectory(conf, row.store);
-        if (!directory.IsEmpty()) Forgive(File::RemoveEx(directory + row.pattern));
+        if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + row.pattern));
     }
 }
 
 /// The settings document of a server, named after it with and without its port. What a server's name holds is
 /// never a wildcard, and never leads to another directory.
-void RemoveServerDocuments(const IniFile& conf, const String& varDir) {
+void RemoveServerDocuments(const IniFile& conf, const String& varDir, Leftovers& left) {
     const String server = conf.GetValue(Names::kKellServers, L"server-1");
     for (const String& name : {server, server.Before(L":")}) {
-        if (!name.IsEmpty() && !name.Contains(L"/")) Forgive(File::Remove(varDir + name + L".xml"));
+        if (!name.IsEmpty() && !name.Contains(L"/")) left.Add(File::Remove(varDir + name + L".xml"));
     }
 }
 
-void RemoveVariableData(const IniFile& conf) {
+void RemoveVariableData(const IniFile& conf, Leftovers& left) {
     const String varDir = ConfiguredDirectory(conf, L"var");
     if (varDir.IsEmpty()) return;
-    Forgive(File::Remove(varDir + L"invlock"));
+    left.Add(File::Remove(varDir + L"invlock"));
     const String usualDir = conf.GetValue(Names::kConfiguration, L"installdir") + L"/var";
-    if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir);
+    if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
-void RemoveStores(const IniFile& conf) {
-    for (const wchar_t* store : kStoreKeys) Forgive(Dir::Remove(ConfiguredDirectory(conf, store)));
+void RemoveStores(const IniFile& conf, Leftovers& left) {
+    for (const wchar_t* store : kStoreKeys) left.Add(Dir::Remove(ConfiguredDirectory(conf, store)));
 }
 
-void RemoveGuidFile(const IniFile& conf) {
+void RemoveGuidFile(const IniFile& conf, Leftovers& left) {
     const String path = conf.GetValue(Names::kConfiguration, L"guid_guid_file");
-    if (path.StartsWith(L"/")) Forgive(File::Remove(path));
+    if (path.StartsWith(L"/")) left.Add(File::Remove(path));
 }
 
 bool IsInstallerFile(const String& name) {
@@ -114,68 +116,90 @@ bool IsInstallerFile(const String& name) {
 }
 
 /// A link leads to what is somebody else's as well.
-bool IsOurs(const String& directory) {
-    return !corekit::IsHostDirectory(directory) && !File::IsLink(directory);
+Result RefuseOthers(const String& directory) {
+    const Result result = corekit::RefuseHostDirectory(directory);
+    return result ? File::RefuseLink(directory) : result;
 }
 
-void RemoveEntriesBut(const String& directory, const std::function<bool(const String& name)>& stays) {
-    if (!IsOurs(directory)) return;
-    Forgive(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
-        if (!stays(entry.name)) Forgive(File::RemoveAny(entry.path));
+void RemoveEntriesBut(const String& directory, Leftovers& left,
+                      const std::function<bool(const String& name)>& stays) {
+    if (const Result ours = RefuseOthers(directory); !ours) return left.Add(ours);
+    left.Add(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
+        if (!stays(entry.name)) left.Add(File::RemoveAny(entry.path));
         return true;
     }));
 }
 
-/// The configuration goes last: by it the next run finds what is left when this one is interrupted.
-void RemoveInstallDir(const String& installDir) {
+void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, Leftovers& left) {
     if (installDir.IsEmpty()) return;
-    const String etc = installDir + kEtc;
-    const bool isReinstall = IsReinstallPending();
     if (!isReinstall) {
-        for (const wchar_t* file : kInstallerFiles) Forgive(File::Remove(installDir + file));
+        for (const wchar_t* file : kInstallerFiles) left.Add(File::Remove(installDir + file));
     }
-    RemoveEntriesBut(installDir, [&](const String& name) {
+    RemoveEntriesBut(installDir, left, [&](const String& name) {
         return name == kEtc || (isReinstall && IsInstallerFile(name));
     });
-    if (IsOurs(installDir)) RemoveEntriesBut(etc, [](const String& name) { return name == kClientConfName; });
-    Forgive(File::Remove(installDir + kClientConf));
-    if (!isReinstall) {
-        Forgive(Dir::Remove(installDir));
-    } else if (IsOurs(installDir)) {
-        Forgive(Dir::Remove(etc));
-    }
+    if (const Result ours = RefuseOthers(installDir); !ours) return left.Add(ours);
+    RemoveEntriesBut(installDir + kEtc, left, [](const String& name) { return name == kClientConfName; });
 }
 
-void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf) {
+/// The configuration goes last: by it the next run finds what is left when this one is interrupted.
+void RemoveClientConf(const String& installDir, bool isReinstall) {
+    static_cast<void>(TryTwice([&](Leftovers& left) {
+        left.Add(File::Remove(installDir + kClientConf));
+        if (!isReinstall) {
+            left.Add(Dir::Remove(installDir));
+        } else if (RefuseOthers(installDir)) {
+            left.Add(Dir::Remove(installDir + kEtc));
+        }
+    }));
+}
+
+void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf,
+                         Leftovers& left) {
     if (directory.IsEmpty()) return;
     const String path = directory + file;
-    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) Forgive(File::Remove(path));
+    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) left.Add(File::Remove(path));
 }
 
-void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf) {
+void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf, Leftovers& left) {
     const String directory = UsableDirectory(installDir);
-    for (const wchar_t* file : kGeneratedFiles) RemoveGeneratedFile(directory, file, newConf);
-    if (!directory.IsEmpty()) Forgive(File::RemoveEx(directory + kBackupCopies));
+    for (const wchar_t* file : kGeneratedFiles) RemoveGeneratedFile(directory, file, newConf, left);
+    if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + kBackupCopies));
+}
+
+void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bool isReinstall,
+                            Leftovers& left) {
+    RemoveStoredFiles(oldConf, left);
+    RemoveVariableData(oldConf, left);
+    RemoveStores(oldConf, left);
+    RemoveGuidFile(oldConf, left);
+    RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
+    left.Add(Dir::Remove(ConfiguredDirectory(oldConf, L"var")));
+    RemoveInstallDirButClientConf(installDir, isReinstall, left);
 }
 
 }  // namespace
 
-void RemoveInstalledFiles60(const IniFile& oldConf) {
+void RemoveInstalledFiles60(const IniFile& oldConf, Leftovers left) {
     const String installDir = ConfiguredDirectory(oldConf, L"installdir");
-    RemoveStoredFiles(oldConf);
-    RemoveVariableData(oldConf);
-    RemoveStores(oldConf);
-    RemoveGuidFile(oldConf);
-    RemoveGeneratedFilesButClientConf(installDir, nullptr);
-    Forgive(Dir::Remove(ConfiguredDirectory(oldConf, L"var")));
-    RemoveInstallDir(installDir);
+    const bool isReinstall = IsReinstallPending();
+    left.Add(
+        TryTwice([&](Leftovers& files) { RemoveAllButClientConf(oldConf, installDir, isReinstall, files); }));
+    if (installDir.IsEmpty()) return;
+    if (!left.Any()) {
+        RemoveClientConf(installDir, isReinstall);
+    } else if (const String path = installDir + kClientConf; File::Exists(path)) {
+        Messages::WarnKept(path, L"not everything could be removed");
+    }
 }
 
-void RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
+Leftovers RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
+    Leftovers left;
     // First: without it the next run goes by the copy that the upgrade saved, which knows what has been
     // carried.
-    RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf);
-    RemoveGeneratedFilesButClientConf(installDir, newConf);
+    RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf, left);
+    RemoveGeneratedFilesButClientConf(installDir, newConf, left);
+    return left;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -6,6 +6,7 @@
 #include "corekit/File.h"
 #include "corekit/Path.h"
 #include "corekit/Text.h"
+#include "run/Error.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -75,12 +76,20 @@ String CarriedPath(const IniFile& conf, String path) {
     return path;
 }
 
-void LoadGuid(const IniFile& conf, Settings& settings) {
-    const String path = conf.GetValue(Names::kConfiguration, kGuidFile);
-    if (path.IsEmpty()) return;
-    String text;
-    if (corekit::File::Read(path, text) || corekit::File::Read(CarriedPath(conf, path), text))
+/// False, with the error text set, when there may be a file that cannot be read: the run would take the
+/// identifier away from a host that has one.
+bool LoadGuid(const IniFile& conf, Settings& settings) {
+    const String usual = conf.GetValue(Names::kConfiguration, kGuidFile);
+    if (usual.IsEmpty()) return true;
+    for (const String& path : {usual, CarriedPath(conf, usual)}) {
+        String text;
+        const corekit::Result read = corekit::File::Read(path, text);
+        if (IsTrouble(read)) return Error::Fail(L"Missing or unreadable file in install. File: ", path);
+        if (!read) continue;
         settings.Value(L"Guid") = GuidIn(text);
+        break;
+    }
+    return true;
 }
 
 /// "2 3 5" and "235" become "rc2;rc3;rc5;".
@@ -121,7 +130,7 @@ std::unique_ptr<Settings> LoadInstalledSettings(const IniFile& conf, Generation 
     if (settings->IsSet(L"NICError")) settings->Value(L"EnableNICError") = L"yes";
     if (generation == Generation::Agent56) return settings;
 
-    LoadGuid(conf, *settings);
+    if (!LoadGuid(conf, *settings)) return nullptr;
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);
     return settings;

@@ -2,25 +2,30 @@
 #include "agents/LineRemoval.h"
 
 #include <algorithm>
-#include <cstdlib>
+#include <cerrno>
 #include <fcntl.h>
 #include <linux/fs.h>
 #include <string>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
-#include "config/SystemProbes.h"
+#include "agents/Leftovers.h"
 #include "corekit/Descriptor.h"
 #include "corekit/Dir.h"
 #include "corekit/File.h"
 #include "corekit/Interruption.h"
 #include "corekit/Path.h"
+#include "corekit/Program.h"
+#include "corekit/SystemCall.h"
+#include "corekit/TempName.h"
 #include "corekit/Text.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::Descriptor;
+using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
 
@@ -30,58 +35,70 @@ constexpr const wchar_t* kPrivateDirectory = L".qdn-configure.XXXXXX";
 constexpr const wchar_t* kAllPrivateDirectories = L".qdn-configure.??????";
 constexpr const wchar_t* kEdited = L"/stuff";
 constexpr const wchar_t* kKept = L"kept.";  // and the file's name
+constexpr const wchar_t* kAllKept = L"kept.*";
 
 /// Returns to the directory that was current before, even when that has no path any more.
 class CurrentDirectory {
   public:
     explicit CurrentDirectory(const String& path)
-        : m_before(open(".", O_PATH | O_DIRECTORY | O_CLOEXEC)),
-          m_entered(m_before && corekit::Dir::SetCurrent(path)) {}
+        : m_before(corekit::OpenAt(AT_FDCWD, ".", O_PATH | O_DIRECTORY)),
+          m_entered(m_before ? corekit::Dir::SetCurrent(path) : Result::FromErrno()) {}
     ~CurrentDirectory() {
         if (m_entered && fchdir(m_before.Get()) != 0) Forgive(corekit::Dir::SetCurrent(L"/"));
     }
     CurrentDirectory(const CurrentDirectory&) = delete;
     CurrentDirectory& operator=(const CurrentDirectory&) = delete;
 
-    bool IsEntered() const { return m_entered; }
+    const Result& Entered() const { return m_entered; }
 
   private:
     Descriptor m_before;
-    bool m_entered;
+    Result m_entered;
 };
 
 /// A directory that nobody else can enter, with all in it removed in the end.
 class PrivateDirectory {
   public:
     explicit PrivateDirectory(const String& parent) {
-        std::string pattern = corekit::Path::Join(parent, kPrivateDirectory).Utf8();
-        if (mkdtemp(pattern.data()) != nullptr) m_path = String::FromUtf8(pattern);
+        const std::string pattern = corekit::Path::Join(parent, kPrivateDirectory).Utf8();
+        std::string name;
+        m_made = corekit::MakeFromPattern(pattern, name, [](const std::string& candidate) {
+            return corekit::Outcome(mkdir(candidate.c_str(), 0700));
+        });
+        if (m_made) m_path = String::FromUtf8(name);
     }
-    ~PrivateDirectory() { Forgive(corekit::Dir::Remove(m_path)); }
+    ~PrivateDirectory() {
+        if (m_stays) return;
+        static_cast<void>(TryTwice([&](Leftovers& left) { left.Add(corekit::Dir::Remove(m_path)); }));
+    }
     PrivateDirectory(const PrivateDirectory&) = delete;
     PrivateDirectory& operator=(const PrivateDirectory&) = delete;
 
     const String& Path() const { return m_path; }  // empty when it could not be made
 
+    const Result& Made() const { return m_made; }
+
+    /// Leaves it to the next run.
+    void Leave() { m_stays = true; }
+
   private:
     String m_path;
+    Result m_made;
+    bool m_stays = false;
 };
 
-/// Where a private directory has the file under a second name.
-String KeptIn(const String& directory, const String& file) {
-    return corekit::Path::Join(directory, kKept + corekit::Path::GetFileName(file));
-}
-
-/// Gives the file that name. A link needs no space, so that a full disk cannot prevent putting it back.
-bool Keep(const String& path, const String& kept) {
-    return link(path.Utf8().c_str(), kept.Utf8().c_str()) == 0;
+/// The file under a second name. A link needs no space, so that a full disk cannot prevent putting it back.
+Result Keep(const String& path, const String& kept) {
+    return corekit::Outcome(link(path.Utf8().c_str(), kept.Utf8().c_str()));
 }
 
 /// An empty file with the other's mode and owner, which the shell's redirection leaves as they are.
-bool MakeLike(const String& path, const String& model) {
+Result MakeLike(const String& path, const String& model) {
     struct stat info {};
-    return stat(model.Utf8().c_str(), &info) == 0 && File::WriteBytes(path, "", 0600) &&
-           File::Chowngrp(path, info.st_uid, info.st_gid) && File::Chmod(path, info.st_mode & 07777);
+    Result result = corekit::Outcome(stat(model.Utf8().c_str(), &info));
+    if (result) result = File::WriteBytes(path, "", 0600);
+    if (result) result = File::Chowngrp(path, info.st_uid, info.st_gid);
+    return result ? File::Chmod(path, info.st_mode & 07777) : result;
 }
 
 enum class Writes { Waiting, Usual };
@@ -89,21 +106,23 @@ enum class Writes { Waiting, Usual };
 /// Where the file system can do that, every write to the file waits until the disk has it: the command
 /// renames what it has written without flushing it, and after a power cut the file could be empty.
 void SetWrites(const String& path, Writes writes) {
-    const Descriptor file(open(path.Utf8().c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, path.Utf8(), O_RDONLY | O_NONBLOCK);
     int flags = 0;
     const bool isKnown = file && ioctl(file.Get(), FS_IOC_GETFLAGS, &flags) == 0;
     flags = writes == Writes::Waiting ? flags | FS_SYNC_FL : flags & ~FS_SYNC_FL;
     if (isKnown) corekit::Forgive(ioctl(file.Get(), FS_IOC_SETFLAGS, &flags) == 0);
 }
 
-bool Holds(const String& path, const std::string& expected) {
+/// Fails with EPERM when the file holds anything else.
+Result CheckContent(const String& path, const std::string& expected) {
     std::string content;
-    return File::ReadBytes(path, content) && content == expected;
+    const Result read = File::ReadBytes(path, content);
+    return read && content != expected ? Result(EPERM) : read;
 }
 
-bool FlushToDisk(const String& path) {
-    const Descriptor file(open(path.Utf8().c_str(), O_RDONLY | O_CLOEXEC));
-    return file && fsync(file.Get()) == 0;
+Result FlushToDisk(const String& path) {
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, path.Utf8(), O_RDONLY);
+    return file ? corekit::Flush(file.Get()) : Result::FromErrno();
 }
 
 /// The first line of `rest`, its line end included, which is taken off it.
@@ -119,36 +138,104 @@ bool Contains(std::string_view line, std::string_view text) {
     return line.find(text) != std::string_view::npos;
 }
 
-/// Is the file what is left of an edit that broke off while it was written?
-bool IsCutOff(const String& file, const String& kept, std::span<const DeletedLines> deleted) {
+/// Gives a file that an edit left cut off its old content back.
+Result PutBackIfCutOff(const String& file, const String& kept, std::span<const DeletedLines> deleted) {
     std::string content;
     std::string old;
-    if (!File::ReadBytes(file, content) || !File::ReadBytes(kept, old)) return false;
+    for (const auto& [path, bytes] : {std::pair(&kept, &old), std::pair(&file, &content)}) {
+        if (const Result read = File::ReadBytes(*path, *bytes); !read)
+            return IsTrouble(read) ? read : Result();
+    }
     const std::string remaining = WithoutLines(old, deleted);
-    return content.size() < remaining.size() && remaining.starts_with(content);
+    const bool isCutOff = content.size() < remaining.size() && remaining.starts_with(content);
+    return isCutOff ? File::Rename(kept, file) : Result();
 }
 
-/// Does a private directory keep another file than this one?
-bool KeepsAnother(const String& directory, const String& file) {
-    bool found = false;
-    Forgive(corekit::Dir::Scan(directory, kKept + String(L"*"), [&](const corekit::FileInfo& entry) {
-        found = entry.path != KeptIn(directory, file);
-        return !found;
-    }));
-    return found;
+String KeptIn(const String& directory, const String& file) {
+    return corekit::Path::Join(directory, kKept + corekit::Path::GetFileName(file));
 }
 
-/// Removes what killed runs left beside a file; one that such a run left cut off gets its old content back.
-void ClearUpAfterKilledRuns(const String& file, std::span<const DeletedLines> deleted) {
+/// Is there the old content of another file, which is cleared up itself?
+Result RefuseOthersDirectory(const String& directory, const String& file) {
+    bool isOthers = false;
+    const Result read = corekit::Dir::Scan(directory, kAllKept, [&](const corekit::FileInfo& entry) {
+        isOthers = entry.path != KeptIn(directory, file);
+        return !isOthers;
+    });
+    return isOthers ? Result(EPERM) : read;
+}
+
+/// Removes what a run left in its private directory; a file that it left cut off gets its old content back.
+/// What could not be put back stays for the next run.
+Result ClearUp(const String& directory, const String& file, std::span<const DeletedLines> deleted) {
+    if (const Result ours = RefuseOthersDirectory(directory, file); !ours) return ours;
+    const Result putBack = PutBackIfCutOff(file, KeptIn(directory, file), deleted);
+    if (!putBack) return putBack;
+    SetWrites(file, Writes::Usual);
+    Forgive(corekit::Dir::Remove(directory));
+    return Result();
+}
+
+/// Clears up what runs that were killed or failed left beside a file. Fails when that is still cut off.
+Result ClearUpBeside(const String& file, std::span<const DeletedLines> deleted) {
+    Result result;
     const String parent = corekit::Path::GetDirectory(file);
     Forgive(corekit::Dir::Scan(parent, kAllPrivateDirectories, [&](const corekit::FileInfo& entry) {
-        if (KeepsAnother(entry.path, file)) return true;
-        const String kept = KeptIn(entry.path, file);
-        if (IsCutOff(file, kept, deleted)) Forgive(File::Rename(kept, file));
-        SetWrites(file, Writes::Usual);
-        Forgive(corekit::Dir::Remove(entry.path));
+        const Result cleared = ClearUp(entry.path, file, deleted);
+        if (IsTrouble(cleared)) result = Graver(result, cleared);
         return true;
     }));
+    return result;
+}
+
+/// A file of the host, and what is to remain of it.
+struct Edit {
+    String file;
+    std::string old;
+    std::string remaining;
+
+    bool IsDone() const { return remaining == old; }
+};
+
+/// The file that a path leads to. A link that cannot be followed is not replaced by a file.
+Result FollowLinks(const String& path, String& file) {
+    const Result found = corekit::Path::Canonicalise(path, file);
+    if (!IsTrouble(found)) return found;
+    file = path;
+    return File::RefuseLink(path);
+}
+
+Result Plan(const String& path, std::span<const DeletedLines> deleted, Edit& edit) {
+    if (const Result found = FollowLinks(path, edit.file); !found) return found;
+    if (const Result cleared = ClearUpBeside(edit.file, deleted); !cleared) return cleared;
+    if (const Result read = File::ReadBytes(edit.file, edit.old); !read) return read;
+    edit.remaining = WithoutLines(edit.old, deleted);
+    return Result();
+}
+
+Result RunIn(const String& directory, const String& commandLine) {
+    const CurrentDirectory inside(directory);
+    corekit::StringToMapFilter output;
+    return inside.Entered() ? corekit::PosixLocaleProgram::Run(commandLine, output) : inside.Entered();
+}
+
+/// Fails with EPERM when the host's tools made something else of the file, which is then as it was.
+Result EditByCommand(const Edit& edit, const String& command) {
+    const corekit::Interruption::Delay untilTheFileIsWhole;
+    PrivateDirectory place(corekit::Path::GetDirectory(edit.file));
+    const String kept = KeptIn(place.Path(), edit.file);
+    Result result = place.Made();
+    if (result) result = Keep(edit.file, kept);
+    if (result) result = MakeLike(place.Path() + kEdited, edit.file);
+    if (!result) return result;
+    SetWrites(place.Path() + kEdited, Writes::Waiting);
+    const String word = corekit::Text::ShellWord(edit.file);
+    result = RunIn(place.Path(), command.Arg(word, word));
+    if (result) result = CheckContent(edit.file, edit.remaining);
+    if (result) SetWrites(edit.file, Writes::Usual);
+    if (result) result = FlushToDisk(edit.file);
+    if (!result && !File::Rename(kept, edit.file)) place.Leave();
+    return result;
 }
 
 }  // namespace
@@ -172,30 +259,19 @@ std::string WithoutLines(std::string_view content, std::span<const DeletedLines>
     return remaining;
 }
 
-void DeleteLines(const String& path, const String& command, std::span<const DeletedLines> deleted) {
+void ClearUpAfterDeleteLines(const String& path, std::span<const DeletedLines> deleted) {
     String file;
-    std::string old;
-    if (!corekit::Path::Canonicalise(path, file)) return;
-    ClearUpAfterKilledRuns(file, deleted);
-    if (!File::ReadBytes(file, old)) return;
-    const std::string remaining = WithoutLines(old, deleted);
-    if (remaining == old) return;
+    if (corekit::Path::Canonicalise(path, file)) Forgive(ClearUpBeside(file, deleted));
+}
 
-    const corekit::Interruption::Delay untilTheFileIsWhole;
-    const PrivateDirectory place(corekit::Path::GetDirectory(file));
-    if (place.Path().IsEmpty()) return;
-    const String kept = KeptIn(place.Path(), file);
-    const String edited = place.Path() + kEdited;
-    if (!Keep(file, kept) || !MakeLike(edited, file)) return;
-    SetWrites(edited, Writes::Waiting);
-    {
-        const CurrentDirectory inside(place.Path());
-        if (!inside.IsEntered()) return;
-        RunShellCommand(command.Arg(corekit::Text::ShellWord(file), corekit::Text::ShellWord(file)));
-    }
-    const bool isWhole = Holds(file, remaining);
-    if (isWhole) SetWrites(file, Writes::Usual);
-    if (!isWhole || !FlushToDisk(file)) Forgive(File::Rename(kept, file));
+Result DeleteLines(const String& path, const String& command, std::span<const DeletedLines> deleted) {
+    Edit edit;
+    Result result = Plan(path, deleted, edit);
+    if (result && !edit.IsDone()) result = EditByCommand(edit, command);
+    if (!IsTrouble(result)) return result;
+    // Lines that stay now would stay for good: nothing looks for them when the new agent is in place.
+    result = Plan(path, deleted, edit);
+    return result && !edit.IsDone() ? File::WriteBytes(edit.file, edit.remaining) : result;
 }
 
 }  // namespace Zorvane::AgentInstaller

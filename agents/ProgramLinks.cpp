@@ -16,6 +16,7 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::FileInfo;
+using corekit::Result;
 using corekit::String;
 namespace Path = corekit::Path;
 
@@ -33,54 +34,65 @@ void SayRemoving(const String& linkDir) {
 }
 
 /// Everything but directories. Read to the end first, so that what is removed cannot upset the reading.
-std::vector<FileInfo> FilesIn(const String& directory, const String& pattern) {
+std::vector<FileInfo> FilesIn(const String& directory, const String& pattern, Leftovers& left) {
     std::vector<FileInfo> files;
     const auto collect = [&](const FileInfo& entry) {
         if (!entry.isDirectory) files.push_back(entry);
         return true;
     };
-    Forgive(corekit::Dir::Scan(directory, pattern, collect));
+    left.Add(corekit::Dir::Scan(directory, pattern, collect));
     return files;
 }
 
-bool IsLinkTo(const String& link, const String& target) {
+Result ReadLink(const String& link, String& target) {
     char text[PATH_MAX];
     const ssize_t length = readlink(link.Utf8().c_str(), text, sizeof text);
-    return length >= 0 && target == String::FromUtf8({text, static_cast<std::size_t>(length)});
+    if (length < 0) return Result::FromErrno();
+    target = String::FromUtf8({text, static_cast<std::size_t>(length)});
+    return Result();
 }
 
 /// The helper is the host's own program in its own directory; elsewhere there is a link to it.
-void RemoveHelperLinks(const String& linkDir) {
+void RemoveHelperLinks(const String& linkDir, Leftovers& left) {
     if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = Path::Join(linkDir, Names::kHelperName);
-    if (!linkDir.IsEmpty() && IsLinkTo(link, Names::kHelperProgram)) Forgive(corekit::File::Remove(link));
-    Forgive(corekit::File::Remove(Names::kHelperProgram));
+    String target;
+    if (!linkDir.IsEmpty()) left.Add(ReadLink(link, target));
+    if (target == Names::kHelperProgram) left.Add(corekit::File::Remove(link));
+    left.Add(corekit::File::Remove(Names::kHelperProgram));
+}
+
+void RemoveWrappers(const String& programDir, const String& linkDir, Leftovers& left) {
+    // Without a link directory there are only the wrappers beside the programs.
+    const String& whereLinksAre = linkDir.IsEmpty() ? programDir : linkDir;
+    const auto removeLink = [&](const String& program) {
+        left.Add(
+            deploykit::ItemInstallers::WrapperLinkBackend::Uninstall(program, whereLinksAre, programDir));
+    };
+    for (const FileInfo& file : FilesIn(programDir, L"qdn-*.bin", left)) {
+        const String program = file.name.Left(file.name.Length() - kProgramSuffixLength);
+        if (program != L"qdn-configure") removeLink(program);
+    }
+    RemoveHelperLinks(linkDir, left);
+    removeLink(L"qdn-monitor");
 }
 
 }  // namespace
 
-void RemoveProgramLinks60(const String& installDir, const String& linkDir) {
-    if (installDir.IsEmpty() || linkDir.IsEmpty()) return;
-    if (Path::IsMatch(linkDir, ProgramDir(installDir))) return;
+Leftovers RemoveProgramLinks60(const String& installDir, const String& linkDir) {
+    if (installDir.IsEmpty() || linkDir.IsEmpty()) return {};
+    if (Path::IsMatch(linkDir, ProgramDir(installDir))) return {};
     SayRemoving(linkDir);
-    for (const FileInfo& link : FilesIn(linkDir, L"qdn-*")) Forgive(corekit::File::Remove(link.path));
+    return TryTwice([&](Leftovers& left) {
+        for (const FileInfo& link : FilesIn(linkDir, L"qdn-*", left))
+            left.Add(corekit::File::Remove(link.path));
+    });
 }
 
-void RemoveWrapperLinks(const String& installDir, const String& linkDir) {
-    if (installDir.IsEmpty()) return;
-    const String programDir = ProgramDir(installDir);
-    // Without a link directory there are only the wrappers beside the programs.
-    const String& whereLinksAre = linkDir.IsEmpty() ? programDir : linkDir;
-    const auto removeLink = [&](const String& program) {
-        deploykit::ItemInstallers::WrapperLinkBackend::Uninstall(program, whereLinksAre, programDir);
-    };
+Leftovers RemoveWrapperLinks(const String& installDir, const String& linkDir) {
+    if (installDir.IsEmpty()) return {};
     SayRemoving(linkDir);
-    for (const FileInfo& file : FilesIn(programDir, L"qdn-*.bin")) {
-        const String program = file.name.Left(file.name.Length() - kProgramSuffixLength);
-        if (program != L"qdn-configure") removeLink(program);
-    }
-    RemoveHelperLinks(linkDir);
-    removeLink(L"qdn-monitor");
+    return TryTwice([&](Leftovers& left) { RemoveWrappers(ProgramDir(installDir), linkDir, left); });
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -18,6 +18,7 @@ namespace Zorvane::AgentInstaller {
 using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
+using Messages::WarnKept;
 namespace Path = corekit::Path;
 
 namespace {
@@ -27,16 +28,12 @@ struct StoreMove {
     String to;
 };
 
-void WarnKept(const String& directory, const String& why) {
-    Messages::Warn(L"WARNING! " + Messages::Shown(directory) + L" is kept: " + Messages::Shown(why) + L".\n");
-}
-
 String Value(const IniFile& conf, const wchar_t* key) {
     return conf.GetValue(Names::kConfiguration, key);
 }
 
 bool IsToMove(const StoreMove& move) {
-    return !UsableDirectory(move.from).IsEmpty() && corekit::File::IsDirectory(move.from) &&
+    return !UsableDirectory(move.from).IsEmpty() && corekit::File::MayBeDirectory(move.from) &&
            !Path::IsMatch(move.from, move.to);
 }
 
@@ -59,7 +56,8 @@ String WhyNotMoved(const StoreMove& move, const IniFile& newConf) {
     if (const String named = NamedWithin(newConf, move.from); !named.IsEmpty()) {
         return L"the new configuration names " + named;
     }
-    const Result moved = corekit::Dir::Move(move.from, move.to);
+    Result moved = corekit::Dir::Move(move.from, move.to);
+    if (IsTrouble(moved)) moved = corekit::Dir::Move(move.from, move.to);
     if (moved.Code() == EEXIST) return move.to + L" has entries of the same name";
     return moved ? String() : corekit::GetErrorMsg(moved);
 }
@@ -87,12 +85,16 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
     const String oldDir = Value(oldConf, L"installdir");
     const String newDir = Value(newConf, L"installdir");
     if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
-    if (Path::IsMatch(oldDir, newDir) || !corekit::File::IsDirectory(oldDir)) return;
-    RemoveGeneratedFiles60(oldDir, &newConf);
-    if (const String why = WhyTreeIsKept(oldDir, newConf, dataMove); !why.IsEmpty()) {
+    if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
+    const String why = WhyTreeIsKept(oldDir, newConf, dataMove);
+    const Leftovers left = TryTwice([&](Leftovers& found) {
+        found.Add(RemoveGeneratedFiles60(oldDir, &newConf));
+        if (why.IsEmpty()) found.Add(corekit::Dir::Remove(UsableDirectory(oldDir)));
+    });
+    if (!why.IsEmpty()) {
         WarnKept(oldDir, why);
-    } else {
-        corekit::Forgive(corekit::Dir::Remove(UsableDirectory(oldDir)));
+    } else if (left.Any()) {
+        WarnKept(oldDir, L"not everything could be removed");
     }
 }
 

@@ -17,7 +17,8 @@ enum class DataMove {
 
 /// Where the install directory differs, removes the old one: its generated files and then the tree, which
 /// stays, with the same warning, when the data has not been moved completely or when the new client.conf
-/// names something in it. In place nothing is removed.
+/// names something in it. What cannot be removed stays, and is told in the same way. In place nothing is
+/// removed.
 void RemoveOldInstallation(const corekit::IniFile& oldConf, const corekit::IniFile& newConf,
                            DataMove dataMove);
 

@@ -59,26 +59,32 @@ void CallTools(std::span<const ToolCall> calls, const String& platform) {
 }
 
 /// The levels' directories are looked for below the current directory.
-void RemoveLevelLinks() {
+void RemoveLevelLinks(Leftovers& left) {
     for (int level = 0; level <= kHighestLevel; ++level) {
         const String directory = L"etc/rc" + String::FromInt(level) + L".d";
-        Forgive(corekit::File::Remove(directory + L"/S99zorvane"));
-        Forgive(corekit::File::Remove(directory + L"/K99zorvane"));
+        left.Add(corekit::File::Remove(directory + L"/S99zorvane"));
+        left.Add(corekit::File::Remove(directory + L"/K99zorvane"));
     }
+}
+
+void RemoveServiceScript(Leftovers& left) {
+    left.Add(corekit::File::Remove(kServiceScript));
 }
 
 }  // namespace
 
-void RemoveServiceRegistration56(const String& platform) {
+Leftovers RemoveServiceRegistration56(const String& platform) {
     CallTools(kCalls56, platform);
-    Forgive(corekit::File::Remove(kServiceScript));
+    return TryTwice(RemoveServiceScript);
 }
 
-void RemoveServiceRegistration60(const String& platform) {
+Leftovers RemoveServiceRegistration60(const String& platform) {
     CallTools(kCalls60, platform);
-    if (std::ranges::find(kPlatformsWithLinks, platform.View()) == kPlatformsWithLinks.end()) return;
-    RemoveLevelLinks();
-    Forgive(corekit::File::Remove(kServiceScript));
+    if (std::ranges::find(kPlatformsWithLinks, platform.View()) == kPlatformsWithLinks.end()) return {};
+    return TryTwice([](Leftovers& left) {
+        RemoveLevelLinks(left);
+        RemoveServiceScript(left);
+    });
 }
 
 void FlushRemovals(const String& linkDir) {

@@ -2,6 +2,7 @@
 #include "agents/StoreRecords.h"
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "corekit/File.h"
@@ -30,12 +31,12 @@ bool HoldsMoreThan(const String& section, const String& text) {
     return false;
 }
 
-unsigned ModeOf(const String& path) {
+std::optional<unsigned> ModeOf(const String& path) {
     constexpr unsigned kPermissions = 0777;
-    constexpr unsigned kPrivate = 0600;
     std::error_code error;
     const auto status = std::filesystem::status(path.Utf8(), error);
-    return error ? kPrivate : static_cast<unsigned>(status.permissions()) & kPermissions;
+    if (error) return std::nullopt;
+    return static_cast<unsigned>(status.permissions()) & kPermissions;
 }
 
 bool IsThere(const String& path) {
@@ -78,7 +79,8 @@ bool WriteRecord(const String& path, const String& text, const String& oldPath) 
     const std::string bytes = text.Utf8();
     std::string present;
     if (IsThere(path)) return File::ReadBytes(path, present).Ok() && present == bytes;
-    return File::WriteBytes(path, bytes, ModeOf(oldPath)).Ok();
+    const auto mode = ModeOf(oldPath);
+    return mode && File::WriteBytes(path, bytes, *mode).Ok();
 }
 
 bool MoveIfPresent(const String& from, const String& to) {

@@ -8,7 +8,9 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Result;
 using corekit::String;
+namespace File = corekit::File;
 
 namespace {
 
@@ -29,38 +31,45 @@ constexpr EditedFile kInetd = {L"/etc/inetd.conf",
 constexpr EditedFile kServices = {L"/etc/services", L"sed -e '/QDN/d' -e '/qdnm/d' < %1 > stuff; mv stuff %2",
                                   kServicesLines};
 
-void Edit(const EditedFile& file) {
-    DeleteLines(file.path, file.command, file.deleted);
+Result Edit(const EditedFile& file) {
+    return DeleteLines(file.path, file.command, file.deleted);
 }
 
 /// The listener's own file in the directory that xinetd reads beside its configuration.
-void RemoveIncludedListener() {
+Result RemoveIncludedListener() {
     const String directory = RunShellCommand(L"grep \"includedir\" /etc/xinetd.conf | sed s/includedir//");
-    if (directory.IsEmpty()) return;
-    Forgive(corekit::File::Remove(directory.Trim() + L"/qdn-messagelistener"));
+    if (directory.IsEmpty()) return Result();
+    return File::Remove(directory.Trim() + L"/qdn-messagelistener");
 }
 
 /// Edits the configuration of the super-server that the host has, and returns the signal that makes it read
-/// its configuration again; empty without one.
-String EditSuperServer() {
-    if (corekit::File::Exists(kXinetd.path)) {
-        RemoveIncludedListener();
-        Edit(kXinetd);
-        return L"USR2";
+/// its configuration again; empty without one. Where it cannot be told which one the host has, both are
+/// edited.
+String EditSuperServer(Leftovers& left) {
+    const Result xinetd = File::Find(kXinetd.path);
+    if (!IsAbsence(xinetd)) {
+        left.Add(RemoveIncludedListener());
+        left.Add(Edit(kXinetd));
     }
-    if (corekit::File::Exists(kInetd.path)) {
-        Edit(kInetd);
-        return L"HUP";
-    }
-    return String();
+    if (xinetd) return L"USR2";
+    if (!File::Exists(kInetd.path)) return String();
+    left.Add(Edit(kInetd));
+    return L"HUP";
 }
 
 }  // namespace
 
-void RemoveSuperServerEntries() {
+Leftovers RemoveSuperServerEntries() {
+    Leftovers left;
     const String processes = QueryProcessIds(L"inetd");
-    SignalProcesses(EditSuperServer(), processes);
-    Edit(kServices);
+    SignalProcesses(EditSuperServer(left), processes);
+    left.Add(Edit(kServices));
+    return left;
+}
+
+void ClearUpAfterSuperServerEntries() {
+    for (const EditedFile& file : {kXinetd, kInetd, kServices})
+        ClearUpAfterDeleteLines(file.path, file.deleted);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -13,8 +13,8 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::Dir;
 using corekit::FileInfo;
-using corekit::Forgive;
 using corekit::IniFile;
+using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
 namespace Path = corekit::Path;
@@ -42,6 +42,7 @@ Survivors::Survivors(const String& newConfPath, const String& oldInstallDir) {
 }
 
 bool Survivors::Include(const String& path) const {
+    if (!m_spared.IsEmpty() && Path::IsWithin(m_spared, path)) return true;
     // One that cannot be read may name anything.
     if (m_newConf != nullptr && !m_newConf->ReadResult()) return true;
     return m_newConf != nullptr && (IsOurs(path) || !NamedWithin(*m_newConf, path).IsEmpty());
@@ -57,28 +58,34 @@ bool Survivors::IsOurs(const String& path) const {
     });
 }
 
-void Survivors::RemoveOthers(const String& pattern, File::HostDirectory hostDirectory) const {
+void Survivors::RemoveOthers(const String& pattern, Leftovers& left,
+                             File::HostDirectory hostDirectory) const {
     const String directory = Path::GetDirectory(pattern);
     const bool isPlain = pattern.Mid(directory.Length()).FindOneOf(L"*?[") == String::npos;
     if (m_newConf == nullptr || isPlain) {
-        if (!Include(pattern)) Forgive(File::RemoveEx(pattern, hostDirectory));
-    } else if (hostDirectory == File::HostDirectory::Meant || !corekit::IsHostDirectory(directory)) {
-        RemoveOtherEntries(directory, Path::GetFileName(pattern));
+        if (!Include(pattern)) left.Add(File::RemoveEx(pattern, hostDirectory));
+        return;
     }
+    if (hostDirectory == File::HostDirectory::Refused) {
+        if (const Result ours = corekit::RefuseHostDirectory(directory); !ours) return left.Add(ours);
+    }
+    RemoveOtherEntries(directory, Path::GetFileName(pattern), left);
 }
 
-void Survivors::RemoveOthersInTree(const String& directory) const {
+void Survivors::RemoveOthersInTree(const String& directory, Leftovers& left) const {
     if (!Include(directory)) {
-        Forgive(Dir::Remove(directory));
-    } else if (!corekit::IsHostDirectory(directory)) {
-        RemoveOtherEntries(directory, String());
+        left.Add(Dir::Remove(directory));
+    } else if (const Result ours = corekit::RefuseHostDirectory(directory); !ours) {
+        left.Add(ours);
+    } else {
+        RemoveOtherEntries(directory, String(), left);
     }
 }
 
-void Survivors::RemoveOtherEntries(const String& directory, const String& pattern) const {
-    Forgive(Dir::Scan(directory, pattern, [this, &directory](const FileInfo& entry) {
+void Survivors::RemoveOtherEntries(const String& directory, const String& pattern, Leftovers& left) const {
+    left.Add(Dir::Scan(directory, pattern, [&](const FileInfo& entry) {
         const String path = Path::Join(directory, entry.name);
-        if (!Include(path)) Forgive(File::RemoveAny(path));
+        if (!Include(path)) left.Add(File::RemoveAny(path));
         return true;
     }));
 }

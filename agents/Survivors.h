@@ -3,6 +3,7 @@
 
 #include <memory>
 
+#include "agents/Leftovers.h"
 #include "corekit/File.h"
 #include "corekit/IniFile.h"
 #include "corekit/String.h"
@@ -16,23 +17,28 @@ class Survivors {
     /// An empty `newConfPath` stands for a clean. `oldInstallDir` ends in "/".
     Survivors(const corekit::String& newConfPath, const corekit::String& oldInstallDir);
 
+    /// Makes one more path stay.
+    void Spare(const corekit::String& path) { m_spared = path; }
+
     /// Is the path one of them, or a directory that holds one?
     bool Include(const corekit::String& path) const;
 
     /// Removes what a shell wildcard in the last component names, directories as trees, survivors excepted.
-    /// Failures are ignored.
-    void RemoveOthers(const corekit::String& pattern, corekit::File::HostDirectory hostDirectory =
-                                                          corekit::File::HostDirectory::Refused) const;
+    void RemoveOthers(
+        const corekit::String& pattern, Leftovers& left,
+        corekit::File::HostDirectory hostDirectory = corekit::File::HostDirectory::Refused) const;
 
     /// Removes a directory with everything in it; when it holds survivors, everything else in it.
-    void RemoveOthersInTree(const corekit::String& directory) const;
+    void RemoveOthersInTree(const corekit::String& directory, Leftovers& left) const;
 
   private:
     bool IsOurs(const corekit::String& path) const;
-    void RemoveOtherEntries(const corekit::String& directory, const corekit::String& pattern) const;
+    void RemoveOtherEntries(const corekit::String& directory, const corekit::String& pattern,
+                            Leftovers& left) const;
 
     std::unique_ptr<const corekit::IniFile> m_newConf;  // null on a clean
     corekit::String m_installDir;                       // empty unless the upgrade is in place
+    corekit::String m_spared;                           // empty: none
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -7,6 +7,7 @@
 #include "app/CommandStatus.h"
 #include "config/SystemProbes.h"
 #include "run/Args.h"
+#include "run/Error.h"
 #include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
@@ -49,7 +50,10 @@ unsigned CleanCommand::Run(const std::vector<String>& arguments) {
         Messages::Tell(String(kNoClientConf).Arg(Messages::Shown(baseDir)));
         return kSuccess;
     }
-    return agent->Clean() ? kSuccess : kFailure;
+    if (agent->Clean()) return kSuccess;
+    if (const String& error = Error::m_sErrorText; !error.IsEmpty())
+        Messages::Warn(L"ERROR: " + Messages::Ascii(error) + L"\n");
+    return kFailure;
 }
 
 void CleanCommand::Usage(const String& prefix) const {

@@ -82,8 +82,11 @@ void MergeInstalledSettings(ConfigureRun& run) {
     if (old) {
         Merge(*old, run);
     } else if (!confPath.IsEmpty()) {
-        // Going on would replace the administrator's values by defaults.
-        run.ok = Error::Fail(L"Missing or unreadable file in install. File: ", confPath);
+        // Going on would replace the administrator's values by defaults. The agent may have told which file
+        // it is.
+        run.ok = false;
+        if (Error::m_sErrorText.IsEmpty())
+            Forgive(Error::Fail(L"Missing or unreadable file in install. File: ", confPath));
     }
 }
 

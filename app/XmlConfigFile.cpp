@@ -1,7 +1,7 @@
 // The XML configuration file: its search path, who may have left it, and what makes it unusable.
 #include "app/XmlConfigFile.h"
 
-#include <functional>
+#include <algorithm>
 #include <optional>
 #include <string>
 #include <vector>
@@ -53,7 +53,7 @@ std::optional<TrustedFile> FindFile(const std::vector<SearchPiece>& pieces, Pred
             String path = corekit::Program::Search(directory, kXmlFileName);
             if (path.IsEmpty()) continue;
             TrustedFile file(path, piece.chosenBy);
-            if (mayBeUsed(file)) return file;
+            if (!file.IsAbsent() && mayBeUsed(file)) return file;
         }
     }
     return std::nullopt;
@@ -81,10 +81,14 @@ String BuildXmlSearchPath() {
 }
 
 std::unique_ptr<Settings> XmlConfigFile::Load() {
-    const auto file = FindFile(SearchPieces(), std::mem_fn(&TrustedFile::MayBeUsed));
+    const auto file = FindFile(SearchPieces(), [&](const TrustedFile& candidate) {
+        if (candidate.IsUnreadable()) m_unread.push_back(candidate.Path());
+        return candidate.MayBeUsed();
+    });
     if (!file) return nullptr;
     std::string bytes;
     if (const auto result = file->Read(bytes); !result) {
+        if (IsTrouble(result)) m_unread.push_back(file->Path());
         file->WarnNotUsed(GetErrorMsg(result));
         return nullptr;
     }
@@ -103,6 +107,7 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
 void XmlConfigFile::Remove() {
     const auto file = FindFile({{kDefaultSearchPath, ChosenBy::Program}}, [&](const TrustedFile& candidate) {
         return candidate.WhyNot().IsEmpty() &&
+               std::ranges::find(m_unread, candidate.Path()) == m_unread.end() &&
                (candidate.Path() == m_usedPath || IsWellFormedOrEmpty(candidate));
     });
     if (file) corekit::Forgive(corekit::File::Remove(file->Path()));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <memory>
+#include <vector>
 
 #include "run/TrustedFile.h"
 #include "settings/Settings.h"
@@ -22,11 +23,12 @@ class XmlConfigFile {
     std::unique_ptr<Settings> Load();
 
     /// Removes the first file that may be used from /tmp, /var or /opt/zorvane. One that was used from
-    /// elsewhere stays.
+    /// elsewhere stays, and one that could not be read.
     void Remove();
 
   private:
-    corekit::String m_usedPath;  // the file whose settings `Load` returned
+    std::vector<corekit::String> m_unread;  // files that may hold settings, and could not be read
+    corekit::String m_usedPath;             // the file whose settings `Load` returned
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -40,8 +40,8 @@ String RunShellCommand(const String& commandLine) {
 }
 
 String DetectDistribution() {
-    if (corekit::File::Exists(L"/etc/SuSE-release")) return L"suse";
-    if (corekit::File::Exists(L"/etc/UnitedLinux-release")) return L"united";
+    if (corekit::File::Find(L"/etc/SuSE-release")) return L"suse";
+    if (corekit::File::Find(L"/etc/UnitedLinux-release")) return L"united";
     return L"linux";
 }
 

@@ -32,11 +32,12 @@ struct Dir::Stream {
     std::string pattern;
     DirChunk chunk;
     const DirEntry* next = nullptr;
+    Result result;
 
     /// Null at the end, and where the rest cannot be read.
     const DirEntry* Next() {
         while (next == chunk.end() && !chunk.IsEnd()) {
-            Forgive(chunk.Read(directory.Get()));
+            result = chunk.Read(directory.Get());
             next = chunk.begin();
         }
         return next == chunk.end() ? nullptr : next++;
@@ -67,13 +68,17 @@ bool Dir::Read(FileInfo& entry) {
     return true;
 }
 
+Result Dir::ReadResult() const {
+    return m_stream ? m_stream->result : Result();
+}
+
 Result Dir::Scan(const String& path, const String& pattern,
                  const std::function<bool(const FileInfo&)>& visit) {
     Dir directory;
     if (const Result result = directory.Open(path, pattern); !result) return result;
     FileInfo entry;
     while (directory.Read(entry) && visit(entry)) continue;
-    return Result();
+    return directory.ReadResult();
 }
 
 Result Dir::CreateR(const String& path) {

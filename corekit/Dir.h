@@ -25,11 +25,14 @@ class Dir {
     /// Opens a directory for entries whose name matches a shell wildcard ("" for all of them).
     Result Open(const String& path, const String& pattern = String());
 
-    /// The next entry; false at the end.
+    /// The next entry; false at the end, and where the rest cannot be read.
     bool Read(FileInfo& entry);
 
+    /// How reading has gone so far.
+    Result ReadResult() const;
+
     /// Calls `visit` for every entry of a directory until it returns false. Fails when the directory cannot
-    /// be opened.
+    /// be opened, or not be read to its end.
     static Result Scan(const String& path, const String& pattern,
                        const std::function<bool(const FileInfo&)>& visit);
 
@@ -37,17 +40,17 @@ class Dir {
     static Result CreateR(const String& path);
 
     /// Removes a directory with everything in it, never following a link out of it; of a path that is a link
-    /// itself the link only. What cannot be removed, and what is mounted in the tree, is left: the first
+    /// itself the link only. What cannot be removed, and what is mounted in the tree, is left: the gravest
     /// failure is the result. An empty path does nothing; "/" and the host's own directories are refused
     /// (EPERM), however they are spelled or reached, and files (ENOTDIR). Memory does not grow with the
     /// number of entries.
     static Result Remove(const String& path);
 
     /// Moves the entries of `from` into `to` (made when missing, with the owner and the mode of `from`),
-    /// across file systems too. What stands in `to` already stays, and what would replace it stays in `from`:
-    /// then the result is EEXIST. So does what cannot be moved, whole; the rest is moved all the same. `from`
-    /// is removed when it is empty. Refused out of one of the host's own directories (EPERM) and into `from`
-    /// itself or below it (EINVAL).
+    /// across file systems too. What stands in `to` already stays, and what would replace it by something
+    /// else stays in `from`: then the result is EEXIST. So does what cannot be moved, whole; the rest is
+    /// moved all the same. `from` is removed when it is empty. Refused out of one of the host's own
+    /// directories (EPERM) and into `from` itself or below it (EINVAL).
     static Result Move(const String& from, const String& to);
 
     /// Waits until what was made, renamed and removed in a directory has got to the disk.

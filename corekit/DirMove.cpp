@@ -30,7 +30,9 @@ Result MoveEntries(int from, int to) {
 
 /// A directory that is made takes over owner and mode of the old one: what was private stays private.
 Result OpenOrMake(const String& path, int model, Descriptor& directory) {
-    const bool isNew = !File::Exists(path);
+    const Result found = File::Find(path);
+    if (IsTrouble(found)) return found;
+    const bool isNew = !found;
     if (const Result result = Dir::CreateR(path); !result) return result;
     directory = OpenDirectory(NativePath(path));
     struct stat info {};
@@ -44,7 +46,7 @@ Result Dir::Move(const String& from, const String& to) {
     if (Path::IsWithin(to, from)) return Result(EINVAL);
     const Descriptor source = OpenDirectory(NativePath(from));
     if (!source) return Result::FromErrno();
-    if (IsHostDirectory(source)) return Result(EPERM);
+    if (const Result result = RefuseHostDirectory(source); !result) return result;
     Descriptor target;
     if (const Result result = OpenOrMake(to, source.Get(), target); !result) return result;
     const Result result = MoveEntries(source.Get(), target.Get());

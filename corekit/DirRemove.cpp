@@ -13,11 +13,11 @@ namespace corekit {
 
 Result Dir::Remove(const String& path) {
     if (path.IsEmpty()) return Result();
-    if (IsHostDirectory(path)) return Result(EPERM);
+    if (const Result result = RefuseHostDirectory(path); !result) return result;
     Place place;
     if (const Result result = Place::Of(path, place); !result) return result;
     // Asked once more of the place that is held open: a link on the way may have been changed meanwhile.
-    if (IsHostName(place.At())) return Result(EPERM);
+    if (const Result result = RefuseHostName(place.At()); !result) return result;
     struct stat info {};
     if (fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return Result::FromErrno();
     if (S_ISDIR(info.st_mode)) return RemoveTree(place.At());

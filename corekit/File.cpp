@@ -18,8 +18,8 @@ namespace {
 /// No file that the program has any business with comes near it.
 constexpr std::size_t kLargestRead = 256UL * 1024 * 1024;
 
-bool Probe(const String& path, struct stat& info) {
-    return stat(NativePath(path).c_str(), &info) == 0;
+Result Probe(const String& path, struct stat& info) {
+    return Outcome(stat(NativePath(path).c_str(), &info));
 }
 
 bool IsAccessible(const String& path, int access) {
@@ -28,9 +28,13 @@ bool IsAccessible(const String& path, int access) {
 
 }  // namespace
 
-bool Exists(const String& path) {
+Result Find(const String& path) {
     struct stat info {};
     return Probe(path, info);
+}
+
+bool Exists(const String& path) {
+    return !IsAbsence(Find(path));
 }
 
 bool IsDirectory(const String& path) {
@@ -38,11 +42,19 @@ bool IsDirectory(const String& path) {
     return Probe(path, info) && S_ISDIR(info.st_mode);
 }
 
-bool IsLink(const String& path) {
+bool MayBeDirectory(const String& path) {
+    struct stat info {};
+    const Result found = Probe(path, info);
+    return found ? S_ISDIR(info.st_mode) : !IsAbsence(found);
+}
+
+Result RefuseLink(const String& path) {
     Place place;
     struct stat info {};
-    return Place::Of(path, place) &&
-           fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(info.st_mode);
+    Result found = Place::Of(path, place);
+    if (found) found = Outcome(fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW));
+    if (found) return S_ISLNK(info.st_mode) ? Result(ELOOP) : Result();
+    return IsTrouble(found) ? found : Result();
 }
 
 bool IsReadable(const String& path) {

@@ -12,11 +12,22 @@
 
 namespace corekit::File {
 
-/// Does the path name anything? Links are followed: a dangling link does not exist.
+/// Success when the path names anything, else why not (see `IsAbsence`). Links are followed: a dangling link
+/// does not exist.
+Result Find(const String& path);
+
+/// Where the system does not tell, because a device gives an error or too many files are open, what might be
+/// there counts as there: who then uses it learns why that fails, and nobody goes on without it or over it.
 bool Exists(const String& path);
+bool MayBeDirectory(const String& path);
+
+/// Is it known to be a directory?
 bool IsDirectory(const String& path);
-/// Is it a symbolic link itself? A "/" at its end does not count.
-bool IsLink(const String& path);
+
+/// Refuses (ELOOP) a symbolic link itself; a "/" at its end does not count. Where the system does not tell,
+/// the result is why. What does not exist is not refused.
+Result RefuseLink(const String& path);
+
 bool IsReadable(const String& path);
 /// By the effective user, on a file system that takes writes.
 bool IsWritable(const String& path);
@@ -47,7 +58,7 @@ Result RemoveAny(const String& path);
 /// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
 /// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
 /// the pattern has it. Wildcards in one of the host's own directories are not expanded unless `hostDirectory`
-/// says that it is meant. An empty pattern names nothing; the result is the first failure.
+/// says that it is meant. An empty pattern names nothing; the result is the gravest failure.
 enum class HostDirectory { Refused, Meant };
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
 

@@ -16,19 +16,19 @@ namespace corekit::File {
 
 namespace {
 
-/// Removes the entries of a directory that match a wildcard, but not the host's own; returns the first
+/// Removes the entries of a directory that match a wildcard, but not the host's own; returns the gravest
 /// failure.
 Result RemoveMatches(const Place& pattern) {
     const HostNames hostNames(pattern.Fd());
     Result failure;
     const Result result = TakeOut(pattern.Fd(), [&](const DirEntry& entry) {
         if (!MatchesWildcard(pattern.name, entry.name)) return false;
-        const Result removed =
-            hostNames.Include(entry.name) ? Result(EPERM) : RemoveEntry({pattern.Fd(), entry.name});
-        if (failure) failure = removed;
+        const Result refused = hostNames.Refuse(entry.name);
+        const Result removed = refused ? RemoveEntry({pattern.Fd(), entry.name}) : refused;
+        failure = Graver(failure, removed);
         return removed.Ok();
     });
-    return failure ? result : failure;
+    return Graver(failure, result);
 }
 
 }  // namespace
@@ -36,14 +36,15 @@ Result RemoveMatches(const Place& pattern) {
 Result Remove(const String& path) {
     Place place;
     if (const Result result = Place::Of(path, place); !result) return result;
-    if (IsHostName(place.At())) return Result(EPERM);
+    if (const Result result = RefuseHostName(place.At()); !result) return result;
     return Outcome(unlinkat(place.Fd(), place.name.c_str(), 0));
 }
 
 Result RemoveAny(const String& path) {
     Place place;
     if (const Result result = Place::Of(path, place); !result) return result;
-    return IsHostName(place.At()) ? Result(EPERM) : RemoveEntry(place.At());
+    const Result refused = RefuseHostName(place.At());
+    return refused ? RemoveEntry(place.At()) : refused;
 }
 
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
@@ -52,8 +53,9 @@ Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     Place place;
     if (const Result result = Place::Of(pattern, place); !result) return result;
     if (!HasWildcard(place.name)) return RemoveAny(pattern);
-    if (hostDirectory == HostDirectory::Refused && IsHostDirectory(place.directory)) return Result(EPERM);
-    return RemoveMatches(place);
+    if (hostDirectory == HostDirectory::Meant) return RemoveMatches(place);
+    const Result refused = RefuseHostDirectory(place.directory);
+    return refused ? RemoveMatches(place) : refused;
 }
 
 }  // namespace corekit::File

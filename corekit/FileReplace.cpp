@@ -1,6 +1,5 @@
 // Writes, copies, renames and links files, each in one step for whoever looks.
 #include <cerrno>
-#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -117,14 +116,12 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
 
 Result MakeTemp(const String& pattern, String& path) {
     std::string name;
-    Descriptor file;
-    do {
-        name = NativePath(pattern);
-        file = Descriptor(mkostemp(name.data(), O_CLOEXEC));
-    } while (!file && errno == EINTR);
-    if (!file) return Result::FromErrno();
-    path = String::FromUtf8(name);
-    return Result();
+    const Result result = MakeFromPattern(NativePath(pattern), name, [](const std::string& candidate) {
+        const Descriptor file = OpenAt(AT_FDCWD, candidate, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+        return file ? Result() : Result::FromErrno();
+    });
+    if (result) path = String::FromUtf8(name);
+    return result;
 }
 
 }  // namespace corekit::File

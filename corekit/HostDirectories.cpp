@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <fcntl.h>
 #include <span>
 #include <string>
@@ -52,47 +53,58 @@ bool IsSame(const struct stat& one, const struct stat& other) {
     return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
 }
 
-bool Leads(const String& path, const struct stat& directory) {
+/// Refuses the directory when the path leads to it, and when it might.
+Result RefuseTargetOf(const String& path, const struct stat& directory) {
     struct stat info {};
-    return stat(NativePath(path).c_str(), &info) == 0 && IsSame(info, directory);
+    const Result found = Outcome(stat(NativePath(path).c_str(), &info));
+    if (found) return IsSame(info, directory) ? Result(EPERM) : Result();
+    return IsTrouble(found) ? found : Result();
 }
 
-/// Does one of these entries lead to the directory, over whichever links and mounts?
-bool AnyLeads(const HostEntries& entries, const struct stat& directory) {
-    bool found = false;
-    const auto visit = [&](const FileInfo& entry) {
-        found = entries.Hold(entry.name.Utf8().c_str()) && Leads(entry.path, directory);
-        return !found;
-    };
-    Forgive(Dir::Scan(entries.directory, String(), visit));
-    return found;
+/// Refuses the directory when one of these entries leads there, over whichever links and mounts.
+Result RefuseTargetOf(const HostEntries& entries, const struct stat& directory) {
+    Result result;
+    const Result read = Dir::Scan(entries.directory, String(), [&](const FileInfo& entry) {
+        if (entries.Hold(entry.name.Utf8().c_str())) result = RefuseTargetOf(entry.path, directory);
+        return result.Ok();
+    });
+    return result && IsTrouble(read) ? read : result;
 }
 
 }  // namespace
 
-bool IsHostDirectory(const String& path) {
-    if (IsListed(Path::Resolve(path))) return true;
+Result RefuseHostDirectory(const String& path) {
+    if (IsListed(Path::Resolve(path))) return Result(EPERM);
     const Descriptor directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
-    return directory && IsHostDirectory(directory);
+    if (directory) return RefuseHostDirectory(directory);
+    const Result opened = Result::FromErrno();
+    return IsTrouble(opened) ? opened : Result();
 }
 
-bool IsHostDirectory(const Descriptor& directory) {
+Result RefuseHostDirectory(const Descriptor& directory) {
     struct stat info {};
-    if (fstat(directory.Get(), &info) != 0) return false;
-    const auto anyLeads = [&](const HostEntries& entries) { return AnyLeads(entries, info); };
-    return Leads(L"/", info) || std::ranges::any_of(kHostEntries, anyLeads);
+    if (fstat(directory.Get(), &info) != 0) return Result::FromErrno();
+    Result result = RefuseTargetOf(L"/", info);
+    for (const HostEntries& entries : kHostEntries) {
+        if (result) result = RefuseTargetOf(entries, info);
+    }
+    return result;
 }
 
 HostNames::HostNames(int directory) {
     struct stat info {};
-    if (fstat(directory, &info) != 0) return;
+    m_known = Outcome(fstat(directory, &info));
+    if (!m_known) return;
     for (const HostEntries& entries : kHostEntries) {
-        if (Leads(entries.directory, info)) m_entries.push_back(&entries);
+        const Result result = RefuseTargetOf(entries.directory, info);
+        if (result.Code() == EPERM) m_entries.push_back(&entries);
+        if (IsTrouble(result)) m_known = result;
     }
 }
 
-bool HostNames::Include(const char* name) const {
-    return std::ranges::any_of(m_entries, [&](const HostEntries* entries) { return entries->Hold(name); });
+Result HostNames::Refuse(const char* name) const {
+    const auto hold = [&](const HostEntries* entries) { return entries->Hold(name); };
+    return std::ranges::any_of(m_entries, hold) ? Result(EPERM) : m_known;
 }
 
 }  // namespace corekit

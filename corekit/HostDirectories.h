@@ -4,16 +4,24 @@
 #include <vector>
 
 #include "corekit/Place.h"
+#include "corekit/Result.h"
 #include "corekit/String.h"
 
 namespace corekit {
 
-/// Is this "/" or a directory of the host itself (/usr, /etc, /var/lib, /etc/init.d ...), however the path is
-/// spelled or whichever links and mounts lead there?
-bool IsHostDirectory(const String& path);
+/// Refuses (EPERM) "/" and the directories of the host itself (/usr, /etc, /var/lib, /etc/init.d ...),
+/// however the path is spelled or whichever links and mounts lead there. Where the system does not tell which
+/// directory it is, the result is why. What does not exist is not refused.
+Result RefuseHostDirectory(const String& path);
 
 /// The same for a directory that is open, and that nobody can change for another one meanwhile.
-bool IsHostDirectory(const Descriptor& directory);
+Result RefuseHostDirectory(const Descriptor& directory);
+
+/// Is it refused, for either reason?
+template <typename Directory>
+bool IsHostDirectory(const Directory& directory) {
+    return !RefuseHostDirectory(directory);
+}
 
 struct HostEntries;
 
@@ -22,15 +30,17 @@ class HostNames {
   public:
     explicit HostNames(int directory);
 
-    bool Include(const char* name) const;
+    /// EPERM for one of them; for every name why the system did not tell which directory it is.
+    Result Refuse(const char* name) const;
 
   private:
+    Result m_known;
     std::vector<const HostEntries*> m_entries;
 };
 
 /// The same for a single name.
-inline bool IsHostName(const Entry& entry) {
-    return HostNames(entry.directory).Include(entry.name.c_str());
+inline Result RefuseHostName(const Entry& entry) {
+    return HostNames(entry.directory).Refuse(entry.name.c_str());
 }
 
 }  // namespace corekit

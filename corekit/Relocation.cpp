@@ -12,6 +12,7 @@
 #include "corekit/Interruption.h"
 #include "corekit/SystemCall.h"
 #include "corekit/TempName.h"
+#include "corekit/TreeComparison.h"
 #include "corekit/TreeCopy.h"
 #include "corekit/TreeRemoval.h"
 
@@ -77,8 +78,12 @@ Result MoveByCopy(const Entry& from, const Entry& to, Existing existing) {
 }  // namespace
 
 Result MoveEntry(const Entry& from, const Entry& to, Existing existing) {
-    const Result result = Rename(from, to, existing);
-    return result.Code() == EXDEV ? MoveByCopy(from, to, existing) : result;
+    Result result = Rename(from, to, existing);
+    if (result.Code() == EXDEV) result = MoveByCopy(from, to, existing);
+    if (result.Code() != EEXIST || !Holds(to, from)) return result;
+    // What a move that was killed has copied, and not removed, is moved already.
+    const Result flushed = Flush(to.directory);
+    return flushed ? RemoveEntry(from) : flushed;
 }
 
 }  // namespace corekit

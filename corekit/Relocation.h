@@ -6,7 +6,8 @@
 
 namespace corekit {
 
-/// What becomes of an entry that has the new name already: kept (EEXIST), or replaced as rename(2) replaces.
+/// What becomes of an entry that has the new name already: kept (EEXIST, unless it holds all of the old one,
+/// as after a move that was killed), or replaced as rename(2) replaces.
 enum class Existing { Stays, Replaced };
 
 /// Moves an entry of any kind, a directory with everything in it. To another file system it is copied beside

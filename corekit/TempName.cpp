@@ -1,13 +1,11 @@
 // Finds a free name beside another, and clears away what a killed run left under it.
 #include "corekit/TempName.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdint>
-#include <ctime>
 #include <string_view>
-#include <sys/random.h>
 
+#include "corekit/Random.h"
 #include "corekit/TreeRemoval.h"
 
 namespace corekit {
@@ -20,21 +18,23 @@ constexpr std::string_view kLetters = "0123456789abcdefghijklmnopqrstuvwxyzABCDE
 constexpr int kAttempts = 100;
 constexpr std::size_t kLongestStem = 200;  // leaves room in the 255 bytes of a name
 
+/// Chance only spares attempts: what stands at a name already is never touched.
 std::string RandomSuffix() {
-    std::array<std::uint8_t, 6> bytes{};
-    if (getrandom(bytes.data(), bytes.size(), GRND_NONBLOCK) != static_cast<ssize_t>(bytes.size())) {
-        // Chance only spares attempts: what stands at a name already is never touched.
-        timespec now{};
-        clock_gettime(CLOCK_MONOTONIC, &now);
-        auto seed = static_cast<std::uint64_t>(now.tv_nsec);
-        for (auto& byte : bytes) {
-            byte = static_cast<std::uint8_t>(seed % kLetters.size());
-            seed /= kLetters.size();
-        }
-    }
+    constexpr std::size_t length = 6;
     std::string suffix;
-    for (const auto byte : bytes) suffix += kLetters[byte % kLetters.size()];
+    for (std::uint64_t rest = RandomNumber(); suffix.size() < length; rest /= kLetters.size())
+        suffix += kLetters[rest % kLetters.size()];
     return suffix;
+}
+
+Result MakeUnderAnyName(const std::string& stem, std::string& made,
+                        const std::function<Result(const std::string& candidate)>& make) {
+    Result result(EEXIST);
+    for (int attempt = 0; attempt < kAttempts && result.Code() == EEXIST; ++attempt) {
+        made = stem + RandomSuffix();
+        result = make(made);
+    }
+    return result;
 }
 
 }  // namespace
@@ -48,11 +48,14 @@ Result MakeBeside(const Entry& entry, std::string& made,
         Forgive(RemoveEntry({entry.directory, made}));
         result = make(made);
     }
-    for (int attempt = 0; attempt < kAttempts && result.Code() == EEXIST; ++attempt) {
-        made = stem + RandomSuffix();
-        result = make(made);
-    }
-    return result;
+    return result.Code() == EEXIST ? MakeUnderAnyName(stem, made, make) : result;
+}
+
+Result MakeFromPattern(const std::string& pattern, std::string& made,
+                       const std::function<Result(const std::string& candidate)>& make) {
+    const std::string placeholder(6, 'X');
+    if (!pattern.ends_with(placeholder)) return Result(EINVAL);
+    return MakeUnderAnyName(pattern.substr(0, pattern.size() - placeholder.size()), made, make);
 }
 
 }  // namespace corekit

@@ -15,4 +15,10 @@ namespace corekit {
 Result MakeBeside(const Entry& entry, std::string& made,
                   const std::function<Result(const std::string& candidate)>& make);
 
+/// Calls `make` with the names that a pattern ending in XXXXXX stands for, until it does not fail with
+/// EEXIST; returns its result, and the name in `made`. Unlike the C library's, it does without random numbers
+/// where the system gives none.
+Result MakeFromPattern(const std::string& pattern, std::string& made,
+                       const std::function<Result(const std::string& candidate)>& make);
+
 }  // namespace corekit

@@ -21,7 +21,7 @@ Result TreeWalk::Walk(const Entry& top) {
 }
 
 void TreeWalk::Fail(const Result& failure) {
-    if (m_result) m_result = failure;
+    m_result = Graver(m_result, failure);
     if (m_afterFailure == AfterFailure::Stop) m_isOver = true;
 }
 

@@ -19,7 +19,7 @@ class TreeWalk {
   public:
     virtual ~TreeWalk() = default;
 
-    /// Walks the tree whose top is this entry; returns the first failure.
+    /// Walks the tree whose top is this entry; returns the gravest failure.
     Result Walk(const Entry& top);
 
   protected:

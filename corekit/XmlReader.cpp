@@ -8,6 +8,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "corekit/Random.h"
 #include "corekit/XmlEntities.h"
 
 namespace corekit {
@@ -76,6 +77,7 @@ class XmlReader {
 XmlReader::XmlReader(XmlTree& tree) : m_parser(XML_ParserCreate("UTF-8")), m_tree(tree) {
     if (!m_parser) std::abort();  // GCOVR_EXCL_LINE: out of memory, where everything else ends, too
     XML_SetUserData(m_parser.get(), this);
+    XML_SetHashSalt(m_parser.get(), static_cast<unsigned long>(RandomNumber() | 1));
     XML_SetParamEntityParsing(m_parser.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
     XML_SetBillionLaughsAttackProtectionActivationThreshold(m_parser.get(), kFreeExpansion);
     XML_SetBillionLaughsAttackProtectionMaximumAmplification(m_parser.get(), kLargestExpansion);

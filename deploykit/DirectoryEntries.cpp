@@ -3,13 +3,18 @@
 
 namespace deploykit {
 
+corekit::Result ReadEntries(const corekit::String& directory, const corekit::String& pattern,
+                            std::vector<corekit::FileInfo>& entries) {
+    return corekit::Dir::Scan(directory, pattern, [&](const corekit::FileInfo& entry) {
+        entries.push_back(entry);
+        return true;
+    });
+}
+
 std::vector<corekit::FileInfo> DirectoryEntries(const corekit::String& directory,
                                                 const corekit::String& pattern) {
     std::vector<corekit::FileInfo> entries;
-    Forgive(corekit::Dir::Scan(directory, pattern, [&](const corekit::FileInfo& entry) {
-        entries.push_back(entry);
-        return true;
-    }));
+    Forgive(ReadEntries(directory, pattern, entries));
     return entries;
 }
 

@@ -18,6 +18,7 @@
 namespace deploykit::ItemInstallers::RCScriptBackend {
 
 using corekit::Dir;
+using corekit::Result;
 using corekit::String;
 
 namespace File = corekit::File;
@@ -108,15 +109,15 @@ bool Install(const String& name, const String& templatePath, const String& insta
     return levels.start.IsEmpty() || isStartedByLinks || isStartedByUnit;
 }
 
-bool Uninstall(const String& name) {
-    if (!IsServiceName(name)) return false;
+Result Uninstall(const String& name) {
+    if (!IsServiceName(name)) return Result(EINVAL);
     const String script = GetLocation(name);
-    const bool isUnitGone = SystemdUnit::Remove(name);
+    Result result = SystemdUnit::Remove(name);
     // The tools know a service only as long as its script is there.
     if (File::Exists(script)) RunLinkTool(&LinkTool::remove, name);
-    const bool areLinksGone = RunLevelLinks::Remove(name);
-    const corekit::Result removal = File::Remove(script);
-    return isUnitGone && areLinksGone && (removal.Ok() || removal.Code() == ENOENT);
+    result = Graver(result, RunLevelLinks::Remove(name));
+    const Result removal = File::Remove(script);
+    return removal.Code() == ENOENT ? result : Graver(result, removal);
 }
 
 String GetLocation(const String& name) {

@@ -1,6 +1,7 @@
 // Service scripts: installing them under /etc/init.d and registering them with whatever starts this host.
 #pragma once
 
+#include "corekit/Result.h"
 #include "corekit/String.h"
 
 namespace deploykit::ItemInstallers {
@@ -23,7 +24,7 @@ bool Install(const corekit::String& name, const corekit::String& templatePath,
              const corekit::String& stopLevels);
 
 /// Undoes all of `Install`, whichever way the service was registered; a service that is not there is success.
-bool Uninstall(const corekit::String& name);
+corekit::Result Uninstall(const corekit::String& name);
 
 /// The path of the service script: /etc/init.d/NAME.
 corekit::String GetLocation(const corekit::String& name);

@@ -2,6 +2,7 @@
 #include "deploykit/RunLevelLinks.h"
 
 #include <algorithm>
+#include <vector>
 
 #include "corekit/Dir.h"
 #include "corekit/File.h"
@@ -12,6 +13,7 @@ namespace deploykit::RunLevelLinks {
 
 using corekit::Dir;
 using corekit::FileInfo;
+using corekit::Result;
 using corekit::String;
 
 namespace File = corekit::File;
@@ -79,15 +81,21 @@ void MakeDirectories(const ServiceLevels& levels) {
     }
 }
 
-bool Remove(const String& name) {
-    bool isClean = true;
+Result Remove(const String& name) {
+    Result result;
+    const auto entriesOf = [&result](const String& directory, const String& pattern) {
+        std::vector<FileInfo> entries;
+        const Result read = ReadEntries(directory, pattern, entries);
+        if (IsTrouble(read)) result = Graver(result, read);
+        return entries;
+    };
     for (const wchar_t* parent : kParents) {
-        for (const FileInfo& level : DirectoryEntries(parent, L"rc?.d")) {
-            for (const FileInfo& link : DirectoryEntries(level.path, kAllLinks + name))
-                isClean = (link.isDirectory || File::Remove(link.path).Ok()) && isClean;
+        for (const FileInfo& level : entriesOf(parent, L"rc?.d")) {
+            for (const FileInfo& link : entriesOf(level.path, kAllLinks + name))
+                result = Graver(result, link.isDirectory ? Result() : File::Remove(link.path));
         }
     }
-    return isClean;
+    return result;
 }
 
 }  // namespace deploykit::RunLevelLinks

@@ -2,6 +2,7 @@
 // /etc/rcN.d or /etc/rc.d/rcN.d. Names are plain: no "/" and no wildcards.
 #pragma once
 
+#include "corekit/Result.h"
 #include "deploykit/ServiceScript.h"
 
 namespace deploykit::RunLevelLinks {
@@ -16,7 +17,7 @@ void Make(const corekit::String& name, const ServiceLevels& levels);
 /// Makes the directories of levels that have none.
 void MakeDirectories(const ServiceLevels& levels);
 
-/// Removes every start and stop link of the service; false when one is left.
-bool Remove(const corekit::String& name);
+/// Removes every start and stop link of the service; fails when one is left.
+corekit::Result Remove(const corekit::String& name);
 
 }  // namespace deploykit::RunLevelLinks

@@ -1,6 +1,7 @@
 // Native units on disk: writing them, and the links that enable them.
 #include "deploykit/SystemdUnit.h"
 
+#include <cerrno>
 #include <unistd.h>
 #include <vector>
 
@@ -15,6 +16,7 @@ namespace deploykit::SystemdUnit {
 
 using corekit::Dir;
 using corekit::FileInfo;
+using corekit::Result;
 using corekit::String;
 
 namespace File = corekit::File;
@@ -45,9 +47,12 @@ String UnitPath(const String& name) {
     return Path::Join(kUnitDir, FileName(name));
 }
 
-bool IsMasked(const String& name) {
+/// Refuses (EPERM) a unit that the administrator masked; where the system does not tell, the result is why.
+Result RefuseMask(const String& name) {
     String target;
-    return Path::Canonicalise(UnitPath(name), target).Ok() && target == L"/dev/null";
+    const Result found = Path::Canonicalise(UnitPath(name), target);
+    if (IsTrouble(found)) return found;
+    return found && target == L"/dev/null" ? Result(EPERM) : Result();
 }
 
 void TellSystemd() {
@@ -74,29 +79,38 @@ bool Enable(const String& name, const std::vector<String>& targets) {
 }
 
 /// All links by which targets, or units that an administrator chose, pull the unit in.
-std::vector<FileInfo> EnablingLinks(const String& name) {
-    std::vector<FileInfo> links;
+Result EnablingLinks(const String& name, std::vector<FileInfo>& links) {
+    Result result;
+    const auto read = [&result](const String& directory, const String& pattern,
+                                std::vector<FileInfo>& found) {
+        const Result reading = ReadEntries(directory, pattern, found);
+        if (IsTrouble(reading)) result = Graver(result, reading);
+    };
     for (const wchar_t* pattern : {L"*.wants", L"*.requires"}) {
-        for (const FileInfo& directory : DirectoryEntries(kUnitDir, pattern)) {
-            const std::vector<FileInfo> found = DirectoryEntries(directory.path, FileName(name));
-            links.insert(links.end(), found.begin(), found.end());
-        }
+        std::vector<FileInfo> directories;
+        read(kUnitDir, pattern, directories);
+        for (const FileInfo& directory : directories) read(directory.path, FileName(name), links);
     }
-    return links;
+    return result;
 }
 
-bool RemoveLink(const FileInfo& link) {
-    if (!File::Remove(link.path)) return false;
+Result RemoveLink(const FileInfo& link) {
+    if (const Result result = File::Remove(link.path); !result) return result;
     // A directory that holds no link any more goes too, as with `systemctl disable`; any other stays.
     rmdir(Path::GetDirectory(link.path).Utf8().c_str());
-    return true;
+    return Result();
 }
 
-/// True when all were removed.
-bool RemoveLinks(const std::vector<FileInfo>& links) {
-    bool areGone = true;
-    for (const FileInfo& link : links) areGone = RemoveLink(link) && areGone;
-    return areGone;
+Result RemoveLinks(const std::vector<FileInfo>& links) {
+    Result result;
+    for (const FileInfo& link : links) result = Graver(result, RemoveLink(link));
+    return result;
+}
+
+Result RemoveEnablingLinks(const String& name) {
+    std::vector<FileInfo> links;
+    const Result result = EnablingLinks(name, links);
+    return Graver(result, RemoveLinks(links));
 }
 
 }  // namespace
@@ -106,24 +120,27 @@ bool IsSupported() {
 }
 
 bool Install(const String& name, const String& script, const String& startLevels) {
-    if (IsMasked(name)) return true;
+    if (const Result mask = RefuseMask(name); !mask) return mask.Code() == EPERM;
     const std::vector<String> targets = TargetsOf(startLevels);
-    const bool isReady = RemoveLinks(EnablingLinks(name)) && Dir::CreateR(kUnitDir).Ok() &&
+    const bool isReady = RemoveEnablingLinks(name) && Dir::CreateR(kUnitDir).Ok() &&
                          File::Write(UnitPath(name), UnitText(name, script, targets)).Ok() &&
                          Enable(name, targets);
     TellSystemd();
     return isReady;
 }
 
-bool Remove(const String& name) {
-    const std::vector<FileInfo> links = EnablingLinks(name);
-    const bool hasUnit = !IsMasked(name) && !DirectoryEntries(kUnitDir, FileName(name)).empty();
-    if (links.empty() && !hasUnit) return true;
+Result Remove(const String& name) {
+    std::vector<FileInfo> links;
+    Result result = EnablingLinks(name, links);
+    const Result mask = RefuseMask(name);
+    if (IsTrouble(mask)) result = Graver(result, mask);
+    const bool hasUnit = mask && !DirectoryEntries(kUnitDir, FileName(name)).empty();
+    if (links.empty() && !hasUnit) return result;
 
-    const bool areLinksGone = RemoveLinks(links);
-    const bool isUnitGone = !hasUnit || File::Remove(UnitPath(name)).Ok();
+    result = Graver(result, RemoveLinks(links));
+    if (hasUnit) result = Graver(result, File::Remove(UnitPath(name)));
     TellSystemd();
-    return areLinksGone && isUnitGone;
+    return result;
 }
 
 }  // namespace deploykit::SystemdUnit

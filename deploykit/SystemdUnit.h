@@ -2,6 +2,7 @@
 // no "/" and no wildcards.
 #pragma once
 
+#include "corekit/Result.h"
 #include "corekit/String.h"
 
 namespace deploykit::SystemdUnit {
@@ -16,7 +17,7 @@ bool IsSupported();
 bool Install(const corekit::String& name, const corekit::String& script, const corekit::String& startLevels);
 
 /// Removes the unit and every link that enables it, and tells a running systemd if there were any; a mask
-/// stays. False when something of it is left.
-bool Remove(const corekit::String& name);
+/// stays. Fails when something of it is left.
+corekit::Result Remove(const corekit::String& name);
 
 }  // namespace deploykit::SystemdUnit

@@ -36,10 +36,11 @@ bool WriteWrapper(const String& wrapper, const String& text) {
     return File::WriteBytes(wrapper, text.Utf8(), 0755).Ok() && File::Chmod(wrapper, 0755).Ok();
 }
 
-/// True when no file or link stands there afterwards; a directory of the name is none of ours.
-bool RemoveFile(const String& path) {
+/// Success when no file or link stands there afterwards; a directory of the name is none of ours.
+Result RemoveFile(const String& path) {
     const Result removal = File::Remove(path);
-    return removal.Ok() || removal.Code() == ENOENT || removal.Code() == ENOTDIR || File::IsDirectory(path);
+    const bool isGone = removal.Code() == ENOENT || removal.Code() == ENOTDIR || File::IsDirectory(path);
+    return isGone ? Result() : removal;
 }
 
 }  // namespace
@@ -52,10 +53,11 @@ bool Install(const String& program, const String& linkDir, const String& program
     return !linkDir.IsEmpty() && File::SymLink(wrapper, Path::Join(linkDir, program)).Ok();
 }
 
-bool Uninstall(const String& program, const String& linkDir, const String& programDir) {
-    const bool isLinked = !linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir);
-    const bool isLinkGone = !isLinked || RemoveFile(Path::Join(linkDir, program));
-    return RemoveFile(Path::Join(programDir, program)) && isLinkGone;
+Result Uninstall(const String& program, const String& linkDir, const String& programDir) {
+    Result result;
+    if (!linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir))
+        result = RemoveFile(Path::Join(linkDir, program));
+    return Graver(result, RemoveFile(Path::Join(programDir, program)));
 }
 
 }  // namespace deploykit::ItemInstallers::WrapperLinkBackend

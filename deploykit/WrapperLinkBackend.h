@@ -2,6 +2,7 @@
 // calls it.
 #pragma once
 
+#include "corekit/Result.h"
 #include "corekit/String.h"
 
 namespace deploykit::ItemInstallers {
@@ -14,9 +15,9 @@ namespace WrapperLinkBackend {
 bool Install(const corekit::String& program, const corekit::String& linkDir,
              const corekit::String& programDir, const corekit::String& environmentScript);
 
-/// Removes both; a directory of that name is left alone. True when nothing of them is left.
-bool Uninstall(const corekit::String& program, const corekit::String& linkDir,
-               const corekit::String& programDir);
+/// Removes both; a directory of that name is left alone. Success when nothing of them is left.
+corekit::Result Uninstall(const corekit::String& program, const corekit::String& linkDir,
+                          const corekit::String& programDir);
 
 }  // namespace WrapperLinkBackend
 }  // namespace deploykit::ItemInstallers

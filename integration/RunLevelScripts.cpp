@@ -42,7 +42,7 @@ bool InstallService(const SetupContext& context, const String& installDir) {
     if (!conf.ReadResult())
         return false;  // one that cannot be read names no levels: nothing would start the agent
     const RunLevels levels = SplitRunLevels(conf.GetValue(Names::kConfiguration, L"runlevels_start"));
-    static_cast<void>(RCScriptBackend::Uninstall(Names::kServiceName));
+    Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
     return RCScriptBackend::Install(Names::kServiceName, templatePath, installDir, levels.startList,
                                     levels.stopList);
 }
@@ -53,7 +53,7 @@ bool PlaceControlScript(const String& controlScript, bool startsOnBoot) {
         return corekit::File::SymLink(service, controlScript).Ok();
     }
     const bool copied = corekit::File::Copy(service, controlScript).Ok();
-    if (copied) static_cast<void>(RCScriptBackend::Uninstall(Names::kServiceName));
+    if (copied) Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
     return copied;
 }
 

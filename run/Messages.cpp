@@ -22,6 +22,10 @@ void Warn(const String& text) {
     corekit::Console::Err(Local(text));
 }
 
+void WarnKept(const String& path, const String& why) {
+    Warn(L"WARNING! " + Shown(path) + L" is kept: " + Shown(why) + L".\n");
+}
+
 String Ascii(const String& text) {
     return String::FromUtf8(corekit::StringEncoder::Ascii(text));
 }

@@ -16,6 +16,9 @@ void Tell(const corekit::String& text);
 /// Warnings and errors: to standard error, quiet or not.
 void Warn(const corekit::String& text);
 
+/// "WARNING! <path> is kept: <why>.", of what should go and does not.
+void WarnKept(const corekit::String& path, const corekit::String& why);
+
 /// The value as it may stand in a message: control characters as \xNN.
 inline corekit::String Shown(const corekit::String& value) {
     return corekit::Text::Printable(value);

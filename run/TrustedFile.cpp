@@ -16,6 +16,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Result;
 using corekit::String;
 namespace Path = corekit::Path;
 
@@ -45,17 +46,17 @@ bool OthersCanWrite(const struct stat& info) {
 }
 
 /// Can others put files into the directory, or put another one in its place? `directory` is canonical.
-bool OthersCanWriteBelow(const String& directory, ChosenBy chosenBy) {
-    if (directory == Names::kHandOverDir) return true;
-    for (String place = directory;; place = Path::GetDirectory(place)) {
+Result FindExposure(const String& directory, ChosenBy chosenBy, bool& exposed) {
+    for (String place = directory; !exposed; place = Path::GetDirectory(place)) {
         struct stat info {};
-        if (stat(place.Utf8().c_str(), &info) != 0) return true;
+        if (stat(place.Utf8().c_str(), &info) != 0) return Result::FromErrno();
         // The sticky bit keeps all others from replacing what lies there, but not the directory's owner.
         const bool byItsOwner = chosenBy == ChosenBy::Program && !IsOurs(info.st_uid);
         const bool isSticky = place != directory && (info.st_mode & S_ISVTX) != 0;
-        if (byItsOwner || ((info.st_mode & S_IWOTH) != 0 && !isSticky)) return true;
-        if (place == L"/") return false;
+        exposed = byItsOwner || ((info.st_mode & S_IWOTH) != 0 && !isSticky);
+        if (place == L"/") break;
     }
+    return Result();
 }
 
 /// Why a file in a directory that others can write must not be used; empty when it may be.
@@ -77,18 +78,21 @@ String WhyNotUsed(const corekit::Result& opened, const struct stat& info) {
 TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     String directory = Path::GetDirectory(path);
     if (directory.IsEmpty()) directory = L".";
+    m_isExposed = directory == Names::kHandOverDir;
     String canonical;
-    if (m_opened = Path::Canonicalise(directory, canonical); !m_opened) {
+    m_opened = Path::Canonicalise(directory, canonical);
+    if (m_opened) m_opened = FindExposure(canonical, chosenBy, m_isExposed);
+    if (!m_opened) {
         m_whyNot = GetErrorMsg(m_opened);
         return;
     }
-    const bool exposed = directory == Names::kHandOverDir || OthersCanWriteBelow(canonical, chosenBy);
-    const auto links = exposed ? corekit::Links::Refused : corekit::Links::Followed;
+    const auto links = m_isExposed ? corekit::Links::Refused : corekit::Links::Followed;
     // By the path that was judged, which no link leads elsewhere meanwhile.
     const String canonicalPath = Path::Join(canonical, Path::GetFileName(path));
     struct stat info {};
     m_opened = corekit::OpenRegular(AT_FDCWD, corekit::NativePath(canonicalPath), links, m_file, info);
-    if (exposed) m_whyNot = WhyNotUsed(m_opened, info);
+    m_isThere = info.st_mode != 0;
+    if (m_isExposed) m_whyNot = WhyNotUsed(m_opened, info);
 }
 
 bool TrustedFile::MayBeUsed() const {
@@ -100,7 +104,7 @@ void TrustedFile::WarnNotUsed(const String& why) const {
     Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + why + L".\n");
 }
 
-corekit::Result TrustedFile::Read(std::string& bytes) const {
+Result TrustedFile::Read(std::string& bytes) const {
     return m_opened ? corekit::File::ReadBytes(m_file, bytes) : m_opened;
 }
 

@@ -27,6 +27,15 @@ class TrustedFile {
 
     const corekit::String& Path() const { return m_path; }
 
+    /// Is nothing there? A link that may not be followed is something.
+    bool IsAbsent() const { return !m_isThere && IsAbsence(m_opened); }
+
+    /// May it be there, although it cannot be read now?
+    bool IsUnreadable() const { return IsTrouble(m_opened); }
+
+    /// Can others write in its directory, so that they could bring that about?
+    bool IsExposed() const { return m_isExposed; }
+
     /// Why the file must not be used: empty when it may be.
     const corekit::String& WhyNot() const { return m_whyNot; }
 
@@ -43,6 +52,8 @@ class TrustedFile {
     corekit::String m_path;
     corekit::String m_whyNot;
     corekit::Result m_opened;
+    bool m_isThere = false;    // known to be
+    bool m_isExposed = false;  // known to be
     corekit::Descriptor m_file;
 };
 

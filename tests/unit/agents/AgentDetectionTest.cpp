@@ -1,6 +1,8 @@
 // Where an installed agent's configuration is looked for, in which order, and whose file is believed.
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "agents/Agent56.h"
@@ -8,11 +10,14 @@
 #include "agents/Agent62.h"
 #include "agents/AgentDetection.h"
 #include "agents/CurrentAgent.h"
+#include "agents/UnreadableAgent.h"
 #include "agents/UnsupportedAgent.h"
 #include "run/Args.h"
+#include "run/Error.h"
 #include "run/TrustedFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EnvironmentVariable.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
 #include "tests/support/StandIn.h"
@@ -190,6 +195,24 @@ TEST_F(InstalledAgent, IsDecidedByTheFirstFileThatExists) {
     EXPECT_EQ(agent->VersionLabel(), L"");
     EXPECT_EQ(agent->InstallDir(), L"/opt/package");
     EXPECT_EQ(agent->ConfPath(), L"");
+}
+
+// Else the administrator's values would give way to defaults, and a clean would report what is there as gone.
+TEST_F(InstalledAgent, WhoseFileCannotBeReadNowIsNeitherPassedOverNorTouched) {
+    Lay(kDefault, 1);
+    Lay(kMigrate, 2);
+    for (const int call : {SYS_newfstatat, SYS_readlink, SYS_openat, SYS_read}) {
+        const int verdict = testsupport::WithFailing({{call, EIO}}, [] {
+            const auto agent = FindInstalledAgent();
+            if (!Is<UnreadableAgent>(agent)) return 1;
+            const bool fails = agent->LoadSettings() == nullptr && !agent->RemoveSystemIntegration() &&
+                               !agent->RemoveFiles(L"") && !agent->Clean();
+            const String told = L"Missing or unreadable file in install. File: ";
+            return fails && Error::m_sErrorText == told + String::FromUtf8(kDefault) ? 0 : 2;
+        });
+        EXPECT_EQ(verdict, 0) << call;
+    }
+    EXPECT_EQ(Found(), "/opt/601");
 }
 
 TEST_F(InstalledAgent, OfTheInventorySolutionIsNotSupported) {

@@ -1,9 +1,12 @@
 // What goes with an agent of version 6.x, what stays, and what a damaged client.conf cannot reach.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 
 #include "agents/FileRemoval60.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -201,6 +204,63 @@ TEST_F(FileRemoval60, ReadsEverythingBeforeItsClientConfGoes) {
     Write("/opt/agent/var/queue/a.kse", "");
     RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"));
     EXPECT_FALSE(Exists(kAgent));
+}
+
+// By it the next run finds what is left.
+TEST_F(FileRemoval60, KeepsItsClientConfUntilAllElseHasGone) {
+    const auto prepare = [] {
+        Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
+        for (const std::string name :
+             {"var/queue/a.kse", "var/tasks/a.kst", "bin/qdn-agent.bin", "etc/host.GUID"})
+            Write(std::string(kAgent) + "/" + name, "");
+    };
+    const auto remove = [] { RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf")); };
+    for (const int call : {SYS_newfstatat, SYS_unlinkat, SYS_openat, SYS_getdents64}) {
+        prepare();
+        const IniFile conf(L"/opt/agent/etc/client.conf");
+        const auto output = testsupport::Captured([&] {
+            testsupport::WithFailing({{call, EIO}}, [&] {
+                RemoveInstalledFiles60(conf);
+                return 0;
+            });
+        });
+        EXPECT_TRUE(Exists("/opt/agent/etc/client.conf")) << call;
+        EXPECT_EQ(output.err,
+                  "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
+        remove();
+        EXPECT_FALSE(Exists(kAgent)) << call;
+    }
+}
+
+TEST_F(FileRemoval60, GoesWholeWhateverFailsForAMoment) {
+    const auto prepare = [] {
+        Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
+        for (const std::string name : {"var/queue/a.kse", "bin/qdn-agent.bin", "etc/host.GUID", "etc/other"})
+            Write(std::string(kAgent) + "/" + name, "");
+    };
+    const auto remove = [] {
+        const IniFile conf(L"/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration,
+                           IniFile::KeyCase::Exact);
+        RemoveInstalledFiles60(conf);
+        return 0;
+    };
+    const int points = testsupport::FailInTurn(testsupport::kFileCalls, EIO, prepare, remove, [](int) {
+        EXPECT_FALSE(Exists(kAgent));
+        std::filesystem::remove_all(kAgent);
+    });
+    EXPECT_GE(points, 100);
+}
+
+TEST_F(FileRemoval60, KeepsItsClientConfForWhatIsLeftFromBefore) {
+    Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
+    Write("/opt/agent/etc/other", "");
+    Zorvane::AgentInstaller::Leftovers left;
+    left.Add(corekit::Result(EIO));
+    const auto output =
+        testsupport::Captured([&] { RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"), left); });
+    EXPECT_TRUE(Exists("/opt/agent/etc/client.conf"));
+    EXPECT_FALSE(Exists("/opt/agent/etc/other"));
+    EXPECT_EQ(output.err, "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
 }
 
 TEST_F(FileRemoval60, RemovesTheDocumentOfTheServerWithAndWithoutItsPort) {

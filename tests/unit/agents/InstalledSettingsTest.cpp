@@ -1,7 +1,12 @@
 // Which settings an installed agent's client.conf gives.
+#include <cerrno>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
 #include "agents/InstalledSettings.h"
+#include "run/Error.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -201,6 +206,37 @@ TEST_F(InstalledSettings, FromTheCopyOfAnInterruptedUpgradeHaveTheGuidThatItHasC
     const auto settings =
         LoadInstalledSettings(IniFile(String::FromUtf8(m_dir / "etc/client.conf.old")), Generation::Agent60);
     EXPECT_EQ(settings->Value(L"Guid"), L"{1234}");
+}
+
+// Without it the run would take the identifier away from a host that has one.
+TEST_F(InstalledSettings, AreNoneWhenTheGuidMayBeThereAndCannotBeRead) {
+    const std::string guidFile = m_dir / "host.GUID";
+    const std::string text = "[Configuration]\nguid_guid_file=" + guidFile + "\n";
+    testfiles::Write(m_dir / "client.conf", text);
+    const IniFile conf(String::FromUtf8(m_dir / "client.conf"));
+    for (const int call : {SYS_newfstatat, SYS_openat, SYS_read}) {
+        for (const int errnoValue : {EIO, EACCES, EMFILE}) {
+            testfiles::Write(guidFile, "{1}\nnull");
+            EXPECT_EQ(testsupport::WithFailing(
+                          {{call, errnoValue}},
+                          [&] {
+                              const bool isNone = LoadInstalledSettings(conf, Generation::Agent60) == nullptr;
+                              const String told = L"Missing or unreadable file in install. File: ";
+                              return isNone && Error::m_sErrorText == told + String::FromUtf8(guidFile) ? 0
+                                                                                                        : 1;
+                          }),
+                      0)
+                << call << ": " << errnoValue;
+        }
+    }
+    EXPECT_EQ(LoadInstalledSettings(conf, Generation::Agent60)->Get(L"Guid"), L"{1}");
+}
+
+TEST_F(InstalledSettings, HaveNoGuidWhenADirectoryStandsInItsPlace) {
+    std::filesystem::create_directory(m_dir / "host.GUID");
+    const auto settings = Load("[Configuration]\nguid_guid_file=" + (m_dir / "host.GUID") + "\n");
+    ASSERT_NE(settings, nullptr);
+    EXPECT_FALSE(settings->Exists(L"Guid"));
 }
 
 TEST_F(InstalledSettings, HaveNoGuidWhenItsFileIsNotThere) {

@@ -1,10 +1,13 @@
 // Where an agent's data goes on an upgrade, and when the old install directory may go.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 
 #include "agents/Relocation.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::IniFile;
@@ -91,6 +94,36 @@ TEST_F(Relocation, MovesToAnotherFileSystem) {
     EXPECT_FALSE(Exists("/opt/old/queue"));
 }
 
+// A store that passed for missing would go with the old install directory.
+TEST_F(Relocation, LosesNoDataWhateverFails) {
+    const std::string oldEntries = "installdir=/opt/old\nevent_queue_dir=/opt/old/queue\n";
+    const std::string newEntries = "installdir=/opt/new\nevent_queue_dir=/opt/new/queue\n";
+    const IniFile oldConf = Conf("old.conf", oldEntries);
+    const IniFile newConf = Conf("new.conf", newEntries);
+    const auto relocate = [&] {
+        RemoveOldInstallation(oldConf, newConf, MoveData(oldConf, newConf));
+        return 0;
+    };
+    const auto prepare = [] {
+        std::filesystem::remove_all("/opt/new");
+        std::filesystem::remove_all("/opt/old");
+        Write("/opt/new/etc/client.conf", "");
+        Write("/opt/old/queue/a.kse", "event");
+    };
+    const auto expectData = [](int) {
+        EXPECT_TRUE(Exists("/opt/new/queue/a.kse") || Exists("/opt/old/queue/a.kse"));
+    };
+    int points = 0;
+    testsupport::Captured([&] {
+        points = testsupport::FailInTurn(testsupport::kFileCalls, EIO, prepare, relocate, expectData);
+        for (const int call : testsupport::kFileCalls) {
+            prepare();
+            expectData(testsupport::WithFailing({{call, EIO}}, relocate));
+        }
+    });
+    EXPECT_GE(points, 50);
+}
+
 TEST_F(Relocation, MovesNothingInPlace) {
     Write("/opt/agent/queue/a.kse", "event");
     std::filesystem::create_directory_symlink("/opt/agent", "/opt/link");
@@ -123,6 +156,20 @@ TEST_F(Relocation, LeavesWhatStandsAtTheNewPlaceAndTellsWhatStays) {
     EXPECT_EQ(Read("/opt/new/queue/one"), "one");
     EXPECT_EQ(Read("/opt/old/queue/both"), "old");
     EXPECT_FALSE(Exists("/opt/old/queue/one"));
+}
+
+// What a run that was killed had copied to another file system, and not removed yet.
+TEST_F(Relocation, CompletesAMoveThatHasBeenCopied) {
+    Write("/opt/old/queue/both", "same");
+    Write("/opt/old/queue/tree/file", "same");
+    Write("/opt/new/queue/both", "same");
+    Write("/opt/new/queue/tree/file", "same");
+    Write("/opt/new/queue/tree/removed", "of the old one");
+    EXPECT_EQ(
+        Move("event_queue_dir=/opt/old/queue\n", "event_queue_dir=/opt/new/queue\n", DataMove::Complete), "");
+    EXPECT_FALSE(Exists("/opt/old/queue"));
+    EXPECT_EQ(Read("/opt/new/queue/both"), "same");
+    EXPECT_EQ(Read("/opt/new/queue/tree/removed"), "of the old one");
 }
 
 TEST_F(Relocation, KeepsWhatAFullDiskCannotTake) {
@@ -252,8 +299,8 @@ TEST_F(Relocation, KeepsATreeThatTheNewConfigurationLeadsInto) {
 }
 
 TEST_F(Relocation, TellsAllThatIsKeptAsItMayBeShown) {
-    Write("/opt/old\x1b/queue/both", "");
-    Write("/opt/new/queue/both", "");
+    Write("/opt/old\x1b/queue/both", "old");
+    Write("/opt/new/queue/both", "new");
     EXPECT_EQ(
         Move("event_queue_dir=/opt/old\x1b/queue\n", "event_queue_dir=/opt/new/queue\n", DataMove::Partial),
         "WARNING! /opt/old\\x1b/queue is kept: /opt/new/queue has entries of the same name.\n");

@@ -1,10 +1,13 @@
 // How version 5.6 leaves the host's super-server, and which signal that gets.
+#include <cerrno>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
 #include "agents/SuperServers.h"
 #include "corekit/Dir.h"
 #include "tests/support/Captured.h"
 #include "tests/support/ChildProcess.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 
@@ -55,6 +58,18 @@ TEST_F(SuperServers, LoseTheBlockInXinetdsConfiguration) {
     EXPECT_EQ(Read(kXinetd), "defaults\n{\n}\nincludedir /etc/xinetd.d\n");
     EXPECT_EQ(Mode(kXinetd), 0600u);
     EXPECT_EQ(m_server.EndedBy(), SIGUSR2);
+}
+
+TEST_F(SuperServers, LoseTheirLinesWhereTheToolsCannotBePreparedFor) {
+    for (const int call : {SYS_mkdir, SYS_link}) {
+        Write(kInetd, "ftp stream tcp\n# Zorvane agent\nqdnmsg stream tcp\n");
+        Write(kServices, "ssh 22/tcp\nqdnm 402/tcp\n");
+        EXPECT_EQ(testsupport::WithFailing({{call, ENOSPC}},
+                                           [] { return RemoveSuperServerEntries().Any() ? 1 : 0; }),
+                  0);
+        EXPECT_EQ(Read(kInetd), "ftp stream tcp\n") << call;
+        EXPECT_EQ(Read(kServices), "ssh 22/tcp\n") << call;
+    }
 }
 
 TEST_F(SuperServers, LoseTheListenerInTheDirectoryThatXinetdIncludes) {

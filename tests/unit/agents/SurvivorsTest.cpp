@@ -16,6 +16,8 @@ using Zorvane::AgentInstaller::Survivors;
 
 namespace {
 
+Zorvane::AgentInstaller::Leftovers left;  // by all of them
+
 class SurvivorsTest : public testing::Test {
   protected:
     void SetUp() override {
@@ -46,9 +48,9 @@ class SurvivorsTest : public testing::Test {
 TEST_F(SurvivorsTest, AreNoneOnAClean) {
     const Survivors none = Of("");
     EXPECT_FALSE(none.Include(L"/opt/agent/etc/client.proto"));
-    none.RemoveOthers(L"/opt/agent/etc/t*");
+    none.RemoveOthers(L"/opt/agent/etc/t*", left);
     EXPECT_EQ(Left(), (std::set<std::string>{"one", ".hidden"}));
-    none.RemoveOthersInTree(L"/opt/agent/etc");
+    none.RemoveOthersInTree(L"/opt/agent/etc", left);
     EXPECT_FALSE(Exists("/opt/agent/etc"));
 }
 
@@ -58,11 +60,11 @@ TEST_F(SurvivorsTest, AreWhatTheNewConfigurationNames) {
     EXPECT_TRUE(named.Include(L"/opt/agent/etc"));
     EXPECT_FALSE(named.Include(L"/opt/agent/etc/one"));
     EXPECT_FALSE(named.Include(L"/opt/agent/etc/client.proto"));
-    named.RemoveOthers(L"/opt/agent/etc/t*");
+    named.RemoveOthers(L"/opt/agent/etc/t*", left);
     EXPECT_EQ(Left(), (std::set<std::string>{"one", "tree", ".hidden"}));
-    named.RemoveOthersInTree(L"/opt/agent/etc");
+    named.RemoveOthersInTree(L"/opt/agent/etc", left);
     EXPECT_EQ(Left(), (std::set<std::string>{"tree"}));
-    named.RemoveOthers(L"/opt/agent/etc/tree");
+    named.RemoveOthers(L"/opt/agent/etc/tree", left);
     EXPECT_EQ(Left(), (std::set<std::string>{"tree"}));
 }
 
@@ -89,9 +91,9 @@ TEST_F(SurvivorsTest, AreNotTakenForInPlaceWithoutAnInstallDirectory) {
 
 TEST_F(SurvivorsTest, RemovesHiddenFilesWithTheTreeOnly) {
     const Survivors inPlace = Of("installdir=/opt/agent\n");
-    inPlace.RemoveOthers(L"/opt/agent/etc/*");
+    inPlace.RemoveOthers(L"/opt/agent/etc/*", left);
     EXPECT_EQ(Left(), (std::set<std::string>{".hidden"}));
-    inPlace.RemoveOthersInTree(L"/opt/agent/etc");
+    inPlace.RemoveOthersInTree(L"/opt/agent/etc", left);
     EXPECT_EQ(Left(), (std::set<std::string>{}));
 }
 
@@ -102,12 +104,12 @@ TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
         Write("/usr/bin/qdn-a", "");
         Write("/usr/bin/qdn-b", "");
         const Survivors survivors = Of(entries);
-        survivors.RemoveOthers(L"/usr/bin/qdn-*");
-        survivors.RemoveOthers(L"/opt/agent/bin/qdn-*");
+        survivors.RemoveOthers(L"/usr/bin/qdn-*", left);
+        survivors.RemoveOthers(L"/opt/agent/bin/qdn-*", left);
         EXPECT_TRUE(Exists("/usr/bin/qdn-a"));
-        survivors.RemoveOthers(L"/usr/bin/qdn-b");
+        survivors.RemoveOthers(L"/usr/bin/qdn-b", left);
         EXPECT_FALSE(Exists("/usr/bin/qdn-b"));
-        survivors.RemoveOthers(L"/usr/bin/qdn-*", HostDirectory::Meant);
+        survivors.RemoveOthers(L"/usr/bin/qdn-*", left, HostDirectory::Meant);
         EXPECT_FALSE(Exists("/usr/bin/qdn-a"));
     }
 }
@@ -115,14 +117,14 @@ TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
 TEST_F(SurvivorsTest, AreAllWhereTheNewConfigurationCannotBeRead) {
     testfiles::Write("/opt/agent/bin/killem", "");
     const Survivors survivors(L"/opt", L"/opt/agent/");  // a directory
-    survivors.RemoveOthers(L"/opt/agent/bin/killem");
-    survivors.RemoveOthersInTree(L"/opt/agent/bin");
+    survivors.RemoveOthers(L"/opt/agent/bin/killem", left);
+    survivors.RemoveOthersInTree(L"/opt/agent/bin", left);
     EXPECT_TRUE(Exists("/opt/agent/bin/killem"));
 }
 
 TEST_F(SurvivorsTest, EmptiesNoHostDirectoryBehindALink) {
     std::filesystem::remove_all("/opt/agent/etc");
     std::filesystem::create_directory_symlink("/etc", "/opt/agent/etc");
-    Of("installdir=/opt/agent\n").RemoveOthersInTree(L"/opt/agent/etc");
+    Of("installdir=/opt/agent\n").RemoveOthersInTree(L"/opt/agent/etc", left);
     EXPECT_TRUE(Exists("/etc/passwd"));
 }

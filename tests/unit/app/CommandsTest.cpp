@@ -1,5 +1,8 @@
 // The three commands: their options, refusals, usage texts and statuses.
+#include <cerrno>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
 #include "app/AgentInstaller.h"
 #include "app/CleanCommand.h"
@@ -7,6 +10,7 @@
 #include "run/Args.h"
 #include "run/RunLock.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 
@@ -135,6 +139,20 @@ TEST_F(Commands, CleanOfABaseWithoutAConfigurationIsNoFailure) {
     EXPECT_EQ(
         m_output.out,
         "Can't find client.conf file: /opt/no\\x1bne/etc/client.conf\nCheck parameter <Agent-Base-Dir>.\n\n");
+}
+
+TEST_F(Commands, CleanOfAConfigurationThatCannotBeReadNowFails) {
+    testfiles::Write("/opt/base/etc/client.conf", "[Configuration]\ninstalldir=/opt/base\n");
+    const auto clean = [] {
+        unsigned status = 0;
+        Captured([&] { status = CleanCommand().Run({L"/opt/base", L"-quiet"}); });
+        return static_cast<int>(status);
+    };
+    for (const int call : {SYS_readlink, SYS_newfstatat}) {
+        EXPECT_EQ(testsupport::WithFailing({{call, EIO}}, clean), 1) << call;
+        EXPECT_TRUE(testfiles::Exists("/opt/base/etc/client.conf"));
+    }
+    std::filesystem::remove_all("/opt/base");
 }
 
 TEST_F(Commands, CleanIsRefusedWhileSolutionsDependOnTheAgent) {

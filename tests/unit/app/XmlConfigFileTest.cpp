@@ -1,11 +1,15 @@
 // The XML configuration file: where it is looked for, when it is used, and when it goes.
+#include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "app/XmlConfigFile.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -133,6 +137,26 @@ TEST_F(XmlConfigFileTest, RemovesFromTheFixedDirectoriesOnly) {
     m_file.Remove();
     EXPECT_TRUE(testfiles::Exists(m_directory / "work/here" + kName));
     EXPECT_FALSE(testfiles::Exists(std::string("/opt/zorvane") + kName));
+}
+
+TEST_F(XmlConfigFileTest, AFileThatCouldNotBeReadIsKept) {
+    const std::string path = std::string("/opt/zorvane") + kName;
+    testfiles::Write(path, Document("opt"));
+    constexpr int kUsed = 1;
+    const auto loadAndRemove = [] {
+        XmlConfigFile file;
+        const auto settings = file.Load();
+        file.Remove();
+        return settings ? kUsed : 0;
+    };
+    testsupport::FailInTurn(
+        {SYS_newfstatat, SYS_openat, SYS_read, SYS_readlink}, EIO,
+        [&] { testfiles::Write(path, Document("opt")); },
+        [&] {
+            const int used = loadAndRemove();
+            return used == kUsed || testfiles::Exists(path) ? 0 : 1;
+        },
+        [](int isLost) { EXPECT_EQ(isLost, 0); });
 }
 
 TEST_F(XmlConfigFileTest, RemovesOnlyTheFirst) {

@@ -3,9 +3,11 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "corekit/File.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
@@ -36,6 +38,28 @@ TEST(FileExists, FollowsLinks) {
     EXPECT_FALSE(File::Exists(dir("file") + std::wstring(1, L'\0')));
 }
 
+TEST(FileExists, UnlessTheSystemSaysThatNothingIsThere) {
+    const auto whileTroubled = [](int errnoValue, auto&& answer) {
+        return testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_stat, errnoValue}}, answer);
+    };
+    for (const int errnoValue : {EIO, EACCES, EINTR, EMFILE}) {
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Exists(L"/nowhere") ? 1 : 0; }), 1);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::MayBeDirectory(L"/nowhere") ? 1 : 0; }), 1);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::IsDirectory(L"/usr") ? 1 : 0; }), 0);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::RefuseLink(L"/usr/bin").Code(); }), errnoValue);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Find(L"/usr").Code(); }), errnoValue);
+    }
+    EXPECT_EQ(whileTroubled(ENOENT, [] { return File::Exists(L"/usr") ? 1 : 0; }), 0);
+}
+
+TEST(FileMayBeDirectory, OnlyWhereOneMayBe) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    EXPECT_TRUE(File::MayBeDirectory(dir("")));
+    EXPECT_FALSE(File::MayBeDirectory(dir("file")));
+    EXPECT_FALSE(File::MayBeDirectory(dir("none")));
+}
+
 TEST(FileIsDirectory, FollowsLinks) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
@@ -50,21 +74,21 @@ TEST(FileIsDirectory, FollowsLinks) {
     EXPECT_FALSE(File::IsDirectory(L""));
 }
 
-TEST(FileIsLink, IsAboutThePathItself) {
+TEST(FileRefuseLink, IsAboutThePathItself) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     testfiles::Write(dir / "sub/file", "");
     fs::create_symlink("sub", dir / "link");
     fs::create_symlink("nowhere", dir / "dangling");
-    EXPECT_TRUE(File::IsLink(dir("link")));
-    EXPECT_TRUE(File::IsLink(dir("link//")));
-    EXPECT_TRUE(File::IsLink(dir("dangling")));
-    EXPECT_FALSE(File::IsLink(dir("link/file")));
-    EXPECT_FALSE(File::IsLink(dir("sub")));
-    EXPECT_FALSE(File::IsLink(dir("sub/file")));
-    EXPECT_FALSE(File::IsLink(dir("none")));
-    EXPECT_FALSE(File::IsLink(L"/"));
-    EXPECT_FALSE(File::IsLink(L""));
+    EXPECT_FALSE(File::RefuseLink(dir("link")));
+    EXPECT_FALSE(File::RefuseLink(dir("link//")));
+    EXPECT_FALSE(File::RefuseLink(dir("dangling")));
+    EXPECT_TRUE(File::RefuseLink(dir("link/file")));
+    EXPECT_TRUE(File::RefuseLink(dir("sub")));
+    EXPECT_TRUE(File::RefuseLink(dir("sub/file")));
+    EXPECT_TRUE(File::RefuseLink(dir("none")));
+    EXPECT_TRUE(File::RefuseLink(L"/"));
+    EXPECT_TRUE(File::RefuseLink(L""));
 }
 
 TEST(FileAccess, TellsWhatTheEffectiveUserMay) {

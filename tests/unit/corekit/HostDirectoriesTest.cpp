@@ -1,16 +1,18 @@
 // Which directories belong to the host.
+#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
 #include "corekit/HostDirectories.h"
 #include "corekit/SystemCall.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/Workspace.h"
 
 using corekit::IsHostDirectory;
-using corekit::IsHostName;
 using corekit::Place;
 using corekit::String;
 using testsupport::Mount;
@@ -24,7 +26,7 @@ namespace {
 bool NamesHost(const String& path) {
     Place place;
     EXPECT_TRUE(Place::Of(path, place)) << path.Utf8();
-    return IsHostName(place.At());
+    return !corekit::RefuseHostName(place.At());
 }
 
 }  // namespace
@@ -113,6 +115,32 @@ TEST(HostDirectories, CountWhereTheNameIsALinkAndWhereItIsMissing) {
         for (const wchar_t* path : {L"/lost", L"/data", L"/nowhere"})
             EXPECT_FALSE(IsHostDirectory(path)) << path;
     });
+}
+
+// A removal that went on would cost the host its directories.
+TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
+    const Workspace dir;
+    const corekit::String path = dir("");
+    for (const int errnoValue : {EIO, EACCES, EMFILE}) {
+        const auto refused = [&](const corekit::String& place) {
+            return testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
+                                            [&] { return corekit::RefuseHostDirectory(place).Code(); });
+        };
+        EXPECT_EQ(refused(path), errnoValue);
+        EXPECT_EQ(refused(L"/usr"), EPERM);  // known by its name
+        EXPECT_EQ(testsupport::WithFailing({{SYS_openat, errnoValue}},
+                                           [&] { return corekit::RefuseHostDirectory(path).Code(); }),
+                  errnoValue);
+        EXPECT_EQ(testsupport::WithFailing({{SYS_getdents64, errnoValue}},
+                                           [&] { return corekit::RefuseHostDirectory(path).Code(); }),
+                  errnoValue);
+        Place place;
+        ASSERT_TRUE(Place::Of(path + L"/file", place));
+        EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
+                                           [&] { return corekit::RefuseHostName(place.At()).Code(); }),
+                  errnoValue);
+    }
+    EXPECT_TRUE(corekit::RefuseHostDirectory(path));
 }
 
 TEST(HostNames, AreThoseOfTheStandardWhateverStandsThere) {

@@ -6,6 +6,9 @@
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 
+using corekit::Graver;
+using corekit::IsAbsence;
+using corekit::IsTrouble;
 using corekit::Result;
 
 TEST(Result, IsSuccessByDefault) {
@@ -28,6 +31,35 @@ TEST(Result, HoldsAnErrnoValue) {
 TEST(Result, TakesWhatErrnoTells) {
     errno = EACCES;
     EXPECT_EQ(Result::FromErrno(), Result(EACCES));
+}
+
+TEST(Result, SaysThatNothingIsThereOnlyWhereTheSystemDoes) {
+    for (const int code : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG})
+        EXPECT_TRUE(IsAbsence(Result(code))) << code;
+    for (const int code : {0, EIO, EACCES, EINTR, EMFILE, ENOSPC, EPERM, EISDIR})
+        EXPECT_FALSE(IsAbsence(Result(code))) << code;
+}
+
+TEST(Result, IsTroubleWhereAnotherTryMayGoWell) {
+    for (const int code : {EIO, EACCES, EINTR, EMFILE, ENFILE, ENOMEM, ENOSPC, EDQUOT, ESTALE})
+        EXPECT_TRUE(IsTrouble(Result(code))) << code;
+    for (const int code :
+         {0, ENOENT, ENOTDIR, ELOOP, EPERM, EBUSY, EROFS, EISDIR, EINVAL, EFBIG, EEXIST, ENOTEMPTY})
+        EXPECT_FALSE(IsTrouble(Result(code))) << code;
+}
+
+TEST(Result, OfTwoIsTheOneThatTellsMore) {
+    const Result ok;
+    const Result refused(EPERM);
+    const Result busy(EBUSY);
+    const Result trouble(EIO);
+    EXPECT_EQ(Graver(ok, ok), ok);
+    EXPECT_EQ(Graver(ok, refused), refused);
+    EXPECT_EQ(Graver(refused, ok), refused);
+    EXPECT_EQ(Graver(refused, busy), refused);
+    EXPECT_EQ(Graver(refused, trouble), trouble);
+    EXPECT_EQ(Graver(trouble, refused), trouble);
+    EXPECT_EQ(Graver(trouble, Result(EMFILE)), trouble);
 }
 
 TEST(Result, HasTheSystemsText) {

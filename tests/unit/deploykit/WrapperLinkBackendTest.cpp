@@ -36,7 +36,7 @@ class Installation {
                                 String::FromUtf8(Bin() + "/qdn-env"));
     }
     bool Uninstall(const std::string& linkDir) const {
-        return Backend::Uninstall(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()));
+        return Backend::Uninstall(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin())).Ok();
     }
 
   private:

@@ -22,7 +22,7 @@ class RunLevelScripts : public testsupport::Installation {
         }
     }
     void TearDown() override {
-        deploykit::ItemInstallers::RCScriptBackend::Uninstall(L"zorvane");
+        Forgive(deploykit::ItemInstallers::RCScriptBackend::Uninstall(L"zorvane"));
         std::filesystem::remove("/etc/SuSE-release");
         std::filesystem::remove("/etc/UnitedLinux-release");
     }
