@@ -33,6 +33,7 @@ namespace {
 
 constexpr const wchar_t* kPrivateDirectory = L".qdn-configure.XXXXXX";
 constexpr const wchar_t* kAllPrivateDirectories = L".qdn-configure.??????";
+constexpr int kFurtherAttempts = 10;
 constexpr const wchar_t* kEdited = L"/stuff";
 constexpr const wchar_t* kKept = L"kept.";  // and the file's name
 constexpr const wchar_t* kAllKept = L"kept.*";
@@ -268,10 +269,12 @@ Result DeleteLines(const String& path, const String& command, std::span<const De
     Edit edit;
     Result result = Plan(path, deleted, edit);
     if (result && !edit.IsDone()) result = EditByCommand(edit, command);
-    if (!IsTrouble(result)) return result;
     // Lines that stay now would stay for good: nothing looks for them when the new agent is in place.
-    result = Plan(path, deleted, edit);
-    return result && !edit.IsDone() ? File::WriteBytes(edit.file, edit.remaining) : result;
+    for (int attempt = 0; IsTrouble(result) && attempt < kFurtherAttempts; ++attempt) {
+        result = Plan(path, deleted, edit);
+        if (result && !edit.IsDone()) result = File::WriteBytes(edit.file, edit.remaining);
+    }
+    return result;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -77,6 +77,7 @@ bool SaveUnknownConf(const String& original, const String& copy) {
 }  // namespace
 
 void MergeInstalledSettings(ConfigureRun& run) {
+    Error::m_sErrorText = String();
     const auto old = run.installed->LoadSettings();
     const String confPath = run.installed->ConfPath();
     if (old) {
