@@ -10,7 +10,7 @@ import signal
 import stat
 import traceback
 
-LARGE_TREES = ("/etc", "/usr")
+LARGE_TREES = ("/etc", "/usr", "/var")
 SMALL = ("/opt", "/tmp", "/var/tmp")
 OLD_AGENT = "/opt/zorvane/kell/ksagent"
 EMPTY = ("/run/lock",)
@@ -54,13 +54,18 @@ def enter_copy():
     """Puts this process on a copy of its own, which goes with it."""
     here = os.getcwd()
     enter_namespace()
-    for tree in LARGE_TREES + SMALL:
+    trees = LARGE_TREES + SMALL
+    # Held open: /var, once it is covered, would cover /var/tmp.
+    lower = {tree: os.open(tree, os.O_PATH | os.O_DIRECTORY) for tree in trees}
+    for tree in trees:
         upper, work = (f"{POINT}/{kind}/{tree.replace('/', '-')}" for kind in ("changes", "work"))
         os.makedirs(upper)
         os.makedirs(work)
         shutil.copymode(tree, upper)
-        options = f"lowerdir={tree},upperdir={upper},workdir={work}"
+        options = f"lowerdir=/proc/self/fd/{lower[tree]},upperdir={upper},workdir={work}"
         mount("overlay", tree, options + ("" if is_everyone_mapped() else ",userxattr"))
+    for descriptor in lower.values():
+        os.close(descriptor)
     for directory in EMPTY:
         mount("tmpfs", directory, "mode=1777")
     os.chdir(here)
@@ -134,6 +139,11 @@ def tree():
         upper = f"{POINT}/changes/{overlaid.replace('/', '-')}"
         paths.update(overlaid + path[len(upper):] for path in paths_below(upper))
     return {path: look_at(path) for path in paths}
+
+
+def digest(seen):
+    """Tells one tree from another."""
+    return hashlib.sha1(repr(sorted(seen.items())).encode()).digest()
 
 
 @functools.cache
