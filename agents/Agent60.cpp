@@ -5,7 +5,7 @@
 #include "agents/InstalledSettings.h"
 #include "agents/JobStore.h"
 #include "agents/PackageStore.h"
-#include "agents/ProgramLinks.h"
+#include "agents/ProgramLinkRemoval.h"
 #include "agents/Relocation.h"
 #include "agents/ServiceRegistration.h"
 #include "agents/SuperServers.h"

@@ -8,6 +8,7 @@
 #include "corekit/Dir.h"
 #include "corekit/HostDirectories.h"
 #include "corekit/Path.h"
+#include "corekit/Wildcard.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -61,15 +62,15 @@ bool Survivors::IsOurs(const String& path) const {
 void Survivors::RemoveOthers(const String& pattern, Leftovers& left,
                              File::HostDirectory hostDirectory) const {
     const String directory = Path::GetDirectory(pattern);
-    const bool isPlain = pattern.Mid(directory.Length()).FindOneOf(L"*?[") == String::npos;
-    if (m_newConf == nullptr || isPlain) {
+    const String name = Path::GetFileName(pattern);
+    if (m_newConf == nullptr || !corekit::HasWildcard(name.Utf8())) {
         if (!Include(pattern)) left.Add(File::RemoveEx(pattern, hostDirectory));
         return;
     }
     if (hostDirectory == File::HostDirectory::Refused) {
         if (const Result ours = corekit::RefuseHostDirectory(directory); !ours) return left.Add(ours);
     }
-    RemoveOtherEntries(directory, Path::GetFileName(pattern), left);
+    RemoveOtherEntries(directory, name, left);
 }
 
 void Survivors::RemoveOthersInTree(const String& directory, Leftovers& left) const {

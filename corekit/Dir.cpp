@@ -81,6 +81,19 @@ Result Dir::Scan(const String& path, const String& pattern,
     return directory.ReadResult();
 }
 
+Result Dir::ReadEntries(const String& path, const String& pattern, std::vector<FileInfo>& entries) {
+    return Scan(path, pattern, [&](const FileInfo& entry) {
+        entries.push_back(entry);
+        return true;
+    });
+}
+
+std::vector<FileInfo> Dir::Entries(const String& path, const String& pattern) {
+    std::vector<FileInfo> entries;
+    Forgive(ReadEntries(path, pattern, entries));
+    return entries;
+}
+
 Result Dir::CreateR(const String& path) {
     const Result result = Create(path);
     const bool isAboveInTheWay = result.Code() == ENOENT || result.Code() == ENOTDIR;

@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "corekit/Result.h"
 #include "corekit/String.h"
@@ -35,6 +36,13 @@ class Dir {
     /// be opened, or not be read to its end.
     static Result Scan(const String& path, const String& pattern,
                        const std::function<bool(const FileInfo&)>& visit);
+
+    /// Adds all that `Scan` would visit to a list: entries can be removed while that is walked. What was read
+    /// before a failure counts.
+    static Result ReadEntries(const String& path, const String& pattern, std::vector<FileInfo>& entries);
+
+    /// The same for a caller to whom what cannot be read is not there.
+    static std::vector<FileInfo> Entries(const String& path, const String& pattern);
 
     /// Creates a directory (mode 0755) with all missing parents; one that exists already is success.
     static Result CreateR(const String& path);

@@ -7,7 +7,6 @@
 #include "corekit/Dir.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
-#include "deploykit/DirectoryEntries.h"
 
 namespace deploykit::RunLevelLinks {
 
@@ -45,7 +44,7 @@ String LevelDirectory(wchar_t level) {
 
 /// Init runs a link by its name: only a link right there counts, wherever it leads.
 bool HasLink(const String& directory, const String& links, const String& name) {
-    return !directory.IsEmpty() && !DirectoryEntries(directory, links + name).empty();
+    return !directory.IsEmpty() && !Dir::Entries(directory, links + name).empty();
 }
 
 /// Relative as the host's own tools make them, unless its directories of levels lie elsewhere.
@@ -85,7 +84,7 @@ Result Remove(const String& name) {
     Result result;
     const auto entriesOf = [&result](const String& directory, const String& pattern) {
         std::vector<FileInfo> entries;
-        const Result read = ReadEntries(directory, pattern, entries);
+        const Result read = Dir::ReadEntries(directory, pattern, entries);
         if (IsTrouble(read)) result = Graver(result, read);
         return entries;
     };

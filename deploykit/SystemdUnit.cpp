@@ -5,10 +5,10 @@
 #include <unistd.h>
 #include <vector>
 
+#include "corekit/Dir.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
 #include "corekit/Program.h"
-#include "deploykit/DirectoryEntries.h"
 #include "deploykit/HostTool.h"
 #include "deploykit/UnitText.h"
 
@@ -83,7 +83,7 @@ Result EnablingLinks(const String& name, std::vector<FileInfo>& links) {
     Result result;
     const auto read = [&result](const String& directory, const String& pattern,
                                 std::vector<FileInfo>& found) {
-        const Result reading = ReadEntries(directory, pattern, found);
+        const Result reading = Dir::ReadEntries(directory, pattern, found);
         if (IsTrouble(reading)) result = Graver(result, reading);
     };
     for (const wchar_t* pattern : {L"*.wants", L"*.requires"}) {
@@ -134,7 +134,7 @@ Result Remove(const String& name) {
     Result result = EnablingLinks(name, links);
     const Result mask = RefuseMask(name);
     if (IsTrouble(mask)) result = Graver(result, mask);
-    const bool hasUnit = mask && !DirectoryEntries(kUnitDir, FileName(name)).empty();
+    const bool hasUnit = mask && !Dir::Entries(kUnitDir, FileName(name)).empty();
     if (links.empty() && !hasUnit) return result;
 
     result = Graver(result, RemoveLinks(links));

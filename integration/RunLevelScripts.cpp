@@ -37,10 +37,10 @@ String TemplateName(const String& distribution) {
 }
 
 bool InstallService(const SetupContext& context, const String& installDir) {
-    const String templatePath = installDir + L"/etc/" + TemplateName(DetectDistribution());
     const corekit::IniFile conf(context.confPath);
-    if (!conf.ReadResult())
-        return false;  // one that cannot be read names no levels: nothing would start the agent
+    // One that cannot be read names no levels: nothing would start the agent.
+    if (!conf.ReadResult()) return false;
+    const String templatePath = installDir + L"/etc/" + TemplateName(DetectDistribution());
     const RunLevels levels = SplitRunLevels(conf.GetValue(Names::kConfiguration, L"runlevels_start"));
     Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
     return RCScriptBackend::Install(Names::kServiceName, templatePath, installDir, levels.startList,
@@ -49,12 +49,10 @@ bool InstallService(const SetupContext& context, const String& installDir) {
 
 bool PlaceControlScript(const String& controlScript, bool startsOnBoot) {
     const String service = RCScriptBackend::GetLocation(Names::kServiceName);
-    if (startsOnBoot) {
-        return corekit::File::SymLink(service, controlScript).Ok();
-    }
-    const bool copied = corekit::File::Copy(service, controlScript).Ok();
-    if (copied) Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
-    return copied;
+    if (startsOnBoot) return corekit::File::SymLink(service, controlScript).Ok();
+    if (!corekit::File::Copy(service, controlScript)) return false;
+    Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
+    return true;
 }
 
 }  // namespace

@@ -109,6 +109,24 @@ TEST(DirScan, StopsWhenItIsTold) {
     EXPECT_EQ(Dir::Scan(dir("none"), L"", [](const FileInfo&) { return true; }), Result(ENOENT));
 }
 
+TEST(DirEntries, AreThoseThatMatch) {
+    const Workspace dir;
+    fs::create_symlink("nowhere", dir / "S99agent");
+    testfiles::Write(dir / "K01agent", "");
+    const std::vector<FileInfo> entries = Dir::Entries(dir(""), L"S??agent");
+    ASSERT_EQ(entries.size(), 1U);
+    EXPECT_EQ(entries[0].name, L"S99agent");
+    EXPECT_EQ(entries[0].path.Utf8(), dir / "S99agent");
+    EXPECT_FALSE(entries[0].isDirectory);
+}
+
+TEST(DirEntries, AreNoneOfADirectoryThatIsNotThere) {
+    EXPECT_THAT(Dir::Entries(L"/nowhere", L"*"), IsEmpty());
+    std::vector<FileInfo> entries;
+    EXPECT_EQ(Dir::ReadEntries(L"/nowhere", L"*", entries), Result(ENOENT));
+    EXPECT_THAT(entries, IsEmpty());
+}
+
 TEST(DirCreateR, MakesAllThatIsMissing) {
     const Workspace dir;
     fs::create_directory(dir / "real");

@@ -1,7 +1,7 @@
 // Which program links go with an agent, and which stay.
 #include <gtest/gtest.h>
 
-#include "agents/ProgramLinks.h"
+#include "agents/ProgramLinkRemoval.h"
 #include "run/Args.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"

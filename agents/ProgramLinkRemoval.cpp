@@ -1,11 +1,11 @@
 // Which links of each agent version go, and which stay.
-#include "agents/ProgramLinks.h"
+#include "agents/ProgramLinkRemoval.h"
 
 #include <climits>
 #include <unistd.h>
 #include <vector>
 
-#include "config/PathMacros.h"
+#include "config/AgentPrograms.h"
 #include "corekit/Dir.h"
 #include "corekit/File.h"
 #include "corekit/Path.h"
@@ -22,26 +22,8 @@ namespace Path = corekit::Path;
 
 namespace {
 
-constexpr std::size_t kProgramSuffixLength = 4;  // of ".bin"
-
-String ProgramDir(String installDir) {
-    EnsureTrailingChar(installDir, L'/');
-    return installDir + L"bin";
-}
-
 void SayRemoving(const String& linkDir) {
     Messages::Say(L"  Removing qdn-* links in " + Messages::Shown(linkDir) + L"\n");
-}
-
-/// Everything but directories. Read to the end first, so that what is removed cannot upset the reading.
-std::vector<FileInfo> FilesIn(const String& directory, const String& pattern, Leftovers& left) {
-    std::vector<FileInfo> files;
-    const auto collect = [&](const FileInfo& entry) {
-        if (!entry.isDirectory) files.push_back(entry);
-        return true;
-    };
-    left.Add(corekit::Dir::Scan(directory, pattern, collect));
-    return files;
 }
 
 Result ReadLink(const String& link, String& target) {
@@ -69,8 +51,9 @@ void RemoveWrappers(const String& programDir, const String& linkDir, Leftovers& 
         left.Add(
             deploykit::ItemInstallers::WrapperLinkBackend::Uninstall(program, whereLinksAre, programDir));
     };
-    for (const FileInfo& file : FilesIn(programDir, L"qdn-*.bin", left)) {
-        const String program = file.name.Left(file.name.Length() - kProgramSuffixLength);
+    std::vector<String> programs;
+    left.Add(FindPrograms(programDir, programs));
+    for (const String& program : programs) {
         if (program != L"qdn-configure") removeLink(program);
     }
     RemoveHelperLinks(linkDir, left);
@@ -81,18 +64,21 @@ void RemoveWrappers(const String& programDir, const String& linkDir, Leftovers& 
 
 Leftovers RemoveProgramLinks60(const String& installDir, const String& linkDir) {
     if (installDir.IsEmpty() || linkDir.IsEmpty()) return {};
-    if (Path::IsMatch(linkDir, ProgramDir(installDir))) return {};
+    if (Path::IsMatch(linkDir, ProgramDirectory(installDir))) return {};
     SayRemoving(linkDir);
     return TryTwice([&](Leftovers& left) {
-        for (const FileInfo& link : FilesIn(linkDir, L"qdn-*", left))
-            left.Add(corekit::File::Remove(link.path));
+        std::vector<FileInfo> links;
+        left.Add(corekit::Dir::ReadEntries(linkDir, L"qdn-*", links));
+        for (const FileInfo& link : links) {
+            if (!link.isDirectory) left.Add(corekit::File::Remove(link.path));
+        }
     });
 }
 
 Leftovers RemoveWrapperLinks(const String& installDir, const String& linkDir) {
     if (installDir.IsEmpty()) return {};
     SayRemoving(linkDir);
-    return TryTwice([&](Leftovers& left) { RemoveWrappers(ProgramDir(installDir), linkDir, left); });
+    return TryTwice([&](Leftovers& left) { RemoveWrappers(ProgramDirectory(installDir), linkDir, left); });
 }
 
 }  // namespace Zorvane::AgentInstaller
