@@ -12,7 +12,6 @@ import traceback
 
 LARGE_TREES = ("/etc", "/usr", "/var")
 SMALL = ("/opt", "/tmp", "/var/tmp")
-OLD_AGENT = "/opt/zorvane/kell/ksagent"
 EMPTY = ("/run/lock",)
 POINT = "/run/faults/point"
 SECONDS = 60  # that a point may take
