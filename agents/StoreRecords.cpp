@@ -7,7 +7,9 @@
 
 #include "corekit/File.h"
 #include "corekit/IniFile.h"
+#include "corekit/Place.h"
 #include "corekit/Text.h"
+#include "corekit/TreeComparison.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -43,6 +45,13 @@ bool IsThere(const String& path) {
     std::error_code error;
     return std::filesystem::symlink_status(path.Utf8(), error).type() !=
            std::filesystem::file_type::not_found;
+}
+
+bool IsCopy(const String& path, const String& original) {
+    corekit::Place place;
+    corekit::Place originalPlace;
+    return corekit::Place::Of(path, place) && corekit::Place::Of(original, originalPlace) &&
+           corekit::Holds(place.At(), originalPlace.At());
 }
 
 }  // namespace
@@ -84,7 +93,10 @@ bool WriteRecord(const String& path, const String& text, const String& oldPath) 
 }
 
 bool MoveIfPresent(const String& from, const String& to) {
-    return !IsThere(from) || IsThere(to) || File::Rename(from, to).Ok();
+    if (!IsThere(from)) return true;
+    if (!IsThere(to)) return File::Rename(from, to).Ok();
+    if (IsCopy(to, from)) corekit::Forgive(File::Remove(from));
+    return true;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -29,7 +29,8 @@ bool ReadXmlRecord(const corekit::String& path, corekit::String& text);
 /// record stands there, or it cannot be written. A record with that text is left as it is.
 bool WriteRecord(const corekit::String& path, const corekit::String& text, const corekit::String& oldPath);
 
-/// Renames a file that exists, unless the target does. False when the rename fails.
+/// Renames a file that exists, unless the target does; where that is a copy of it, as an upgrade leaves that
+/// was cut off, the file goes. False when the rename fails.
 bool MoveIfPresent(const corekit::String& from, const corekit::String& to);
 
 }  // namespace Zorvane::AgentInstaller

@@ -132,4 +132,8 @@ TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
     EXPECT_TRUE(MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to")));
     EXPECT_EQ(Read(temp / "from"), "two");
     EXPECT_EQ(Read(temp / "to"), "one");
+    Write(temp / "from", "one");
+    EXPECT_TRUE(MoveIfPresent(PathOf(temp, "from"), PathOf(temp, "to")));
+    EXPECT_FALSE(Exists(temp / "from"));
+    EXPECT_EQ(Read(temp / "to"), "one");
 }
