@@ -17,7 +17,6 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::Dir;
 using corekit::FileInfo;
-using corekit::Forgive;
 using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
