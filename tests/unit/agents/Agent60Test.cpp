@@ -3,6 +3,7 @@
 
 #include "agents/Agent60.h"
 #include "run/Args.h"
+#include "run/Error.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
@@ -114,6 +115,13 @@ TEST_F(Agent60OnDisk, StaysInPlaceOnAnUpgradeToItsOwnDirectory) {
     Write(m_dir / "new.conf", "[Configuration]\nname=new\ninstalldir=" + m_agentDir + "\n");
     EXPECT_TRUE(m_agent.RemoveFiles(NewConf()));
     EXPECT_EQ(m_agent.Calls().Utf8(), "packages:new client-logs[" + m_agentDir + "]:old ");
+    EXPECT_TRUE(Exists(m_agentDir + "/etc/client.conf"));
+}
+
+TEST_F(Agent60OnDisk, TouchesNothingWithoutAFileThatSaysWhereItsDataGoes) {
+    EXPECT_FALSE(m_agent.RelocateFiles(String::FromUtf8(m_dir / "none")));
+    EXPECT_EQ(Error::m_sErrorText, L"Failed to read configuration files.");
+    EXPECT_EQ(m_agent.Calls(), L"");
     EXPECT_TRUE(Exists(m_agentDir + "/etc/client.conf"));
 }
 

@@ -1,4 +1,5 @@
 // What goes with an agent of version 5.6, and what an upgrade of it leaves standing.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "agents/FileRemoval56.h"
+#include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -14,6 +16,7 @@ using corekit::String;
 using testfiles::Exists;
 using testfiles::TempDir;
 using testfiles::Write;
+using Zorvane::AgentInstaller::Leftovers;
 using Zorvane::AgentInstaller::RemoveInstalledFiles56;
 
 namespace {
@@ -153,6 +156,18 @@ TEST_F(FileRemoval56, RemovesEachOfItsFilesAndNoOther) {
     ExpectAll(kStay, true);
     EXPECT_EQ(NamesIn(kUsualDir), (std::set<std::string>{"any", "bin", "var"}));
     for (const std::string& file : kStay) std::filesystem::remove(file);
+}
+
+TEST_F(FileRemoval56, KeepsItsClientConfForWhatIsLeftFromBefore) {
+    const std::string etc = std::string(kUsualDir) + "/etc/";
+    WriteAll({etc + "client.conf", etc + "other"});
+    Write(m_temp / "client.conf", "[Configuration]\n");
+    Leftovers left;
+    left.Add(corekit::Result(EIO));
+    const auto output =
+        testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), L"", left); });
+    EXPECT_EQ(NamesIn(etc), std::set<std::string>{"client.conf"});
+    EXPECT_EQ(output.err, "WARNING! " + etc + "client.conf is kept: not everything could be removed.\n");
 }
 
 TEST_F(FileRemoval56, LooksWhereItsClientConfSays) {

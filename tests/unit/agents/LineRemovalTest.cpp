@@ -139,6 +139,14 @@ TEST_F(LineRemoval, ClearsUpAfterARunThatWasKilled) {
     EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
 }
 
+TEST_F(LineRemoval, ClearsUpWhatARunThatKeptNothingYetLeft) {
+    Write(m_file, "a\nAgent\n");
+    std::filesystem::create_directory(m_dir / ".qdn-configure.abcdef");
+    Delete();
+    EXPECT_EQ(Read(m_file), "a\n");
+    EXPECT_EQ(Names(), std::vector<std::string>{"conf"});
+}
+
 TEST_F(LineRemoval, LeavesWhatARunKeptOfAnotherFileToWhoEditsThat) {
     const std::string other = m_dir / "other";
     Write(m_file, "a\nAgent\n");
@@ -261,6 +269,14 @@ TEST_F(LineRemoval, BringsTheFileBackWhenTheCommandRemovesIt) {
     Delete(L"rm %1");
     EXPECT_EQ(Read(m_file), kOld);
     EXPECT_EQ(Mode(m_file), 0600u);
+}
+
+TEST_F(LineRemoval, KeepsTheOldContentWhereItCannotBePutBack) {
+    Write(m_file, kOld);
+    Delete(L"rm %1; mkdir %1");
+    const auto names = Names();
+    ASSERT_EQ(names.size(), 2U);
+    EXPECT_EQ(Read(m_dir / names[0] + "/kept.conf"), kOld) << names[0];
 }
 
 // Nothing looks for those lines when the new agent is in place. Here the tools' calls fail as well: what a
