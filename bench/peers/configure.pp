@@ -24,7 +24,7 @@ file { "${dir}/etc/client.conf":
 }
 file { "${dir}/bin/qdn-env": mode => '0555', content => expanded($facts['environment_template']) }
 file { '/etc/init.d/zorvane':
-  mode    => '0755',
+  mode    => '0544',
   content => with_lines(expanded("${dir}/etc/rcscript.proto.linux"), [
     ['# Default-Start:', " ${starts.join(' ')}"], ['# Default-Stop:', " ${stops.join(' ')}"],
     ['# chkconfig:', " ${starts.join()} 90 10"]]),

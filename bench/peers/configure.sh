@@ -65,7 +65,7 @@ register_service() {
     expand -e "s/^\(# Default-Start:\).*/\1 $starts/" -e "s/^\(# Default-Stop:\).*/\1 $stops/" \
         -e "s/^\(# chkconfig:\) [0-9]*/\1 $(echo "$starts" | tr -d ' ')/" \
         "$dir/etc/rcscript.proto.linux" >/etc/init.d/zorvane
-    chmod 755 /etc/init.d/zorvane
+    chmod 544 /etc/init.d/zorvane
     for level in $starts; do ln -s ../init.d/zorvane "/etc/rc$level.d/S99zorvane"; done
     for level in $stops; do ln -s ../init.d/zorvane "/etc/rc$level.d/K01zorvane"; done
     ln -s /etc/init.d/zorvane "$dir/bin/rcscript"
