@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "corekit/File.h"
 #include "corekit/IniFile.h"
@@ -69,10 +70,10 @@ bool AddField(Fields& fields, const String& name, const String& text) {
 }
 
 bool ReadFields(const String& path, const String& section, Fields& fields) {
-    String text;
-    if (!File::Read(path, text) || HoldsMoreThan(section, text)) return false;
+    std::string bytes;
+    if (!File::ReadBytes(path, bytes) || HoldsMoreThan(section, String::FromUtf8(bytes))) return false;
     IniFile::Entries entries;
-    IniFile(path).GetEntries(section, entries);
+    IniFile(path, std::move(bytes), IniFile::KeyCase::Exact).GetEntries(section, entries);
     for (const auto& [key, value] : entries) {
         if (!AddField(fields, FieldName(key), value)) return false;
     }

@@ -1,8 +1,10 @@
 // Reading and replacing the records of older stores.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 
 #include "agents/StoreRecords.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -75,6 +77,21 @@ TEST(StoreRecords, RefusesARecordThatItCannotCarryWhole) {
     EXPECT_FALSE(ReadFields(PathOf(temp, "missing"), L"Info", fields));
     EXPECT_FALSE(ReadFields(PathOf(temp, "."), L"Info", fields));
     EXPECT_EQ(fields, Fields());
+}
+
+TEST(StoreRecords, ReadsTheWholeRecordOrSaysThatItCannot) {
+    const TempDir temp;
+    const String path = PathOf(temp, "info");
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EACCES, [&] { Write(temp / "info", "[Info]\na=1\n"); },
+        [&] {
+            Fields fields;
+            const bool isRead = ReadFields(path, L"Info", fields);
+            EXPECT_EQ(isRead, fields == Fields({{L"A", L"1"}}));
+            return 0;
+        },
+        [](int) {});
+    EXPECT_GT(points, 2);
 }
 
 TEST(StoreRecords, ReadsAnXmlRecordThatIsThere) {
