@@ -46,10 +46,19 @@ String ConfiguredDirectory(const IniFile& conf, const String& key) {
     return UsableDirectory(conf.GetValue(Names::kConfiguration, key));
 }
 
-String NamedWithin(const IniFile& conf, const String& place) {
+std::vector<String> NamedPaths(const IniFile& conf) {
+    std::vector<String> paths;
     for (const NamedPath& named : kNamedPaths) {
-        String path = conf.GetValue(named.section, named.key);
-        if (!path.IsEmpty() && corekit::Path::IsWithin(path, place)) return path;
+        const String path = conf.GetValue(named.section, named.key);
+        if (!path.IsEmpty()) paths.push_back(path);
+    }
+    return paths;
+}
+
+String NamedWithin(const IniFile& conf, const String& place) {
+    const corekit::Path::Lineage within(place);
+    for (const String& path : NamedPaths(conf)) {
+        if (corekit::Path::Lineage(path).IsWithin(within)) return path;
     }
     return String();
 }

@@ -1,6 +1,8 @@
 // The directories and files that a client.conf names, read so that a damaged file leads no clean-up astray.
 #pragma once
 
+#include <vector>
+
 #include "corekit/IniFile.h"
 #include "corekit/String.h"
 
@@ -17,8 +19,11 @@ corekit::String UsableDirectory(const corekit::String& value);
 /// The same for a key of the section Configuration.
 corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const corekit::String& key);
 
-/// The first path of a client.conf that is `place` or lies below it; empty when there is none. Looked at are
-/// the install directory, the stores, the variable data, the GUID file, the log and the certificates.
+/// The paths that a client.conf names, as they stand there, without the empty ones: the install directory,
+/// the stores, the variable data, the GUID file, the log and the certificates.
+std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
+
+/// The first of NamedPaths that is `place` or lies below it; empty when there is none.
 corekit::String NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 
 }  // namespace Zorvane::AgentInstaller

@@ -7,14 +7,13 @@
 #include "agents/ConfiguredPaths.h"
 #include "corekit/Dir.h"
 #include "corekit/HostDirectories.h"
-#include "corekit/Path.h"
+#include "corekit/IniFile.h"
 #include "corekit/Wildcard.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::Dir;
 using corekit::FileInfo;
-using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
@@ -35,24 +34,28 @@ constexpr const char* kOurFiles[] = {
 
 }  // namespace
 
-Survivors::Survivors(const String& newConfPath, const String& oldInstallDir) {
-    if (newConfPath.IsEmpty()) return;
-    m_newConf = std::make_unique<const IniFile>(newConfPath);
-    const String newInstallDir = ConfiguredDirectory(*m_newConf, L"installdir");
-    if (!oldInstallDir.IsEmpty() && Path::IsMatch(newInstallDir, oldInstallDir)) m_installDir = oldInstallDir;
+Survivors::Survivors(const String& newConfPath, const String& oldInstallDir)
+    : m_isClean(newConfPath.IsEmpty()) {
+    if (m_isClean) return;
+    const corekit::IniFile newConf(newConfPath);
+    m_mayBeAny = !newConf.ReadResult();
+    for (const String& path : NamedPaths(newConf)) m_named.emplace_back(path);
+    const String newInstallDir = ConfiguredDirectory(newConf, L"installdir");
+    if (oldInstallDir.IsEmpty() || !Path::IsMatch(newInstallDir, oldInstallDir)) return;
+    m_installDir = oldInstallDir;
+    m_libraries = Path::Lineage(m_installDir + kLibraryTree);
 }
 
 bool Survivors::Include(const String& path) const {
-    if (!m_spared.IsEmpty() && Path::IsWithin(m_spared, path)) return true;
-    // One that cannot be read may name anything.
-    if (m_newConf != nullptr && !m_newConf->ReadResult()) return true;
-    return m_newConf != nullptr && (IsOurs(path) || !NamedWithin(*m_newConf, path).IsEmpty());
+    if (m_mayBeAny || IsOurs(path)) return true;
+    const Path::Lineage place(path);
+    return place.IsWithin(m_libraries) ||
+           std::ranges::any_of(m_named, [&](const Path::Lineage& named) { return named.IsWithin(place); });
 }
 
+/// Is it, beside the libraries, what the new package or this run has laid down?
 bool Survivors::IsOurs(const String& path) const {
-    if (m_installDir.IsEmpty()) return false;
-    if (Path::IsWithin(path, m_installDir + kLibraryTree)) return true;
-    if (!path.StartsWith(m_installDir)) return false;
+    if (m_installDir.IsEmpty() || !path.StartsWith(m_installDir)) return false;
     const std::string name = path.Mid(m_installDir.Length()).Utf8();
     return std::any_of(std::begin(kOurFiles), std::end(kOurFiles), [&](const char* pattern) {
         return fnmatch(pattern, name.c_str(), FNM_PATHNAME) == 0;
@@ -63,7 +66,7 @@ void Survivors::RemoveOthers(const String& pattern, Leftovers& left,
                              File::HostDirectory hostDirectory) const {
     const String directory = Path::GetDirectory(pattern);
     const String name = Path::GetFileName(pattern);
-    if (m_newConf == nullptr || !corekit::HasWildcard(name.Utf8())) {
+    if (m_isClean || !corekit::HasWildcard(name.Utf8())) {
         if (!Include(pattern)) left.Add(File::RemoveEx(pattern, hostDirectory));
         return;
     }

@@ -1,11 +1,11 @@
 // What an upgrade leaves standing where the old agent's files are removed.
 #pragma once
 
-#include <memory>
+#include <vector>
 
 #include "agents/Leftovers.h"
 #include "corekit/File.h"
-#include "corekit/IniFile.h"
+#include "corekit/Path.h"
 #include "corekit/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -18,7 +18,7 @@ class Survivors {
     Survivors(const corekit::String& newConfPath, const corekit::String& oldInstallDir);
 
     /// Makes one more path stay.
-    void Spare(const corekit::String& path) { m_spared = path; }
+    void Spare(const corekit::String& path) { m_named.emplace_back(path); }
 
     /// Is the path one of them, or a directory that holds one?
     bool Include(const corekit::String& path) const;
@@ -36,9 +36,11 @@ class Survivors {
     void RemoveOtherEntries(const corekit::String& directory, const corekit::String& pattern,
                             Leftovers& left) const;
 
-    std::unique_ptr<const corekit::IniFile> m_newConf;  // null on a clean
-    corekit::String m_installDir;                       // empty unless the upgrade is in place
-    corekit::String m_spared;                           // empty: none
+    bool m_isClean;
+    bool m_mayBeAny = false;                      // the new client.conf cannot be read
+    std::vector<corekit::Path::Lineage> m_named;  // by the new client.conf, or spared
+    corekit::String m_installDir;                 // empty unless the upgrade is in place
+    corekit::Path::Lineage m_libraries;           // in place, those of the new package
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,6 +1,7 @@
 // Takes paths apart, joins them and tells where they lead.
 #include "corekit/Path.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -27,17 +28,12 @@ String Step(const String& place, const String& name) {
     return Canonicalise(next, canonical) ? canonical : next;
 }
 
-/// The same directory, reached through two mounts.
+/// Is it one directory, reached through two mounts?
 bool IsSameDirectory(const String& left, const String& right) {
     struct stat one {};
     struct stat other {};
     return stat(NativePath(left).c_str(), &one) == 0 && stat(NativePath(right).c_str(), &other) == 0 &&
            S_ISDIR(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
-/// The same for paths that are resolved.
-bool IsSamePlace(const String& left, const String& right) {
-    return left == right || IsSameDirectory(left, right);
 }
 
 }  // namespace
@@ -99,16 +95,35 @@ String Resolve(const String& path) {
 
 bool IsMatch(const String& left, const String& right) {
     if (left.IsEmpty() || right.IsEmpty()) return false;
-    return IsSamePlace(Resolve(left), Resolve(right));
+    const String one = Resolve(left);
+    const String other = Resolve(right);
+    return one == other || IsSameDirectory(one, other);
 }
 
 bool IsWithin(const String& path, const String& directory) {
-    if (path.IsEmpty() || directory.IsEmpty()) return false;
-    const String top = Resolve(directory);
-    for (String place = Resolve(path);; place = GetDirectory(place)) {
-        if (IsSamePlace(place, top)) return true;
-        if (place == L"/" || place.IsEmpty()) return false;
+    return Lineage(path).IsWithin(Lineage(directory));
+}
+
+Lineage::Lineage(const String& path) {
+    for (String place = Resolve(path); !place.IsEmpty(); place = GetDirectory(place)) {
+        m_levels.emplace_back(place);
+        if (place == L"/") return;
     }
+}
+
+bool Lineage::IsWithin(const Lineage& directory) const {
+    return !directory.m_levels.empty() &&
+           std::ranges::find(m_levels, directory.m_levels.front()) != m_levels.end();
+}
+
+Lineage::Level::Level(const String& resolved) : path(resolved) {
+    struct stat info {};
+    if (stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+        directory.emplace(info.st_dev, info.st_ino);
+}
+
+bool Lineage::Level::operator==(const Level& other) const {
+    return path == other.path || (directory && directory == other.directory);
 }
 
 }  // namespace corekit::Path

@@ -1,6 +1,11 @@
 // Paths as text: parts, joins, absolute forms, and whether two of them name the same place.
 #pragma once
 
+#include <optional>
+#include <sys/types.h>
+#include <utility>
+#include <vector>
+
 #include "corekit/Result.h"
 #include "corekit/String.h"
 
@@ -33,5 +38,26 @@ bool IsMatch(const String& left, const String& right);
 
 /// Is `path` that place or anything below `directory`, in the same sense?
 bool IsWithin(const String& path, const String& directory);
+
+/// A resolved path with the directories above it, looked up once, for comparing it with many others.
+class Lineage {
+  public:
+    Lineage() = default;  // of no path
+    explicit Lineage(const String& path);
+
+    /// The same as Path::IsWithin.
+    bool IsWithin(const Lineage& directory) const;
+
+  private:
+    struct Level {
+        String path;  // resolved
+        std::optional<std::pair<dev_t, ino_t>> directory;
+
+        explicit Level(const String& resolved);
+        bool operator==(const Level& other) const;
+    };
+
+    std::vector<Level> m_levels;  // the path itself first; none: of no path
+};
 
 }  // namespace corekit::Path
