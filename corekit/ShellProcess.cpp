@@ -108,7 +108,9 @@ bool ShellProcess::HasEnded() {
     if (m_pid == 0) return true;
     // Once it has been waited for, its number may be another's.
     const Interruption::Delay untilForgotten;
-    if (waitpid(m_pid, nullptr, WNOHANG) == 0) return false;
+    pid_t ended = waitpid(m_pid, nullptr, WNOHANG);
+    while (ended < 0 && errno == EINTR) ended = waitpid(m_pid, nullptr, WNOHANG);
+    if (ended == 0) return false;
     Know(0);
     return true;
 }

@@ -2,12 +2,16 @@
 #include <cerrno>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <optional>
 #include <poll.h>
 #include <string>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "corekit/ShellProcess.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/OnceWeWait.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
@@ -56,6 +60,20 @@ TEST(ShellProcess, EndsWhenItsCommandDoes) {
     EXPECT_TRUE(shell.HasEnded());
     close(hold[0]);
     close(hold[1]);
+}
+
+TEST(ShellProcess, HasNotEndedWhenTheQuestionIsInterrupted) {
+    testsupport::InChild([] {
+        int questions = 0;
+        testsupport::JudgeCalls({SYS_wait4}, [&](const seccomp_notif&) -> testsupport::Verdict {
+            return ++questions <= 3 ? testsupport::Verdict(-EINTR) : std::nullopt;
+        });
+        ShellProcess shell;
+        EXPECT_EQ(shell.Start("exec sleep 0.1", STDERR_FILENO), Result());
+        EXPECT_FALSE(shell.HasEnded());
+        EXPECT_EQ(questions, 4);
+        return 0;
+    });
 }
 
 TEST(ShellProcess, IsWaitedForByItsOwner) {
