@@ -62,9 +62,6 @@ String NicError(const Settings& settings) {
     return settings.Exists(L"NICError") ? settings.Get(L"NICError") : L"NameServ Error";
 }
 
-// Keys of section Configuration with a rule of their own.
-constexpr const wchar_t* kGuidFileKey = L"guid_guid_file";
-
 /// The path of a file: settings name its directory and the file in it.
 struct FileKey {
     const wchar_t* key;
@@ -72,7 +69,7 @@ struct FileKey {
     const wchar_t* name;
 };
 constexpr FileKey kFileKeys[] = {
-    {kGuidFileKey, L"GuidDir", L"GuidFile"},
+    {L"guid_guid_file", L"GuidDir", L"GuidFile"},
     {L"debug_output", L"LogDir", L"LogFile"},
 };
 
@@ -112,7 +109,7 @@ void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
 bool ApplySettingsToClientConf(IniFile& ini, const Settings& settings) {
     ApplyKeyTable(ini, settings);
     ApplyFixedKeys(ini, settings);
-    WriteGuidFile(ini.GetValue(Names::kConfiguration, kGuidFileKey), settings);
+    WriteGuidFile(ini, settings);
     for (const ExtraSetting& extra : settings.Extra()) ini.SetValue(extra.Section, extra.Name, extra.Value);
     return true;
 }

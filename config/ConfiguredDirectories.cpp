@@ -3,7 +3,6 @@
 
 #include "corekit/Dir.h"
 #include "corekit/File.h"
-#include "corekit/IniFile.h"
 #include "corekit/Path.h"
 #include "run/Error.h"
 #include "run/Messages.h"
@@ -70,8 +69,7 @@ int CheckConfiguredDirectory(const String& path) {
     return FailAbout(L"Directory %1 specified in Configuration file, must exist and be writable.", path);
 }
 
-bool PrepareConfiguredDirectories(const String& confPath) {
-    const corekit::IniFile conf(confPath);
+bool PrepareConfiguredDirectories(const corekit::IniFile& conf) {
     for (const DirectoryKey& row : kDirectoryKeys) {
         if (row.prepare(conf.GetValue(Names::kConfiguration, row.key)) != 0) return false;
     }

@@ -1,6 +1,7 @@
 // The directories that client.conf names: made or checked before the agent starts.
 #pragma once
 
+#include "corekit/IniFile.h"
 #include "corekit/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -14,6 +15,6 @@ int CheckConfiguredDirectory(const corekit::String& path);
 
 /// All directories that a client.conf names, in order, up to the first that fails; then false with the error
 /// text set.
-bool PrepareConfiguredDirectories(const corekit::String& confPath);
+bool PrepareConfiguredDirectories(const corekit::IniFile& conf);
 
 }  // namespace Zorvane::AgentInstaller

@@ -2,23 +2,30 @@
 #include "config/GuidFile.h"
 
 #include "corekit/File.h"
-#include "corekit/IniFile.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
-using corekit::Forgive;
+using corekit::IniFile;
 using corekit::String;
 
-void WriteGuidFile(const String& path, const Settings& settings) {
-    if (settings.IsSet(L"Guid")) Forgive(corekit::File::Write(path, settings.Get(L"Guid") + L"\nnull"));
+namespace {
+
+String PathIn(const IniFile& conf) {
+    return conf.GetValue(Names::kConfiguration, L"guid_guid_file");
 }
 
-void SettleGuidFile(const String& confPath, const Settings& settings) {
-    const String path = corekit::IniFile(confPath).GetValue(Names::kConfiguration, L"guid_guid_file");
-    if (path.IsEmpty()) return;
-    WriteGuidFile(path, settings);
-    if (!settings.IsSet(L"Guid")) Forgive(corekit::File::Remove(path));
+}  // namespace
+
+void WriteGuidFile(const IniFile& conf, const Settings& settings) {
+    if (!settings.IsSet(L"Guid")) return;
+    corekit::Forgive(corekit::File::Write(PathIn(conf), settings.Get(L"Guid") + L"\nnull"));
+}
+
+void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {
+    if (settings.IsSet(L"Guid")) return;
+    const String path = PathIn(conf);
+    if (IsTrouble(corekit::File::Remove(path))) corekit::Forgive(corekit::File::Remove(path));
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,17 +1,19 @@
 // The file that holds the machine's identifier.
 #pragma once
 
+#include "corekit/IniFile.h"
 #include "corekit/String.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// Writes the setting Guid to the file; without one the file stays. A failure is not told.
-void WriteGuidFile(const corekit::String& path, const Settings& settings);
+/// Writes the setting Guid to the file that a client.conf names; without one the file stays. A failure is not
+/// told.
+void WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
-/// Brings the GUID file that a client.conf names in line with the setting Guid: written, or removed when
-/// there is none. Called once that client.conf is in place and its directories are there: until then a run
-/// that fails must not cost the machine its identifier. A failure is not told.
-void SettleGuidFile(const corekit::String& confPath, const Settings& settings);
+/// Removes the file that a client.conf names when there is no setting Guid. Called as soon as that
+/// client.conf is in place: a run that fails before must not cost the machine its identifier, and one that is
+/// cut off after it leaves an identifier that the next run takes for the agent's own. A failure is not told.
+void RemoveUnwantedGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -8,6 +8,7 @@
 #include "config/GuidFile.h"
 #include "corekit/Dir.h"
 #include "corekit/File.h"
+#include "corekit/IniFile.h"
 #include "integration/EnvironmentScript.h"
 #include "integration/Permissions.h"
 #include "integration/ProgramLinks.h"
@@ -18,13 +19,16 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::Forgive;
+using corekit::IniFile;
 using corekit::String;
 
 namespace {
 
 bool PrepareDirectories(const SetupContext& context) {
-    const bool prepared = PrepareConfiguredDirectories(context.confPath);
-    SettleGuidFile(context.confPath, *context.settings);
+    const IniFile conf(context.confPath);
+    RemoveUnwantedGuidFile(conf, *context.settings);
+    const bool prepared = PrepareConfiguredDirectories(conf);
+    WriteGuidFile(conf, *context.settings);
     return prepared;
 }
 

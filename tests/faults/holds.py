@@ -137,7 +137,7 @@ class Checks:
         for path in sorted(self.reference.after.keys() | outcome.after.keys()):
             expected, found = self.should_be(path), machine.value_in(outcome.after, path)
             may_differ = (self.is_kept(path) or self.is_saved_again(path, found) or
-                          self.is_old_identifier(path, expected, found) or
+                          self.is_old_identifier(outcome, path, expected, found) or
                           point[0] != "once" and self.is_bare(path, outcome.after) or
                           point[0] == "lasting" and self.is_forgiven(path, expected))
             if expected != found and not may_differ:
@@ -147,9 +147,11 @@ class Checks:
         """A run that finds the new configuration saves that one."""
         return path == self.conf + ".old" and content_of(found) == self.reference.conf
 
-    def is_old_identifier(self, path, expected, found):
-        """One that was to go stays until client.conf is in place, and then with the agent that the next run finds."""
-        return path.endswith("/host.GUID") and expected is None and found and machine.before(path)
+    def is_old_identifier(self, outcome, path, expected, found):
+        """One that was to go, of a run that ended between client.conf's coming into place and its going: the next run
+        takes it for the agent's own."""
+        is_between = outcome.first.status != 0 and content_at(outcome.left, self.conf) == self.reference.conf
+        return is_between and path.endswith("/host.GUID") and expected is None and found and machine.before(path)
 
     def is_bare(self, path, after):
         """When a clean is stopped behind its last file, client.conf, its directories stay, empty: without that file the

@@ -162,10 +162,9 @@ class PrepareDirectories : public ConfiguredDirectories {
     std::string Prepare(bool expected) {
         std::string conf = "[Configuration]\n";
         for (const auto& [key, path] : m_paths) conf += key + "=" + path + "\n";
-        testfiles::Write(m_dir / "client.conf", conf);
+        const corekit::IniFile ini(L"client.conf", String::FromUtf8(conf));
         bool ok = !expected;
-        const auto output =
-            Captured([&] { ok = PrepareConfiguredDirectories(String::FromUtf8(m_dir / "client.conf")); });
+        const auto output = Captured([&] { ok = PrepareConfiguredDirectories(ini); });
         EXPECT_EQ(ok, expected);
         EXPECT_EQ(output.err, "");
         return output.out;

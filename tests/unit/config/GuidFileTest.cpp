@@ -1,7 +1,11 @@
 // The file that holds the machine's identifier: when it is written, and when it goes.
+#include <cerrno>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <string>
 
 #include "config/GuidFile.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
@@ -11,12 +15,9 @@ using corekit::String;
 
 class GuidFile : public testing::Test {
   protected:
-    GuidFile() {
-        testfiles::Write(m_dir / "client.conf", "[Configuration]\nguid_guid_file=" + m_file + "\n");
+    corekit::IniFile Conf() const {
+        return {L"client.conf", String::FromUtf8("[Configuration]\nguid_guid_file=" + m_file)};
     }
-
-    void Write() { WriteGuidFile(String::FromUtf8(m_file), m_settings); }
-    void Settle() { SettleGuidFile(String::FromUtf8(m_dir / "client.conf"), m_settings); }
 
     testfiles::TempDir m_dir;
     std::string m_file = m_dir / "host.GUID";
@@ -25,57 +26,73 @@ class GuidFile : public testing::Test {
 
 TEST_F(GuidFile, HoldsTheIdentifierAndTheWordNull) {
     m_settings.Value(L"Guid") = L"{AB-12}";
-    Write();
+    WriteGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{AB-12}\nnull");
 }
 
 TEST_F(GuidFile, IsUtf8) {
     m_settings.Value(L"Guid") = L"{\u00c4}";
-    Write();
+    WriteGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{\xc3\x84}\nnull");
 }
 
-TEST_F(GuidFile, StaysUntilTheNewConfigurationIsInPlace) {
+TEST_F(GuidFile, StaysWithoutAnIdentifierToWrite) {
     testfiles::Write(m_file, "{OLD}\nnull");
-    Write();
+    WriteGuidFile(Conf(), m_settings);
     m_settings.Value(L"Guid") = L"";
-    Write();
+    WriteGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{OLD}\nnull");
-    Settle();
-    EXPECT_FALSE(testfiles::Exists(m_file));
 }
 
-TEST_F(GuidFile, IsWrittenInTheEndWhereThatWasNotPossibleBefore) {
+TEST_F(GuidFile, IsReplacedByAnotherIdentifier) {
+    testfiles::Write(m_file, "{OLD}");
     m_settings.Value(L"Guid") = L"{NEW}";
-    m_file = m_dir / "later/host.GUID";
-    testfiles::Write(m_dir / "client.conf", "[Configuration]\nguid_guid_file=" + m_file + "\n");
-    Write();
-    EXPECT_FALSE(testfiles::Exists(m_dir / "later"));
-    std::filesystem::create_directory(m_dir / "later");
-    Settle();
+    WriteGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{NEW}\nnull");
 }
 
-TEST_F(GuidFile, ThatAnotherProgramPutThereIsReplaced) {
-    m_settings.Value(L"Guid") = L"{NEW}";
-    testfiles::Write(m_file, "{OLD}");
-    Settle();
-    EXPECT_EQ(testfiles::Read(m_file), "{NEW}\nnull");
+TEST_F(GuidFile, GoesWithoutAnIdentifier) {
+    for (const bool isEmpty : {false, true}) {
+        if (isEmpty) m_settings.Value(L"Guid") = L"";
+        testfiles::Write(m_file, "{OLD}");
+        RemoveUnwantedGuidFile(Conf(), m_settings);
+        EXPECT_FALSE(testfiles::Exists(m_file)) << isEmpty;
+    }
 }
 
-TEST_F(GuidFile, ThatNoConfigurationNamesIsLeftAlone) {
+TEST_F(GuidFile, GoesEvenIfThatFailsForAMoment) {
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [&] { testfiles::Write(m_file, "{OLD}"); },
+        [&] {
+            RemoveUnwantedGuidFile(Conf(), m_settings);
+            return 0;
+        },
+        [&](int) { EXPECT_FALSE(testfiles::Exists(m_file)); });
+    EXPECT_GT(points, 2);
+}
+
+TEST_F(GuidFile, IsWantedWithAnIdentifier) {
     testfiles::Write(m_file, "{OLD}");
-    testfiles::Write(m_dir / "client.conf", "[Configuration]\nguid_guid_file=\n");
-    Settle();
+    m_settings.Value(L"Guid") = L"{NEW}";
+    RemoveUnwantedGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{OLD}");
 }
 
 TEST_F(GuidFile, ThatIsADirectoryIsLeftAlone) {
     std::filesystem::create_directory(m_file);
-    Settle();
+    RemoveUnwantedGuidFile(Conf(), m_settings);
     m_settings.Value(L"Guid") = L"{NEW}";
-    Settle();
+    WriteGuidFile(Conf(), m_settings);
     EXPECT_TRUE(std::filesystem::is_directory(m_file));
+}
+
+TEST_F(GuidFile, ThatNoConfigurationNamesIsLeftAlone) {
+    testfiles::Write(m_file, "{OLD}");
+    const corekit::IniFile conf(L"client.conf", L"[Configuration]\nguid_guid_file=\n");
+    RemoveUnwantedGuidFile(conf, m_settings);
+    m_settings.Value(L"Guid") = L"{NEW}";
+    WriteGuidFile(conf, m_settings);
+    EXPECT_EQ(testfiles::Read(m_file), "{OLD}");
 }
 
 }  // namespace

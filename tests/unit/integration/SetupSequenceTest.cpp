@@ -61,6 +61,30 @@ TEST_F(SetupSequence, TheIdentifierIsWrittenOnceItsDirectoryIsThere) {
     EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{A}\nnull");
 }
 
+TEST_F(SetupSequence, AnIdentifierThatIsNotToStayGoesWithTheOldFile) {
+    testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
+    m_settings.Value(L"Guid") = L"";
+    RunSetupSequence(m_context, m_settings);
+    EXPECT_FALSE(testfiles::Exists("/opt/agent/id/host.GUID"));
+}
+
+TEST_F(SetupSequence, AnIdentifierThatIsNotToStayStaysWithAFileThatCannotMove) {
+    testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
+    m_settings.Value(L"Guid") = L"";
+    std::filesystem::remove("/opt/agent/etc/client.conf");
+    std::filesystem::create_directories("/opt/agent/etc/client.conf/x");
+    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
+    EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{OLD}\nnull");
+}
+
+TEST_F(SetupSequence, AnIdentifierThatIsNotToStayGoesBeforeAnythingElseCanFail) {
+    testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
+    m_settings.Value(L"Guid") = L"";
+    Generate("bindir=/opt/missing\n");
+    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
+    EXPECT_FALSE(testfiles::Exists("/opt/agent/id/host.GUID"));
+}
+
 TEST_F(SetupSequence, StopsAtTheStepThatFails) {
     EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
     EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
