@@ -4,17 +4,20 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
 #include <utility>
 
 #include "corekit/File.h"
 #include "corekit/IniFile.h"
 #include "corekit/Place.h"
+#include "corekit/SystemCall.h"
 #include "corekit/Text.h"
 #include "corekit/TreeComparison.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::IniFile;
+using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
 
@@ -42,10 +45,15 @@ std::optional<unsigned> ModeOf(const String& path) {
     return static_cast<unsigned>(status.permissions()) & kPermissions;
 }
 
+/// Success when there is something of that name, if only a link that leads nowhere.
+Result Find(const String& path) {
+    struct stat info {};
+    return corekit::Outcome(lstat(corekit::NativePath(path).c_str(), &info));
+}
+
+/// What the system does not tell may well be there.
 bool IsThere(const String& path) {
-    std::error_code error;
-    return std::filesystem::symlink_status(path.Utf8(), error).type() !=
-           std::filesystem::file_type::not_found;
+    return !IsAbsence(Find(path));
 }
 
 bool IsCopy(const String& path, const String& original) {
@@ -95,9 +103,10 @@ bool WriteRecord(const String& path, const String& text, const String& oldPath) 
 
 bool MoveIfPresent(const String& from, const String& to) {
     if (!IsThere(from)) return true;
-    if (!IsThere(to)) return File::Rename(from, to).Ok();
-    if (IsCopy(to, from)) corekit::Forgive(File::Remove(from));
-    return true;
+    const Result found = Find(to);
+    if (IsAbsence(found)) return File::Rename(from, to).Ok();
+    if (found && IsCopy(to, from)) corekit::Forgive(File::Remove(from));
+    return found.Ok();
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <fnmatch.h>
+#include <utility>
 
 #include "agents/ConfiguredPaths.h"
 #include "corekit/Dir.h"
@@ -14,6 +15,7 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::Dir;
 using corekit::FileInfo;
+using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
 namespace File = corekit::File;
@@ -32,12 +34,18 @@ constexpr const char* kOurFiles[] = {
     "etc/client.conf.old",
 };
 
+/// What fails for a moment goes well with the second try.
+IniFile ReadTwice(const String& path) {
+    IniFile conf(path);
+    return conf.ReadResult() ? std::move(conf) : IniFile(path);
+}
+
 }  // namespace
 
 Survivors::Survivors(const String& newConfPath, const String& oldInstallDir)
     : m_isClean(newConfPath.IsEmpty()) {
     if (m_isClean) return;
-    const corekit::IniFile newConf(newConfPath);
+    const IniFile newConf = ReadTwice(newConfPath);
     m_mayBeAny = !newConf.ReadResult();
     for (const String& path : NamedPaths(newConf)) m_named.emplace_back(path);
     const String newInstallDir = ConfiguredDirectory(newConf, L"installdir");

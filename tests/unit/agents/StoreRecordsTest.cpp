@@ -154,3 +154,19 @@ TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
     EXPECT_FALSE(Exists(temp / "from"));
     EXPECT_EQ(Read(temp / "to"), "one");
 }
+
+TEST(StoreRecords, SaysThatAFileIsMovedOnlyWhenItIs) {
+    const TempDir temp;
+    const auto prepare = [&] {
+        std::filesystem::remove(temp / "new");
+        Write(temp / "old", "content");
+    };
+    const auto move = [&] { return MoveIfPresent(PathOf(temp, "old"), PathOf(temp, "new")) ? 0 : 1; };
+    const auto check = [&](int result) {
+        EXPECT_NE(Exists(temp / "old"), Exists(temp / "new"));
+        if (result == 0) {
+            EXPECT_EQ(Read(temp / "new"), "content");
+        }
+    };
+    EXPECT_GT(testsupport::FailInTurn(testsupport::kFileCalls, EACCES, prepare, move, check), 3);
+}

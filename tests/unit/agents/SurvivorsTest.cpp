@@ -1,9 +1,12 @@
 // What an upgrade leaves standing, and that everything else goes.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <set>
+#include <sys/syscall.h>
 
 #include "agents/Survivors.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -120,6 +123,18 @@ TEST_F(SurvivorsTest, AreAllWhereTheNewConfigurationCannotBeRead) {
     survivors.RemoveOthers(L"/opt/agent/bin/killem", left);
     survivors.RemoveOthersInTree(L"/opt/agent/bin", left);
     EXPECT_TRUE(Exists("/opt/agent/bin/killem"));
+}
+
+TEST_F(SurvivorsTest, AreKnownEvenIfTheNewConfigurationCannotBeReadForAMoment) {
+    const auto prepare = [] { Write("/opt/agent/bin/killem", ""); };
+    Write(m_temp / "new.conf", "[Configuration]\ninstalldir=/opt/agent\n");
+    const auto remove = [&] {
+        const Survivors survivors(String::FromUtf8(m_temp / "new.conf"), L"/opt/agent/");
+        return survivors.Include(L"/opt/agent/bin/killem") ? 1 : 0;
+    };
+    const auto expectNone = [](int result) { EXPECT_EQ(result, 0); };
+    EXPECT_GT(testsupport::FailInTurn({SYS_openat, SYS_read, SYS_fstat}, EACCES, prepare, remove, expectNone),
+              2);
 }
 
 TEST_F(SurvivorsTest, EmptiesNoHostDirectoryBehindALink) {
