@@ -67,7 +67,8 @@ bool DirChunk::IsInOrder() const {
 }
 
 Result DirChunk::ReadOn(int directory, std::size_t size) {
-    const ssize_t length = getdents64(directory, m_buffer.get(), size);
+    ssize_t length = getdents64(directory, m_buffer.get(), size);
+    while (length < 0 && errno == EINTR) length = getdents64(directory, m_buffer.get(), size);
     m_isEnd = length <= 0;
     if (length < 0) return errno == ENOENT ? Result() : Result::FromErrno();
     for (ssize_t at = 0; at < length;) {

@@ -35,6 +35,12 @@ Descriptor OpenLockFile(const String& path) {
     return ours ? std::move(file) : Descriptor();
 }
 
+int Lock(const Descriptor& file) {
+    int result = flock(file.Get(), LOCK_EX | LOCK_NB);
+    while (result != 0 && errno == EINTR) result = flock(file.Get(), LOCK_EX | LOCK_NB);
+    return result;
+}
+
 /// A run that ends removes its lock file: the one that was locked may no longer be the one of that name.
 bool IsStillThere(const Descriptor& file, const String& path) {
     struct stat opened {};
@@ -56,7 +62,7 @@ bool RunLock::TryIn(const String& directory) {
     const corekit::Interruption::Delay untilItIsOwned;
     const String path = directory + kFileName;
     while (Descriptor file = OpenLockFile(path)) {
-        if (flock(file.Get(), LOCK_EX | LOCK_NB) != 0) {
+        if (Lock(file) != 0) {
             m_isTaken = errno == EWOULDBLOCK;
             return m_isTaken;
         }

@@ -4,12 +4,15 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <set>
 #include <string>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "corekit/DirChunk.h"
 #include "corekit/SystemCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
@@ -91,6 +94,20 @@ TEST(DirChunk, IsAtItsEndInADirectoryThatIsGone) {
     DirChunk chunk;
     EXPECT_TRUE(chunk.Read(directory.Get()));
     EXPECT_TRUE(chunk.IsEnd());
+}
+
+TEST(DirChunk, ReadsOnWhereItIsInterrupted) {
+    const Workspace dir;
+    MakeFiles(dir, 3);
+    const auto read = [&] {
+        const Descriptor directory = corekit::OpenDirectory(dir.Path());
+        DirChunk chunk;
+        return chunk.Read(directory.Get()) && std::distance(chunk.begin(), chunk.end()) == 3 ? 0 : 1;
+    };
+    const auto expectAll = [](int result) { EXPECT_EQ(result, 0); };
+    EXPECT_GT(testsupport::FailInTurn(
+                  {SYS_getdents64}, EINTR, [] {}, read, expectAll),
+              0);
 }
 
 TEST(DirChunk, TellsWhatCannotBeRead) {

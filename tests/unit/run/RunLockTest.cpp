@@ -24,6 +24,18 @@ TEST(RunLock, TheFirstRunGetsItAndASecondIsTold) {
     EXPECT_TRUE(second.IsTaken());
 }
 
+TEST(RunLock, IsTakenEvenIfThatIsInterrupted) {
+    const auto lock = [] {
+        const RunLock held;
+        return !held.IsTaken() && RunLock().IsTaken() ? 0 : 1;
+    };
+    const auto expectHeld = [](int result) { EXPECT_EQ(result, 0); };
+    EXPECT_GT(testsupport::FailInTurn(
+                  {SYS_flock}, EINTR, [] {}, lock, expectHeld),
+              0);
+    EXPECT_FALSE(testfiles::Exists(kLock));
+}
+
 TEST(RunLock, IsFreeAgainWithoutATrace) {
     { const RunLock first; }
     EXPECT_FALSE(testfiles::Exists(kLock));
