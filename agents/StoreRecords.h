@@ -30,7 +30,7 @@ bool ReadXmlRecord(const corekit::String& path, corekit::String& text);
 bool WriteRecord(const corekit::String& path, const corekit::String& text, const corekit::String& oldPath);
 
 /// Renames a file that exists, unless the target does; where that is a copy of it, as an upgrade leaves that
-/// was cut off, the file goes. False when the rename fails.
+/// was cut off, the file goes. False when the rename fails, or nobody can tell whether the target is there.
 bool MoveIfPresent(const corekit::String& from, const corekit::String& to);
 
 }  // namespace Zorvane::AgentInstaller
