@@ -1,7 +1,7 @@
 // What every installation of the agent does alike.
 #include "agents/Agent.h"
 
-#include "corekit/File.h"
+#include "corekit/fs/File.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -6,10 +6,10 @@
 #include <optional>
 #include <string>
 
-#include "agents/Leftovers.h"
-#include "corekit/IniFile.h"
-#include "corekit/Result.h"
-#include "corekit/String.h"
+#include "agents/removal/Leftovers.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

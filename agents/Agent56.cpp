@@ -1,11 +1,11 @@
 // How an agent of version 5.6 is read and taken away.
 #include "agents/Agent56.h"
 
-#include "agents/FileRemoval56.h"
-#include "agents/InstalledSettings.h"
-#include "agents/Relocation.h"
-#include "agents/ServiceRegistration.h"
-#include "agents/SuperServers.h"
+#include "agents/carry/InstalledSettings.h"
+#include "agents/carry/Relocation.h"
+#include "agents/removal/FileRemoval56.h"
+#include "agents/removal/ServiceRegistration.h"
+#include "agents/removal/SuperServers.h"
 #include "config/SystemProbes.h"
 #include "run/Error.h"
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "agents/Agent.h"
-#include "corekit/IniFile.h"
+#include "corekit/ini/IniFile.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -1,7 +1,7 @@
 // How an agent from version 6.0 SP2 on leaves the operating system.
 #include "agents/Agent60SP2.h"
 
-#include "agents/ProgramLinkRemoval.h"
+#include "agents/removal/ProgramLinkRemoval.h"
 #include "deploykit/RCScriptBackend.h"
 #include "run/Messages.h"
 #include "run/Names.h"

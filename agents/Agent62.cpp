@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 
-#include "config/PathMacros.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "run/Names.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 

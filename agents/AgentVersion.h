@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "agents/Agent.h"
-#include "corekit/IniFile.h"
-#include "corekit/Version.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/text/Version.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -1,7 +1,7 @@
 // The application: a banner, and the command that the command line names.
 #pragma once
 
-#include "corekit/Application.h"
+#include "corekit/os/Application.h"
 
 namespace Zorvane::AgentInstaller {
 

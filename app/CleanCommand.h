@@ -1,7 +1,7 @@
 // The command -clean: removes what configuring made, before the package goes.
 #pragma once
 
-#include "corekit/Application.h"
+#include "corekit/os/Application.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -1,7 +1,7 @@
 // The statuses of the three commands, and the refusals that they share.
 #pragma once
 
-#include "corekit/Application.h"
+#include "corekit/os/Application.h"
 #include "run/RunLock.h"
 
 namespace Zorvane::AgentInstaller {

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "app/XmlConfigFile.h"
-#include "corekit/Application.h"
+#include "corekit/os/Application.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

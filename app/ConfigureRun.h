@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "agents/Agent.h"
-#include "settings/HandOverFile.h"
+#include "config/HandOverFile.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

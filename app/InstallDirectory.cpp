@@ -3,9 +3,9 @@
 #include "app/InstallDirectory.h"
 
 #include "agents/AgentDetection.h"
-#include "config/PathMacros.h"
 #include "run/Error.h"
 #include "run/Messages.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 

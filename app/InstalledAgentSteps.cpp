@@ -5,15 +5,16 @@
 #include <cerrno>
 #include <string>
 
-#include "config/PathMacros.h"
+#include "config/Migration.h"
 #include "config/SystemProbes.h"
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
-#include "settings/Migration.h"
+#include "settings/PathMacros.h"
+#include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
 

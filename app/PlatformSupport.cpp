@@ -7,9 +7,9 @@
 #include <sys/utsname.h>
 
 #include "config/SystemProbes.h"
-#include "corekit/File.h"
-#include "corekit/Regex.h"
-#include "corekit/String.h"
+#include "corekit/fs/File.h"
+#include "corekit/text/Regex.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -6,12 +6,12 @@
 #include <string>
 #include <vector>
 
-#include "corekit/BasicXml.h"
-#include "corekit/Dir.h"
-#include "corekit/Env.h"
-#include "corekit/File.h"
-#include "corekit/Program.h"
-#include "corekit/Text.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/os/Env.h"
+#include "corekit/process/Program.h"
+#include "corekit/text/Text.h"
+#include "corekit/xml/BasicXml.h"
 #include "run/Messages.h"
 #include "settings/XmlConfig.h"
 

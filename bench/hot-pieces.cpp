@@ -8,12 +8,12 @@
 #include <fstream>
 #include <string>
 
-#include "corekit/BasicXml.h"
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/IniFile.h"
-#include "corekit/Url.h"
-#include "corekit/Wildcard.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/text/Url.h"
+#include "corekit/text/Wildcard.h"
+#include "corekit/xml/BasicXml.h"
 
 using corekit::BasicXml;
 using corekit::Dir;

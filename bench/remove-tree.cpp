@@ -11,8 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/Dir.h"
-#include "corekit/SystemCall.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/os/SystemCall.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 //   xml-settings FILE
 #include <cstdio>
 
-#include "corekit/BasicXml.h"
-#include "corekit/File.h"
+#include "corekit/fs/File.h"
+#include "corekit/xml/BasicXml.h"
 #include "settings/XmlConfig.h"
 
 using corekit::BasicXml;

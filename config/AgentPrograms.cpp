@@ -1,8 +1,8 @@
 // The agent's programs: where they are, and which of them are there.
 #include "config/AgentPrograms.h"
 
-#include "config/PathMacros.h"
-#include "corekit/Dir.h"
+#include "corekit/fs/Dir.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -3,8 +3,8 @@
 
 #include <vector>
 
-#include "corekit/Result.h"
-#include "corekit/String.h"
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -1,9 +1,9 @@
 // The values that the new client.conf takes over: the walk over the key table.
 #include "config/CarriedValues.h"
 
-#include "config/PathMacros.h"
 #include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
+#include "settings/PathMacros.h"
 #include "settings/Questions.h"
 
 namespace Zorvane::AgentInstaller {

@@ -1,7 +1,7 @@
 // The values of an installed agent's client.conf that the new one takes over.
 #pragma once
 
-#include "corekit/IniFile.h"
+#include "corekit/ini/IniFile.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

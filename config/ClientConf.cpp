@@ -6,13 +6,13 @@
 #include "config/CarriedValues.h"
 #include "config/ClientConfSettings.h"
 #include "config/ConfiguredDirectories.h"
-#include "config/PathMacros.h"
 #include "config/SubAgents.h"
-#include "corekit/File.h"
-#include "corekit/IniFile.h"
+#include "corekit/fs/File.h"
+#include "corekit/ini/IniFile.h"
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -2,7 +2,7 @@
 // configuration.
 #pragma once
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

@@ -4,11 +4,11 @@
 #include <optional>
 
 #include "config/GuidFile.h"
-#include "config/PathMacros.h"
 #include "config/SystemProbes.h"
-#include "corekit/Text.h"
+#include "corekit/text/Text.h"
 #include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 

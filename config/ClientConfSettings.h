@@ -1,7 +1,7 @@
 // The keys of client.conf that settings feed.
 #pragma once
 
-#include "corekit/IniFile.h"
+#include "corekit/ini/IniFile.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

@@ -1,9 +1,9 @@
 // The directories that client.conf names: their keys in order, and what is done with each.
 #include "config/ConfiguredDirectories.h"
 
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"

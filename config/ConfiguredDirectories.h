@@ -1,8 +1,8 @@
 // The directories that client.conf names: made or checked before the agent starts.
 #pragma once
 
-#include "corekit/IniFile.h"
-#include "corekit/String.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -1,7 +1,7 @@
 // The file that holds the machine's identifier: its form, and when it goes.
 #include "config/GuidFile.h"
 
-#include "corekit/File.h"
+#include "corekit/fs/File.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {

@@ -1,8 +1,8 @@
 // The file that holds the machine's identifier.
 #pragma once
 
-#include "corekit/IniFile.h"
-#include "corekit/String.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/text/String.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

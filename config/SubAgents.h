@@ -1,7 +1,7 @@
 // The registrations of sub-agents in client.conf.
 #pragma once
 
-#include "corekit/IniFile.h"
+#include "corekit/ini/IniFile.h"
 
 namespace Zorvane::AgentInstaller {
 

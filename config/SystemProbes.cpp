@@ -1,9 +1,9 @@
 // Small questions to the host: their command lines and how the answers are read.
 #include "config/SystemProbes.h"
 
-#include "corekit/File.h"
-#include "corekit/Program.h"
-#include "corekit/Text.h"
+#include "corekit/fs/File.h"
+#include "corekit/process/Program.h"
+#include "corekit/text/Text.h"
 #include "deploykit/RCScriptBackend.h"
 
 namespace Zorvane::AgentInstaller {
@@ -18,18 +18,6 @@ constexpr const wchar_t* kSolutionsProbe =
 constexpr const wchar_t* kRpmVersionProbe = L"rpm --version | sed -r -e 's,[^0-9]*([0-9][.0-9]*),\x01,'";
 
 constexpr int kHighestRunLevel = 8;
-
-/// The host's name alone, without domain, of a server name.
-String HostPart(const String& server) {
-    return server.Before(L".");
-}
-
-/// A server name without its port. The port of a bracketed address is what follows the bracket.
-String WithoutPort(const String& server) {
-    if (!server.StartsWith(L"[")) return server.Before(L":");
-    const std::size_t bracket = server.Find(L"]");
-    return bracket == String::npos ? server : server.Left(bracket + 1);
-}
 
 }  // namespace
 
@@ -66,14 +54,6 @@ RunLevels SplitRunLevels(const String& levels) {
     }
     if (noneFound) return {};
     return {split.startDigits, split.startList.Trim(), split.stopList.Trim()};
-}
-
-bool ServerNamesDiffer(const String& left, const String& right) {
-    const String first = WithoutPort(left.Upper());
-    const String second = WithoutPort(right.Upper());
-    const bool bothWhole =
-        (first.Contains(L".") && second.Contains(L".")) || first.StartsWith(L"[") || second.StartsWith(L"[");
-    return bothWhole ? first != second : HostPart(first) != HostPart(second);
 }
 
 corekit::Version GetPackageManagerVersion() {

@@ -1,8 +1,8 @@
 // Small questions to the host, most of them answered by a shell command's first line of output.
 #pragma once
 
-#include "corekit/String.h"
-#include "corekit/Version.h"
+#include "corekit/text/String.h"
+#include "corekit/text/Version.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -26,10 +26,6 @@ struct RunLevels {
     corekit::String stopList;
 };
 RunLevels SplitRunLevels(const corekit::String& levels);
-
-/// Do two server names denote different servers? Case, port, and a domain that one of them lacks do not
-/// matter.
-bool ServerNamesDiffer(const corekit::String& left, const corekit::String& right);
 
 /// The version of the host's rpm, for whoever looks for a fault: no command asks. Missing parts are 0.
 corekit::Version GetPackageManagerVersion();

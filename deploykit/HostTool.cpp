@@ -1,8 +1,8 @@
 // Tools of the host, run through the shell with their output dropped.
 #include "deploykit/HostTool.h"
 
-#include "corekit/Program.h"
-#include "corekit/Text.h"
+#include "corekit/process/Program.h"
+#include "corekit/text/Text.h"
 
 namespace deploykit {
 

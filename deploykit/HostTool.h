@@ -1,7 +1,7 @@
 // Tools of the host that are told to do something and answer nothing.
 #pragma once
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace deploykit {
 

@@ -1,8 +1,8 @@
 // Package records: what the agent keeps about each package that it delivers.
 #pragma once
 
-#include "corekit/String.h"
-#include "deploykit/XmlElement.h"
+#include "corekit/text/String.h"
+#include "corekit/xml/XmlElement.h"
 
 namespace deploykit::PackageDelivery {
 
@@ -14,7 +14,7 @@ class PackageUser {
 
   private:
     friend class Package;
-    XmlElement m_element{L"PackageUser"};
+    corekit::XmlElement m_element{L"PackageUser"};
 };
 
 /// The record of one package.
@@ -29,7 +29,7 @@ class Package {
     corekit::String ToString() const { return m_element.ToString(); }
 
   private:
-    XmlElement m_element{L"Package"};
+    corekit::XmlElement m_element{L"Package"};
 };
 
 }  // namespace deploykit::PackageDelivery

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "corekit/Ascii.h"
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
-#include "corekit/Program.h"
-#include "corekit/Text.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/process/Program.h"
+#include "corekit/text/Ascii.h"
+#include "corekit/text/Text.h"
 #include "deploykit/HostTool.h"
 #include "deploykit/RunLevelLinks.h"
 #include "deploykit/ServiceScript.h"

@@ -1,8 +1,8 @@
 // Service scripts: installing them under /etc/init.d and registering them with whatever starts this host.
 #pragma once
 
-#include "corekit/Result.h"
-#include "corekit/String.h"
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
 
 namespace deploykit::ItemInstallers {
 

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <vector>
 
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 
 namespace deploykit::RunLevelLinks {
 

@@ -2,7 +2,7 @@
 // /etc/rcN.d or /etc/rc.d/rcN.d. Names are plain: no "/" and no wildcards.
 #pragma once
 
-#include "corekit/Result.h"
+#include "corekit/os/Result.h"
 #include "deploykit/ServiceScript.h"
 
 namespace deploykit::RunLevelLinks {

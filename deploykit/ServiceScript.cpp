@@ -1,7 +1,7 @@
 // Service scripts: their place, their macros, and the comment header that the host's tools read.
 #include "deploykit/ServiceScript.h"
 
-#include "corekit/Text.h"
+#include "corekit/text/Text.h"
 
 namespace deploykit {
 

@@ -1,7 +1,7 @@
 // A service script: where it is, how its text comes from a template, and what its header says.
 #pragma once
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace deploykit {
 

@@ -5,10 +5,10 @@
 #include <unistd.h>
 #include <vector>
 
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
-#include "corekit/Program.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/process/Program.h"
 #include "deploykit/HostTool.h"
 #include "deploykit/UnitText.h"
 

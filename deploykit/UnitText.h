@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace deploykit {
 

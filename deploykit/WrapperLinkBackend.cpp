@@ -3,9 +3,9 @@
 
 #include <cerrno>
 
-#include "corekit/File.h"
-#include "corekit/Path.h"
-#include "corekit/Text.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/text/Text.h"
 
 namespace deploykit::ItemInstallers::WrapperLinkBackend {
 

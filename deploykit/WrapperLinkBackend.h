@@ -2,8 +2,8 @@
 // calls it.
 #pragma once
 
-#include "corekit/Result.h"
-#include "corekit/String.h"
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
 
 namespace deploykit::ItemInstallers {
 

@@ -1,9 +1,9 @@
 // Starting the configured agent: the control script's start and status.
 #include "integration/AgentStart.h"
 
-#include "corekit/Program.h"
-#include "corekit/Sys.h"
-#include "corekit/Text.h"
+#include "corekit/os/Sys.h"
+#include "corekit/process/Program.h"
+#include "corekit/text/Text.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 

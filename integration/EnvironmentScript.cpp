@@ -1,9 +1,9 @@
 // The environment script qdn-env: the template filled in for one install directory.
 #include "integration/EnvironmentScript.h"
 
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "kEnvironmentScript.embedded.h"
 #include "run/Error.h"
 #include "run/Messages.h"

@@ -5,9 +5,9 @@
 #include <sys/types.h>
 #include <vector>
 
-#include "corekit/File.h"
-#include "corekit/Path.h"
-#include "corekit/Text.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/text/Text.h"
 #include "deploykit/RCScriptBackend.h"
 #include "run/Names.h"
 

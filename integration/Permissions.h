@@ -1,7 +1,7 @@
 // Owners and modes of the installation.
 #pragma once
 
-#include "corekit/Dir.h"
+#include "corekit/fs/Dir.h"
 #include "integration/SetupContext.h"
 
 namespace Zorvane::AgentInstaller {

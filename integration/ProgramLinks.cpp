@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "config/AgentPrograms.h"
-#include "corekit/File.h"
-#include "corekit/IniFile.h"
-#include "corekit/Path.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/ini/IniFile.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "run/Names.h"
 

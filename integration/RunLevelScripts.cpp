@@ -5,9 +5,9 @@
 #include <iterator>
 
 #include "config/SystemProbes.h"
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/IniFile.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/ini/IniFile.h"
 #include "deploykit/RCScriptBackend.h"
 #include "run/Error.h"
 #include "run/Messages.h"

@@ -1,7 +1,7 @@
 // What the set-up steps share: they read it, and change nothing but the host.
 #pragma once
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

@@ -6,9 +6,9 @@
 
 #include "config/ConfiguredDirectories.h"
 #include "config/GuidFile.h"
-#include "corekit/Dir.h"
-#include "corekit/File.h"
-#include "corekit/IniFile.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/ini/IniFile.h"
 #include "integration/EnvironmentScript.h"
 #include "integration/Permissions.h"
 #include "integration/ProgramLinks.h"

@@ -1,7 +1,7 @@
 // The last failure of the run, told to the operator when it ends.
 #pragma once
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller::Error {
 

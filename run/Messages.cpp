@@ -1,8 +1,8 @@
 // What the program says to the operator: which stream, which character set, quiet or not.
 #include "run/Messages.h"
 
-#include "corekit/Console.h"
-#include "corekit/Encoding.h"
+#include "corekit/os/Console.h"
+#include "corekit/text/Encoding.h"
 #include "run/Args.h"
 
 namespace Zorvane::AgentInstaller::Messages {

@@ -2,8 +2,8 @@
 // printable by `Shown` first, so that nothing from a file steers the terminal.
 #pragma once
 
-#include "corekit/String.h"
-#include "corekit/Text.h"
+#include "corekit/text/String.h"
+#include "corekit/text/Text.h"
 
 namespace Zorvane::AgentInstaller::Messages {
 

@@ -1,7 +1,7 @@
 // Telling whether a reinstall is under way.
 #include "run/ReinstallMarker.h"
 
-#include "corekit/File.h"
+#include "corekit/fs/File.h"
 #include "run/Names.h"
 #include "run/TrustedFile.h"
 

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/Interruption.h"
+#include "corekit/os/Interruption.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -1,9 +1,9 @@
 // One run at a time.
 #pragma once
 
-#include "corekit/Descriptor.h"
-#include "corekit/String.h"
-#include "corekit/TemporaryFile.h"
+#include "corekit/os/Descriptor.h"
+#include "corekit/os/TemporaryFile.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -7,10 +7,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/Env.h"
-#include "corekit/File.h"
-#include "corekit/Path.h"
-#include "corekit/SystemCall.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/os/Env.h"
+#include "corekit/os/SystemCall.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 

@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "corekit/Descriptor.h"
-#include "corekit/Result.h"
-#include "corekit/String.h"
+#include "corekit/os/Descriptor.h"
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

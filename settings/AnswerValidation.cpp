@@ -3,10 +3,10 @@
 
 #include <algorithm>
 
-#include "config/PathMacros.h"
-#include "corekit/Ascii.h"
-#include "corekit/File.h"
+#include "corekit/fs/File.h"
+#include "corekit/text/Ascii.h"
 #include "run/Messages.h"
+#include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "corekit/Env.h"
+#include "corekit/os/Env.h"
 #include "run/Messages.h"
 #include "settings/ServerUrl.h"
 

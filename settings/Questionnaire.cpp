@@ -3,12 +3,11 @@
 
 #include <cstdio>
 
-#include "config/PathMacros.h"
-#include "config/SystemProbes.h"
-#include "corekit/Sys.h"
+#include "corekit/os/Sys.h"
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "settings/AnswerValidation.h"
+#include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {

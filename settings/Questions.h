@@ -4,7 +4,7 @@
 #include <span>
 #include <string_view>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -25,6 +25,18 @@ ServerUrl::Kind KindOf(const String& protocol) {
     return ServerUrl::Other;
 }
 
+/// The host's name alone, without domain, of a server name.
+String HostPart(const String& server) {
+    return server.Before(L".");
+}
+
+/// A server name without its port. The port of a bracketed address is what follows the bracket.
+String WithoutPort(const String& server) {
+    if (!server.StartsWith(L"[")) return server.Before(L":");
+    const std::size_t bracket = server.Find(L"]");
+    return bracket == String::npos ? server : server.Left(bracket + 1);
+}
+
 }  // namespace
 
 ServerUrl::ServerUrl(const String& text) : m_url(text) {
@@ -52,6 +64,14 @@ void ServerUrl::Compose(Settings& settings) const {
 
 String UrlFormat(const String& protocol) {
     return protocol + L"://%server%/Zorvane/";
+}
+
+bool ServerNamesDiffer(const String& left, const String& right) {
+    const String first = WithoutPort(left.Upper());
+    const String second = WithoutPort(right.Upper());
+    const bool bothWhole =
+        (first.Contains(L".") && second.Contains(L".")) || first.StartsWith(L"[") || second.StartsWith(L"[");
+    return bothWhole ? first != second : HostPart(first) != HostPart(second);
 }
 
 }  // namespace Zorvane::AgentInstaller

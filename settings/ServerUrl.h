@@ -1,7 +1,7 @@
 // The management server's URL, and the three settings that are always composed from it together.
 #pragma once
 
-#include "corekit/Url.h"
+#include "corekit/text/Url.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
@@ -34,5 +34,9 @@ class ServerUrl {
 
 /// The KSUrlFormat of a scheme, such as "http://%server%/Zorvane/".
 corekit::String UrlFormat(const corekit::String& protocol);
+
+/// True if two server names denote different servers. Case, port, and a domain that one of them lacks do
+/// not matter.
+bool ServerNamesDiffer(const corekit::String& left, const corekit::String& right);
 
 }  // namespace Zorvane::AgentInstaller

@@ -4,7 +4,7 @@
 #include <map>
 #include <vector>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "corekit/BasicXml.h"
+#include "corekit/xml/BasicXml.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

@@ -5,9 +5,9 @@
 #include <unistd.h>
 #include <vector>
 
-#include "corekit/Descriptor.h"
-#include "corekit/IniFile.h"
-#include "corekit/IniLines.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/ini/detail/IniLines.h"
+#include "corekit/os/Descriptor.h"
 #include "tests/fuzz/Property.h"
 #include "tests/fuzz/Targets.h"
 

@@ -4,9 +4,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "corekit/Console.h"
-#include "corekit/Descriptor.h"
-#include "corekit/File.h"
+#include "corekit/fs/File.h"
+#include "corekit/os/Console.h"
+#include "corekit/os/Descriptor.h"
 #include "settings/Questionnaire.h"
 #include "settings/ServerUrl.h"
 #include "tests/fuzz/Property.h"

@@ -2,7 +2,7 @@
 #include <algorithm>
 
 #include "config/SystemProbes.h"
-#include "corekit/Url.h"
+#include "corekit/text/Url.h"
 #include "settings/ServerUrl.h"
 #include "tests/fuzz/Property.h"
 #include "tests/fuzz/Targets.h"

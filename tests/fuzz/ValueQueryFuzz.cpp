@@ -1,7 +1,7 @@
 // The value query: what the host's tools find in a file is what the file says.
 #include <algorithm>
 
-#include "agents/ProcessControl.h"
+#include "agents/removal/ProcessControl.h"
 #include "tests/fuzz/Property.h"
 #include "tests/fuzz/Targets.h"
 #include "tests/fuzz/TempPlace.h"

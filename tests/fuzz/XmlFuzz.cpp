@@ -6,7 +6,7 @@
 #include <type_traits>
 #include <vector>
 
-#include "corekit/BasicXml.h"
+#include "corekit/xml/BasicXml.h"
 #include "settings/XmlConfig.h"
 #include "tests/fuzz/Property.h"
 #include "tests/fuzz/Targets.h"

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "corekit/Console.h"
+#include "corekit/os/Console.h"
 
 namespace testsupport {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <ostream>
 
-#include "corekit/Result.h"
+#include "corekit/os/Result.h"
 
 namespace corekit {
 

@@ -3,7 +3,7 @@
 
 #include <ostream>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 
 namespace corekit {
 

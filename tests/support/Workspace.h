@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 #include "tests/support/TestFiles.h"
 
 namespace testsupport {

@@ -2,9 +2,9 @@
 
 setup() {
     house=$BATS_TEST_TMPDIR/house
-    for folder in corekit deploykit run settings config agents integration app; do mkdir -p "$house/$folder"; done
-    printf 'add_library(settings_store STATIC\n    Settings.cpp\n)\nadd_library(settings STATIC\n    Migration.cpp\n)\n' \
-        >"$house/settings/CMakeLists.txt"
+    for folder in corekit/text corekit/os corekit/fs/detail deploykit run settings config agents/removal integration app; do
+        mkdir -p "$house/$folder"
+    done
 }
 
 file() {
@@ -16,13 +16,13 @@ check() {
 }
 
 @test "a file may include its own floor, the floors below and what is embedded" {
-    file corekit/String.h '#include <string>'
-    file deploykit/Script.h '#include "corekit/String.h"'
-    file settings/Settings.h '#include "corekit/String.h"'
+    file corekit/text/String.h '#include <string>'
+    file deploykit/Script.h '#include "corekit/text/String.h"'
+    file settings/Settings.h '#include "corekit/text/String.h"'
     file config/Paths.h '#include "settings/Settings.h"'
-    file settings/Migration.cpp '#include "config/Paths.h"' '#include "settings/Migration.h"'
-    file settings/Migration.h '#include "config/Paths.h"'
-    file app/main.cpp '#include "settings/Migration.h"' '#include "kTemplate.embedded.h"'
+    file config/Migration.cpp '#include "config/Paths.h"' '#include "config/Migration.h"'
+    file config/Migration.h '#include "config/Paths.h"'
+    file app/main.cpp '#include "config/Migration.h"' '#include "kTemplate.embedded.h"'
     check
     [ "$status" -eq 0 ]
     [ "$output" = "" ]
@@ -30,21 +30,37 @@ check() {
 
 @test "an include of a higher floor is found" {
     file run/Error.h ''
-    file corekit/File.cpp '#include <vector>' '#  include "run/Error.h"  // why'
+    file corekit/fs/File.cpp '#include <vector>' '#  include "run/Error.h"  // why'
     check
     [ "$status" -eq 1 ]
-    [ "$output" = 'check-includes: corekit/File.cpp includes "run/Error.h" of a higher floor' ]
+    [ "$output" = 'check-includes: corekit/fs/File.cpp includes "run/Error.h" of a higher floor' ]
 }
 
-@test "the settings store stands below config, the rest of settings above it" {
-    file settings/Migration.h ''
-    file config/Paths.h '#include "settings/Migration.h"'
-    file settings/Settings.cpp '#include "config/Paths.h"'
+@test "a room of corekit includes no room above it, nor does what an agent left include the agent" {
+    file corekit/text/Text.h '#include "corekit/os/Env.h"'
+    file corekit/os/Env.h ''
+    file agents/removal/Files.h '#include "agents/Agent.h"'
+    file agents/Agent.h ''
     check
     [ "$status" -eq 1 ]
-    [ "${lines[0]}" = 'check-includes: config/Paths.h includes "settings/Migration.h" of a higher floor' ]
-    [ "${lines[1]}" = 'check-includes: settings/Settings.cpp includes "config/Paths.h" of a higher floor' ]
+    [ "${lines[0]}" = 'check-includes: agents/removal/Files.h includes "agents/Agent.h" of a higher floor' ]
+    [ "${lines[1]}" = 'check-includes: corekit/text/Text.h includes "corekit/os/Env.h" of a higher floor' ]
     [ "${#lines[@]}" -eq 2 ]
+}
+
+@test "the detail of a room is closed to all but the room" {
+    file corekit/fs/detail/Tree.h ''
+    file app/Run.cpp '#include "corekit/fs/detail/Tree.h"'
+    check
+    [ "$status" -eq 1 ]
+    [ "$output" = 'check-includes: app/Run.cpp includes "corekit/fs/detail/Tree.h", which only corekit/fs/ may use' ]
+}
+
+@test "a file outside the rooms is found" {
+    file corekit/File.h ''
+    check
+    [ "$status" -eq 1 ]
+    [ "$output" = 'check-includes: corekit/File.h is on no floor of the house' ]
 }
 
 @test "a circle is found and shown" {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "agents/Agent62.h"
-#include "corekit/Dir.h"
+#include "corekit/fs/Dir.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "config/ClientConf.h"
-#include "corekit/IniFile.h"
+#include "corekit/ini/IniFile.h"
 #include "run/Args.h"
 #include "run/Error.h"
 #include "settings/XmlConfig.h"

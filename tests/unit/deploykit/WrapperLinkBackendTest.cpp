@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/Printed.h"

@@ -3,7 +3,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/Program.h"
+#include "corekit/process/Program.h"
 #include "integration/EnvironmentScript.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"

@@ -3,7 +3,7 @@
 #include <map>
 #include <set>
 
-#include "corekit/String.h"
+#include "corekit/text/String.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/Questions.h"
 #include "settings/XmlConfig.h"

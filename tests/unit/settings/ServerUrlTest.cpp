@@ -100,5 +100,37 @@ TEST(ServerUrl, ComposesTheThreeSettingsTogether) {
     }
 }
 
+TEST(ServerNamesDiffer, IgnoresCasePortAndADomainThatOneLacks) {
+    const struct {
+        const wchar_t* left;
+        const wchar_t* right;
+        bool differ;
+    } table[] = {
+        {L"ks.example:80", L"KS", false},
+        {L"ks", L"ks:8080", false},
+        {L"ks.example:1", L"KS.EXAMPLE:2", false},
+        {L"", L"", false},
+        {L"a.x", L"a.y", true},
+        {L"a", L"b", true},
+        {L"a", L"b.example", true},
+        {L"ks", L"", true},
+        {L"10.0.0.5", L"10.0.0.6", true},
+        {L"10.0.0.5", L"10.0.0.5:80", false},
+        {L"10.0.0.5", L"10", false},
+        {L"ks.", L"ks", false},
+        {L"[::1]:8080", L"[::1]", false},
+        {L"[fe80::A]:1", L"[FE80::a]:2", false},
+        {L"[::1]", L"[::2]", true},
+        {L"[::ffff:10.0.0.5]", L"[::ffff:10.0.0.6]", true},
+        {L"[::1]", L"ks", true},
+        {L"[::1", L"[::1", false},
+    };
+    for (const auto& row : table) {
+        EXPECT_EQ(ServerNamesDiffer(row.left, row.right), row.differ)
+            << String(row.left).Utf8() << " and " << String(row.right).Utf8();
+        EXPECT_EQ(ServerNamesDiffer(row.right, row.left), row.differ);
+    }
+}
+
 }  // namespace
 }  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,18 @@
+// The settings that an installed agent's client.conf provides.
+#pragma once
+
+#include <memory>
+
+#include "corekit/ini/IniFile.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Which agents wrote the file: those of version 5.6 know fewer keys.
+enum class Generation { Agent56, Agent60 };
+
+/// A setting whose key the file lacks is present, empty; only Guid (without a GUID file), RunLevel (without
+/// its key) and EnableNICError (without a value for it) are then absent.
+std::unique_ptr<Settings> LoadInstalledSettings(const corekit::IniFile& conf, Generation generation);
+
+}  // namespace Zorvane::AgentInstaller

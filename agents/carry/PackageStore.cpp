@@ -1,0 +1,92 @@
+// Converting the package store.
+#include "agents/carry/PackageStore.h"
+
+#include <algorithm>
+
+#include "agents/carry/StoreRecords.h"
+#include "config/ConfiguredPaths.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/xml/BasicXml.h"
+#include "deploykit/PackageDelivery.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+using deploykit::PackageDelivery::Package;
+using deploykit::PackageDelivery::PackageUser;
+
+namespace {
+
+constexpr const wchar_t* kSection = L"PackageInfo";
+constexpr const wchar_t* kInternalVersion = L"InternalVersion";
+constexpr const wchar_t* kUserName = L"Zorvane.SWD";
+
+// The fields that tell how far the delivery to the user is.
+constexpr const wchar_t* kUserFields[] = {
+    L"Codebases",
+    L"PkgCurrentSize",
+    L"PkgStatus",
+    L"PkgLastDownloadStatus",
+    L"PkgLastDownloadStatusErr",
+    L"PkgDownloadNumber",
+    L"PkgDeleteAfter",
+};
+
+bool IsUserField(const String& name) {
+    return std::any_of(std::begin(kUserFields), std::end(kUserFields),
+                       [&](const wchar_t* field) { return name == field; });
+}
+
+/// The old records as fields; false when they cannot all be read.
+bool ReadPackage(const String& infoPath, const String& xmlPath, Fields& fields) {
+    String xml;
+    if (!ReadFields(infoPath, kSection, fields) || !ReadXmlRecord(xmlPath, xml)) return false;
+    const String version = corekit::BasicXml(xml).GetText(kInternalVersion).Trim();
+    return version.IsEmpty() || AddField(fields, kInternalVersion, version);
+}
+
+/// The record of today; what older agents did not record goes ahead, so that what they did prevails.
+String PackageRecord(const Fields& fields) {
+    Package package;
+    PackageUser user;
+    package.Set(L"Enabled", L"true");
+    package.Set(L"Deleted", L"false");
+    user.Set(L"Name", kUserName);
+    user.Set(L"Priority", L"normal");
+    for (const auto& [name, text] : fields) {
+        if (IsUserField(name)) {
+            user.Set(name, text);
+        } else {
+            package.Set(name, text);
+        }
+    }
+    package.AddUser(user);
+    return package.ToString();
+}
+
+void ConvertPackage(const String& store, const String& name) {
+    const String infoPath = store + name + L".qdn-pkg-info";
+    const String newName = name.Upper();
+    Fields fields;
+    if (!ReadPackage(infoPath, store + name + L".qdn-pkg-xml", fields)) return;
+    if (!WriteRecord(store + L".qdn-pkg-xml-" + newName, PackageRecord(fields), infoPath)) return;
+    bool areMoved = true;
+    for (const wchar_t* file : {L".qdn-pkg-codebases", L".qdn-pkg-snapshot"})
+        areMoved = MoveIfPresent(store + name + file, store + file + L"-" + newName) && areMoved;
+    // As long as it is there, the next run converts the package again.
+    if (areMoved) corekit::Forgive(corekit::File::Remove(infoPath));
+}
+
+}  // namespace
+
+void ConvertPackages(const String& packageStore) {
+    const String store = UsableDirectory(packageStore);
+    if (store.IsEmpty()) return;
+    corekit::Forgive(corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
+        if (entry.isDirectory) ConvertPackage(store, entry.name);
+        return true;
+    }));
+}
+
+}  // namespace Zorvane::AgentInstaller

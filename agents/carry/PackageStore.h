@@ -1,0 +1,21 @@
+// The package store of an older agent, carried into today's layout: one record a package, named after it.
+#pragma once
+
+#include "corekit/text/String.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// Converts each package of the store: a directory whose name begins with "{", with its record beside it in
+/// NAME.qdn-pkg-info (INI, section PackageInfo). The new record is .qdn-pkg-xml-NAME, the name in upper case:
+/// an element Package with a PackageUser "Zorvane.SWD" in it, their attributes the old keys in CamelCase. How
+/// far the delivery is (codebases, pkg_current_size, pkg_status, the last download's status,
+/// pkg_download_number, pkg_delete_after) is the user's; everything else is the package's, and so is the text
+/// of InternalVersion in NAME.qdn-pkg-xml. Enabled="true", Deleted="false" and the user's Priority="normal"
+/// stand there too where the old record does not say otherwise. Code bases and snapshot take their new names;
+/// NAME.qdn-pkg-info goes.
+///
+/// A package whose record cannot be read, or written as XML without loss, stays as it is; nothing is
+/// reported. The second time nothing changes.
+void ConvertPackages(const corekit::String& packageStore);
+
+}  // namespace Zorvane::AgentInstaller

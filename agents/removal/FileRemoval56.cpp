@@ -1,0 +1,210 @@
+// Taking an agent of version 5.6 off the disk, led by its client.conf and its environment script.
+#include "agents/removal/FileRemoval56.h"
+
+#include <algorithm>
+
+#include "agents/removal/ProcessControl.h"
+#include "agents/removal/Survivors.h"
+#include "config/ConfiguredPaths.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/Path.h"
+#include "corekit/ini/IniFile.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::IniFile;
+using corekit::Result;
+using corekit::String;
+namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+/// A key of the section Configuration, and what the agent took it for where it was missing.
+struct OldKey {
+    const wchar_t* name;
+    const wchar_t* fallback;
+};
+
+constexpr OldKey kInstallDir = {L"installdir", L"/opt/zorvane/kell/ksagent"};
+constexpr OldKey kLibraryDir = {L"libdir", L"/opt/zorvane/kell/ksagent/lib"};
+constexpr OldKey kTaskDir = {L"task_storage_path", L"/opt/zorvane/kell/ksagent/var/tasks"};
+constexpr OldKey kDebugLog = {L"debug_output", L"/opt/zorvane/kell/ksagent/var/qdn-client.log"};
+constexpr OldKey kVariableData = {L"var", L"/opt/zorvane/kell/ksagent/var"};
+constexpr OldKey kTemporaryDir = {L"tmpdir", L"/tmp"};
+
+/// Where the agent is; every directory ends in "/" or, when there is none to work in, is empty.
+struct Installation {
+    String installDir;
+    String libraryDir;
+    String taskDir;
+    String logDir;
+    String varDir;
+    String temporaryDir;
+};
+
+struct DataFiles {
+    String Installation::*directory;
+    const wchar_t* pattern;
+};
+
+constexpr DataFiles kDataFiles[] = {
+    {&Installation::varDir, L"*.xml"},
+    {&Installation::varDir, L"Pkg_*"},
+    {&Installation::taskDir, L"Pkg_*"},
+};
+constexpr const wchar_t* kLog = L"qdn-client.log";
+
+constexpr const wchar_t* kProgramDir = L"/usr/bin/";
+constexpr const wchar_t* kPrograms[] = {
+    L"qdn-clientconfigupdate", L"qdn-clientevent",
+    L"qdn-clienttransport",    L"qdn-messagelistener",
+    L"qdn-objectmanager",      L"qdn-policymanager",
+    L"qdn-swdclientagent",     L"qdn-taskscheduler",
+    L"qdn-policymanager.old",  L"qdn-swdclientagent.old",
+    L"qdn-taskscheduler.old",  L"qdn-collector",
+    L"qdn-filesurveyor",       L"qdn-invagent-configuration",
+    L"qdn-invagent-generic",   L"qdn-invagent-hardware",
+    L"qdn-invagent-software",  L"qdn-runinvnow",
+};
+
+constexpr const wchar_t* kBelowInstallDir[] = {
+    L"bin/qdn-policymanager.old",
+    L"bin/qdn-swdclientagent.old",
+    L"bin/qdn-taskscheduler.old",
+    L"bin/qdn-*",
+    L"bin/rcscript",
+    L"bin/runit.sh",
+    L"bin/whose",
+    L"bin/killem",
+    L"bin/timeit",
+    L"bin/wait_for_proc",
+    L"etc/filescan.*",
+};
+constexpr const wchar_t* kBackups = L"backups";
+constexpr const wchar_t* kLibraryTree = L"lib";
+constexpr const wchar_t* kEtc = L"etc";
+constexpr const wchar_t* kClientConf = L"etc/client.conf";
+
+constexpr const wchar_t* kLibraries[] = {
+    L"libomni*",          L"libssl.so*",     L"libcrypto.so*",      L"libxerces-c.so.21.0",
+    L"libxerces-c.so.21", L"libxerces-c.so", L"libxalan-c1_4_0.so", L"libzorvane.so*",
+};
+constexpr const wchar_t* kHostLibraryPrefixes[] = {L"/lib", L"/usr/lib", L"/usr/local/lib"};
+
+constexpr const wchar_t* kTemporaryFiles = L"qdn-*";
+constexpr const wchar_t* kHostTemporaryDirs[] = {L"/tmp", L"/var/tmp"};
+
+/// A key that stands there with nothing behind it names nothing; only one that is missing has its fallback.
+String Value(const IniFile& conf, const OldKey& key) {
+    String value = QueryValue(key.name, conf.FileName());
+    if (value.IsEmpty() && !conf.GetValue(Names::kConfiguration, key.name, value)) value = key.fallback;
+    return value;
+}
+
+/// The environment script knows best where the libraries are: before the search path that it inherits.
+String LibraryDir(const IniFile& conf, const String& installDir) {
+    const String path = QueryValue(L"LD_LIBRARY_PATH", installDir + L"bin/qdn-env").Before(L":$");
+    const String directory = UsableDirectory(path);
+    return directory.IsEmpty() ? UsableDirectory(Value(conf, kLibraryDir)) : directory;
+}
+
+Installation FindInstallation(const IniFile& conf) {
+    Installation agent;
+    agent.installDir = UsableDirectory(Value(conf, kInstallDir));
+    if (!agent.installDir.IsEmpty()) agent.libraryDir = LibraryDir(conf, agent.installDir);
+    agent.taskDir = UsableDirectory(Value(conf, kTaskDir));
+    agent.logDir = UsableDirectory(Path::GetDirectory(Value(conf, kDebugLog)));
+    agent.varDir = UsableDirectory(Value(conf, kVariableData));
+    agent.temporaryDir = UsableDirectory(Value(conf, kTemporaryDir));
+    return agent;
+}
+
+/// Is it a library directory of the host, or below one? The libraries there belong to everyone.
+bool IsHostLibraryDir(const String& directory) {
+    String canonical;
+    if (!Path::Canonicalise(directory, canonical)) return false;
+    return std::any_of(std::begin(kHostLibraryPrefixes), std::end(kHostLibraryPrefixes),
+                       [&](const wchar_t* prefix) { return canonical.StartsWith(prefix); });
+}
+
+/// The old log goes even from where the new agent writes one: it begins its own.
+void RemoveLogs(const Installation& agent, Leftovers& left) {
+    for (const String& directory : {agent.varDir, agent.logDir}) {
+        if (!directory.IsEmpty()) left.Add(File::Remove(directory + kLog));
+    }
+}
+
+/// Trees have no name of the agent's, and a link leads to what is somebody else's as well.
+Result RefuseTreesIn(const String& installDir) {
+    const Result result = corekit::RefuseHostDirectory(installDir);
+    return result ? File::RefuseLink(installDir) : result;
+}
+
+void RemoveInstallDir(const Installation& agent, const Survivors& survivors, Leftovers& left) {
+    for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern, left);
+    if (const Result ours = RefuseTreesIn(agent.installDir); !ours) return left.Add(ours);
+    survivors.RemoveOthersInTree(agent.installDir + kBackups, left);
+    const String libraryTree = agent.installDir + kLibraryTree;
+    if (Path::IsMatch(libraryTree, agent.libraryDir)) survivors.RemoveOthersInTree(libraryTree, left);
+    survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
+}
+
+void RemoveLibraries(const String& directory, const Survivors& survivors, Leftovers& left) {
+    if (directory.IsEmpty() || IsHostLibraryDir(directory)) return;
+    for (const wchar_t* pattern : kLibraries) survivors.RemoveOthers(directory + pattern, left);
+}
+
+void RemoveTemporaryFiles(const String& directory, const Survivors& survivors, Leftovers& left) {
+    if (directory.IsEmpty()) return;
+    const bool isMeant = std::any_of(std::begin(kHostTemporaryDirs), std::end(kHostTemporaryDirs),
+                                     [&](const wchar_t* known) { return Path::IsMatch(directory, known); });
+    survivors.RemoveOthers(directory + kTemporaryFiles, left,
+                           isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
+}
+
+void RemoveAllButClientConf(const Installation& agent, Survivors survivors, Leftovers& left) {
+    if (!agent.installDir.IsEmpty()) survivors.Spare(agent.installDir + kClientConf);
+    RemoveLogs(agent, left);
+    for (const DataFiles& row : kDataFiles) {
+        const String& directory = agent.*row.directory;
+        if (!directory.IsEmpty()) survivors.RemoveOthers(directory + row.pattern, left);
+    }
+    for (const wchar_t* program : kPrograms) survivors.RemoveOthers(String(kProgramDir) + program, left);
+    if (!agent.installDir.IsEmpty()) {
+        RemoveInstallDir(agent, survivors, left);
+        RemoveLibraries(agent.libraryDir, survivors, left);
+    }
+    RemoveTemporaryFiles(agent.temporaryDir, survivors, left);
+}
+
+/// The configuration goes last, and only when all else has gone: by it the next run finds what is left.
+void RemoveClientConf(const Installation& agent, const Survivors& survivors, Leftovers left) {
+    const String path = agent.installDir + kClientConf;
+    if (agent.installDir.IsEmpty() || survivors.Include(path)) return;
+    if (left.Any()) {
+        if (File::Exists(path)) Messages::WarnKept(path, L"not everything could be removed");
+        return;
+    }
+    survivors.RemoveOthers(path, left);
+    if (RefuseTreesIn(agent.installDir)) survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
+}
+
+}  // namespace
+
+void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath, Leftovers left) {
+    // Without the file every directory would be the usual one, which may well be another agent's.
+    if (!conf.ReadResult()) return;
+    const Installation agent = FindInstallation(conf);
+    const auto survivors = [&] { return Survivors(newConfPath, agent.installDir); };
+    const auto remove = [&](Leftovers& files) { RemoveAllButClientConf(agent, survivors(), files); };
+    left.Add(TryTwice(remove));
+    // Only client.conf, which goes now, leads the next run to them.
+    Forgive(corekit::Dir::FlushEntries(kProgramDir));
+    RemoveClientConf(agent, survivors(), left);
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,204 @@
+// Taking an agent of version 6.x off the disk, led by its client.conf.
+#include "agents/removal/FileRemoval60.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "config/ConfiguredPaths.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/Path.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+#include "run/ReinstallMarker.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::Dir;
+using corekit::FileInfo;
+using corekit::IniFile;
+using corekit::Result;
+using corekit::String;
+namespace File = corekit::File;
+
+namespace {
+
+// What a store is named after: a GUID in braces.
+constexpr wchar_t kGuidPattern[] =
+    L"{[a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9]"
+    L"-[a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9]"
+    L"-[a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9]"
+    L"-[a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9]"
+    L"-[a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9]"
+    L"[a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9][a-fA-F0-9]}";
+
+/// Data files whose extension the agent was free to configure.
+struct DataFiles {
+    const wchar_t* store;
+    const wchar_t* extensionKey;
+    const wchar_t* usualExtension;
+};
+
+constexpr DataFiles kDataFiles[] = {
+    {L"event_queue_dir", L"event_file_extension", L".kse"},
+    {L"task_storage_path", L"task_file_extension", L".kst"},
+};
+
+struct StoredFiles {
+    const wchar_t* store;
+    const wchar_t* pattern;
+};
+
+constexpr StoredFiles kStoredFiles[] = {
+    {L"event_queue_dir", L"*.ksi*"},         {L"event_queue_dir", L"*.??????"},
+    {L"swd_storage_path", kGuidPattern},     {L"swd_storage_path", L"Packages/.qdn-package-*"},
+    {L"swd_storage_path", L"Packages"},      {L"package_storage_path", kGuidPattern},
+    {L"package_storage_path", L"qdn-*.log"}, {L"package_storage_path", L".qdn-pkg-xml-*"},
+};
+
+// Below the install directory.
+constexpr const wchar_t* kGeneratedFiles[] = {
+    L"etc/client.conf.old", L"etc/config.xml",     L"etc/om-ior",      L"etc/host.GUID",
+    L"etc/UserLog.ini",     L"etc/.upgrade",       L"bin/runit.sh",    L"bin/qdn-env",
+    L"bin/rcscript",        L"var/qdn-client.log", L"qdn-install.log",
+};
+constexpr const wchar_t* kEtc = L"etc";
+constexpr const wchar_t* kClientConfName = L"client.conf";
+constexpr const wchar_t* kClientConf = L"etc/client.conf";
+constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
+constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
+
+void RemoveStoredFiles(const IniFile& conf, Leftovers& left) {
+    for (const DataFiles& row : kDataFiles) {
+        const String directory = ConfiguredDirectory(conf, row.store);
+        String extension = conf.GetValue(Names::kConfiguration, row.extensionKey);
+        if (extension.IsEmpty()) extension = row.usualExtension;
+        if (directory.IsEmpty() || extension.Contains(L"/")) continue;
+        left.Add(File::RemoveEx(directory + L"*" + extension));
+    }
+    for (const StoredFiles& row : kStoredFiles) {
+        const String directory = ConfiguredDirectory(conf, row.store);
+        if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + row.pattern));
+    }
+}
+
+/// The settings document of a server, named after it with and without its port. What a server's name holds is
+/// never a wildcard, and never leads to another directory.
+void RemoveServerDocuments(const IniFile& conf, const String& varDir, Leftovers& left) {
+    const String server = conf.GetValue(Names::kKellServers, L"server-1");
+    for (const String& name : {server, server.Before(L":")}) {
+        if (!name.IsEmpty() && !name.Contains(L"/")) left.Add(File::Remove(varDir + name + L".xml"));
+    }
+}
+
+void RemoveVariableData(const IniFile& conf, Leftovers& left) {
+    const String varDir = ConfiguredDirectory(conf, L"var");
+    if (varDir.IsEmpty()) return;
+    left.Add(File::Remove(varDir + L"invlock"));
+    const String usualDir = conf.GetValue(Names::kConfiguration, L"installdir") + L"/var";
+    if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
+}
+
+void RemoveStores(const IniFile& conf, Leftovers& left) {
+    for (const wchar_t* store : kStoreKeys) left.Add(Dir::Remove(ConfiguredDirectory(conf, store)));
+}
+
+void RemoveGuidFile(const IniFile& conf, Leftovers& left) {
+    const String path = conf.GetValue(Names::kConfiguration, L"guid_guid_file");
+    if (path.StartsWith(L"/")) left.Add(File::Remove(path));
+}
+
+bool IsInstallerFile(const String& name) {
+    return std::any_of(std::begin(kInstallerFiles), std::end(kInstallerFiles),
+                       [&](const wchar_t* file) { return name == file; });
+}
+
+/// A link leads to what is somebody else's as well.
+Result RefuseOthers(const String& directory) {
+    const Result result = corekit::RefuseHostDirectory(directory);
+    return result ? File::RefuseLink(directory) : result;
+}
+
+void RemoveEntriesBut(const String& directory, Leftovers& left,
+                      const std::function<bool(const String& name)>& stays) {
+    if (const Result ours = RefuseOthers(directory); !ours) return left.Add(ours);
+    left.Add(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
+        if (!stays(entry.name)) left.Add(File::RemoveAny(entry.path));
+        return true;
+    }));
+}
+
+void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, Leftovers& left) {
+    if (installDir.IsEmpty()) return;
+    if (!isReinstall) {
+        for (const wchar_t* file : kInstallerFiles) left.Add(File::Remove(installDir + file));
+    }
+    RemoveEntriesBut(installDir, left, [&](const String& name) {
+        return name == kEtc || (isReinstall && IsInstallerFile(name));
+    });
+    if (const Result ours = RefuseOthers(installDir); !ours) return left.Add(ours);
+    RemoveEntriesBut(installDir + kEtc, left, [](const String& name) { return name == kClientConfName; });
+}
+
+/// The configuration goes last: by it the next run finds what is left when this one is interrupted.
+void RemoveClientConf(const String& installDir, bool isReinstall) {
+    static_cast<void>(TryTwice([&](Leftovers& left) {
+        left.Add(File::Remove(installDir + kClientConf));
+        if (!isReinstall) {
+            left.Add(Dir::Remove(installDir));
+        } else if (RefuseOthers(installDir)) {
+            left.Add(Dir::Remove(installDir + kEtc));
+        }
+    }));
+}
+
+void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf,
+                         Leftovers& left) {
+    if (directory.IsEmpty()) return;
+    const String path = directory + file;
+    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) left.Add(File::Remove(path));
+}
+
+void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf, Leftovers& left) {
+    const String directory = UsableDirectory(installDir);
+    for (const wchar_t* file : kGeneratedFiles) RemoveGeneratedFile(directory, file, newConf, left);
+    if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + kBackupCopies));
+}
+
+void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bool isReinstall,
+                            Leftovers& left) {
+    RemoveStoredFiles(oldConf, left);
+    RemoveVariableData(oldConf, left);
+    RemoveStores(oldConf, left);
+    RemoveGuidFile(oldConf, left);
+    RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
+    left.Add(Dir::Remove(ConfiguredDirectory(oldConf, L"var")));
+    RemoveInstallDirButClientConf(installDir, isReinstall, left);
+}
+
+}  // namespace
+
+void RemoveInstalledFiles60(const IniFile& oldConf, Leftovers left) {
+    const String installDir = ConfiguredDirectory(oldConf, L"installdir");
+    const bool isReinstall = IsReinstallPending();
+    left.Add(
+        TryTwice([&](Leftovers& files) { RemoveAllButClientConf(oldConf, installDir, isReinstall, files); }));
+    if (installDir.IsEmpty()) return;
+    if (!left.Any()) {
+        RemoveClientConf(installDir, isReinstall);
+    } else if (const String path = installDir + kClientConf; File::Exists(path)) {
+        Messages::WarnKept(path, L"not everything could be removed");
+    }
+}
+
+Leftovers RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
+    Leftovers left;
+    // First: without it the next run goes by the copy that the upgrade saved, which knows what has been
+    // carried.
+    RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf, left);
+    RemoveGeneratedFilesButClientConf(installDir, newConf, left);
+    return left;
+}
+
+}  // namespace Zorvane::AgentInstaller

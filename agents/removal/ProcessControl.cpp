@@ -1,0 +1,67 @@
+// The shell pipelines behind the questions to the host's tools; what fails counts as nothing found.
+#include "agents/removal/ProcessControl.h"
+
+#include <string>
+
+#include "config/SystemProbes.h"
+#include "corekit/fs/File.h"
+#include "corekit/process/Program.h"
+#include "corekit/text/Text.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+using corekit::Text::InShellQuotes;
+using corekit::Text::ShellWord;
+
+namespace {
+
+/// Each word of a blank-separated text quoted by itself, so that several ids stay several arguments.
+String ShellWords(const String& text) {
+    corekit::StringTokenizer words(text, L" ");
+    String quoted;
+    for (String word; words.GetToken(word);) {
+        if (word.IsEmpty()) continue;
+        if (!quoted.IsEmpty()) quoted += L' ';
+        quoted += ShellWord(word);
+    }
+    return quoted;
+}
+
+/// For such a file grep does not print the lines, but tells that the file matches.
+bool HasNul(const String& file) {
+    std::string bytes;
+    return corekit::File::ReadBytes(file, bytes).Ok() && bytes.find('\0') != bytes.npos;
+}
+
+}  // namespace
+
+String QueryValue(const String& key, const String& file) {
+    if (key.IsEmpty() || file.IsEmpty() || HasNul(file)) return String();
+    const String command = L"grep '^ *%1' %2 2>/dev/null | sed -e 's,^[^=]*= *,,' -e 's,//,/,g'";
+    return RunShellCommand(command.Arg(InShellQuotes(key), ShellWord(file))).Trim();
+}
+
+String QueryProcessIds(const String& name) {
+    if (name.IsEmpty()) return String();
+    const String command = L"ps -ef | grep %1 | grep -v grep | awk '{print $2}'";
+    corekit::StringToMapFilter lines;
+    Forgive(corekit::PosixLocaleProgram::Run(command.Arg(ShellWord(name)), lines));
+    String ids;
+    for (std::size_t number = 0; number < lines.Count(); ++number) ids += lines.RawData(number) + L" ";
+    return ids.Trim();
+}
+
+void SignalProcesses(const String& signal, const String& ids) {
+    if (signal.IsEmpty() || ids.IsEmpty()) return;
+    const String command = L"kill -%1 %2 >/dev/null";
+    RunShellCommand(command.Arg(ShellWord(signal), ShellWords(ids)));
+}
+
+bool IsRunning(const String& name) {
+    if (name.IsEmpty()) return false;
+    const String command = L"if ps -e | grep %1 >/dev/null; then echo YES; fi";
+    return RunShellCommand(command.Arg(ShellWord(name))) == L"YES";
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,66 @@
+// Reading directories and files from a client.conf.
+#include "config/ConfiguredPaths.h"
+
+#include <string_view>
+
+#include "corekit/fs/Path.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::IniFile;
+using corekit::String;
+
+namespace {
+
+struct NamedPath {
+    const wchar_t* section;
+    const wchar_t* key;
+};
+
+constexpr NamedPath kNamedPaths[] = {
+    {Names::kConfiguration, L"installdir"},           {Names::kConfiguration, L"event_queue_dir"},
+    {Names::kConfiguration, L"task_storage_path"},    {Names::kConfiguration, L"swd_storage_path"},
+    {Names::kConfiguration, L"package_storage_path"}, {Names::kConfiguration, L"var"},
+    {Names::kConfiguration, L"guid_guid_file"},       {Names::kConfiguration, L"debug_output"},
+    {Names::kClientTransport, L"ssl_ca_info"},        {Names::kClientTransport, L"ssl_ca_path"},
+};
+
+/// Without the slashes and the "." at the end of a path: no directory can be removed by that name.
+String WithoutDots(const String& path) {
+    const std::wstring_view text = path.View();
+    std::size_t last = text.find_last_not_of(L'/');
+    while (text.substr(0, last + 1).ends_with(L"/.")) last = text.find_last_not_of(L'/', last - 1);
+    return path.Left(last + 1);
+}
+
+}  // namespace
+
+String UsableDirectory(const String& value) {
+    const String directory = value.TrimRight();
+    if (!directory.StartsWith(L"/") || corekit::Path::IsMatch(directory, L"/")) return String();
+    return WithoutDots(directory) + L"/";
+}
+
+String ConfiguredDirectory(const IniFile& conf, const String& key) {
+    return UsableDirectory(conf.GetValue(Names::kConfiguration, key));
+}
+
+std::vector<String> NamedPaths(const IniFile& conf) {
+    std::vector<String> paths;
+    for (const NamedPath& named : kNamedPaths) {
+        const String path = conf.GetValue(named.section, named.key);
+        if (!path.IsEmpty()) paths.push_back(path);
+    }
+    return paths;
+}
+
+String NamedWithin(const IniFile& conf, const String& place) {
+    const corekit::Path::Lineage within(place);
+    for (const String& path : NamedPaths(conf)) {
+        if (corekit::Path::Lineage(path).IsWithin(within)) return path;
+    }
+    return String();
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,29 @@
+// The directories and files that a client.conf names, read so that a damaged file leads no clean-up astray.
+#pragma once
+
+#include <vector>
+
+#include "corekit/ini/IniFile.h"
+#include "corekit/text/String.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// The keys, in the section Configuration, of the directories that hold the agent's data.
+inline constexpr const wchar_t* kStoreKeys[] = {L"event_queue_dir", L"task_storage_path", L"swd_storage_path",
+                                                L"package_storage_path"};
+
+/// The directory that a value names, ending in its name and "/". Empty when it names none to work in: an
+/// empty value, a relative one (nobody knows what to), and the root however it is spelled.
+corekit::String UsableDirectory(const corekit::String& value);
+
+/// The same for a key of the section Configuration.
+corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const corekit::String& key);
+
+/// The paths that a client.conf names, as they stand there, without the empty ones: the install directory,
+/// the stores, the variable data, the GUID file, the log and the certificates.
+std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
+
+/// The first of NamedPaths that is `place` or lies below it; empty when there is none.
+corekit::String NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
+
+}  // namespace Zorvane::AgentInstaller

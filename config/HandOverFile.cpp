@@ -1,0 +1,41 @@
+// The hand-over file: made privately, removed unless it has moved into place.
+#include "config/HandOverFile.h"
+
+#include "corekit/fs/File.h"
+#include "corekit/os/Interruption.h"
+#include "run/Error.h"
+
+namespace Zorvane::AgentInstaller {
+
+namespace File = corekit::File;
+
+namespace {
+
+constexpr const wchar_t* kTemplate = L"/tmp/.zorvane-agent-installer.XXXXXX";
+
+// The file, and what is beside it while it is written.
+constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????",
+                                         L"/tmp/..zorvane-agent-installer.??????.*"};
+
+/// No other run is under way that could still need them.
+void RemoveLeftoversOfKilledRuns() {
+    for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, File::HostDirectory::Meant));
+}
+
+}  // namespace
+
+bool HandOverFile::Create() {
+    RemoveHandOverFile();
+    RemoveLeftoversOfKilledRuns();
+    const corekit::Interruption::Delay untilItIsOwned;
+    const auto result = File::MakeTemp(kTemplate, m_path);
+    m_file.Take(m_path.Utf8());
+    return result.Ok() || Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(result));
+}
+
+void HandOverFile::RemoveHandOverFile() {
+    m_file.Remove();
+    m_path = corekit::String();
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,123 @@
+// Reads and makes directories.
+#include "corekit/fs/Dir.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/os/SystemCall.h"
+#include "corekit/text/Wildcard.h"
+
+namespace corekit {
+
+namespace {
+
+Result Create(const String& path) {
+    if (mkdir(NativePath(path).c_str(), 0755) == 0) return Result();
+    const Result failure = Result::FromErrno();
+    return File::IsDirectory(path) ? Result() : failure;
+}
+
+}  // namespace
+
+struct Dir::Stream {
+    Descriptor directory;
+    String path;
+    std::string pattern;
+    DirChunk chunk;
+    const DirEntry* next = nullptr;
+    Result result;
+
+    /// Null at the end, and where the rest cannot be read.
+    const DirEntry* Next() {
+        while (next == chunk.end() && !chunk.IsEnd()) {
+            result = chunk.Read(directory.Get());
+            next = chunk.begin();
+        }
+        return next == chunk.end() ? nullptr : next++;
+    }
+};
+
+Dir::Dir() = default;
+Dir::~Dir() = default;
+
+Result Dir::Open(const String& path, const String& pattern) {
+    Descriptor directory = OpenDirectory(NativePath(path));
+    if (!directory) return Result::FromErrno();
+    m_stream = std::make_unique<Stream>();
+    m_stream->directory = std::move(directory);
+    m_stream->path = path;
+    m_stream->pattern = pattern.Utf8();
+    m_stream->next = m_stream->chunk.end();
+    return Result();
+}
+
+bool Dir::Read(FileInfo& entry) {
+    const DirEntry* next = m_stream ? m_stream->Next() : nullptr;
+    while (next != nullptr && !MatchesWildcard(m_stream->pattern, next->name)) next = m_stream->Next();
+    if (next == nullptr) return false;
+    entry.name = String::FromUtf8(next->name);
+    entry.path = Path::Join(m_stream->path, entry.name);
+    entry.isDirectory = IsDirectory(m_stream->directory.Get(), *next);
+    return true;
+}
+
+Result Dir::ReadResult() const {
+    return m_stream ? m_stream->result : Result();
+}
+
+Result Dir::Scan(const String& path, const String& pattern,
+                 const std::function<bool(const FileInfo&)>& visit) {
+    Dir directory;
+    if (const Result result = directory.Open(path, pattern); !result) return result;
+    FileInfo entry;
+    while (directory.Read(entry) && visit(entry)) continue;
+    return directory.ReadResult();
+}
+
+Result Dir::ReadEntries(const String& path, const String& pattern, std::vector<FileInfo>& entries) {
+    return Scan(path, pattern, [&](const FileInfo& entry) {
+        entries.push_back(entry);
+        return true;
+    });
+}
+
+std::vector<FileInfo> Dir::Entries(const String& path, const String& pattern) {
+    std::vector<FileInfo> entries;
+    Forgive(ReadEntries(path, pattern, entries));
+    return entries;
+}
+
+Result Dir::CreateR(const String& path) {
+    const Result result = Create(path);
+    const bool isAboveInTheWay = result.Code() == ENOENT || result.Code() == ENOTDIR;
+    const std::size_t slash = path.FindLast(L"/");
+    if (!isAboveInTheWay || slash == 0 || slash == String::npos) return result;
+    const Result above = CreateR(path.Left(slash));
+    return above ? Create(path) : above;
+}
+
+Result Dir::FlushEntries(const String& path) {
+    const Descriptor directory = OpenDirectory(NativePath(path));
+    return directory ? Flush(directory.Get()) : Result::FromErrno();
+}
+
+Result Dir::GetCurrent(String& path) {
+    char* const current = getcwd(nullptr, 0);
+    if (current == nullptr) return Result::FromErrno();
+    path = String::FromUtf8(current);
+    std::free(current);
+    return Result();
+}
+
+Result Dir::SetCurrent(const String& path) {
+    return Outcome(chdir(NativePath(path).c_str()));
+}
+
+}  // namespace corekit

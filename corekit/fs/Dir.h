@@ -1,0 +1,75 @@
+// Directories: reading, making, moving and removing them, always on open descriptors.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
+
+namespace corekit {
+
+/// One entry of a directory.
+struct FileInfo {
+    String name;               // without the directory
+    String path;               // the directory as it was given, "/" and the name
+    bool isDirectory = false;  // the entry itself; a link to a directory is none
+};
+
+/// An open directory, read entry by entry. "." and ".." are never given.
+class Dir {
+  public:
+    Dir();
+    ~Dir();
+
+    /// Opens a directory for entries whose name matches a shell wildcard ("" for all of them).
+    Result Open(const String& path, const String& pattern = String());
+
+    /// The next entry; false at the end, and where the rest cannot be read.
+    bool Read(FileInfo& entry);
+
+    /// How reading has gone so far.
+    Result ReadResult() const;
+
+    /// Calls `visit` for every entry of a directory until it returns false. Fails when the directory cannot
+    /// be opened, or not be read to its end.
+    static Result Scan(const String& path, const String& pattern,
+                       const std::function<bool(const FileInfo&)>& visit);
+
+    /// Adds all that `Scan` would visit to a list: entries can be removed while that is walked. What was read
+    /// before a failure counts.
+    static Result ReadEntries(const String& path, const String& pattern, std::vector<FileInfo>& entries);
+
+    /// The same for a caller to whom what cannot be read is not there.
+    static std::vector<FileInfo> Entries(const String& path, const String& pattern);
+
+    /// Creates a directory (mode 0755) with all missing parents; one that exists already is success.
+    static Result CreateR(const String& path);
+
+    /// Removes a directory with everything in it, never following a link out of it; of a path that is a link
+    /// itself the link only. What cannot be removed, and what is mounted in the tree, is left: the gravest
+    /// failure is the result. An empty path does nothing; "/" and the host's own directories are refused
+    /// (EPERM), however they are spelled or reached, and files (ENOTDIR). Memory does not grow with the
+    /// number of entries.
+    static Result Remove(const String& path);
+
+    /// Moves the entries of `from` into `to` (made when missing, with the owner and the mode of `from`),
+    /// across file systems too. What stands in `to` already stays, and what would replace it by something
+    /// else stays in `from`: then the result is EEXIST. So does what cannot be moved, whole; the rest is
+    /// moved all the same. `from` is removed when it is empty. Refused out of one of the host's own
+    /// directories (EPERM) and into `from` itself or below it (EINVAL).
+    static Result Move(const String& from, const String& to);
+
+    /// Waits until what was made, renamed and removed in a directory has got to the disk.
+    static Result FlushEntries(const String& path);
+
+    static Result GetCurrent(String& path);
+    static Result SetCurrent(const String& path);
+
+  private:
+    struct Stream;
+    std::unique_ptr<Stream> m_stream;
+};
+
+}  // namespace corekit

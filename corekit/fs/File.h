@@ -1,0 +1,84 @@
+// Files: probing, reading, replacing, copying and removing them.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "corekit/os/Descriptor.h"
+#include "corekit/os/Result.h"
+#include "corekit/text/Encoding.h"
+#include "corekit/text/String.h"
+
+namespace corekit::File {
+
+/// Success when the path names anything, else why not (see `IsAbsence`). Links are followed: a dangling link
+/// does not exist.
+Result Find(const String& path);
+
+/// Where the system does not tell, because a device gives an error or too many files are open, what might be
+/// there counts as there: who then uses it learns why that fails, and nobody goes on without it or over it.
+bool Exists(const String& path);
+bool MayBeDirectory(const String& path);
+
+/// Is it known to be a directory?
+bool IsDirectory(const String& path);
+
+/// Refuses (ELOOP) a symbolic link itself; a "/" at its end does not count. Where the system does not tell,
+/// the result is why. What does not exist is not refused.
+Result RefuseLink(const String& path);
+
+bool IsReadable(const String& path);
+/// By the effective user, on a file system that takes writes.
+bool IsWritable(const String& path);
+
+/// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL),
+/// and what is over 256 MiB (EFBIG).
+Result Read(const String& path, String& text, const Encoding& encoding = Utf8Encoding());
+Result ReadBytes(const String& path, std::string& bytes);
+/// The rest of a regular file that is open.
+Result ReadBytes(const Descriptor& file, std::string& bytes);
+
+/// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
+/// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A
+/// link in its place is replaced, never followed. On failure the old file stands whole (the new one
+/// when nothing but the last flush failed) and nothing else is left. Pieces go one after the
+/// other, large ones without being copied together.
+Result Write(const String& path, const String& text, const Encoding& encoding = Utf8Encoding());
+Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);
+Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode = 0644);
+
+/// Removes a file or link; not a directory, nor a name that the file-system standard gives the host.
+Result Remove(const String& path);
+
+/// Removes what the path names: a file or link, or a directory as a tree. What something is mounted on stays
+/// as it is (EBUSY), and so do the names of the host (EPERM).
+Result RemoveAny(const String& path);
+
+/// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
+/// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
+/// the pattern has it. Wildcards in one of the host's own directories are not expanded unless `hostDirectory`
+/// says that it is meant. An empty pattern names nothing; the result is the gravest failure.
+enum class HostDirectory { Refused, Meant };
+Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
+
+/// Renames, replacing an existing target; to another file system by copy, flush and rename there.
+Result Rename(const String& from, const String& to);
+
+/// Copies a regular file with its mode (and owner, where allowed), replacing an existing target in one step.
+Result Copy(const String& from, const String& to);
+
+/// Makes `link` a symbolic link to `target`. An existing file or link of that name is replaced in one step,
+/// or kept (EEXIST).
+enum class IfPresent { Keep, Replace };
+Result SymLink(const String& target, const String& link, IfPresent ifPresent = IfPresent::Replace);
+
+/// Both work on the file itself: a symbolic link is refused (ELOOP).
+Result Chmod(const String& path, unsigned mode);
+Result Chowngrp(const String& path, unsigned user, unsigned group);
+
+/// Creates an empty file of mode 0600, exclusively, from a pattern that ends in XXXXXX; its path goes to
+/// `path`.
+Result MakeTemp(const String& pattern, String& path);
+
+}  // namespace corekit::File

@@ -1,0 +1,61 @@
+// Removes files by name and by wildcard.
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+#include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/Place.h"
+#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/detail/TreeRemoval.h"
+#include "corekit/os/SystemCall.h"
+#include "corekit/text/Wildcard.h"
+
+namespace corekit::File {
+
+namespace {
+
+/// Removes the entries of a directory that match a wildcard, but not the host's own; returns the gravest
+/// failure.
+Result RemoveMatches(const Place& pattern) {
+    const HostNames hostNames(pattern.Fd());
+    Result failure;
+    const Result result = TakeOut(pattern.Fd(), [&](const DirEntry& entry) {
+        if (!MatchesWildcard(pattern.name, entry.name)) return false;
+        const Result refused = hostNames.Refuse(entry.name);
+        const Result removed = refused ? RemoveEntry({pattern.Fd(), entry.name}) : refused;
+        failure = Graver(failure, removed);
+        return removed.Ok();
+    });
+    return Graver(failure, result);
+}
+
+}  // namespace
+
+Result Remove(const String& path) {
+    Place place;
+    if (const Result result = Place::Of(path, place); !result) return result;
+    if (const Result result = RefuseHostName(place.At()); !result) return result;
+    return Outcome(unlinkat(place.Fd(), place.name.c_str(), 0));
+}
+
+Result RemoveAny(const String& path) {
+    Place place;
+    if (const Result result = Place::Of(path, place); !result) return result;
+    const Result refused = RefuseHostName(place.At());
+    return refused ? RemoveEntry(place.At()) : refused;
+}
+
+Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
+    if (pattern.IsEmpty()) return Result();
+    if (pattern.EndsWith(L"/")) return Result(EINVAL);
+    Place place;
+    if (const Result result = Place::Of(pattern, place); !result) return result;
+    if (!HasWildcard(place.name)) return RemoveAny(pattern);
+    if (hostDirectory == HostDirectory::Meant) return RemoveMatches(place);
+    const Result refused = RefuseHostDirectory(place.directory);
+    return refused ? RemoveMatches(place) : refused;
+}
+
+}  // namespace corekit::File

@@ -1,0 +1,129 @@
+// Takes paths apart, joins them and tells where they lead.
+#include "corekit/fs/Path.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <memory>
+#include <sys/stat.h>
+
+#include "corekit/fs/Dir.h"
+#include "corekit/os/SystemCall.h"
+#include "corekit/text/Text.h"
+
+namespace corekit::Path {
+
+namespace {
+
+struct Freed {
+    void operator()(char* memory) const { std::free(memory); }
+};
+
+/// One step of a resolved path: ".." leads up, a missing name stays as text.
+String Step(const String& place, const String& name) {
+    if (name.IsEmpty() || name == L".") return place;
+    if (name == L"..") return GetDirectory(place);
+    const String next = Join(place, name);
+    String canonical;
+    return Canonicalise(next, canonical) ? canonical : next;
+}
+
+/// Is it one directory, reached through two mounts?
+bool IsSameDirectory(const String& left, const String& right) {
+    struct stat one {};
+    struct stat other {};
+    return stat(NativePath(left).c_str(), &one) == 0 && stat(NativePath(right).c_str(), &other) == 0 &&
+           S_ISDIR(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+}  // namespace
+
+String GetDirectory(const String& path) {
+    const std::size_t slash = path.FindLast(L"/");
+    if (slash == String::npos) return String();
+    return path.Left(slash == 0 ? 1 : slash);
+}
+
+String GetFileName(const String& path) {
+    const std::size_t slash = path.FindLast(L"/");
+    return slash == String::npos ? path : path.Mid(slash + 1);
+}
+
+String Join(const String& directory, const String& name) {
+    if (directory.IsEmpty()) return name;
+    const std::size_t end = directory.View().find_last_not_of(L'/');
+    const std::size_t begin = name.View().find_first_not_of(L'/');
+    return (end == String::npos ? String() : directory.Left(end + 1)) + L"/" +
+           (begin == String::npos ? String() : name.Mid(begin));
+}
+
+Result MakeAbsolute(const String& path, String& absolute) {
+    if (path.IsEmpty()) return Result(ENOENT);
+    if (path.StartsWith(L"/")) {
+        absolute = path;
+        return Result();
+    }
+    String place;
+    if (const Result result = Dir::GetCurrent(place); !result) return result;
+    String rest = path;
+    for (String name = rest.Before(L"/");
+         name == L"." || name == L".." || (name.IsEmpty() && !rest.IsEmpty()); name = rest.Before(L"/")) {
+        if (name == L"..") place = GetDirectory(place);
+        rest = rest.Mid(name.Length() + 1);
+    }
+    absolute = rest.IsEmpty() ? place : Join(place, rest);
+    return Result();
+}
+
+Result Canonicalise(const String& path, String& canonical) {
+    const std::unique_ptr<char, Freed> resolved(realpath(NativePath(path).c_str(), nullptr));
+    if (!resolved) return Result::FromErrno();
+    canonical = String::FromUtf8(resolved.get());
+    return Result();
+}
+
+String Resolve(const String& path) {
+    String resolved;
+    if (path.IsEmpty() || Canonicalise(path, resolved)) return resolved;
+    String absolute;
+    if (!MakeAbsolute(path, absolute)) return path;
+    resolved = L"/";
+    StringTokenizer names(absolute, L"/");
+    for (String name; names.GetToken(name);) resolved = Step(resolved, name);
+    return resolved;
+}
+
+bool IsMatch(const String& left, const String& right) {
+    if (left.IsEmpty() || right.IsEmpty()) return false;
+    const String one = Resolve(left);
+    const String other = Resolve(right);
+    return one == other || IsSameDirectory(one, other);
+}
+
+bool IsWithin(const String& path, const String& directory) {
+    return Lineage(path).IsWithin(Lineage(directory));
+}
+
+Lineage::Lineage(const String& path) {
+    for (String place = Resolve(path); !place.IsEmpty(); place = GetDirectory(place)) {
+        m_levels.emplace_back(place);
+        if (place == L"/") return;
+    }
+}
+
+bool Lineage::IsWithin(const Lineage& directory) const {
+    return !directory.m_levels.empty() &&
+           std::ranges::find(m_levels, directory.m_levels.front()) != m_levels.end();
+}
+
+Lineage::Level::Level(const String& resolved) : path(resolved) {
+    struct stat info {};
+    if (stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+        directory.emplace(info.st_dev, info.st_ino);
+}
+
+bool Lineage::Level::operator==(const Level& other) const {
+    return path == other.path || (directory && directory == other.directory);
+}
+
+}  // namespace corekit::Path

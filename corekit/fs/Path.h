@@ -1,0 +1,63 @@
+// Paths as text: parts, joins, absolute forms, and whether two of them name the same place.
+#pragma once
+
+#include <optional>
+#include <sys/types.h>
+#include <utility>
+#include <vector>
+
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
+
+namespace corekit::Path {
+
+/// What stands before the last "/" ("/" for a name in the root, "" without any "/").
+String GetDirectory(const String& path);
+
+/// What stands after the last "/"; everything without one.
+String GetFileName(const String& path);
+
+/// The directory, one "/" and the name; the name alone without a directory.
+String Join(const String& directory, const String& name);
+
+/// The path from the root on. An absolute path stays as it is; of a relative one the leading "." and ".." are
+/// resolved against the current directory. Fails for an empty path, and when the current directory cannot be
+/// told.
+Result MakeAbsolute(const String& path, String& absolute);
+
+/// The path with every link, "." and ".." resolved. Fails when it does not exist.
+Result Canonicalise(const String& path, String& canonical);
+
+/// The same as far as the path exists; what is missing of it follows as text, "." and ".." taken out. An
+/// empty path stays empty.
+String Resolve(const String& path);
+
+/// Do both name the same place: one resolved path, or one directory that is mounted twice? An empty path
+/// names no place.
+bool IsMatch(const String& left, const String& right);
+
+/// Is `path` that place or anything below `directory`, in the same sense?
+bool IsWithin(const String& path, const String& directory);
+
+/// A resolved path with the directories above it, looked up once, for comparing it with many others.
+class Lineage {
+  public:
+    Lineage() = default;  // of no path
+    explicit Lineage(const String& path);
+
+    /// The same as Path::IsWithin.
+    bool IsWithin(const Lineage& directory) const;
+
+  private:
+    struct Level {
+        String path;  // resolved
+        std::optional<std::pair<dev_t, ino_t>> directory;
+
+        explicit Level(const String& resolved);
+        bool operator==(const Level& other) const;
+    };
+
+    std::vector<Level> m_levels;  // the path itself first; none: of no path
+};
+
+}  // namespace corekit::Path

@@ -1,0 +1,87 @@
+// Compares files and links by their content, directories entry by entry.
+#include "corekit/fs/TreeComparison.h"
+
+#include <array>
+#include <climits>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/os/SystemCall.h"
+
+namespace corekit {
+
+namespace {
+
+/// Reads until the buffer is full or the file ends; false when it cannot be read.
+bool Fill(int fd, std::string& buffer) {
+    std::size_t filled = 0;
+    std::string piece;
+    while (filled < buffer.size()) {
+        piece.resize(buffer.size() - filled);
+        std::size_t count = 0;
+        if (!ReadSome(fd, piece, count)) return false;
+        if (count == 0) break;
+        piece.copy(buffer.data() + filled, count);
+        filled += count;
+    }
+    buffer.resize(filled);
+    return true;
+}
+
+bool HaveSameContent(const Entry& copy, const Entry& original) {
+    constexpr std::size_t chunk = 65536;
+    struct stat info {};
+    Descriptor one;
+    Descriptor other;
+    if (!OpenRegular(copy.directory, copy.name, Links::Refused, one, info)) return false;
+    if (!OpenRegular(original.directory, original.name, Links::Refused, other, info)) return false;
+    for (;;) {
+        std::string left(chunk, '\0');
+        std::string right(chunk, '\0');
+        if (!Fill(one.Get(), left) || !Fill(other.Get(), right) || left != right) return false;
+        if (left.empty()) return true;
+    }
+}
+
+std::string Target(const Entry& link) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = readlinkat(link.directory, link.name.c_str(), target.data(), target.size());
+    return length < 0 ? std::string() : std::string(target.data(), static_cast<std::size_t>(length));
+}
+
+bool HaveSameTarget(const Entry& copy, const Entry& original) {
+    const std::string target = Target(original);
+    return !target.empty() && target == Target(copy);
+}
+
+bool HoldsAll(const Entry& copy, const Entry& original) {
+    const Descriptor one = OpenDirectoryItself(copy.directory, copy.name);
+    const Descriptor other = OpenDirectoryItself(original.directory, original.name);
+    if (!one || !other) return false;
+    DirChunk chunk;
+    do {
+        if (!chunk.Read(other.Get())) return false;
+        for (const DirEntry& entry : chunk) {
+            if (!Holds({one.Get(), entry.name}, {other.Get(), entry.name})) return false;
+        }
+    } while (!chunk.IsEnd());
+    return true;
+}
+
+}  // namespace
+
+bool Holds(const Entry& copy, const Entry& original) {
+    struct stat one {};
+    struct stat other {};
+    if (fstatat(copy.directory, copy.name.c_str(), &one, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    if (fstatat(original.directory, original.name.c_str(), &other, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    if ((one.st_mode & S_IFMT) != (other.st_mode & S_IFMT)) return false;
+    if (S_ISREG(one.st_mode)) return one.st_size == other.st_size && HaveSameContent(copy, original);
+    if (S_ISLNK(one.st_mode)) return HaveSameTarget(copy, original);
+    return S_ISDIR(one.st_mode) ? HoldsAll(copy, original) : one.st_rdev == other.st_rdev;
+}
+
+}  // namespace corekit

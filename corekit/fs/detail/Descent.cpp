@@ -1,0 +1,60 @@
+// Keeps a bounded number of directories open on a way of any depth.
+#include "corekit/fs/detail/Descent.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "corekit/os/SystemCall.h"
+
+namespace corekit {
+
+namespace {
+
+constexpr std::size_t kKeptOpen = 64;
+
+}  // namespace
+
+Descent::Descent(Descriptor top) {
+    m_levels.push_back({std::move(top)});
+}
+
+Result Descent::Enter(const std::string& name) {
+    Descriptor next = OpenDirectoryItself(Fd(), name);
+    if (!next) return Result::FromErrno();
+    if (m_levels.size() > kKeptOpen) {
+        if (const Result result = Close(m_levels.back()); !result) return result;
+    }
+    m_levels.push_back({std::move(next)});
+    return Result();
+}
+
+Result Descent::Leave() {
+    const Level below = std::move(m_levels.back());
+    m_levels.pop_back();
+    return m_levels.back().directory ? Result() : Reopen(m_levels.back(), below.directory);
+}
+
+Result Descent::Close(Level& level) {
+    struct stat info {};
+    if (fstat(level.directory.Get(), &info) != 0) return Result::FromErrno();
+    level.device = info.st_dev;
+    level.inode = info.st_ino;
+    level.position = lseek(level.directory.Get(), 0, SEEK_CUR);
+    level.directory = Descriptor();
+    return Result();
+}
+
+Result Descent::Reopen(Level& level, const Descriptor& below) {
+    Descriptor directory = OpenDirectoryItself(below.Get(), "..");
+    struct stat info {};
+    if (!directory || fstat(directory.Get(), &info) != 0) return Result::FromErrno();
+    if (info.st_dev != level.device || info.st_ino != level.inode) return Result(ESTALE);
+    lseek(directory.Get(), level.position, SEEK_SET);
+    level.directory = std::move(directory);
+    return Result();
+}
+
+}  // namespace corekit

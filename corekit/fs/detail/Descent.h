@@ -1,0 +1,42 @@
+// A way down a tree of directories, and back.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+#include "corekit/os/Descriptor.h"
+#include "corekit/os/Result.h"
+
+namespace corekit {
+
+/// Enters directories one by one, never through a link. However deep the way leads, only its first levels and
+/// the last one stay open: the others are opened again through ".." and must be the directories that they
+/// were.
+class Descent {
+  public:
+    explicit Descent(Descriptor top);
+
+    /// The directory that was entered last.
+    int Fd() const { return m_levels.back().directory.Get(); }
+
+    Result Enter(const std::string& name);
+
+    /// Back to the directory above, at the place where its reading stopped. Fails with ESTALE when that is
+    /// another one by now: then there is no way back.
+    Result Leave();
+
+  private:
+    struct Level {
+        Descriptor directory;  // none: closed until the way leads back
+        dev_t device = 0;      // of one that is closed, like the rest
+        ino_t inode = 0;
+        off_t position = 0;
+    };
+    static Result Close(Level& level);
+    static Result Reopen(Level& level, const Descriptor& below);
+
+    std::vector<Level> m_levels;
+};
+
+}  // namespace corekit

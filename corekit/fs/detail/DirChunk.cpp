@@ -1,0 +1,100 @@
+// Reads directories a buffer at a time.
+#include "corekit/fs/detail/DirChunk.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string_view>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace corekit {
+
+namespace {
+
+bool IsSelfOrParent(std::string_view name) {
+    return name == "." || name == "..";
+}
+
+constexpr std::size_t kLeastAtOnce = 512;  // holds an entry with the longest name
+constexpr std::size_t kMostAtOnce = 65536;
+
+bool HasLowerInode(const DirEntry& left, const DirEntry& right) {
+    return left.inode < right.inode;
+}
+
+/// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
+Result TakeOutOnce(int directory, DirChunk& chunk, const std::function<bool(const DirEntry&)>& take,
+                   bool& isDue) {
+    bool hasTaken = false;
+    for (bool isFirst = true;; isFirst = false) {
+        const Result result = chunk.Read(directory);
+        for (const DirEntry& entry : chunk) hasTaken |= take(entry);
+        if (chunk.IsEnd()) {
+            isDue = hasTaken && !isFirst;
+            return result;
+        }
+    }
+}
+
+}  // namespace
+
+bool IsDirectory(int directory, const DirEntry& entry) {
+    if (entry.type != DT_UNKNOWN) return entry.type == DT_DIR;
+    struct stat info {};
+    return fstatat(directory, entry.name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
+}
+
+// Left uninitialised: pages that no directory fills are never touched.
+DirChunk::DirChunk() : m_buffer(new char[kMostAtOnce]), m_memory(new DirEntry[kMostEntries]) {}
+
+Result DirChunk::Read(int directory, std::size_t size) {
+    m_first = kMostEntries;
+    m_namesSize = 0;
+    // Entries take less than twice what the kernel tells them in.
+    const std::size_t atOnce = std::clamp(size / 2, kLeastAtOnce, kMostAtOnce);
+    Result result;
+    do {
+        result = ReadOn(directory, atOnce);
+    } while (!m_isEnd && Size() + 2 * atOnce <= size && !(Size() > atOnce / 2 && IsInOrder()));
+    std::sort(m_memory.get() + m_first, m_memory.get() + kMostEntries, HasLowerInode);
+    return result;
+}
+
+bool DirChunk::IsInOrder() const {
+    return std::is_sorted(begin(), end(), HasLowerInode);
+}
+
+Result DirChunk::ReadOn(int directory, std::size_t size) {
+    ssize_t length = getdents64(directory, m_buffer.get(), size);
+    while (length < 0 && errno == EINTR) length = getdents64(directory, m_buffer.get(), size);
+    m_isEnd = length <= 0;
+    if (length < 0) return errno == ENOENT ? Result() : Result::FromErrno();
+    for (ssize_t at = 0; at < length;) {
+        const auto* entry = reinterpret_cast<const dirent64*>(m_buffer.get() + at);
+        if (!IsSelfOrParent(entry->d_name)) Add(entry->d_ino, entry->d_type, entry->d_name);
+        at += entry->d_reclen;
+    }
+    return Result();
+}
+
+void DirChunk::Add(std::uint64_t inode, unsigned char type, std::string_view name) {
+    char* const own = reinterpret_cast<char*>(m_memory.get()) + m_namesSize;
+    own[name.copy(own, name.size())] = '\0';
+    m_namesSize += name.size() + 1;
+    m_memory[--m_first] = {inode, type, own};
+}
+
+Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take) {
+    DirChunk chunk;
+    Result result;
+    bool isDue = true;
+    for (unsigned reading = 0; isDue && result && reading < kMostReadings; ++reading) {
+        lseek(directory, 0, SEEK_SET);
+        result = TakeOutOnce(directory, chunk, take, isDue);
+    }
+    return result;
+}
+
+}  // namespace corekit

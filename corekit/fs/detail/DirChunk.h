@@ -1,0 +1,67 @@
+// The entries of an open directory, as many at a time as fit a buffer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "corekit/os/Result.h"
+
+namespace corekit {
+
+/// One entry as the kernel tells it; the name lives until the next chunk is read.
+struct DirEntry {
+    std::uint64_t inode;
+    unsigned char type;  // DT_DIR ...; DT_UNKNOWN on some file systems
+    const char* name;
+};
+
+/// Is the entry of an open directory a directory itself?
+bool IsDirectory(int directory, const DirEntry& entry);
+
+/// Some of a directory's entries, "." and ".." left out. What is done to one chunk in the order of inodes is
+/// done to the disk in the order of its blocks: of a million files, only a chunk of about 100,000 has more
+/// than one in most blocks of inodes. Where the kernel tells the last inode first, as tmpfs does, a small
+/// chunk is as good, and still in the processor's caches.
+class DirChunk {
+  public:
+    static constexpr std::size_t kLargest = 4 << 20;  // some 95,000 entries with short names
+
+    DirChunk();
+
+    /// Reads on in a directory until the entries take so many bytes; or some, when they come in order.
+    /// `IsEnd` tells that these are the last ones; a directory that has been removed meanwhile is at its end.
+    /// What was read before a failure counts.
+    Result Read(int directory, std::size_t size = kLargest);
+    bool IsEnd() const { return m_isEnd; }
+
+    const DirEntry* begin() const { return m_memory.get() + m_first; }
+    const DirEntry* end() const { return m_memory.get() + kMostEntries; }
+
+  private:
+    static constexpr std::size_t kMostEntries = kLargest / sizeof(DirEntry);
+
+    bool IsInOrder() const;
+    std::size_t Size() const { return m_namesSize + (kMostEntries - m_first) * sizeof(DirEntry); }
+    Result ReadOn(int directory, std::size_t size);
+    void Add(std::uint64_t inode, unsigned char type, std::string_view name);
+
+    std::unique_ptr<char[]> m_buffer;
+    /// Names from its front on, each ended by a NUL; entries from its back.
+    std::unique_ptr<DirEntry[]> m_memory;
+    std::size_t m_namesSize = 0;
+    std::size_t m_first = kMostEntries;
+    bool m_isEnd = false;
+};
+
+/// How often a directory is read at most while entries are taken out of it: some file systems skip others
+/// then, but nobody who adds entries all the time shall keep that going for ever.
+inline constexpr unsigned kMostReadings = 100;
+
+/// Reads a directory, from its start, out of which `take` takes entries: again as long as it takes any.
+/// Returns the first failure to read.
+Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take);
+
+}  // namespace corekit

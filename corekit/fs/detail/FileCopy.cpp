@@ -1,0 +1,81 @@
+// Copies regular files, symbolic links and special files with their attributes.
+#include "corekit/fs/detail/FileCopy.h"
+
+#include <array>
+#include <cerrno>
+#include <climits>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "corekit/fs/detail/FileMode.h"
+#include "corekit/os/SystemCall.h"
+
+namespace corekit {
+
+namespace {
+
+Result FillCopy(int source, int copy, const struct stat& model) {
+    if (const Result result = TakeOwnerAndMode(copy, model, IfRefused::GoOn); !result) return result;
+    if (const Result result = CopyContent(source, copy); !result) return result;
+    if (const Result result = TakeTimes(copy, model); !result) return result;
+    return Flush(copy);
+}
+
+Result CopyRegular(const Entry& from, const Entry& to) {
+    Descriptor source;
+    struct stat info {};
+    if (const Result result = OpenRegular(from.directory, from.name, Links::Refused, source, info); !result)
+        return result;
+    const Descriptor copy = OpenAt(to.directory, to.name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+    if (!copy) return Result::FromErrno();
+    const Result result = FillCopy(source.Get(), copy.Get(), info);
+    if (!result) unlinkat(to.directory, to.name.c_str(), 0);
+    return result;
+}
+
+Result CopyLink(const Entry& from, const Entry& to, const struct stat& info) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = readlinkat(from.directory, from.name.c_str(), target.data(), target.size() - 1);
+    if (length < 0) return Result::FromErrno();
+    if (symlinkat(target.data(), to.directory, to.name.c_str()) != 0) return Result::FromErrno();
+    // Nothing depends on the owner and the times of a link.
+    const std::array times = {info.st_atim, info.st_mtim};
+    Forgive(Outcome(fchownat(to.directory, to.name.c_str(), info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW)));
+    Forgive(Outcome(utimensat(to.directory, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW)));
+    return Result();
+}
+
+Result CopySpecial(const Entry& to, const struct stat& info) {
+    if (mknodat(to.directory, to.name.c_str(), (info.st_mode & S_IFMT) | 0600, info.st_rdev) != 0)
+        return Result::FromErrno();
+    Forgive(SetOwner(to, info.st_uid, info.st_gid));
+    const Result result = SetMode(to, info.st_mode & 0777);
+    if (!result) unlinkat(to.directory, to.name.c_str(), 0);
+    return result;
+}
+
+}  // namespace
+
+Result CopyContent(int from, int to) {
+    std::string chunk(65536, '\0');
+    for (;;) {
+        std::size_t count = 0;
+        if (const Result result = ReadSome(from, chunk, count); !result) return result;
+        if (count == 0) return Result();
+        if (const Result result = WriteAll(to, std::string_view(chunk).substr(0, count)); !result)
+            return result;
+    }
+}
+
+Result CopyFileEntry(const Entry& from, const Entry& to) {
+    struct stat info {};
+    if (fstatat(from.directory, from.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return Result::FromErrno();
+    if (S_ISREG(info.st_mode)) return CopyRegular(from, to);
+    if (S_ISLNK(info.st_mode)) return CopyLink(from, to, info);
+    return S_ISDIR(info.st_mode) ? Result(EISDIR) : CopySpecial(to, info);
+}
+
+}  // namespace corekit

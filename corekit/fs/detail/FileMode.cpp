@@ -1,0 +1,69 @@
+// Sets modes and owners on open files, so that no link can be put in between.
+#include "corekit/fs/detail/FileMode.h"
+
+#include <array>
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+#include "corekit/os/SystemCall.h"
+
+namespace corekit {
+
+namespace {
+
+constexpr mode_t kPermissions = 07777;
+constexpr mode_t kLentRights = S_ISUID | S_ISGID;
+
+Result RefuseLink(const Entry& entry) {
+    struct stat info {};
+    if (fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
+        return Result::FromErrno();
+    return S_ISLNK(info.st_mode) ? Result(ELOOP) : Result();
+}
+
+/// Takes a descriptor that is good for nothing but naming the file: fchmod refuses it, its name in /proc does
+/// not.
+Result SetModeByName(const Descriptor& file, unsigned mode) {
+    const std::string name = "/proc/self/fd/" + std::to_string(file.Get());
+    return Outcome(chmod(name.c_str(), mode));
+}
+
+}  // namespace
+
+Result SetMode(const Entry& entry, unsigned mode) {
+    const Descriptor file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
+    struct stat info {};
+    if (!file || fstat(file.Get(), &info) != 0) return Result::FromErrno();
+    if (S_ISLNK(info.st_mode)) return Result(ELOOP);
+    if (S_ISREG(info.st_mode) || S_ISDIR(info.st_mode)) {
+        const Descriptor open = OpenAt(entry.directory, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+        if (open) return Outcome(fchmod(open.Get(), mode));
+    }
+    return SetModeByName(file, mode);
+}
+
+Result SetOwner(const Entry& entry, unsigned user, unsigned group) {
+    if (const Result result = RefuseLink(entry); !result) return result;
+    return Outcome(fchownat(entry.directory, entry.name.c_str(), user, group, AT_SYMLINK_NOFOLLOW));
+}
+
+Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused) {
+    struct stat own {};
+    if (fstat(fd, &own) != 0) return Result::FromErrno();
+    mode_t mode = model.st_mode & kPermissions;
+    const bool isOwned = own.st_uid == model.st_uid && own.st_gid == model.st_gid;
+    if (!isOwned && fchown(fd, model.st_uid, model.st_gid) != 0) {
+        if (ifRefused == IfRefused::Fail) return Result::FromErrno();
+        mode &= ~kLentRights;
+    }
+    return Outcome(fchmod(fd, mode));
+}
+
+Result TakeTimes(int fd, const struct stat& model) {
+    const std::array times = {model.st_atim, model.st_mtim};
+    return Outcome(futimens(fd, times.data()));
+}
+
+}  // namespace corekit

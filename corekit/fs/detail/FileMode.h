@@ -1,0 +1,22 @@
+// Modes, owners and times of directory entries themselves, never of what a link leads to.
+#pragma once
+
+#include <sys/stat.h>
+
+#include "corekit/fs/Place.h"
+#include "corekit/os/Result.h"
+
+namespace corekit {
+
+/// Both refuse a symbolic link (ELOOP).
+Result SetMode(const Entry& entry, unsigned mode);
+Result SetOwner(const Entry& entry, unsigned user, unsigned group);
+
+/// Gives an open file the owner and the mode of another. Where the owner cannot be given, `IfRefused::GoOn`
+/// leaves out the bits that would lend the new owner's rights.
+enum class IfRefused { Fail, GoOn };
+Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused);
+
+Result TakeTimes(int fd, const struct stat& model);
+
+}  // namespace corekit

@@ -1,0 +1,40 @@
+// Makes, commits and withdraws replacement files.
+#include "corekit/fs/detail/Replacement.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "corekit/fs/TempName.h"
+#include "corekit/os/SystemCall.h"
+
+namespace corekit {
+
+Replacement::~Replacement() {
+    if (!m_temporaryName.empty()) unlinkat(m_target.directory, m_temporaryName.c_str(), 0);
+}
+
+Result Replacement::Begin() {
+    struct stat info {};
+    const bool exists = fstatat(m_target.directory, m_target.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    if (exists && S_ISDIR(info.st_mode)) return Result(EISDIR);
+    std::string name;
+    const Result result = MakeBeside(m_target, name, [&](const std::string& candidate) {
+        m_file = OpenAt(m_target.directory, candidate, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+        return m_file ? Result() : Result::FromErrno();
+    });
+    if (result) m_temporaryName = name;
+    return result;
+}
+
+Result Replacement::Commit() {
+    if (const Result result = Flush(m_file.Get()); !result) return result;
+    if (renameat(m_target.directory, m_temporaryName.c_str(), m_target.directory, m_target.name.c_str()) != 0)
+        return Result::FromErrno();
+    m_temporaryName.clear();
+    return Flush(m_target.directory);
+}
+
+}  // namespace corekit

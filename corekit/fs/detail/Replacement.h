@@ -1,0 +1,38 @@
+// A file that is made beside the one it replaces and takes its place in one step.
+#pragma once
+
+#include <string>
+
+#include "corekit/fs/Place.h"
+#include "corekit/os/Descriptor.h"
+#include "corekit/os/Interruption.h"
+#include "corekit/os/Result.h"
+
+namespace corekit {
+
+/// Until it is committed, the new file has a hidden name of its own and nobody but the owner may read it;
+/// without a commit it goes when this object goes. No signal ends the process meanwhile.
+class Replacement {
+  public:
+    explicit Replacement(Entry target) : m_target(std::move(target)) {}
+    ~Replacement();
+    Replacement(const Replacement&) = delete;
+    Replacement& operator=(const Replacement&) = delete;
+
+    /// Makes the new file, empty, of mode 0600. A directory in the target's place is refused (EISDIR).
+    Result Begin();
+
+    /// The new file, open for writing.
+    int Fd() const { return m_file.Get(); }
+
+    /// Flushes the new file, puts it in the target's place and flushes the directory.
+    Result Commit();
+
+  private:
+    Interruption::Delay m_untilItStandsOrIsGone;
+    Entry m_target;
+    std::string m_temporaryName;  // empty: there is none
+    Descriptor m_file;
+};
+
+}  // namespace corekit

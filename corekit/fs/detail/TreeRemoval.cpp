@@ -1,0 +1,64 @@
+// Removes trees entry by entry.
+#include "corekit/fs/detail/TreeRemoval.h"
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <string>
+#include <unistd.h>
+
+#include "corekit/fs/detail/TreeWalk.h"
+#include "corekit/os/SystemCall.h"
+
+namespace corekit {
+
+namespace {
+
+/// What is gone already is as good as removed.
+Result Removed(int directory, const char* name, int flags) {
+    const Result result = Outcome(unlinkat(directory, name, flags));
+    return result.Code() == ENOENT ? Result() : result;
+}
+
+bool IsNotEmpty(const Result& result) {
+    return result.Code() == ENOTEMPTY || result.Code() == EEXIST;
+}
+
+class TreeRemoval : public TreeWalk {
+  public:
+    TreeRemoval() : TreeWalk(AfterFailure::GoOn) {}
+
+  private:
+    Action Meet(int directory, const DirEntry& entry) override {
+        Result result(EISDIR);
+        if (entry.type != DT_DIR) result = Removed(directory, entry.name, 0);
+        // Tried before it is looked into: an empty directory needs no more, and a mount point tells itself by
+        // EBUSY.
+        if (result.Code() == EISDIR) result = Removed(directory, entry.name, AT_REMOVEDIR);
+        if (IsNotEmpty(result)) return Action::GoIn;
+        if (!result) Fail(result);
+        return Action::Done;
+    }
+
+    Reading Leave(int parent, const std::string& name, unsigned reading) override {
+        const Result result = Removed(parent, name.c_str(), AT_REMOVEDIR);
+        if (IsNotEmpty(result) && !HasFailed() && reading < kMostReadings) return Reading::Again;
+        if (!result) Fail(result);
+        return Reading::Done;
+    }
+};
+
+}  // namespace
+
+Result RemoveTree(const Entry& top) {
+    return TreeRemoval().Walk(top);
+}
+
+Result RemoveEntry(const Entry& entry) {
+    Result result = Outcome(unlinkat(entry.directory, entry.name.c_str(), 0));
+    if (result.Code() == EISDIR)
+        result = Outcome(unlinkat(entry.directory, entry.name.c_str(), AT_REMOVEDIR));
+    return IsNotEmpty(result) ? RemoveTree(entry) : result;
+}
+
+}  // namespace corekit

@@ -1,0 +1,66 @@
+// A walk through a tree of directories.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "corekit/fs/Place.h"
+#include "corekit/fs/detail/Descent.h"
+#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/os/Result.h"
+
+namespace corekit {
+
+/// Meets every entry of a tree, in the order of inodes, and never follows a link. Needs neither more memory
+/// for more entries nor more descriptors for more depth. Base of what is done to trees.
+class TreeWalk {
+  public:
+    virtual ~TreeWalk() = default;
+
+    /// Walks the tree whose top is this entry; returns the gravest failure.
+    Result Walk(const Entry& top);
+
+  protected:
+    enum class Action { Done, GoIn };
+    enum class Reading { Done, Again };
+    enum class AfterFailure { GoOn, Stop };
+
+    explicit TreeWalk(AfterFailure afterFailure) : m_afterFailure(afterFailure) {}
+
+    /// Whatever is to be done to the entry of a directory; GoIn for a directory that is to be walked through.
+    virtual Action Meet(int directory, const DirEntry& entry) = 0;
+    /// A directory has been opened to be walked through; does nothing of its own.
+    virtual Result Enter(int, const std::string&) { return Result(); }
+    /// All of a directory has been met, for the `reading`th time; `parent` holds it under this name. It can
+    /// be read again from the start.
+    virtual Reading Leave(int parent, const std::string& name, unsigned reading) = 0;
+
+    void Fail(const Result& failure);
+    bool HasFailed() const { return !m_result.Ok(); }
+
+  private:
+    struct Level {
+        std::string pending;  // names of directories to go into, each ended by a NUL
+        bool isRead = false;  // to its end
+        unsigned reading = 1;
+    };
+    void Step();
+    void ReadOn();
+    void GoIn(unsigned reading);
+    void ComeBack();
+    void AddPending(const char* name);
+    std::string NextPending() const;
+    void DropPending();
+
+    AfterFailure m_afterFailure;
+    Result m_result;
+    bool m_isOver = false;
+    DirChunk m_chunk;
+    std::unique_ptr<Descent> m_way;
+    std::vector<Level> m_levels;
+    std::size_t m_pendingBytes = 0;  // of all levels
+};
+
+}  // namespace corekit

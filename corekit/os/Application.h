@@ -1,0 +1,82 @@
+// The application frame: a program whose first argument is a command word.
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "corekit/text/String.h"
+
+namespace corekit {
+
+/// Prepares the process: umask 022, SIGPIPE and SIGXFSZ ignored, `Interruption::Prepare`, descriptors 0 to 2
+/// open. Called first.
+void Init();
+
+/// A program with a name and a version.
+class Application {
+  public:
+    virtual ~Application() = default;
+
+    void SetName(const String& name) { m_name = name; }
+    const String& Name() const { return m_name; }
+    void SetVersion(const String& version) { m_version = version; }
+    const String& Version() const { return m_version; }
+
+    /// The program's main function; returns the exit status.
+    virtual int AppMain() = 0;
+
+  private:
+    String m_name;
+    String m_version;
+};
+
+/// The base of all that the frame runs; it holds nothing.
+class ApplicationFlags {
+  public:
+    virtual ~ApplicationFlags() = default;
+};
+
+/// A program that is a set of commands, each under its word.
+class CommandBasedApp : public Application {
+  public:
+    class Command : public ApplicationFlags {
+      public:
+        /// Runs with the arguments after the command word. 0 success, 1 failure, 120 usage error.
+        virtual unsigned Run(const std::vector<String>& arguments) = 0;
+        /// Writes the usage text to standard output, after the prefix (in the local encoding).
+        virtual void Usage(const String& prefix) const = 0;
+        /// One line.
+        virtual String Description() const = 0;
+    };
+
+    static constexpr unsigned kUsageError = 120;
+
+    CommandBasedApp(int argumentCount, const char* const* arguments);
+    ~CommandBasedApp() override;
+
+    /// Takes ownership of the command.
+    void RegisterCommand(const String& word, std::unique_ptr<Command> command);
+
+    /// Runs the command that the first argument names and returns its status; a usage error is followed by
+    /// the command's usage text. Without a command word, or with an unknown one (named on standard error),
+    /// lists the commands and returns 120; `-help` alone lists them, tells the version and returns 0, and
+    /// with a command word it shows the command's usage.
+    int Run();
+
+  private:
+    struct Entry {
+        String word;
+        std::unique_ptr<Command> command;
+    };
+    /// Null for an unknown word.
+    const Entry* Find(const String& word) const;
+    int RefuseCommand(const String& word) const;
+    int Help() const;
+    void ShowUsage(const Entry& entry) const;
+    void ListCommands() const;
+
+    std::vector<String> m_arguments;
+    std::vector<Entry> m_commands;
+};
+
+}  // namespace corekit

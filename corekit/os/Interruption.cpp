@@ -1,0 +1,98 @@
+// Handles the signals that end the process. What the handler calls is async-signal-safe.
+#include "corekit/os/Interruption.h"
+
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "corekit/os/TemporaryFile.h"
+
+namespace corekit::Interruption {
+
+namespace {
+
+constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+
+// How long the group may take to end.
+constexpr int kLooks = 200;
+constexpr int kMillisecondsBetween = 10;
+
+volatile pid_t endsWithUs = 0;
+
+sigset_t Signals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : kSignals) sigaddset(&signals, signal);
+    return signals;
+}
+
+// GCOVR_EXCL_START: tests run all of this, in processes that a signal then ends, which write no counters
+bool Runs(pid_t group) {
+    waitpid(group, nullptr, WNOHANG);  // its leader is our child
+    return kill(-group, 0) == 0;
+}
+
+bool EndsInTime(pid_t group) {
+    for (int look = 0; look < kLooks; ++look) {
+        if (!Runs(group)) return true;
+        poll(nullptr, 0, kMillisecondsBetween);
+    }
+    return false;
+}
+
+void EndGroup(pid_t group, int signal) {
+    kill(-group, signal);
+    kill(-group, SIGCONT);
+    if (EndsInTime(group)) return;
+    kill(-group, SIGKILL);
+    EndsInTime(group);
+}
+
+/// Ends the process by the signal itself, so that the caller sees what ended it.
+[[noreturn]] void EndBy(int signal) {
+    struct sigaction byDefault {};
+    byDefault.sa_handler = SIG_DFL;
+    sigaction(signal, &byDefault, nullptr);
+    raise(signal);
+    sigset_t mask;
+    sigemptyset(&mask);
+    sigaddset(&mask, signal);
+    sigprocmask(SIG_UNBLOCK, &mask, nullptr);
+    constexpr int shellStatus = 128;
+    _exit(shellStatus + signal);  // the first process of a container is not ended by a signal of its own
+}
+
+void End(int signal) {
+    if (endsWithUs != 0) EndGroup(endsWithUs, signal);
+    TemporaryFile::RemoveAll();
+    EndBy(signal);
+}
+// GCOVR_EXCL_STOP
+
+}  // namespace
+
+void Prepare() {
+    struct sigaction action {};
+    action.sa_handler = End;
+    action.sa_mask = Signals();
+    for (const int signal : kSignals) {
+        struct sigaction before {};
+        sigaction(signal, nullptr, &before);
+        if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+    }
+}
+
+void EndWithUs(pid_t group) {
+    endsWithUs = group;
+}
+
+Delay::Delay() {
+    const sigset_t signals = Signals();
+    sigprocmask(SIG_BLOCK, &signals, &m_before);
+}
+
+Delay::~Delay() {
+    sigprocmask(SIG_SETMASK, &m_before, nullptr);
+}
+
+}  // namespace corekit::Interruption

@@ -1,0 +1,42 @@
+// Results: what errno says, and how it is told.
+#include "corekit/os/Result.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace corekit {
+
+namespace {
+
+constexpr std::array kAbsences = {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG};
+
+/// What the next try would be told as well.
+constexpr std::array kRefusals = {EPERM,  EBUSY,  EROFS, EEXIST, ENOTEMPTY,
+                                  EISDIR, EINVAL, EFBIG, ENXIO,  ENODEV};
+
+}  // namespace
+
+Result Result::FromErrno() {
+    return Result(errno);
+}
+
+bool IsAbsence(const Result& result) {
+    return std::ranges::find(kAbsences, result.Code()) != kAbsences.end();
+}
+
+bool IsTrouble(const Result& result) {
+    return !result && !IsAbsence(result) && std::ranges::find(kRefusals, result.Code()) == kRefusals.end();
+}
+
+Result Graver(const Result& first, const Result& second) {
+    if (IsTrouble(first)) return first;
+    return first && !second ? second : (IsTrouble(second) ? second : first);
+}
+
+String GetErrorMsg(const Result& result) {
+    return String::FromUtf8(std::strerror(result.Code()));
+}
+
+}  // namespace corekit

@@ -1,0 +1,123 @@
+// A shell as a child process: what it inherits, and how its end is noticed.
+#include "corekit/process/detail/ShellProcess.h"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/signalfd.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "corekit/os/Interruption.h"
+#include "corekit/process/detail/ShellEnvironment.h"
+
+namespace corekit {
+
+ChildEndWatch::ChildEndWatch() {
+    sigset_t childEnd;
+    sigemptyset(&childEnd);
+    sigaddset(&childEnd, SIGCHLD);
+    sigprocmask(SIG_BLOCK, &childEnd, &m_mask);
+    struct sigaction notIgnored {};
+    notIgnored.sa_handler = SIG_DFL;
+    sigaction(SIGCHLD, &notIgnored, &m_action);
+    m_events = Descriptor(signalfd(-1, &childEnd, SFD_CLOEXEC | SFD_NONBLOCK));
+}
+
+ChildEndWatch::~ChildEndWatch() {
+    sigaction(SIGCHLD, &m_action, nullptr);
+    sigprocmask(SIG_SETMASK, &m_mask, nullptr);
+}
+
+void ChildEndWatch::Clear() const {
+    signalfd_siginfo event;
+    while (read(m_events.Get(), &event, sizeof event) > 0) continue;
+}
+
+namespace {
+
+/// What posix_spawn does in the child before the shell runs.
+class SpawnPlan {
+  public:
+    explicit SpawnPlan(int output) {
+        posix_spawn_file_actions_init(&m_files);
+        posix_spawnattr_init(&m_attributes);
+        PlanDescriptors(output);
+        PlanSignals();
+    }
+    ~SpawnPlan() {
+        posix_spawnattr_destroy(&m_attributes);
+        posix_spawn_file_actions_destroy(&m_files);
+    }
+    SpawnPlan(const SpawnPlan&) = delete;
+    SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+    const posix_spawn_file_actions_t* Files() const { return &m_files; }
+    const posix_spawnattr_t* Attributes() const { return &m_attributes; }
+
+  private:
+    void PlanDescriptors(int output) {
+        // The output goes first: where our own standard streams are closed, it may have got number 0 or 2.
+        posix_spawn_file_actions_adddup2(&m_files, output, STDOUT_FILENO);
+        posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        const bool hasErrorStream = fcntl(STDERR_FILENO, F_GETFD) == 0;  // open, and for children too
+        if (!hasErrorStream) {
+            posix_spawn_file_actions_addopen(&m_files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        }
+        posix_spawn_file_actions_addclosefrom_np(&m_files, STDERR_FILENO + 1);
+    }
+
+    void PlanSignals() {
+        sigset_t signals;
+        sigfillset(&signals);
+        posix_spawnattr_setsigdefault(&m_attributes, &signals);
+        sigemptyset(&signals);
+        posix_spawnattr_setsigmask(&m_attributes, &signals);
+        posix_spawnattr_setflags(&m_attributes,
+                                 POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
+    }
+
+    posix_spawn_file_actions_t m_files;
+    posix_spawnattr_t m_attributes;
+};
+
+}  // namespace
+
+ShellProcess::~ShellProcess() {
+    siginfo_t end;
+    while (!HasEnded()) waitid(P_PID, static_cast<id_t>(m_pid), &end, WEXITED | WNOWAIT);
+}
+
+Result ShellProcess::Start(std::string commandLine, int output) {
+    // The shell would read the command line up to the first NUL only.
+    if (commandLine.find('\0') != std::string::npos) return Result(EINVAL);
+    char shell[] = "/bin/sh";
+    char option[] = "-c";
+    char* arguments[] = {shell, option, commandLine.data(), nullptr};
+    const SpawnPlan plan(output);
+    pid_t pid = 0;
+    const ShellEnvironment environment;
+    const Interruption::Delay untilKnown;
+    const int failure =
+        posix_spawn(&pid, shell, plan.Files(), plan.Attributes(), arguments, environment.Variables().data());
+    if (failure == 0) Know(pid);
+    return Result(failure);
+}
+
+bool ShellProcess::HasEnded() {
+    if (m_pid == 0) return true;
+    // Once it has been waited for, its number may be another's.
+    const Interruption::Delay untilForgotten;
+    pid_t ended = waitpid(m_pid, nullptr, WNOHANG);
+    while (ended < 0 && errno == EINTR) ended = waitpid(m_pid, nullptr, WNOHANG);
+    if (ended == 0) return false;
+    Know(0);
+    return true;
+}
+
+void ShellProcess::Know(pid_t pid) {
+    m_pid = pid;
+    Interruption::EndWithUs(pid);
+}
+
+}  // namespace corekit

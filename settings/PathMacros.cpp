@@ -1,0 +1,41 @@
+// Paths in settings: plain text replacement, and prefixes by whole components.
+#include "settings/PathMacros.h"
+
+#include "corekit/fs/Path.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+
+String ExpandPathMacros(const String& text, const String& installDir) {
+    String expanded = text;
+    expanded.Replace(L"%ETCDIR%", L"%INSTDIR%/etc");
+    return expanded.Replace(L"%INSTDIR%", installDir);
+}
+
+String MakeAbsolutePath(const String& path) {
+    String absolute;
+    if (path.IsEmpty() || !corekit::Path::MakeAbsolute(path, absolute)) return L"/";
+    return absolute;
+}
+
+void RebasePath(String& path, const String& oldPrefix, const String& newPrefix) {
+    if (oldPrefix.IsEmpty() || !path.StartsWith(oldPrefix)) return;
+    const String rest = path.Mid(oldPrefix.Length());
+    if (!rest.IsEmpty() && !rest.StartsWith(L"/") && !oldPrefix.EndsWith(L"/")) return;
+    path = newPrefix + L"/" + rest;
+    path.Replace(L"//", L"/");
+}
+
+void EnsureTrailingChar(String& text, wchar_t ch) {
+    text = text.TrimRight();
+    if (!text.IsEmpty() && text[text.Length() - 1] != ch) text += ch;
+}
+
+String FileBelow(const String& directory, const String& name) {
+    String path = MakeAbsolutePath(directory);
+    EnsureTrailingChar(path, L'/');
+    return path + name;
+}
+
+}  // namespace Zorvane::AgentInstaller

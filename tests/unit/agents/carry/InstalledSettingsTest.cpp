@@ -1,0 +1,250 @@
+// Which settings an installed agent's client.conf gives.
+#include <cerrno>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+
+#include "agents/carry/InstalledSettings.h"
+#include "run/Error.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::IniFile;
+using corekit::String;
+using testfiles::TempDir;
+
+class InstalledSettings : public testing::Test {
+  protected:
+    std::unique_ptr<Settings> Load(const std::string& text, Generation generation = Generation::Agent60) {
+        testfiles::Write(m_dir / "client.conf", text);
+        return LoadInstalledSettings(
+            IniFile(String::FromUtf8(m_dir / "client.conf"), IniFile::KeyCase::FallBack), generation);
+    }
+
+    TempDir m_dir;
+};
+
+constexpr const char* kConf =
+    "[Kell Servers]\n"
+    "server-1=ks.example:8080\n"
+    "[Configuration]\n"
+    "installdir=/opt/agent\n"
+    "tmpdir=/opt/agent/tmp\n"
+    "bindir=/usr/local/bin\n"
+    "debug_level=debug\n"
+    "debug_file_size=512\n"
+    "event_queue_dir=/opt/agent/queue\n"
+    "task_storage_path=/opt/agent/tasks\n"
+    "package_storage_path=/opt/agent/packages\n"
+    "swd_storage_path=/opt/agent/swd\n"
+    "syslog_level=error\n"
+    "basicinv_ip_error_return_value=no address\n"
+    "guid_guid_file=/opt/agent/etc/host.GUID\n"
+    "runlevels_start=2 3 5\n"
+    "debug_output=/opt/agent/var/qdn-client.log\n"
+    "[Client Transport]\n"
+    "ks_url_format=https://%server%/Zorvane/\n"
+    "[Client Details]\n"
+    "description=the printer's host\n";
+
+struct Expected {
+    const wchar_t* setting;
+    const wchar_t* value;
+};
+
+constexpr Expected kOfBoth[] = {
+    {L"InstallDir", L"/opt/agent"},
+    {L"TempDir", L"/opt/agent/tmp"},
+    {L"BinDir", L"/usr/local/bin"},
+    {L"LogLevel", L"debug"},
+    {L"LogSize", L"512"},
+    {L"EventQueueDir", L"/opt/agent/queue"},
+    {L"TasksDir", L"/opt/agent/tasks"},
+    {L"NICError", L"no address"},
+    {L"EnableNICError", L"yes"},
+    {L"GuidDir", L"/opt/agent/etc"},
+    {L"GuidFile", L"host.GUID"},
+    {L"LogDir", L"/opt/agent/var"},
+    {L"LogFile", L"qdn-client.log"},
+};
+
+constexpr Expected kOf60[] = {
+    {L"KSName", L"ks.example:8080"},         {L"PackagesDir", L"/opt/agent/packages"},
+    {L"SWDDir", L"/opt/agent/swd"},          {L"SysLogLevel", L"error"},
+    {L"RunLevel", L"rc2;rc3;rc5;"},          {L"KSUrlFormat", L"https://%server%/Zorvane/"},
+    {L"Description", L"the printer's host"},
+};
+
+TEST_F(InstalledSettings, OfVersion6AreAllThatTheFileKnows) {
+    const auto settings = Load(kConf);
+    for (const Expected& row : kOfBoth) EXPECT_EQ(settings->Value(row.setting), row.value) << row.setting;
+    for (const Expected& row : kOf60) EXPECT_EQ(settings->Value(row.setting), row.value) << row.setting;
+    EXPECT_FALSE(settings->Exists(L"Guid"));
+}
+
+TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
+    testfiles::Write(m_dir / "host.GUID", "{1234}\n");
+    const auto settings = Load(kConf, Generation::Agent56);
+    for (const Expected& row : kOfBoth) EXPECT_EQ(settings->Value(row.setting), row.value) << row.setting;
+    for (const Expected& row : kOf60) EXPECT_FALSE(settings->Exists(row.setting)) << row.setting;
+    EXPECT_FALSE(settings->Exists(L"Guid"));
+}
+
+TEST_F(InstalledSettings, OfVersion56HaveNoGuidEvenWithAFile) {
+    testfiles::Write(m_dir / "host.GUID", "{1234}\n");
+    const auto settings =
+        Load("[Configuration]\nguid_guid_file=" + m_dir / "host.GUID" + "\n", Generation::Agent56);
+    EXPECT_EQ(settings->Value(L"GuidFile"), L"host.GUID");
+    EXPECT_FALSE(settings->Exists(L"Guid"));
+}
+
+TEST_F(InstalledSettings, OfAnEmptyFileArePresentAndEmpty) {
+    const auto settings = Load("");
+    for (const Expected& row : kOfBoth) {
+        if (row.setting == std::wstring_view(L"EnableNICError")) continue;
+        EXPECT_TRUE(settings->Exists(row.setting)) << row.setting;
+        EXPECT_FALSE(settings->IsSet(row.setting)) << row.setting;
+    }
+    for (const wchar_t* setting :
+         {L"KSName", L"PackagesDir", L"SWDDir", L"SysLogLevel", L"KSUrlFormat", L"Description"})
+        EXPECT_TRUE(settings->Exists(setting)) << setting;
+    for (const wchar_t* setting : {L"EnableNICError", L"RunLevel", L"Guid"})
+        EXPECT_FALSE(settings->Exists(setting)) << setting;
+}
+
+TEST_F(InstalledSettings, OfAFileThatIsNotThereAreEmptyToo) {
+    const IniFile conf(String::FromUtf8(m_dir / "absent"), IniFile::KeyCase::FallBack);
+    for (const Generation generation : {Generation::Agent56, Generation::Agent60}) {
+        const auto settings = LoadInstalledSettings(conf, generation);
+        ASSERT_NE(settings, nullptr);
+        EXPECT_TRUE(settings->Exists(L"InstallDir"));
+        EXPECT_FALSE(settings->IsSet(L"InstallDir"));
+    }
+}
+
+TEST_F(InstalledSettings, AreFoundInWhicheverCaseAnOldAgentWroteTheKeys) {
+    const auto settings =
+        Load("[Configuration]\nInstallDir=/opt/agent\n[Client Details]\nDescription=host\n");
+    EXPECT_EQ(settings->Value(L"InstallDir"), L"/opt/agent");
+    EXPECT_EQ(settings->Value(L"Description"), L"host");
+}
+
+TEST_F(InstalledSettings, TurnDigitsIntoRunLevels) {
+    const Expected rows[] = {
+        {L"2345", L"rc2;rc3;rc4;rc5;"},
+        {L"35", L"rc3;rc5;"},
+        {L"3, 5", L"rc3;rc5;"},
+        {L"2 3 5", L"rc2;rc3;rc5;"},
+        {L"09", L"rc0;rc9;"},
+        {L"", L""},
+        {L"none", L""},
+    };
+    for (const Expected& row : rows) {
+        const auto settings = Load("[Configuration]\nrunlevels_start=" + String(row.setting).Utf8() + "\n");
+        EXPECT_TRUE(settings->Exists(L"RunLevel")) << row.setting;
+        EXPECT_EQ(settings->Value(L"RunLevel"), row.value) << row.setting;
+    }
+}
+
+TEST_F(InstalledSettings, TakeTheDescriptionFromEitherKeyTheSingularFirst) {
+    const struct {
+        const char* lines;
+        const wchar_t* description;
+    } rows[] = {
+        {"descriptions=many\n", L"many"},
+        {"descriptions=many\ndescription=one\n", L"one"},
+        {"description=\ndescriptions=many\n", L"many"},
+        {"description=one\ndescriptions=\n", L"one"},
+    };
+    for (const auto& row : rows) {
+        const auto settings = Load(std::string("[Client Details]\n") + row.lines);
+        EXPECT_EQ(settings->Value(L"Description"), row.description) << row.lines;
+    }
+}
+
+TEST_F(InstalledSettings, EnableTheNetworkErrorTextWhereThereIsOne) {
+    const auto with = Load("[Configuration]\nbasicinv_ip_error_return_value=0\n");
+    EXPECT_EQ(with->Value(L"EnableNICError"), L"yes");
+    const auto without = Load("[Configuration]\nbasicinv_ip_error_return_value=\n");
+    EXPECT_FALSE(without->Exists(L"EnableNICError"));
+    EXPECT_TRUE(without->Exists(L"NICError"));
+}
+
+TEST_F(InstalledSettings, ReadTheGuidWithoutItsLineEndsAndTheProgramsOwnLine) {
+    const struct {
+        const char* file;
+        const wchar_t* guid;
+    } rows[] = {
+        {"{1234-ABCD}", L"{1234-ABCD}"},
+        {"{1234-ABCD}\n", L"{1234-ABCD}"},
+        {"  {1234-ABCD}\t\r\n\n", L"{1234-ABCD}"},
+        {"{1234-ABCD}\nnull", L"{1234-ABCD}"},
+        {"{1234-ABCD}\nnull\nnull\n", L"{1234-ABCD}"},
+        {"{1234-ABCD}\r\nnull\r\n", L"{1234-ABCD}"},
+        {"{1234-ABCD}\nnullify", L"{1234-ABCD}\nnullify"},
+        {"\nnull", L""},
+        {"", L""},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.file);
+        testfiles::Write(m_dir / "host.GUID", row.file);
+        const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "host.GUID" + "\n");
+        EXPECT_EQ(settings->Value(L"Guid"), row.guid);
+        EXPECT_EQ(settings->Value(L"GuidDir").Utf8(), m_dir.Path());
+        EXPECT_EQ(settings->Value(L"GuidFile"), L"host.GUID");
+    }
+}
+
+TEST_F(InstalledSettings, FromTheCopyOfAnInterruptedUpgradeHaveTheGuidThatItHasCarried) {
+    testfiles::Write(m_dir / "etc/host.GUID", "{1234}\nnull");
+    testfiles::Write(m_dir / "etc/client.conf.old",
+                     "[Configuration]\ninstalldir=/opt/gone\nguid_guid_file=/opt/gone/etc/host.GUID\n");
+    const auto settings =
+        LoadInstalledSettings(IniFile(String::FromUtf8(m_dir / "etc/client.conf.old")), Generation::Agent60);
+    EXPECT_EQ(settings->Value(L"Guid"), L"{1234}");
+}
+
+// Without it the run would take the identifier away from a host that has one.
+TEST_F(InstalledSettings, AreNoneWhenTheGuidMayBeThereAndCannotBeRead) {
+    const std::string guidFile = m_dir / "host.GUID";
+    const std::string text = "[Configuration]\nguid_guid_file=" + guidFile + "\n";
+    testfiles::Write(m_dir / "client.conf", text);
+    const IniFile conf(String::FromUtf8(m_dir / "client.conf"));
+    for (const int call : {SYS_newfstatat, SYS_openat, SYS_read}) {
+        for (const int errnoValue : {EIO, EACCES, EMFILE}) {
+            testfiles::Write(guidFile, "{1}\nnull");
+            EXPECT_EQ(testsupport::WithFailing(
+                          {{call, errnoValue}},
+                          [&] {
+                              const bool isNone = LoadInstalledSettings(conf, Generation::Agent60) == nullptr;
+                              const String told = L"Missing or unreadable file in install. File: ";
+                              return isNone && Error::m_sErrorText == told + String::FromUtf8(guidFile) ? 0
+                                                                                                        : 1;
+                          }),
+                      0)
+                << call << ": " << errnoValue;
+        }
+    }
+    EXPECT_EQ(LoadInstalledSettings(conf, Generation::Agent60)->Get(L"Guid"), L"{1}");
+}
+
+TEST_F(InstalledSettings, HaveNoGuidWhenADirectoryStandsInItsPlace) {
+    std::filesystem::create_directory(m_dir / "host.GUID");
+    const auto settings = Load("[Configuration]\nguid_guid_file=" + (m_dir / "host.GUID") + "\n");
+    ASSERT_NE(settings, nullptr);
+    EXPECT_FALSE(settings->Exists(L"Guid"));
+}
+
+TEST_F(InstalledSettings, HaveNoGuidWhenItsFileIsNotThere) {
+    const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "absent.GUID" + "\n");
+    EXPECT_EQ(settings->Value(L"GuidDir").Utf8(), m_dir.Path());
+    EXPECT_EQ(settings->Value(L"GuidFile"), L"absent.GUID");
+    EXPECT_FALSE(settings->Exists(L"Guid"));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,148 @@
+// Directories, a buffer at a time.
+#include <cerrno>
+#include <dirent.h>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <set>
+#include <string>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/os/SystemCall.h"
+#include "tests/support/FailingInTurn.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/Workspace.h"
+
+using corekit::Descriptor;
+using corekit::DirChunk;
+using corekit::DirEntry;
+using corekit::Result;
+using testsupport::Workspace;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+void MakeFiles(const Workspace& dir, int count) {
+    for (int i = 0; i < count; ++i) testfiles::Write(dir / ("file-" + std::to_string(i)), "");
+}
+
+}  // namespace
+
+TEST(DirChunk, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    fs::create_directory_symlink("sub", dir / "link");
+    testfiles::Write(dir / "file", "");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const auto isDirectory = [&](unsigned char type, const char* name) {
+        return corekit::IsDirectory(directory.Get(), {0, type, name});
+    };
+    EXPECT_TRUE(isDirectory(DT_UNKNOWN, "sub"));
+    for (const char* name : {"link", "file", "none"}) EXPECT_FALSE(isDirectory(DT_UNKNOWN, name)) << name;
+    EXPECT_TRUE(isDirectory(DT_DIR, "none"));
+    EXPECT_FALSE(isDirectory(DT_REG, "sub"));
+}
+
+TEST(DirChunk, GivesEveryEntryOnceInTheOrderOfInodes) {
+    const Workspace dir;
+    MakeFiles(dir, 50);
+    fs::create_directory(dir / "sub");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    std::set<std::string> names;
+    DirChunk chunk;
+    Result result = chunk.Read(directory.Get(), 1);
+    int chunks = 0;
+    for (; result && !chunk.IsEnd(); result = chunk.Read(directory.Get(), 1), ++chunks) {
+        std::uint64_t last = 0;
+        for (const DirEntry& entry : chunk) {
+            EXPECT_TRUE(names.insert(entry.name).second) << entry.name;
+            EXPECT_EQ(entry.type, std::string(entry.name) == "sub" ? DT_DIR : DT_REG) << entry.name;
+            EXPECT_LT(last, entry.inode);
+            last = entry.inode;
+        }
+    }
+    EXPECT_TRUE(result);
+    EXPECT_EQ(names.size(), 51U);
+    EXPECT_GT(chunks, 1);  // however little is asked for, an entry fits
+    EXPECT_EQ(chunk.begin(), chunk.end());
+}
+
+// tmpfs tells the last inode first.
+TEST(DirChunk, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
+    const Workspace dir;
+    MakeFiles(dir, 5000);
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    DirChunk chunk;
+    std::ptrdiff_t all = 0;
+    for (int chunks = 0; !chunk.IsEnd(); ++chunks) {
+        ASSERT_TRUE(chunk.Read(directory.Get()));
+        all += chunk.end() - chunk.begin();
+        EXPECT_TRUE(chunks > 0 || all < 5000) << all;
+    }
+    EXPECT_EQ(all, 5000);
+}
+
+TEST(DirChunk, IsAtItsEndInADirectoryThatIsGone) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    const Descriptor directory = corekit::OpenDirectory(dir / "sub");
+    fs::remove(dir / "sub");
+    DirChunk chunk;
+    EXPECT_TRUE(chunk.Read(directory.Get()));
+    EXPECT_TRUE(chunk.IsEnd());
+}
+
+TEST(DirChunk, ReadsOnWhereItIsInterrupted) {
+    const Workspace dir;
+    MakeFiles(dir, 3);
+    const auto read = [&] {
+        const Descriptor directory = corekit::OpenDirectory(dir.Path());
+        DirChunk chunk;
+        return chunk.Read(directory.Get()) && std::distance(chunk.begin(), chunk.end()) == 3 ? 0 : 1;
+    };
+    const auto expectAll = [](int result) { EXPECT_EQ(result, 0); };
+    EXPECT_GT(testsupport::FailInTurn(
+                  {SYS_getdents64}, EINTR, [] {}, read, expectAll),
+              0);
+}
+
+TEST(DirChunk, TellsWhatCannotBeRead) {
+    DirChunk chunk;
+    EXPECT_EQ(chunk.Read(-1), Result(EBADF));
+    EXPECT_TRUE(chunk.IsEnd());
+}
+
+TEST(TakeOut, OffersEveryEntryAndStopsWhenNoneIsTaken) {
+    const Workspace dir;
+    MakeFiles(dir, 10);
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    int offered = 0;
+    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
+        ++offered;
+        return false;
+    }));
+    EXPECT_EQ(offered, 10);
+    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry& entry) {
+        return unlinkat(directory.Get(), entry.name, 0) == 0;
+    }));
+    EXPECT_TRUE(testfiles::NamesIn(dir.Path()).empty());
+    EXPECT_EQ(corekit::TakeOut(-1, [](const DirEntry&) { return true; }), Result(EBADF));
+}
+
+TEST(TakeOut, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
+    const Workspace dir;
+    const std::string filler(240, 'f');
+    for (int i = 0; i < 20000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));
+    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    int offered = 0;
+    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
+        ++offered;
+        return true;  // as if it were taken and came back
+    }));
+    EXPECT_GE(offered, 100 * 20000);
+    EXPECT_LE(offered, 101 * 20000);
+}

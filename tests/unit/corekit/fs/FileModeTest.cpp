@@ -1,0 +1,103 @@
+// Modes, owners and times of entries themselves.
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+
+#include "corekit/fs/detail/FileMode.h"
+#include "corekit/os/SystemCall.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/Workspace.h"
+
+using corekit::Descriptor;
+using corekit::Entry;
+using corekit::IfRefused;
+using corekit::Result;
+using testsupport::WithFailing;
+using testsupport::Workspace;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/// What somebody else's file of this mode tells of itself.
+struct stat Foreign(mode_t mode) {
+    struct stat model {};
+    model.st_uid = 12;
+    model.st_gid = 34;
+    model.st_mode = S_IFREG | mode;
+    return model;
+}
+
+}  // namespace
+
+TEST(SetMode, WorksOnFilesThatCannotBeOpened) {
+    const Workspace dir;
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    testfiles::Write(dir / "file", "");
+    EXPECT_TRUE(corekit::SetMode({AT_FDCWD, dir / "fifo"}, 0622));
+    EXPECT_EQ(testfiles::Mode(dir / "fifo"), 0622U);
+    const corekit::Descriptor directory = corekit::OpenDirectory(dir.Path());
+    EXPECT_TRUE(corekit::SetMode({directory.Get(), "file"}, 0711));
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0711U);
+}
+
+TEST(SetMode, RefusesLinksWhereverTheyLead) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    fs::create_symlink("sub", dir / "link");
+    fs::create_symlink("nowhere", dir / "dangling");
+    for (const char* name : {"link", "dangling"}) {
+        EXPECT_EQ(corekit::SetMode({AT_FDCWD, dir / name}, 0777), Result(ELOOP)) << name;
+        EXPECT_EQ(corekit::SetOwner({AT_FDCWD, dir / name}, 0, 0), Result(ELOOP)) << name;
+    }
+    EXPECT_EQ(testfiles::Mode(dir / "sub"), 0755U);
+}
+
+TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRightsWhereTheOwnerIsRefused) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0600);
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY);
+    const auto take = [&](IfRefused ifRefused) {
+        return WithFailing({{SYS_fchown, EPERM}}, [&] {
+            return corekit::TakeOwnerAndMode(file.Get(), Foreign(06755), ifRefused).Code();
+        });
+    };
+    EXPECT_EQ(take(IfRefused::Fail), EPERM);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0600U);
+    EXPECT_EQ(take(IfRefused::GoOn), 0);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0755U);
+}
+
+TEST(TakeOwnerAndMode, GivesTheSameOwnerNoThought) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0600);
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY);
+    struct stat model {};
+    ASSERT_EQ(fstat(file.Get(), &model), 0);
+    model.st_mode = S_IFREG | 04750;
+    const int failure = WithFailing({{SYS_fchown, EPERM}}, [&] {
+        return corekit::TakeOwnerAndMode(file.Get(), model, IfRefused::Fail).Code();
+    });
+    EXPECT_EQ(failure, 0);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 04750U);
+}
+
+TEST(TakeTimes, SetsBothToTheNanosecond) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY);
+    struct stat model {};
+    model.st_atim = {1, 2};
+    model.st_mtim = {3, 4};
+    ASSERT_TRUE(corekit::TakeTimes(file.Get(), model));
+    struct stat info {};
+    ASSERT_EQ(fstat(file.Get(), &info), 0);
+    EXPECT_EQ(info.st_atim.tv_sec, 1);
+    EXPECT_EQ(info.st_atim.tv_nsec, 2);
+    EXPECT_EQ(info.st_mtim.tv_sec, 3);
+    EXPECT_EQ(info.st_mtim.tv_nsec, 4);
+}

@@ -1,0 +1,197 @@
+// Probing and reading files, their mode and owner.
+#include <cerrno>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "corekit/fs/File.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/Workspace.h"
+
+using corekit::Result;
+using corekit::String;
+using testsupport::Mount;
+using testsupport::Workspace;
+
+namespace File = corekit::File;
+namespace fs = std::filesystem;
+
+TEST(FileExists, FollowsLinks) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    fs::create_symlink("file", dir / "link");
+    fs::create_symlink("nowhere", dir / "dangling");
+    fs::create_symlink("loop", dir / "loop");
+    EXPECT_TRUE(File::Exists(dir("file")));
+    EXPECT_TRUE(File::Exists(dir("link")));
+    EXPECT_TRUE(File::Exists(dir("")));
+    EXPECT_FALSE(File::Exists(dir("dangling")));
+    EXPECT_FALSE(File::Exists(dir("loop")));
+    EXPECT_FALSE(File::Exists(dir("none")));
+    EXPECT_FALSE(File::Exists(dir("file/below")));
+    EXPECT_FALSE(File::Exists(L""));
+    EXPECT_FALSE(File::Exists(dir("file") + std::wstring(1, L'\0')));
+}
+
+TEST(FileExists, UnlessTheSystemSaysThatNothingIsThere) {
+    const auto whileTroubled = [](int errnoValue, auto&& answer) {
+        return testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_stat, errnoValue}}, answer);
+    };
+    for (const int errnoValue : {EIO, EACCES, EINTR, EMFILE}) {
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Exists(L"/nowhere") ? 1 : 0; }), 1);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::MayBeDirectory(L"/nowhere") ? 1 : 0; }), 1);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::IsDirectory(L"/usr") ? 1 : 0; }), 0);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::RefuseLink(L"/usr/bin").Code(); }), errnoValue);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Find(L"/usr").Code(); }), errnoValue);
+    }
+    EXPECT_EQ(whileTroubled(ENOENT, [] { return File::Exists(L"/usr") ? 1 : 0; }), 0);
+}
+
+TEST(FileMayBeDirectory, OnlyWhereOneMayBe) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    EXPECT_TRUE(File::MayBeDirectory(dir("")));
+    EXPECT_FALSE(File::MayBeDirectory(dir("file")));
+    EXPECT_FALSE(File::MayBeDirectory(dir("none")));
+}
+
+TEST(FileIsDirectory, FollowsLinks) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    testfiles::Write(dir / "file", "");
+    fs::create_symlink("sub", dir / "link");
+    fs::create_symlink("file", dir / "fileLink");
+    EXPECT_TRUE(File::IsDirectory(dir("sub")));
+    EXPECT_TRUE(File::IsDirectory(dir("link")));
+    EXPECT_FALSE(File::IsDirectory(dir("file")));
+    EXPECT_FALSE(File::IsDirectory(dir("fileLink")));
+    EXPECT_FALSE(File::IsDirectory(dir("none")));
+    EXPECT_FALSE(File::IsDirectory(L""));
+}
+
+TEST(FileRefuseLink, IsAboutThePathItself) {
+    const Workspace dir;
+    fs::create_directory(dir / "sub");
+    testfiles::Write(dir / "sub/file", "");
+    fs::create_symlink("sub", dir / "link");
+    fs::create_symlink("nowhere", dir / "dangling");
+    EXPECT_FALSE(File::RefuseLink(dir("link")));
+    EXPECT_FALSE(File::RefuseLink(dir("link//")));
+    EXPECT_FALSE(File::RefuseLink(dir("dangling")));
+    EXPECT_TRUE(File::RefuseLink(dir("link/file")));
+    EXPECT_TRUE(File::RefuseLink(dir("sub")));
+    EXPECT_TRUE(File::RefuseLink(dir("sub/file")));
+    EXPECT_TRUE(File::RefuseLink(dir("none")));
+    EXPECT_TRUE(File::RefuseLink(L"/"));
+    EXPECT_TRUE(File::RefuseLink(L""));
+}
+
+TEST(FileAccess, TellsWhatTheEffectiveUserMay) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0600);
+    EXPECT_TRUE(File::IsReadable(dir("file")));
+    EXPECT_TRUE(File::IsWritable(dir("file")));
+    EXPECT_TRUE(File::IsWritable(dir("")));
+    EXPECT_FALSE(File::IsReadable(dir("none")));
+    EXPECT_FALSE(File::IsWritable(dir("none")));
+}
+
+TEST(FileAccess, KnowsAFileSystemThatTakesNoWrites) {
+    const Workspace dir;
+    const Mount mount = Mount::Tmpfs(dir / "mounted");
+    testfiles::Write(dir / "mounted/file", "");
+    mount.MakeReadOnly();
+    EXPECT_TRUE(File::IsReadable(dir("mounted/file")));
+    EXPECT_FALSE(File::IsWritable(dir("mounted/file")));
+    EXPECT_FALSE(File::IsWritable(dir("mounted")));
+}
+
+TEST(FileRead, GivesTheWholeTextInTheEncodingAskedFor) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "a\xC3\xA4\n");
+    String text;
+    ASSERT_TRUE(File::Read(dir("file"), text));
+    EXPECT_EQ(text, L"a\u00E4\n");
+    ASSERT_TRUE(File::Read(dir("file"), text, corekit::Latin1Encoding()));
+    EXPECT_EQ(text, L"a\u00C3\u00A4\n");
+}
+
+TEST(FileRead, GivesEveryByte) {
+    const Workspace dir;
+    std::string content(100000, 'x');
+    content += std::string("\0\xFF\r\n", 4);
+    testfiles::Write(dir / "file", content);
+    testfiles::Write(dir / "empty", "");
+    fs::create_symlink("file", dir / "link");
+    std::string bytes = "old";
+    ASSERT_TRUE(File::ReadBytes(dir("link"), bytes));
+    EXPECT_EQ(bytes, content);
+    ASSERT_TRUE(File::ReadBytes(dir("empty"), bytes));
+    EXPECT_EQ(bytes, "");
+    ASSERT_TRUE(File::ReadBytes(L"/proc/self/cmdline", bytes));  // tells a size of 0
+    EXPECT_NE(bytes, "");
+}
+
+TEST(FileRead, RefusesWithoutWaitingWhatIsNoRegularFile) {
+    const Workspace dir;
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    fs::create_symlink("fifo", dir / "link");
+    std::string bytes = "old";
+    EXPECT_EQ(File::ReadBytes(dir("fifo"), bytes), Result(EINVAL));
+    EXPECT_EQ(File::ReadBytes(dir("link"), bytes), Result(EINVAL));
+    EXPECT_EQ(File::ReadBytes(L"/dev/zero", bytes), Result(EINVAL));
+    EXPECT_EQ(File::ReadBytes(dir(""), bytes), Result(EISDIR));
+    EXPECT_EQ(File::ReadBytes(dir("none"), bytes), Result(ENOENT));
+    EXPECT_EQ(File::ReadBytes(L"", bytes), Result(ENOENT));
+    EXPECT_EQ(bytes, "old");
+    String text = L"old";
+    EXPECT_EQ(File::Read(dir("fifo"), text), Result(EINVAL));
+    EXPECT_EQ(text, L"old");
+}
+
+TEST(FileRead, RefusesWhatNoMemoryShouldHold) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    ASSERT_EQ(truncate((dir / "file").c_str(), 256 * 1024 * 1024 + 1), 0);
+    std::string bytes = "old";
+    EXPECT_EQ(File::ReadBytes(dir("file"), bytes), Result(EFBIG));
+    EXPECT_EQ(bytes, "old");
+}
+
+TEST(FileChmod, SetsTheModeToTheBit) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    fs::create_directory(dir / "sub");
+    ASSERT_TRUE(File::Chmod(dir("file"), 0544));
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0544U);
+    ASSERT_TRUE(File::Chmod(dir("file"), 0));
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0U);
+    ASSERT_TRUE(File::Chmod(dir("file"), 04711));
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 04711U);
+    ASSERT_TRUE(File::Chmod(dir("sub"), 0777));
+    EXPECT_EQ(testfiles::Mode(dir / "sub"), 0777U);
+}
+
+TEST(FileChmod, RefusesALink) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0600);
+    fs::create_symlink("file", dir / "link");
+    EXPECT_EQ(File::Chmod(dir("link"), 0666), Result(ELOOP));
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0600U);
+    EXPECT_EQ(File::Chmod(dir("none"), 0666), Result(ENOENT));
+    EXPECT_EQ(File::Chmod(L"", 0666), Result(ENOENT));
+}
+
+TEST(FileChowngrp, RefusesALink) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    fs::create_symlink("file", dir / "link");
+    EXPECT_TRUE(File::Chowngrp(dir("file"), 0, 0));
+    EXPECT_EQ(File::Chowngrp(dir("link"), 0, 0), Result(ELOOP));
+    EXPECT_EQ(File::Chowngrp(dir("none"), 0, 0), Result(ENOENT));
+}

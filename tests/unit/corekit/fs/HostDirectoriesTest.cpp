@@ -1,0 +1,158 @@
+// Which directories belong to the host.
+#include <cerrno>
+#include <fcntl.h>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/syscall.h>
+
+#include "corekit/fs/HostDirectories.h"
+#include "corekit/os/SystemCall.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/Mount.h"
+#include "tests/support/OtherRoot.h"
+#include "tests/support/Workspace.h"
+
+using corekit::IsHostDirectory;
+using corekit::Place;
+using corekit::String;
+using testsupport::Mount;
+using testsupport::WithRoot;
+using testsupport::Workspace;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+bool NamesHost(const String& path) {
+    Place place;
+    EXPECT_TRUE(Place::Of(path, place)) << path.Utf8();
+    return !corekit::RefuseHostName(place.At());
+}
+
+}  // namespace
+
+TEST(HostDirectories, HoldEveryNameOfTheStandard) {
+    for (const wchar_t* path :
+         {L"/",      L"/bin",    L"/boot",  L"/dev", L"/etc", L"/home", L"/lib",  L"/lib32",
+          L"/lib64", L"/libx32", L"/media", L"/mnt", L"/opt", L"/proc", L"/root", L"/run",
+          L"/sbin",  L"/srv",    L"/sys",   L"/tmp", L"/usr", L"/var"}) {
+        EXPECT_TRUE(IsHostDirectory(path)) << String(path).Utf8();
+    }
+    for (const String parent : {L"/usr/", L"/usr/local/"}) {
+        for (const wchar_t* name : {L"bin", L"games", L"include", L"lib", L"lib32", L"lib64", L"libexec",
+                                    L"local", L"sbin", L"share", L"src"}) {
+            EXPECT_TRUE(IsHostDirectory(parent + name)) << (parent + name).Utf8();
+        }
+    }
+    for (const wchar_t* name :
+         {L"cache", L"lib", L"local", L"lock", L"log", L"mail", L"opt", L"run", L"spool", L"tmp"}) {
+        EXPECT_TRUE(IsHostDirectory(String(L"/var/") + name)) << String(name).Utf8();
+    }
+    for (const wchar_t* name : {L"init.d", L"opt", L"rc0.d", L"rc5.d", L"rcS.d", L"rc.d"})
+        EXPECT_TRUE(IsHostDirectory(String(L"/etc/") + name)) << String(name).Utf8();
+}
+
+TEST(HostDirectories, HoldNothingElse) {
+    fs::create_directories("/opt/zorvane/etc");
+    fs::create_directories("/var/zorvane");
+    for (const wchar_t* path :
+         {L"", L"/none", L"/opt/zorvane", L"/opt/zorvane/etc", L"/opt/usr", L"/usr/none", L"/usr/bin/none",
+          L"/var/lib/none", L"/var/zorvane", L"/etc/none", L"/etc/rc", L"/binary", L"/usrlocal"}) {
+        EXPECT_FALSE(IsHostDirectory(path)) << String(path).Utf8();
+    }
+}
+
+TEST(HostDirectories, AreKnownHoweverTheyAreSpelled) {
+    fs::current_path("/usr/share");
+    for (const wchar_t* path :
+         {L"//usr//", L"/usr/.", L"/opt/../usr", L"/none/../usr", L"/opt/none/../../usr", L"..", L".",
+          L"../../etc", L"/proc/self/root/usr", L"/proc/self/cwd", L"/../"})
+        EXPECT_TRUE(IsHostDirectory(path)) << String(path).Utf8();
+    fs::current_path("/");
+    EXPECT_TRUE(IsHostDirectory(L"usr"));
+    EXPECT_TRUE(IsHostDirectory(L"."));
+}
+
+TEST(HostDirectories, AreKnownThroughLinks) {
+    const Workspace dir;
+    fs::create_symlink("/etc", dir / "etc");
+    fs::create_symlink("/", dir / "root");
+    fs::create_symlink("root/usr/local", dir / "chain");
+    EXPECT_TRUE(IsHostDirectory(dir("etc")));
+    EXPECT_TRUE(IsHostDirectory(dir("root")));
+    EXPECT_TRUE(IsHostDirectory(dir("root/srv")));
+    EXPECT_TRUE(IsHostDirectory(dir("chain/")));
+    EXPECT_TRUE(IsHostDirectory(dir("chain/lib")));
+    EXPECT_FALSE(IsHostDirectory(dir("chain/none")));
+}
+
+TEST(HostDirectories, AreKnownThroughMounts) {
+    const Workspace dir;
+    fs::create_directory(dir / "mounted");
+    const Mount mount = Mount::Bind("/usr", dir / "mounted");
+    EXPECT_TRUE(IsHostDirectory(dir("mounted")));
+    EXPECT_TRUE(IsHostDirectory(dir("mounted/local/")));
+    EXPECT_FALSE(IsHostDirectory(dir("mounted/none")));
+    EXPECT_TRUE(IsHostDirectory(corekit::OpenDirectory(dir / "mounted")));
+    EXPECT_FALSE(IsHostDirectory(corekit::OpenDirectory(dir.Path())));
+}
+
+TEST(HostDirectories, CountWhereTheNameIsALinkAndWhereItIsMissing) {
+    const Workspace root;
+    for (const char* directory : {"usr/lib", "etc/rc.d/rc3.d", "data/opt", "lost"})
+        fs::create_directories(root / directory);
+    fs::create_symlink("usr/lib", root / "lib");
+    fs::create_symlink("rc.d/rc3.d", root / "etc/rc3.d");
+    fs::create_symlink("data/opt", root / "opt");
+    fs::create_symlink("nowhere", root / "lib64");
+    WithRoot(root.Path(), [] {
+        for (const wchar_t* path : {L"/lib", L"/lib64", L"/etc/rc3.d", L"/etc/rc.d", L"/opt", L"/srv",
+                                    L"/var", L"/var/lib", L"/usr/local", L"/usr/local/bin"})
+            EXPECT_TRUE(IsHostDirectory(path)) << path;
+        // Where the links lead is theirs as well.
+        for (const wchar_t* path : {L"/data/opt", L"/etc/rc.d/rc3.d"})
+            EXPECT_TRUE(IsHostDirectory(path)) << path;
+        for (const wchar_t* path : {L"/lost", L"/data", L"/nowhere"})
+            EXPECT_FALSE(IsHostDirectory(path)) << path;
+    });
+}
+
+// A removal that went on would cost the host its directories.
+TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
+    const Workspace dir;
+    const corekit::String path = dir("");
+    for (const int errnoValue : {EIO, EACCES, EMFILE}) {
+        const auto refused = [&](const corekit::String& place) {
+            return testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
+                                            [&] { return corekit::RefuseHostDirectory(place).Code(); });
+        };
+        EXPECT_EQ(refused(path), errnoValue);
+        EXPECT_EQ(refused(L"/usr"), EPERM);  // known by its name
+        EXPECT_EQ(testsupport::WithFailing({{SYS_openat, errnoValue}},
+                                           [&] { return corekit::RefuseHostDirectory(path).Code(); }),
+                  errnoValue);
+        EXPECT_EQ(testsupport::WithFailing({{SYS_getdents64, errnoValue}},
+                                           [&] { return corekit::RefuseHostDirectory(path).Code(); }),
+                  errnoValue);
+        Place place;
+        ASSERT_TRUE(Place::Of(path + L"/file", place));
+        EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
+                                           [&] { return corekit::RefuseHostName(place.At()).Code(); }),
+                  errnoValue);
+    }
+    EXPECT_TRUE(corekit::RefuseHostDirectory(path));
+}
+
+TEST(HostNames, AreThoseOfTheStandardWhateverStandsThere) {
+    const Workspace dir;
+    fs::create_symlink("/", dir / "root");
+    fs::create_symlink("/etc", dir / "etc");
+    EXPECT_TRUE(NamesHost(L"/lib"));
+    EXPECT_TRUE(NamesHost(L"/usr/local/lib64/"));
+    EXPECT_TRUE(NamesHost(L"/etc/rc3.d"));
+    EXPECT_TRUE(NamesHost(L"/opt/../srv"));
+    EXPECT_TRUE(NamesHost(dir("root/bin")));
+    EXPECT_FALSE(NamesHost(dir("etc")));  // a name of ours, wherever it leads
+    EXPECT_FALSE(NamesHost(L"/usr/bin/lib"));
+    EXPECT_FALSE(NamesHost(dir("lib")));
+}

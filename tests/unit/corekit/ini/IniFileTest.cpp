@@ -1,0 +1,206 @@
+// INI files on disk: read, edited and replaced.
+#include <cerrno>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "corekit/ini/IniFile.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+using corekit::IniFile;
+using corekit::Result;
+using corekit::String;
+
+namespace {
+
+class IniFileTest : public testing::Test {
+  protected:
+    String Make(const std::string& content, unsigned mode = 0644) {
+        testfiles::Write(m_dir / "client.conf", content, mode);
+        return Path();
+    }
+    String Path() const { return String::FromUtf8(m_dir / "client.conf"); }
+    std::string Content() const { return testfiles::Read(m_dir / "client.conf"); }
+
+    testfiles::TempDir m_dir;
+};
+
+}  // namespace
+
+TEST_F(IniFileTest, ReadsAMissingFileAsEmptyAndMakesIt) {
+    IniFile file(Path());
+    EXPECT_EQ(file.FileName(), Path());
+    EXPECT_EQ(file.GetValue(L"s", L"k"), L"");
+    file.SetValue(L"s", L"k", L"v");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=v\n");
+    EXPECT_EQ(testfiles::Mode(m_dir / "client.conf"), 0644U);
+}
+
+TEST_F(IniFileTest, GivesValuesAndNothingForAMissingEntry) {
+    const IniFile file(Make("[s]\nk=v\nempty=\n"));
+    EXPECT_EQ(file.GetValue(L"s", L"k"), L"v");
+    EXPECT_EQ(file.GetValue(L"s", L"empty"), L"");
+    EXPECT_EQ(file.GetValue(L"s", L"missing"), L"");
+    EXPECT_EQ(file.GetValue(L"missing", L"k"), L"");
+}
+
+TEST_F(IniFileTest, TellsWhetherAnEntryExists) {
+    const IniFile file(Make("[s]\nk=v\nempty=\n"));
+    String value = L"untouched";
+    EXPECT_FALSE(file.GetValue(L"s", L"missing", value));
+    EXPECT_EQ(value, L"untouched");
+    EXPECT_TRUE(file.GetValue(L"s", L"empty", value));
+    EXPECT_EQ(value, L"");
+    EXPECT_TRUE(file.GetValue(L"s", L"k", value));
+    EXPECT_EQ(value, L"v");
+}
+
+TEST_F(IniFileTest, LooksKeysUpInAnyCaseWhenAsked) {
+    const String path = Make("[Client Details]\nSerialNumber=17\n");
+    EXPECT_EQ(IniFile(path).GetValue(L"Client Details", L"serialnumber"), L"");
+    EXPECT_EQ(IniFile(path, IniFile::KeyCase::FallBack).GetValue(L"Client Details", L"serialnumber"), L"17");
+    EXPECT_EQ(IniFile(path, IniFile::KeyCase::FallBack).GetValue(L"client details", L"serialnumber"), L"");
+}
+
+TEST_F(IniFileTest, AddsEntriesToAMap) {
+    const IniFile file(Make("[s]\nb=1\na = 2\nb=3\n[t]\nc=4\n"));
+    IniFile::Entries entries = {{L"a", L"before"}, {L"z", L"before"}};
+    file.GetEntries(L"s", entries);
+    EXPECT_EQ(entries, (IniFile::Entries{{L"a", L"2"}, {L"b", L"1"}, {L"z", L"before"}}));
+    file.GetEntries(L"missing", entries);
+    EXPECT_EQ(entries.size(), 3U);
+}
+
+TEST_F(IniFileTest, ListsWhatWasSet) {
+    IniFile file(Make("[s]\na=1\n"));
+    file.SetValue(L"s", L"a", L"2");
+    file.SetValue(L"s", L"b", L"3");
+    file.SetValue(L"t", L"c", L"4");
+    IniFile::Entries entries;
+    file.GetEntries(L"s", entries);
+    file.GetEntries(L"t", entries);
+    EXPECT_EQ(entries, (IniFile::Entries{{L"a", L"2"}, {L"b", L"3"}, {L"c", L"4"}}));
+}
+
+TEST_F(IniFileTest, WritesAnUnchangedFileByteForByte) {
+    const std::string content =
+        "\xef\xbb\xbf# Gr\xfc\xdf"
+        "e\r\n\n [ s ] \n\tk = v \t\nk\n\n;end \xff\xfe";
+    const IniFile file(Make(content));
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), content);
+}
+
+TEST_F(IniFileTest, CarriesBytesThatAreNotUtf8) {
+    IniFile file(Make("[s]\nk=caf\xe9\nother=\xe9\n"));
+    file.SetValue(L"t", L"copy", file.GetValue(L"s", L"k"));
+    file.SetValue(L"t", L"wide", L"\u20AC");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=caf\xe9\nother=\xe9\n[t]\ncopy=caf\xe9\nwide=\xe2\x82\xac\n");
+}
+
+TEST_F(IniFileTest, NeverLetsAValueBecomeASecondLine) {
+    IniFile file(Make("[s]\nk=1\n"));
+    file.SetValue(L"s", L"k", L"v\n[evil]\r\nk=2");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=v [evil]  k=2\n");
+}
+
+TEST_F(IniFileTest, KeepsModeAndReplacesInOneStep) {
+    IniFile file(Make("[s]\nk=1\n", 0600));
+    struct stat before {};
+    ASSERT_EQ(stat((m_dir / "client.conf").c_str(), &before), 0);
+    ASSERT_EQ(link((m_dir / "client.conf").c_str(), (m_dir / "old").c_str()), 0);
+    file.SetValue(L"s", L"k", L"2");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(testfiles::Mode(m_dir / "client.conf"), 0600U);
+    EXPECT_EQ(Content(), "[s]\nk=2\n");
+    EXPECT_EQ(testfiles::Read(m_dir / "old"), "[s]\nk=1\n");
+}
+
+TEST_F(IniFileTest, WritesTwice) {
+    IniFile file(Make("[s]\nk=1\n"));
+    file.SetValue(L"s", L"k", L"2");
+    EXPECT_EQ(file.Write(), Result());
+    file.SetValue(L"s", L"n", L"3");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=2\nn=3\n");
+}
+
+TEST_F(IniFileTest, FailsToWriteWhereItCannot) {
+    IniFile file(String::FromUtf8(m_dir / "missing/client.conf"));
+    file.SetValue(L"s", L"k", L"v");
+    EXPECT_EQ(file.Write(), Result(ENOENT));
+}
+
+TEST_F(IniFileTest, BeginsWithATextWhateverTheFileHolds) {
+    Make("[old]\nkey=old\n", 0600);
+    IniFile file(Path(), L"[s]\nk=K\u00F6ln\n");
+    EXPECT_EQ(file.ReadResult(), Result());
+    EXPECT_EQ(file.GetValue(L"s", L"k"), L"K\u00F6ln");
+    file.SetValue(L"s", L"n", L"2");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=K\xC3\xB6ln\nn=2\n");
+    EXPECT_EQ(testfiles::Mode(m_dir / "client.conf"), 0600U);
+}
+
+TEST_F(IniFileTest, DoesNotReplaceWhatItCouldNotRead) {
+    ASSERT_EQ(mkfifo((m_dir / "client.conf").c_str(), 0600), 0);
+    IniFile fifo(Path());
+    String value = L"none";
+    EXPECT_FALSE(fifo.GetValue(L"s", L"k", value));
+    EXPECT_EQ(value, L"none");
+    fifo.SetValue(L"s", L"k", L"v");
+    EXPECT_EQ(fifo.GetValue(L"s", L"k"), L"v");
+    EXPECT_EQ(fifo.Write(), Result(EINVAL));
+
+    const IniFile directory(String::FromUtf8(m_dir.Path()));
+    EXPECT_EQ(directory.Write(), Result(EISDIR));
+}
+
+TEST_F(IniFileTest, MovesWithWhatWasSet) {
+    IniFile file(Make("[s]\nk=1\n"));
+    file.SetValue(L"s", L"k", L"2");
+    IniFile moved = std::move(file);
+    moved.SetValue(L"s", L"n", L"3");
+    IniFile assigned(L"/nonexistent");
+    assigned = std::move(moved);
+    EXPECT_EQ(assigned.FileName(), Path());
+    EXPECT_EQ(assigned.Write(), Result());
+    EXPECT_EQ(Content(), "[s]\nk=2\nn=3\n");
+}
+
+TEST_F(IniFileTest, ServesALineOfTenMegabytes) {
+    const std::string large(10'000'000, 'x');
+    IniFile file(Make("[s]\nk=" + large));
+    EXPECT_EQ(file.GetValue(L"s", L"k").Length(), large.size());
+    for (int i = 0; i < 100; ++i) file.SetValue(L"s", L"n" + String::FromInt(i), L"1");
+    file.SetValue(L"s", L"k", L"small");
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_TRUE(Content().starts_with("[s]\nk=small\nn0=1\nn1=1\n"));
+}
+
+TEST_F(IniFileTest, ServesAHundredThousandLines) {
+    std::string before;
+    std::string after;
+    for (int i = 0; i < 100'000; ++i) {
+        if (i % 5'000 == 0) before += "[s" + std::to_string(i / 5'000) + "]\n";
+        if (i % 5'000 == 0) after += "[s" + std::to_string(i / 5'000) + "]\n";
+        const std::string line = "Key" + std::to_string(i) + "=";
+        before += line + "old\n";
+        after += line + (i % 1'000 == 7 ? "new\n" : "old\n");
+    }
+    const IniFile old(Make(before), IniFile::KeyCase::FallBack);
+    IniFile file(Path());
+    for (int i = 7; i < 100'000; i += 1'000) {
+        const String section = L"s" + String::FromInt(i / 5'000);
+        EXPECT_EQ(old.GetValue(section, L"key" + String::FromInt(i)), L"old");
+        file.SetValue(section, L"Key" + String::FromInt(i), L"new");
+    }
+    EXPECT_EQ(file.Write(), Result());
+    EXPECT_TRUE(Content() == after);
+}

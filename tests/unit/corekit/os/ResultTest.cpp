@@ -1,0 +1,70 @@
+// Outcomes of operations on the system.
+#include <cerrno>
+#include <gtest/gtest.h>
+
+#include "corekit/os/Result.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/PrintString.h"
+
+using corekit::Graver;
+using corekit::IsAbsence;
+using corekit::IsTrouble;
+using corekit::Result;
+
+TEST(Result, IsSuccessByDefault) {
+    const Result result;
+    EXPECT_TRUE(result.Ok());
+    EXPECT_TRUE(result);
+    EXPECT_EQ(result.Code(), 0);
+}
+
+TEST(Result, HoldsAnErrnoValue) {
+    const Result result(ENOENT);
+    EXPECT_FALSE(result.Ok());
+    EXPECT_FALSE(result);
+    EXPECT_EQ(result.Code(), ENOENT);
+    EXPECT_EQ(result, Result(ENOENT));
+    EXPECT_NE(result, Result(EACCES));
+    EXPECT_NE(result, Result());
+}
+
+TEST(Result, TakesWhatErrnoTells) {
+    errno = EACCES;
+    EXPECT_EQ(Result::FromErrno(), Result(EACCES));
+}
+
+TEST(Result, SaysThatNothingIsThereOnlyWhereTheSystemDoes) {
+    for (const int code : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG})
+        EXPECT_TRUE(IsAbsence(Result(code))) << code;
+    for (const int code : {0, EIO, EACCES, EINTR, EMFILE, ENOSPC, EPERM, EISDIR})
+        EXPECT_FALSE(IsAbsence(Result(code))) << code;
+}
+
+TEST(Result, IsTroubleWhereAnotherTryMayGoWell) {
+    for (const int code : {EIO, EACCES, EINTR, EMFILE, ENFILE, ENOMEM, ENOSPC, EDQUOT, ESTALE})
+        EXPECT_TRUE(IsTrouble(Result(code))) << code;
+    for (const int code :
+         {0, ENOENT, ENOTDIR, ELOOP, EPERM, EBUSY, EROFS, EISDIR, EINVAL, EFBIG, EEXIST, ENOTEMPTY})
+        EXPECT_FALSE(IsTrouble(Result(code))) << code;
+}
+
+TEST(Result, OfTwoIsTheOneThatTellsMore) {
+    const Result ok;
+    const Result refused(EPERM);
+    const Result busy(EBUSY);
+    const Result trouble(EIO);
+    EXPECT_EQ(Graver(ok, ok), ok);
+    EXPECT_EQ(Graver(ok, refused), refused);
+    EXPECT_EQ(Graver(refused, ok), refused);
+    EXPECT_EQ(Graver(refused, busy), refused);
+    EXPECT_EQ(Graver(refused, trouble), trouble);
+    EXPECT_EQ(Graver(trouble, refused), trouble);
+    EXPECT_EQ(Graver(trouble, Result(EMFILE)), trouble);
+}
+
+TEST(Result, HasTheSystemsText) {
+    EXPECT_EQ(corekit::GetErrorMsg(Result(ENOENT)), L"No such file or directory");
+    EXPECT_EQ(corekit::GetErrorMsg(Result(EACCES)), L"Permission denied");
+    EXPECT_EQ(corekit::GetErrorMsg(Result(ENOSPC)), L"No space left on device");
+    EXPECT_EQ(corekit::GetErrorMsg(Result()), L"Success");
+}

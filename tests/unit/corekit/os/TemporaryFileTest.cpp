@@ -1,0 +1,61 @@
+// Temporary files: gone with their owner, in whatever order the owners go.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <optional>
+
+#include "corekit/os/TemporaryFile.h"
+#include "tests/support/TestFiles.h"
+
+using corekit::TemporaryFile;
+using testfiles::NamesIn;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(TemporaryFile, GoesWithItsOwner) {
+    const testfiles::TempDir dir;
+    testfiles::Write(dir / "file", "");
+    {
+        TemporaryFile file;
+        file.Take(dir / "file");
+        EXPECT_EQ(file.Path(), dir / "file");
+        EXPECT_TRUE(testfiles::Exists(dir / "file"));
+    }
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+TEST(TemporaryFile, GoesWhenAnotherTakesItsPlace) {
+    const testfiles::TempDir dir;
+    testfiles::Write(dir / "one", "");
+    testfiles::Write(dir / "two", "");
+    TemporaryFile file;
+    file.Take(dir / "one");
+    file.Take(dir / "two");
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("two"));
+    file.Remove();
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+    EXPECT_EQ(file.Path(), "");
+}
+
+TEST(TemporaryFile, MayBeThereNoMore) {
+    const testfiles::TempDir dir;
+    TemporaryFile file;
+    file.Take(dir / "missing");
+    file.Remove();
+    file.Take("");
+    EXPECT_EQ(file.Path(), "");
+}
+
+TEST(TemporaryFile, IsIndependentOfTheOthers) {
+    const testfiles::TempDir dir;
+    std::optional<TemporaryFile> files[3];
+    for (const char* name : {"0", "1", "2"}) {
+        testfiles::Write(dir / name, "");
+        files[*name - '0'].emplace().Take(dir / name);
+    }
+    files[1].reset();
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("0", "2"));
+    files[2].reset();
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("0"));
+    TemporaryFile::RemoveAll();
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}

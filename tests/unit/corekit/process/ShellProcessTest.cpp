@@ -1,0 +1,129 @@
+// A shell as a child: started, noticed when it ends, never left behind.
+#include <cerrno>
+#include <csignal>
+#include <gtest/gtest.h>
+#include <optional>
+#include <poll.h>
+#include <string>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "corekit/process/detail/ShellProcess.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
+#include "tests/support/OnceWeWait.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/TestFiles.h"
+
+using corekit::ChildEndWatch;
+using corekit::Result;
+using corekit::ShellProcess;
+using testsupport::kOnceWeWait;
+
+namespace {
+
+bool IsReadable(const ChildEndWatch& watch, int timeout) {
+    pollfd request{watch.Get(), POLLIN, 0};
+    return poll(&request, 1, timeout) == 1;
+}
+
+bool HasChildren() {
+    return waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
+}
+
+}  // namespace
+
+TEST(ShellProcess, HasEndedBeforeItIsStarted) {
+    ShellProcess shell;
+    EXPECT_TRUE(shell.HasEnded());
+}
+
+TEST(ShellProcess, EndsWhenItsCommandDoes) {
+    const ChildEndWatch watch;
+    ASSERT_TRUE(watch);
+    EXPECT_FALSE(IsReadable(watch, 0));
+
+    int hold[2];
+    ASSERT_EQ(pipe(hold), 0);
+    ShellProcess shell;
+    // Reads the pipe through our own descriptor table, so that it ends when we say so.
+    const std::string path = "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(hold[0]);
+    EXPECT_EQ(shell.Start("read line <" + path, STDERR_FILENO), Result());
+    EXPECT_FALSE(shell.HasEnded());
+
+    EXPECT_EQ(write(hold[1], "\n", 1), 1);
+    EXPECT_TRUE(IsReadable(watch, -1));
+    EXPECT_TRUE(shell.HasEnded());
+    watch.Clear();
+    EXPECT_FALSE(IsReadable(watch, 0));
+    EXPECT_TRUE(shell.HasEnded());
+    close(hold[0]);
+    close(hold[1]);
+}
+
+TEST(ShellProcess, HasNotEndedWhenTheQuestionIsInterrupted) {
+    testsupport::InChild([] {
+        int questions = 0;
+        testsupport::JudgeCalls({SYS_wait4}, [&](const seccomp_notif&) -> testsupport::Verdict {
+            return ++questions <= 3 ? testsupport::Verdict(-EINTR) : std::nullopt;
+        });
+        ShellProcess shell;
+        EXPECT_EQ(shell.Start("exec sleep 0.1", STDERR_FILENO), Result());
+        EXPECT_FALSE(shell.HasEnded());
+        EXPECT_EQ(questions, 4);
+        return 0;
+    });
+}
+
+TEST(ShellProcess, IsWaitedForByItsOwner) {
+    const testfiles::TempDir dir;
+    {
+        ShellProcess shell;
+        EXPECT_EQ(shell.Start(std::string(kOnceWeWait) + "mkdir " + (dir / "done"), STDERR_FILENO), Result());
+    }
+    EXPECT_TRUE(testfiles::Exists(dir / "done"));
+    EXPECT_FALSE(HasChildren());
+}
+
+TEST(ShellProcess, HasASessionOfItsOwn) {
+    const testfiles::TempDir dir;
+    {
+        ShellProcess shell;
+        const std::string number = "test \"$(cut -d ' ' -f 6 /proc/$$/stat)\" = $$ && mkdir ";
+        EXPECT_EQ(shell.Start(number + (dir / "first"), STDERR_FILENO), Result());
+    }
+    EXPECT_TRUE(testfiles::Exists(dir / "first"));
+}
+
+TEST(ShellProcess, IsNotStartedWithACommandLineThatANulCutsShort) {
+    ShellProcess shell;
+    EXPECT_EQ(shell.Start(std::string("true\0false", 10), STDERR_FILENO), Result(EINVAL));
+    EXPECT_TRUE(shell.HasEnded());
+    EXPECT_FALSE(HasChildren());
+}
+
+TEST(ChildEndWatch, SeesTheEndOfAChildThoughSigchldWasIgnored) {
+    std::signal(SIGCHLD, SIG_IGN);
+    {
+        const ChildEndWatch watch;
+        ShellProcess shell;
+        EXPECT_EQ(shell.Start("true", STDERR_FILENO), Result());
+        EXPECT_TRUE(IsReadable(watch, -1));
+        EXPECT_TRUE(shell.HasEnded());
+    }
+    EXPECT_EQ(std::signal(SIGCHLD, SIG_DFL), SIG_IGN);
+}
+
+TEST(ChildEndWatch, BlocksTheSignalOnlyAsLongAsItLives) {
+    const auto isBlocked = [] {
+        sigset_t mask;
+        sigprocmask(SIG_SETMASK, nullptr, &mask);
+        return sigismember(&mask, SIGCHLD) == 1;
+    };
+    {
+        const ChildEndWatch watch;
+        EXPECT_TRUE(isBlocked());
+    }
+    EXPECT_FALSE(isBlocked());
+}
