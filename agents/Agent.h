@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-#include "agents/removal/Leftovers.h"
+#include "agents/removal/RemovalOutcome.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
@@ -68,7 +68,7 @@ class Agent {
 
     /// What could not be removed so far. While there is something, the configuration by which the next run
     /// finds it stays.
-    Leftovers m_left;
+    RemovalOutcome m_left;
 
   private:
     corekit::String m_versionLabel;

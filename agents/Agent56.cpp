@@ -1,8 +1,8 @@
 // How an agent of version 5.6 is read and taken away.
 #include "agents/Agent56.h"
 
+#include "agents/carry/DataMove.h"
 #include "agents/carry/InstalledSettings.h"
-#include "agents/carry/Relocation.h"
 #include "agents/removal/FileRemoval56.h"
 #include "agents/removal/ServiceRegistration.h"
 #include "agents/removal/SuperServers.h"

@@ -1,10 +1,10 @@
 // How an agent of version 6.0 is read, moved and taken away.
 #include "agents/Agent60.h"
 
+#include "agents/carry/DataMove.h"
 #include "agents/carry/InstalledSettings.h"
 #include "agents/carry/JobStore.h"
 #include "agents/carry/PackageStore.h"
-#include "agents/carry/Relocation.h"
 #include "agents/removal/FileRemoval60.h"
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "agents/removal/ServiceRegistration.h"

@@ -16,7 +16,7 @@ bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
 bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
     Messages::Say(L"  Removing RC init links and scripts\n");
     corekit::Result result;
-    m_left.Add(TryTwice([&result](Leftovers& left) {
+    m_left.Add(TryTwice([&result](RemovalOutcome& left) {
         result = deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
         left.Add(result);
     }));

@@ -31,10 +31,10 @@ HostDirectory LogDirectoryOf(const String& log) {
 }
 
 /// Removes the numbered rotations of a log; the log itself stays.
-Leftovers RemoveRotations(const String& log, HostDirectory hostDirectory) {
+RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
     if (Path::GetFileName(log).IsEmpty()) return {};
     return TryTwice(
-        [&](Leftovers& left) { left.Add(corekit::File::RemoveEx(log + L".[0-9]*", hostDirectory)); });
+        [&](RemovalOutcome& left) { left.Add(corekit::File::RemoveEx(log + L".[0-9]*", hostDirectory)); });
 }
 
 }  // namespace

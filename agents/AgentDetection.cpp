@@ -121,7 +121,7 @@ std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     std::string bytes;
     const corekit::Result read = file.Read(bytes);
     // One that cannot be read now must not pass for none.
-    if (IsTrouble(read)) return std::make_unique<UnreadableAgent>(file.Path());
+    if (IsTransient(read)) return std::make_unique<UnreadableAgent>(file.Path());
     if (!read) return nullptr;
     const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
     auto agent =

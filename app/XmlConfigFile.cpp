@@ -88,7 +88,7 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
     if (!file) return nullptr;
     std::string bytes;
     if (const auto result = file->Read(bytes); !result) {
-        if (IsTrouble(result)) m_unread.push_back(file->Path());
+        if (IsTransient(result)) m_unread.push_back(file->Path());
         file->WarnNotUsed(GetErrorMsg(result));
         return nullptr;
     }

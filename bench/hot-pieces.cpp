@@ -24,14 +24,14 @@ namespace fs = std::filesystem;
 namespace {
 
 /// A directory of its own, gone at the end.
-class Place {
+class ParentDirectory {
   public:
-    Place() : m_path((fs::temp_directory_path() / "hot-pieces.XXXXXX").string()) {
+    ParentDirectory() : m_path((fs::temp_directory_path() / "hot-pieces.XXXXXX").string()) {
         if (mkdtemp(m_path.data()) == nullptr) std::abort();
     }
-    ~Place() { fs::remove_all(m_path); }
-    Place(const Place&) = delete;
-    Place& operator=(const Place&) = delete;
+    ~ParentDirectory() { fs::remove_all(m_path); }
+    ParentDirectory(const ParentDirectory&) = delete;
+    ParentDirectory& operator=(const ParentDirectory&) = delete;
 
     std::string Of(const std::string& name) const { return m_path + "/" + name; }
 
@@ -60,7 +60,7 @@ struct Ini {
         std::ofstream(place.Of("client.conf")) << IniText(lines);
     }
 
-    Place place;
+    ParentDirectory place;
     String path;
     String section;
     String key;
@@ -139,7 +139,7 @@ void MakeQueue(const std::string& path, std::int64_t files) {
 
 template <typename Remove>
 void RemoveQueue(benchmark::State& state, Remove remove) {
-    const Place place;
+    const ParentDirectory place;
     const std::string queue = place.Of("queue");
     for (auto _ : state) {
         state.PauseTiming();

@@ -50,7 +50,7 @@ bool UpgradeClientConf(const String& outputPath, Settings& settings,
                        const InstalledConfiguration& installed) {
     const IniFile oldIni(installed.confPath, IniFile::KeyCase::FallBack);
     // Going on would replace the administrator's values by defaults.
-    if (!oldIni.ReadResult() && !IsAbsence(oldIni.ReadResult()))
+    if (!oldIni.ReadResult() && !IsNotFound(oldIni.ReadResult()))
         return Error::Fail(kUnreadableUpgrade, installed.confPath);
     if (!settings.IsSet(L"KSName"))
         settings.Value(L"KSName") = oldIni.GetValue(Names::kKellServers, L"server-1");

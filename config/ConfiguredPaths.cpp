@@ -56,9 +56,9 @@ std::vector<String> NamedPaths(const IniFile& conf) {
 }
 
 String NamedWithin(const IniFile& conf, const String& place) {
-    const corekit::Path::Lineage within(place);
+    const corekit::Path::AncestorChain within(place);
     for (const String& path : NamedPaths(conf)) {
-        if (corekit::Path::Lineage(path).IsWithin(within)) return path;
+        if (corekit::Path::AncestorChain(path).IsWithin(within)) return path;
     }
     return String();
 }

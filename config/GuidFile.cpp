@@ -25,7 +25,7 @@ void WriteGuidFile(const IniFile& conf, const Settings& settings) {
 void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {
     if (settings.IsSet(L"Guid")) return;
     const String path = PathIn(conf);
-    if (IsTrouble(corekit::File::Remove(path))) corekit::Forgive(corekit::File::Remove(path));
+    if (IsTransient(corekit::File::Remove(path))) corekit::Forgive(corekit::File::Remove(path));
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -27,7 +27,7 @@ void RemoveLeftoversOfKilledRuns() {
 bool HandOverFile::Create() {
     RemoveHandOverFile();
     RemoveLeftoversOfKilledRuns();
-    const corekit::Interruption::Delay untilItIsOwned;
+    const corekit::SignalBlock untilItIsOwned;
     const auto result = File::MakeTemp(kTemplate, m_path);
     m_file.Take(m_path.Utf8());
     return result.Ok() || Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(result));

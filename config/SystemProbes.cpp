@@ -28,8 +28,8 @@ String RunShellCommand(const String& commandLine) {
 }
 
 String DetectDistribution() {
-    if (corekit::File::Find(L"/etc/SuSE-release")) return L"suse";
-    if (corekit::File::Find(L"/etc/UnitedLinux-release")) return L"united";
+    if (corekit::File::Probe(L"/etc/SuSE-release")) return L"suse";
+    if (corekit::File::Probe(L"/etc/UnitedLinux-release")) return L"united";
     return L"linux";
 }
 

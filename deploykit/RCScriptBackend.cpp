@@ -115,9 +115,9 @@ Result Uninstall(const String& name) {
     Result result = SystemdUnit::Remove(name);
     // The tools know a service only as long as its script is there.
     if (File::Exists(script)) RunLinkTool(&LinkTool::remove, name);
-    result = Graver(result, RunLevelLinks::Remove(name));
+    result = Worse(result, RunLevelLinks::Remove(name));
     const Result removal = File::Remove(script);
-    return removal.Code() == ENOENT ? result : Graver(result, removal);
+    return removal.Code() == ENOENT ? result : Worse(result, removal);
 }
 
 String GetLocation(const String& name) {

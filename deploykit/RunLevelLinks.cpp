@@ -85,13 +85,13 @@ Result Remove(const String& name) {
     const auto entriesOf = [&result](const String& directory, const String& pattern) {
         std::vector<FileInfo> entries;
         const Result read = Dir::ReadEntries(directory, pattern, entries);
-        if (IsTrouble(read)) result = Graver(result, read);
+        if (IsTransient(read)) result = Worse(result, read);
         return entries;
     };
     for (const wchar_t* parent : kParents) {
         for (const FileInfo& level : entriesOf(parent, L"rc?.d")) {
             for (const FileInfo& link : entriesOf(level.path, kAllLinks + name))
-                result = Graver(result, link.isDirectory ? Result() : File::Remove(link.path));
+                result = Worse(result, link.isDirectory ? Result() : File::Remove(link.path));
         }
     }
     return result;

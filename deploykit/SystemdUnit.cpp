@@ -51,7 +51,7 @@ String UnitPath(const String& name) {
 Result RefuseMask(const String& name) {
     String target;
     const Result found = Path::Canonicalise(UnitPath(name), target);
-    if (IsTrouble(found)) return found;
+    if (IsTransient(found)) return found;
     return found && target == L"/dev/null" ? Result(EPERM) : Result();
 }
 
@@ -84,7 +84,7 @@ Result EnablingLinks(const String& name, std::vector<FileInfo>& links) {
     const auto read = [&result](const String& directory, const String& pattern,
                                 std::vector<FileInfo>& found) {
         const Result reading = Dir::ReadEntries(directory, pattern, found);
-        if (IsTrouble(reading)) result = Graver(result, reading);
+        if (IsTransient(reading)) result = Worse(result, reading);
     };
     for (const wchar_t* pattern : {L"*.wants", L"*.requires"}) {
         std::vector<FileInfo> directories;
@@ -103,14 +103,14 @@ Result RemoveLink(const FileInfo& link) {
 
 Result RemoveLinks(const std::vector<FileInfo>& links) {
     Result result;
-    for (const FileInfo& link : links) result = Graver(result, RemoveLink(link));
+    for (const FileInfo& link : links) result = Worse(result, RemoveLink(link));
     return result;
 }
 
 Result RemoveEnablingLinks(const String& name) {
     std::vector<FileInfo> links;
     const Result result = EnablingLinks(name, links);
-    return Graver(result, RemoveLinks(links));
+    return Worse(result, RemoveLinks(links));
 }
 
 }  // namespace
@@ -133,12 +133,12 @@ Result Remove(const String& name) {
     std::vector<FileInfo> links;
     Result result = EnablingLinks(name, links);
     const Result mask = RefuseMask(name);
-    if (IsTrouble(mask)) result = Graver(result, mask);
+    if (IsTransient(mask)) result = Worse(result, mask);
     const bool hasUnit = mask && !Dir::Entries(kUnitDir, FileName(name)).empty();
     if (links.empty() && !hasUnit) return result;
 
-    result = Graver(result, RemoveLinks(links));
-    if (hasUnit) result = Graver(result, File::Remove(UnitPath(name)));
+    result = Worse(result, RemoveLinks(links));
+    if (hasUnit) result = Worse(result, File::Remove(UnitPath(name)));
     TellSystemd();
     return result;
 }

@@ -57,7 +57,7 @@ Result Uninstall(const String& program, const String& linkDir, const String& pro
     Result result;
     if (!linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir))
         result = RemoveFile(Path::Join(linkDir, program));
-    return Graver(result, RemoveFile(Path::Join(programDir, program)));
+    return Worse(result, RemoveFile(Path::Join(programDir, program)));
 }
 
 }  // namespace deploykit::ItemInstallers::WrapperLinkBackend

@@ -8,7 +8,7 @@
 namespace Zorvane::AgentInstaller {
 
 bool IsReinstallPending() {
-    return corekit::File::Find(Names::kReinstallClientConf).Ok() &&
+    return corekit::File::Probe(Names::kReinstallClientConf).Ok() &&
            TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
 }
 

@@ -59,7 +59,7 @@ RunLock::RunLock() {
 
 /// False when the directory gives no lock file; else the lock is held, or known to be taken.
 bool RunLock::TryIn(const String& directory) {
-    const corekit::Interruption::Delay untilItIsOwned;
+    const corekit::SignalBlock untilItIsOwned;
     const String path = directory + kFileName;
     while (Descriptor file = OpenLockFile(path)) {
         if (Lock(file) != 0) {

@@ -28,10 +28,10 @@ class TrustedFile {
     const corekit::String& Path() const { return m_path; }
 
     /// Is nothing there? A link that may not be followed is something.
-    bool IsAbsent() const { return !m_isThere && IsAbsence(m_opened); }
+    bool IsAbsent() const { return !m_isThere && IsNotFound(m_opened); }
 
     /// May it be there, although it cannot be read now?
-    bool IsUnreadable() const { return IsTrouble(m_opened); }
+    bool IsUnreadable() const { return IsTransient(m_opened); }
 
     /// Can others write in its directory, so that they could bring that about?
     bool IsExposed() const { return m_isExposed; }

@@ -84,7 +84,7 @@ bool LoadGuid(const IniFile& conf, Settings& settings) {
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
         String text;
         const corekit::Result read = corekit::File::Read(path, text);
-        if (IsTrouble(read)) return Error::Fail(L"Missing or unreadable file in install. File: ", path);
+        if (IsTransient(read)) return Error::Fail(L"Missing or unreadable file in install. File: ", path);
         if (!read) continue;
         settings.Value(L"Guid") = GuidIn(text);
         break;

@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "corekit/fs/File.h"
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/TreeComparison.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/os/SystemCall.h"
@@ -53,14 +53,15 @@ Result Find(const String& path) {
 
 /// What the system does not tell may well be there.
 bool IsThere(const String& path) {
-    return !IsAbsence(Find(path));
+    return !IsNotFound(Find(path));
 }
 
 bool IsCopy(const String& path, const String& original) {
-    corekit::Place place;
-    corekit::Place originalPlace;
-    return corekit::Place::Of(path, place) && corekit::Place::Of(original, originalPlace) &&
-           corekit::Holds(place.At(), originalPlace.At());
+    corekit::ParentDirectory place;
+    corekit::ParentDirectory originalPlace;
+    return corekit::ParentDirectory::Of(path, place) &&
+           corekit::ParentDirectory::Of(original, originalPlace) &&
+           corekit::ContainsCopyOf(place.At(), originalPlace.At());
 }
 
 }  // namespace
@@ -104,7 +105,7 @@ bool WriteRecord(const String& path, const String& text, const String& oldPath) 
 bool MoveIfPresent(const String& from, const String& to) {
     if (!IsThere(from)) return true;
     const Result found = Find(to);
-    if (IsAbsence(found)) return File::Rename(from, to).Ok();
+    if (IsNotFound(found)) return File::Rename(from, to).Ok();
     if (found && IsCopy(to, from)) corekit::Forgive(File::Remove(from));
     return found.Ok();
 }

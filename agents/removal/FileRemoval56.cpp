@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
+#include "agents/removal/KeepList.h"
 #include "agents/removal/ProcessControl.h"
-#include "agents/removal/Survivors.h"
 #include "config/ConfiguredPaths.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/HostDirectories.h"
@@ -132,7 +132,7 @@ bool IsHostLibraryDir(const String& directory) {
 }
 
 /// The old log goes even from where the new agent writes one: it begins its own.
-void RemoveLogs(const Installation& agent, Leftovers& left) {
+void RemoveLogs(const Installation& agent, RemovalOutcome& left) {
     for (const String& directory : {agent.varDir, agent.logDir}) {
         if (!directory.IsEmpty()) left.Add(File::Remove(directory + kLog));
     }
@@ -144,7 +144,7 @@ Result RefuseTreesIn(const String& installDir) {
     return result ? File::RefuseLink(installDir) : result;
 }
 
-void RemoveInstallDir(const Installation& agent, const Survivors& survivors, Leftovers& left) {
+void RemoveInstallDir(const Installation& agent, const KeepList& survivors, RemovalOutcome& left) {
     for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern, left);
     if (const Result ours = RefuseTreesIn(agent.installDir); !ours) return left.Add(ours);
     survivors.RemoveOthersInTree(agent.installDir + kBackups, left);
@@ -153,12 +153,12 @@ void RemoveInstallDir(const Installation& agent, const Survivors& survivors, Lef
     survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
 }
 
-void RemoveLibraries(const String& directory, const Survivors& survivors, Leftovers& left) {
+void RemoveLibraries(const String& directory, const KeepList& survivors, RemovalOutcome& left) {
     if (directory.IsEmpty() || IsHostLibraryDir(directory)) return;
     for (const wchar_t* pattern : kLibraries) survivors.RemoveOthers(directory + pattern, left);
 }
 
-void RemoveTemporaryFiles(const String& directory, const Survivors& survivors, Leftovers& left) {
+void RemoveTemporaryFiles(const String& directory, const KeepList& survivors, RemovalOutcome& left) {
     if (directory.IsEmpty()) return;
     const bool isMeant = std::any_of(std::begin(kHostTemporaryDirs), std::end(kHostTemporaryDirs),
                                      [&](const wchar_t* known) { return Path::IsMatch(directory, known); });
@@ -166,7 +166,7 @@ void RemoveTemporaryFiles(const String& directory, const Survivors& survivors, L
                            isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
 }
 
-void RemoveAllButClientConf(const Installation& agent, Survivors survivors, Leftovers& left) {
+void RemoveAllButClientConf(const Installation& agent, KeepList survivors, RemovalOutcome& left) {
     if (!agent.installDir.IsEmpty()) survivors.Spare(agent.installDir + kClientConf);
     RemoveLogs(agent, left);
     for (const DataFiles& row : kDataFiles) {
@@ -182,7 +182,7 @@ void RemoveAllButClientConf(const Installation& agent, Survivors survivors, Left
 }
 
 /// The configuration goes last, and only when all else has gone: by it the next run finds what is left.
-void RemoveClientConf(const Installation& agent, const Survivors& survivors, Leftovers left) {
+void RemoveClientConf(const Installation& agent, const KeepList& survivors, RemovalOutcome left) {
     const String path = agent.installDir + kClientConf;
     if (agent.installDir.IsEmpty() || survivors.Include(path)) return;
     if (left.Any()) {
@@ -195,12 +195,12 @@ void RemoveClientConf(const Installation& agent, const Survivors& survivors, Lef
 
 }  // namespace
 
-void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath, Leftovers left) {
+void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath, RemovalOutcome left) {
     // Without the file every directory would be the usual one, which may well be another agent's.
     if (!conf.ReadResult()) return;
     const Installation agent = FindInstallation(conf);
-    const auto survivors = [&] { return Survivors(newConfPath, agent.installDir); };
-    const auto remove = [&](Leftovers& files) { RemoveAllButClientConf(agent, survivors(), files); };
+    const auto survivors = [&] { return KeepList(newConfPath, agent.installDir); };
+    const auto remove = [&](RemovalOutcome& files) { RemoveAllButClientConf(agent, survivors(), files); };
     left.Add(TryTwice(remove));
     // Only client.conf, which goes now, leads the next run to them.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));

@@ -1,7 +1,7 @@
 // What an agent of version 5.6 leaves on disk, and how it goes.
 #pragma once
 
-#include "agents/removal/Leftovers.h"
+#include "agents/removal/RemovalOutcome.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/String.h"
 
@@ -14,6 +14,6 @@ namespace Zorvane::AgentInstaller {
 /// trouble here, or `left` from before, client.conf, which goes last, stays, so that the next run finds what
 /// is left.
 void RemoveInstalledFiles56(const corekit::IniFile& conf, const corekit::String& newConfPath,
-                            Leftovers left = {});
+                            RemovalOutcome left = {});
 
 }  // namespace Zorvane::AgentInstaller

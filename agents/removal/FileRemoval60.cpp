@@ -69,7 +69,7 @@ constexpr const wchar_t* kClientConf = L"etc/client.conf";
 constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
-void RemoveStoredFiles(const IniFile& conf, Leftovers& left) {
+void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
     for (const DataFiles& row : kDataFiles) {
         const String directory = ConfiguredDirectory(conf, row.store);
         String extension = conf.GetValue(Names::kConfiguration, row.extensionKey);
@@ -85,14 +85,14 @@ void RemoveStoredFiles(const IniFile& conf, Leftovers& left) {
 
 /// The settings document of a server, named after it with and without its port. What a server's name holds is
 /// never a wildcard, and never leads to another directory.
-void RemoveServerDocuments(const IniFile& conf, const String& varDir, Leftovers& left) {
+void RemoveServerDocuments(const IniFile& conf, const String& varDir, RemovalOutcome& left) {
     const String server = conf.GetValue(Names::kKellServers, L"server-1");
     for (const String& name : {server, server.Before(L":")}) {
         if (!name.IsEmpty() && !name.Contains(L"/")) left.Add(File::Remove(varDir + name + L".xml"));
     }
 }
 
-void RemoveVariableData(const IniFile& conf, Leftovers& left) {
+void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
     const String varDir = ConfiguredDirectory(conf, L"var");
     if (varDir.IsEmpty()) return;
     left.Add(File::Remove(varDir + L"invlock"));
@@ -100,11 +100,11 @@ void RemoveVariableData(const IniFile& conf, Leftovers& left) {
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
-void RemoveStores(const IniFile& conf, Leftovers& left) {
+void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
     for (const wchar_t* store : kStoreKeys) left.Add(Dir::Remove(ConfiguredDirectory(conf, store)));
 }
 
-void RemoveGuidFile(const IniFile& conf, Leftovers& left) {
+void RemoveGuidFile(const IniFile& conf, RemovalOutcome& left) {
     const String path = conf.GetValue(Names::kConfiguration, L"guid_guid_file");
     if (path.StartsWith(L"/")) left.Add(File::Remove(path));
 }
@@ -120,7 +120,7 @@ Result RefuseOthers(const String& directory) {
     return result ? File::RefuseLink(directory) : result;
 }
 
-void RemoveEntriesBut(const String& directory, Leftovers& left,
+void RemoveEntriesBut(const String& directory, RemovalOutcome& left,
                       const std::function<bool(const String& name)>& stays) {
     if (const Result ours = RefuseOthers(directory); !ours) return left.Add(ours);
     left.Add(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
@@ -129,7 +129,7 @@ void RemoveEntriesBut(const String& directory, Leftovers& left,
     }));
 }
 
-void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, Leftovers& left) {
+void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
     if (installDir.IsEmpty()) return;
     if (!isReinstall) {
         for (const wchar_t* file : kInstallerFiles) left.Add(File::Remove(installDir + file));
@@ -143,7 +143,7 @@ void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, L
 
 /// The configuration goes last: by it the next run finds what is left when this one is interrupted.
 void RemoveClientConf(const String& installDir, bool isReinstall) {
-    static_cast<void>(TryTwice([&](Leftovers& left) {
+    static_cast<void>(TryTwice([&](RemovalOutcome& left) {
         left.Add(File::Remove(installDir + kClientConf));
         if (!isReinstall) {
             left.Add(Dir::Remove(installDir));
@@ -154,20 +154,21 @@ void RemoveClientConf(const String& installDir, bool isReinstall) {
 }
 
 void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf,
-                         Leftovers& left) {
+                         RemovalOutcome& left) {
     if (directory.IsEmpty()) return;
     const String path = directory + file;
     if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) left.Add(File::Remove(path));
 }
 
-void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf, Leftovers& left) {
+void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf,
+                                       RemovalOutcome& left) {
     const String directory = UsableDirectory(installDir);
     for (const wchar_t* file : kGeneratedFiles) RemoveGeneratedFile(directory, file, newConf, left);
     if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + kBackupCopies));
 }
 
 void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bool isReinstall,
-                            Leftovers& left) {
+                            RemovalOutcome& left) {
     RemoveStoredFiles(oldConf, left);
     RemoveVariableData(oldConf, left);
     RemoveStores(oldConf, left);
@@ -179,11 +180,11 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
 
 }  // namespace
 
-void RemoveInstalledFiles60(const IniFile& oldConf, Leftovers left) {
+void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
     const String installDir = ConfiguredDirectory(oldConf, L"installdir");
     const bool isReinstall = IsReinstallPending();
-    left.Add(
-        TryTwice([&](Leftovers& files) { RemoveAllButClientConf(oldConf, installDir, isReinstall, files); }));
+    left.Add(TryTwice(
+        [&](RemovalOutcome& files) { RemoveAllButClientConf(oldConf, installDir, isReinstall, files); }));
     if (installDir.IsEmpty()) return;
     if (!left.Any()) {
         RemoveClientConf(installDir, isReinstall);
@@ -192,8 +193,8 @@ void RemoveInstalledFiles60(const IniFile& oldConf, Leftovers left) {
     }
 }
 
-Leftovers RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
-    Leftovers left;
+RemovalOutcome RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
+    RemovalOutcome left;
     // First: without it the next run goes by the copy that the upgrade saved, which knows what has been
     // carried.
     RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf, left);

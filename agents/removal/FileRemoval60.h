@@ -1,7 +1,7 @@
 // What an agent of version 6.x leaves on disk, and how it goes.
 #pragma once
 
-#include "agents/removal/Leftovers.h"
+#include "agents/removal/RemovalOutcome.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/String.h"
 
@@ -12,12 +12,12 @@ namespace Zorvane::AgentInstaller {
 /// reinstall pending the two files that the installer needs then survive. Rotated debug logs are left to the
 /// agent's class. Failures are ignored; but with trouble here, or `left` from before, client.conf stays, so
 /// that the next run finds what is left, and standard error tells it: "WARNING! <path> is kept: <why>.".
-void RemoveInstalledFiles60(const corekit::IniFile& oldConf, Leftovers left = {});
+void RemoveInstalledFiles60(const corekit::IniFile& oldConf, RemovalOutcome left = {});
 
 /// Removes the files that this program and the agent generate below an install directory, those that
 /// `newConf` names excepted (null: none). Nothing for "" and "/". Tells
 /// what is left.
-Leftovers RemoveGeneratedFiles60(const corekit::String& installDir,
-                                 const corekit::IniFile* newConf = nullptr);
+RemovalOutcome RemoveGeneratedFiles60(const corekit::String& installDir,
+                                      const corekit::IniFile* newConf = nullptr);
 
 }  // namespace Zorvane::AgentInstaller

@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "agents/removal/Leftovers.h"
+#include "agents/removal/RemovalOutcome.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
@@ -70,7 +70,7 @@ class PrivateDirectory {
     }
     ~PrivateDirectory() {
         if (m_stays) return;
-        static_cast<void>(TryTwice([&](Leftovers& left) { left.Add(corekit::Dir::Remove(m_path)); }));
+        static_cast<void>(TryTwice([&](RemovalOutcome& left) { left.Add(corekit::Dir::Remove(m_path)); }));
     }
     PrivateDirectory(const PrivateDirectory&) = delete;
     PrivateDirectory& operator=(const PrivateDirectory&) = delete;
@@ -145,7 +145,7 @@ Result PutBackIfCutOff(const String& file, const String& kept, std::span<const D
     std::string old;
     for (const auto& [path, bytes] : {std::pair(&kept, &old), std::pair(&file, &content)}) {
         if (const Result read = File::ReadBytes(*path, *bytes); !read)
-            return IsTrouble(read) ? read : Result();
+            return IsTransient(read) ? read : Result();
     }
     const std::string remaining = WithoutLines(old, deleted);
     const bool isCutOff = content.size() < remaining.size() && remaining.starts_with(content);
@@ -183,7 +183,7 @@ Result ClearUpBeside(const String& file, std::span<const DeletedLines> deleted) 
     const String parent = corekit::Path::GetDirectory(file);
     Forgive(corekit::Dir::Scan(parent, kAllPrivateDirectories, [&](const corekit::FileInfo& entry) {
         const Result cleared = ClearUp(entry.path, file, deleted);
-        if (IsTrouble(cleared)) result = Graver(result, cleared);
+        if (IsTransient(cleared)) result = Worse(result, cleared);
         return true;
     }));
     return result;
@@ -201,7 +201,7 @@ struct Edit {
 /// The file that a path leads to. A link that cannot be followed is not replaced by a file.
 Result FollowLinks(const String& path, String& file) {
     const Result found = corekit::Path::Canonicalise(path, file);
-    if (!IsTrouble(found)) return found;
+    if (!IsTransient(found)) return found;
     file = path;
     return File::RefuseLink(path);
 }
@@ -222,7 +222,7 @@ Result RunIn(const String& directory, const String& commandLine) {
 
 /// Fails with EPERM when the host's tools made something else of the file, which is then as it was.
 Result EditByCommand(const Edit& edit, const String& command) {
-    const corekit::Interruption::Delay untilTheFileIsWhole;
+    const corekit::SignalBlock untilTheFileIsWhole;
     PrivateDirectory place(corekit::Path::GetDirectory(edit.file));
     const String kept = KeptIn(place.Path(), edit.file);
     Result result = place.Made();
@@ -270,7 +270,7 @@ Result DeleteLines(const String& path, const String& command, std::span<const De
     Result result = Plan(path, deleted, edit);
     if (result && !edit.IsDone()) result = EditByCommand(edit, command);
     // Lines that stay now would stay for good: nothing looks for them when the new agent is in place.
-    for (int attempt = 0; IsTrouble(result) && attempt < kFurtherAttempts; ++attempt) {
+    for (int attempt = 0; IsTransient(result) && attempt < kFurtherAttempts; ++attempt) {
         result = Plan(path, deleted, edit);
         if (result && !edit.IsDone()) result = File::WriteBytes(edit.file, edit.remaining);
     }

@@ -35,7 +35,7 @@ Result ReadLink(const String& link, String& target) {
 }
 
 /// The helper is the host's own program in its own directory; elsewhere there is a link to it.
-void RemoveHelperLinks(const String& linkDir, Leftovers& left) {
+void RemoveHelperLinks(const String& linkDir, RemovalOutcome& left) {
     if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = Path::Join(linkDir, Names::kHelperName);
     String target;
@@ -44,7 +44,7 @@ void RemoveHelperLinks(const String& linkDir, Leftovers& left) {
     left.Add(corekit::File::Remove(Names::kHelperProgram));
 }
 
-void RemoveWrappers(const String& programDir, const String& linkDir, Leftovers& left) {
+void RemoveWrappers(const String& programDir, const String& linkDir, RemovalOutcome& left) {
     // Without a link directory there are only the wrappers beside the programs.
     const String& whereLinksAre = linkDir.IsEmpty() ? programDir : linkDir;
     const auto removeLink = [&](const String& program) {
@@ -62,11 +62,11 @@ void RemoveWrappers(const String& programDir, const String& linkDir, Leftovers& 
 
 }  // namespace
 
-Leftovers RemoveProgramLinks60(const String& installDir, const String& linkDir) {
+RemovalOutcome RemoveProgramLinks60(const String& installDir, const String& linkDir) {
     if (installDir.IsEmpty() || linkDir.IsEmpty()) return {};
     if (Path::IsMatch(linkDir, ProgramDirectory(installDir))) return {};
     SayRemoving(linkDir);
-    return TryTwice([&](Leftovers& left) {
+    return TryTwice([&](RemovalOutcome& left) {
         std::vector<FileInfo> links;
         left.Add(corekit::Dir::ReadEntries(linkDir, L"qdn-*", links));
         for (const FileInfo& link : links) {
@@ -75,10 +75,11 @@ Leftovers RemoveProgramLinks60(const String& installDir, const String& linkDir) 
     });
 }
 
-Leftovers RemoveWrapperLinks(const String& installDir, const String& linkDir) {
+RemovalOutcome RemoveWrapperLinks(const String& installDir, const String& linkDir) {
     if (installDir.IsEmpty()) return {};
     SayRemoving(linkDir);
-    return TryTwice([&](Leftovers& left) { RemoveWrappers(ProgramDirectory(installDir), linkDir, left); });
+    return TryTwice(
+        [&](RemovalOutcome& left) { RemoveWrappers(ProgramDirectory(installDir), linkDir, left); });
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,7 +1,7 @@
 // Taking the program links of an installed agent away.
 #pragma once
 
-#include "agents/removal/Leftovers.h"
+#include "agents/removal/RemovalOutcome.h"
 #include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -10,10 +10,10 @@ namespace Zorvane::AgentInstaller {
 
 /// What an agent of version 6.0 links: removes everything named qdn-* but directories from the link
 /// directory, unless that is the agent's own program directory. Does nothing when either text is empty.
-Leftovers RemoveProgramLinks60(const corekit::String& installDir, const corekit::String& linkDir);
+RemovalOutcome RemoveProgramLinks60(const corekit::String& installDir, const corekit::String& linkDir);
 
 /// What agents from version 6.0 SP2 on link: removes the wrappers of the agent's programs, except that of the
 /// program that is running, and the links to the helper program. Does nothing without an install directory.
-Leftovers RemoveWrapperLinks(const corekit::String& installDir, const corekit::String& linkDir);
+RemovalOutcome RemoveWrapperLinks(const corekit::String& installDir, const corekit::String& linkDir);
 
 }  // namespace Zorvane::AgentInstaller

@@ -59,7 +59,7 @@ void CallTools(std::span<const ToolCall> calls, const String& platform) {
 }
 
 /// The levels' directories are looked for below the current directory.
-void RemoveLevelLinks(Leftovers& left) {
+void RemoveLevelLinks(RemovalOutcome& left) {
     for (int level = 0; level <= kHighestLevel; ++level) {
         const String directory = L"etc/rc" + String::FromInt(level) + L".d";
         left.Add(corekit::File::Remove(directory + L"/S99zorvane"));
@@ -67,21 +67,21 @@ void RemoveLevelLinks(Leftovers& left) {
     }
 }
 
-void RemoveServiceScript(Leftovers& left) {
+void RemoveServiceScript(RemovalOutcome& left) {
     left.Add(corekit::File::Remove(kServiceScript));
 }
 
 }  // namespace
 
-Leftovers RemoveServiceRegistration56(const String& platform) {
+RemovalOutcome RemoveServiceRegistration56(const String& platform) {
     CallTools(kCalls56, platform);
     return TryTwice(RemoveServiceScript);
 }
 
-Leftovers RemoveServiceRegistration60(const String& platform) {
+RemovalOutcome RemoveServiceRegistration60(const String& platform) {
     CallTools(kCalls60, platform);
     if (std::ranges::find(kPlatformsWithLinks, platform.View()) == kPlatformsWithLinks.end()) return {};
-    return TryTwice([](Leftovers& left) {
+    return TryTwice([](RemovalOutcome& left) {
         RemoveLevelLinks(left);
         RemoveServiceScript(left);
     });

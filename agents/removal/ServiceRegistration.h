@@ -1,7 +1,7 @@
 // Taking the services of agents before 6.0 SP2 out of what starts the host's services.
 #pragma once
 
-#include "agents/removal/Leftovers.h"
+#include "agents/removal/RemovalOutcome.h"
 #include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -9,8 +9,8 @@ namespace Zorvane::AgentInstaller {
 /// The platform is what the host calls itself: "linux", "suse", "united", "hpux", "solaris" or "aix". Tools
 /// that the host lacks are passed over, and what the tools answer does not matter. Failures are ignored; both
 /// tell what is left.
-Leftovers RemoveServiceRegistration56(const corekit::String& platform);
-Leftovers RemoveServiceRegistration60(const corekit::String& platform);
+RemovalOutcome RemoveServiceRegistration56(const corekit::String& platform);
+RemovalOutcome RemoveServiceRegistration60(const corekit::String& platform);
 
 /// Waits until the service, the entries in the host's files and the links to programs in `linkDir` (if any)
 /// are gone from the disk, too. They may be on another one than client.conf, by which the next run finds

@@ -45,9 +45,9 @@ Result RemoveIncludedListener() {
 /// Edits the configuration of the super-server that the host has, and returns the signal that makes it read
 /// its configuration again; empty without one. Where it cannot be told which one the host has, both are
 /// edited.
-String EditSuperServer(Leftovers& left) {
-    const Result xinetd = File::Find(kXinetd.path);
-    if (!IsAbsence(xinetd)) {
+String EditSuperServer(RemovalOutcome& left) {
+    const Result xinetd = File::Probe(kXinetd.path);
+    if (!IsNotFound(xinetd)) {
         left.Add(RemoveIncludedListener());
         left.Add(Edit(kXinetd));
     }
@@ -59,8 +59,8 @@ String EditSuperServer(Leftovers& left) {
 
 }  // namespace
 
-Leftovers RemoveSuperServerEntries() {
-    Leftovers left;
+RemovalOutcome RemoveSuperServerEntries() {
+    RemovalOutcome left;
     const String processes = QueryProcessIds(L"inetd");
     SignalProcesses(EditSuperServer(left), processes);
     left.Add(Edit(kServices));

@@ -10,7 +10,7 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
 #include "corekit/text/Wildcard.h"
 
@@ -30,7 +30,7 @@ struct Dir::Stream {
     Descriptor directory;
     String path;
     std::string pattern;
-    DirChunk chunk;
+    DirectoryBatch chunk;
     const DirEntry* next = nullptr;
     Result result;
 

@@ -7,9 +7,9 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/fs/detail/FileMode.h"
-#include "corekit/fs/detail/Relocation.h"
+#include "corekit/fs/detail/MoveEntry.h"
 #include "corekit/os/SystemCall.h"
 
 namespace corekit {
@@ -20,7 +20,7 @@ namespace {
 /// that says more than that a name was taken before that.
 Result MoveEntries(int from, int to) {
     Result failure;
-    const Result result = TakeOut(from, [&](const DirEntry& entry) {
+    const Result result = RemoveEntriesOf(from, [&](const DirEntry& entry) {
         const Result moved = MoveEntry({from, entry.name}, {to, entry.name}, Existing::Stays);
         if (failure || (failure.Code() == EEXIST && !moved)) failure = moved;
         return moved.Ok();
@@ -30,8 +30,8 @@ Result MoveEntries(int from, int to) {
 
 /// A directory that is made takes over owner and mode of the old one: what was private stays private.
 Result OpenOrMake(const String& path, int model, Descriptor& directory) {
-    const Result found = File::Find(path);
-    if (IsTrouble(found)) return found;
+    const Result found = File::Probe(path);
+    if (IsTransient(found)) return found;
     const bool isNew = !found;
     if (const Result result = Dir::CreateR(path); !result) return result;
     directory = OpenDirectory(NativePath(path));

@@ -14,8 +14,8 @@ namespace corekit {
 Result Dir::Remove(const String& path) {
     if (path.IsEmpty()) return Result();
     if (const Result result = RefuseHostDirectory(path); !result) return result;
-    Place place;
-    if (const Result result = Place::Of(path, place); !result) return result;
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
     // Asked once more of the place that is held open: a link on the way may have been changed meanwhile.
     if (const Result result = RefuseHostName(place.At()); !result) return result;
     struct stat info {};

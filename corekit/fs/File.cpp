@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <utility>
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/FileMode.h"
 #include "corekit/os/SystemCall.h"
 
@@ -28,13 +28,13 @@ bool IsAccessible(const String& path, int access) {
 
 }  // namespace
 
-Result Find(const String& path) {
+Result Probe(const String& path) {
     struct stat info {};
     return Probe(path, info);
 }
 
 bool Exists(const String& path) {
-    return !IsAbsence(Find(path));
+    return !IsNotFound(Probe(path));
 }
 
 bool IsDirectory(const String& path) {
@@ -45,16 +45,16 @@ bool IsDirectory(const String& path) {
 bool MayBeDirectory(const String& path) {
     struct stat info {};
     const Result found = Probe(path, info);
-    return found ? S_ISDIR(info.st_mode) : !IsAbsence(found);
+    return found ? S_ISDIR(info.st_mode) : !IsNotFound(found);
 }
 
 Result RefuseLink(const String& path) {
-    Place place;
+    ParentDirectory place;
     struct stat info {};
-    Result found = Place::Of(path, place);
+    Result found = ParentDirectory::Of(path, place);
     if (found) found = Outcome(fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW));
     if (found) return S_ISLNK(info.st_mode) ? Result(ELOOP) : Result();
-    return IsTrouble(found) ? found : Result();
+    return IsTransient(found) ? found : Result();
 }
 
 bool IsReadable(const String& path) {
@@ -92,11 +92,11 @@ Result ReadBytes(const Descriptor& file, std::string& bytes) {
 }
 
 Result Chmod(const String& path, unsigned mode) {
-    return SetMode(Entry{AT_FDCWD, NativePath(path)}, mode);
+    return SetMode(EntryRef{AT_FDCWD, NativePath(path)}, mode);
 }
 
 Result Chowngrp(const String& path, unsigned user, unsigned group) {
-    return SetOwner(Entry{AT_FDCWD, NativePath(path)}, user, group);
+    return SetOwner(EntryRef{AT_FDCWD, NativePath(path)}, user, group);
 }
 
 }  // namespace corekit::File

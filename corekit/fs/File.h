@@ -12,9 +12,9 @@
 
 namespace corekit::File {
 
-/// Success when the path names anything, else why not (see `IsAbsence`). Links are followed: a dangling link
+/// Success when the path names anything, else why not (see `IsNotFound`). Links are followed: a dangling link
 /// does not exist.
-Result Find(const String& path);
+Result Probe(const String& path);
 
 /// Where the system does not tell, because a device gives an error or too many files are open, what might be
 /// there counts as there: who then uses it learns why that fails, and nobody goes on without it or over it.

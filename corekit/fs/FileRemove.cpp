@@ -6,8 +6,8 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
-#include "corekit/fs/Place.h"
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/ParentDirectory.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "corekit/os/SystemCall.h"
 #include "corekit/text/Wildcard.h"
@@ -18,31 +18,31 @@ namespace {
 
 /// Removes the entries of a directory that match a wildcard, but not the host's own; returns the gravest
 /// failure.
-Result RemoveMatches(const Place& pattern) {
+Result RemoveMatches(const ParentDirectory& pattern) {
     const HostNames hostNames(pattern.Fd());
     Result failure;
-    const Result result = TakeOut(pattern.Fd(), [&](const DirEntry& entry) {
+    const Result result = RemoveEntriesOf(pattern.Fd(), [&](const DirEntry& entry) {
         if (!MatchesWildcard(pattern.name, entry.name)) return false;
         const Result refused = hostNames.Refuse(entry.name);
         const Result removed = refused ? RemoveEntry({pattern.Fd(), entry.name}) : refused;
-        failure = Graver(failure, removed);
+        failure = Worse(failure, removed);
         return removed.Ok();
     });
-    return Graver(failure, result);
+    return Worse(failure, result);
 }
 
 }  // namespace
 
 Result Remove(const String& path) {
-    Place place;
-    if (const Result result = Place::Of(path, place); !result) return result;
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
     if (const Result result = RefuseHostName(place.At()); !result) return result;
     return Outcome(unlinkat(place.Fd(), place.name.c_str(), 0));
 }
 
 Result RemoveAny(const String& path) {
-    Place place;
-    if (const Result result = Place::Of(path, place); !result) return result;
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
     const Result refused = RefuseHostName(place.At());
     return refused ? RemoveEntry(place.At()) : refused;
 }
@@ -50,8 +50,8 @@ Result RemoveAny(const String& path) {
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     if (pattern.IsEmpty()) return Result();
     if (pattern.EndsWith(L"/")) return Result(EINVAL);
-    Place place;
-    if (const Result result = Place::Of(pattern, place); !result) return result;
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(pattern, place); !result) return result;
     if (!HasWildcard(place.name)) return RemoveAny(pattern);
     if (hostDirectory == HostDirectory::Meant) return RemoveMatches(place);
     const Result refused = RefuseHostDirectory(place.directory);

@@ -6,10 +6,10 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/TempName.h"
+#include "corekit/fs/detail/AtomicFile.h"
 #include "corekit/fs/detail/FileCopy.h"
 #include "corekit/fs/detail/FileMode.h"
-#include "corekit/fs/detail/Relocation.h"
-#include "corekit/fs/detail/Replacement.h"
+#include "corekit/fs/detail/MoveEntry.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"
 
@@ -18,7 +18,7 @@ namespace corekit::File {
 namespace {
 
 /// A new file gets the mode that is asked for, one in the place of a regular file takes over mode and owner.
-Result SetUpAttributes(int fd, const Entry& target, unsigned mode) {
+Result SetUpAttributes(int fd, const EntryRef& target, unsigned mode) {
     struct stat present {};
     const Result found =
         Outcome(fstatat(target.directory, target.name.c_str(), &present, AT_SYMLINK_NOFOLLOW));
@@ -27,8 +27,8 @@ Result SetUpAttributes(int fd, const Entry& target, unsigned mode) {
     return Outcome(fchmod(fd, mode));
 }
 
-Result ReplaceByLink(const std::string& target, const Entry& link) {
-    const Interruption::Delay untilItStandsOrIsGone;
+Result ReplaceByLink(const std::string& target, const EntryRef& link) {
+    const SignalBlock untilItStandsOrIsGone;
     std::string name;
     const Result result = MakeBeside(link, name, [&](const std::string& candidate) {
         return Outcome(symlinkat(target.c_str(), link.directory, candidate.c_str()));
@@ -69,9 +69,9 @@ Result WriteBytes(const String& path, std::string_view bytes, unsigned mode) {
 }
 
 Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode) {
-    Place place;
-    if (const Result result = Place::Of(path, place); !result) return result;
-    Replacement replacement(place.At());
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
+    AtomicFile replacement(place.At());
     if (const Result result = replacement.Begin(); !result) return result;
     // Mode and owner come first: a content that others must not read is never theirs to read.
     if (const Result result = SetUpAttributes(replacement.Fd(), place.At(), mode); !result) return result;
@@ -80,13 +80,13 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
 }
 
 Result Copy(const String& from, const String& to) {
-    Place place;
-    if (const Result result = Place::Of(to, place); !result) return result;
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(to, place); !result) return result;
     Descriptor source;
     struct stat info {};
     if (const Result result = OpenRegular(AT_FDCWD, NativePath(from), Links::Followed, source, info); !result)
         return result;
-    Replacement replacement(place.At());
+    AtomicFile replacement(place.At());
     if (const Result result = replacement.Begin(); !result) return result;
     if (const Result result = TakeOwnerAndMode(replacement.Fd(), info, IfRefused::GoOn); !result)
         return result;
@@ -95,10 +95,10 @@ Result Copy(const String& from, const String& to) {
 }
 
 Result Rename(const String& from, const String& to) {
-    Place source;
-    Place target;
-    if (const Result result = Place::Of(from, source); !result) return result;
-    if (const Result result = Place::Of(to, target); !result) return result;
+    ParentDirectory source;
+    ParentDirectory target;
+    if (const Result result = ParentDirectory::Of(from, source); !result) return result;
+    if (const Result result = ParentDirectory::Of(to, target); !result) return result;
     const Result result =
         Outcome(renameat(source.Fd(), source.name.c_str(), target.Fd(), target.name.c_str()));
     if (result.Code() == EXDEV) return MoveEntry(source.At(), target.At(), Existing::Replaced);
@@ -106,8 +106,8 @@ Result Rename(const String& from, const String& to) {
 }
 
 Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
-    Place place;
-    if (const Result result = Place::Of(link, place); !result) return result;
+    ParentDirectory place;
+    if (const Result result = ParentDirectory::Of(link, place); !result) return result;
     const std::string content = NativePath(target);
     const Result result = Outcome(symlinkat(content.c_str(), place.Fd(), place.name.c_str()));
     const bool replace = result.Code() == EEXIST && ifPresent == IfPresent::Replace;

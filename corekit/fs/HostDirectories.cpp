@@ -58,7 +58,7 @@ Result RefuseTargetOf(const String& path, const struct stat& directory) {
     struct stat info {};
     const Result found = Outcome(stat(NativePath(path).c_str(), &info));
     if (found) return IsSame(info, directory) ? Result(EPERM) : Result();
-    return IsTrouble(found) ? found : Result();
+    return IsTransient(found) ? found : Result();
 }
 
 /// Refuses the directory when one of these entries leads there, over whichever links and mounts.
@@ -68,7 +68,7 @@ Result RefuseTargetOf(const HostEntries& entries, const struct stat& directory) 
         if (entries.Hold(entry.name.Utf8().c_str())) result = RefuseTargetOf(entry.path, directory);
         return result.Ok();
     });
-    return result && IsTrouble(read) ? read : result;
+    return result && IsTransient(read) ? read : result;
 }
 
 }  // namespace
@@ -78,7 +78,7 @@ Result RefuseHostDirectory(const String& path) {
     const Descriptor directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
     if (directory) return RefuseHostDirectory(directory);
     const Result opened = Result::FromErrno();
-    return IsTrouble(opened) ? opened : Result();
+    return IsTransient(opened) ? opened : Result();
 }
 
 Result RefuseHostDirectory(const Descriptor& directory) {
@@ -98,7 +98,7 @@ HostNames::HostNames(int directory) {
     for (const HostEntries& entries : kHostEntries) {
         const Result result = RefuseTargetOf(entries.directory, info);
         if (result.Code() == EPERM) m_entries.push_back(&entries);
-        if (IsTrouble(result)) m_known = result;
+        if (IsTransient(result)) m_known = result;
     }
 }
 

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 
@@ -39,7 +39,7 @@ class HostNames {
 };
 
 /// The same for a single name.
-inline Result RefuseHostName(const Entry& entry) {
+inline Result RefuseHostName(const EntryRef& entry) {
     return HostNames(entry.directory).Refuse(entry.name.c_str());
 }
 

@@ -101,28 +101,28 @@ bool IsMatch(const String& left, const String& right) {
 }
 
 bool IsWithin(const String& path, const String& directory) {
-    return Lineage(path).IsWithin(Lineage(directory));
+    return AncestorChain(path).IsWithin(AncestorChain(directory));
 }
 
-Lineage::Lineage(const String& path) {
+AncestorChain::AncestorChain(const String& path) {
     for (String place = Resolve(path); !place.IsEmpty(); place = GetDirectory(place)) {
         m_levels.emplace_back(place);
         if (place == L"/") return;
     }
 }
 
-bool Lineage::IsWithin(const Lineage& directory) const {
+bool AncestorChain::IsWithin(const AncestorChain& directory) const {
     return !directory.m_levels.empty() &&
            std::ranges::find(m_levels, directory.m_levels.front()) != m_levels.end();
 }
 
-Lineage::Level::Level(const String& resolved) : path(resolved) {
+AncestorChain::Level::Level(const String& resolved) : path(resolved) {
     struct stat info {};
     if (stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode))
         directory.emplace(info.st_dev, info.st_ino);
 }
 
-bool Lineage::Level::operator==(const Level& other) const {
+bool AncestorChain::Level::operator==(const Level& other) const {
     return path == other.path || (directory && directory == other.directory);
 }
 

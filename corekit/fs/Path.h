@@ -40,13 +40,13 @@ bool IsMatch(const String& left, const String& right);
 bool IsWithin(const String& path, const String& directory);
 
 /// A resolved path with the directories above it, looked up once, for comparing it with many others.
-class Lineage {
+class AncestorChain {
   public:
-    Lineage() = default;  // of no path
-    explicit Lineage(const String& path);
+    AncestorChain() = default;  // of no path
+    explicit AncestorChain(const String& path);
 
     /// The same as Path::IsWithin.
-    bool IsWithin(const Lineage& directory) const;
+    bool IsWithin(const AncestorChain& directory) const;
 
   private:
     struct Level {

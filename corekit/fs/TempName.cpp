@@ -39,7 +39,7 @@ Result MakeUnderAnyName(const std::string& stem, std::string& made,
 
 }  // namespace
 
-Result MakeBeside(const Entry& entry, std::string& made,
+Result MakeBeside(const EntryRef& entry, std::string& made,
                   const std::function<Result(const std::string& candidate)>& make) {
     const std::string stem = std::string(".").append(entry.name, 0, kLongestStem).append(".");
     made = stem + kUnfinished;

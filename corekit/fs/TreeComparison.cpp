@@ -8,7 +8,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
 
 namespace corekit {
@@ -31,7 +31,7 @@ bool Fill(int fd, std::string& buffer) {
     return true;
 }
 
-bool HaveSameContent(const Entry& copy, const Entry& original) {
+bool HaveSameContent(const EntryRef& copy, const EntryRef& original) {
     constexpr std::size_t chunk = 65536;
     struct stat info {};
     Descriptor one;
@@ -46,26 +46,26 @@ bool HaveSameContent(const Entry& copy, const Entry& original) {
     }
 }
 
-std::string Target(const Entry& link) {
+std::string Target(const EntryRef& link) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = readlinkat(link.directory, link.name.c_str(), target.data(), target.size());
     return length < 0 ? std::string() : std::string(target.data(), static_cast<std::size_t>(length));
 }
 
-bool HaveSameTarget(const Entry& copy, const Entry& original) {
+bool HaveSameTarget(const EntryRef& copy, const EntryRef& original) {
     const std::string target = Target(original);
     return !target.empty() && target == Target(copy);
 }
 
-bool HoldsAll(const Entry& copy, const Entry& original) {
+bool HoldsAll(const EntryRef& copy, const EntryRef& original) {
     const Descriptor one = OpenDirectoryItself(copy.directory, copy.name);
     const Descriptor other = OpenDirectoryItself(original.directory, original.name);
     if (!one || !other) return false;
-    DirChunk chunk;
+    DirectoryBatch chunk;
     do {
         if (!chunk.Read(other.Get())) return false;
         for (const DirEntry& entry : chunk) {
-            if (!Holds({one.Get(), entry.name}, {other.Get(), entry.name})) return false;
+            if (!ContainsCopyOf({one.Get(), entry.name}, {other.Get(), entry.name})) return false;
         }
     } while (!chunk.IsEnd());
     return true;
@@ -73,7 +73,7 @@ bool HoldsAll(const Entry& copy, const Entry& original) {
 
 }  // namespace
 
-bool Holds(const Entry& copy, const Entry& original) {
+bool ContainsCopyOf(const EntryRef& copy, const EntryRef& original) {
     struct stat one {};
     struct stat other {};
     if (fstatat(copy.directory, copy.name.c_str(), &one, AT_SYMLINK_NOFOLLOW) != 0) return false;

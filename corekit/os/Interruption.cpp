@@ -86,13 +86,17 @@ void EndWithUs(pid_t group) {
     endsWithUs = group;
 }
 
-Delay::Delay() {
-    const sigset_t signals = Signals();
+}  // namespace corekit::Interruption
+
+namespace corekit {
+
+SignalBlock::SignalBlock() {
+    const sigset_t signals = Interruption::Signals();
     sigprocmask(SIG_BLOCK, &signals, &m_before);
 }
 
-Delay::~Delay() {
+SignalBlock::~SignalBlock() {
     sigprocmask(SIG_SETMASK, &m_before, nullptr);
 }
 
-}  // namespace corekit::Interruption
+}  // namespace corekit

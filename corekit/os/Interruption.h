@@ -14,17 +14,21 @@ void Prepare();
 /// The process group that ends with us: it gets the signal too, and SIGKILL when that is not enough. 0: none.
 void EndWithUs(pid_t group);
 
-/// Holds those signals back as long as it lives: for steps that only together leave the host in order. They
-/// are few and wait for nobody.
-class Delay {
+}  // namespace corekit::Interruption
+
+namespace corekit {
+
+/// Blocks the signals that end the process as long as it lives: for the few steps that only together leave
+/// the host in order, and that wait for nobody.
+class SignalBlock {
   public:
-    Delay();
-    ~Delay();
-    Delay(const Delay&) = delete;
-    Delay& operator=(const Delay&) = delete;
+    SignalBlock();
+    ~SignalBlock();
+    SignalBlock(const SignalBlock&) = delete;
+    SignalBlock& operator=(const SignalBlock&) = delete;
 
   private:
     sigset_t m_before{};
 };
 
-}  // namespace corekit::Interruption
+}  // namespace corekit

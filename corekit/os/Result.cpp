@@ -22,17 +22,17 @@ Result Result::FromErrno() {
     return Result(errno);
 }
 
-bool IsAbsence(const Result& result) {
+bool IsNotFound(const Result& result) {
     return std::ranges::find(kAbsences, result.Code()) != kAbsences.end();
 }
 
-bool IsTrouble(const Result& result) {
-    return !result && !IsAbsence(result) && std::ranges::find(kRefusals, result.Code()) == kRefusals.end();
+bool IsTransient(const Result& result) {
+    return !result && !IsNotFound(result) && std::ranges::find(kRefusals, result.Code()) == kRefusals.end();
 }
 
-Result Graver(const Result& first, const Result& second) {
-    if (IsTrouble(first)) return first;
-    return first && !second ? second : (IsTrouble(second) ? second : first);
+Result Worse(const Result& first, const Result& second) {
+    if (IsTransient(first)) return first;
+    return first && !second ? second : (IsTransient(second) ? second : first);
 }
 
 String GetErrorMsg(const Result& result) {

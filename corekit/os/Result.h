@@ -31,15 +31,15 @@ class [[nodiscard]] Result {
 
 /// Does the failure say that nothing of that name is there? No other one does: a device that gives an error,
 /// or a process that has too many files open, tells nothing about what is on the disk.
-bool IsAbsence(const Result& result);
+bool IsNotFound(const Result& result);
 
 /// Does the failure say nothing about what is there, so that another try may go well? True for an error of a
 /// device, a full disk, too many open files ..., false for what is missing, of another kind, or refused.
-bool IsTrouble(const Result& result);
+bool IsTransient(const Result& result);
 
 /// The one that tells more: trouble rather than what was refused, a failure rather than success, else the
 /// first.
-Result Graver(const Result& first, const Result& second);
+Result Worse(const Result& first, const Result& second);
 
 /// Drops an outcome on purpose: the caller goes on whatever it was.
 constexpr void Forgive(const Result&) {}

@@ -9,12 +9,12 @@ namespace corekit {
 
 namespace {
 
-TemporaryFile* first = nullptr;  // changed under a Delay only
+TemporaryFile* first = nullptr;  // changed under a SignalBlock only
 
 }  // namespace
 
 void TemporaryFile::Take(const std::string& path) {
-    const Interruption::Delay untilListed;
+    const SignalBlock untilListed;
     Remove();
     if (path.empty()) return;
     m_path = path;
@@ -24,7 +24,7 @@ void TemporaryFile::Take(const std::string& path) {
 
 void TemporaryFile::Remove() {
     if (m_path.empty()) return;
-    const Interruption::Delay untilUnlisted;
+    const SignalBlock untilUnlisted;
     unlink(m_path.c_str());
     m_path.clear();
     TemporaryFile** place = &first;

@@ -13,7 +13,7 @@ class TemporaryFile {
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     /// Owns the file of that path in the place of the one before, which is removed. A file that is made for
-    /// it is made under an `Interruption::Delay` that ends after this call.
+    /// it is made under an `SignalBlock` that ends after this call.
     void Take(const std::string& path);
 
     /// Removes the file, unless it has gone already; there is none afterwards.

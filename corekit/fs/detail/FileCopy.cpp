@@ -23,7 +23,7 @@ Result FillCopy(int source, int copy, const struct stat& model) {
     return Flush(copy);
 }
 
-Result CopyRegular(const Entry& from, const Entry& to) {
+Result CopyRegular(const EntryRef& from, const EntryRef& to) {
     Descriptor source;
     struct stat info {};
     if (const Result result = OpenRegular(from.directory, from.name, Links::Refused, source, info); !result)
@@ -35,7 +35,7 @@ Result CopyRegular(const Entry& from, const Entry& to) {
     return result;
 }
 
-Result CopyLink(const Entry& from, const Entry& to, const struct stat& info) {
+Result CopyLink(const EntryRef& from, const EntryRef& to, const struct stat& info) {
     std::array<char, PATH_MAX> target{};
     const ssize_t length = readlinkat(from.directory, from.name.c_str(), target.data(), target.size() - 1);
     if (length < 0) return Result::FromErrno();
@@ -47,7 +47,7 @@ Result CopyLink(const Entry& from, const Entry& to, const struct stat& info) {
     return Result();
 }
 
-Result CopySpecial(const Entry& to, const struct stat& info) {
+Result CopySpecial(const EntryRef& to, const struct stat& info) {
     if (mknodat(to.directory, to.name.c_str(), (info.st_mode & S_IFMT) | 0600, info.st_rdev) != 0)
         return Result::FromErrno();
     Forgive(SetOwner(to, info.st_uid, info.st_gid));
@@ -69,7 +69,7 @@ Result CopyContent(int from, int to) {
     }
 }
 
-Result CopyFileEntry(const Entry& from, const Entry& to) {
+Result CopyFileEntry(const EntryRef& from, const EntryRef& to) {
     struct stat info {};
     if (fstatat(from.directory, from.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
         return Result::FromErrno();

@@ -16,7 +16,7 @@ namespace {
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kLentRights = S_ISUID | S_ISGID;
 
-Result RefuseLink(const Entry& entry) {
+Result RefuseLink(const EntryRef& entry) {
     struct stat info {};
     if (fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
         return Result::FromErrno();
@@ -32,7 +32,7 @@ Result SetModeByName(const Descriptor& file, unsigned mode) {
 
 }  // namespace
 
-Result SetMode(const Entry& entry, unsigned mode) {
+Result SetMode(const EntryRef& entry, unsigned mode) {
     const Descriptor file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
     struct stat info {};
     if (!file || fstat(file.Get(), &info) != 0) return Result::FromErrno();
@@ -44,7 +44,7 @@ Result SetMode(const Entry& entry, unsigned mode) {
     return SetModeByName(file, mode);
 }
 
-Result SetOwner(const Entry& entry, unsigned user, unsigned group) {
+Result SetOwner(const EntryRef& entry, unsigned user, unsigned group) {
     if (const Result result = RefuseLink(entry); !result) return result;
     return Outcome(fchownat(entry.directory, entry.name.c_str(), user, group, AT_SYMLINK_NOFOLLOW));
 }

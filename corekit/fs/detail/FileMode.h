@@ -3,14 +3,14 @@
 
 #include <sys/stat.h>
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Result.h"
 
 namespace corekit {
 
 /// Both refuse a symbolic link (ELOOP).
-Result SetMode(const Entry& entry, unsigned mode);
-Result SetOwner(const Entry& entry, unsigned user, unsigned group);
+Result SetMode(const EntryRef& entry, unsigned mode);
+Result SetOwner(const EntryRef& entry, unsigned user, unsigned group);
 
 /// Gives an open file the owner and the mode of another. Where the owner cannot be given, `IfRefused::GoOn`
 /// leaves out the bits that would lend the new owner's rights.

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <utility>
 
-#include "corekit/fs/detail/Descent.h"
+#include "corekit/fs/detail/DirectoryStack.h"
 #include "corekit/fs/detail/FileCopy.h"
 #include "corekit/fs/detail/FileMode.h"
 #include "corekit/fs/detail/TreeRemoval.h"
@@ -28,7 +28,7 @@ class TreeCopy : public TreeWalk {
     bool HasBegun() const { return m_hasBegun; }
 
   private:
-    Action Meet(int directory, const DirEntry& entry) override {
+    Action OnEntry(int directory, const DirEntry& entry) override {
         const Result result = CopyFileEntry({directory, entry.name}, {m_target.Fd(), entry.name});
         if (result.Code() == EISDIR) return Action::GoIn;
         if (!result) Fail(result);
@@ -42,7 +42,7 @@ class TreeCopy : public TreeWalk {
         return m_target.Enter(copy);
     }
 
-    Reading Leave(int parent, const std::string& name, unsigned) override {
+    Reading OnDirectoryDone(int parent, const std::string& name, unsigned) override {
         if (const Result result = Finish(parent, name); !result) Fail(result);
         if (const Result result = m_target.Leave(); !result) Fail(result);
         return Reading::Done;
@@ -58,12 +58,12 @@ class TreeCopy : public TreeWalk {
         return Flush(m_target.Fd());
     }
 
-    Descent m_target;
+    DirectoryStack m_target;
     std::string m_topName;
     bool m_hasBegun = false;
 };
 
-Result CopyTree(const Entry& from, const Entry& to) {
+Result CopyTree(const EntryRef& from, const EntryRef& to) {
     Descriptor parent = OpenDirectoryItself(to.directory, ".");
     if (!parent) return Result::FromErrno();
     TreeCopy copy(std::move(parent), to.name);
@@ -74,7 +74,7 @@ Result CopyTree(const Entry& from, const Entry& to) {
 
 }  // namespace
 
-Result CopyEntry(const Entry& from, const Entry& to) {
+Result CopyEntry(const EntryRef& from, const EntryRef& to) {
     const Result result = CopyFileEntry(from, to);
     return result.Code() == EISDIR ? CopyTree(from, to) : result;
 }

@@ -29,7 +29,7 @@ class TreeRemoval : public TreeWalk {
     TreeRemoval() : TreeWalk(AfterFailure::GoOn) {}
 
   private:
-    Action Meet(int directory, const DirEntry& entry) override {
+    Action OnEntry(int directory, const DirEntry& entry) override {
         Result result(EISDIR);
         if (entry.type != DT_DIR) result = Removed(directory, entry.name, 0);
         // Tried before it is looked into: an empty directory needs no more, and a mount point tells itself by
@@ -40,7 +40,7 @@ class TreeRemoval : public TreeWalk {
         return Action::Done;
     }
 
-    Reading Leave(int parent, const std::string& name, unsigned reading) override {
+    Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) override {
         const Result result = Removed(parent, name.c_str(), AT_REMOVEDIR);
         if (IsNotEmpty(result) && !HasFailed() && reading < kMostReadings) return Reading::Again;
         if (!result) Fail(result);
@@ -50,11 +50,11 @@ class TreeRemoval : public TreeWalk {
 
 }  // namespace
 
-Result RemoveTree(const Entry& top) {
+Result RemoveTree(const EntryRef& top) {
     return TreeRemoval().Walk(top);
 }
 
-Result RemoveEntry(const Entry& entry) {
+Result RemoveEntry(const EntryRef& entry) {
     Result result = Outcome(unlinkat(entry.directory, entry.name.c_str(), 0));
     if (result.Code() == EISDIR)
         result = Outcome(unlinkat(entry.directory, entry.name.c_str(), AT_REMOVEDIR));

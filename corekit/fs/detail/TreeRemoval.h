@@ -1,7 +1,7 @@
 // Removal of directory entries of every kind.
 #pragma once
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Result.h"
 
 namespace corekit {
@@ -9,9 +9,9 @@ namespace corekit {
 /// Removes a directory with everything in it. Links are removed, never followed; what is mounted in the tree
 /// stays as it is. What cannot be removed is passed over: the result is the gravest failure. The top itself
 /// may be a mount point: then it is emptied, and EBUSY.
-Result RemoveTree(const Entry& top);
+Result RemoveTree(const EntryRef& top);
 
 /// Removes a file or link, or a directory as a tree; a mount point stays as it is (EBUSY).
-Result RemoveEntry(const Entry& entry);
+Result RemoveEntry(const EntryRef& entry);
 
 }  // namespace corekit

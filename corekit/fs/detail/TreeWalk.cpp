@@ -10,10 +10,10 @@
 
 namespace corekit {
 
-Result TreeWalk::Walk(const Entry& top) {
+Result TreeWalk::Walk(const EntryRef& top) {
     Descriptor parent = OpenDirectoryItself(top.directory, ".");
     if (!parent) return Result::FromErrno();
-    m_way = std::make_unique<Descent>(std::move(parent));
+    m_way = std::make_unique<DirectoryStack>(std::move(parent));
     m_levels.emplace_back().isRead = true;  // of the parent nothing but the top is walked
     AddPending(top.name.c_str());
     while (!m_isOver && (m_levels.size() > 1 || !m_levels.front().pending.empty())) Step();
@@ -21,7 +21,7 @@ Result TreeWalk::Walk(const Entry& top) {
 }
 
 void TreeWalk::Fail(const Result& failure) {
-    m_result = Graver(m_result, failure);
+    m_result = Worse(m_result, failure);
     if (m_afterFailure == AfterFailure::Stop) m_isOver = true;
 }
 
@@ -38,11 +38,11 @@ void TreeWalk::Step() {
 
 void TreeWalk::ReadOn() {
     // What waits already counts: a deep tree of wide directories needs no more memory than one of them.
-    const std::size_t size = DirChunk::kLargest - std::min(m_pendingBytes, DirChunk::kLargest);
+    const std::size_t size = DirectoryBatch::kLargest - std::min(m_pendingBytes, DirectoryBatch::kLargest);
     if (const Result result = m_chunk.Read(m_way->Fd(), size); !result) Fail(result);
     m_levels.back().isRead = m_chunk.IsEnd();
     for (const DirEntry& entry : m_chunk) {
-        if (Meet(m_way->Fd(), entry) == Action::GoIn) AddPending(entry.name);
+        if (OnEntry(m_way->Fd(), entry) == Action::GoIn) AddPending(entry.name);
         if (m_isOver) return;
     }
 }
@@ -69,7 +69,7 @@ void TreeWalk::ComeBack() {
         m_isOver = true;
         return;
     }
-    if (Leave(m_way->Fd(), NextPending(), reading) == Reading::Again) {
+    if (OnDirectoryDone(m_way->Fd(), NextPending(), reading) == Reading::Again) {
         GoIn(reading + 1);
     } else {
         DropPending();

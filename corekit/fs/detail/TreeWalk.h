@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "corekit/fs/Place.h"
-#include "corekit/fs/detail/Descent.h"
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/ParentDirectory.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
+#include "corekit/fs/detail/DirectoryStack.h"
 #include "corekit/os/Result.h"
 
 namespace corekit {
@@ -20,7 +20,7 @@ class TreeWalk {
     virtual ~TreeWalk() = default;
 
     /// Walks the tree whose top is this entry; returns the gravest failure.
-    Result Walk(const Entry& top);
+    Result Walk(const EntryRef& top);
 
   protected:
     enum class Action { Done, GoIn };
@@ -30,12 +30,12 @@ class TreeWalk {
     explicit TreeWalk(AfterFailure afterFailure) : m_afterFailure(afterFailure) {}
 
     /// Whatever is to be done to the entry of a directory; GoIn for a directory that is to be walked through.
-    virtual Action Meet(int directory, const DirEntry& entry) = 0;
+    virtual Action OnEntry(int directory, const DirEntry& entry) = 0;
     /// A directory has been opened to be walked through; does nothing of its own.
     virtual Result Enter(int, const std::string&) { return Result(); }
     /// All of a directory has been met, for the `reading`th time; `parent` holds it under this name. It can
     /// be read again from the start.
-    virtual Reading Leave(int parent, const std::string& name, unsigned reading) = 0;
+    virtual Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) = 0;
 
     void Fail(const Result& failure);
     bool HasFailed() const { return !m_result.Ok(); }
@@ -57,8 +57,8 @@ class TreeWalk {
     AfterFailure m_afterFailure;
     Result m_result;
     bool m_isOver = false;
-    DirChunk m_chunk;
-    std::unique_ptr<Descent> m_way;
+    DirectoryBatch m_chunk;
+    std::unique_ptr<DirectoryStack> m_way;
     std::vector<Level> m_levels;
     std::size_t m_pendingBytes = 0;  // of all levels
 };

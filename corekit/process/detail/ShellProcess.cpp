@@ -97,7 +97,7 @@ Result ShellProcess::Start(std::string commandLine, int output) {
     const SpawnPlan plan(output);
     pid_t pid = 0;
     const ShellEnvironment environment;
-    const Interruption::Delay untilKnown;
+    const SignalBlock untilKnown;
     const int failure =
         posix_spawn(&pid, shell, plan.Files(), plan.Attributes(), arguments, environment.Variables().data());
     if (failure == 0) Know(pid);
@@ -107,7 +107,7 @@ Result ShellProcess::Start(std::string commandLine, int output) {
 bool ShellProcess::HasEnded() {
     if (m_pid == 0) return true;
     // Once it has been waited for, its number may be another's.
-    const Interruption::Delay untilForgotten;
+    const SignalBlock untilForgotten;
     pid_t ended = waitpid(m_pid, nullptr, WNOHANG);
     while (ended < 0 && errno == EINTR) ended = waitpid(m_pid, nullptr, WNOHANG);
     if (ended == 0) return false;

@@ -16,7 +16,7 @@ using corekit::String;
 using testfiles::Exists;
 using testfiles::TempDir;
 using testfiles::Write;
-using Zorvane::AgentInstaller::Leftovers;
+using Zorvane::AgentInstaller::RemovalOutcome;
 using Zorvane::AgentInstaller::RemoveInstalledFiles56;
 
 namespace {
@@ -162,7 +162,7 @@ TEST_F(FileRemoval56, KeepsItsClientConfForWhatIsLeftFromBefore) {
     const std::string etc = std::string(kUsualDir) + "/etc/";
     WriteAll({etc + "client.conf", etc + "other"});
     Write(m_temp / "client.conf", "[Configuration]\n");
-    Leftovers left;
+    RemovalOutcome left;
     left.Add(corekit::Result(EIO));
     const auto output =
         testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), L"", left); });

@@ -260,7 +260,7 @@ TEST_F(FileRemoval60, GoesWholeWhateverFailsForAMoment) {
 TEST_F(FileRemoval60, KeepsItsClientConfForWhatIsLeftFromBefore) {
     Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
     Write("/opt/agent/etc/other", "");
-    Zorvane::AgentInstaller::Leftovers left;
+    Zorvane::AgentInstaller::RemovalOutcome left;
     left.Add(corekit::Result(EIO));
     const auto output =
         testsupport::Captured([&] { RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"), left); });

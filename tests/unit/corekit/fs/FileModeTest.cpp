@@ -13,7 +13,7 @@
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;
-using corekit::Entry;
+using corekit::EntryRef;
 using corekit::IfRefused;
 using corekit::Result;
 using testsupport::WithFailing;

@@ -47,7 +47,7 @@ TEST(FileExists, UnlessTheSystemSaysThatNothingIsThere) {
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::MayBeDirectory(L"/nowhere") ? 1 : 0; }), 1);
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::IsDirectory(L"/usr") ? 1 : 0; }), 0);
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::RefuseLink(L"/usr/bin").Code(); }), errnoValue);
-        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Find(L"/usr").Code(); }), errnoValue);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Probe(L"/usr").Code(); }), errnoValue);
     }
     EXPECT_EQ(whileTroubled(ENOENT, [] { return File::Exists(L"/usr") ? 1 : 0; }), 0);
 }

@@ -13,7 +13,7 @@
 #include "tests/support/Workspace.h"
 
 using corekit::IsHostDirectory;
-using corekit::Place;
+using corekit::ParentDirectory;
 using corekit::String;
 using testsupport::Mount;
 using testsupport::WithRoot;
@@ -24,8 +24,8 @@ namespace fs = std::filesystem;
 namespace {
 
 bool NamesHost(const String& path) {
-    Place place;
-    EXPECT_TRUE(Place::Of(path, place)) << path.Utf8();
+    ParentDirectory place;
+    EXPECT_TRUE(ParentDirectory::Of(path, place)) << path.Utf8();
     return !corekit::RefuseHostName(place.At());
 }
 
@@ -134,8 +134,8 @@ TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
         EXPECT_EQ(testsupport::WithFailing({{SYS_getdents64, errnoValue}},
                                            [&] { return corekit::RefuseHostDirectory(path).Code(); }),
                   errnoValue);
-        Place place;
-        ASSERT_TRUE(Place::Of(path + L"/file", place));
+        ParentDirectory place;
+        ASSERT_TRUE(ParentDirectory::Of(path + L"/file", place));
         EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
                                            [&] { return corekit::RefuseHostName(place.At()).Code(); }),
                   errnoValue);

@@ -15,7 +15,7 @@
 #include "tests/support/TestFiles.h"
 
 using corekit::Descriptor;
-using corekit::Entry;
+using corekit::EntryRef;
 using corekit::MakeBeside;
 using corekit::Result;
 using testing::MatchesRegex;
@@ -23,7 +23,7 @@ using testing::MatchesRegex;
 namespace {
 
 /// In no directory that exists: nothing is there to be cleared away.
-const Entry kEntry = {-1, "name"};
+const EntryRef kEntry = {-1, "name"};
 
 }  // namespace
 

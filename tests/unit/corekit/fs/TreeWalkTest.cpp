@@ -37,7 +37,7 @@ class Notes : public TreeWalk {
     using TreeWalk::AfterFailure;
 
   private:
-    Action Meet(int, const DirEntry& entry) override {
+    Action OnEntry(int, const DirEntry& entry) override {
         met.emplace_back(entry.name);
         if (entry.name == failing && entry.type != DT_DIR) Fail(Result(EIO));
         return entry.type == DT_DIR ? Action::GoIn : Action::Done;
@@ -46,7 +46,7 @@ class Notes : public TreeWalk {
         way.push_back("+" + name);
         return name == failing ? Result(EACCES) : Result();
     }
-    Reading Leave(int, const std::string& name, unsigned reading) override {
+    Reading OnDirectoryDone(int, const std::string& name, unsigned reading) override {
         way.push_back("-" + name);
         return reading < readings ? Reading::Again : Reading::Done;
     }

@@ -128,9 +128,9 @@ TEST(Interruption, WaitsForTheOutermostDelay) {
         {
             Interruption::Prepare();
             {
-                const Interruption::Delay outer;
+                const corekit::SignalBlock outer;
                 raise(SIGTERM);
-                { const Interruption::Delay inner; }
+                { const corekit::SignalBlock inner; }
                 if (write(STDERR_FILENO, "held", 4) != 4) _exit(1);
             }
             _exit(0);

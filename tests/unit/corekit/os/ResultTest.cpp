@@ -6,10 +6,10 @@
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 
-using corekit::Graver;
-using corekit::IsAbsence;
-using corekit::IsTrouble;
+using corekit::IsNotFound;
+using corekit::IsTransient;
 using corekit::Result;
+using corekit::Worse;
 
 TEST(Result, IsSuccessByDefault) {
     const Result result;
@@ -35,17 +35,17 @@ TEST(Result, TakesWhatErrnoTells) {
 
 TEST(Result, SaysThatNothingIsThereOnlyWhereTheSystemDoes) {
     for (const int code : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG})
-        EXPECT_TRUE(IsAbsence(Result(code))) << code;
+        EXPECT_TRUE(IsNotFound(Result(code))) << code;
     for (const int code : {0, EIO, EACCES, EINTR, EMFILE, ENOSPC, EPERM, EISDIR})
-        EXPECT_FALSE(IsAbsence(Result(code))) << code;
+        EXPECT_FALSE(IsNotFound(Result(code))) << code;
 }
 
 TEST(Result, IsTroubleWhereAnotherTryMayGoWell) {
     for (const int code : {EIO, EACCES, EINTR, EMFILE, ENFILE, ENOMEM, ENOSPC, EDQUOT, ESTALE})
-        EXPECT_TRUE(IsTrouble(Result(code))) << code;
+        EXPECT_TRUE(IsTransient(Result(code))) << code;
     for (const int code :
          {0, ENOENT, ENOTDIR, ELOOP, EPERM, EBUSY, EROFS, EISDIR, EINVAL, EFBIG, EEXIST, ENOTEMPTY})
-        EXPECT_FALSE(IsTrouble(Result(code))) << code;
+        EXPECT_FALSE(IsTransient(Result(code))) << code;
 }
 
 TEST(Result, OfTwoIsTheOneThatTellsMore) {
@@ -53,13 +53,13 @@ TEST(Result, OfTwoIsTheOneThatTellsMore) {
     const Result refused(EPERM);
     const Result busy(EBUSY);
     const Result trouble(EIO);
-    EXPECT_EQ(Graver(ok, ok), ok);
-    EXPECT_EQ(Graver(ok, refused), refused);
-    EXPECT_EQ(Graver(refused, ok), refused);
-    EXPECT_EQ(Graver(refused, busy), refused);
-    EXPECT_EQ(Graver(refused, trouble), trouble);
-    EXPECT_EQ(Graver(trouble, refused), trouble);
-    EXPECT_EQ(Graver(trouble, Result(EMFILE)), trouble);
+    EXPECT_EQ(Worse(ok, ok), ok);
+    EXPECT_EQ(Worse(ok, refused), refused);
+    EXPECT_EQ(Worse(refused, ok), refused);
+    EXPECT_EQ(Worse(refused, busy), refused);
+    EXPECT_EQ(Worse(refused, trouble), trouble);
+    EXPECT_EQ(Worse(trouble, refused), trouble);
+    EXPECT_EQ(Worse(trouble, Result(EMFILE)), trouble);
 }
 
 TEST(Result, HasTheSystemsText) {

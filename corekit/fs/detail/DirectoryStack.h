@@ -13,9 +13,9 @@ namespace corekit {
 /// Enters directories one by one, never through a link. However deep the way leads, only its first levels and
 /// the last one stay open: the others are opened again through ".." and must be the directories that they
 /// were.
-class Descent {
+class DirectoryStack {
   public:
-    explicit Descent(Descriptor top);
+    explicit DirectoryStack(Descriptor top);
 
     /// The directory that was entered last.
     int Fd() const { return m_levels.back().directory.Get(); }

@@ -1,5 +1,5 @@
 // Keeps a bounded number of directories open on a way of any depth.
-#include "corekit/fs/detail/Descent.h"
+#include "corekit/fs/detail/DirectoryStack.h"
 
 #include <cerrno>
 #include <fcntl.h>
@@ -17,11 +17,11 @@ constexpr std::size_t kKeptOpen = 64;
 
 }  // namespace
 
-Descent::Descent(Descriptor top) {
+DirectoryStack::DirectoryStack(Descriptor top) {
     m_levels.push_back({std::move(top)});
 }
 
-Result Descent::Enter(const std::string& name) {
+Result DirectoryStack::Enter(const std::string& name) {
     Descriptor next = OpenDirectoryItself(Fd(), name);
     if (!next) return Result::FromErrno();
     if (m_levels.size() > kKeptOpen) {
@@ -31,13 +31,13 @@ Result Descent::Enter(const std::string& name) {
     return Result();
 }
 
-Result Descent::Leave() {
+Result DirectoryStack::Leave() {
     const Level below = std::move(m_levels.back());
     m_levels.pop_back();
     return m_levels.back().directory ? Result() : Reopen(m_levels.back(), below.directory);
 }
 
-Result Descent::Close(Level& level) {
+Result DirectoryStack::Close(Level& level) {
     struct stat info {};
     if (fstat(level.directory.Get(), &info) != 0) return Result::FromErrno();
     level.device = info.st_dev;
@@ -47,7 +47,7 @@ Result Descent::Close(Level& level) {
     return Result();
 }
 
-Result Descent::Reopen(Level& level, const Descriptor& below) {
+Result DirectoryStack::Reopen(Level& level, const Descriptor& below) {
     Descriptor directory = OpenDirectoryItself(below.Get(), "..");
     struct stat info {};
     if (!directory || fstat(directory.Get(), &info) != 0) return Result::FromErrno();

@@ -10,14 +10,14 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;
-using corekit::DirChunk;
+using corekit::DirectoryBatch;
 using corekit::DirEntry;
 using corekit::Result;
 using testsupport::Workspace;
@@ -32,7 +32,7 @@ void MakeFiles(const Workspace& dir, int count) {
 
 }  // namespace
 
-TEST(DirChunk, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
+TEST(DirectoryBatch, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
@@ -47,13 +47,13 @@ TEST(DirChunk, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
     EXPECT_FALSE(isDirectory(DT_REG, "sub"));
 }
 
-TEST(DirChunk, GivesEveryEntryOnceInTheOrderOfInodes) {
+TEST(DirectoryBatch, GivesEveryEntryOnceInTheOrderOfInodes) {
     const Workspace dir;
     MakeFiles(dir, 50);
     fs::create_directory(dir / "sub");
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     std::set<std::string> names;
-    DirChunk chunk;
+    DirectoryBatch chunk;
     Result result = chunk.Read(directory.Get(), 1);
     int chunks = 0;
     for (; result && !chunk.IsEnd(); result = chunk.Read(directory.Get(), 1), ++chunks) {
@@ -72,11 +72,11 @@ TEST(DirChunk, GivesEveryEntryOnceInTheOrderOfInodes) {
 }
 
 // tmpfs tells the last inode first.
-TEST(DirChunk, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
+TEST(DirectoryBatch, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
     const Workspace dir;
     MakeFiles(dir, 5000);
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
-    DirChunk chunk;
+    DirectoryBatch chunk;
     std::ptrdiff_t all = 0;
     for (int chunks = 0; !chunk.IsEnd(); ++chunks) {
         ASSERT_TRUE(chunk.Read(directory.Get()));
@@ -86,22 +86,22 @@ TEST(DirChunk, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
     EXPECT_EQ(all, 5000);
 }
 
-TEST(DirChunk, IsAtItsEndInADirectoryThatIsGone) {
+TEST(DirectoryBatch, IsAtItsEndInADirectoryThatIsGone) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     const Descriptor directory = corekit::OpenDirectory(dir / "sub");
     fs::remove(dir / "sub");
-    DirChunk chunk;
+    DirectoryBatch chunk;
     EXPECT_TRUE(chunk.Read(directory.Get()));
     EXPECT_TRUE(chunk.IsEnd());
 }
 
-TEST(DirChunk, ReadsOnWhereItIsInterrupted) {
+TEST(DirectoryBatch, ReadsOnWhereItIsInterrupted) {
     const Workspace dir;
     MakeFiles(dir, 3);
     const auto read = [&] {
         const Descriptor directory = corekit::OpenDirectory(dir.Path());
-        DirChunk chunk;
+        DirectoryBatch chunk;
         return chunk.Read(directory.Get()) && std::distance(chunk.begin(), chunk.end()) == 3 ? 0 : 1;
     };
     const auto expectAll = [](int result) { EXPECT_EQ(result, 0); };
@@ -110,36 +110,36 @@ TEST(DirChunk, ReadsOnWhereItIsInterrupted) {
               0);
 }
 
-TEST(DirChunk, TellsWhatCannotBeRead) {
-    DirChunk chunk;
+TEST(DirectoryBatch, TellsWhatCannotBeRead) {
+    DirectoryBatch chunk;
     EXPECT_EQ(chunk.Read(-1), Result(EBADF));
     EXPECT_TRUE(chunk.IsEnd());
 }
 
-TEST(TakeOut, OffersEveryEntryAndStopsWhenNoneIsTaken) {
+TEST(RemoveEntriesOf, OffersEveryEntryAndStopsWhenNoneIsTaken) {
     const Workspace dir;
     MakeFiles(dir, 10);
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     int offered = 0;
-    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
+    EXPECT_TRUE(corekit::RemoveEntriesOf(directory.Get(), [&](const DirEntry&) {
         ++offered;
         return false;
     }));
     EXPECT_EQ(offered, 10);
-    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry& entry) {
+    EXPECT_TRUE(corekit::RemoveEntriesOf(directory.Get(), [&](const DirEntry& entry) {
         return unlinkat(directory.Get(), entry.name, 0) == 0;
     }));
     EXPECT_TRUE(testfiles::NamesIn(dir.Path()).empty());
-    EXPECT_EQ(corekit::TakeOut(-1, [](const DirEntry&) { return true; }), Result(EBADF));
+    EXPECT_EQ(corekit::RemoveEntriesOf(-1, [](const DirEntry&) { return true; }), Result(EBADF));
 }
 
-TEST(TakeOut, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
+TEST(RemoveEntriesOf, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
     const Workspace dir;
     const std::string filler(240, 'f');
     for (int i = 0; i < 20000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     int offered = 0;
-    EXPECT_TRUE(corekit::TakeOut(directory.Get(), [&](const DirEntry&) {
+    EXPECT_TRUE(corekit::RemoveEntriesOf(directory.Get(), [&](const DirEntry&) {
         ++offered;
         return true;  // as if it were taken and came back
     }));

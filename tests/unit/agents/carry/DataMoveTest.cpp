@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 
-#include "agents/carry/Relocation.h"
+#include "agents/carry/DataMove.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"

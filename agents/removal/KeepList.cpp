@@ -1,5 +1,5 @@
 // Telling what an upgrade needs from what the old agent left, and removing the latter.
-#include "agents/removal/Survivors.h"
+#include "agents/removal/KeepList.h"
 
 #include <algorithm>
 #include <fnmatch.h>
@@ -42,7 +42,7 @@ IniFile ReadTwice(const String& path) {
 
 }  // namespace
 
-Survivors::Survivors(const String& newConfPath, const String& oldInstallDir)
+KeepList::KeepList(const String& newConfPath, const String& oldInstallDir)
     : m_isClean(newConfPath.IsEmpty()) {
     if (m_isClean) return;
     const IniFile newConf = ReadTwice(newConfPath);
@@ -51,18 +51,19 @@ Survivors::Survivors(const String& newConfPath, const String& oldInstallDir)
     const String newInstallDir = ConfiguredDirectory(newConf, L"installdir");
     if (oldInstallDir.IsEmpty() || !Path::IsMatch(newInstallDir, oldInstallDir)) return;
     m_installDir = oldInstallDir;
-    m_libraries = Path::Lineage(m_installDir + kLibraryTree);
+    m_libraries = Path::AncestorChain(m_installDir + kLibraryTree);
 }
 
-bool Survivors::Include(const String& path) const {
+bool KeepList::Include(const String& path) const {
     if (m_mayBeAny || IsOurs(path)) return true;
-    const Path::Lineage place(path);
-    return place.IsWithin(m_libraries) ||
-           std::ranges::any_of(m_named, [&](const Path::Lineage& named) { return named.IsWithin(place); });
+    const Path::AncestorChain place(path);
+    return place.IsWithin(m_libraries) || std::ranges::any_of(m_named, [&](const Path::AncestorChain& named) {
+               return named.IsWithin(place);
+           });
 }
 
 /// Is it, beside the libraries, what the new package or this run has laid down?
-bool Survivors::IsOurs(const String& path) const {
+bool KeepList::IsOurs(const String& path) const {
     if (m_installDir.IsEmpty() || !path.StartsWith(m_installDir)) return false;
     const std::string name = path.Mid(m_installDir.Length()).Utf8();
     return std::any_of(std::begin(kOurFiles), std::end(kOurFiles), [&](const char* pattern) {
@@ -70,8 +71,8 @@ bool Survivors::IsOurs(const String& path) const {
     });
 }
 
-void Survivors::RemoveOthers(const String& pattern, Leftovers& left,
-                             File::HostDirectory hostDirectory) const {
+void KeepList::RemoveOthers(const String& pattern, RemovalOutcome& left,
+                            File::HostDirectory hostDirectory) const {
     const String directory = Path::GetDirectory(pattern);
     const String name = Path::GetFileName(pattern);
     if (m_isClean || !corekit::HasWildcard(name.Utf8())) {
@@ -84,7 +85,7 @@ void Survivors::RemoveOthers(const String& pattern, Leftovers& left,
     RemoveOtherEntries(directory, name, left);
 }
 
-void Survivors::RemoveOthersInTree(const String& directory, Leftovers& left) const {
+void KeepList::RemoveOthersInTree(const String& directory, RemovalOutcome& left) const {
     if (!Include(directory)) {
         left.Add(Dir::Remove(directory));
     } else if (const Result ours = corekit::RefuseHostDirectory(directory); !ours) {
@@ -94,7 +95,8 @@ void Survivors::RemoveOthersInTree(const String& directory, Leftovers& left) con
     }
 }
 
-void Survivors::RemoveOtherEntries(const String& directory, const String& pattern, Leftovers& left) const {
+void KeepList::RemoveOtherEntries(const String& directory, const String& pattern,
+                                  RemovalOutcome& left) const {
     left.Add(Dir::Scan(directory, pattern, [&](const FileInfo& entry) {
         const String path = Path::Join(directory, entry.name);
         if (!Include(path)) left.Add(File::RemoveAny(path));

@@ -4,11 +4,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
-using corekit::Place;
+using corekit::ParentDirectory;
 using corekit::Result;
 using corekit::String;
 using testsupport::Workspace;
@@ -24,8 +24,8 @@ ino_t InodeOf(const std::string& path) {
 }
 
 void ExpectPlace(const String& path, const std::string& directory, const std::string& name) {
-    Place place;
-    ASSERT_TRUE(Place::Of(path, place)) << path.Utf8();
+    ParentDirectory place;
+    ASSERT_TRUE(ParentDirectory::Of(path, place)) << path.Utf8();
     EXPECT_EQ(place.name, name);
     EXPECT_EQ(place.At().name, name);
     struct stat info {};
@@ -35,7 +35,7 @@ void ExpectPlace(const String& path, const std::string& directory, const std::st
 
 }  // namespace
 
-TEST(Place, HoldsTheDirectoryAndTheName) {
+TEST(ParentDirectory, HoldsTheDirectoryAndTheName) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
@@ -52,14 +52,14 @@ TEST(Place, HoldsTheDirectoryAndTheName) {
     fs::current_path("/");
 }
 
-TEST(Place, IsNoneOfPathsThatNameNoEntry) {
+TEST(ParentDirectory, IsNoneOfPathsThatNameNoEntry) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
-    Place place;
-    EXPECT_EQ(Place::Of(L"", place), Result(ENOENT));
-    EXPECT_EQ(Place::Of(std::wstring(L"/tmp/a\0b", 8), place), Result(ENOENT));
+    ParentDirectory place;
+    EXPECT_EQ(ParentDirectory::Of(L"", place), Result(ENOENT));
+    EXPECT_EQ(ParentDirectory::Of(std::wstring(L"/tmp/a\0b", 8), place), Result(ENOENT));
     for (const wchar_t* path : {L"/", L"//", L".", L"..", L"/tmp/.", L"/tmp/..", L"./"})
-        EXPECT_EQ(Place::Of(path, place), Result(EISDIR)) << String(path).Utf8();
-    EXPECT_EQ(Place::Of(dir("none/x"), place), Result(ENOENT));
-    EXPECT_EQ(Place::Of(dir("file/x"), place), Result(ENOTDIR));
+        EXPECT_EQ(ParentDirectory::Of(path, place), Result(EISDIR)) << String(path).Utf8();
+    EXPECT_EQ(ParentDirectory::Of(dir("none/x"), place), Result(ENOENT));
+    EXPECT_EQ(ParentDirectory::Of(dir("file/x"), place), Result(ENOTDIR));
 }

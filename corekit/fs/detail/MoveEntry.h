@@ -1,7 +1,7 @@
 // Moving directory entries, to other file systems too.
 #pragma once
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Result.h"
 
 namespace corekit {
@@ -13,6 +13,6 @@ enum class Existing { Stays, Replaced };
 /// Moves an entry of any kind, a directory with everything in it. To another file system it is copied beside
 /// the new name, flushed, renamed, and only then removed at the old one: a failure leaves it there whole. The
 /// flush of the new directory after a mere rename is left to the caller.
-Result MoveEntry(const Entry& from, const Entry& to, Existing existing);
+Result MoveEntry(const EntryRef& from, const EntryRef& to, Existing existing);
 
 }  // namespace corekit

@@ -1,5 +1,5 @@
 // Moves entries by rename, else by copy.
-#include "corekit/fs/detail/Relocation.h"
+#include "corekit/fs/detail/MoveEntry.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -20,24 +20,24 @@ namespace corekit {
 
 namespace {
 
-bool Exists(const Entry& entry) {
+bool Exists(const EntryRef& entry) {
     struct stat info {};
     return fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
-bool IsDirectory(const Entry& entry) {
+bool IsDirectory(const EntryRef& entry) {
     struct stat info {};
     return fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
            S_ISDIR(info.st_mode);
 }
 
-Result Replace(const Entry& from, const Entry& to) {
+Result Replace(const EntryRef& from, const EntryRef& to) {
     return Outcome(renameat(from.directory, from.name.c_str(), to.directory, to.name.c_str()));
 }
 
 /// For file systems without a rename that replaces nothing. A link replaces nothing either, and the rename of
 /// a directory nothing but an empty one.
-Result RenameByLink(const Entry& from, const Entry& to) {
+Result RenameByLink(const EntryRef& from, const EntryRef& to) {
     if (Exists(to)) return Result(EEXIST);
     if (IsDirectory(from)) return Replace(from, to);
     const Result linked =
@@ -45,23 +45,23 @@ Result RenameByLink(const Entry& from, const Entry& to) {
     return linked ? Outcome(unlinkat(from.directory, from.name.c_str(), 0)) : linked;
 }
 
-Result RenameWithoutReplacing(const Entry& from, const Entry& to) {
+Result RenameWithoutReplacing(const EntryRef& from, const EntryRef& to) {
     const Result result = Outcome(
         renameat2(from.directory, from.name.c_str(), to.directory, to.name.c_str(), RENAME_NOREPLACE));
     const bool isUnknown = result.Code() == EINVAL || result.Code() == ENOSYS;
     return isUnknown ? RenameByLink(from, to) : result;
 }
 
-Result Rename(const Entry& from, const Entry& to, Existing existing) {
+Result Rename(const EntryRef& from, const EntryRef& to, Existing existing) {
     return existing == Existing::Replaced ? Replace(from, to) : RenameWithoutReplacing(from, to);
 }
 
-Result MoveByCopy(const Entry& from, const Entry& to, Existing existing) {
+Result MoveByCopy(const EntryRef& from, const EntryRef& to, Existing existing) {
     if (existing == Existing::Stays && Exists(to)) return Result(EEXIST);
     // A tree may take long: what a signal leaves of its copy is cleared away by the next run.
-    std::optional<Interruption::Delay> untilItStandsOrIsGone;
+    std::optional<SignalBlock> untilItStandsOrIsGone;
     if (!IsDirectory(from)) untilItStandsOrIsGone.emplace();
-    Entry copy = to;
+    EntryRef copy = to;
     Result result = MakeBeside(to, copy.name, [&](const std::string& candidate) {
         return CopyEntry(from, {to.directory, candidate});
     });
@@ -77,10 +77,10 @@ Result MoveByCopy(const Entry& from, const Entry& to, Existing existing) {
 
 }  // namespace
 
-Result MoveEntry(const Entry& from, const Entry& to, Existing existing) {
+Result MoveEntry(const EntryRef& from, const EntryRef& to, Existing existing) {
     Result result = Rename(from, to, existing);
     if (result.Code() == EXDEV) result = MoveByCopy(from, to, existing);
-    if (result.Code() != EEXIST || !Holds(to, from)) return result;
+    if (result.Code() != EEXIST || !ContainsCopyOf(to, from)) return result;
     // What a move that was killed has copied, and not removed, is moved already.
     const Result flushed = Flush(to.directory);
     return flushed ? RemoveEntry(from) : flushed;

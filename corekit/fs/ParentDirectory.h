@@ -10,24 +10,24 @@
 namespace corekit {
 
 /// A name, present or not, in a directory that somebody else keeps open.
-struct Entry {
+struct EntryRef {
     int directory;
     std::string name;
 };
 
 /// A name in a directory of its own. Links on the way to the directory are followed; what the name stands for
 /// is not looked at.
-struct Place {
+struct ParentDirectory {
     Descriptor directory;
     std::string name;
 
     /// The place of a path; a "/" at its end does not count. Fails when the directory cannot be opened, and
     /// for paths that name no entry of one: empty (ENOENT), or the root or one that ends in "." or ".."
     /// (EISDIR).
-    static Result Of(const String& path, Place& place);
+    static Result Of(const String& path, ParentDirectory& place);
 
     int Fd() const { return directory.Get(); }
-    Entry At() const { return {Fd(), name}; }
+    EntryRef At() const { return {Fd(), name}; }
 };
 
 }  // namespace corekit

@@ -6,12 +6,12 @@
 #include <sys/stat.h>
 #include <vector>
 
-#include "corekit/fs/detail/Descent.h"
+#include "corekit/fs/detail/DirectoryStack.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
-using corekit::Descent;
+using corekit::DirectoryStack;
 using corekit::Result;
 using testsupport::Workspace;
 
@@ -41,11 +41,11 @@ std::string DeepPath(const std::string& top, int depth) {
 
 }  // namespace
 
-TEST(Descent, ComesBackTheWayItWent) {
+TEST(DirectoryStack, ComesBackTheWayItWent) {
     const Workspace dir;
     fs::create_directories(DeepPath(dir.Path(), kDepth));
     const int before = OpenDescriptors();
-    Descent way(corekit::OpenDirectory(dir.Path()));
+    DirectoryStack way(corekit::OpenDirectory(dir.Path()));
     std::vector<ino_t> levels;
     for (int level = 0; level < kDepth; ++level) {
         levels.push_back(InodeOf(way.Fd()));
@@ -58,12 +58,12 @@ TEST(Descent, ComesBackTheWayItWent) {
     }
 }
 
-TEST(Descent, EntersNoLinkAndNoFile) {
+TEST(DirectoryStack, EntersNoLinkAndNoFile) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
     testfiles::Write(dir / "file", "");
-    Descent way(corekit::OpenDirectory(dir.Path()));
+    DirectoryStack way(corekit::OpenDirectory(dir.Path()));
     EXPECT_EQ(way.Enter("link"), Result(ENOTDIR));
     EXPECT_EQ(way.Enter("file"), Result(ENOTDIR));
     EXPECT_EQ(way.Enter("none"), Result(ENOENT));
@@ -71,11 +71,11 @@ TEST(Descent, EntersNoLinkAndNoFile) {
     EXPECT_TRUE(way.Leave());
 }
 
-TEST(Descent, FindsNoWayBackOutOfADirectoryThatWasMovedAway) {
+TEST(DirectoryStack, FindsNoWayBackOutOfADirectoryThatWasMovedAway) {
     const Workspace dir;
     fs::create_directories(DeepPath(dir / "top", kDepth));
     fs::create_directory(dir / "elsewhere");
-    Descent way(corekit::OpenDirectory(dir / "top"));
+    DirectoryStack way(corekit::OpenDirectory(dir / "top"));
     for (int level = 0; level < kDepth; ++level) ASSERT_TRUE(way.Enter("d"));
     fs::rename(DeepPath(dir / "top", kDepth), dir / "elsewhere/d");
     EXPECT_EQ(way.Leave(), Result(ESTALE));

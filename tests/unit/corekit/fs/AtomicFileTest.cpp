@@ -10,7 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "corekit/fs/detail/Replacement.h"
+#include "corekit/fs/detail/AtomicFile.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/InChild.h"
@@ -18,8 +18,8 @@
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
+using corekit::AtomicFile;
 using corekit::Descriptor;
-using corekit::Replacement;
 using corekit::Result;
 using testfiles::NamesIn;
 using testing::ElementsAre;
@@ -36,11 +36,11 @@ std::string StepOf(const seccomp_data& call, int directory) {
 
 }  // namespace
 
-TEST(Replacement, StandsBesideItsTargetUntilItIsCommitted) {
+TEST(AtomicFile, StandsBesideItsTargetUntilItIsCommitted) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
-    Replacement replacement({directory.Get(), "file"});
+    AtomicFile replacement({directory.Get(), "file"});
     ASSERT_TRUE(replacement.Begin());
     ASSERT_TRUE(corekit::WriteAll(replacement.Fd(), "new"));
     const auto names = NamesIn(dir.Path());
@@ -53,7 +53,7 @@ TEST(Replacement, StandsBesideItsTargetUntilItIsCommitted) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
 }
 
-TEST(Replacement, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
+TEST(AtomicFile, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
     const Workspace dir;
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     testsupport::InChild([&] {
@@ -62,7 +62,7 @@ TEST(Replacement, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
             steps.push_back(StepOf(call.data, directory.Get()));
             return testsupport::Verdict();
         });
-        Replacement replacement({directory.Get(), "file"});
+        AtomicFile replacement({directory.Get(), "file"});
         EXPECT_TRUE(replacement.Begin());
         EXPECT_TRUE(replacement.Commit());
         EXPECT_THAT(steps, ElementsAre("flush the file", "rename", "flush the directory"));
@@ -70,14 +70,14 @@ TEST(Replacement, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
     });
 }
 
-TEST(Replacement, GoesBeforeASignalEndsTheProcess) {
+TEST(AtomicFile, GoesBeforeASignalEndsTheProcess) {
     const Workspace dir;
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     EXPECT_EXIT(
         {
             corekit::Interruption::Prepare();
             {
-                Replacement replacement({directory.Get(), "file"});
+                AtomicFile replacement({directory.Get(), "file"});
                 if (!replacement.Begin()) _exit(1);
                 raise(SIGTERM);
             }
@@ -87,23 +87,23 @@ TEST(Replacement, GoesBeforeASignalEndsTheProcess) {
     EXPECT_THAT(NamesIn(dir.Path()), testing::IsEmpty());
 }
 
-TEST(Replacement, GoesWithoutACommit) {
+TEST(AtomicFile, GoesWithoutACommit) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     {
-        Replacement replacement({directory.Get(), "file"});
+        AtomicFile replacement({directory.Get(), "file"});
         ASSERT_TRUE(replacement.Begin());
     }
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
     EXPECT_EQ(testfiles::Read(dir / "file"), "old");
 }
 
-TEST(Replacement, GoesWhenItCannotBeCommitted) {
+TEST(AtomicFile, GoesWhenItCannotBeCommitted) {
     const Workspace dir;
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
     {
-        Replacement replacement({directory.Get(), "file"});
+        AtomicFile replacement({directory.Get(), "file"});
         ASSERT_TRUE(replacement.Begin());
         fs::create_directory(dir / "file");
         EXPECT_EQ(replacement.Commit(), Result(EISDIR));
@@ -111,10 +111,10 @@ TEST(Replacement, GoesWhenItCannotBeCommitted) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
 }
 
-TEST(Replacement, RefusesADirectoryAsTarget) {
+TEST(AtomicFile, RefusesADirectoryAsTarget) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     const Descriptor directory = corekit::OpenDirectory(dir.Path());
-    EXPECT_EQ(Replacement({directory.Get(), "sub"}).Begin(), Result(EISDIR));
+    EXPECT_EQ(AtomicFile({directory.Get(), "sub"}).Begin(), Result(EISDIR));
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("sub"));
 }

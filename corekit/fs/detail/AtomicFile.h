@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Descriptor.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/Result.h"
@@ -12,12 +12,12 @@ namespace corekit {
 
 /// Until it is committed, the new file has a hidden name of its own and nobody but the owner may read it;
 /// without a commit it goes when this object goes. No signal ends the process meanwhile.
-class Replacement {
+class AtomicFile {
   public:
-    explicit Replacement(Entry target) : m_target(std::move(target)) {}
-    ~Replacement();
-    Replacement(const Replacement&) = delete;
-    Replacement& operator=(const Replacement&) = delete;
+    explicit AtomicFile(EntryRef target) : m_target(std::move(target)) {}
+    ~AtomicFile();
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
 
     /// Makes the new file, empty, of mode 0600. A directory in the target's place is refused (EISDIR).
     Result Begin();
@@ -29,8 +29,8 @@ class Replacement {
     Result Commit();
 
   private:
-    Interruption::Delay m_untilItStandsOrIsGone;
-    Entry m_target;
+    SignalBlock m_untilItStandsOrIsGone;
+    EntryRef m_target;
     std::string m_temporaryName;  // empty: there is none
     Descriptor m_file;
 };

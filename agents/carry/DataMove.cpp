@@ -1,5 +1,5 @@
 // Moving stores, and removing what is left of the old install directory.
-#include "agents/carry/Relocation.h"
+#include "agents/carry/DataMove.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -57,7 +57,7 @@ String WhyNotMoved(const StoreMove& move, const IniFile& newConf) {
         return L"the new configuration names " + named;
     }
     Result moved = corekit::Dir::Move(move.from, move.to);
-    if (IsTrouble(moved)) moved = corekit::Dir::Move(move.from, move.to);
+    if (IsTransient(moved)) moved = corekit::Dir::Move(move.from, move.to);
     if (moved.Code() == EEXIST) return move.to + L" has entries of the same name";
     return moved ? String() : corekit::GetErrorMsg(moved);
 }
@@ -87,7 +87,7 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
     if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
     if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
     const String why = WhyTreeIsKept(oldDir, newConf, dataMove);
-    const Leftovers left = TryTwice([&](Leftovers& found) {
+    const RemovalOutcome left = TryTwice([&](RemovalOutcome& found) {
         found.Add(RemoveGeneratedFiles60(oldDir, &newConf));
         if (why.IsEmpty()) found.Add(corekit::Dir::Remove(UsableDirectory(oldDir)));
     });

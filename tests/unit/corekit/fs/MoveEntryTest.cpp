@@ -8,7 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "corekit/fs/detail/Relocation.h"
+#include "corekit/fs/detail/MoveEntry.h"
 #include "corekit/os/Interruption.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
@@ -17,7 +17,7 @@
 
 using corekit::Existing;
 using corekit::MoveEntry;
-using corekit::Place;
+using corekit::ParentDirectory;
 using corekit::Result;
 using corekit::String;
 using testfiles::NamesIn;
@@ -33,10 +33,10 @@ namespace fs = std::filesystem;
 namespace {
 
 Result Move(const std::string& from, const std::string& to, Existing existing) {
-    Place source;
-    Place target;
-    EXPECT_TRUE(Place::Of(String::FromUtf8(from), source)) << from;
-    EXPECT_TRUE(Place::Of(String::FromUtf8(to), target)) << to;
+    ParentDirectory source;
+    ParentDirectory target;
+    EXPECT_TRUE(ParentDirectory::Of(String::FromUtf8(from), source)) << from;
+    EXPECT_TRUE(ParentDirectory::Of(String::FromUtf8(to), target)) << to;
     return MoveEntry(source.At(), target.At(), existing);
 }
 

@@ -1,5 +1,5 @@
 // Makes, commits and withdraws replacement files.
-#include "corekit/fs/detail/Replacement.h"
+#include "corekit/fs/detail/AtomicFile.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -12,11 +12,11 @@
 
 namespace corekit {
 
-Replacement::~Replacement() {
+AtomicFile::~AtomicFile() {
     if (!m_temporaryName.empty()) unlinkat(m_target.directory, m_temporaryName.c_str(), 0);
 }
 
-Result Replacement::Begin() {
+Result AtomicFile::Begin() {
     struct stat info {};
     const bool exists = fstatat(m_target.directory, m_target.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
     if (exists && S_ISDIR(info.st_mode)) return Result(EISDIR);
@@ -29,7 +29,7 @@ Result Replacement::Begin() {
     return result;
 }
 
-Result Replacement::Commit() {
+Result AtomicFile::Commit() {
     if (const Result result = Flush(m_file.Get()); !result) return result;
     if (renameat(m_target.directory, m_temporaryName.c_str(), m_target.directory, m_target.name.c_str()) != 0)
         return Result::FromErrno();

@@ -5,7 +5,7 @@
 #include <set>
 #include <sys/syscall.h>
 
-#include "agents/removal/Survivors.h"
+#include "agents/removal/KeepList.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -15,13 +15,13 @@ using corekit::File::HostDirectory;
 using testfiles::Exists;
 using testfiles::TempDir;
 using testfiles::Write;
-using Zorvane::AgentInstaller::Survivors;
+using Zorvane::AgentInstaller::KeepList;
 
 namespace {
 
-Zorvane::AgentInstaller::Leftovers left;  // by all of them
+Zorvane::AgentInstaller::RemovalOutcome left;  // by all of them
 
-class SurvivorsTest : public testing::Test {
+class KeepListTest : public testing::Test {
   protected:
     void SetUp() override {
         for (const std::string name : {"one", "two", "tree/file", ".hidden"})
@@ -30,10 +30,10 @@ class SurvivorsTest : public testing::Test {
     void TearDown() override { std::filesystem::remove_all("/opt/agent"); }
 
     /// An upgrade whose new client.conf has these entries; none at all for a clean.
-    Survivors Of(const std::string& entries) const {
-        if (entries.empty()) return Survivors(String(), L"/opt/agent/");
+    KeepList Of(const std::string& entries) const {
+        if (entries.empty()) return KeepList(String(), L"/opt/agent/");
         Write(m_temp / "new.conf", "[Configuration]\n" + entries);
-        return Survivors(String::FromUtf8(m_temp / "new.conf"), L"/opt/agent/");
+        return KeepList(String::FromUtf8(m_temp / "new.conf"), L"/opt/agent/");
     }
 
     static std::set<std::string> Left() {
@@ -48,8 +48,8 @@ class SurvivorsTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(SurvivorsTest, AreNoneOnAClean) {
-    const Survivors none = Of("");
+TEST_F(KeepListTest, AreNoneOnAClean) {
+    const KeepList none = Of("");
     EXPECT_FALSE(none.Include(L"/opt/agent/etc/client.proto"));
     none.RemoveOthers(L"/opt/agent/etc/t*", left);
     EXPECT_EQ(Left(), (std::set<std::string>{"one", ".hidden"}));
@@ -57,8 +57,8 @@ TEST_F(SurvivorsTest, AreNoneOnAClean) {
     EXPECT_FALSE(Exists("/opt/agent/etc"));
 }
 
-TEST_F(SurvivorsTest, AreWhatTheNewConfigurationNames) {
-    const Survivors named = Of("installdir=/opt/new\nguid_guid_file=/opt/agent/etc/tree/file\n");
+TEST_F(KeepListTest, AreWhatTheNewConfigurationNames) {
+    const KeepList named = Of("installdir=/opt/new\nguid_guid_file=/opt/agent/etc/tree/file\n");
     EXPECT_TRUE(named.Include(L"/opt/agent/etc/tree/file"));
     EXPECT_TRUE(named.Include(L"/opt/agent/etc"));
     EXPECT_FALSE(named.Include(L"/opt/agent/etc/one"));
@@ -71,8 +71,8 @@ TEST_F(SurvivorsTest, AreWhatTheNewConfigurationNames) {
     EXPECT_EQ(Left(), (std::set<std::string>{"tree"}));
 }
 
-TEST_F(SurvivorsTest, AreInPlaceWhatThePackageAndThisRunLaidDown) {
-    const Survivors inPlace = Of("installdir=/opt/agent\n");
+TEST_F(KeepListTest, AreInPlaceWhatThePackageAndThisRunLaidDown) {
+    const KeepList inPlace = Of("installdir=/opt/agent\n");
     for (const String path :
          {L"/opt/agent/bin/a.bin", L"/opt/agent/etc", L"/opt/agent/etc/client.proto",
           L"/opt/agent/etc/rcscript.proto.unix", L"/opt/agent/etc/config.xml", L"/opt/agent/etc/client.conf",
@@ -85,28 +85,28 @@ TEST_F(SurvivorsTest, AreInPlaceWhatThePackageAndThisRunLaidDown) {
         EXPECT_FALSE(inPlace.Include(path)) << path.Utf8();
 }
 
-TEST_F(SurvivorsTest, AreNotTakenForInPlaceWithoutAnInstallDirectory) {
+TEST_F(KeepListTest, AreNotTakenForInPlaceWithoutAnInstallDirectory) {
     EXPECT_FALSE(Of("installdir=\n").Include(L"/opt/agent/etc/client.proto"));
     Write(m_temp / "new.conf", "[Configuration]\ninstalldir=\n");
-    const Survivors none(String::FromUtf8(m_temp / "new.conf"), String());
+    const KeepList none(String::FromUtf8(m_temp / "new.conf"), String());
     EXPECT_FALSE(none.Include(L"etc/client.proto"));
 }
 
-TEST_F(SurvivorsTest, RemovesHiddenFilesWithTheTreeOnly) {
-    const Survivors inPlace = Of("installdir=/opt/agent\n");
+TEST_F(KeepListTest, RemovesHiddenFilesWithTheTreeOnly) {
+    const KeepList inPlace = Of("installdir=/opt/agent\n");
     inPlace.RemoveOthers(L"/opt/agent/etc/*", left);
     EXPECT_EQ(Left(), (std::set<std::string>{".hidden"}));
     inPlace.RemoveOthersInTree(L"/opt/agent/etc", left);
     EXPECT_EQ(Left(), (std::set<std::string>{}));
 }
 
-TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
+TEST_F(KeepListTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
     std::filesystem::create_directory_symlink("/usr/bin", "/opt/agent/bin");
     for (const std::string entries : {"", "installdir=/opt/agent\n"}) {
         SCOPED_TRACE(entries);
         Write("/usr/bin/qdn-a", "");
         Write("/usr/bin/qdn-b", "");
-        const Survivors survivors = Of(entries);
+        const KeepList survivors = Of(entries);
         survivors.RemoveOthers(L"/usr/bin/qdn-*", left);
         survivors.RemoveOthers(L"/opt/agent/bin/qdn-*", left);
         EXPECT_TRUE(Exists("/usr/bin/qdn-a"));
@@ -117,19 +117,19 @@ TEST_F(SurvivorsTest, ExpandsNoWildcardInAHostDirectoryUnlessItIsMeant) {
     }
 }
 
-TEST_F(SurvivorsTest, AreAllWhereTheNewConfigurationCannotBeRead) {
+TEST_F(KeepListTest, AreAllWhereTheNewConfigurationCannotBeRead) {
     testfiles::Write("/opt/agent/bin/killem", "");
-    const Survivors survivors(L"/opt", L"/opt/agent/");  // a directory
+    const KeepList survivors(L"/opt", L"/opt/agent/");  // a directory
     survivors.RemoveOthers(L"/opt/agent/bin/killem", left);
     survivors.RemoveOthersInTree(L"/opt/agent/bin", left);
     EXPECT_TRUE(Exists("/opt/agent/bin/killem"));
 }
 
-TEST_F(SurvivorsTest, AreKnownEvenIfTheNewConfigurationCannotBeReadForAMoment) {
+TEST_F(KeepListTest, AreKnownEvenIfTheNewConfigurationCannotBeReadForAMoment) {
     const auto prepare = [] { Write("/opt/agent/bin/killem", ""); };
     Write(m_temp / "new.conf", "[Configuration]\ninstalldir=/opt/agent\n");
     const auto remove = [&] {
-        const Survivors survivors(String::FromUtf8(m_temp / "new.conf"), L"/opt/agent/");
+        const KeepList survivors(String::FromUtf8(m_temp / "new.conf"), L"/opt/agent/");
         return survivors.Include(L"/opt/agent/bin/killem") ? 1 : 0;
     };
     const auto expectNone = [](int result) { EXPECT_EQ(result, 0); };
@@ -137,7 +137,7 @@ TEST_F(SurvivorsTest, AreKnownEvenIfTheNewConfigurationCannotBeReadForAMoment) {
               2);
 }
 
-TEST_F(SurvivorsTest, EmptiesNoHostDirectoryBehindALink) {
+TEST_F(KeepListTest, EmptiesNoHostDirectoryBehindALink) {
     std::filesystem::remove_all("/opt/agent/etc");
     std::filesystem::create_directory_symlink("/etc", "/opt/agent/etc");
     Of("installdir=/opt/agent\n").RemoveOthersInTree(L"/opt/agent/etc", left);

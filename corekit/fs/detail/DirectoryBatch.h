@@ -25,11 +25,11 @@ bool IsDirectory(int directory, const DirEntry& entry);
 /// done to the disk in the order of its blocks: of a million files, only a chunk of about 100,000 has more
 /// than one in most blocks of inodes. Where the kernel tells the last inode first, as tmpfs does, a small
 /// chunk is as good, and still in the processor's caches.
-class DirChunk {
+class DirectoryBatch {
   public:
     static constexpr std::size_t kLargest = 4 << 20;  // some 95,000 entries with short names
 
-    DirChunk();
+    DirectoryBatch();
 
     /// Reads on in a directory until the entries take so many bytes; or some, when they come in order.
     /// `IsEnd` tells that these are the last ones; a directory that has been removed meanwhile is at its end.
@@ -62,6 +62,6 @@ inline constexpr unsigned kMostReadings = 100;
 
 /// Reads a directory, from its start, out of which `take` takes entries: again as long as it takes any.
 /// Returns the first failure to read.
-Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take);
+Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& take);
 
 }  // namespace corekit

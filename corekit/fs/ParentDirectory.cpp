@@ -1,5 +1,5 @@
 // Splits a path into an open directory and a name.
-#include "corekit/fs/Place.h"
+#include "corekit/fs/ParentDirectory.h"
 
 #include <cerrno>
 
@@ -7,7 +7,7 @@
 
 namespace corekit {
 
-Result Place::Of(const String& path, Place& place) {
+Result ParentDirectory::Of(const String& path, ParentDirectory& place) {
     std::string bytes = NativePath(path);
     if (bytes.empty()) return Result(ENOENT);
     bytes.erase(bytes.find_last_not_of('/') + 1);

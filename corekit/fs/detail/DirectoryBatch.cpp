@@ -1,5 +1,5 @@
 // Reads directories a buffer at a time.
-#include "corekit/fs/detail/DirChunk.h"
+#include "corekit/fs/detail/DirectoryBatch.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -25,7 +25,7 @@ bool HasLowerInode(const DirEntry& left, const DirEntry& right) {
 }
 
 /// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
-Result TakeOutOnce(int directory, DirChunk& chunk, const std::function<bool(const DirEntry&)>& take,
+Result TakeOutOnce(int directory, DirectoryBatch& chunk, const std::function<bool(const DirEntry&)>& take,
                    bool& isDue) {
     bool hasTaken = false;
     for (bool isFirst = true;; isFirst = false) {
@@ -47,9 +47,9 @@ bool IsDirectory(int directory, const DirEntry& entry) {
 }
 
 // Left uninitialised: pages that no directory fills are never touched.
-DirChunk::DirChunk() : m_buffer(new char[kMostAtOnce]), m_memory(new DirEntry[kMostEntries]) {}
+DirectoryBatch::DirectoryBatch() : m_buffer(new char[kMostAtOnce]), m_memory(new DirEntry[kMostEntries]) {}
 
-Result DirChunk::Read(int directory, std::size_t size) {
+Result DirectoryBatch::Read(int directory, std::size_t size) {
     m_first = kMostEntries;
     m_namesSize = 0;
     // Entries take less than twice what the kernel tells them in.
@@ -62,11 +62,11 @@ Result DirChunk::Read(int directory, std::size_t size) {
     return result;
 }
 
-bool DirChunk::IsInOrder() const {
+bool DirectoryBatch::IsInOrder() const {
     return std::is_sorted(begin(), end(), HasLowerInode);
 }
 
-Result DirChunk::ReadOn(int directory, std::size_t size) {
+Result DirectoryBatch::ReadOn(int directory, std::size_t size) {
     ssize_t length = getdents64(directory, m_buffer.get(), size);
     while (length < 0 && errno == EINTR) length = getdents64(directory, m_buffer.get(), size);
     m_isEnd = length <= 0;
@@ -79,15 +79,15 @@ Result DirChunk::ReadOn(int directory, std::size_t size) {
     return Result();
 }
 
-void DirChunk::Add(std::uint64_t inode, unsigned char type, std::string_view name) {
+void DirectoryBatch::Add(std::uint64_t inode, unsigned char type, std::string_view name) {
     char* const own = reinterpret_cast<char*>(m_memory.get()) + m_namesSize;
     own[name.copy(own, name.size())] = '\0';
     m_namesSize += name.size() + 1;
     m_memory[--m_first] = {inode, type, own};
 }
 
-Result TakeOut(int directory, const std::function<bool(const DirEntry&)>& take) {
-    DirChunk chunk;
+Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& take) {
+    DirectoryBatch chunk;
     Result result;
     bool isDue = true;
     for (unsigned reading = 0; isDue && result && reading < kMostReadings; ++reading) {
