@@ -179,21 +179,18 @@ TEST_F(Commands, ShowTheirUsage) {
         "-quiet\n\t[optional] Generate no output.\n\n");
     EXPECT_EQ(
         Captured([&] { m_configure.Usage(L"P"); }).out,
-        "P [options]\n\nAutomatically configure/upgrade an installation from an XML config "
-        "file.\n\nOptions:\n\n"
-        "-noimode\n\t\t[optional] By default, if utility fails to find\teither a previously installed agent "
-        "or an "
+        "P [options]\n\nAutomatically configure/upgrade an installation from an XML config file.\n\n"
+        "Options:\n\n-noimode\n"
+        "\t\t[optional] By default, if utility fails to find\teither a previously installed agent or an "
         "XML-formatted \tconfiguration file, it steps into the interactive mode.\tBy specifying this option, "
-        "you "
-        "may disable this behaviour.\n\n"
-        "-nosearch\n\t[optional] Do not search for the installed agent.\n\n"
-        "-dir <Agent-Base-Dir>\n\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n"
-        "-quiet\n\t[optional] Generate no output.\n\n");
+        "you may disable this behaviour.\n\n-nosearch\n"
+        "\t[optional] Do not search for the installed agent.\n\n-dir <Agent-Base-Dir>\n"
+        "\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n-quiet\n"
+        "\t[optional] Generate no output.\n\n");
     EXPECT_EQ(
         Captured([&] { m_interactive.Usage(L"P"); }).out,
-        "P [-quiet]\n\nInteractively configure/reconfigure an installation ignoring any XML "
-        "file.\n\nOptions:\n\n"
-        "-nosearch\n\t[optional] Do not search for the installed agent.\n\n"
+        "P [-quiet]\n\nInteractively configure/reconfigure an installation ignoring any XML file.\n\n"
+        "Options:\n\n-nosearch\n\t[optional] Do not search for the installed agent.\n\n"
         "-dir <Agent-Base-Dir>\n\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n\n"
         "-quiet\n\t[optional] Generate no output.\n\n");
 }

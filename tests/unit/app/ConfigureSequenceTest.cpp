@@ -17,9 +17,8 @@ using corekit::String;
 using testsupport::Captured;
 
 constexpr const char* kPlatformWarning =
-    "\nWARNING! The current platform is not officially supported.\nYou may experience problems with running "
-    "Zorvane Agent "
-    "for UNIX and Linux\non this machine.\n\n";
+    "\nWARNING! The current platform is not officially supported.\n"
+    "You may experience problems with running Zorvane Agent for UNIX and Linux\non this machine.\n\n";
 
 /// Runs of the sequence that end before anything is written.
 class ConfigureSequence : public testing::Test {
@@ -48,21 +47,19 @@ class ConfigureSequence : public testing::Test {
 TEST_F(ConfigureSequence, AQuietRunWithoutAnyConfigurationSaysWhatToDo) {
     EXPECT_EQ(Run({L"-quiet"}), 1U);
     EXPECT_EQ(m_output.err,
-              "ERROR: No configuration file found and -quiet specified.\nRemove -quiet to run qdn-configure "
-              "interactively "
-              "or specify env var QDNCLIENT_CONFIG_FILE for non default location upgrade.\n");
+              "ERROR: No configuration file found and -quiet specified.\n"
+              "Remove -quiet to run qdn-configure interactively or specify env var QDNCLIENT_CONFIG_FILE for "
+              "non default location upgrade.\n");
     EXPECT_EQ(m_output.out, kPlatformWarning);
 }
 
 TEST_F(ConfigureSequence, WithoutTheInteractiveModeItSaysWhereItLooked) {
     EXPECT_EQ(Run({L"-quiet", L"-noimode"}), 1U);
-    EXPECT_EQ(
-        m_output.err,
-        "ERROR: No configuration file found. File:.qdn-agent-install-config.xml  Search Path: "
-        "/tmp:/var:/opt/zorvane\nNo upgrade possible, and Interactive mode disabled.\nTo configure install "
-        "interactively, run the qdn-configure exe (located in the Agent's bin directory).\nInstall not "
-        "complete, "
-        "Setting return status to 1 (configure failed).\n\n");
+    EXPECT_EQ(m_output.err,
+              "ERROR: No configuration file found. File:.qdn-agent-install-config.xml  Search Path: "
+              "/tmp:/var:/opt/zorvane\nNo upgrade possible, and Interactive mode disabled.\n"
+              "To configure install interactively, run the qdn-configure exe (located in the Agent's bin "
+              "directory).\nInstall not complete, Setting return status to 1 (configure failed).\n\n");
 }
 
 TEST_F(ConfigureSequence, AnXmlFileThatForbidsTheUpgradeNeedsNoServer) {

@@ -28,9 +28,9 @@ class RunLevelScripts : public testsupport::Installation {
     }
 
     static std::string Script(const std::string& family) {
-        return "#!/bin/sh\n# chkconfig: 235 90 10\n### BEGIN INIT INFO\n# Provides: zorvane\n# "
-               "Required-Start:\n"
-               "# Required-Stop:\n# Default-Start: 2 3 5\n# Default-Stop: 0 1 4 6\n# Short-Description: " +
+        return "#!/bin/sh\n# chkconfig: 235 90 10\n### BEGIN INIT INFO\n# Provides: zorvane\n"
+               "# Required-Start:\n# Required-Stop:\n# Default-Start: 2 3 5\n# Default-Stop: 0 1 4 6\n"
+               "# Short-Description: " +
                family + "\n### END INIT INFO\n# %INSTDIR%\n";
     }
 

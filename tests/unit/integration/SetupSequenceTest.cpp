@@ -19,9 +19,9 @@ class SetupSequence : public testsupport::Installation {
     static void Generate(const std::string& lines) {
         testfiles::Write("/tmp/generated",
                          "[Configuration]\ninstalldir=/opt/agent\nguid_guid_file=/opt/agent/id/host.GUID\n"
-                         "event_queue_dir=/opt/agent/q\ntask_storage_path=/opt/agent/"
-                         "t\npackage_storage_path=/opt/agent/p\n"
-                         "swd_storage_path=/opt/agent/s\ndebug_output=/opt/agent/log/x.log\n" +
+                         "event_queue_dir=/opt/agent/q\ntask_storage_path=/opt/agent/t\n"
+                         "package_storage_path=/opt/agent/p\nswd_storage_path=/opt/agent/s\n"
+                         "debug_output=/opt/agent/log/x.log\n" +
                              lines,
                          0600);
     }

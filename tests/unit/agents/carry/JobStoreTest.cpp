@@ -31,10 +31,7 @@ constexpr const char* kXml = "<Job><Download Url='http://h/?a=1&amp;b=2' Retries
 constexpr const char* kRecord =
     "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
     "<Job CleanupAfter=\"3600\" Immediate=\"false\" JobRefcount=\"2\" Priority=\"high\" SiteNote=\"a &amp; "
-    "b\""
-    " StatusEventsEnabled=\"true\">\n"
-    "    <Download Retries=\"3\" Url=\"http://h/?a=1&amp;b=2\"/>\n"
-    "</Job>\n";
+    "b\" StatusEventsEnabled=\"true\">\n    <Download Retries=\"3\" Url=\"http://h/?a=1&amp;b=2\"/>\n</Job>\n";
 
 std::map<std::string, std::string> Contents() {
     std::map<std::string, std::string> contents;

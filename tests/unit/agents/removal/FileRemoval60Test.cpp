@@ -432,8 +432,8 @@ TEST_F(FileRemoval60, RemovesGeneratedFilesAndNoOthers) {
 TEST_F(FileRemoval60, KeepsGeneratedFilesThatTheNewConfigurationNames) {
     for (const std::string file : kGenerated) Write("/opt/agent/" + file, "");
     Write(m_temp / "new.conf",
-          "[Configuration]\nguid_guid_file=/opt/agent/etc/host.GUID\ndebug_output=/opt/agent/var/"
-          "qdn-client.log\n");
+          "[Configuration]\nguid_guid_file=/opt/agent/etc/host.GUID\n"
+          "debug_output=/opt/agent/var/qdn-client.log\n");
     const IniFile newConf(String::FromUtf8(m_temp / "new.conf"));
     RemoveGeneratedFiles60(L"/opt/agent/", &newConf);
     for (const std::string file : kGenerated) {
