@@ -1,21 +1,16 @@
-// A parsed XML document, asked for elements by name.
+// Queries of a parsed XML document, and positions in it.
 #include "corekit/xml/BasicXml.h"
 
-#include "corekit/xml/detail/XmlReader.h"
+#include <optional>
+
 #include "corekit/xml/detail/XmlTree.h"
 
 namespace corekit {
 
-struct BasicXml::Tree {
-    explicit Tree(std::string_view bytes) : refusal(ReadXml(bytes, elements)) {
-        if (refusal) elements = XmlTree();
-    }
-
-    XmlTree elements;
-    std::optional<Refusal> refusal;
-};
-
 namespace {
+
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+constexpr std::string_view kBlanks = " \t\r\n";
 
 void AddAttributes(const XmlTree& tree, std::size_t element, AttributeMap& attributes) {
     if (!tree.Contains(element)) return;
@@ -24,7 +19,62 @@ void AddAttributes(const XmlTree& tree, std::size_t element, AttributeMap& attri
     });
 }
 
+/// Where the names of a tag's attributes begin in a well-formed document; none for a reference to an entity.
+std::vector<std::size_t> FindAttributeNames(std::string_view document, std::size_t tag) {
+    std::vector<std::size_t> names;
+    if (document[tag] != '<') return names;
+    std::size_t at = document.find_first_of(" \t\r\n/>", tag);
+    while ((at = document.find_first_not_of(kBlanks, at)), document[at] != '/' && document[at] != '>') {
+        names.push_back(at);
+        const std::size_t quote = document.find_first_of("\"'", at);
+        at = document.find(document[quote], quote + 1) + 1;
+    }
+    return names;
+}
+
+/// Turns offsets of a document's bytes into positions, each offset at or after the one before.
+class PositionCounter {
+  public:
+    explicit PositionCounter(std::string_view document) : m_document(document) {}
+
+    BasicXml::Position At(std::size_t offset) {
+        for (; m_offset < offset; ++m_offset) Pass(m_document[m_offset]);
+        return m_position;
+    }
+
+  private:
+    void Pass(char byte) {
+        const bool endsLine = byte == '\n' || (byte == '\r' && m_document.substr(m_offset + 1, 1) != "\n");
+        const bool continuesCharacter = (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
+        if (endsLine) {
+            m_position = {m_position.line + 1, 1};
+        } else if (!continuesCharacter) {
+            ++m_position.column;
+        }
+    }
+
+    std::string_view m_document;
+    std::size_t m_offset = 0;
+    BasicXml::Position m_position;
+};
+
 }  // namespace
+
+struct BasicXml::Tree {
+    explicit Tree(std::string_view bytes)
+        : document(bytes.substr(bytes.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0)) {
+        tl::expected<XmlTree, Refusal> read = ReadXml(document);
+        if (read) {
+            elements = std::move(*read);
+        } else {
+            refusal = read.error();
+        }
+    }
+
+    std::string document;
+    XmlTree elements;
+    std::optional<Refusal> refusal;
+};
 
 BasicXml::BasicXml(const String& text) : BasicXml(std::string_view(text.Utf8())) {}
 
@@ -56,6 +106,31 @@ void BasicXml::GetAttributes(AttributeMap& attributes) const {
 
 BasicXml BasicXml::GetNode(const String& name, std::size_t index) const {
     return BasicXml(m_tree, m_tree->elements.Find(m_root, name.Utf8(), index));
+}
+
+void BasicXml::ForEachElement(const std::function<void(const Element&)>& visit) const {
+    if (!Exists()) return;
+    const XmlTree& tree = m_tree->elements;
+    PositionCounter positions(m_tree->document);
+    std::vector<std::size_t> around;  // the elements that the one at `at` lies in
+    for (std::size_t at = m_root; at < tree.End(m_root); ++at) {
+        while (!around.empty() && tree.End(around.back()) <= at) around.pop_back();
+        Element element;
+        element.name = String::FromUtf8(tree.Name(at));
+        if (!around.empty()) element.parent = String::FromUtf8(tree.Name(around.back()));
+        element.depth = around.size();
+        element.text = String::FromUtf8(tree.Text(at));
+        element.position = positions.At(tree.Offset(at));
+        const std::vector<std::size_t> names = FindAttributeNames(m_tree->document, tree.Offset(at));
+        tree.ForEachAttribute(at, [&](std::string_view name, std::string_view value) {
+            const std::size_t index = element.attributes.size();
+            element.attributes.push_back(
+                {String::FromUtf8(name), String::FromUtf8(value),
+                 index < names.size() ? positions.At(names[index]) : element.position});
+        });
+        visit(element);
+        around.push_back(at);
+    }
 }
 
 }  // namespace corekit

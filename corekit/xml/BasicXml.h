@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string_view>
@@ -13,18 +14,42 @@ namespace corekit {
 
 using AttributeMap = std::map<String, String, Ltstr>;
 
-/// A document, or one element of it with all below (the parsed tree is shared between them and outlives
-/// each). Elements are found by name anywhere in it, the root element included, in document order. A text
-/// that is refused yields nothing, from every query: refused is what is not well-formed, is over 16 MiB (its
-/// document type declaration: 32 KiB), declares external entities, uses undeclared ones, or expands entities
-/// beyond measure. Nothing is ever read from elsewhere; an external DTD that is named is passed over.
+/// A document, or one element of it with all below (they share the parsed tree, which lives as long as any of
+/// them). Elements are found by name anywhere in it, the root element included, in document order.
+///
+/// A document is refused, and then answers every query with nothing, if it is not well-formed, is over 16 MiB
+/// (its document type declaration: 32 KiB), declares external entities, uses undeclared ones, or if its
+/// entities expand to more than 1 MiB and four times its size. Nothing is ever read from elsewhere; an
+/// external DTD that is named is passed over.
 class BasicXml {
   public:
-    /// Why and where a document was refused (line and column count from 1).
+    /// Line and column both count from 1; a column is one character, a byte-order mark none.
+    struct Position {
+        unsigned long line = 1;
+        unsigned long column = 1;
+    };
+
     struct Refusal {
         String reason;
-        unsigned long line = 0;
-        unsigned long column = 0;
+        unsigned long line = 1;
+        unsigned long column = 1;
+    };
+
+    struct Attribute {
+        String name;
+        String value;
+        /// Where its name begins; its element's position if the tag does not have it (a default value of the
+        /// document type, or a tag that comes from an entity).
+        Position position;
+    };
+
+    struct Element {
+        String name;
+        String parent;          // the name of the element around it, "" for the document's root
+        std::size_t depth = 0;  // 0 for the element that is walked, 1 for those in it, and so on
+        String text;            // as GetText gives it
+        Position position;      // where its tag begins, or the reference to the entity that it comes from
+        std::vector<Attribute> attributes;  // in the order in which they are written
     };
 
     explicit BasicXml(const String& text);
@@ -50,12 +75,16 @@ class BasicXml {
     /// The index-th element of the name; one that does not exist answers every query with nothing.
     BasicXml GetNode(const String& name, std::size_t index = 0) const;
 
+    /// Calls `visit` for this element and for each one below it, in document order.
+    void ForEachElement(const std::function<void(const Element&)>& visit) const;
+
   private:
     struct Tree;
     BasicXml(std::shared_ptr<const Tree> tree, std::size_t root);
 
     std::shared_ptr<const Tree> m_tree;
-    std::size_t m_root;  // the element's place in the tree, or past its end when there is none
+    std::size_t
+        m_root;  // the element's number in the tree; one that the tree lacks if there is no such element
 };
 
 }  // namespace corekit

@@ -28,17 +28,19 @@ class Walk {
         String name;
         std::string text;
         AttributeMap attributes;
+        BasicXml::Position position;
         std::size_t end = 0;  // the first element behind it and all within it
     };
 
     explicit Walk(const std::string& bytes) {
         const std::unique_ptr<std::remove_pointer_t<XML_Parser>, decltype(&XML_ParserFree)> parser(
             XML_ParserCreate("UTF-8"), XML_ParserFree);
-        XML_SetUserData(parser.get(), this);
-        XML_SetElementHandler(parser.get(), Open, Close);
-        XML_SetCharacterDataHandler(parser.get(), Text);
+        m_parser = parser.get();
+        XML_SetUserData(m_parser, this);
+        XML_SetElementHandler(m_parser, Open, Close);
+        XML_SetCharacterDataHandler(m_parser, Text);
         m_isWellFormed =
-            XML_Parse(parser.get(), bytes.data(), static_cast<int>(bytes.size()), XML_TRUE) == XML_STATUS_OK;
+            XML_Parse(m_parser, bytes.data(), static_cast<int>(bytes.size()), XML_TRUE) == XML_STATUS_OK;
     }
 
     bool IsWellFormed() const { return m_isWellFormed; }
@@ -49,6 +51,8 @@ class Walk {
         Walk& self = *static_cast<Walk*>(walk);
         Element element;
         element.name = String::FromUtf8(name);
+        element.position = {XML_GetCurrentLineNumber(self.m_parser),
+                            XML_GetCurrentColumnNumber(self.m_parser) + 1};
         for (; *attributes != nullptr; attributes += 2) {
             element.attributes[String::FromUtf8(attributes[0])] = String::FromUtf8(attributes[1]);
         }
@@ -65,6 +69,7 @@ class Walk {
         self.m_elements[self.m_open.back()].text.append(text, static_cast<std::size_t>(length));
     }
 
+    XML_Parser m_parser = nullptr;  // while the document is parsed
     bool m_isWellFormed = false;
     std::vector<Element> m_elements;
     std::vector<std::size_t> m_open;
@@ -105,6 +110,26 @@ void CheckTree(const BasicXml& document, const Elements& elements) {
         Holds(!document.GetNode(name, count).Exists(), "there are no more elements than written");
 }
 
+/// The walk through the tree meets the same elements, at the parser's own positions.
+void CheckWalk(const BasicXml& document, const Elements& elements, bool hasByteOrderMark) {
+    std::size_t met = 0;
+    document.ForEachElement([&](const BasicXml::Element& element) {
+        Holds(met < elements.size(), "a walk meets no more elements than there are");
+        const Walk::Element& expected = elements[met++];
+        Holds(element.name == expected.name && element.text == String::FromUtf8(expected.text),
+              "a walk meets the elements in their order");
+        const bool isAfterMark = hasByteOrderMark && expected.position.line == 1;
+        Holds(element.position.line == expected.position.line &&
+                  element.position.column == expected.position.column - (isAfterMark ? 1 : 0),
+              "a walk knows where an element begins");
+        Holds(element.attributes.size() == expected.attributes.size(), "a walk meets all attributes");
+        for (const BasicXml::Attribute& attribute : element.attributes) {
+            Holds(attribute.position.line >= element.position.line, "an attribute begins after its element");
+        }
+    });
+    Holds(met == elements.size(), "a walk leaves no element out");
+}
+
 void CheckRefusal(const BasicXml& document) {
     Holds(!document.GetRefusal()->reason.IsEmpty(), "a refusal has a reason");
     Holds(document.GetRefusal()->line >= 1 && document.GetRefusal()->column >= 1, "a refusal has a place");
@@ -134,6 +159,7 @@ void Xml(std::string_view input) {
     if (document.GetRefusal() != nullptr) return CheckRefusal(document);
     Holds(walk.IsWellFormed(), "what is read is well-formed");
     CheckTree(document, walk.Elements());
+    CheckWalk(document, walk.Elements(), input.starts_with("\xEF\xBB\xBF"));
     CheckSettings(document);
 }
 

@@ -1,15 +1,15 @@
 // Reading an XML text into a tree, and refusing what could harm.
-#include "corekit/xml/detail/XmlReader.h"
-
 #include <cstdlib>
 
 #define XML_DTD  // makes the parser's header declare the limits on entity expansion
 #include <expat.h>
 #include <memory>
+#include <optional>
+#include <set>
 #include <type_traits>
 
 #include "corekit/os/Random.h"
-#include "corekit/xml/detail/XmlEntities.h"
+#include "corekit/xml/detail/XmlTree.h"
 
 namespace corekit {
 
@@ -39,12 +39,40 @@ bool LooksLikeUtf16(std::string_view bytes) {
            bytes.substr(0, 2).find('\0') != bytes.npos;
 }
 
-/// One document on its way into the tree.
+/// The general entities of one document. A parser that may not read an external DTD lets references to
+/// undeclared entities pass, since that DTD could have declared them, and drops those in attribute values
+/// without a word; here they are found.
+class Entities {
+  public:
+    void Declare(std::string_view name, std::string_view value) {
+        m_names.emplace(name);
+        m_values.append(value).append(1, ' ');
+    }
+
+    /// True if every entity that the markup refers to has been declared.
+    bool CoverReferences(std::string_view markup) const {
+        for (std::size_t at = markup.find('&'); at != markup.npos; at = markup.find('&', at + 1)) {
+            const std::string_view name = markup.substr(at + 1, markup.find(';', at) - at - 1);
+            const bool isCharacter = name.starts_with('#');
+            if (!isCharacter && !m_names.contains(name)) return false;
+        }
+        return true;
+    }
+
+    /// True if every entity that a declared value refers to has been declared, too.
+    bool CoverThemselves() const { return CoverReferences(m_values); }
+
+  private:
+    std::set<std::string, std::less<>> m_names{"amp", "apos", "gt", "lt", "quot"};
+    std::string m_values;
+};
+
+/// Reads one document.
 class XmlReader {
   public:
-    explicit XmlReader(XmlTree& tree);
+    XmlReader();
 
-    std::optional<BasicXml::Refusal> Read(std::string_view bytes);
+    tl::expected<XmlTree, BasicXml::Refusal> Read(std::string_view document);
 
   private:
     struct Free {
@@ -66,15 +94,15 @@ class XmlReader {
     void Refuse(const String& reason);
 
     std::unique_ptr<std::remove_pointer_t<XML_Parser>, Free> m_parser;
-    XmlTree& m_tree;
-    XmlEntities m_entities;
+    XmlTree m_tree;
+    Entities m_entities;
     XML_Index m_doctypeBegin = 0;
     bool m_hasDoctype = false;
     bool m_isInDoctype = false;
     std::optional<BasicXml::Refusal> m_refusal;
 };
 
-XmlReader::XmlReader(XmlTree& tree) : m_parser(XML_ParserCreate("UTF-8")), m_tree(tree) {
+XmlReader::XmlReader() : m_parser(XML_ParserCreate("UTF-8")) {
     if (!m_parser) std::abort();  // GCOVR_EXCL_LINE: out of memory, where everything else ends, too
     XML_SetUserData(m_parser.get(), this);
     XML_SetHashSalt(m_parser.get(), static_cast<unsigned long>(RandomNumber() | 1));
@@ -116,18 +144,19 @@ void XmlReader::ListenToDoctype() {
         });
 }
 
-std::optional<BasicXml::Refusal> XmlReader::Read(std::string_view bytes) {
-    if (bytes.size() > kLargestDocument) return BasicXml::Refusal{kDocumentTooLarge, 1, 1};
-    if (LooksLikeUtf16(bytes)) return BasicXml::Refusal{kNotUtf8, 1, 1};
-    const int length = static_cast<int>(bytes.size());
-    if (XML_Parse(m_parser.get(), bytes.data(), length, XML_TRUE) != XML_STATUS_OK) {
+tl::expected<XmlTree, BasicXml::Refusal> XmlReader::Read(std::string_view document) {
+    if (document.size() > kLargestDocument) return tl::unexpected(BasicXml::Refusal{kDocumentTooLarge, 1, 1});
+    if (LooksLikeUtf16(document)) return tl::unexpected(BasicXml::Refusal{kNotUtf8, 1, 1});
+    const int length = static_cast<int>(document.size());
+    if (XML_Parse(m_parser.get(), document.data(), length, XML_TRUE) != XML_STATUS_OK) {
         Refuse(String::FromUtf8(XML_ErrorString(XML_GetErrorCode(m_parser.get()))));
     }
-    return m_refusal;
+    if (m_refusal) return tl::unexpected(*m_refusal);
+    return std::move(m_tree);
 }
 
 void XmlReader::OnElement(const char* name, const char** attributes) {
-    m_tree.Open(name);
+    m_tree.Open(name, static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get())));
     for (; *attributes != nullptr; attributes += 2) m_tree.AddAttribute(attributes[0], attributes[1]);
     CheckContentSize();
     if (m_hasDoctype) XML_DefaultCurrent(m_parser.get());  // gives the tag as it stands to OnMarkup
@@ -183,8 +212,8 @@ void XmlReader::Refuse(const String& reason) {
 
 }  // namespace
 
-std::optional<BasicXml::Refusal> ReadXml(std::string_view bytes, XmlTree& tree) {
-    return XmlReader(tree).Read(bytes);
+tl::expected<XmlTree, BasicXml::Refusal> ReadXml(std::string_view document) {
+    return XmlReader().Read(document);
 }
 
 }  // namespace corekit

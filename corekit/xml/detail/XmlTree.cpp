@@ -7,19 +7,27 @@ namespace corekit {
 
 namespace {
 
-/// Places fit 32 bits, since the reader bounds the size of a document.
-std::uint32_t Place(std::size_t place) {
-    return static_cast<std::uint32_t>(place);
+/// Numbers and offsets fit 32 bits, since the reader bounds the size of a document.
+std::uint32_t Narrow(std::size_t number) {
+    return static_cast<std::uint32_t>(number);
 }
 
 }  // namespace
 
-void XmlTree::Open(std::string_view name) {
-    const std::uint32_t element = Place(m_elements.size());
+void XmlTree::Open(std::string_view name, std::size_t offset) {
+    const std::uint32_t element = Narrow(m_elements.size());
     auto named = m_byName.find(name);
-    if (named == m_byName.end()) named = m_byName.try_emplace(std::string(name)).first;
-    named->second.push_back(element);
-    m_elements.push_back({element + 1, kNoPiece, Place(m_content.size()), 0});
+    if (named == m_byName.end()) {
+        named = m_byName.emplace(name, ElementsOfName{Narrow(m_names.size()), {}}).first;
+        m_names.push_back(&named->first);
+    }
+    named->second.elements.push_back(element);
+    m_elements.push_back({.end = element + 1,
+                          .firstPiece = kNoPiece,
+                          .attributes = Narrow(m_content.size()),
+                          .attributeCount = 0,
+                          .name = named->second.name,
+                          .offset = Narrow(offset)});
     m_open.push_back({element, kNoPiece});
 }
 
@@ -30,14 +38,14 @@ void XmlTree::AddAttribute(std::string_view name, std::string_view value) {
 
 void XmlTree::AddText(std::string_view text) {
     OpenElement& open = m_open.back();
-    const std::uint32_t begin = Place(m_content.size());
+    const std::uint32_t begin = Narrow(m_content.size());
     m_content.append(text);
-    const std::uint32_t end = Place(m_content.size());
+    const std::uint32_t end = Narrow(m_content.size());
     if (open.lastPiece != kNoPiece && m_pieces[open.lastPiece].end == begin) {
         m_pieces[open.lastPiece].end = end;
         return;
     }
-    const std::uint32_t piece = Place(m_pieces.size());
+    const std::uint32_t piece = Narrow(m_pieces.size());
     m_pieces.push_back({begin, end, kNoPiece});
     (open.lastPiece == kNoPiece ? m_elements[open.element].firstPiece : m_pieces[open.lastPiece].next) =
         piece;
@@ -45,14 +53,14 @@ void XmlTree::AddText(std::string_view text) {
 }
 
 void XmlTree::Close() {
-    m_elements[m_open.back().element].end = Place(m_elements.size());
+    m_elements[m_open.back().element].end = Narrow(m_elements.size());
     m_open.pop_back();
 }
 
 std::size_t XmlTree::Find(std::size_t within, std::string_view name, std::size_t index) const {
     const auto named = m_byName.find(name);
     if (!Contains(within) || named == m_byName.end()) return kNone;
-    const std::vector<std::uint32_t>& elements = named->second;
+    const std::vector<std::uint32_t>& elements = named->second.elements;
     const auto first = std::ranges::lower_bound(elements, within);
     if (index >= static_cast<std::size_t>(elements.end() - first)) return kNone;
     const std::uint32_t found = *(first + static_cast<std::ptrdiff_t>(index));

@@ -6,8 +6,11 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <tl/expected.hpp>
 #include <unordered_map>
 #include <vector>
+
+#include "corekit/xml/BasicXml.h"
 
 namespace corekit {
 
@@ -17,8 +20,13 @@ class XmlTree {
   public:
     static constexpr std::size_t kNone = std::string_view::npos;
 
-    /// Opens an element within the innermost open one.
-    void Open(std::string_view name);
+    XmlTree() = default;
+    XmlTree(XmlTree&&) = default;
+    XmlTree& operator=(XmlTree&&) = default;
+    ~XmlTree() = default;
+
+    /// Opens an element within the innermost open one; its tag begins at byte `offset` of the document.
+    void Open(std::string_view name, std::size_t offset);
     /// Adds to the element that was opened last. Neither part may hold a NUL.
     void AddAttribute(std::string_view name, std::string_view value);
     /// Adds to the innermost open element.
@@ -30,6 +38,14 @@ class XmlTree {
     std::size_t ContentSize() const { return m_content.size(); }
 
     bool Contains(std::size_t element) const { return element < m_elements.size(); }
+
+    std::string_view Name(std::size_t element) const { return *m_names[m_elements[element].name]; }
+
+    /// Where the element's tag begins in the document, in bytes.
+    std::size_t Offset(std::size_t element) const { return m_elements[element].offset; }
+
+    /// The first element after this one and all below it.
+    std::size_t End(std::size_t element) const { return m_elements[element].end; }
 
     /// The index-th element of the name among `within` and all below it, or kNone.
     std::size_t Find(std::size_t within, std::string_view name, std::size_t index) const;
@@ -49,6 +65,8 @@ class XmlTree {
         std::uint32_t firstPiece;  // of its text
         std::uint32_t attributes;  // where they begin: name, NUL, value, NUL, name ...
         std::uint32_t attributeCount;
+        std::uint32_t name;    // its index in m_names
+        std::uint32_t offset;  // of its tag in the document
     };
     /// A stretch of an element's text; child elements part them.
     struct Piece {
@@ -68,7 +86,15 @@ class XmlTree {
     std::vector<Element> m_elements;
     std::vector<Piece> m_pieces;
     std::vector<OpenElement> m_open;
-    std::unordered_map<std::string, std::vector<std::uint32_t>, Hash, std::equal_to<>> m_byName;
+    struct ElementsOfName {
+        std::uint32_t name;
+        std::vector<std::uint32_t> elements;
+    };
+    std::unordered_map<std::string, ElementsOfName, Hash, std::equal_to<>> m_byName;
+    std::vector<const std::string*> m_names;  // the keys of m_byName, in the order of their first element
 };
+
+/// The tree of a document's bytes, or why and where the document is refused.
+tl::expected<XmlTree, BasicXml::Refusal> ReadXml(std::string_view document);
 
 }  // namespace corekit

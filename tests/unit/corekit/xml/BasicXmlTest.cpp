@@ -1,5 +1,7 @@
 // Asking a document for elements, texts and attributes by name.
 #include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 #include "corekit/xml/BasicXml.h"
 #include "tests/support/PrintString.h"
@@ -21,6 +23,27 @@ AttributeMap AttributesOf(const BasicXml& xml, const String& name) {
     xml.GetAttributes(name, attributes);
     return attributes;
 }
+
+/// A line for each element: "line:column depth parent/name [text] attribute=value@line:column ...".
+std::vector<std::string> WalkOf(const BasicXml& xml) {
+    const auto text = [](const BasicXml::Position& position) {
+        return std::to_string(position.line) + ":" + std::to_string(position.column);
+    };
+    std::vector<std::string> lines;
+    xml.ForEachElement([&](const BasicXml::Element& element) {
+        std::string line = text(element.position) + " " + std::to_string(element.depth) + " " +
+                           element.parent.Utf8() + "/" + element.name.Utf8() + " [" + element.text.Utf8() +
+                           "]";
+        for (const BasicXml::Attribute& attribute : element.attributes) {
+            line +=
+                " " + attribute.name.Utf8() + "=" + attribute.value.Utf8() + "@" + text(attribute.position);
+        }
+        lines.push_back(line);
+    });
+    return lines;
+}
+
+using Lines = std::vector<std::string>;
 
 }  // namespace
 
@@ -151,4 +174,51 @@ TEST(BasicXml, TakesAHundredThousandLevels) {
     EXPECT_EQ(xml.GetNode(L"a", 99999).GetText(L"a"), L"deep");
     EXPECT_EQ(xml.GetNode(L"a", 99998).GetText(L"a"), L"");
     EXPECT_FALSE(xml.GetNode(L"a", 100000).Exists());
+}
+
+TEST(BasicXml, WalksElementsInDocumentOrderWithTheirPositions) {
+    const BasicXml xml(
+        "<?xml version='1.0'?>\n"
+        "<!-- <no/> -->\n"
+        "<r>one\n"
+        "  <a x='1' y=\"2\">\n"
+        "    <b/><b z='3'>two</b>\n"
+        "  </a><c\tx = '>' /></r>\n");
+    EXPECT_EQ(WalkOf(xml), (Lines{"3:1 0 /r [one\n  ]", "4:3 1 r/a [\n    \n  ] x=1@4:6 y=2@4:12",
+                                  "5:5 2 a/b []", "5:9 2 a/b [two] z=3@5:12", "6:7 1 r/c [] x=>@6:10"}));
+}
+
+TEST(BasicXml, WalksANodeAlone) {
+    const BasicXml xml("<r><a>\n<b><c/></b></a><d/></r>");
+    EXPECT_EQ(WalkOf(xml.GetNode(L"b")), (Lines{"2:1 0 /b []", "2:4 1 b/c []"}));
+    EXPECT_EQ(WalkOf(xml.GetNode(L"x")), Lines());
+    EXPECT_EQ(WalkOf(BasicXml("<r><a>")), Lines());
+}
+
+TEST(BasicXml, FindsTheLineOfAnAttributeInATagOfSeveralLines) {
+    const BasicXml xml("<r\n   a='1\n2'\r\n   b=\n'3'\r c='4'\n/>");
+    EXPECT_EQ(WalkOf(xml), Lines{"1:1 0 /r [] a=1 2@2:4 b=3@4:4 c=4@6:2"});
+}
+
+TEST(BasicXml, CountsAColumnForEachCharacter) {
+    EXPECT_EQ(
+        WalkOf(BasicXml("<\xC3\xA4>\xE2\x82\xAC<b x='\xF0\x9F\x98\x80' y=''/></\xC3\xA4>")),
+        (Lines{"1:1 0 /\xC3\xA4 [\xE2\x82\xAC]", "1:5 1 \xC3\xA4/b [] x=\xF0\x9F\x98\x80@1:8 y=@1:14"}));
+}
+
+TEST(BasicXml, CountsNoColumnForAByteOrderMark) {
+    EXPECT_EQ(WalkOf(BasicXml("\xEF\xBB\xBF<r a='1'/>")), Lines{"1:1 0 /r [] a=1@1:4"});
+    const BasicXml refused("\xEF\xBB\xBF<r></s>");
+    ASSERT_NE(refused.GetRefusal(), nullptr);
+    EXPECT_EQ(refused.GetRefusal()->column, 6u);
+}
+
+TEST(BasicXml, GivesAnAttributeThatTheTagDoesNotHaveItsElementsPosition) {
+    EXPECT_EQ(WalkOf(BasicXml("<!DOCTYPE r [<!ATTLIST r a CDATA '1' c CDATA '3'>]>\n<r b='2' a='0'/>")),
+              Lines{"2:1 0 /r [] b=2@2:4 a=0@2:10 c=3@2:1"});
+}
+
+TEST(BasicXml, GivesElementsOfAnEntityThePositionOfItsReference) {
+    EXPECT_EQ(WalkOf(BasicXml("<!DOCTYPE r [<!ENTITY e \"<a x='1'>\n<b/></a>\">]>\n<r> &e;<c y='2'/></r>")),
+              (Lines{"3:1 0 /r [ ]", "3:5 1 r/a [\n] x=1@3:5", "3:5 2 a/b []", "3:8 1 r/c [] y=2@3:11"}));
 }

@@ -1,11 +1,9 @@
 // Which documents are read and which are refused, where and why.
 #include <gtest/gtest.h>
 
-#include "corekit/xml/detail/XmlReader.h"
+#include "corekit/xml/detail/XmlTree.h"
 
 using corekit::ReadXml;
-using corekit::String;
-using corekit::XmlTree;
 
 namespace {
 
@@ -13,11 +11,10 @@ constexpr std::size_t kMiB = std::size_t{1024} * 1024;
 
 /// "line:column: reason" of a refused document, "" of one that is read.
 std::string RefusalOf(const std::string& document) {
-    XmlTree tree;
-    const auto refusal = ReadXml(document, tree);
-    if (!refusal) return "";
-    return std::to_string(refusal->line) + ":" + std::to_string(refusal->column) + ": " +
-           refusal->reason.Utf8();
+    const auto tree = ReadXml(document);
+    if (tree) return "";
+    const corekit::BasicXml::Refusal& refusal = tree.error();
+    return std::to_string(refusal.line) + ":" + std::to_string(refusal.column) + ": " + refusal.reason.Utf8();
 }
 
 std::string ReasonOf(const std::string& document) {
@@ -28,10 +25,10 @@ std::string ReasonOf(const std::string& document) {
 
 /// The text and the attributes of the root element, or the refusal.
 std::string ContentOf(const std::string& document) {
-    XmlTree tree;
-    if (ReadXml(document, tree)) return RefusalOf(document);
-    std::string content = tree.Text(0);
-    tree.ForEachAttribute(0, [&content](std::string_view name, std::string_view value) {
+    const auto tree = ReadXml(document);
+    if (!tree) return RefusalOf(document);
+    std::string content = tree->Text(0);
+    tree->ForEachAttribute(0, [&content](std::string_view name, std::string_view value) {
         content.append(" ").append(name).append("=").append(value);
     });
     return content;
@@ -154,6 +151,16 @@ TEST(XmlReader, TakesNoReferenceFromCommentsCdataAndInstructions) {
     EXPECT_EQ(ContentOf("<!DOCTYPE a SYSTEM 'a.dtd' [<!-- '&e;' -->]>"
                         "<a b='&lt;&#65;'><!-- &e; --><![CDATA[&e;]]><?p &e;?></a>"),
               "&e; b=<A");
+}
+
+TEST(XmlReader, TellsNamesOfEntitiesByTheirCase) {
+    EXPECT_EQ(ReasonOf("<!DOCTYPE a SYSTEM 'a.dtd' [<!ENTITY e 'E'>]><a b='&E;'/>"), "undefined entity");
+}
+
+TEST(XmlReader, TakesTheEntitiesThatNeedNoDeclaration) {
+    EXPECT_EQ(ContentOf("<!DOCTYPE a SYSTEM 'a.dtd' [<!ENTITY e '&quot;&f;'><!ENTITY f '&#65;'>]>"
+                        "<a b='&amp;&apos;&gt;&lt;&quot;&#66;&#x43;'>&e;</a>"),
+              "\"A b=&'><\"BC");
 }
 
 TEST(XmlReader, RefusesEntityBombs) {

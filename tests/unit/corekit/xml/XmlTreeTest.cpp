@@ -10,17 +10,17 @@ namespace {
 /// <r>1<a x="1" y=""><b>2</b></a>3<b/></r>: r is 0, a is 1, the two b are 2 and 3.
 XmlTree SmallTree() {
     XmlTree tree;
-    tree.Open("r");
+    tree.Open("r", 0);
     tree.AddText("1");
-    tree.Open("a");
+    tree.Open("a", 4);
     tree.AddAttribute("x", "1");
     tree.AddAttribute("y", "");
-    tree.Open("b");
+    tree.Open("b", 16);
     tree.AddText("2");
     tree.Close();
     tree.Close();
     tree.AddText("3");
-    tree.Open("b");
+    tree.Open("b", 29);
     tree.Close();
     tree.Close();
     return tree;
@@ -49,6 +49,19 @@ TEST(XmlTree, FindsElementsWithinAnElementByNameAndIndex) {
     EXPECT_EQ(tree.Find(0, "c", 0), XmlTree::kNone);
     EXPECT_EQ(tree.Find(4, "b", 0), XmlTree::kNone);
     EXPECT_EQ(tree.Find(XmlTree::kNone, "b", 0), XmlTree::kNone);
+}
+
+TEST(XmlTree, KnowsWhatAnElementIsCalledAndWhereItBeginsAndEnds) {
+    const XmlTree tree = SmallTree();
+    const struct {
+        const char* name;
+        std::size_t offset, end;
+    } table[] = {{"r", 0, 4}, {"a", 4, 3}, {"b", 16, 3}, {"b", 29, 4}};
+    for (std::size_t element = 0; element < std::size(table); ++element) {
+        EXPECT_EQ(tree.Name(element), table[element].name) << element;
+        EXPECT_EQ(tree.Offset(element), table[element].offset) << element;
+        EXPECT_EQ(tree.End(element), table[element].end) << element;
+    }
 }
 
 TEST(XmlTree, JoinsAnElementsTextAroundItsChildren) {
