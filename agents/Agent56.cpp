@@ -8,6 +8,7 @@
 #include "agents/removal/SuperServers.h"
 #include "config/SystemProbes.h"
 #include "run/Error.h"
+#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -27,7 +28,7 @@ bool Agent56::RemoveFiles(const corekit::String& newConfPath) {
     if (!newConfPath.IsEmpty()) {
         const corekit::IniFile newConf(newConfPath);
         // It says what stays, and where the data is to go.
-        if (!newConf.ReadResult()) return Error::Fail(L"Failed to read configuration files.");
+        if (!newConf.ReadResult()) return Error::Fail(Texts::kUnreadableConfiguration);
         // What cannot be moved stays where it is: the removal takes no store.
         static_cast<void>(MoveData(OldConf(), newConf));
     }

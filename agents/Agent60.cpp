@@ -11,8 +11,10 @@
 #include "agents/removal/SuperServers.h"
 #include "config/SystemProbes.h"
 #include "run/Error.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -31,7 +33,7 @@ bool Agent60::RemoveSystemIntegration() {
     const IniFile oldConf = OldConf();
     Forgive(RemoveProgramLinks(oldConf));
     Forgive(RemoveRunLevelScripts(oldConf));
-    FlushRemovals(oldConf.GetValue(Names::kConfiguration, L"bindir"));
+    FlushRemovals(GetValue(oldConf, Key::kBinDir));
     return true;
 }
 
@@ -50,17 +52,15 @@ bool Agent60::RelocateFiles(const String& newConfPath) {
     const IniFile oldConf = OldConf();
     const IniFile newConf(newConfPath);
     // Neither says then where the data is to go.
-    if (!oldConf.ReadResult() || !newConf.ReadResult())
-        return Error::Fail(L"Failed to read configuration files.");
+    if (!oldConf.ReadResult() || !newConf.ReadResult()) return Error::Fail(Texts::kUnreadableConfiguration);
     const DataMove moved = MoveData(oldConf, newConf);
     ConvertPackageStore(newConf);
     RemoveOldInstallation(oldConf, newConf, moved);
-    return RemoveRotatedClientLogs(oldConf, newConf.GetValue(Names::kConfiguration, L"installdir"));
+    return RemoveRotatedClientLogs(oldConf, GetValue(newConf, Key::kInstallDir));
 }
 
 bool Agent60::RemoveProgramLinks(const IniFile& oldConf) {
-    m_left.Add(RemoveProgramLinks60(oldConf.GetValue(Names::kConfiguration, L"installdir"),
-                                    oldConf.GetValue(Names::kConfiguration, L"bindir")));
+    m_left.Add(RemoveProgramLinks60(GetValue(oldConf, Key::kInstallDir), GetValue(oldConf, Key::kBinDir)));
     return true;
 }
 
@@ -71,8 +71,8 @@ bool Agent60::RemoveRunLevelScripts(const IniFile&) {
 }
 
 bool Agent60::ConvertPackageStore(const IniFile& newConf) {
-    ConvertJobs(newConf.GetValue(Names::kConfiguration, L"swd_storage_path"));
-    ConvertPackages(newConf.GetValue(Names::kConfiguration, L"package_storage_path"));
+    ConvertJobs(GetValue(newConf, Key::kSwdDir));
+    ConvertPackages(GetValue(newConf, Key::kPackageDir));
     return true;
 }
 

@@ -3,13 +3,14 @@
 
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "deploykit/RCScriptBackend.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
 bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
-    m_left.Add(RemoveWrapperLinks(InstallDir(), oldConf.GetValue(Names::kConfiguration, L"bindir")));
+    m_left.Add(RemoveWrapperLinks(InstallDir(), GetValue(oldConf, Key::kBinDir)));
     return true;
 }
 

@@ -6,6 +6,7 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 #include "settings/PathMacros.h"
 
@@ -40,13 +41,13 @@ RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
 }  // namespace
 
 bool Agent62::RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) {
-    const String log = oldConf.GetValue(Names::kConfiguration, L"debug_output").Replace(L"//", L"/");
+    const String log = GetValue(oldConf, Key::kDebugOutput).Replace(L"//", L"/");
     m_left.Add(RemoveRotations(log, LogDirectoryOf(log)));
     return true;
 }
 
 bool Agent62::RemoveRotatedClientLogs(const corekit::IniFile& oldConf, const String& newInstallDir) {
-    String oldInstallDir = oldConf.GetValue(Names::kConfiguration, L"installdir");
+    String oldInstallDir = GetValue(oldConf, Key::kInstallDir);
     if (oldInstallDir.IsEmpty() || newInstallDir.IsEmpty()) return true;
     if (Path::IsMatch(oldInstallDir, newInstallDir)) return true;
     EnsureTrailingChar(oldInstallDir, L'/');

@@ -19,6 +19,7 @@
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "run/Args.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -124,8 +125,7 @@ std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     if (IsTransient(read)) return std::make_unique<UnreadableAgent>(file.Path());
     if (!read) return nullptr;
     const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
-    auto agent =
-        CreateAgentForVersion(ReadAgentVersion(conf), conf.GetValue(Names::kConfiguration, L"installdir"));
+    auto agent = CreateAgentForVersion(ReadAgentVersion(conf), GetValue(conf, Key::kInstallDir));
     if (agent) agent->SetConf(file.Path(), bytes);
     return agent;
 }

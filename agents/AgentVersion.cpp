@@ -9,6 +9,7 @@
 #include "agents/Agent60SP2.h"
 #include "agents/Agent62.h"
 #include "agents/UnsupportedAgent.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -59,9 +60,9 @@ static_assert(std::ranges::is_sorted(kReleases, ComesBefore), "the first release
 }  // namespace
 
 Version ReadAgentVersion(const IniFile& conf) {
-    const String major = conf.GetValue(L"Version", L"agent_major");
-    const String minor = conf.GetValue(L"Version", L"agent_minor");
-    const String build = conf.GetValue(L"Version", L"agent_build");
+    const String major = GetValue(conf, Key::kAgentMajor);
+    const String minor = GetValue(conf, Key::kAgentMinor);
+    const String build = GetValue(conf, Key::kAgentBuild);
     if (!major.IsEmpty() && !minor.IsEmpty() && !build.IsEmpty())
         return Version(major.ToInt(), minor.ToInt(), build.ToInt());
     // Agents before 6.0 state no version.

@@ -3,6 +3,7 @@
 
 #include "agents/Agent.h"
 #include "run/Error.h"
+#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -15,9 +16,7 @@ class UnreadableAgent : public Agent {
     }
 
     std::unique_ptr<Settings> LoadSettings() override { return nullptr; }
-    bool RemoveSystemIntegration() override {
-        return Error::Fail(L"Missing or unreadable file in install. File: ", ConfPath());
-    }
+    bool RemoveSystemIntegration() override { return Error::Fail(Texts::kUnreadableFile, ConfPath()); }
     bool RemoveFiles(const corekit::String&) override { return RemoveSystemIntegration(); }
 };
 

@@ -13,6 +13,7 @@
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/Texts.h"
 #include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"
 
@@ -49,7 +50,7 @@ bool WriteCopy(const String& copy, const std::string& bytes) {
 }
 
 bool FailToSave(const String& copy) {
-    return Error::Fail(L"Unable to write to file: ", copy);
+    return Error::Fail(Texts::kUnwritableFile, copy);
 }
 
 /// Whatever becomes of the original from here on, nothing that it held is lost.
@@ -87,8 +88,7 @@ void MergeInstalledSettings(ConfigureRun& run) {
         // Going on would replace the administrator's values by defaults. The agent may have told which file
         // it is.
         run.ok = false;
-        if (Error::m_sErrorText.IsEmpty())
-            Forgive(Error::Fail(L"Missing or unreadable file in install. File: ", confPath));
+        if (Error::m_sErrorText.IsEmpty()) Forgive(Error::Fail(Texts::kUnreadableFile, confPath));
     }
 }
 

@@ -1,6 +1,7 @@
 // The values that the new client.conf takes over: the walk over the key table.
 #include "config/CarriedValues.h"
 
+#include "run/Keys.h"
 #include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/PathMacros.h"
@@ -14,25 +15,25 @@ using corekit::String;
 namespace {
 
 /// Settings that are part of a path which the key table does not carry.
-constexpr const wchar_t* kRebasedSettings[] = {L"GuidDir", L"LogDir"};
+constexpr SettingName kRebasedSettings[] = {L"GuidDir", L"LogDir"};
 
-bool IsAnswered(const String& setting, const Settings& settings) {
+bool IsAnswered(SettingName setting, const Settings& settings) {
     return settings.IsYes(L"IsInteractive") && IsQuestionKey(setting);
 }
 
 }  // namespace
 
 void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) {
-    const String oldInstallDir = oldIni.GetValue(Names::kConfiguration, L"installdir");
+    const String oldInstallDir = GetValue(oldIni, Key::kInstallDir);
     const String newInstallDir = settings.Get(L"InstallDir");
     for (const ClientConfKey& row : ClientConfKeyMap()) {
         String value;
         if (!oldIni.GetValue(row.oldKey.section, String(row.oldKey.key).Lower(), value)) continue;
         if (row.isPath) RebasePath(value, oldInstallDir, newInstallDir);
-        newIni.SetValue(row.newKey.section, row.newKey.key, value);
-        if (!row.setting.empty() && !IsAnswered(row.setting, settings)) settings.Value(row.setting) = value;
+        SetValue(newIni, row.newKey, value);
+        if (!row.setting.IsNone() && !IsAnswered(row.setting, settings)) settings.Value(row.setting) = value;
     }
-    for (const wchar_t* setting : kRebasedSettings)
+    for (const SettingName setting : kRebasedSettings)
         RebasePath(settings.Value(setting), oldInstallDir, newInstallDir);
 }
 

@@ -10,8 +10,10 @@
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
 #include "run/Error.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/Texts.h"
 #include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
@@ -24,7 +26,7 @@ namespace {
 
 // The two ways of writing tell of a template that cannot be read with texts that differ by a blank.
 constexpr const wchar_t* kUnreadableFresh = L"Missing or unreadable file in install. File:";
-constexpr const wchar_t* kUnreadableUpgrade = L"Missing or unreadable file in install. File: ";
+constexpr const wchar_t* kUnreadableUpgrade = Texts::kUnreadableFile;
 
 /// A value on one line: it brings no lines of its own into the file.
 String OneLine(String value) {
@@ -43,7 +45,7 @@ bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& t
 
 bool ApplySettings(IniFile ini, const Settings& settings) {
     return ApplySettingsToClientConf(ini, settings) &&
-           (ini.Write().Ok() || Error::Fail(L"Unable to write to file: ", ini.FileName()));
+           (ini.Write().Ok() || Error::Fail(Texts::kUnwritableFile, ini.FileName()));
 }
 
 bool UpgradeClientConf(const String& outputPath, Settings& settings,
@@ -52,8 +54,7 @@ bool UpgradeClientConf(const String& outputPath, Settings& settings,
     // Going on would replace the administrator's values by defaults.
     if (!oldIni.ReadResult() && !IsNotFound(oldIni.ReadResult()))
         return Error::Fail(kUnreadableUpgrade, installed.confPath);
-    if (!settings.IsSet(L"KSName"))
-        settings.Value(L"KSName") = oldIni.GetValue(Names::kKellServers, L"server-1");
+    if (!settings.IsSet(L"KSName")) settings.Value(L"KSName") = GetValue(oldIni, Key::kServer);
     String text;
     if (!ReadTemplate(settings, kUnreadableUpgrade, text)) return false;
     const String etc = settings.Get(L"InstallDir") + L"/etc";

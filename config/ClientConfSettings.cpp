@@ -6,6 +6,7 @@
 #include "config/GuidFile.h"
 #include "config/SystemProbes.h"
 #include "corekit/text/Text.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/PathMacros.h"
@@ -53,7 +54,7 @@ std::optional<String> Written(const String& value, ValueKind kind, const Setting
 void ApplyKeyTable(IniFile& ini, const Settings& settings) {
     for (const ClientConfKey& row : ClientConfKeyMap()) {
         const auto written = Written(settings.Get(row.setting), row.kind, settings);
-        if (written) ini.SetValue(row.newKey.section, row.newKey.key, *written);
+        if (written) SetValue(ini, row.newKey, *written);
     }
 }
 
@@ -64,32 +65,30 @@ String NicError(const Settings& settings) {
 
 /// The path of a file: settings name its directory and the file in it.
 struct FileKey {
-    const wchar_t* key;
-    const wchar_t* directory;
-    const wchar_t* name;
+    ConfKey key;
+    SettingName directory;
+    SettingName name;
 };
 constexpr FileKey kFileKeys[] = {
-    {L"guid_guid_file", L"GuidDir", L"GuidFile"},
-    {L"debug_output", L"LogDir", L"LogFile"},
+    {Key::kGuidFile, L"GuidDir", L"GuidFile"},
+    {Key::kDebugOutput, L"LogDir", L"LogFile"},
 };
 
 /// A setting as it stands, or a value of the agent's where that is empty.
 struct TextKey {
-    const wchar_t* key;
-    const wchar_t* setting;
+    ConfKey key;
+    SettingName setting;
     const wchar_t* fallback;
 };
 constexpr TextKey kTextKeys[] = {
-    {L"debug_file_size", L"LogSize", L"1024"},
-    {L"debug_level", L"LogLevel", L"info"},
-    {L"syslog_level", L"SysLogLevel", L"none"},
+    {Key::kDebugFileSize, L"LogSize", L"1024"},
+    {Key::kDebugLevel, L"LogLevel", L"info"},
+    {Key::kSyslogLevel, L"SysLogLevel", L"none"},
 };
 
 void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
-    const auto set = [&](const wchar_t* key, const String& value) {
-        ini.SetValue(Names::kConfiguration, key, value);
-    };
-    set(L"basicinv_ip_error_return_value", NicError(settings));
+    const auto set = [&](const ConfKey& key, const String& value) { SetValue(ini, key, value); };
+    set(Key::kNicError, NicError(settings));
     for (const FileKey& row : kFileKeys) {
         set(row.key, FileBelow(Expanded(settings.Get(row.directory), settings), settings.Get(row.name)));
     }
@@ -97,11 +96,11 @@ void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
         set(row.key, settings.IsSet(row.setting) ? settings.Get(row.setting) : row.fallback);
     }
     if (settings.Exists(L"KSUrlFormat")) {
-        ini.SetValue(Names::kClientTransport, L"ks_url_format", settings.Get(L"KSUrlFormat"));
+        SetValue(ini, Key::kUrlFormat, settings.Get(L"KSUrlFormat"));
     }
     const RunLevels levels = SplitRunLevels(settings.Get(L"RunLevel"));
-    set(L"runlevels_start", levels.startList);
-    set(L"runlevels_stop", levels.stopList);
+    set(Key::kStartLevels, levels.startList);
+    set(Key::kStopLevels, levels.stopList);
 }
 
 }  // namespace

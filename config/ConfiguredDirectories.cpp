@@ -5,6 +5,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "run/Error.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
@@ -31,23 +32,23 @@ int CreateEtcBelow(const String& installDir) {
     return CreateConfiguredDirectory(installDir + L"/etc");
 }
 
-/// A key of section Configuration, and what makes its value a directory that is ready: 0, or 1 with the error
+/// A key, and what makes its value a directory that is ready: 0, or 1 with the error
 /// text set.
 struct DirectoryKey {
-    const wchar_t* key;
+    ConfKey key;
     int (*prepare)(const String& value);
 };
 constexpr DirectoryKey kDirectoryKeys[] = {
-    {L"bindir", CheckConfiguredDirectory},
-    {L"tmpdir", CreateConfiguredDirectory},
-    {L"var", CreateConfiguredDirectory},
-    {L"guid_guid_file", CreateForFile},
-    {L"event_queue_dir", CreateConfiguredDirectory},
-    {L"task_storage_path", CreateConfiguredDirectory},
-    {L"package_storage_path", CreateConfiguredDirectory},
-    {L"swd_storage_path", CreateConfiguredDirectory},
-    {L"debug_output", CreateForFile},
-    {L"installdir", CreateEtcBelow},
+    {Key::kBinDir, CheckConfiguredDirectory},
+    {Key::kTmpDir, CreateConfiguredDirectory},
+    {Key::kVar, CreateConfiguredDirectory},
+    {Key::kGuidFile, CreateForFile},
+    {Key::kEventQueueDir, CreateConfiguredDirectory},
+    {Key::kTaskDir, CreateConfiguredDirectory},
+    {Key::kPackageDir, CreateConfiguredDirectory},
+    {Key::kSwdDir, CreateConfiguredDirectory},
+    {Key::kDebugOutput, CreateForFile},
+    {Key::kInstallDir, CreateEtcBelow},
 };
 
 }  // namespace
@@ -71,7 +72,7 @@ int CheckConfiguredDirectory(const String& path) {
 
 bool PrepareConfiguredDirectories(const corekit::IniFile& conf) {
     for (const DirectoryKey& row : kDirectoryKeys) {
-        if (row.prepare(conf.GetValue(Names::kConfiguration, row.key)) != 0) return false;
+        if (row.prepare(GetValue(conf, row.key)) != 0) return false;
     }
     return true;
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "corekit/fs/Path.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -13,17 +14,9 @@ using corekit::String;
 
 namespace {
 
-struct NamedPath {
-    const wchar_t* section;
-    const wchar_t* key;
-};
-
-constexpr NamedPath kNamedPaths[] = {
-    {Names::kConfiguration, L"installdir"},           {Names::kConfiguration, L"event_queue_dir"},
-    {Names::kConfiguration, L"task_storage_path"},    {Names::kConfiguration, L"swd_storage_path"},
-    {Names::kConfiguration, L"package_storage_path"}, {Names::kConfiguration, L"var"},
-    {Names::kConfiguration, L"guid_guid_file"},       {Names::kConfiguration, L"debug_output"},
-    {Names::kClientTransport, L"ssl_ca_info"},        {Names::kClientTransport, L"ssl_ca_path"},
+constexpr ConfKey kNamedPaths[] = {
+    Key::kInstallDir, Key::kEventQueueDir, Key::kTaskDir,     Key::kSwdDir, Key::kPackageDir,
+    Key::kVar,        Key::kGuidFile,      Key::kDebugOutput, Key::kCAInfo, Key::kCAPath,
 };
 
 /// Without the slashes and the "." at the end of a path: no directory can be removed by that name.
@@ -42,14 +35,14 @@ String UsableDirectory(const String& value) {
     return WithoutDots(directory) + L"/";
 }
 
-String ConfiguredDirectory(const IniFile& conf, const String& key) {
-    return UsableDirectory(conf.GetValue(Names::kConfiguration, key));
+String ConfiguredDirectory(const IniFile& conf, const ConfKey& key) {
+    return UsableDirectory(GetValue(conf, key));
 }
 
 std::vector<String> NamedPaths(const IniFile& conf) {
     std::vector<String> paths;
-    for (const NamedPath& named : kNamedPaths) {
-        const String path = conf.GetValue(named.section, named.key);
+    for (const ConfKey& key : kNamedPaths) {
+        const String path = GetValue(conf, key);
         if (!path.IsEmpty()) paths.push_back(path);
     }
     return paths;

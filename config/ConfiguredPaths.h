@@ -5,19 +5,16 @@
 
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/String.h"
+#include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {
-
-/// The keys, in the section Configuration, of the directories that hold the agent's data.
-inline constexpr const wchar_t* kStoreKeys[] = {L"event_queue_dir", L"task_storage_path", L"swd_storage_path",
-                                                L"package_storage_path"};
 
 /// The directory that a value names, ending in its name and "/". Empty when it names none to work in: an
 /// empty value, a relative one (nobody knows what to), and the root however it is spelled.
 corekit::String UsableDirectory(const corekit::String& value);
 
-/// The same for a key of the section Configuration.
-corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const corekit::String& key);
+/// The same for a key.
+corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey& key);
 
 /// The paths that a client.conf names, as they stand there, without the empty ones: the install directory,
 /// the stores, the variable data, the GUID file, the log and the certificates.

@@ -2,6 +2,7 @@
 #include "config/GuidFile.h"
 
 #include "corekit/fs/File.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -12,7 +13,7 @@ using corekit::String;
 namespace {
 
 String PathIn(const IniFile& conf) {
-    return conf.GetValue(Names::kConfiguration, L"guid_guid_file");
+    return GetValue(conf, Key::kGuidFile);
 }
 
 }  // namespace

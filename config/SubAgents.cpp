@@ -1,6 +1,7 @@
 // The registrations of sub-agents: which sections and keys hold them.
 #include "config/SubAgents.h"
 
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -13,11 +14,10 @@ namespace {
 constexpr const wchar_t* kClassServers = L"Class Servers";
 constexpr const wchar_t* kStaticAgents = L"Static Agents";
 constexpr const wchar_t* kOwnTracker = L"zorvane.qdnntracker";
-constexpr const wchar_t* kRoles = L"agent_roles";
 
 /// Lists with an item for each sub-agent, all in the same order.
-constexpr const wchar_t* kParallelLists[] = {L"sub_agent_names", L"sub_agent_versions",
-                                             L"sub_agent_build_nums", L"sub_agent_paths"};
+constexpr ConfKey kParallelLists[] = {Key::kSubAgentNames, Key::kSubAgentVersions, Key::kSubAgentBuilds,
+                                      Key::kSubAgentPaths};
 
 IniFile::Entries EntriesOf(const IniFile& ini, const String& section) {
     IniFile::Entries entries;
@@ -43,21 +43,21 @@ void CarryClassServers(const IniFile& oldIni, IniFile& newIni) {
 /// sub-agents.
 void CarryParallelLists(const IniFile& oldIni, IniFile& newIni) {
     bool carriesAny = false;
-    for (const wchar_t* list : kParallelLists) {
-        if (!oldIni.GetValue(Names::kConfiguration, list).IsEmpty()) carriesAny = true;
+    for (const ConfKey& list : kParallelLists) {
+        if (!GetValue(oldIni, list).IsEmpty()) carriesAny = true;
     }
     if (!carriesAny) return;
-    for (const wchar_t* list : kParallelLists) {
-        const String old = oldIni.GetValue(Names::kConfiguration, list);
-        if (!old.IsEmpty() || !newIni.GetValue(Names::kConfiguration, list).IsEmpty()) {
-            newIni.SetValue(Names::kConfiguration, list, old);
+    for (const ConfKey& list : kParallelLists) {
+        const String old = GetValue(oldIni, list);
+        if (!old.IsEmpty() || !GetValue(newIni, list).IsEmpty()) {
+            SetValue(newIni, list, old);
         }
     }
 }
 
 void CarryRoles(const IniFile& oldIni, IniFile& newIni) {
-    const String roles = oldIni.GetValue(Names::kConfiguration, kRoles);
-    if (!roles.IsEmpty()) newIni.SetValue(Names::kConfiguration, kRoles, roles);
+    const String roles = GetValue(oldIni, Key::kAgentRoles);
+    if (!roles.IsEmpty()) SetValue(newIni, Key::kAgentRoles, roles);
 }
 
 void CarryStaticAgents(const IniFile& oldIni, IniFile& newIni) {

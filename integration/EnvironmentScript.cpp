@@ -8,6 +8,7 @@
 #include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -24,7 +25,7 @@ bool WriteEnvironmentScript(const String& scriptPath, const String& installDir) 
     String text = String::FromUtf8(kEnvironmentScript);
     text.Replace(L"%INSTDIR%", installDir);
     Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(scriptPath)));
-    if (!corekit::File::Write(scriptPath, text)) return Error::Fail(L"Unable to write to file: ", scriptPath);
+    if (!corekit::File::Write(scriptPath, text)) return Error::Fail(Texts::kUnwritableFile, scriptPath);
     if (!corekit::File::Chmod(scriptPath, 0755)) {
         return Error::Fail(L"Unable to set permissions on file: ", scriptPath);
     }

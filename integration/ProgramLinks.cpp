@@ -9,6 +9,7 @@
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "deploykit/WrapperLinkBackend.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
@@ -50,7 +51,7 @@ void LinkHelper(const String& linkDir) {
 }  // namespace
 
 bool CreateProgramLinks(const SetupContext& context) {
-    const String linkDir = corekit::IniFile(context.confPath).GetValue(Names::kConfiguration, L"bindir");
+    const String linkDir = GetValue(corekit::IniFile(context.confPath), Key::kBinDir);
     LinkPrograms(context.settings->Get(L"InstallDir"), linkDir);
     LinkHelper(linkDir);
     return true;

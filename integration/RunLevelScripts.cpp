@@ -10,6 +10,7 @@
 #include "corekit/ini/IniFile.h"
 #include "deploykit/RCScriptBackend.h"
 #include "run/Error.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
@@ -41,7 +42,7 @@ bool InstallService(const SetupContext& context, const String& installDir) {
     // One that cannot be read names no levels: nothing would start the agent.
     if (!conf.ReadResult()) return false;
     const String templatePath = installDir + L"/etc/" + TemplateName(DetectDistribution());
-    const RunLevels levels = SplitRunLevels(conf.GetValue(Names::kConfiguration, L"runlevels_start"));
+    const RunLevels levels = SplitRunLevels(GetValue(conf, Key::kStartLevels));
     Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
     return RCScriptBackend::Install(Names::kServiceName, templatePath, installDir, levels.startList,
                                     levels.stopList);

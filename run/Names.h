@@ -1,4 +1,4 @@
-// Fixed names and paths: the service, files of an installation, hand-over files and sections of client.conf.
+// Fixed names and paths: the service, files of an installation and hand-over files.
 #pragma once
 
 namespace Zorvane::AgentInstaller::Names {
@@ -24,11 +24,5 @@ inline constexpr const wchar_t* kReinstallClientConf = L"/tmp/ksclt/.reinstall-c
 
 // The inventory solution's configuration, which stands for an agent of version 5.5.
 inline constexpr const wchar_t* kInventoryConf = L"/etc/qdn-invsoln/master.cfg";
-
-// Sections of client.conf.
-inline constexpr const wchar_t* kConfiguration = L"Configuration";
-inline constexpr const wchar_t* kClientTransport = L"Client Transport";
-inline constexpr const wchar_t* kClientDetails = L"Client Details";
-inline constexpr const wchar_t* kKellServers = L"Kell Servers";
 
 }  // namespace Zorvane::AgentInstaller::Names

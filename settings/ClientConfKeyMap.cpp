@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "run/Keys.h"
+
 namespace Zorvane::AgentInstaller {
 
 namespace {
@@ -10,19 +12,19 @@ namespace {
 using Text = std::wstring_view;
 
 constexpr ClientConfKey Carried(Text key) {
-    return {KeyPath(key), KeyPath(key), L"", ValueKind::None, false};
+    return {ConfKey(key), ConfKey(key), {}, ValueKind::None, false};
 }
 constexpr ClientConfKey CarriedPath(Text key) {
-    return {KeyPath(key), KeyPath(key), L"", ValueKind::None, true};
+    return {ConfKey(key), ConfKey(key), {}, ValueKind::None, true};
 }
 constexpr ClientConfKey Renamed(Text oldKey, Text newKey) {
-    return {KeyPath(oldKey), KeyPath(newKey), L"", ValueKind::None, false};
+    return {ConfKey(oldKey), ConfKey(newKey), {}, ValueKind::None, false};
 }
-constexpr ClientConfKey Fed(Text key, Text setting, ValueKind kind) {
-    return {KeyPath(key), KeyPath(key), setting, kind, false};
+constexpr ClientConfKey Fed(Text key, SettingName setting, ValueKind kind) {
+    return {ConfKey(key), ConfKey(key), setting, kind, false};
 }
-constexpr ClientConfKey PathFed(Text key, Text setting, ValueKind kind) {
-    return {KeyPath(key), KeyPath(key), setting, kind, true};
+constexpr ClientConfKey PathFed(Text key, SettingName setting, ValueKind kind) {
+    return {ConfKey(key), ConfKey(key), setting, kind, true};
 }
 
 constexpr ClientConfKey kRows[] = {
@@ -137,7 +139,7 @@ constexpr ClientConfKey kRows[] = {
     Renamed(L"Configuration/swd_temporary_dir", L"SWD/swd_temporary_dir"),
 };
 
-constexpr bool IsComplete(const KeyPath& path) {
+constexpr bool IsComplete(const ConfKey& path) {
     return !path.section.empty() && !path.key.empty() && path.key.find(L'/') == Text::npos;
 }
 
@@ -154,7 +156,7 @@ static_assert(std::size(kRows) == 109);
 static_assert(AreOldKeysUnique());
 static_assert(std::all_of(std::begin(kRows), std::end(kRows), [](const ClientConfKey& row) {
     return IsComplete(row.oldKey) && IsComplete(row.newKey) &&
-           (row.kind == ValueKind::None) == row.setting.empty();
+           (row.kind == ValueKind::None) == row.setting.IsNone();
 }));
 
 }  // namespace

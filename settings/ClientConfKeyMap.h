@@ -1,10 +1,9 @@
 // How the keys of client.conf relate: an older agent's key, the key of today and the setting that feeds it.
 #pragma once
 
-#include <algorithm>
-#include <compare>
 #include <span>
-#include <string_view>
+
+#include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -18,23 +17,11 @@ enum class ValueKind : int {
     OptionalPath = 5,  // the same, but an empty one stays empty
 };
 
-/// A key of client.conf, written "Section/key" in the table; without a "/" the key is empty.
-struct KeyPath {
-    constexpr explicit KeyPath(std::wstring_view path)
-        : section(path.substr(0, path.find(L'/'))),
-          key(path.substr(std::min(section.size() + 1, path.size()))) {}
-
-    constexpr auto operator<=>(const KeyPath&) const = default;
-
-    std::wstring_view section;
-    std::wstring_view key;
-};
-
 /// One row: `newKey` takes the value that an older file has under `oldKey`, and then the setting's.
 struct ClientConfKey {
-    KeyPath oldKey;
-    KeyPath newKey;
-    std::wstring_view setting;  // empty: none
+    ConfKey oldKey;
+    ConfKey newKey;
+    SettingName setting;  // none where no setting feeds the key
     ValueKind kind;
     bool isPath;  // may lie below the old install directory
 };

@@ -24,14 +24,14 @@ bool IsOneOf(const String& word, const wchar_t* const (&words)[count]) {
 
 // Each takes a value over into the settings; false when the value is bad.
 
-bool TakeServer(const wchar_t*, const String& value, Settings& settings) {
+bool TakeServer(SettingName, const String& value, Settings& settings) {
     const ServerUrl url(value);
     if (!url.IsValid() || (url.Scheme() != ServerUrl::Http && url.Scheme() != ServerUrl::Https)) return false;
     url.Compose(settings);
     return true;
 }
 
-bool TakeBoolean(const wchar_t* setting, const String& value, Settings& settings) {
+bool TakeBoolean(SettingName setting, const String& value, Settings& settings) {
     const String word = value.Lower();
     const bool isTrue = IsOneOf(word, kTrueWords);
     if (!isTrue && !IsOneOf(word, kFalseWords)) return false;
@@ -39,16 +39,16 @@ bool TakeBoolean(const wchar_t* setting, const String& value, Settings& settings
     return true;
 }
 
-bool TakeRunLevels(const wchar_t* setting, const String& value, Settings& settings) {
+bool TakeRunLevels(SettingName setting, const String& value, Settings& settings) {
     if (value.FindOneOf(L"0123456789") == String::npos) return false;
     settings.Value(setting) = value;
     return true;
 }
 
 struct EnvOverride {
-    const wchar_t* setting;
+    SettingName setting;
     const wchar_t* variable;
-    bool (*take)(const wchar_t* setting, const String& value, Settings& settings);
+    bool (*take)(SettingName setting, const String& value, Settings& settings);
 };
 constexpr EnvOverride kOverrides[] = {
     {L"KSName", L"QDN_INSTALL_KSNAME", TakeServer},

@@ -49,8 +49,8 @@ std::span<const Question> Questions() {
     return kQuestions;
 }
 
-bool IsQuestionKey(const corekit::String& setting) {
-    return std::ranges::find(kQuestions, setting.View(), &Question::key) != std::end(kQuestions);
+bool IsQuestionKey(SettingName setting) {
+    return std::ranges::find(kQuestions, setting, &Question::key) != std::end(kQuestions);
 }
 
 }  // namespace Zorvane::AgentInstaller

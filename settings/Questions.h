@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "corekit/text/String.h"
+#include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -12,7 +13,7 @@ namespace Zorvane::AgentInstaller {
 enum class AnswerKind : int { Text = 0, Directory = 1, NonEmpty = 2, YesNo = 3, Digits = 4 };
 
 struct Question {
-    std::wstring_view key;  // the setting that the answer becomes
+    SettingName key;  // the setting that the answer becomes
     std::wstring_view prompt;
     std::wstring_view defaultAnswer;  // may hold the macros of paths
     AnswerKind kind;
@@ -23,6 +24,6 @@ struct Question {
 std::span<const Question> Questions();
 
 /// Is the setting one that the questionnaire asks for?
-bool IsQuestionKey(const corekit::String& setting);
+bool IsQuestionKey(SettingName setting);
 
 }  // namespace Zorvane::AgentInstaller

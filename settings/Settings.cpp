@@ -10,16 +10,16 @@ namespace Zorvane::AgentInstaller {
 using corekit::String;
 using Messages::Shown;
 
-String Settings::Get(const String& name) const {
+String Settings::Get(SettingName name) const {
     const auto found = m_usual.find(name);
     return found == m_usual.end() ? String() : found->second;
 }
 
-bool Settings::IsSet(const String& name) const {
+bool Settings::IsSet(SettingName name) const {
     return !Get(name).IsEmpty();
 }
 
-bool Settings::IsYes(const String& name) const {
+bool Settings::IsYes(SettingName name) const {
     return Get(name) == L"yes";
 }
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "corekit/text/String.h"
+#include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -23,19 +24,19 @@ class Settings {
     virtual ~Settings() = default;
 
     /// The value, to read or assign; a setting that is absent is made, empty.
-    corekit::String& Value(const corekit::String& name) { return m_usual[name]; }
+    corekit::String& Value(SettingName name) { return m_usual[name]; }
 
     /// The value, "" for a setting that is absent. Makes nothing.
-    corekit::String Get(const corekit::String& name) const;
+    corekit::String Get(SettingName name) const;
 
     /// Present and not empty? Makes nothing.
-    bool IsSet(const corekit::String& name) const;
+    bool IsSet(SettingName name) const;
 
     /// Present, be it empty? Makes nothing.
-    bool Exists(const corekit::String& name) const { return m_usual.contains(name); }
+    bool Exists(SettingName name) const { return m_usual.contains(name); }
 
     /// Is the value exactly "yes"? Makes nothing.
-    bool IsYes(const corekit::String& name) const;
+    bool IsYes(SettingName name) const;
 
     /// Takes over the other's usual settings that are not empty, and its RunLevel even when that is empty.
     /// Extra settings are not taken over.

@@ -14,24 +14,24 @@ using corekit::String;
 
 namespace {
 
-constexpr const wchar_t* kElementSettings[] = {
+constexpr SettingName kElementSettings[] = {
     L"KSName",       L"KSProtocol", L"Guid",          L"InstallDir",  L"BinDir",       L"TempDir",
     L"GuidDir",      L"GuidFile",   L"EventQueueDir", L"TasksDir",    L"PackagesDir",  L"SWDDir",
     L"SerialNumber", L"AssetTag",   L"EmployeeID",    L"ContactName", L"ContactPhone", L"ContactEmail",
     L"Location",     L"Department", L"Description",
 };
 
-constexpr const wchar_t* kSettingsAttributes[] = {L"UseKSIPAddress", L"UseDomain", L"EnableNICError",
-                                                  L"Upgrade",        L"Start",     L"AllowNonRoot",
-                                                  L"StartupOnBoot",  L"RunLevel"};
-constexpr const wchar_t* kCurlSslAttributes[] = {L"SSLVerifyPeer", L"SSLVerifyHost", L"CAInfo", L"CAPath"};
-constexpr const wchar_t* kEventLogAttributes[] = {L"LogDir", L"LogFile", L"LogSize", L"LogLevel",
-                                                  L"SysLogLevel"};
+constexpr SettingName kSettingsAttributes[] = {L"UseKSIPAddress", L"UseDomain", L"EnableNICError",
+                                               L"Upgrade",        L"Start",     L"AllowNonRoot",
+                                               L"StartupOnBoot",  L"RunLevel"};
+constexpr SettingName kCurlSslAttributes[] = {L"SSLVerifyPeer", L"SSLVerifyHost", L"CAInfo", L"CAPath"};
+constexpr SettingName kEventLogAttributes[] = {L"LogDir", L"LogFile", L"LogSize", L"LogLevel",
+                                               L"SysLogLevel"};
 
 /// The settings that are attributes of one element.
 struct AttributeSettings {
     const wchar_t* element;
-    std::span<const wchar_t* const> attributes;
+    std::span<const SettingName> attributes;
 };
 constexpr AttributeSettings kAttributeSettings[] = {
     {L"Settings", kSettingsAttributes},
@@ -71,17 +71,17 @@ void ReadExtraSettings(const BasicXml& document, AttributeMap& attributes, Setti
 
 }  // namespace
 
-void ReadElementSetting(Settings& settings, const BasicXml& document, const String& name) {
+void ReadElementSetting(Settings& settings, const BasicXml& document, SettingName name) {
     settings.Value(name) = name == L"KSName" ? ServerName(document) : document.GetText(name).Trim();
 }
 
 std::unique_ptr<Settings> ReadXmlConfig(const BasicXml& document) {
     auto settings = std::make_unique<Settings>();
-    for (const wchar_t* name : kElementSettings) ReadElementSetting(*settings, document, name);
+    for (const SettingName name : kElementSettings) ReadElementSetting(*settings, document, name);
     AttributeMap attributes;
     for (const AttributeSettings& row : kAttributeSettings) {
         document.GetAttributes(row.element, attributes);
-        for (const wchar_t* name : row.attributes) settings->Value(name) = attributes[name];
+        for (const SettingName name : row.attributes) settings->Value(name) = attributes[name];
     }
     if (settings->IsSet(L"Guid")) settings->Value(L"Guid") = NormalisedGuid(settings->Value(L"Guid"));
     if (!settings->IsSet(L"KSProtocol")) settings->Value(L"KSProtocol") = L"http";

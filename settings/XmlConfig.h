@@ -14,7 +14,7 @@ std::unique_ptr<Settings> ReadXmlConfig(const corekit::BasicXml& document);
 
 /// Sets the setting that is the trimmed text of the element of its name. KSName takes the port with it, and
 /// is the address where that is to be used.
-void ReadElementSetting(Settings& settings, const corekit::BasicXml& document, const corekit::String& name);
+void ReadElementSetting(Settings& settings, const corekit::BasicXml& document, SettingName name);
 
 /// The settings of the built-in document: the defaults.
 std::unique_ptr<Settings> DefaultSettings();

@@ -10,6 +10,7 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
@@ -28,10 +29,6 @@ struct StoreMove {
     String to;
 };
 
-String Value(const IniFile& conf, const wchar_t* key) {
-    return conf.GetValue(Names::kConfiguration, key);
-}
-
 bool IsToMove(const StoreMove& move) {
     return !UsableDirectory(move.from).IsEmpty() && corekit::File::MayBeDirectory(move.from) &&
            !Path::IsMatch(move.from, move.to);
@@ -40,8 +37,8 @@ bool IsToMove(const StoreMove& move) {
 /// The stores to move, those that lie within another one before it: each takes its own way.
 std::vector<StoreMove> StoresToMove(const IniFile& oldConf, const IniFile& newConf) {
     std::vector<StoreMove> moves;
-    for (const wchar_t* store : kStoreKeys) {
-        const StoreMove move{Value(oldConf, store), Value(newConf, store)};
+    for (const ConfKey& store : Key::kStores) {
+        const StoreMove move{GetValue(oldConf, store), GetValue(newConf, store)};
         if (IsToMove(move)) moves.push_back(move);
     }
     std::stable_sort(moves.begin(), moves.end(), [](const StoreMove& left, const StoreMove& right) {
@@ -82,8 +79,8 @@ DataMove MoveData(const IniFile& oldConf, const IniFile& newConf) {
 }
 
 void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataMove dataMove) {
-    const String oldDir = Value(oldConf, L"installdir");
-    const String newDir = Value(newConf, L"installdir");
+    const String oldDir = GetValue(oldConf, Key::kInstallDir);
+    const String newDir = GetValue(newConf, Key::kInstallDir);
     if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
     if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
     const String why = WhyTreeIsKept(oldDir, newConf, dataMove);

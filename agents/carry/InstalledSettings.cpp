@@ -6,7 +6,9 @@
 #include "corekit/text/Ascii.h"
 #include "corekit/text/Text.h"
 #include "run/Error.h"
+#include "run/Keys.h"
 #include "run/Names.h"
+#include "run/Texts.h"
 #include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
@@ -20,40 +22,37 @@ namespace {
 /// A setting that is the value of a key as it stands, and the first generation whose files carry it.
 struct LoadedKey {
     Generation since;
-    const wchar_t* setting;
-    const wchar_t* section;
-    const wchar_t* key;
+    SettingName setting;
+    ConfKey key;
 };
 
 constexpr LoadedKey kLoadedKeys[] = {
-    {Generation::Agent60, L"KSName", Names::kKellServers, L"server-1"},
-    {Generation::Agent56, L"InstallDir", Names::kConfiguration, L"installdir"},
-    {Generation::Agent56, L"TempDir", Names::kConfiguration, L"tmpdir"},
-    {Generation::Agent56, L"BinDir", Names::kConfiguration, L"bindir"},
-    {Generation::Agent56, L"LogLevel", Names::kConfiguration, L"debug_level"},
-    {Generation::Agent56, L"LogSize", Names::kConfiguration, L"debug_file_size"},
-    {Generation::Agent56, L"EventQueueDir", Names::kConfiguration, L"event_queue_dir"},
-    {Generation::Agent56, L"TasksDir", Names::kConfiguration, L"task_storage_path"},
-    {Generation::Agent60, L"PackagesDir", Names::kConfiguration, L"package_storage_path"},
-    {Generation::Agent60, L"SWDDir", Names::kConfiguration, L"swd_storage_path"},
-    {Generation::Agent60, L"SysLogLevel", Names::kConfiguration, L"syslog_level"},
-    {Generation::Agent56, L"NICError", Names::kConfiguration, L"basicinv_ip_error_return_value"},
-    {Generation::Agent60, L"KSUrlFormat", Names::kClientTransport, L"ks_url_format"},
-    {Generation::Agent60, L"Description", Names::kClientDetails, L"description"},
+    {Generation::Agent60, L"KSName", Key::kServer},
+    {Generation::Agent56, L"InstallDir", Key::kInstallDir},
+    {Generation::Agent56, L"TempDir", Key::kTmpDir},
+    {Generation::Agent56, L"BinDir", Key::kBinDir},
+    {Generation::Agent56, L"LogLevel", Key::kDebugLevel},
+    {Generation::Agent56, L"LogSize", Key::kDebugFileSize},
+    {Generation::Agent56, L"EventQueueDir", Key::kEventQueueDir},
+    {Generation::Agent56, L"TasksDir", Key::kTaskDir},
+    {Generation::Agent60, L"PackagesDir", Key::kPackageDir},
+    {Generation::Agent60, L"SWDDir", Key::kSwdDir},
+    {Generation::Agent60, L"SysLogLevel", Key::kSyslogLevel},
+    {Generation::Agent56, L"NICError", Key::kNicError},
+    {Generation::Agent60, L"KSUrlFormat", Key::kUrlFormat},
+    {Generation::Agent60, L"Description", Key::kDescription},
 };
 
 /// A setting pair that is the directory and the name of a file.
 struct LoadedFile {
-    const wchar_t* directorySetting;
-    const wchar_t* nameSetting;
-    const wchar_t* key;
+    SettingName directorySetting;
+    SettingName nameSetting;
+    ConfKey key;
 };
 
-constexpr const wchar_t* kGuidFile = L"guid_guid_file";
-
 constexpr LoadedFile kLoadedFiles[] = {
-    {L"GuidDir", L"GuidFile", kGuidFile},
-    {L"LogDir", L"LogFile", L"debug_output"},
+    {L"GuidDir", L"GuidFile", Key::kGuidFile},
+    {L"LogDir", L"LogFile", Key::kDebugOutput},
 };
 
 /// The text of a GUID file without the line "null" that ends it.
@@ -72,19 +71,19 @@ String CarriedPath(const IniFile& conf, String path) {
     const String& copy = conf.FileName();
     if (!copy.EndsWith(Names::kSavedClientConf)) return path;
     const String newInstallDir = copy.Left(copy.Length() - String(Names::kSavedClientConf).Length());
-    RebasePath(path, conf.GetValue(Names::kConfiguration, L"installdir"), newInstallDir);
+    RebasePath(path, GetValue(conf, Key::kInstallDir), newInstallDir);
     return path;
 }
 
 /// False, with the error text set, when there may be a file that cannot be read: the run would take the
 /// identifier away from a host that has one.
 bool LoadGuid(const IniFile& conf, Settings& settings) {
-    const String usual = conf.GetValue(Names::kConfiguration, kGuidFile);
+    const String usual = GetValue(conf, Key::kGuidFile);
     if (usual.IsEmpty()) return true;
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
         String text;
         const corekit::Result read = corekit::File::Read(path, text);
-        if (IsTransient(read)) return Error::Fail(L"Missing or unreadable file in install. File: ", path);
+        if (IsTransient(read)) return Error::Fail(Texts::kUnreadableFile, path);
         if (!read) continue;
         settings.Value(L"Guid") = GuidIn(text);
         break;
@@ -106,13 +105,12 @@ String RunLevelItems(const String& digits) {
 
 void LoadRunLevel(const IniFile& conf, Settings& settings) {
     String digits;
-    if (conf.GetValue(Names::kConfiguration, L"runlevels_start", digits))
-        settings.Value(L"RunLevel") = RunLevelItems(digits);
+    if (GetValue(conf, Key::kStartLevels, digits)) settings.Value(L"RunLevel") = RunLevelItems(digits);
 }
 
 void LoadDescription(const IniFile& conf, Settings& settings) {
     String& description = settings.Value(L"Description");
-    if (description.IsEmpty()) description = conf.GetValue(Names::kClientDetails, L"descriptions");
+    if (description.IsEmpty()) description = GetValue(conf, Key::kDescriptions);
 }
 
 }  // namespace
@@ -120,10 +118,10 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
 std::unique_ptr<Settings> LoadInstalledSettings(const IniFile& conf, Generation generation) {
     auto settings = std::make_unique<Settings>();
     for (const LoadedKey& row : kLoadedKeys) {
-        if (row.since <= generation) settings->Value(row.setting) = conf.GetValue(row.section, row.key);
+        if (row.since <= generation) settings->Value(row.setting) = GetValue(conf, row.key);
     }
     for (const LoadedFile& row : kLoadedFiles) {
-        const String path = conf.GetValue(Names::kConfiguration, row.key);
+        const String path = GetValue(conf, row.key);
         settings->Value(row.directorySetting) = Path::GetDirectory(path);
         settings->Value(row.nameSetting) = Path::GetFileName(path);
     }

@@ -10,6 +10,7 @@
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 
@@ -23,18 +24,18 @@ namespace Path = corekit::Path;
 
 namespace {
 
-/// A key of the section Configuration, and what the agent took it for where it was missing.
+/// A key, and what the agent took it for where it was missing.
 struct OldKey {
-    const wchar_t* name;
+    ConfKey name;
     const wchar_t* fallback;
 };
 
-constexpr OldKey kInstallDir = {L"installdir", L"/opt/zorvane/kell/ksagent"};
-constexpr OldKey kLibraryDir = {L"libdir", L"/opt/zorvane/kell/ksagent/lib"};
-constexpr OldKey kTaskDir = {L"task_storage_path", L"/opt/zorvane/kell/ksagent/var/tasks"};
-constexpr OldKey kDebugLog = {L"debug_output", L"/opt/zorvane/kell/ksagent/var/qdn-client.log"};
-constexpr OldKey kVariableData = {L"var", L"/opt/zorvane/kell/ksagent/var"};
-constexpr OldKey kTemporaryDir = {L"tmpdir", L"/tmp"};
+constexpr OldKey kInstallDir = {Key::kInstallDir, L"/opt/zorvane/kell/ksagent"};
+constexpr OldKey kLibraryDir = {Key::kLibDir, L"/opt/zorvane/kell/ksagent/lib"};
+constexpr OldKey kTaskDir = {Key::kTaskDir, L"/opt/zorvane/kell/ksagent/var/tasks"};
+constexpr OldKey kDebugLog = {Key::kDebugOutput, L"/opt/zorvane/kell/ksagent/var/qdn-client.log"};
+constexpr OldKey kVariableData = {Key::kVar, L"/opt/zorvane/kell/ksagent/var"};
+constexpr OldKey kTemporaryDir = {Key::kTmpDir, L"/tmp"};
 
 /// Where the agent is; every directory ends in "/" or, when there is none to work in, is empty.
 struct Installation {
@@ -100,8 +101,8 @@ constexpr const wchar_t* kHostTemporaryDirs[] = {L"/tmp", L"/var/tmp"};
 
 /// A key that stands there with nothing behind it names nothing; only one that is missing has its fallback.
 String Value(const IniFile& conf, const OldKey& key) {
-    String value = QueryValue(key.name, conf.FileName());
-    if (value.IsEmpty() && !conf.GetValue(Names::kConfiguration, key.name, value)) value = key.fallback;
+    String value = QueryValue(key.name.key, conf.FileName());
+    if (value.IsEmpty() && !GetValue(conf, key.name, value)) value = key.fallback;
     return value;
 }
 

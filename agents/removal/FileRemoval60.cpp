@@ -9,6 +9,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "run/ReinstallMarker.h"
@@ -35,26 +36,26 @@ constexpr wchar_t kGuidPattern[] =
 
 /// Data files whose extension the agent was free to configure.
 struct DataFiles {
-    const wchar_t* store;
-    const wchar_t* extensionKey;
+    ConfKey store;
+    ConfKey extensionKey;
     const wchar_t* usualExtension;
 };
 
 constexpr DataFiles kDataFiles[] = {
-    {L"event_queue_dir", L"event_file_extension", L".kse"},
-    {L"task_storage_path", L"task_file_extension", L".kst"},
+    {Key::kEventQueueDir, Key::kEventFileExtension, L".kse"},
+    {Key::kTaskDir, Key::kTaskFileExtension, L".kst"},
 };
 
 struct StoredFiles {
-    const wchar_t* store;
+    ConfKey store;
     const wchar_t* pattern;
 };
 
 constexpr StoredFiles kStoredFiles[] = {
-    {L"event_queue_dir", L"*.ksi*"},         {L"event_queue_dir", L"*.??????"},
-    {L"swd_storage_path", kGuidPattern},     {L"swd_storage_path", L"Packages/.qdn-package-*"},
-    {L"swd_storage_path", L"Packages"},      {L"package_storage_path", kGuidPattern},
-    {L"package_storage_path", L"qdn-*.log"}, {L"package_storage_path", L".qdn-pkg-xml-*"},
+    {Key::kEventQueueDir, L"*.ksi*"}, {Key::kEventQueueDir, L"*.??????"},
+    {Key::kSwdDir, kGuidPattern},     {Key::kSwdDir, L"Packages/.qdn-package-*"},
+    {Key::kSwdDir, L"Packages"},      {Key::kPackageDir, kGuidPattern},
+    {Key::kPackageDir, L"qdn-*.log"}, {Key::kPackageDir, L".qdn-pkg-xml-*"},
 };
 
 // Below the install directory.
@@ -72,7 +73,7 @@ constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-inst
 void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
     for (const DataFiles& row : kDataFiles) {
         const String directory = ConfiguredDirectory(conf, row.store);
-        String extension = conf.GetValue(Names::kConfiguration, row.extensionKey);
+        String extension = GetValue(conf, row.extensionKey);
         if (extension.IsEmpty()) extension = row.usualExtension;
         if (directory.IsEmpty() || extension.Contains(L"/")) continue;
         left.Add(File::RemoveEx(directory + L"*" + extension));
@@ -86,26 +87,26 @@ void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
 /// The settings document of a server, named after it with and without its port. What a server's name holds is
 /// never a wildcard, and never leads to another directory.
 void RemoveServerDocuments(const IniFile& conf, const String& varDir, RemovalOutcome& left) {
-    const String server = conf.GetValue(Names::kKellServers, L"server-1");
+    const String server = GetValue(conf, Key::kServer);
     for (const String& name : {server, server.Before(L":")}) {
         if (!name.IsEmpty() && !name.Contains(L"/")) left.Add(File::Remove(varDir + name + L".xml"));
     }
 }
 
 void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
-    const String varDir = ConfiguredDirectory(conf, L"var");
+    const String varDir = ConfiguredDirectory(conf, Key::kVar);
     if (varDir.IsEmpty()) return;
     left.Add(File::Remove(varDir + L"invlock"));
-    const String usualDir = conf.GetValue(Names::kConfiguration, L"installdir") + L"/var";
+    const String usualDir = GetValue(conf, Key::kInstallDir) + L"/var";
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
 void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
-    for (const wchar_t* store : kStoreKeys) left.Add(Dir::Remove(ConfiguredDirectory(conf, store)));
+    for (const ConfKey& store : Key::kStores) left.Add(Dir::Remove(ConfiguredDirectory(conf, store)));
 }
 
 void RemoveGuidFile(const IniFile& conf, RemovalOutcome& left) {
-    const String path = conf.GetValue(Names::kConfiguration, L"guid_guid_file");
+    const String path = GetValue(conf, Key::kGuidFile);
     if (path.StartsWith(L"/")) left.Add(File::Remove(path));
 }
 
@@ -174,14 +175,14 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     RemoveStores(oldConf, left);
     RemoveGuidFile(oldConf, left);
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
-    left.Add(Dir::Remove(ConfiguredDirectory(oldConf, L"var")));
+    left.Add(Dir::Remove(ConfiguredDirectory(oldConf, Key::kVar)));
     RemoveInstallDirButClientConf(installDir, isReinstall, left);
 }
 
 }  // namespace
 
 void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
-    const String installDir = ConfiguredDirectory(oldConf, L"installdir");
+    const String installDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
     const bool isReinstall = IsReinstallPending();
     left.Add(TryTwice(
         [&](RemovalOutcome& files) { RemoveAllButClientConf(oldConf, installDir, isReinstall, files); }));

@@ -10,6 +10,7 @@
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/Wildcard.h"
+#include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -48,7 +49,7 @@ KeepList::KeepList(const String& newConfPath, const String& oldInstallDir)
     const IniFile newConf = ReadTwice(newConfPath);
     m_mayBeAny = !newConf.ReadResult();
     for (const String& path : NamedPaths(newConf)) m_named.emplace_back(path);
-    const String newInstallDir = ConfiguredDirectory(newConf, L"installdir");
+    const String newInstallDir = ConfiguredDirectory(newConf, Key::kInstallDir);
     if (oldInstallDir.IsEmpty() || !Path::IsMatch(newInstallDir, oldInstallDir)) return;
     m_installDir = oldInstallDir;
     m_libraries = Path::AncestorChain(m_installDir + kLibraryTree);

@@ -138,7 +138,9 @@ void CheckRefusal(const BasicXml& document) {
 
 void CheckSettings(const BasicXml& document) {
     const auto settings = Zorvane::AgentInstaller::ReadXmlConfig(document);
-    for (const wchar_t* name : {L"InstallDir", L"BinDir", L"TempDir", L"GuidDir", L"Location"}) {
+    for (const Zorvane::AgentInstaller::SettingName name :
+         std::initializer_list<Zorvane::AgentInstaller::SettingName>{L"InstallDir", L"BinDir", L"TempDir",
+                                                                     L"GuidDir", L"Location"}) {
         Holds(settings->Get(name) == document.GetText(name).Trim(),
               "a setting is the trimmed text of its element");
     }

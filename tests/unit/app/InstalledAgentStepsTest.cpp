@@ -49,8 +49,8 @@ class InstalledAgentSteps : public testing::Test {
     }
     void TearDown() override { std::filesystem::remove_all("/opt/new"); }
 
-    String& Setting(const wchar_t* name) { return m_run.settings->Value(name); }
-    String& Stored(const wchar_t* name) { return m_agent->stored.Value(name); }
+    String& Setting(SettingName name) { return m_run.settings->Value(name); }
+    String& Stored(SettingName name) { return m_agent->stored.Value(name); }
 
     ConfigureRun m_run;
     FakeAgent* m_agent;

@@ -54,13 +54,13 @@ class EveryRow : public CarryValues, public testing::WithParamInterface<Spelling
 
 TEST_P(EveryRow, IsCarriedToItsKeyAndItsSettingAndTheLaterOfTwoWins) {
     Carry(FileOfAllRows(GetParam()));
-    std::map<KeyPath, String> expected;
+    std::map<ConfKey, String> expected;
     int number = 0;
     for (const ClientConfKey& row : ClientConfKeyMap()) {
         SCOPED_TRACE(String(row.newKey.key).Utf8());
         const String value = String(row.isPath ? L"/opt/new/" : L"") + String::FromInt(++number);
         expected[row.newKey] = value;
-        EXPECT_EQ(m_settings.Get(row.setting), row.setting.empty() ? String() : value);
+        EXPECT_EQ(m_settings.Get(row.setting), row.setting.IsNone() ? String() : value);
     }
     for (const auto& [to, value] : expected) {
         EXPECT_EQ(New(to.section, to.key), value) << String(to.key).Utf8();

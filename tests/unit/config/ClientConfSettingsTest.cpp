@@ -18,7 +18,7 @@ class ApplySettings : public testing::Test {
   protected:
     ApplySettings() { m_settings.Value(L"InstallDir") = L"/opt/z"; }
 
-    String& Setting(const wchar_t* name) { return m_settings.Value(name); }
+    String& Setting(SettingName name) { return m_settings.Value(name); }
 
     /// The value of "Section/key" once the settings have been applied to an empty file.
     String Applied(const wchar_t* path) {
@@ -30,7 +30,7 @@ class ApplySettings : public testing::Test {
         return value;
     }
     /// That value for this one of a setting.
-    String Applied(const wchar_t* path, const wchar_t* setting, const wchar_t* value) {
+    String Applied(const wchar_t* path, SettingName setting, const wchar_t* value) {
         Setting(setting) = value;
         return Applied(path);
     }
@@ -80,7 +80,7 @@ TEST_F(ApplySettings, FreeTextStandsAsItIsButForTheWordsForNothing) {
 TEST_F(ApplySettings, PathsAreExpandedAndAbsolute) {
     const struct {
         const wchar_t* key;
-        const wchar_t* setting;
+        SettingName setting;
     } rows[] = {
         {L"Configuration/tmpdir", L"TempDir"},
         {L"Configuration/bindir", L"BinDir"},
@@ -101,8 +101,8 @@ TEST_F(ApplySettings, PathsAreExpandedAndAbsolute) {
 }
 
 TEST_F(ApplySettings, OptionalPathsMayBeEmpty) {
-    for (const auto& [key, setting] : {std::pair(L"Client Transport/ssl_ca_info", L"CAInfo"),
-                                       std::pair(L"Client Transport/ssl_ca_path", L"CAPath")}) {
+    for (const auto& [key, setting] : {std::pair(L"Client Transport/ssl_ca_info", SettingName(L"CAInfo")),
+                                       std::pair(L"Client Transport/ssl_ca_path", SettingName(L"CAPath"))}) {
         SCOPED_TRACE(key);
         EXPECT_EQ(Applied(key, setting, L""), L"");
         EXPECT_EQ(Applied(key, setting, L"%ETCDIR%/ca.pem"), L"/opt/z/etc/ca.pem");
@@ -156,7 +156,7 @@ TEST_F(ApplySettings, FilesLieBelowTheirDirectories) {
 TEST_F(ApplySettings, TheLogHasDefaultsWhereASettingIsEmpty) {
     const struct {
         const wchar_t* key;
-        const wchar_t* setting;
+        SettingName setting;
         const wchar_t* fallback;
     } rows[] = {
         {L"Configuration/debug_file_size", L"LogSize", L"1024"},

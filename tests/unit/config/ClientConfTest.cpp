@@ -56,7 +56,7 @@ class ClientConf : public testing::Test {
         IniFile(String::FromUtf8(kOutput)).GetValue(section, key, value);
         return value;
     }
-    String& Setting(const wchar_t* name) { return m_settings->Value(name); }
+    String& Setting(SettingName name) { return m_settings->Value(name); }
 
     std::unique_ptr<Settings> m_settings = SettingsOfARun();
     InstalledConfiguration m_installed = {L"6.0", String::FromUtf8(kOld), true};

@@ -38,8 +38,8 @@ TEST(ConfiguredPaths, ReadsTheSectionConfiguration) {
     const TempDir temp;
     Write(temp / "conf", "[Other]\nvar=/opt/other\n[Configuration]\nvar=/opt/var\n");
     const IniFile conf(String::FromUtf8(temp / "conf"));
-    EXPECT_EQ(ConfiguredDirectory(conf, L"var"), L"/opt/var/");
-    EXPECT_EQ(ConfiguredDirectory(conf, L"installdir"), L"");
+    EXPECT_EQ(ConfiguredDirectory(conf, Key::kVar), L"/opt/var/");
+    EXPECT_EQ(ConfiguredDirectory(conf, Key::kInstallDir), L"");
 }
 
 TEST(ConfiguredPaths, FindsWhatAClientConfNamesBelowAPlace) {

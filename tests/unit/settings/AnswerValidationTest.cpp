@@ -15,7 +15,7 @@ using testsupport::Captured;
 constexpr const char* kNoDirectory = "  Directory does not exist.\n";
 
 struct Answer {
-    const wchar_t* key;
+    SettingName key;
     const wchar_t* typed;
     const wchar_t* stored;  // null: refused
 };
@@ -78,15 +78,16 @@ TEST(ValidateAnswer, AcceptsAndRewritesByTheKindOfTheQuestion) {
 }
 
 TEST(ValidateAnswer, RefusesANul) {
-    for (const wchar_t* key : {L"KSName", L"Upgrade", L"RunLevel", L"LogFile", L"LogSize"}) {
-        SCOPED_TRACE(key);
+    for (const SettingName key :
+         std::initializer_list<SettingName>{L"KSName", L"Upgrade", L"RunLevel", L"LogFile", L"LogSize"}) {
+        SCOPED_TRACE(String(key).Utf8());
         String answer(std::wstring(L"yes\0", 4));
         EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(QuestionFor(key), answer)); }).out, kInvalid);
     }
 }
 
 TEST(ValidateAnswer, RefusesAKindThatItDoesNotKnow) {
-    const Question question = {L"X", L"?", L"", AnswerKind(9), L""};
+    const Question question = {{}, L"?", L"", AnswerKind(9), L""};
     String answer = L"x";
     EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(question, answer)); }).out, kInvalid);
 }

@@ -132,7 +132,7 @@ constexpr const wchar_t* kOldKeys[] = {
 struct Row {
     const wchar_t* newKey;  // null: the same
     bool isPath;
-    const wchar_t* setting;
+    SettingName setting;
     int kind;
 };
 const std::map<int, Row> kRows = {
@@ -142,22 +142,22 @@ const std::map<int, Row> kRows = {
     {6, {nullptr, true, L"TasksDir", 4}},
     {8, {nullptr, true, L"PackagesDir", 4}},
     {19, {nullptr, true, L"SWDDir", 4}},
-    {20, {nullptr, true, L"", 0}},
-    {21, {nullptr, true, L"", 0}},
-    {30, {nullptr, true, L"", 0}},
+    {20, {nullptr, true, {}, 0}},
+    {21, {nullptr, true, {}, 0}},
+    {30, {nullptr, true, {}, 0}},
     {31, {nullptr, false, L"UseDomain", 2}},
     {36, {nullptr, false, L"SSLVerifyPeer", 1}},
     {37, {nullptr, false, L"SSLVerifyHost", 1}},
     {38, {nullptr, false, L"CAInfo", 5}},
     {39, {nullptr, false, L"CAPath", 5}},
-    {61, {L"Event Queue/level1-retries", false, L"", 0}},
-    {62, {L"Event Queue/level2-retries", false, L"", 0}},
-    {63, {L"Event Queue/level3-retries", false, L"", 0}},
-    {64, {L"Event Queue/level4-retries", false, L"", 0}},
-    {65, {L"Event Queue/level5-retries", false, L"", 0}},
-    {75, {nullptr, true, L"", 0}},
-    {92, {nullptr, true, L"", 0}},
-    {93, {nullptr, true, L"", 0}},
+    {61, {L"Event Queue/level1-retries", false, {}, 0}},
+    {62, {L"Event Queue/level2-retries", false, {}, 0}},
+    {63, {L"Event Queue/level3-retries", false, {}, 0}},
+    {64, {L"Event Queue/level4-retries", false, {}, 0}},
+    {65, {L"Event Queue/level5-retries", false, {}, 0}},
+    {75, {nullptr, true, {}, 0}},
+    {92, {nullptr, true, {}, 0}},
+    {93, {nullptr, true, {}, 0}},
     {98, {nullptr, false, L"SerialNumber", 3}},
     {99, {nullptr, false, L"AssetTag", 3}},
     {100, {nullptr, false, L"EmployeeID", 3}},
@@ -167,12 +167,12 @@ const std::map<int, Row> kRows = {
     {104, {nullptr, false, L"Location", 3}},
     {105, {nullptr, false, L"Department", 3}},
     {106, {nullptr, false, L"Description", 3}},
-    {107, {L"Client Transport/transport_timeout", false, L"", 0}},
-    {108, {L"Client Transport/httppost_var_name", false, L"", 0}},
-    {109, {L"SWD/swd_temporary_dir", false, L"", 0}},
+    {107, {L"Client Transport/transport_timeout", false, {}, 0}},
+    {108, {L"Client Transport/httppost_var_name", false, {}, 0}},
+    {109, {L"SWD/swd_temporary_dir", false, {}, 0}},
 };
 
-String Text(const KeyPath& path) {
+String Text(const ConfKey& path) {
     return String(path.section) + L"/" + path.key;
 }
 
@@ -199,10 +199,10 @@ TEST(ClientConfKeyMap, SaysOfEachRowWhereItGoesAndWhatFeedsIt) {
     for (const ClientConfKey& key : ClientConfKeyMap()) {
         SCOPED_TRACE("row " + std::to_string(++number));
         const auto found = kRows.find(number);
-        const Row row = found == kRows.end() ? Row{nullptr, false, L"", 0} : found->second;
+        const Row row = found == kRows.end() ? Row{nullptr, false, {}, 0} : found->second;
         EXPECT_EQ(Text(key.newKey), row.newKey ? String(row.newKey) : Text(key.oldKey));
         EXPECT_EQ(key.isPath, row.isPath);
-        EXPECT_EQ(String(key.setting), row.setting);
+        EXPECT_TRUE(key.setting == row.setting);
         EXPECT_EQ(static_cast<int>(key.kind), row.kind);
     }
 }
@@ -227,9 +227,9 @@ TEST(ClientConfKeyMap, EachSettingFeedsOneKeyAndHasADefault) {
     const auto defaults = DefaultSettings();
     std::set<String> settings;
     for (const ClientConfKey& key : ClientConfKeyMap()) {
-        if (key.setting.empty()) continue;
-        EXPECT_TRUE(settings.insert(String(key.setting)).second) << String(key.setting).Utf8();
-        EXPECT_TRUE(defaults->Exists(String(key.setting))) << String(key.setting).Utf8();
+        if (key.setting.IsNone()) continue;
+        EXPECT_TRUE(settings.insert(String(key.setting)).second) << String(key.setting.View()).Utf8();
+        EXPECT_TRUE(defaults->Exists(key.setting)) << String(key.setting.View()).Utf8();
     }
     EXPECT_EQ(settings.size(), 20U);
 }
@@ -237,7 +237,7 @@ TEST(ClientConfKeyMap, EachSettingFeedsOneKeyAndHasADefault) {
 TEST(ClientConfKeyMap, AnInteractiveRunKeepsItsAnswersForFourOfThem) {
     std::set<String> asked;
     for (const ClientConfKey& key : ClientConfKeyMap()) {
-        if (IsQuestionKey(String(key.setting))) asked.insert(String(key.setting));
+        if (IsQuestionKey(key.setting)) asked.insert(String(key.setting));
     }
     EXPECT_EQ(asked, (std::set<String>{L"BinDir", L"EventQueueDir", L"TasksDir", L"TempDir"}));
 }

@@ -32,7 +32,7 @@ class EnvironmentOverrides : public testing::Test {
         m_output = Captured([&] { ApplyEnvironmentOverrides(*m_settings); });
         EXPECT_EQ(m_output.out, "");
     }
-    corekit::String Get(const wchar_t* setting) const { return m_settings->Get(setting); }
+    corekit::String Get(SettingName setting) const { return m_settings->Get(setting); }
 
   private:
     const EnvironmentVariable m_noName{"QDN_INSTALL_KSNAME", std::nullopt};

@@ -21,7 +21,7 @@ inline constexpr const char* kIntroduction =
     "  Defaults are in brackets. To accept a default just press enter.\n\n";
 inline constexpr const char* kInvalid = "  Invalid value entered. Please re-enter or Ctrl-C to cancel.\n";
 
-inline const Question& QuestionFor(const wchar_t* key) {
+inline const Question& QuestionFor(SettingName key) {
     for (const Question& question : Questions()) {
         if (question.key == key) return question;
     }
@@ -29,7 +29,7 @@ inline const Question& QuestionFor(const wchar_t* key) {
 }
 
 /// The question as it is asked with this proposal.
-inline std::string Asked(const wchar_t* key, const std::string& shownDefault) {
+inline std::string Asked(SettingName key, const std::string& shownDefault) {
     return corekit::String(QuestionFor(key).prompt).Utf8() + " (" + shownDefault + "): ";
 }
 
@@ -50,7 +50,7 @@ class Questionnaire : public testing::Test {
         EXPECT_EQ(m_output.err, "");
         return ok;
     }
-    corekit::String& Setting(const wchar_t* name) { return m_settings->Value(name); }
+    corekit::String& Setting(SettingName name) { return m_settings->Value(name); }
 
     const testsupport::EnvironmentVariable m_charset{"LC_ALL", "C.UTF-8"};
     std::unique_ptr<Settings> m_settings;

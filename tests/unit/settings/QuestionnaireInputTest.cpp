@@ -24,7 +24,7 @@ TEST_F(Questionnaire, TheEndOfTheInputEndsItAndKeepsWhatWasAnswered) {
 
 TEST_F(Questionnaire, TheInputMayEndAtAnyQuestion) {
     const struct {
-        const wchar_t* setting;
+        SettingName setting;
         const char* typed;
         const wchar_t* stored;
     } answers[] = {
@@ -53,7 +53,7 @@ TEST_F(Questionnaire, TheInputMayEndAtAnyQuestion) {
         EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
         const auto before = DefaultSettings();
         for (std::size_t i = 0; i < std::size(answers); ++i) {
-            const wchar_t* setting = answers[i].setting;
+            SettingName setting = answers[i].setting;
             EXPECT_EQ(m_settings->Get(setting), i < given ? answers[i].stored : before->Get(setting));
         }
         EXPECT_FALSE(m_settings->Exists(L"IsInteractive"));

@@ -17,7 +17,7 @@ TEST_F(Questionnaire, AsksAllQuestionsAndStoresTheAnswers) {
                   Asked(L"TempDir", "/tmp") + Asked(L"EventQueueDir", "/opt/zorvane/kell/ksagent/var/queue") +
                   Asked(L"TasksDir", "/opt/zorvane/kell/ksagent/var/tasks") + Asked(L"Start", "yes"));
     const struct {
-        const wchar_t* setting;
+        SettingName setting;
         const wchar_t* value;
     } stored[] = {
         {L"KSName", L"srv"},
@@ -48,7 +48,7 @@ TEST_F(Questionnaire, TypedAnswersReplaceTheProposals) {
         Run("https://srv:8080\n/opt/zorvane\nYes\nno\nrc4\n/l\nx.log\n12\nDEBUG\nInfo\n"
             "/opt/zorvane/links\n/t\n/q\n/tasks\nNo, thanks\n"));
     const struct {
-        const wchar_t* setting;
+        SettingName setting;
         const wchar_t* value;
     } stored[] = {
         {L"KSName", L"srv:8080"},

@@ -55,9 +55,9 @@ TEST(Questions, AreTheseInThisOrder) {
 
 TEST(Questions, KnowTheirSettingsExactly) {
     for (const Question& question : kExpected) EXPECT_TRUE(IsQuestionKey(question.key));
-    for (const wchar_t* other :
-         {L"", L"ksname", L"PackagesDir", L"SWDDir", L"UseDomain", L"CAInfo", L"Guid", L"IsInteractive"})
-        EXPECT_FALSE(IsQuestionKey(other)) << String(other).Utf8();
+    for (const SettingName other : std::initializer_list<SettingName>{
+             {}, L"PackagesDir", L"SWDDir", L"UseDomain", L"CAInfo", L"Guid", L"IsInteractive"})
+        EXPECT_FALSE(IsQuestionKey(other)) << String(other.View()).Utf8();
 }
 
 }  // namespace

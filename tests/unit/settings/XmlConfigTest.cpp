@@ -21,7 +21,7 @@ std::unique_ptr<Settings> ReadRoot(const std::string& content) {
 }
 
 struct Default {
-    const wchar_t* setting;
+    SettingName setting;
     const wchar_t* value;
 };
 constexpr Default kDefaults[] = {
@@ -56,7 +56,7 @@ constexpr Default kDefaults[] = {
     {L"SWDDir", L"%INSTDIR%/var/swd"},
 };
 
-constexpr const wchar_t* kClientDetails[] = {
+constexpr SettingName kClientDetails[] = {
     L"SerialNumber", L"AssetTag", L"EmployeeID", L"ContactName", L"ContactPhone",
     L"ContactEmail", L"Location", L"Department", L"Description",
 };
@@ -68,11 +68,13 @@ TEST(XmlConfig, TheBuiltInDocumentHoldsTheDefaults) {
         EXPECT_TRUE(settings->Exists(row.setting)) << String(row.setting).Utf8();
         EXPECT_EQ(settings->Get(row.setting), row.value) << String(row.setting).Utf8();
     }
-    for (const wchar_t* detail : kClientDetails) EXPECT_EQ(settings->Get(detail), L"") << detail;
+    for (const SettingName detail : kClientDetails)
+        EXPECT_EQ(settings->Get(detail), L"") << String(detail).Utf8();
     EXPECT_EQ(settings->Get(L"KSUrlFormat"), L"http://%server%/Zorvane/");
     EXPECT_TRUE(settings->Extra().empty());
-    for (const wchar_t* marker : {L"XML", L"IsInteractive", L"KSNameChanged", L"NICError"})
-        EXPECT_FALSE(settings->Exists(marker)) << marker;
+    for (const SettingName marker :
+         std::initializer_list<SettingName>{L"XML", L"IsInteractive", L"KSNameChanged", L"NICError"})
+        EXPECT_FALSE(settings->Exists(marker)) << String(marker).Utf8();
 }
 
 TEST(XmlConfig, WhatADocumentLacksIsPresentAndEmpty) {
@@ -81,12 +83,13 @@ TEST(XmlConfig, WhatADocumentLacksIsPresentAndEmpty) {
     EXPECT_EQ(settings->Get(L"KSProtocol"), L"http");
     EXPECT_EQ(settings->Get(L"KSUrlFormat"), L"http://%server%/Zorvane/");
     for (const Default& row : kDefaults) {
-        const String setting = row.setting;
+        const SettingName setting = row.setting;
         if (setting == L"KSName" || setting == L"KSProtocol") continue;
-        EXPECT_TRUE(settings->Exists(setting)) << setting.Utf8();
-        EXPECT_EQ(settings->Get(setting), L"") << setting.Utf8();
+        EXPECT_TRUE(settings->Exists(setting)) << String(setting).Utf8();
+        EXPECT_EQ(settings->Get(setting), L"") << String(setting).Utf8();
     }
-    for (const wchar_t* detail : kClientDetails) EXPECT_TRUE(settings->Exists(detail)) << detail;
+    for (const SettingName detail : kClientDetails)
+        EXPECT_TRUE(settings->Exists(detail)) << String(detail).Utf8();
 }
 
 TEST(XmlConfig, ADocumentThatIsRefusedIsLikeAnEmptyOne) {
@@ -167,13 +170,6 @@ TEST(XmlConfig, TheServerIsNamedByNameOrAddressWithItsPort) {
     for (const auto& row : table) EXPECT_EQ(ReadRoot(row.content)->Get(L"KSName"), row.server) << row.content;
 }
 
-TEST(XmlConfig, TheAddressIsNoSettingOfItsOwn) {
-    const auto settings =
-        ReadRoot("<KSPort>1</KSPort><Settings UseKSIPAddress='yes' KSIPAddress='10.0.0.5'/>");
-    EXPECT_FALSE(settings->Exists(L"KSIPAddress"));
-    EXPECT_FALSE(settings->Exists(L"KSPort"));
-}
-
 TEST(XmlConfig, TheIdentifierIsInUpperCaseAndInBraces) {
     const struct {
         const char* guid;
@@ -218,12 +214,11 @@ TEST(XmlConfig, OneElementIsReadIntoOneSetting) {
         L"</KSAgentConfiguration>");
     Settings settings;
     settings.Value(L"TempDir") = L"/old";
-    for (const wchar_t* name : {L"KSName", L"BinDir", L"TempDir"})
+    for (const SettingName name : std::initializer_list<SettingName>{L"KSName", L"BinDir", L"TempDir"})
         ReadElementSetting(settings, document, name);
     EXPECT_EQ(settings.Get(L"KSName"), L"srv:8080");
     EXPECT_EQ(settings.Get(L"BinDir"), L"/bin");
     EXPECT_EQ(settings.Get(L"TempDir"), L"");
-    EXPECT_FALSE(settings.Exists(L"KSPort"));
     EXPECT_FALSE(settings.Exists(L"KSProtocol"));
 }
 

@@ -52,7 +52,7 @@ constexpr const char* kConf =
     "description=the printer's host\n";
 
 struct Expected {
-    const wchar_t* setting;
+    SettingName setting;
     const wchar_t* value;
 };
 
@@ -81,16 +81,20 @@ constexpr Expected kOf60[] = {
 
 TEST_F(InstalledSettings, OfVersion6AreAllThatTheFileKnows) {
     const auto settings = Load(kConf);
-    for (const Expected& row : kOfBoth) EXPECT_EQ(settings->Value(row.setting), row.value) << row.setting;
-    for (const Expected& row : kOf60) EXPECT_EQ(settings->Value(row.setting), row.value) << row.setting;
+    for (const Expected& row : kOfBoth)
+        EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
+    for (const Expected& row : kOf60)
+        EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
     EXPECT_FALSE(settings->Exists(L"Guid"));
 }
 
 TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
     testfiles::Write(m_dir / "host.GUID", "{1234}\n");
     const auto settings = Load(kConf, Generation::Agent56);
-    for (const Expected& row : kOfBoth) EXPECT_EQ(settings->Value(row.setting), row.value) << row.setting;
-    for (const Expected& row : kOf60) EXPECT_FALSE(settings->Exists(row.setting)) << row.setting;
+    for (const Expected& row : kOfBoth)
+        EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
+    for (const Expected& row : kOf60)
+        EXPECT_FALSE(settings->Exists(row.setting)) << String(row.setting).Utf8();
     EXPECT_FALSE(settings->Exists(L"Guid"));
 }
 
@@ -105,15 +109,16 @@ TEST_F(InstalledSettings, OfVersion56HaveNoGuidEvenWithAFile) {
 TEST_F(InstalledSettings, OfAnEmptyFileArePresentAndEmpty) {
     const auto settings = Load("");
     for (const Expected& row : kOfBoth) {
-        if (row.setting == std::wstring_view(L"EnableNICError")) continue;
-        EXPECT_TRUE(settings->Exists(row.setting)) << row.setting;
-        EXPECT_FALSE(settings->IsSet(row.setting)) << row.setting;
+        if (row.setting == L"EnableNICError") continue;
+        EXPECT_TRUE(settings->Exists(row.setting)) << String(row.setting).Utf8();
+        EXPECT_FALSE(settings->IsSet(row.setting)) << String(row.setting).Utf8();
     }
-    for (const wchar_t* setting :
-         {L"KSName", L"PackagesDir", L"SWDDir", L"SysLogLevel", L"KSUrlFormat", L"Description"})
-        EXPECT_TRUE(settings->Exists(setting)) << setting;
-    for (const wchar_t* setting : {L"EnableNICError", L"RunLevel", L"Guid"})
-        EXPECT_FALSE(settings->Exists(setting)) << setting;
+    for (const SettingName setting : std::initializer_list<SettingName>{
+             L"KSName", L"PackagesDir", L"SWDDir", L"SysLogLevel", L"KSUrlFormat", L"Description"})
+        EXPECT_TRUE(settings->Exists(setting)) << String(setting).Utf8();
+    for (const SettingName setting :
+         std::initializer_list<SettingName>{L"EnableNICError", L"RunLevel", L"Guid"})
+        EXPECT_FALSE(settings->Exists(setting)) << String(setting).Utf8();
 }
 
 TEST_F(InstalledSettings, OfAFileThatIsNotThereAreEmptyToo) {
@@ -134,7 +139,10 @@ TEST_F(InstalledSettings, AreFoundInWhicheverCaseAnOldAgentWroteTheKeys) {
 }
 
 TEST_F(InstalledSettings, TurnDigitsIntoRunLevels) {
-    const Expected rows[] = {
+    const struct {
+        const wchar_t* digits;
+        const wchar_t* levels;
+    } rows[] = {
         {L"2345", L"rc2;rc3;rc4;rc5;"},
         {L"35", L"rc3;rc5;"},
         {L"3, 5", L"rc3;rc5;"},
@@ -143,10 +151,10 @@ TEST_F(InstalledSettings, TurnDigitsIntoRunLevels) {
         {L"", L""},
         {L"none", L""},
     };
-    for (const Expected& row : rows) {
-        const auto settings = Load("[Configuration]\nrunlevels_start=" + String(row.setting).Utf8() + "\n");
-        EXPECT_TRUE(settings->Exists(L"RunLevel")) << row.setting;
-        EXPECT_EQ(settings->Value(L"RunLevel"), row.value) << row.setting;
+    for (const auto& row : rows) {
+        const auto settings = Load("[Configuration]\nrunlevels_start=" + String(row.digits).Utf8() + "\n");
+        EXPECT_TRUE(settings->Exists(L"RunLevel")) << String(row.digits).Utf8();
+        EXPECT_EQ(settings->Value(L"RunLevel"), row.levels) << String(row.digits).Utf8();
     }
 }
 
