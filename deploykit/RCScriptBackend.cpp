@@ -10,7 +10,6 @@
 #include "corekit/process/Program.h"
 #include "corekit/text/Ascii.h"
 #include "corekit/text/Text.h"
-#include "deploykit/HostTool.h"
 #include "deploykit/RunLevelLinks.h"
 #include "deploykit/ServiceScript.h"
 #include "deploykit/SystemdUnit.h"
@@ -66,7 +65,7 @@ String SupportedLevels(const String& list) {
 void RunLinkTool(const wchar_t* LinkTool::*action, const String& name) {
     for (const LinkTool& tool : kLinkTools) {
         const String program = Program::Locate(tool.program);
-        if (!program.IsEmpty()) return RunHostTool(program, String(tool.*action).Arg(name));
+        if (!program.IsEmpty()) return Program::RunSilently(program, String(tool.*action).Arg(name));
     }
 }
 

@@ -9,7 +9,6 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/process/Program.h"
-#include "deploykit/HostTool.h"
 #include "deploykit/UnitText.h"
 
 namespace deploykit::SystemdUnit {
@@ -56,7 +55,8 @@ Result RefuseMask(const String& name) {
 }
 
 void TellSystemd() {
-    if (File::IsDirectory(L"/run/systemd/system")) RunHostTool(Program::Locate(kSystemctl), L"daemon-reload");
+    if (File::IsDirectory(L"/run/systemd/system"))
+        Program::RunSilently(Program::Locate(kSystemctl), L"daemon-reload");
 }
 
 std::vector<String> TargetsOf(const String& levels) {

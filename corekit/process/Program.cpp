@@ -8,7 +8,8 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/process/detail/SearchPath.h"
+#include "corekit/os/SystemCall.h"
+#include "corekit/process/detail/ShellEnvironment.h"
 #include "corekit/text/Text.h"
 
 namespace corekit {
@@ -28,7 +29,7 @@ String FindInList(const String& directories, const String& name, Accept accept) 
 }
 
 bool IsProgram(const String& path) {
-    const std::string bytes = path.Utf8();
+    const std::string bytes = NativePath(path);
     struct stat info {};
     return stat(bytes.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
            faccessat(AT_FDCWD, bytes.c_str(), X_OK, AT_EACCESS) == 0;
@@ -42,6 +43,13 @@ String Program::Locate(const String& name) {
 
 String Program::Search(const String& directories, const String& name) {
     return FindInList(directories, name, File::Exists);
+}
+
+void Program::RunSilently(const String& program, const String& arguments) {
+    if (program.IsEmpty()) return;
+    StringToMapFilter unused;
+    Forgive(
+        PosixLocaleProgram::Run(Text::ShellWord(program) + L" " + arguments + L" >/dev/null 2>&1", unused));
 }
 
 void StringToMapFilter::Clear() {

@@ -10,16 +10,22 @@ namespace corekit {
 
 namespace Program {
 
-/// The full path of a program in the directories of `SearchPath`; empty when there is none.
+/// The full path of a program in the absolute directories of PATH (the usual ones if it has none), or "" if
+/// there is none.
 String Locate(const String& name);
 
-/// The full path of a file in the first directory of a colon-separated list that holds it; empty when none
+/// The full path of a file in the first directory of a colon-separated list that holds it, or "" if none
 /// does.
 String Search(const String& directories, const String& name);
 
+/// Runs a program, given by its full path, with arguments that are written as a shell reads them, and waits
+/// for it to end. An empty path runs nothing. What it prints is dropped, and neither its status nor a failure
+/// to start it is told: the caller looks at what it achieved.
+void RunSilently(const String& program, const String& arguments);
+
 }  // namespace Program
 
-/// Files the lines of a command's output in a map: the first under "RawData0", the next under "RawData1" ...
+/// Keeps the lines of a command's output in a map: the first under "RawData0", the next under "RawData1" ...
 class StringToMapFilter {
   public:
     std::map<String, String, Ltstr>& Map() { return m_map; }
@@ -41,8 +47,8 @@ namespace PosixLocaleProgram {
 /// no other descriptor is inherited, signals have their default dispositions, and there is no terminal. The
 /// variables by which a caller could change what a shell or the loader does (LD_*, IFS, BASH_ENV, ENV,
 /// SHELLOPTS, BASHOPTS, exported functions ...) are left out; of PATH the absolute directories stay. `filter`
-/// is cleared and then holds the lines of standard output. Fails, with an empty filter, when the shell cannot
-/// be started or its output not be read; the exit status of the command is not looked at.
+/// is cleared and then holds the lines of standard output. Fails, with an empty filter, if the shell cannot
+/// be started or its output cannot be read; the exit status of the command is ignored.
 Result Run(const String& commandLine, StringToMapFilter& filter);
 
 }  // namespace PosixLocaleProgram

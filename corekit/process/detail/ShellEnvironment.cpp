@@ -2,14 +2,15 @@
 #include "corekit/process/detail/ShellEnvironment.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <string_view>
 #include <unistd.h>
-
-#include "corekit/process/detail/SearchPath.h"
 
 namespace corekit {
 
 namespace {
+
+constexpr std::string_view kUsualDirectories = "/usr/sbin:/usr/bin:/sbin:/bin";
 
 constexpr std::string_view kLeftOut[] = {
     "BASHOPTS",     "CDPATH",    "COLUMNS",        "ENV",       "FPATH", "GLOBIGNORE",
@@ -19,7 +20,7 @@ constexpr std::string_view kLeftOut[] = {
 
 constexpr std::string_view kLeftOutPrefixes[] = {"BASH_", "LC_", "LD_"};
 
-/// Shells of old import any variable with such a value as a function.
+/// Old shells import a variable with such a value as a function.
 constexpr std::string_view kFunction = "() {";
 
 char kPosixLocale[] = "LC_ALL=POSIX";
@@ -32,6 +33,20 @@ bool IsLeftOut(std::string_view variable) {
 }
 
 }  // namespace
+
+std::string SearchPath() {
+    const char* const path = std::getenv("PATH");
+    std::string_view rest = path == nullptr ? std::string_view() : path;
+    std::string directories;
+    while (!rest.empty()) {
+        const std::string_view directory = rest.substr(0, rest.find(':'));
+        rest.remove_prefix(std::min(directory.size() + 1, rest.size()));
+        if (!directory.starts_with('/')) continue;
+        if (!directories.empty()) directories += ':';
+        directories += directory;
+    }
+    return directories.empty() ? std::string(kUsualDirectories) : directories;
+}
 
 ShellEnvironment::ShellEnvironment() : m_path("PATH=" + SearchPath()) {
     for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {

@@ -40,8 +40,8 @@ namespace {
 class SpawnPlan {
   public:
     explicit SpawnPlan(int output) {
-        posix_spawn_file_actions_init(&m_files);
-        posix_spawnattr_init(&m_attributes);
+        Check(posix_spawn_file_actions_init(&m_files));
+        Check(posix_spawnattr_init(&m_attributes));
         PlanDescriptors(output);
         PlanSignals();
     }
@@ -52,33 +52,41 @@ class SpawnPlan {
     SpawnPlan(const SpawnPlan&) = delete;
     SpawnPlan& operator=(const SpawnPlan&) = delete;
 
+    /// The first failure of planning; with one, nothing may be started.
+    Result Failure() const { return Result(m_failure); }
+
     const posix_spawn_file_actions_t* Files() const { return &m_files; }
     const posix_spawnattr_t* Attributes() const { return &m_attributes; }
 
   private:
     void PlanDescriptors(int output) {
         // The output goes first: where our own standard streams are closed, it may have got number 0 or 2.
-        posix_spawn_file_actions_adddup2(&m_files, output, STDOUT_FILENO);
-        posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+        Check(posix_spawn_file_actions_adddup2(&m_files, output, STDOUT_FILENO));
+        Check(posix_spawn_file_actions_addopen(&m_files, STDIN_FILENO, "/dev/null", O_RDONLY, 0));
         const bool hasErrorStream = fcntl(STDERR_FILENO, F_GETFD) == 0;  // open, and for children too
         if (!hasErrorStream) {
-            posix_spawn_file_actions_addopen(&m_files, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+            Check(posix_spawn_file_actions_addopen(&m_files, STDERR_FILENO, "/dev/null", O_WRONLY, 0));
         }
-        posix_spawn_file_actions_addclosefrom_np(&m_files, STDERR_FILENO + 1);
+        Check(posix_spawn_file_actions_addclosefrom_np(&m_files, STDERR_FILENO + 1));
     }
 
     void PlanSignals() {
         sigset_t signals;
         sigfillset(&signals);
-        posix_spawnattr_setsigdefault(&m_attributes, &signals);
+        Check(posix_spawnattr_setsigdefault(&m_attributes, &signals));
         sigemptyset(&signals);
-        posix_spawnattr_setsigmask(&m_attributes, &signals);
-        posix_spawnattr_setflags(&m_attributes,
-                                 POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID);
+        Check(posix_spawnattr_setsigmask(&m_attributes, &signals));
+        Check(posix_spawnattr_setflags(&m_attributes,
+                                       POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSID));
     }
 
-    posix_spawn_file_actions_t m_files;
-    posix_spawnattr_t m_attributes;
+    void Check(int error) {
+        if (m_failure == 0) m_failure = error;
+    }
+
+    posix_spawn_file_actions_t m_files{};
+    posix_spawnattr_t m_attributes{};
+    int m_failure = 0;
 };
 
 }  // namespace
@@ -95,27 +103,28 @@ Result ShellProcess::Start(std::string commandLine, int output) {
     char option[] = "-c";
     char* arguments[] = {shell, option, commandLine.data(), nullptr};
     const SpawnPlan plan(output);
+    if (!plan.Failure()) return plan.Failure();
     pid_t pid = 0;
     const ShellEnvironment environment;
-    const SignalBlock untilKnown;
+    const SignalBlock untilRecorded;
     const int failure =
         posix_spawn(&pid, shell, plan.Files(), plan.Attributes(), arguments, environment.Variables().data());
-    if (failure == 0) Know(pid);
+    if (failure == 0) SetRunning(pid);
     return Result(failure);
 }
 
 bool ShellProcess::HasEnded() {
     if (m_pid == 0) return true;
-    // Once it has been waited for, its number may be another's.
-    const SignalBlock untilForgotten;
+    // Once it has been waited for, its number may be another process's.
+    const SignalBlock untilRecorded;
     pid_t ended = waitpid(m_pid, nullptr, WNOHANG);
     while (ended < 0 && errno == EINTR) ended = waitpid(m_pid, nullptr, WNOHANG);
     if (ended == 0) return false;
-    Know(0);
+    SetRunning(0);
     return true;
 }
 
-void ShellProcess::Know(pid_t pid) {
+void ShellProcess::SetRunning(pid_t pid) {
     m_pid = pid;
     Interruption::EndWithUs(pid);
 }

@@ -10,8 +10,8 @@
 
 namespace corekit {
 
-/// Makes the end of a child something to poll for, as long as it lives: made before the child is started.
-/// SIGCHLD is blocked meanwhile, and not ignored even where our parent left it so.
+/// A descriptor that can be polled for the end of a child. It has to exist before the child is started. While
+/// it does, SIGCHLD is blocked and has its default disposition, even if our parent left it ignored.
 class ChildEndWatch {
   public:
     ChildEndWatch();
@@ -19,7 +19,7 @@ class ChildEndWatch {
     ChildEndWatch(const ChildEndWatch&) = delete;
     ChildEndWatch& operator=(const ChildEndWatch&) = delete;
 
-    /// False when the system gave no descriptor for it; errno says why.
+    /// False if the system gave no descriptor; errno says why.
     explicit operator bool() const { return static_cast<bool>(m_events); }
 
     /// Readable from the end of a child until `Clear`.
@@ -32,8 +32,8 @@ class ChildEndWatch {
     Descriptor m_events;
 };
 
-/// A running shell, the first process of a session of its own. It is waited for at the latest when its owner
-/// goes, and ends with the process when a signal ends that. One runs at a time.
+/// A shell as a child process, the leader of a session of its own. The destructor waits for it, and a signal
+/// that ends our process ends it, too. Only one runs at a time.
 class ShellProcess {
   public:
     ShellProcess() = default;
@@ -45,12 +45,14 @@ class ShellProcess {
     /// error; no other descriptor, default signal dispositions, nothing blocked, `ShellEnvironment`.
     Result Start(std::string commandLine, int output);
 
+    /// True if it was not started, or has ended.
     bool HasEnded();
 
   private:
-    void Know(pid_t pid);
+    /// Records which process runs (0: none), also for `Interruption`, which ends it with us.
+    void SetRunning(pid_t pid);
 
-    pid_t m_pid = 0;  // 0: not started, or ended
+    pid_t m_pid = 0;
 };
 
 }  // namespace corekit

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "corekit/process/Program.h"
+#include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -117,7 +118,27 @@ TEST_F(ProgramTest, SearchSkipsEmptyElementsAndTakesRelativeOnes) {
     std::filesystem::current_path(before);
 }
 
-TEST(StringToMapFilter, FilesLinesUnderTheirNumbers) {
+TEST_F(ProgramTest, RunsWithTheArgumentsOfAShell) {
+    const std::string tool = m_dir / "a tool; exit";
+    testfiles::Write(tool, "#!/bin/sh\nprintf '<%s>' \"$@\" >" + (m_dir / "arguments") + "\n", 0755);
+    Program::RunSilently(String::FromUtf8(tool), L"--add 'two words'");
+    EXPECT_EQ(testfiles::Read(m_dir / "arguments"), "<--add><two words>");
+}
+
+TEST_F(ProgramTest, RunsSilently) {
+    testfiles::Write(m_dir / "tool", "#!/bin/sh\necho out\necho err >&2\n: >" + (m_dir / "ran") + "\n", 0755);
+    const auto output = testsupport::Captured([&] { Program::RunSilently(In("tool"), L""); });
+    EXPECT_TRUE(testfiles::Exists(m_dir / "ran"));
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err, "");
+}
+
+TEST_F(ProgramTest, RunsNothingForAProgramThatWasNotFound) {
+    Program::RunSilently(L"", L"; : >" + In("ran"));
+    EXPECT_FALSE(testfiles::Exists(m_dir / "ran"));
+}
+
+TEST(StringToMapFilter, KeepsLinesUnderTheirNumbers) {
     StringToMapFilter filter;
     EXPECT_EQ(filter.Count(), 0U);
     for (int i = 0; i < 12; ++i) filter.Line(L"line " + String::FromInt(i));

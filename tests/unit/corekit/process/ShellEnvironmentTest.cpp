@@ -1,10 +1,11 @@
-// Which variables a shell command gets.
+// Which variables a shell command gets, and which directories of PATH programs are looked for in.
 #include <gtest/gtest.h>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include "corekit/process/detail/ShellEnvironment.h"
+#include "tests/support/EnvironmentVariable.h"
 
 namespace {
 
@@ -24,11 +25,13 @@ std::vector<std::string> Passed(std::vector<std::string> variables) {
     return {passed.begin(), passed.end() - 1};
 }
 
+constexpr const char* kUsualPath = "/usr/sbin:/usr/bin:/sbin:/bin";
+
 using Variables = std::vector<std::string>;
 
 /// These variables, and what every command gets when PATH is not among them.
 Variables AndTheUsual(Variables variables) {
-    variables.emplace_back("PATH=/usr/sbin:/usr/bin:/sbin:/bin");
+    variables.emplace_back(std::string("PATH=") + kUsualPath);
     variables.emplace_back("LC_ALL=POSIX");
     return variables;
 }
@@ -74,4 +77,30 @@ TEST(ShellEnvironment, TakesAnEmptyEnvironment) {
     const corekit::ShellEnvironment environment;
     environ = before;
     EXPECT_EQ(environment.Variables().size(), 3U);
+}
+
+TEST(SearchPath, HasTheAbsoluteDirectoriesOfThePath) {
+    constexpr struct {
+        const char* path;
+        const char* expected;
+    } table[] = {
+        {"/opt/bin:/bin", "/opt/bin:/bin"},
+        {"/bin", "/bin"},
+        {"/a b/c", "/a b/c"},
+        {":/bin:", "/bin"},
+        {"/bin::/sbin", "/bin:/sbin"},
+        {".:/bin:..:bin:../bin:/sbin:.", "/bin:/sbin"},
+        {"", kUsualPath},
+        {":", kUsualPath},
+        {"bin:.", kUsualPath},
+    };
+    for (const auto& row : table) {
+        const testsupport::EnvironmentVariable path("PATH", row.path);
+        EXPECT_EQ(corekit::SearchPath(), row.expected) << row.path;
+    }
+}
+
+TEST(SearchPath, HasTheUsualDirectoriesWithoutAPath) {
+    const testsupport::EnvironmentVariable path("PATH", std::nullopt);
+    EXPECT_EQ(corekit::SearchPath(), kUsualPath);
 }

@@ -103,6 +103,13 @@ TEST(ShellProcess, IsNotStartedWithACommandLineThatANulCutsShort) {
     EXPECT_FALSE(HasChildren());
 }
 
+TEST(ShellProcess, IsNotStartedWithoutItsOutput) {
+    ShellProcess shell;
+    EXPECT_EQ(shell.Start("true", -1), Result(EBADF));
+    EXPECT_TRUE(shell.HasEnded());
+    EXPECT_FALSE(HasChildren());
+}
+
 TEST(ChildEndWatch, SeesTheEndOfAChildThoughSigchldWasIgnored) {
     std::signal(SIGCHLD, SIG_IGN);
     {
