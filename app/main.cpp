@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
     corekit::Init();
     AgentInstaller application(argc, argv);
     application.SetName(L"qdn-configure.bin");
+    application.SetProduct(L"qdn-configure");
     application.SetVersion(L"" QDN_VERSION);
     application.RegisterCommand(L"-configure", std::make_unique<ConfigureCommand>());
     application.RegisterCommand(L"-iconfigure", std::make_unique<InteractiveConfigureCommand>());

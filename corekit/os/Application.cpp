@@ -3,19 +3,31 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
+#include <new>
 #include <string>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 #include "corekit/os/Console.h"
 #include "corekit/os/Interruption.h"
+#include "corekit/os/TemporaryFile.h"
 #include "corekit/text/Encoding.h"
 #include "corekit/text/Text.h"
 
 namespace corekit {
 
 namespace {
+
+/// Words that are known to those who do not know the program.
+constexpr std::wstring_view kHelpWords[] = {L"-help", L"-h", L"--help", L"help"};
+constexpr std::wstring_view kVersionWords[] = {L"-version", L"--version"};
+
+constexpr const wchar_t* kHelpDescription =
+    L"List the commands and tell the version; with a command, show how it is used.";
+constexpr const wchar_t* kVersionDescription = L"Tell the version.";
 
 /// A file opened in the place of a closed standard stream would get what is meant for the operator.
 void OpenStandardStreams() {
@@ -34,6 +46,14 @@ void Init() {
     std::signal(SIGPIPE, SIG_IGN);
     std::signal(SIGXFSZ, SIG_IGN);
     Interruption::Prepare();
+    std::set_new_handler(EndWithoutMemory);
+}
+
+void EndWithoutMemory() {
+    const SignalBlock untilTheEnd;
+    TemporaryFile::RemoveAll();
+    Console::Err("ERROR: Not enough memory.\n");
+    _exit(EXIT_FAILURE);
 }
 
 CommandBasedApp::CommandBasedApp(int argumentCount, const char* const* arguments) {
@@ -53,8 +73,11 @@ int CommandBasedApp::Run() {
     }
     const String& word = m_arguments.front();
     const Entry* entry = Find(word);
-    if (entry == nullptr) return word == L"-help" ? Help() : RefuseCommand(word);
-
+    if (entry == nullptr) {
+        if (std::ranges::find(kHelpWords, word.View()) != std::end(kHelpWords)) return Help();
+        if (std::ranges::find(kVersionWords, word.View()) != std::end(kVersionWords)) return TellVersion();
+        return RefuseCommand(word);
+    }
     const unsigned status = entry->command->Run({m_arguments.begin() + 1, m_arguments.end()});
     if (status == kUsageError) ShowUsage(*entry);
     return static_cast<int>(status);
@@ -79,7 +102,12 @@ int CommandBasedApp::Help() const {
         return 0;
     }
     ListCommands();
-    Console::Out(StringEncoder::Local(L"\nThis is version " + Version() + L".\n"));
+    Console::Out(StringEncoder::Local(L"This is version " + Version() + L".\n"));
+    return 0;
+}
+
+int CommandBasedApp::TellVersion() const {
+    Console::Out(StringEncoder::Local(Product() + L" " + Version() + L"\n"));
     return 0;
 }
 
@@ -88,14 +116,18 @@ void CommandBasedApp::ShowUsage(const Entry& entry) const {
 }
 
 void CommandBasedApp::ListCommands() const {
-    std::size_t width = 0;
-    for (const Entry& entry : m_commands) width = std::max(width, entry.word.Length());
+    std::vector<std::pair<String, String>> rows;
+    for (const Entry& entry : m_commands) rows.emplace_back(entry.word, entry.command->Description());
+    rows.emplace_back(kHelpWords[0], kHelpDescription);
+    rows.emplace_back(kVersionWords[0], kVersionDescription);
 
+    std::size_t width = 0;
+    for (const auto& row : rows) width = std::max(width, row.first.Length());
     String list = L"Usage: " + Name() + L" <command> [options]\n\nCommands:\n";
-    for (const Entry& entry : m_commands) {
-        const std::wstring gap(width - entry.word.Length() + 2, L' ');
-        list += L"  " + entry.word + gap + entry.command->Description() + L"\n";
+    for (const auto& [word, description] : rows) {
+        list += L"  " + word + std::wstring(width - word.Length() + 2, L' ') + description + L"\n";
     }
+    list += L"\nThe manual page " + Product() + L"(8) tells the rest.\n";
     Console::Out(StringEncoder::Local(list));
 }
 

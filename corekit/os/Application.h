@@ -9,16 +9,24 @@
 namespace corekit {
 
 /// Prepares the process: umask 022, SIGPIPE and SIGXFSZ ignored, `Interruption::Prepare`, descriptors 0 to 2
-/// open. Called first.
+/// open, `EndWithoutMemory` where an allocation fails. Called first.
 void Init();
+
+/// Ends the process with status 1 and "ERROR: Not enough memory." on standard error, after what has been
+/// written to standard output. Every `TemporaryFile` is removed first. Allocates nothing.
+[[noreturn]] void EndWithoutMemory();
 
 /// A program with a name and a version.
 class Application {
   public:
     virtual ~Application() = default;
 
+    /// The name of the program's file, which usage texts show.
     void SetName(const String& name) { m_name = name; }
     const String& Name() const { return m_name; }
+    /// The name that people know it by: that of its manual page, which is in section 8.
+    void SetProduct(const String& product) { m_product = product; }
+    const String& Product() const { return m_product; }
     void SetVersion(const String& version) { m_version = version; }
     const String& Version() const { return m_version; }
 
@@ -27,6 +35,7 @@ class Application {
 
   private:
     String m_name;
+    String m_product;
     String m_version;
 };
 
@@ -59,8 +68,9 @@ class CommandBasedApp : public Application {
 
     /// Runs the command that the first argument names and returns its status; a usage error is followed by
     /// the command's usage text. Without a command word, or with an unknown one (named on standard error),
-    /// lists the commands and returns 120; `-help` alone lists them, tells the version and returns 0, and
-    /// with a command word it shows the command's usage.
+    /// lists the commands and returns 120. `-help` (`-h`, `--help`, `help`) lists them, tells the version and
+    /// returns 0; with a command word after it, it shows that command's usage. `-version` (`--version`) tells
+    /// the version and returns 0.
     int Run();
 
   private:
@@ -72,6 +82,7 @@ class CommandBasedApp : public Application {
     const Entry* Find(const String& word) const;
     int RefuseCommand(const String& word) const;
     int Help() const;
+    int TellVersion() const;
     void ShowUsage(const Entry& entry) const;
     void ListCommands() const;
 

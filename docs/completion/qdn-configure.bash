@@ -6,7 +6,7 @@ _qdn_configure() {
     local -a words=()
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(-configure -iconfigure -clean -help)
+        words=(-configure -iconfigure -clean -help -version)
     elif [ "${COMP_WORDS[COMP_CWORD - 1]}" = -dir ] || { [ "$command" = -clean ] && [ "$COMP_CWORD" -eq 2 ]; }; then
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -d -- "$word")
@@ -16,7 +16,7 @@ _qdn_configure() {
             -configure) words=(-quiet -noimode -nosearch -dir) ;;
             -iconfigure) words=(-quiet -nosearch -dir) ;;
             -clean) words=(-quiet) ;;
-            -help) words=(-configure -iconfigure -clean) ;;
+            -help | -h | --help | help) words=(-configure -iconfigure -clean) ;;
         esac
     fi
     mapfile -t COMPREPLY < <(compgen -W "${words[*]}" -- "$word")

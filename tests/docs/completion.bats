@@ -27,9 +27,9 @@ options_of() {
 }
 
 @test "the commands are offered, and those that begin like the word" {
-    expect_offer 'qdn-configure ' -clean -configure -help -iconfigure
+    expect_offer 'qdn-configure ' -clean -configure -help -iconfigure -version
     expect_offer 'qdn-configure.bin -c' -clean -configure
-    "$program" -help | sed -n 's/^  \(-[a-z]*\) .*/\1/p' | cat - <(echo -help) | LC_ALL=C sort >"$desk/commands"
+    "$program" -help | sed -n 's/^  \(-[a-z]*\) .*/\1/p' | LC_ALL=C sort >"$desk/commands"
     offered 'qdn-configure ' | same commands "$desk/commands"
 }
 
@@ -41,6 +41,7 @@ options_of() {
         offered "qdn-configure $command " | same "options of $command" "$desk/options"
     done
     expect_offer 'qdn-configure -clean /opt ' -quiet
+    expect_offer 'qdn-configure --help ' -clean -configure -iconfigure
     expect_offer 'qdn-configure -configure -no' -noimode -nosearch
 }
 

@@ -10,6 +10,10 @@ Commands:
   -configure   Automatically configure/upgrade an installation from an XML config file.
   -iconfigure  Interactively configure/reconfigure an installation ignoring any XML file.
   -clean       Remove qdn-configure created files prior to uninstall.
+  -help        List the commands and tell the version; with a command, show how it is used.
+  -version     Tell the version.
+
+The manual page qdn-configure(8) tells the rest.
 END
 }
 
@@ -21,22 +25,43 @@ END
     expect_no_changes
 }
 
-@test "-help alone lists the commands, tells the version and succeeds" {
-    qdn_configure -help
-    expect_status 0
-    expect_output < <(list_of_commands && printf '\nThis is version 1.0.0.\n')
-    expect_no_errors
+@test "help is given under each word that people try, with status 0" {
+    local word
+    for word in -help -h --help help; do
+        qdn_configure $word
+        expect_status 0
+        expect_output < <(list_of_commands && echo 'This is version 1.0.0.')
+        expect_no_errors
+        expect_no_changes
+    done
 }
 
-@test "-help with a command shows how it is used, and runs nothing" {
+@test "the version is told under each word that people try, with status 0" {
+    local word
+    for word in -version --version; do
+        qdn_configure $word
+        expect_status 0
+        expect_output <<END
+$banner
+qdn-configure 1.0.0
+END
+        expect_no_errors
+        expect_no_changes
+    done
+}
+
+@test "help with a command shows how it is used, and runs nothing" {
+    local word
     qdn_configure -clean
     expect_status 120
     cp "$desk/out" "$desk/usage"
-    qdn_configure -help -clean
-    expect_status 0
-    expect_output <"$desk/usage"
-    expect_no_errors
-    expect_no_changes
+    for word in -help -h --help help; do
+        qdn_configure $word -clean
+        expect_status 0
+        expect_output <"$desk/usage"
+        expect_no_errors
+        expect_no_changes
+    done
 }
 
 @test "an unknown command is named, made printable" {

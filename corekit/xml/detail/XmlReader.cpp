@@ -1,5 +1,4 @@
 // Reading an XML text into a tree, and refusing what could harm.
-#include <cstdlib>
 
 #define XML_DTD  // makes the parser's header declare the limits on entity expansion
 #include <expat.h>
@@ -8,6 +7,7 @@
 #include <set>
 #include <type_traits>
 
+#include "corekit/os/Application.h"
 #include "corekit/os/Random.h"
 #include "corekit/xml/detail/XmlTree.h"
 
@@ -103,7 +103,7 @@ class XmlReader {
 };
 
 XmlReader::XmlReader() : m_parser(XML_ParserCreate("UTF-8")) {
-    if (!m_parser) std::abort();  // GCOVR_EXCL_LINE: out of memory, where everything else ends, too
+    if (!m_parser) EndWithoutMemory();  // GCOVR_EXCL_LINE: nothing fails for another reason
     XML_SetUserData(m_parser.get(), this);
     XML_SetHashSalt(m_parser.get(), static_cast<unsigned long>(RandomNumber() | 1));
     XML_SetParamEntityParsing(m_parser.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
@@ -149,7 +149,9 @@ tl::expected<XmlTree, BasicXml::Refusal> XmlReader::Read(std::string_view docume
     if (LooksLikeUtf16(document)) return tl::unexpected(BasicXml::Refusal{kNotUtf8, 1, 1});
     const int length = static_cast<int>(document.size());
     if (XML_Parse(m_parser.get(), document.data(), length, XML_TRUE) != XML_STATUS_OK) {
-        Refuse(String::FromUtf8(XML_ErrorString(XML_GetErrorCode(m_parser.get()))));
+        const XML_Error error = XML_GetErrorCode(m_parser.get());
+        if (error == XML_ERROR_NO_MEMORY) EndWithoutMemory();
+        Refuse(String::FromUtf8(XML_ErrorString(error)));
     }
     if (m_refusal) return tl::unexpected(*m_refusal);
     return std::move(m_tree);

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <memory>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -10,6 +11,7 @@
 
 #include "corekit/os/Application.h"
 #include "corekit/os/Console.h"
+#include "corekit/os/TemporaryFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EndChild.h"
 #include "tests/support/PrintString.h"
@@ -53,6 +55,7 @@ Outcome RunTool(std::vector<const char*> line) {
     Outcome outcome;
     App app(static_cast<int>(line.size()), line.data());
     app.SetName(L"tool");
+    app.SetProduct(L"toolbox");
     app.SetVersion(L"2.10");
     app.RegisterCommand(L"-succeed", std::make_unique<Recorder>(0, outcome.arguments));
     app.RegisterCommand(L"-fail", std::make_unique<Recorder>(1, outcome.arguments));
@@ -67,7 +70,13 @@ constexpr const char* kList =
     "Commands:\n"
     "  -succeed  Returns a status.\n"
     "  -fail     Returns a status.\n"
-    "  -misuse   Returns a status.\n";
+    "  -misuse   Returns a status.\n"
+    "  -help     List the commands and tell the version; with a command, show how it is used.\n"
+    "  -version  Tell the version.\n"
+    "\n"
+    "The manual page toolbox(8) tells the rest.\n";
+
+constexpr const char* kHelpWords[] = {"-help", "-h", "--help", "help"};
 
 using Arguments = std::vector<String>;
 
@@ -141,26 +150,67 @@ TEST(CommandBasedApp, NamesAnUnknownCommand) {
     }
 }
 
-TEST(CommandBasedApp, ListsTheCommandsAndTellsTheVersionOnRequest) {
-    const Outcome outcome = RunTool({"tool", "-help"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.output.out, std::string(kList) + "\nThis is version 2.10.\n");
-    EXPECT_EQ(outcome.output.err, "");
+TEST(CommandBasedApp, ListsTheCommandsAndTellsTheVersion_WhenAskedForHelp) {
+    for (const char* word : kHelpWords) {
+        const Outcome outcome = RunTool({"tool", word});
+        EXPECT_EQ(outcome.status, 0) << word;
+        EXPECT_EQ(outcome.output.out, std::string(kList) + "This is version 2.10.\n") << word;
+        EXPECT_EQ(outcome.output.err, "") << word;
+    }
 }
 
-TEST(CommandBasedApp, ShowsTheUsageOfACommandOnRequest) {
-    const Outcome outcome = RunTool({"tool", "-help", "-misuse"});
-    EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.arguments, Arguments{L"not run"});
-    EXPECT_EQ(outcome.output.out, "Usage: tool -misuse [options]\n");
-    EXPECT_EQ(outcome.output.err, "");
+TEST(CommandBasedApp, ShowsTheUsageOfACommand_WhenAskedForHelpOnIt) {
+    for (const char* word : kHelpWords) {
+        const Outcome outcome = RunTool({"tool", word, "-misuse"});
+        EXPECT_EQ(outcome.status, 0) << word;
+        EXPECT_EQ(outcome.arguments, Arguments{L"not run"}) << word;
+        EXPECT_EQ(outcome.output.out, "Usage: tool -misuse [options]\n") << word;
+        EXPECT_EQ(outcome.output.err, "") << word;
+    }
 }
 
-TEST(CommandBasedApp, KnowsNoHelpForAnUnknownCommand) {
+TEST(CommandBasedApp, NamesAnUnknownCommand_WhenAskedForHelpOnIt) {
     const Outcome outcome = RunTool({"tool", "-help", "-what"});
     EXPECT_EQ(outcome.status, 120);
     EXPECT_EQ(outcome.output.out, kList);
     EXPECT_EQ(outcome.output.err, "Unknown command '-what'.\n");
+}
+
+TEST(CommandBasedApp, TellsTheVersion_WhenAskedForIt) {
+    for (const char* word : {"-version", "--version"}) {
+        const Outcome outcome = RunTool({"tool", word});
+        EXPECT_EQ(outcome.status, 0) << word;
+        EXPECT_EQ(outcome.output.out, "toolbox 2.10\n") << word;
+        EXPECT_EQ(outcome.output.err, "") << word;
+    }
+}
+
+TEST(EndWithoutMemory, SaysSoAfterWhatWasSaidBefore) {
+    const testfiles::TempDir dir;
+    EXPECT_EXIT(
+        {
+            const int both = open((dir / "both").c_str(), O_CREAT | O_WRONLY, 0600);
+            dup2(both, STDOUT_FILENO);
+            dup2(both, STDERR_FILENO);
+            corekit::Init();
+            corekit::Console::Out("said before ");
+            std::get_new_handler()();
+        },
+        testing::ExitedWithCode(1), "");
+    EXPECT_EQ(testfiles::Read(dir / "both"), "said before ERROR: Not enough memory.\n");
+}
+
+TEST(EndWithoutMemory, RemovesTemporaryFiles) {
+    const testfiles::TempDir dir;
+    EXPECT_EXIT(
+        {
+            testfiles::Write(dir / "temporary", "");
+            corekit::TemporaryFile file;
+            file.Take(dir / "temporary");
+            corekit::EndWithoutMemory();
+        },
+        testing::ExitedWithCode(1), "^ERROR: Not enough memory\\.\n$");
+    EXPECT_FALSE(testfiles::Exists(dir / "temporary"));
 }
 
 TEST(Init, SetsTheUmask) {
