@@ -42,6 +42,7 @@ script/coverage|person
 script/demo|.ci/run
 script/fuzz|person
 script/measure|person
+script/measure --fetch-peers|person
 script/sanitize|person
 script/setup|.ci/run
 script/test|.ci/run
@@ -85,13 +86,17 @@ sign_of() {
     known | sed -n 's/|person$//p' >"$desk/scripts"
     while read -r script _; do
         [ -x "$project/$script" ]
-        bash -n "$project/$script"
+        if [[ $(head -n 1 "$project/$script") == *python3 ]]; then
+            python3 -c 'import ast, sys; ast.parse(open(sys.argv[1]).read())' "$project/$script"
+        else
+            bash -n "$project/$script"
+        fi
     done <"$desk/scripts"
 }
 
 # The unit tests of a folder, SUITE.NAME each.
 tests_of() {
-    grep -rhoE '^TEST(_F)?\([A-Za-z0-9]+, *[A-Za-z0-9]+' "$project/tests/unit/$1" | sed -E 's/^TEST(_F)?\(//; s/, */./'
+    grep -rhoE '^TEST(_F)?\([A-Za-z0-9_]+, *[A-Za-z0-9_]+' "$project/tests/unit/$1" | sed -E 's/^TEST(_F)?\(//; s/, */./'
 }
 
 @test "every filter of unit tests lets some of them through" {
