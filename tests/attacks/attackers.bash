@@ -1,5 +1,5 @@
 # What a hostile user of the host does, in the words of the stories.
-# shellcheck disable=SC2154 # a session says where the desk is
+# shellcheck disable=SC2154 # a session says where the desk and the project are
 
 # Another user's file at a path that is free. Where only root exists (a namespace of an ordinary user), a file of the
 # host stands there instead, which is nobody's for those inside: its content is another, its owner is a stranger too.
@@ -8,16 +8,21 @@ given_strangers_file() {
     chown 65534:65534 "$1" 2>/dev/null || mount --bind /usr/bin/env "$1"
 }
 
+# All that lies in root's home, but for this project where it is kept there.
+list_of_root() {
+    find /root -path "$project" -prune -o -printf '%p %M %U:%G %T@ %n\n' | sort
+}
+
 # Something of root's that no attack may change: made before it, seen to be the same after it.
 given_treasure() {
     mkdir -p /root/treasure/below
     echo "precious" >/root/treasure/below/file
     chmod 0640 /root/treasure/below/file
-    find /root -printf '%p %M %U:%G %T@ %n\n' | sort >"$desk/treasure"
+    list_of_root >"$desk/treasure"
 }
 
 expect_treasure() {
-    find /root -printf '%p %M %U:%G %T@ %n\n' | sort >"$desk/treasure-after"
+    list_of_root >"$desk/treasure-after"
     same "the treasure" "$desk/treasure-after" <"$desk/treasure"
     expect_file /root/treasure/below/file <<<"precious"
 }
