@@ -19,7 +19,7 @@ class Terminal {
     /// The child runs `action` and exits with status 0 when that is true.
     explicit Terminal(const std::function<bool()>& action)
         : m_child(forkpty(&m_master, nullptr, nullptr, nullptr)) {
-        if (m_child == 0) EndChild(std::freopen("/dev/tty", "r", stdin) != nullptr && action() ? 0 : 1);
+        if (m_child == 0) EndChild(Open() && action() ? 0 : 1);
     }
     ~Terminal() { close(m_master); }
     Terminal(const Terminal&) = delete;
@@ -57,7 +57,7 @@ class Terminal {
     }
 
   private:
-    /// Of the child. A dialogue that goes another way than its test ends by itself.
+    /// Of the child, true if it can read the terminal. A signal ends it when its test never answers it.
     static bool Open() {
         constexpr unsigned kSeconds = 60;
         alarm(kSeconds);

@@ -107,6 +107,13 @@ typed" ]
     [ "$status" -eq 1 ]
 }
 
+@test "a command that takes too long is killed, and so is what it has started" {
+    PRIVATE_MACHINE_SECONDS=1 run "$machine" sh -c 'sleep 4321 & sleep 4321'
+    [ "$status" -eq 137 ]
+    run pgrep -f '^sleep 4321$'
+    [ "$status" -eq 1 ]
+}
+
 @test "without a command it tells how to call it" {
     run "$machine"
     [ "$status" -eq 2 ]
