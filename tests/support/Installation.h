@@ -25,8 +25,6 @@ class Installation : public testing::Test {
     ~Installation() override {
         std::filesystem::current_path("/");
         std::filesystem::remove_all("/opt/agent");
-        Zorvane::AgentInstaller::Args::bQuiet = false;
-        Zorvane::AgentInstaller::Error::m_sErrorText = corekit::String();
     }
 
     /// Writes the lines of client.conf's section Configuration.

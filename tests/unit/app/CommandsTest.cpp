@@ -34,8 +34,6 @@ class Reaching : public Base {
 
 class Commands : public testing::Test {
   protected:
-    void TearDown() override { Args::bQuiet = Args::bNoSearch = false; }
-
     template <typename Command>
     unsigned Run(Command& command, const Arguments& arguments) {
         unsigned status = 0;

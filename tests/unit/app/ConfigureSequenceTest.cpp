@@ -28,8 +28,6 @@ class ConfigureSequence : public testing::Test {
         m_host.Add("rpm");
     }
     void TearDown() override {
-        Args::bQuiet = Args::bNoSearch = false;
-        Error::m_sErrorText = String();
         std::filesystem::remove_all("/opt/agent");
         std::filesystem::remove("/tmp/.qdn-agent-install-config.xml");
     }
@@ -83,7 +81,6 @@ TEST_F(ConfigureSequence, ADirectoryThatAShellWouldMisreadIsRefused) {
     EXPECT_EQ(Run({L"-quiet", L"-dir", L"/opt/a\nb"}), 1U);
     EXPECT_EQ(m_output.err,
               "ERROR: Install directory /opt/a\\x0ab contains characters that are not allowed.\n");
-    unsetenv("QDN_INSTALL_KSNAME");
 }
 
 TEST_F(ConfigureSequence, ThePackageManagerIsNotAskedUnderNoSearch) {

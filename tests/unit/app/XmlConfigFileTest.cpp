@@ -37,8 +37,6 @@ class XmlConfigFileTest : public testing::Test {
         for (const std::string directory : {"/tmp", "/var", "/opt/zorvane"}) {
             std::filesystem::remove_all(directory + kName);
         }
-        unsetenv("QDNCLIENT_CONFIG_XML_DIR");
-        unsetenv("AGENT_INSTALL_DIR");
     }
 
     /// The server of the file that is used; "" without one.

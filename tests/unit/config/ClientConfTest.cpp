@@ -28,10 +28,8 @@ class ClientConf : public testing::Test {
     ClientConf() {
         std::filesystem::create_directories("/opt/agent/etc");
         std::filesystem::copy(CLIENT_PROTO, kProto);
-        Error::m_sErrorText = String();
     }
     ~ClientConf() override {
-        Args::bQuiet = false;
         for (const char* path : {"/opt/agent", "/opt/old", kOutput}) std::filesystem::remove_all(path);
     }
 

@@ -19,9 +19,6 @@ using testsupport::Captured;
 
 class ConfiguredDirectories : public testing::Test {
   protected:
-    ConfiguredDirectories() { Error::m_sErrorText = String(); }
-    ~ConfiguredDirectories() override { Args::bQuiet = false; }
-
     /// What creating the directory writes; its result goes to m_status.
     std::string Create(const std::string& path) {
         const auto output = Captured([&] { m_status = CreateConfiguredDirectory(String::FromUtf8(path)); });

@@ -39,8 +39,6 @@ class Migration : public testing::Test {
     ~Migration() override {
         std::filesystem::remove_all("/opt/new");
         std::filesystem::remove_all("/opt/old");
-        Args::bQuiet = false;
-        Error::m_sErrorText = String();
     }
 
     static void WriteOld(const std::string& content) {

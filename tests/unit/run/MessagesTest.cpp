@@ -15,10 +15,6 @@ using testsupport::Captured;
 class Messages_ : public testing::Test {
   protected:
     void SetUp() override { setenv("LC_ALL", "en_US.UTF-8", 1); }
-    void TearDown() override {
-        Args::bQuiet = false;
-        unsetenv("LC_ALL");
-    }
 };
 
 TEST_F(Messages_, SayGoesToStandardOutput) {

@@ -141,7 +141,6 @@ TEST_F(EnvironmentOverrides, ABadVariableDoesNotStopTheOthersAndQuietDoesNotSile
     const EnvironmentVariable levels("QDN_INSTALL_RUNLEVELS", "none");
     Args::bQuiet = true;
     Apply();
-    Args::bQuiet = false;
     EXPECT_EQ(m_output.err, WarningAbout("QDN_INSTALL_KSNAME") + WarningAbout("QDN_INSTALL_RUNLEVELS"));
     EXPECT_EQ(Get(L"Start"), L"no");
 }

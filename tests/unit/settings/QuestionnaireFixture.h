@@ -38,7 +38,6 @@ class Questionnaire : public testing::Test {
     Questionnaire() {
         std::filesystem::create_directories("/opt/zorvane/kell/ksagent");
         m_settings = DefaultSettings();
-        Error::m_sErrorText = corekit::String();
     }
     ~Questionnaire() override { std::filesystem::remove_all("/opt/zorvane"); }
 

@@ -25,7 +25,6 @@ struct Close {
 class FgetsTest : public testing::Test {
   protected:
     FgetsTest() { setenv("LC_ALL", "C.UTF-8", 1); }
-    ~FgetsTest() override { unsetenv("LC_ALL"); }
 
     /// The next lines come from this text.
     void Type(const std::string& text) {

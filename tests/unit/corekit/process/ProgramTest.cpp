@@ -20,17 +20,15 @@ namespace {
 
 class ProgramTest : public testing::Test {
   protected:
-    ProgramTest() : m_path(std::getenv("PATH")) {
+    ProgramTest() {
         testfiles::Write(m_dir / "one/tool", "", 0755);
         testfiles::Write(m_dir / "two/tool", "", 0755);
     }
-    ~ProgramTest() override { setenv("PATH", m_path.c_str(), 1); }
 
     String In(const std::string& name) const { return String::FromUtf8(m_dir / name); }
     /// PATH is the directory "one" and then "two".
     void SetPath() const { setenv("PATH", (m_dir / "one:" + (m_dir / "two")).c_str(), 1); }
 
-    std::string m_path;
     testfiles::TempDir m_dir;
 };
 
