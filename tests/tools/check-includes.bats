@@ -2,7 +2,7 @@
 
 setup() {
     house=$BATS_TEST_TMPDIR/house
-    for folder in corekit/text corekit/os corekit/fs/detail deploykit run settings config agents/removal integration app; do
+    for folder in corekit/text corekit/os corekit/fs/detail deploykit run settings config agents/removal integration preview app; do
         mkdir -p "$house/$folder"
     done
 }

@@ -1,0 +1,150 @@
+// Asks the system what an entry of a directory is.
+#include "preview/FileState.h"
+
+#include <fcntl.h>
+#include <sha2.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "corekit/os/SystemCall.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+
+using corekit::Descriptor;
+using corekit::ReadSome;
+using corekit::Result;
+
+namespace {
+
+constexpr std::size_t kChunk = 65536;
+
+/// The bytes of a call that tells their number when asked with an empty buffer; none where it fails.
+template <typename Call>
+std::string Filled(Call&& call) {
+    constexpr std::size_t kLongest = 65536;  // of a value, and of the list of names
+    std::string buffer(kLongest, '\0');
+    const ssize_t got = call(buffer.data(), buffer.size());
+    buffer.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+    return buffer;
+}
+
+std::map<std::string, std::string> AttributesOf(const std::string& path) {
+    if (llistxattr(path.c_str(), nullptr, 0) <= 0) return {};
+    const std::string names =
+        Filled([&](char* buffer, std::size_t size) { return llistxattr(path.c_str(), buffer, size); });
+    std::map<std::string, std::string> attributes;
+    for (std::size_t at = 0; at < names.size(); at += std::string(names.c_str() + at).size() + 1) {
+        const std::string name = names.c_str() + at;
+        if (name.starts_with("trusted.overlay.") || name.starts_with("user.overlay.")) continue;
+        attributes[name] = AttributeOf(path, name).value_or("");
+    }
+    return attributes;
+}
+
+Descriptor OpenToRead(const std::string& path) {
+    return corekit::OpenAt(AT_FDCWD, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
+}
+
+bool HasSameBytes(const std::string& left, const std::string& right) {
+    const Descriptor leftFile = OpenToRead(left);
+    const Descriptor rightFile = OpenToRead(right);
+    if (!leftFile || !rightFile) return false;
+    std::string leftChunk(kChunk, '\0');
+    std::string rightChunk(kChunk, '\0');
+    for (;;) {
+        std::size_t leftCount = 0;
+        std::size_t rightCount = 0;
+        if (!ReadSome(leftFile.Get(), leftChunk, leftCount) ||
+            !ReadSome(rightFile.Get(), rightChunk, rightCount))
+            return false;
+        if (leftChunk.compare(0, leftCount, rightChunk, 0, rightCount) != 0) return false;
+        if (leftCount == 0) return true;
+    }
+}
+
+FileType TypeOf(mode_t mode) {
+    if (S_ISREG(mode)) return FileType::File;
+    if (S_ISDIR(mode)) return FileType::Directory;
+    return S_ISLNK(mode) ? FileType::Link : FileType::Other;
+}
+
+}  // namespace
+
+std::optional<FileState> StateOf(const std::string& path) {
+    struct stat info {};
+    if (lstat(path.c_str(), &info) != 0) return std::nullopt;
+    FileState state{TypeOf(info.st_mode), info.st_mode & 07777, info.st_uid, info.st_gid,       info.st_size,
+                    info.st_nlink,        info.st_rdev,         {},          AttributesOf(path)};
+    if (state.type == FileType::Other) state.device ^= static_cast<dev_t>(info.st_mode & S_IFMT) << 40U;
+    if (state.type != FileType::Link) return state;
+    state.target.resize(static_cast<std::size_t>(info.st_size) + 1);
+    const ssize_t length = readlink(path.c_str(), state.target.data(), state.target.size());
+    state.target.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    return state;
+}
+
+std::optional<std::string> AttributeOf(const std::string& path, const std::string& name) {
+    if (lgetxattr(path.c_str(), name.c_str(), nullptr, 0) < 0) return std::nullopt;
+    return Filled(
+        [&](char* buffer, std::size_t size) { return lgetxattr(path.c_str(), name.c_str(), buffer, size); });
+}
+
+bool IsSameContent(const FileState& left, const std::string& leftPath, const FileState& right,
+                   const std::string& rightPath) {
+    if (left.type != right.type) return false;
+    switch (left.type) {
+        case FileType::Directory:
+            return true;
+        case FileType::Link:
+            return left.target == right.target;
+        case FileType::Other:
+            return left.device == right.device;
+        case FileType::File:
+            break;
+    }
+    return left.size == right.size && HasSameBytes(leftPath, rightPath);
+}
+
+bool IsSameAccess(const FileState& left, const FileState& right) {
+    return left.mode == right.mode && left.uid == right.uid && left.gid == right.gid;
+}
+
+Result TakeAttributes(const std::string& model, const std::string& directory) {
+    const auto state = StateOf(model);
+    if (!state) return Result::FromErrno();
+    if (chown(directory.c_str(), state->uid, state->gid) != 0) return Result::FromErrno();
+    for (const auto& [name, value] : state->attributes) {
+        // One that the file system in memory cannot keep matters to nobody who runs in the copy.
+        Forgive(corekit::Outcome(lsetxattr(directory.c_str(), name.c_str(), value.data(), value.size(), 0)));
+    }
+    return corekit::Outcome(chmod(directory.c_str(), state->mode));
+}
+
+std::optional<std::string> Sha256Of(const std::string& path) {
+    const Descriptor file = OpenToRead(path);
+    if (!file) return std::nullopt;
+    SHA2_CTX context;
+    SHA256Init(&context);
+    std::string chunk(kChunk, '\0');
+    for (std::size_t count = 1; count > 0;) {
+        if (!ReadSome(file.Get(), chunk, count)) return std::nullopt;
+        SHA256Update(&context, reinterpret_cast<const std::uint8_t*>(chunk.data()), count);
+    }
+    char digits[SHA256_DIGEST_STRING_LENGTH];
+    return std::string(SHA256End(&context, digits));
+}
+
+std::string ParentOf(const std::string& path) {
+    const std::size_t slash = path.rfind('/');
+    return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
+}
+
+std::string CurrentDirectory() {
+    char* const path = getcwd(nullptr, 0);
+    if (path == nullptr) return "/";
+    std::string directory = path;
+    std::free(path);
+    return directory.starts_with('/') ? directory : "/";
+}
+
+}  // namespace Zorvane::AgentInstaller::Preview

@@ -1,0 +1,210 @@
+// Three processes: the one that asks, the first one of the namespaces, which builds the copy and reads it
+// afterwards, and the one that runs the code in it.
+#include "preview/Rehearse.h"
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <fcntl.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "corekit/os/Console.h"
+#include "corekit/os/SystemCall.h"
+
+extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
+
+namespace Zorvane::AgentInstaller::Preview {
+
+using corekit::Descriptor;
+using corekit::Result;
+using corekit::String;
+
+namespace {
+
+constexpr std::size_t kLongestAnswer = std::size_t{1} << 31;
+constexpr auto kLongestRun = std::chrono::minutes(10);
+constexpr int kMillisecondsBetweenLooks = 20;
+
+// The first byte of what the first process answers.
+constexpr char kTold = 'T';
+constexpr char kFailed = 'F';
+
+[[noreturn]] void End() {
+    if (__gcov_dump != nullptr) __gcov_dump();
+    _exit(0);
+}
+
+struct Pipe {
+    Descriptor reader;
+    Descriptor writer;
+
+    Result Open() {
+        int ends[2];
+        if (pipe2(ends, O_CLOEXEC) != 0) return Result::FromErrno();
+        reader = Descriptor(ends[0]);
+        writer = Descriptor(ends[1]);
+        return Result();
+    }
+};
+
+/// Takes what is in a pipe; false at its end.
+bool Take(int reader, std::string& bytes, int copyTo) {
+    std::string chunk(65536, '\0');
+    std::size_t count = 0;
+    if (!corekit::ReadSome(reader, chunk, count) || count == 0) return false;
+    bytes.append(chunk, 0, count);
+    if (copyTo >= 0) Forgive(corekit::WriteAll(copyTo, std::string_view(chunk).substr(0, count)));
+    return true;
+}
+
+/// The code in the copy, seen from the process that built that.
+class Performance {
+  public:
+    Performance(const HostCopy& copy, Audience audience) : m_copy(copy), m_audience(audience) {}
+
+    Outcome<Rehearsal> Run(const std::function<std::string()>& code);
+
+  private:
+    [[noreturn]] void Perform(const std::function<std::string()>& code);
+    bool Listen();
+
+    const HostCopy& m_copy;
+    Audience m_audience;
+    Pipe m_result;
+    Pipe m_output;
+    Pipe m_errors;
+    Rehearsal m_rehearsal;
+    bool m_wasFull = false;
+};
+
+Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
+    for (Pipe* pipe : {&m_result, &m_output, &m_errors}) {
+        if (const Result opened = pipe->Open(); !opened)
+            return FailBecause(L"The preview failed.", L"pipe", opened);
+    }
+    const pid_t child = fork();
+    if (child < 0) return FailBecause(L"The preview failed.", L"fork", Result::FromErrno());
+    if (child == 0) Perform(code);
+    for (Pipe* pipe : {&m_result, &m_output, &m_errors}) pipe->writer = Descriptor();
+
+    const bool inTime = Listen();
+    if (!inTime) kill(child, SIGKILL);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+    if (!inTime) return Fail(L"The preview failed: the command has not ended within ten minutes.");
+    if (m_wasFull || m_copy.IsFull())
+        return Fail(
+            L"The preview failed: what the command writes does not fit into a quarter of the memory.");
+    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
+        return Fail(L"The preview failed: the command was ended by a signal.");
+    return m_rehearsal;
+}
+
+void Performance::Perform(const std::function<std::string()>& code) {
+    constexpr int kNoCopy = 1;
+    if (dup2(m_output.writer.Get(), STDOUT_FILENO) < 0 || dup2(m_errors.writer.Get(), STDERR_FILENO) < 0 ||
+        !m_copy.Enter())
+        _exit(kNoCopy);
+    const std::string result = code();
+    corekit::Console::Flush();
+    Forgive(corekit::WriteAll(m_result.writer.Get(), result));
+    End();
+}
+
+/// Reads all that is said until the code has ended. False when that takes too long.
+bool Performance::Listen() {
+    const auto start = std::chrono::steady_clock::now();
+    pollfd sources[] = {{m_result.reader.Get(), POLLIN, 0},
+                        {m_output.reader.Get(), POLLIN, 0},
+                        {m_errors.reader.Get(), POLLIN, 0}};
+    std::string* const texts[] = {&m_rehearsal.result, &m_rehearsal.output, &m_rehearsal.errors};
+    // Only the code's own process holds the writing end for the result.
+    while (sources[0].fd >= 0) {
+        if (m_audience.terminal < 0 && std::chrono::steady_clock::now() - start > kLongestRun) return false;
+        poll(sources, std::size(sources), kMillisecondsBetweenLooks);
+        m_wasFull = m_wasFull || m_copy.IsFull();
+        for (std::size_t i = std::size(sources); i-- > 0;) {
+            if (sources[i].fd < 0 || sources[i].revents == 0) continue;
+            const int copyTo = i == 1 ? m_audience.terminal : -1;
+            if (!Take(sources[i].fd, *texts[i], copyTo)) sources[i].fd = -1;
+        }
+    }
+    // A daemon that was left behind may hold the other two open for ever.
+    for (std::size_t i = 1; i < std::size(sources); ++i) {
+        while (sources[i].fd >= 0 && poll(&sources[i], 1, 0) > 0) {
+            const int copyTo = i == 1 ? m_audience.terminal : -1;
+            if (!Take(sources[i].fd, *texts[i], copyTo)) break;
+        }
+    }
+    return true;
+}
+
+std::string Answer(const Outcome<std::string>& told) {
+    return told ? kTold + *told : kFailed + told.error().text.Utf8() + '\0' + told.error().reason.Utf8();
+}
+
+/// What the first process of the namespaces does. It ends when its maker does, and with it all others of
+/// them.
+[[noreturn]] void BuildRunAndTell(
+    const std::function<std::string()>& code,
+    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,
+    const Descriptor& answerTo) {
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    pollfd maker{answerTo.Get(), 0, 0};
+    if (poll(&maker, 1, 0) != 0) _exit(1);  // it has ended before
+    HostCopy copy;
+    const auto answer = [&]() -> Outcome<std::string> {
+        if (Outcome<> built = copy.Build(); !built) return tl::unexpected(built.error());
+        const Outcome<Rehearsal> rehearsal = Performance(copy, audience).Run(code);
+        if (!rehearsal) return tl::unexpected(rehearsal.error());
+        return tell(copy, *rehearsal);
+    };
+    Forgive(corekit::WriteAll(answerTo.Get(), Answer(answer())));
+    End();
+}
+
+Outcome<std::string> ReadAnswer(const Descriptor& reader) {
+    std::string answer;
+    const Result read = corekit::ReadAll(reader.Get(), answer, kLongestAnswer);
+    if (!read || answer.empty()) return Fail(L"The preview failed: its process was ended by a signal.");
+    const std::string rest = answer.substr(1);
+    if (answer.front() == kTold) return rest;
+    const std::size_t end = rest.find('\0');
+    return tl::unexpected(
+        Failure{String::FromUtf8(rest.substr(0, end)), String::FromUtf8(rest.substr(end + 1))});
+}
+
+}  // namespace
+
+Outcome<std::string> Rehearse(
+    const std::function<std::string()>& code,
+    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience) {
+    corekit::Console::Flush();
+    Pipe answer;
+    if (const Result opened = answer.Open(); !opened)
+        return FailBecause(L"The preview failed.", L"pipe", opened);
+    constexpr unsigned long kNamespaces = CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWNET | CLONE_NEWIPC;
+    const long child = syscall(SYS_clone, kNamespaces | SIGCHLD, nullptr, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        answer.reader = Descriptor();
+        BuildRunAndTell(code, tell, audience, answer.writer);
+    }
+    if (child < 0) {
+        const Result cause = Result::FromErrno();
+        return Fail(
+            L"A preview is not possible here: the kernel gives no namespaces; run it as root, outside of a "
+            L"container (" +
+            GetErrorMsg(cause) + L").");
+    }
+    answer.writer = Descriptor();
+    Outcome<std::string> told = ReadAnswer(answer.reader);
+    while (waitpid(static_cast<pid_t>(child), nullptr, 0) < 0 && errno == EINTR) continue;
+    return told;
+}
+
+}  // namespace Zorvane::AgentInstaller::Preview

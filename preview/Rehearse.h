@@ -1,0 +1,32 @@
+// Runs code in a copy of the host, in processes that end with this one.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "preview/HostCopy.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+
+/// What the code in the copy said.
+struct Rehearsal {
+    std::string result;  // what it returned
+    std::string output;  // standard output
+    std::string errors;  // standard error
+};
+
+/// Who reads standard output while the code runs, besides `Rehearsal`.
+struct Audience {
+    int terminal = -1;  // -1: nobody
+};
+
+/// Runs `code` with the copy of the host as its root, then `tell`, which sees the host and the copy, and
+/// returns what that returned. Neither can reach a process of the host or be reached by its sockets. Standard
+/// input is this process's. Fails with a text that says what to do when there can be no copy, when what was
+/// written does not fit into memory, or when the code was ended from outside; without an audience also after
+/// ten minutes.
+Outcome<std::string> Rehearse(
+    const std::function<std::string()>& code,
+    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience);
+
+}  // namespace Zorvane::AgentInstaller::Preview

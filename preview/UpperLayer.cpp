@@ -1,0 +1,270 @@
+// Walks the upper layer: its entries say which names were touched, its marks what became of them.
+#include "preview/UpperLayer.h"
+
+#include <algorithm>
+#include <dirent.h>
+#include <map>
+#include <memory>
+#include <set>
+#include <sys/sysmacros.h>
+
+namespace Zorvane::AgentInstaller::Preview {
+
+namespace {
+
+// The marks of the overlay file system are extended attributes, of root's or, in a user namespace, of
+// anyone's.
+constexpr const char* kOpaque = "overlay.opaque";
+constexpr const char* kRedirect = "overlay.redirect";
+constexpr const char* kMetacopy = "overlay.metacopy";
+
+std::optional<std::string> MarkOf(const std::string& path, const std::string& name) {
+    auto mark = AttributeOf(path, "trusted." + name);
+    return mark ? mark : AttributeOf(path, "user." + name);
+}
+
+std::set<std::string> NamesIn(const std::string& directory) {
+    std::set<std::string> names;
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+    if (!stream) return names;
+    while (const dirent* entry = readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        if (name != "." && name != "..") names.insert(name);
+    }
+    return names;
+}
+
+/// The number of entries below a directory, at all levels; 0 of anything else.
+std::uint64_t CountEntries(const std::string& directory) {
+    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
+    if (!stream) return 0;
+    std::uint64_t count = 0;
+    while (const dirent* entry = readdir(stream.get())) {
+        const std::string name = entry->d_name;
+        if (name == "." || name == "..") continue;
+        ++count;
+        const bool mayHoldMore = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
+        struct stat info {};
+        const std::string path = directory + "/" + name;
+        if (mayHoldMore && lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
+            count += CountEntries(path);
+    }
+    return count;
+}
+
+bool IsWhiteout(const std::string& path) {
+    struct stat info {};
+    return lstat(path.c_str(), &info) == 0 && S_ISCHR(info.st_mode) && info.st_rdev == makedev(0, 0);
+}
+
+/// What stood at a name before, as a path in the lower layer ("" is its top); none where nothing can have
+/// been.
+using Before = std::optional<std::string>;
+
+Before Below(const Before& directory, const std::string& name) {
+    return directory ? Before(*directory + "/" + name) : std::nullopt;
+}
+
+class LayerReader {
+  public:
+    explicit LayerReader(const Layer& layer) : m_layer(layer) {}
+
+    std::vector<Change> Read() {
+        Compare("", "");
+        Walk("", "", Contents::Merged);
+        SettleMoves();
+        for (Change& change : m_changes) {
+            if (change.action == Action::Remove) change.entries = EntriesThatGo(change);
+        }
+        std::ranges::sort(m_changes, {}, &Change::path);
+        return std::move(m_changes);
+    }
+
+  private:
+    enum class Contents { Merged, New };  // of a directory: with those of the lower layer, or without
+    struct MoveOf {
+        std::string from;  // in the lower layer
+        std::string path;
+        bool isDirectory = false;
+    };
+
+    std::string HostPath(const std::string& path) const {
+        if (m_layer.point == "/") return path.empty() ? "/" : path;
+        return m_layer.point + path;
+    }
+    std::optional<FileState> Lower(const Before& path) const {
+        return path ? StateOf(m_layer.lower + *path) : std::nullopt;
+    }
+
+    void Walk(const std::string& path, const Before& before, Contents contents);
+    void VisitDirectory(const std::string& path, const Before& before, Contents around);
+    void VisitFile(const std::string& path, const Before& before);
+    void Hide(const std::string& path, const std::string& before);
+    Before SourceOf(const std::string& path, const Before& before) const;
+
+    enum class Bytes { MayDiffer, Stay };
+    void Compare(const std::string& path, const Before& before, Bytes bytes = Bytes::MayDiffer);
+    void Remove(const std::string& before);
+    void SettleMoves();
+    Change ChangeOf(const MoveOf& move) const;
+    std::uint64_t EntriesThatGo(const Change& removal) const;
+
+    const Layer& m_layer;
+    std::vector<Change> m_changes;
+    std::vector<MoveOf> m_moves;
+};
+
+void LayerReader::Walk(const std::string& path, const Before& before, Contents contents) {
+    for (const std::string& name : NamesIn(m_layer.upper + path)) {
+        const std::string child = path + "/" + name;
+        const Before childBefore = Below(before, name);
+        struct stat info {};
+        if (lstat((m_layer.upper + child).c_str(), &info) != 0) continue;
+        if (IsWhiteout(m_layer.upper + child)) {
+            if (childBefore && Lower(childBefore)) Remove(*childBefore);
+        } else if (S_ISDIR(info.st_mode)) {
+            VisitDirectory(child, childBefore, contents);
+        } else {
+            VisitFile(child, childBefore);
+        }
+    }
+}
+
+/// Where the contents of a directory, or the bytes of a file, are from; none when that is its own place.
+Before LayerReader::SourceOf(const std::string& path, const Before& before) const {
+    const auto redirect = MarkOf(m_layer.upper + path, kRedirect);
+    if (!redirect || redirect->empty()) return std::nullopt;
+    if (redirect->front() == '/') return redirect == before ? std::nullopt : redirect;
+    const std::string beside = before ? ParentOf(*before) : ParentOf(path);
+    const Before source = (beside == "/" ? "" : beside) + "/" + *redirect;
+    return source == before ? std::nullopt : source;
+}
+
+void LayerReader::VisitDirectory(const std::string& path, const Before& before, Contents around) {
+    const auto was = Lower(before);
+    if (const Before source = SourceOf(path, before)) {
+        if (was) Remove(*before);
+        m_moves.push_back({*source, path, true});
+        Compare(path, source);
+        return Walk(path, source, Contents::Merged);
+    }
+    Compare(path, before);
+    const bool wasDirectory = was && was->type == FileType::Directory;
+    if (!wasDirectory) return Walk(path, std::nullopt, Contents::New);
+    const bool isRedirected = MarkOf(m_layer.upper + path, kRedirect).has_value();
+    const bool isNew =
+        MarkOf(m_layer.upper + path, kOpaque) == "y" || (around == Contents::New && !isRedirected);
+    if (isNew) Hide(path, *before);
+    Walk(path, before, isNew ? Contents::New : Contents::Merged);
+}
+
+/// A directory has been made anew under the name of one that went: what was in that has gone.
+void LayerReader::Hide(const std::string& path, const std::string& before) {
+    for (const std::string& name : NamesIn(m_layer.lower + before)) {
+        const std::string now = m_layer.upper + path + "/" + name;
+        if (!StateOf(now)) Remove(before + "/" + name);
+    }
+}
+
+void LayerReader::VisitFile(const std::string& path, const Before& before) {
+    const bool isOnlyMetadata = MarkOf(m_layer.upper + path, kMetacopy).has_value();
+    const Before source = isOnlyMetadata ? SourceOf(path, before) : std::nullopt;
+    if (!source) return Compare(path, before, isOnlyMetadata ? Bytes::Stay : Bytes::MayDiffer);
+    if (Lower(before)) return Compare(path, before);
+    m_moves.push_back({*source, path, false});
+}
+
+/// Tells of a difference between what stood at `before` and what the copy has at `path`.
+void LayerReader::Compare(const std::string& path, const Before& before, Bytes bytes) {
+    Change change;
+    change.path = HostPath(path);
+    change.before = Lower(before);
+    change.afterAt = m_layer.merged == "/" ? path : m_layer.merged + path;
+    change.after = StateOf(change.afterAt);
+    if (!change.after) return;
+    if (change.before) {
+        change.beforeAt = m_layer.lower + *before;
+        for (const auto& [name, value] : change.before->attributes) {
+            const auto now = change.after->attributes.find(name);
+            if (now == change.after->attributes.end() || now->second != value)
+                change.attributes.push_back(name);
+        }
+    }
+    for (const auto& [name, value] : change.after->attributes) {
+        if (!change.before || !change.before->attributes.contains(name)) change.attributes.push_back(name);
+    }
+    if (!change.before) {
+        change.action = Action::Create;
+    } else if (bytes == Bytes::MayDiffer &&
+               !IsSameContent(*change.before, change.beforeAt, *change.after, change.afterAt)) {
+        change.action = Action::Replace;
+    } else if (IsSameAccess(*change.before, *change.after) && change.attributes.empty()) {
+        return;
+    }
+    m_changes.push_back(std::move(change));
+}
+
+void LayerReader::Remove(const std::string& before) {
+    Change change;
+    change.action = Action::Remove;
+    change.path = HostPath(before);
+    change.beforeAt = m_layer.lower + before;
+    change.before = StateOf(change.beforeAt);
+    if (change.before) m_changes.push_back(std::move(change));
+}
+
+/// What was taken away under one name and is there under another has moved; a file that is still there under
+/// the name that it had has got one name more.
+void LayerReader::SettleMoves() {
+    std::set<std::string> gone;
+    for (const Change& change : m_changes) {
+        if (change.action == Action::Remove) gone.insert(change.path);
+    }
+    const auto hasGone = [&](std::string path) {
+        while (path != "/" && !gone.contains(path)) path = ParentOf(path);
+        return path != "/";
+    };
+    std::set<std::string> moved;
+    for (const MoveOf& move : std::exchange(m_moves, {})) {
+        const bool isMove = hasGone(HostPath(move.from));
+        if (!move.isDirectory) Compare(move.path, isMove ? Before(move.from) : std::nullopt, Bytes::Stay);
+        if (!isMove) continue;
+        moved.insert(HostPath(move.from));
+        m_changes.push_back(ChangeOf(move));
+        m_moves.push_back(move);
+    }
+    std::erase_if(m_changes, [&](const Change& change) {
+        return change.action == Action::Remove && moved.contains(change.path);
+    });
+}
+
+Change LayerReader::ChangeOf(const MoveOf& move) const {
+    Change change;
+    change.action = Action::Move;
+    change.path = HostPath(move.from);
+    change.to = HostPath(move.path);
+    change.beforeAt = m_layer.lower + move.from;
+    change.afterAt = m_layer.merged + move.path;
+    change.before = StateOf(change.beforeAt);
+    change.after = StateOf(change.afterAt);
+    if (move.isDirectory) change.entries = CountEntries(change.beforeAt);
+    return change;
+}
+
+std::uint64_t LayerReader::EntriesThatGo(const Change& removal) const {
+    if (removal.before->type != FileType::Directory) return 0;
+    std::uint64_t entries = CountEntries(removal.beforeAt);
+    for (const MoveOf& move : m_moves) {
+        if (IsAtOrBelow(HostPath(move.from), removal.path))
+            entries -= 1 + (move.isDirectory ? CountEntries(m_layer.lower + move.from) : 0);
+    }
+    return entries;
+}
+
+}  // namespace
+
+std::vector<Change> ReadChanges(const Layer& layer) {
+    return LayerReader(layer).Read();
+}
+
+}  // namespace Zorvane::AgentInstaller::Preview

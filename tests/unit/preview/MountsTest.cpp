@@ -1,0 +1,51 @@
+// The table of mounts: its rows, and which of them can be seen.
+#include <algorithm>
+#include <gmock/gmock.h>
+#include <sys/mount.h>
+
+#include "preview/Mounts.h"
+#include "tests/support/Mount.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+namespace {
+
+TEST(Mounts, ARowTellsWhereWhatAndHow) {
+    const auto mounts = ParseMounts(
+        "36 35 98:0 /root /mnt\\0401 rw,nosuid,noatime master:1 - ext3 /dev/root rw,errors=continue\n"
+        "37 35 0:20 / /tmp rw,nodev,noexec - tmpfs tmpfs ro,size=4k\n");
+    EXPECT_THAT(mounts, testing::ElementsAre(Mount{36, "/mnt 1", "ext3", MS_NOSUID},
+                                             Mount{37, "/tmp", "tmpfs", MS_NODEV | MS_NOEXEC | MS_RDONLY}));
+}
+
+TEST(Mounts, ARowThatIsNotUnderstoodIsLeftOut) {
+    for (const char* row : {"", "\n", "36", "36 35 98:0 / /mnt rw", "x 35 98:0 / /mnt rw - ext4 a rw",
+                            "36 35 98:0 / mnt rw - ext4 a rw", "36 35 98:0 / /mnt rw - "})
+        EXPECT_THAT(ParseMounts(row), testing::IsEmpty()) << row;
+}
+
+TEST(Mounts, APathIsOnTheLastMountAroundIt) {
+    const std::vector<Mount> mounts = {{1, "/", "ext4", 0}, {2, "/opt", "ext4", 0}, {3, "/opt/a", "ext4", 0}};
+    EXPECT_EQ(MountOf(mounts, "/")->id, 1);
+    EXPECT_EQ(MountOf(mounts, "/optical")->id, 1);
+    EXPECT_EQ(MountOf(mounts, "/opt")->id, 2);
+    EXPECT_EQ(MountOf(mounts, "/opt/ab")->id, 2);
+    EXPECT_EQ(MountOf(mounts, "/opt/a/b")->id, 3);
+}
+
+TEST(Mounts, OnesThatOthersCoverAreNotSeen) {
+    const testfiles::TempDir dir;
+    const std::string place = dir.Path() + "/place";
+    const auto first = testsupport::Mount::Tmpfs(place);
+    const auto below = testsupport::Mount::Tmpfs(place + "/below");
+    const auto second = testsupport::Mount::Tmpfs(place);
+    std::vector<Mount> mounts;
+    ASSERT_TRUE(ReadVisibleMounts(mounts));
+    EXPECT_EQ(std::ranges::count(mounts, place, &Mount::point), 1);
+    EXPECT_EQ(std::ranges::count(mounts, place + "/below", &Mount::point), 0);
+    EXPECT_TRUE(std::ranges::is_sorted(mounts, {}, &Mount::point));
+    EXPECT_EQ(mounts.front().point, "/");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Preview

@@ -1,0 +1,167 @@
+// What code in a copy of the host can see and reach, and how a rehearsal ends.
+#include <csignal>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <iostream>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "preview/Rehearse.h"
+#include "tests/support/Mount.h"
+#include "tests/support/TestFiles.h"
+#include "tests/unit/preview/InCopy.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string InCopy(const std::function<std::string()>& code) {
+    const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
+        return run.result;
+    };
+    const auto told = Rehearse(code, tell, {});
+    return told ? *told : "failed: " + told.error().text.Utf8();
+}
+
+std::string YesOrNo(bool isSo) {
+    return isSo ? "yes" : "no";
+}
+
+TEST(Rehearse, TheHostKeepsItsFiles) {
+    testfiles::Write("/opt/file", "old");
+    EXPECT_EQ(InCopy([] {
+                  testfiles::Write("/opt/file", "new");
+                  testfiles::Write("/opt/other", "");
+                  fs::remove_all("/etc/init.d");
+                  return testfiles::Read("/opt/file");
+              }),
+              "new");
+    EXPECT_EQ(testfiles::Read("/opt/file"), "old");
+    EXPECT_FALSE(testfiles::Exists("/opt/other"));
+    EXPECT_TRUE(testfiles::Exists("/etc/init.d"));
+    fs::remove("/opt/file");
+}
+
+TEST(Rehearse, TheCurrentDirectoryIsTheSame) {
+    const fs::path before = fs::current_path();
+    fs::create_directories("/opt/a/b");
+    fs::current_path("/opt/a/b");
+    EXPECT_EQ(InCopy([] { return fs::current_path().string(); }), "/opt/a/b");
+    fs::current_path(before);
+    fs::remove_all("/opt/a");
+}
+
+TEST(Rehearse, ModesOfMountPointsAreTheHosts) {
+    EXPECT_EQ(InCopy([] { return std::to_string(testfiles::Mode("/tmp")); }), std::to_string(01777));
+}
+
+TEST(Rehearse, OutputIsKept) {
+    const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
+        return run.output + "|" + run.errors + "|" + run.result;
+    };
+    const auto code = [] {
+        const bool isWritten = write(1, "out", 3) == 3 && write(2, "err", 3) == 3;
+        return std::string(isWritten ? "result" : "nothing");
+    };
+    EXPECT_EQ(Rehearse(code, tell, {}).value(), "out|err|result");
+}
+
+TEST(Rehearse, NoProcessOfTheHostCanBeSeenOrSignalled) {
+    const pid_t host = getpid();
+    EXPECT_EQ(
+        InCopy([&] { return YesOrNo(kill(host, 0) == 0 || fs::exists("/proc/" + std::to_string(host))); }),
+        "no");
+}
+
+TEST(Rehearse, WhatSteersTheKernelIsReadOnly) {
+    EXPECT_EQ(InCopy([] {
+                  const int file = open("/proc/sys/kernel/hostname", O_WRONLY | O_CLOEXEC);
+                  return YesOrNo(file >= 0 || mkdir("/sys/fs/mine", 0755) == 0);
+              }),
+              "no");
+}
+
+TEST(Rehearse, ASocketOfTheHostIsOutOfReach) {
+    const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{AF_UNIX, "/run/listener"};
+    const auto* const name = reinterpret_cast<const sockaddr*>(&address);
+    ASSERT_EQ(bind(listener, name, sizeof address), 0);
+    ASSERT_EQ(listen(listener, 1), 0);
+    const auto canConnect = [&] {
+        const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        return YesOrNo(connect(fd, name, sizeof address) == 0);
+    };
+    EXPECT_EQ(canConnect(), "yes");
+    EXPECT_EQ(InCopy(canConnect), "no");
+    close(listener);
+    fs::remove("/run/listener");
+}
+
+TEST(Rehearse, APipeOfTheHostIsOutOfReach) {
+    ASSERT_EQ(mkfifo("/run/pipe", 0600), 0);
+    const int reader = open("/run/pipe", O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_EQ(InCopy([] { return YesOrNo(open("/run/pipe", O_WRONLY | O_NONBLOCK | O_CLOEXEC) >= 0); }),
+              "no");
+    close(reader);
+    fs::remove("/run/pipe");
+}
+
+TEST(Rehearse, NoMountOfItIsSeenOnTheHost) {
+    const std::string before = testfiles::Read("/proc/self/mountinfo");
+    EXPECT_EQ(InCopy([] { return std::string("run"); }), "run");
+    EXPECT_EQ(testfiles::Read("/proc/self/mountinfo"), before);
+}
+
+TEST(Rehearse, WorksInAChangedRootThatIsNoMount) {
+    testfiles::Write("/opt/host/file", "old");
+    for (const char* name : {"proc", "dev", "sys"}) fs::create_directory(std::string("/opt/host/") + name);
+    const auto proc = testsupport::Mount::Bind("/proc", "/opt/host/proc");
+    const pid_t child = fork();
+    if (child == 0) {
+        if (chroot("/opt/host") != 0 || chdir("/") != 0) _exit(2);
+        const std::string mounts = testfiles::Read("/proc/self/mountinfo");
+        const std::string result = InCopy([] {
+            testfiles::Write("/file", "new");
+            return testfiles::Read("/file");
+        });
+        const bool isAsBefore =
+            testfiles::Read("/file") == "old" && testfiles::Read("/proc/self/mountinfo") == mounts;
+        if (result != "new") std::cerr << result << "\n";
+        _exit(result == "new" && isAsBefore ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    umount2("/opt/host/proc", MNT_DETACH);
+    fs::remove_all("/opt/host");
+}
+
+TEST(Rehearse, FailsWhenTheCodeIsKilled) {
+    EXPECT_EQ(InCopy([]() -> std::string {
+                  kill(getpid(), SIGKILL);
+                  return "";
+              }),
+              "failed: The preview failed: the command was ended by a signal.");
+}
+
+TEST(Rehearse, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {
+    const testfiles::TempDir dir;
+    testfiles::Write(dir / "what", "old");
+    testfiles::Write(dir / "point", "");
+    const auto file = testsupport::Mount::Bind(dir / "what", dir / "point");
+    const auto tell = [&](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
+        const Mount* mount = copy.Uncopied(dir / "point");
+        return (mount == nullptr ? "" : mount->point) + " " + run.result + " " +
+               YesOrNo(copy.Uncopied(dir / "what") != nullptr);
+    };
+    const auto write = [&] { return YesOrNo(open((dir / "point").c_str(), O_WRONLY | O_CLOEXEC) >= 0); };
+    EXPECT_EQ(Rehearse(write, tell, {}).value(), dir / "point" + " no no");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Preview

@@ -1,0 +1,182 @@
+// What is read from the upper layers is what was done in the copy, and nothing else.
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "preview/UpperLayer.h"
+#include "tests/support/Mount.h"
+#include "tests/support/TestFiles.h"
+#include "tests/unit/preview/InCopy.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+namespace {
+
+namespace fs = std::filesystem;
+using testfiles::Write;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// The tests run on /opt/t with a tree in it, on one file system.
+class UpperLayer : public testing::Test {
+  protected:
+    UpperLayer() {
+        Write("/opt/t/file", "old\n");
+        Write("/opt/t/dir/one", "1\n");
+        Write("/opt/t/dir/deep/two", "2\n");
+        fs::create_symlink("file", "/opt/t/link");
+    }
+    ~UpperLayer() override { fs::remove_all("/opt/t"); }
+
+    static std::vector<std::string> After(const std::function<void()>& code) {
+        return testsupport::ChangesAt("/opt", code);
+    }
+};
+
+TEST_F(UpperLayer, NothingIsTold_WhenNothingWasDone) {
+    EXPECT_THAT(After([] {}), IsEmpty());
+}
+
+TEST_F(UpperLayer, NothingIsTold_WhenAllIsAsBefore) {
+    EXPECT_THAT(After([] {
+                    chmod("/opt/t/file", 0600);
+                    chmod("/opt/t/file", 0644);
+                    Write("/opt/t/dir/one", "1\n");
+                    fs::rename("/opt/t/dir", "/opt/t/away");
+                    fs::rename("/opt/t/away", "/opt/t/dir");
+                    fs::remove("/opt/t/link");
+                    fs::create_symlink("file", "/opt/t/link");
+                    Write("/opt/t/temporary", "");
+                    fs::remove("/opt/t/temporary");
+                    fs::remove_all("/opt/t/dir/deep");
+                    Write("/opt/t/dir/deep/two", "2\n");
+                }),
+                IsEmpty());
+}
+
+TEST_F(UpperLayer, FilesAreToldByWhatBecameOfThem) {
+    EXPECT_THAT(After([] {
+                    Write("/opt/t/new", "");
+                    Write("/opt/t/file", "other\n");
+                    chmod("/opt/t/dir/one", 0600);
+                    fs::remove("/opt/t/dir/deep/two");
+                    fs::remove("/opt/t/link");
+                    fs::create_symlink("dir", "/opt/t/link");
+                }),
+                ElementsAre("remove /opt/t/dir/deep/two", "change /opt/t/dir/one", "replace /opt/t/file",
+                            "replace /opt/t/link", "create /opt/t/new"));
+}
+
+TEST_F(UpperLayer, ADirectoryThatGoesIsOneChange) {
+    EXPECT_THAT(After([] { fs::remove_all("/opt/t/dir"); }), ElementsAre("remove /opt/t/dir (3)"));
+}
+
+TEST_F(UpperLayer, WhatMovesOutOfADirectoryThatGoesDoesNotCount) {
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/dir/deep", "/opt/t/deep");
+                    fs::remove_all("/opt/t/dir");
+                }),
+                ElementsAre("remove /opt/t/dir (1)", "move /opt/t/dir/deep -> /opt/t/deep (1)"));
+}
+
+TEST_F(UpperLayer, ADirectoryThatMovesIsOneChange_AndWhatIsDoneInItAreMore) {
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/dir", "/opt/t/moved");
+                    Write("/opt/t/moved/one", "other\n");
+                    fs::remove("/opt/t/moved/deep/two");
+                    Write("/opt/t/moved/deep/three", "3\n");
+                }),
+                ElementsAre("move /opt/t/dir -> /opt/t/moved (3)", "remove /opt/t/dir/deep/two",
+                            "create /opt/t/moved/deep/three", "replace /opt/t/moved/one"));
+}
+
+TEST_F(UpperLayer, ADirectoryMovesBelowANewOne) {
+    EXPECT_THAT(After([] {
+                    fs::create_directories("/opt/t/a/b");
+                    fs::rename("/opt/t/dir/deep", "/opt/t/a/b/deep");
+                    fs::rename("/opt/t/dir", "/opt/t/a/dir");
+                }),
+                ElementsAre("create /opt/t/a", "create /opt/t/a/b", "move /opt/t/dir -> /opt/t/a/dir (3)",
+                            "move /opt/t/dir/deep -> /opt/t/a/b/deep (1)"));
+}
+
+TEST_F(UpperLayer, AFileMovesWithoutItsBytes) {
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/file", "/opt/t/dir/file");
+                    chmod("/opt/t/dir/file", 0600);
+                }),
+                ElementsAre("change /opt/t/dir/file", "move /opt/t/file -> /opt/t/dir/file"));
+}
+
+TEST_F(UpperLayer, AFileThatReplacesAnotherIsToldAsItsBytes) {
+    EXPECT_THAT(After([] { fs::rename("/opt/t/file", "/opt/t/dir/one"); }),
+                ElementsAre("replace /opt/t/dir/one", "remove /opt/t/file"));
+}
+
+TEST_F(UpperLayer, ASecondNameIsNoMove) {
+    EXPECT_THAT(After([] { fs::create_hard_link("/opt/t/file", "/opt/t/second"); }),
+                ElementsAre("create /opt/t/second"));
+}
+
+TEST_F(UpperLayer, AnotherTypeIsAReplacement) {
+    EXPECT_THAT(After([] {
+                    fs::remove("/opt/t/file");
+                    Write("/opt/t/file/inside", "");
+                    fs::remove_all("/opt/t/dir");
+                    Write("/opt/t/dir", "");
+                }),
+                ElementsAre("replace /opt/t/dir", "replace /opt/t/file", "create /opt/t/file/inside"));
+}
+
+TEST_F(UpperLayer, ADirectoryMadeAnewKeepsNothing) {
+    EXPECT_THAT(
+        After([] {
+            fs::remove_all("/opt/t/dir");
+            Write("/opt/t/dir/deep/other", "");
+        }),
+        ElementsAre("create /opt/t/dir/deep/other", "remove /opt/t/dir/deep/two", "remove /opt/t/dir/one"));
+}
+
+TEST_F(UpperLayer, ADirectoryTakesThePlaceOfAnother) {
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/dir/deep", "/opt/t/new");
+                    fs::remove_all("/opt/t/dir");
+                    fs::rename("/opt/t/new", "/opt/t/dir");
+                }),
+                ElementsAre("remove /opt/t/dir (1)", "move /opt/t/dir/deep -> /opt/t/dir (1)"));
+}
+
+TEST_F(UpperLayer, OwnersAndAttributesAreTold) {
+    EXPECT_THAT(After([] {
+                    EXPECT_EQ(chown("/opt/t/file", 12, 34), 0);
+                    EXPECT_EQ(setxattr("/opt/t/dir", "trusted.mark", "1", 1, 0), 0);
+                }),
+                ElementsAre("change /opt/t/dir trusted.mark", "change /opt/t/file"));
+}
+
+TEST_F(UpperLayer, NamesMayHoldAnyByte) {
+    EXPECT_THAT(After([] { Write("/opt/t/\xff, :\\\n", ""); }), ElementsAre("create /opt/t/\xff, :\\\n"));
+}
+
+TEST_F(UpperLayer, FileSystemsOfAnyNameAreCopied) {
+    const auto odd = testsupport::Mount::Tmpfs("/opt/t/a,b:c\\d e");
+    Write("/opt/t/a,b:c\\d e/file", "old\n");
+    EXPECT_THAT(After([] {
+                    Write("/opt/t/a,b:c\\d e/file", "new\n");
+                    Write("/opt/t/beside", "");
+                }),
+                ElementsAre("create /opt/t/beside", "replace /opt/t/a,b:c\\d e/file"));
+    EXPECT_EQ(testfiles::Read("/opt/t/a,b:c\\d e/file"), "old\n");
+}
+
+TEST_F(UpperLayer, BetweenFileSystemsAMoveIsACopyAndARemoval) {
+    const auto other = testsupport::Mount::Tmpfs("/opt/t/other");
+    EXPECT_THAT(After([] {
+                    fs::copy_file("/opt/t/file", "/opt/t/other/file");
+                    fs::remove("/opt/t/file");
+                }),
+                ElementsAre("remove /opt/t/file", "create /opt/t/other/file"));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Preview
