@@ -14,10 +14,9 @@ void Agent::SetConf(const corekit::String& path, const std::string& bytes) {
     m_confBytes = bytes;
 }
 
-corekit::Result Agent::ReadConf(std::string& bytes) const {
-    if (!m_confBytes) return corekit::File::ReadBytes(m_confPath, bytes);
-    bytes = *m_confBytes;
-    return corekit::Result();
+corekit::Expected<std::string> Agent::ReadConf() const {
+    if (!m_confBytes) return corekit::File::ReadBytes(m_confPath);
+    return *m_confBytes;
 }
 
 corekit::IniFile Agent::OldConf() const {

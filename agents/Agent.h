@@ -60,7 +60,7 @@ class Agent {
     void SetConf(const corekit::String& path, const std::string& bytes);
 
     /// What it held then; without that, what the file holds now, and a failure when it cannot be read.
-    corekit::Result ReadConf(std::string& bytes) const;
+    corekit::Expected<std::string> ReadConf() const;
 
   protected:
     /// That file, its keys found in whichever case the agent wrote them; empty when there is none.

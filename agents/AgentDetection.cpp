@@ -71,9 +71,7 @@ std::vector<Candidate> Candidates(const String& packageDir) {
         const bool isNew = std::ranges::find(candidates, path, &Candidate::path) == candidates.end();
         if (!path.IsEmpty() && isNew) candidates.push_back({path, chosenBy});
     };
-    String fromEnvironment;
-    corekit::Env::Get(kConfigVariable, fromEnvironment);
-    add(fromEnvironment, ChosenBy::Administrator);
+    add(corekit::Env::Get(kConfigVariable).value_or(String()), ChosenBy::Administrator);
     for (const String& path : {FileOf(kUsualDir, Names::kClientConf), String(Names::kMigrateClientConf),
                                String(Names::kReinstallClientConf), String(Names::kInventoryConf),
                                FileOf(packageDir, Names::kClientConf), CopyOfUnfinishedUpgrade(kUsualDir),
@@ -119,14 +117,13 @@ std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
 }
 
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
-    std::string bytes;
-    const corekit::Result read = file.Read(bytes);
+    const auto bytes = file.Read();
     // One that cannot be read now must not pass for none.
-    if (IsTransient(read)) return std::make_unique<UnreadableAgent>(file.Path());
-    if (!read) return nullptr;
-    const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
+    if (IsTransient(bytes.Outcome())) return std::make_unique<UnreadableAgent>(file.Path());
+    if (!bytes) return nullptr;
+    const IniFile conf(file.Path(), *bytes, IniFile::KeyCase::FallBack);
     auto agent = CreateAgentForVersion(ReadAgentVersion(conf), GetValue(conf, Key::kInstallDir));
-    if (agent) agent->SetConf(file.Path(), bytes);
+    if (agent) agent->SetConf(file.Path(), *bytes);
     return agent;
 }
 

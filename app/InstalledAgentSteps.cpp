@@ -56,8 +56,8 @@ bool FailToSave(const String& copy) {
 /// Whatever becomes of the original from here on, nothing that it held is lost.
 bool SaveConfOf(Agent& agent, const String& copy) {
     if (Path::IsMatch(agent.ConfPath(), copy)) return true;
-    std::string bytes;
-    if (!agent.ReadConf(bytes) || !WriteCopy(copy, bytes)) return FailToSave(copy);
+    const auto bytes = agent.ReadConf();
+    if (!bytes || !WriteCopy(copy, *bytes)) return FailToSave(copy);
     agent.SetConfPath(copy);
     return true;
 }
@@ -71,9 +71,8 @@ bool IsNoFile(const corekit::Result& read) {
 /// The file of an agent that nobody recognised would be replaced all the same.
 bool SaveUnknownConf(const String& original, const String& copy) {
     if (Path::IsMatch(original, copy)) return true;
-    std::string bytes;
-    const corekit::Result read = File::ReadBytes(original, bytes);
-    return IsNoFile(read) || (read && WriteCopy(copy, bytes)) || FailToSave(copy);
+    const auto bytes = File::ReadBytes(original);
+    return IsNoFile(bytes.Outcome()) || (bytes && WriteCopy(copy, *bytes)) || FailToSave(copy);
 }
 
 }  // namespace

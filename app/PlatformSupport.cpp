@@ -96,7 +96,7 @@ class Host {
         auto& text = file == ReleaseFile::RedHat ? m_redHat : m_suse;
         if (!text) {
             const wchar_t* path = file == ReleaseFile::RedHat ? L"/etc/redhat-release" : L"/etc/SuSE-release";
-            corekit::Forgive(corekit::File::Read(path, text.emplace()));
+            text = corekit::File::Read(path).value_or(String());
         }
         return *text;
     }

@@ -33,13 +33,11 @@ struct SearchPiece {
 std::vector<SearchPiece> SearchPieces() {
     std::vector<SearchPiece> pieces;
     for (const wchar_t* variable : {L"QDNCLIENT_CONFIG_XML_DIR", L"AGENT_INSTALL_DIR"}) {
-        String value;
-        if (corekit::Env::Get(variable, value) && !value.IsEmpty()) {
-            pieces.push_back({value, ChosenBy::Administrator});
-        }
+        const String value = corekit::Env::Get(variable).value_or(String());
+        if (!value.IsEmpty()) pieces.push_back({value, ChosenBy::Administrator});
     }
-    String current;
-    if (corekit::Dir::GetCurrent(current) && current != L"/") pieces.push_back({L".:..", ChosenBy::Program});
+    const auto current = corekit::Dir::GetCurrent();
+    if (current && *current != L"/") pieces.push_back({L".:..", ChosenBy::Program});
     pieces.push_back({kDefaultSearchPath, ChosenBy::Program});
     return pieces;
 }
@@ -68,8 +66,8 @@ void WarnOfRefusal(const String& path, const BasicXml::Refusal& refusal) {
 
 /// Can the file's settings be used, or is it empty? (One that cannot be read holds nothing to be kept.)
 bool IsWellFormedOrEmpty(const TrustedFile& file) {
-    std::string bytes;
-    return file.Read(bytes) && (bytes.empty() || BasicXml(bytes).GetRefusal() == nullptr);
+    const auto bytes = file.Read();
+    return bytes && (bytes->empty() || BasicXml(*bytes).GetRefusal() == nullptr);
 }
 
 }  // namespace
@@ -86,14 +84,14 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
         return candidate.MayBeUsed();
     });
     if (!file) return nullptr;
-    std::string bytes;
-    if (const auto result = file->Read(bytes); !result) {
-        if (IsTransient(result)) m_unread.push_back(file->Path());
-        file->WarnNotUsed(GetErrorMsg(result));
+    const auto bytes = file->Read();
+    if (!bytes) {
+        if (IsTransient(bytes.error())) m_unread.push_back(file->Path());
+        file->WarnNotUsed(GetErrorMsg(bytes.error()));
         return nullptr;
     }
-    if (bytes.empty()) return nullptr;
-    const BasicXml document(bytes);
+    if (bytes->empty()) return nullptr;
+    const BasicXml document(*bytes);
     if (const auto* refusal = document.GetRefusal()) {
         WarnOfRefusal(file->Path(), *refusal);
         return nullptr;

@@ -13,12 +13,12 @@ using corekit::String;
 using namespace Zorvane::AgentInstaller;
 
 int main(int argc, char** argv) {
-    std::string bytes;
-    if (argc != 2 || !corekit::File::ReadBytes(String::FromUtf8(argv[1]), bytes)) {
+    const auto bytes = corekit::File::ReadBytes(argc == 2 ? String::FromUtf8(argv[1]) : String());
+    if (!bytes) {
         std::fputs("Usage: xml-settings FILE\n", stderr);
         return 2;
     }
-    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(bytes));
+    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(*bytes));
     std::size_t characters = 0;
     for (const ExtraSetting& extra : settings->Extra())
         characters += extra.Section.Length() + extra.Name.Length() + extra.Value.Length();

@@ -38,8 +38,9 @@ bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& t
     const String installDir = settings.Get(L"InstallDir");
     const String path = installDir + Names::kClientProto;
     if (!File::Exists(path)) return Error::Fail(L"Missing file in install. File:", path);
-    if (!File::Read(path, text) || text.IsEmpty()) return Error::Fail(unreadable, path);
-    text = ExpandPathMacros(text.Replace(L"%KSNAME%", OneLine(settings.Get(L"KSName"))), installDir);
+    auto read = File::Read(path);
+    if (!read || read->IsEmpty()) return Error::Fail(unreadable, path);
+    text = ExpandPathMacros(read->Replace(L"%KSNAME%", OneLine(settings.Get(L"KSName"))), installDir);
     return true;
 }
 

@@ -28,9 +28,11 @@ bool HandOverFile::Create() {
     RemoveHandOverFile();
     RemoveLeftoversOfKilledRuns();
     const corekit::SignalBlock untilItIsOwned;
-    const auto result = File::MakeTemp(kTemplate, m_path);
+    const auto made = File::MakeTemp(kTemplate);
+    if (!made) return Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(made.error()));
+    m_path = *made;
     m_file.Take(m_path.Utf8());
-    return result.Ok() || Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(result));
+    return true;
 }
 
 void HandOverFile::RemoveHandOverFile() {

@@ -94,11 +94,11 @@ bool IsRunLevelSupported(const String& level) {
 
 bool Install(const String& name, const String& templatePath, const String& installDir,
              const String& startLevels, const String& stopLevels) {
-    String text;
-    if (!IsServiceName(name) || !File::Read(templatePath, text) || text.IsEmpty()) return false;
+    const auto text = File::Read(templatePath);
+    if (!IsServiceName(name) || !text || text->IsEmpty()) return false;
 
     const ServiceLevels levels = {SupportedLevels(startLevels), SupportedLevels(stopLevels)};
-    const String script = ExpandServiceTemplate(text, installDir, levels);
+    const String script = ExpandServiceTemplate(*text, installDir, levels);
     // Links of other levels, from an earlier installation, would count as well.
     if (!RunLevelLinks::Remove(name) || !WriteScript(GetLocation(name), script)) return false;
 

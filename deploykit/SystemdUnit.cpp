@@ -48,10 +48,9 @@ String UnitPath(const String& name) {
 
 /// Refuses (EPERM) a unit that the administrator masked; where the system does not tell, the result is why.
 Result RefuseMask(const String& name) {
-    String target;
-    const Result found = Path::Canonicalise(UnitPath(name), target);
-    if (IsTransient(found)) return found;
-    return found && target == L"/dev/null" ? Result(EPERM) : Result();
+    const auto target = Path::Canonicalise(UnitPath(name));
+    if (IsTransient(target.Outcome())) return target.error();
+    return target && *target == L"/dev/null" ? Result(EPERM) : Result();
 }
 
 void TellSystemd() {

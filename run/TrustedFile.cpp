@@ -24,9 +24,9 @@ namespace {
 
 /// An id that sudo left in the environment; none without one. Only root's environment is believed.
 std::optional<id_t> SudoId(const wchar_t* variable) {
-    String text;
-    if (geteuid() != 0 || !corekit::Env::Get(variable, text)) return std::nullopt;
-    const std::string digits = text.Utf8();
+    const auto text = corekit::Env::Get(variable);
+    if (geteuid() != 0 || !text) return std::nullopt;
+    const std::string digits = text->Utf8();
     const char* const end = digits.data() + digits.size();
     id_t id = 0;
     const auto read = std::from_chars(digits.data(), end, id);
@@ -67,32 +67,30 @@ String WhyNotOurs(const struct stat& info) {
     return String();
 }
 
-/// The same of one that was opened with this result; `info` is zero where there is none.
-String WhyNotUsed(const corekit::Result& opened, const struct stat& info) {
-    const String why = info.st_mode != 0 ? WhyNotOurs(info) : String();
-    return why.IsEmpty() && !opened ? GetErrorMsg(opened) : why;
-}
-
 }  // namespace
 
 TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     String directory = Path::GetDirectory(path);
     if (directory.IsEmpty()) directory = L".";
     m_isExposed = directory == Names::kHandOverDir;
-    String canonical;
-    m_opened = Path::Canonicalise(directory, canonical);
-    if (m_opened) m_opened = FindExposure(canonical, chosenBy, m_isExposed);
+    const auto canonical = Path::Canonicalise(directory);
+    m_opened = canonical ? FindExposure(*canonical, chosenBy, m_isExposed) : canonical.error();
     if (!m_opened) {
         m_whyNot = GetErrorMsg(m_opened);
         return;
     }
     const auto links = m_isExposed ? corekit::Links::Refused : corekit::Links::Followed;
     // By the path that was judged, which no link leads elsewhere meanwhile.
-    const String canonicalPath = Path::Join(canonical, Path::GetFileName(path));
-    struct stat info {};
-    m_opened = corekit::OpenRegular(AT_FDCWD, corekit::NativePath(canonicalPath), links, m_file, info);
-    m_isThere = info.st_mode != 0;
-    if (m_isExposed) m_whyNot = WhyNotUsed(m_opened, info);
+    const std::string canonicalPath = corekit::NativePath(Path::Join(*canonical, Path::GetFileName(path)));
+    auto file = corekit::OpenRegular(AT_FDCWD, canonicalPath, links);
+    m_opened = file.Outcome();
+    if (m_isExposed) {
+        const auto found = corekit::StatOf(AT_FDCWD, canonicalPath);
+        m_isThere = found.has_value();
+        m_whyNot = file ? WhyNotOurs(file->info) : found ? WhyNotOurs(*found) : String();
+        if (m_whyNot.IsEmpty() && !file) m_whyNot = GetErrorMsg(m_opened);
+    }
+    if (file) m_file = std::move(file->file);
 }
 
 bool TrustedFile::MayBeUsed() const {
@@ -104,8 +102,9 @@ void TrustedFile::WarnNotUsed(const String& why) const {
     Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + why + L".\n");
 }
 
-Result TrustedFile::Read(std::string& bytes) const {
-    return m_opened ? corekit::File::ReadBytes(m_file, bytes) : m_opened;
+corekit::Expected<std::string> TrustedFile::Read() const {
+    if (!m_opened) return m_opened;
+    return corekit::File::ReadBytes(m_file);
 }
 
 }  // namespace Zorvane::AgentInstaller

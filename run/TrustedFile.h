@@ -46,7 +46,7 @@ class TrustedFile {
     void WarnNotUsed(const corekit::String& why) const;
 
     /// Reads the whole file, once; fails where it could not be opened.
-    corekit::Result Read(std::string& bytes) const;
+    corekit::Expected<std::string> Read() const;
 
   private:
     corekit::String m_path;

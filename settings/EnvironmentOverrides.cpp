@@ -60,8 +60,8 @@ constexpr EnvOverride kOverrides[] = {
 
 void ApplyEnvironmentOverrides(Settings& settings) {
     for (const EnvOverride& row : kOverrides) {
-        String value;
-        if (!corekit::Env::Get(row.variable, value) || value.IsEmpty()) continue;
+        const String value = corekit::Env::Get(row.variable).value_or(String());
+        if (value.IsEmpty()) continue;
         if (row.take(row.setting, value, settings)) continue;
         Messages::Warn(String(L"WARNING! Environment variable %1 contains an invalid value.\n"
                               L"A default value for the appropriate setting will be used.\n")

@@ -14,9 +14,7 @@ String ExpandPathMacros(const String& text, const String& installDir) {
 }
 
 String MakeAbsolutePath(const String& path) {
-    String absolute;
-    if (path.IsEmpty() || !corekit::Path::MakeAbsolute(path, absolute)) return L"/";
-    return absolute;
+    return corekit::Path::MakeAbsolute(path).value_or(L"/");
 }
 
 void RebasePath(String& path, const String& oldPrefix, const String& newPrefix) {

@@ -81,11 +81,10 @@ bool LoadGuid(const IniFile& conf, Settings& settings) {
     const String usual = GetValue(conf, Key::kGuidFile);
     if (usual.IsEmpty()) return true;
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
-        String text;
-        const corekit::Result read = corekit::File::Read(path, text);
-        if (IsTransient(read)) return Error::Fail(Texts::kUnreadableFile, path);
-        if (!read) continue;
-        settings.Value(L"Guid") = GuidIn(text);
+        const auto text = corekit::File::Read(path);
+        if (IsTransient(text.Outcome())) return Error::Fail(Texts::kUnreadableFile, path);
+        if (!text) continue;
+        settings.Value(L"Guid") = GuidIn(*text);
         break;
     }
     return true;

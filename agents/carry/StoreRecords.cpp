@@ -57,11 +57,9 @@ bool IsThere(const String& path) {
 }
 
 bool IsCopy(const String& path, const String& original) {
-    corekit::ParentDirectory place;
-    corekit::ParentDirectory originalPlace;
-    return corekit::ParentDirectory::Of(path, place) &&
-           corekit::ParentDirectory::Of(original, originalPlace) &&
-           corekit::ContainsCopyOf(place.At(), originalPlace.At());
+    const auto place = corekit::ParentDirectory::Of(path);
+    const auto originalPlace = corekit::ParentDirectory::Of(original);
+    return place && originalPlace && corekit::ContainsCopyOf(place->At(), originalPlace->At());
 }
 
 }  // namespace
@@ -79,10 +77,10 @@ bool AddField(Fields& fields, const String& name, const String& text) {
 }
 
 bool ReadFields(const String& path, const String& section, Fields& fields) {
-    std::string bytes;
-    if (!File::ReadBytes(path, bytes) || HoldsMoreThan(section, String::FromUtf8(bytes))) return false;
+    auto bytes = File::ReadBytes(path);
+    if (!bytes || HoldsMoreThan(section, String::FromUtf8(*bytes))) return false;
     IniFile::Entries entries;
-    IniFile(path, std::move(bytes), IniFile::KeyCase::Exact).GetEntries(section, entries);
+    IniFile(path, std::move(*bytes), IniFile::KeyCase::Exact).GetEntries(section, entries);
     for (const auto& [key, value] : entries) {
         if (!AddField(fields, FieldName(key), value)) return false;
     }
@@ -90,14 +88,16 @@ bool ReadFields(const String& path, const String& section, Fields& fields) {
 }
 
 bool ReadXmlRecord(const String& path, String& text) {
-    return !IsThere(path) || File::Read(path, text);
+    if (!IsThere(path)) return true;
+    const auto read = File::Read(path);
+    if (read) text = *read;
+    return read.has_value();
 }
 
 bool WriteRecord(const String& path, const String& text, const String& oldPath) {
     if (text.IsEmpty()) return false;
     const std::string bytes = text.Utf8();
-    std::string present;
-    if (IsThere(path)) return File::ReadBytes(path, present).Ok() && present == bytes;
+    if (IsThere(path)) return File::ReadBytes(path).value_or(std::string()) == bytes;
     const auto mode = ModeOf(oldPath);
     return mode && File::WriteBytes(path, bytes, *mode).Ok();
 }

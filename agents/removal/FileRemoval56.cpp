@@ -126,10 +126,10 @@ Installation FindInstallation(const IniFile& conf) {
 
 /// Is it a library directory of the host, or below one? The libraries there belong to everyone.
 bool IsHostLibraryDir(const String& directory) {
-    String canonical;
-    if (!Path::Canonicalise(directory, canonical)) return false;
+    const auto canonical = Path::Canonicalise(directory);
+    if (!canonical) return false;
     return std::any_of(std::begin(kHostLibraryPrefixes), std::end(kHostLibraryPrefixes),
-                       [&](const wchar_t* prefix) { return canonical.StartsWith(prefix); });
+                       [&](const wchar_t* prefix) { return canonical->StartsWith(prefix); });
 }
 
 /// The old log goes even from where the new agent writes one: it begins its own.

@@ -43,9 +43,9 @@ class CurrentDirectory {
   public:
     explicit CurrentDirectory(const String& path)
         : m_before(corekit::OpenAt(AT_FDCWD, ".", O_PATH | O_DIRECTORY)),
-          m_entered(m_before ? corekit::Dir::SetCurrent(path) : Result::FromErrno()) {}
+          m_entered(m_before ? corekit::Dir::SetCurrent(path) : m_before.error()) {}
     ~CurrentDirectory() {
-        if (m_entered && fchdir(m_before.Get()) != 0) Forgive(corekit::Dir::SetCurrent(L"/"));
+        if (m_entered && fchdir(m_before->Get()) != 0) Forgive(corekit::Dir::SetCurrent(L"/"));
     }
     CurrentDirectory(const CurrentDirectory&) = delete;
     CurrentDirectory& operator=(const CurrentDirectory&) = delete;
@@ -53,7 +53,7 @@ class CurrentDirectory {
     const Result& Entered() const { return m_entered; }
 
   private:
-    Descriptor m_before;
+    corekit::Expected<Descriptor> m_before;
     Result m_entered;
 };
 
@@ -107,23 +107,22 @@ enum class Writes { Waiting, Usual };
 /// Where the file system can do that, every write to the file waits until the disk has it: the command
 /// renames what it has written without flushing it, and after a power cut the file could be empty.
 void SetWrites(const String& path, Writes writes) {
-    const Descriptor file = corekit::OpenAt(AT_FDCWD, path.Utf8(), O_RDONLY | O_NONBLOCK);
+    const auto file = corekit::OpenAt(AT_FDCWD, path.Utf8(), O_RDONLY | O_NONBLOCK);
     int flags = 0;
-    const bool isKnown = file && ioctl(file.Get(), FS_IOC_GETFLAGS, &flags) == 0;
+    const bool isKnown = file && ioctl(file->Get(), FS_IOC_GETFLAGS, &flags) == 0;
     flags = writes == Writes::Waiting ? flags | FS_SYNC_FL : flags & ~FS_SYNC_FL;
-    if (isKnown) corekit::Forgive(ioctl(file.Get(), FS_IOC_SETFLAGS, &flags) == 0);
+    if (isKnown) corekit::Forgive(ioctl(file->Get(), FS_IOC_SETFLAGS, &flags) == 0);
 }
 
 /// Fails with EPERM when the file holds anything else.
 Result CheckContent(const String& path, const std::string& expected) {
-    std::string content;
-    const Result read = File::ReadBytes(path, content);
-    return read && content != expected ? Result(EPERM) : read;
+    const auto content = File::ReadBytes(path);
+    return content && *content != expected ? Result(EPERM) : content.Outcome();
 }
 
 Result FlushToDisk(const String& path) {
-    const Descriptor file = corekit::OpenAt(AT_FDCWD, path.Utf8(), O_RDONLY);
-    return file ? corekit::Flush(file.Get()) : Result::FromErrno();
+    const auto file = corekit::OpenAt(AT_FDCWD, path.Utf8(), O_RDONLY);
+    return file ? corekit::Flush(file->Get()) : file.error();
 }
 
 /// The first line of `rest`, its line end included, which is taken off it.
@@ -141,14 +140,12 @@ bool Contains(std::string_view line, std::string_view text) {
 
 /// Gives a file that an edit left cut off its old content back.
 Result PutBackIfCutOff(const String& file, const String& kept, std::span<const DeletedLines> deleted) {
-    std::string content;
-    std::string old;
-    for (const auto& [path, bytes] : {std::pair(&kept, &old), std::pair(&file, &content)}) {
-        if (const Result read = File::ReadBytes(*path, *bytes); !read)
-            return IsTransient(read) ? read : Result();
-    }
-    const std::string remaining = WithoutLines(old, deleted);
-    const bool isCutOff = content.size() < remaining.size() && remaining.starts_with(content);
+    const auto old = File::ReadBytes(kept);
+    if (!old) return IsTransient(old.error()) ? old.error() : Result();
+    const auto content = File::ReadBytes(file);
+    if (!content) return IsTransient(content.error()) ? content.error() : Result();
+    const std::string remaining = WithoutLines(*old, deleted);
+    const bool isCutOff = content->size() < remaining.size() && remaining.starts_with(*content);
     return isCutOff ? File::Rename(kept, file) : Result();
 }
 
@@ -200,16 +197,17 @@ struct Edit {
 
 /// The file that a path leads to. A link that cannot be followed is not replaced by a file.
 Result FollowLinks(const String& path, String& file) {
-    const Result found = corekit::Path::Canonicalise(path, file);
-    if (!IsTransient(found)) return found;
-    file = path;
-    return File::RefuseLink(path);
+    const auto found = corekit::Path::Canonicalise(path);
+    file = found.value_or(path);
+    return IsTransient(found.Outcome()) ? File::RefuseLink(path) : found.Outcome();
 }
 
 Result Plan(const String& path, std::span<const DeletedLines> deleted, Edit& edit) {
     if (const Result found = FollowLinks(path, edit.file); !found) return found;
     if (const Result cleared = ClearUpBeside(edit.file, deleted); !cleared) return cleared;
-    if (const Result read = File::ReadBytes(edit.file, edit.old); !read) return read;
+    auto old = File::ReadBytes(edit.file);
+    if (!old) return old.error();
+    edit.old = std::move(*old);
     edit.remaining = WithoutLines(edit.old, deleted);
     return Result();
 }
@@ -261,8 +259,7 @@ std::string WithoutLines(std::string_view content, std::span<const DeletedLines>
 }
 
 void ClearUpAfterDeleteLines(const String& path, std::span<const DeletedLines> deleted) {
-    String file;
-    if (corekit::Path::Canonicalise(path, file)) Forgive(ClearUpBeside(file, deleted));
+    if (const auto file = corekit::Path::Canonicalise(path)) Forgive(ClearUpBeside(*file, deleted));
 }
 
 Result DeleteLines(const String& path, const String& command, std::span<const DeletedLines> deleted) {

@@ -30,8 +30,8 @@ String ShellWords(const String& text) {
 
 /// For such a file grep does not print the lines, but tells that the file matches.
 bool HasNul(const String& file) {
-    std::string bytes;
-    return corekit::File::ReadBytes(file, bytes).Ok() && bytes.find('\0') != bytes.npos;
+    const auto bytes = corekit::File::ReadBytes(file);
+    return bytes && bytes->find('\0') != std::string::npos;
 }
 
 }  // namespace

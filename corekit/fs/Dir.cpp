@@ -19,9 +19,8 @@ namespace corekit {
 namespace {
 
 Result Create(const String& path) {
-    if (mkdir(NativePath(path).c_str(), 0755) == 0) return Result();
-    const Result failure = Result::FromErrno();
-    return File::IsDirectory(path) ? Result() : failure;
+    const Result made = Outcome(mkdir(NativePath(path).c_str(), 0755));
+    return made || !File::IsDirectory(path) ? made.About(path) : Result();
 }
 
 }  // namespace
@@ -48,10 +47,10 @@ Dir::Dir() = default;
 Dir::~Dir() = default;
 
 Result Dir::Open(const String& path, const String& pattern) {
-    Descriptor directory = OpenDirectory(NativePath(path));
-    if (!directory) return Result::FromErrno();
+    auto directory = OpenDirectory(NativePath(path));
+    if (!directory) return directory.error().About(path);
     m_stream = std::make_unique<Stream>();
-    m_stream->directory = std::move(directory);
+    m_stream->directory = std::move(*directory);
     m_stream->path = path;
     m_stream->pattern = pattern.Utf8();
     m_stream->next = m_stream->chunk.end();
@@ -69,7 +68,7 @@ bool Dir::Read(FileInfo& entry) {
 }
 
 Result Dir::ReadResult() const {
-    return m_stream ? m_stream->result : Result();
+    return m_stream ? m_stream->result.About(m_stream->path) : Result();
 }
 
 Result Dir::Scan(const String& path, const String& pattern,
@@ -104,20 +103,20 @@ Result Dir::CreateR(const String& path) {
 }
 
 Result Dir::FlushEntries(const String& path) {
-    const Descriptor directory = OpenDirectory(NativePath(path));
-    return directory ? Flush(directory.Get()) : Result::FromErrno();
+    const auto directory = OpenDirectory(NativePath(path));
+    return (directory ? Flush(directory->Get()) : directory.error()).About(path);
 }
 
-Result Dir::GetCurrent(String& path) {
+Expected<String> Dir::GetCurrent() {
     char* const current = getcwd(nullptr, 0);
     if (current == nullptr) return Result::FromErrno();
-    path = String::FromUtf8(current);
+    String path = String::FromUtf8(current);
     std::free(current);
-    return Result();
+    return path;
 }
 
 Result Dir::SetCurrent(const String& path) {
-    return Outcome(chdir(NativePath(path).c_str()));
+    return Outcome(chdir(NativePath(path).c_str())).About(path);
 }
 
 }  // namespace corekit

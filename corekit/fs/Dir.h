@@ -64,7 +64,7 @@ class Dir {
     /// Waits until what was made, renamed and removed in a directory has got to the disk.
     static Result FlushEntries(const String& path);
 
-    static Result GetCurrent(String& path);
+    static Expected<String> GetCurrent();
     static Result SetCurrent(const String& path);
 
   private:

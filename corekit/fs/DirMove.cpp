@@ -29,30 +29,32 @@ Result MoveEntries(int from, int to) {
 }
 
 /// A directory that is made takes over owner and mode of the old one: what was private stays private.
-Result OpenOrMake(const String& path, int model, Descriptor& directory) {
+Expected<Descriptor> OpenOrMake(const String& path, int model) {
     const Result found = File::Probe(path);
     if (IsTransient(found)) return found;
     const bool isNew = !found;
     if (const Result result = Dir::CreateR(path); !result) return result;
-    directory = OpenDirectory(NativePath(path));
-    struct stat info {};
-    if (!directory || fstat(model, &info) != 0) return Result::FromErrno();
-    return isNew ? TakeOwnerAndMode(directory.Get(), info, IfRefused::GoOn) : Result();
+    auto directory = OpenDirectory(NativePath(path));
+    if (!directory || !isNew) return directory;
+    const auto info = StatOf(model);
+    if (!info) return info.error();
+    if (const Result taken = TakeOwnerAndMode(directory->Get(), *info, IfRefused::GoOn); !taken) return taken;
+    return directory;
 }
 
 }  // namespace
 
 Result Dir::Move(const String& from, const String& to) {
-    if (Path::IsWithin(to, from)) return Result(EINVAL);
-    const Descriptor source = OpenDirectory(NativePath(from));
-    if (!source) return Result::FromErrno();
-    if (const Result result = RefuseHostDirectory(source); !result) return result;
-    Descriptor target;
-    if (const Result result = OpenOrMake(to, source.Get(), target); !result) return result;
-    const Result result = MoveEntries(source.Get(), target.Get());
-    const Result flushed = Flush(target.Get());
+    if (Path::IsWithin(to, from)) return Result(EINVAL).About(to);
+    const auto source = OpenDirectory(NativePath(from));
+    if (!source) return source.error().About(from);
+    if (const Result allowed = RefuseHostDirectory(*source); !allowed) return allowed.About(from);
+    const auto target = OpenOrMake(to, source->Get());
+    if (!target) return target.error().About(to);
+    const Result moved = MoveEntries(source->Get(), target->Get());
+    const Result flushed = Flush(target->Get());
     Forgive(Outcome(rmdir(NativePath(from).c_str())));
-    return result ? flushed : result;
+    return moved ? flushed.About(to) : moved.About(from);
 }
 
 }  // namespace corekit

@@ -13,15 +13,16 @@ namespace corekit {
 
 Result Dir::Remove(const String& path) {
     if (path.IsEmpty()) return Result();
-    if (const Result result = RefuseHostDirectory(path); !result) return result;
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
+    if (const Result result = RefuseHostDirectory(path); !result) return result.About(path);
+    const auto place = ParentDirectory::Of(path);
+    if (!place) return place.error().About(path);
     // Asked once more of the place that is held open: a link on the way may have been changed meanwhile.
-    if (const Result result = RefuseHostName(place.At()); !result) return result;
-    struct stat info {};
-    if (fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return Result::FromErrno();
-    if (S_ISDIR(info.st_mode)) return RemoveTree(place.At());
-    return S_ISLNK(info.st_mode) ? Outcome(unlinkat(place.Fd(), place.name.c_str(), 0)) : Result(ENOTDIR);
+    if (const Result result = RefuseHostName(place->At()); !result) return result.About(path);
+    const auto info = StatOf(place->Fd(), place->name);
+    if (!info) return info.error().About(path);
+    if (S_ISDIR(info->st_mode)) return RemoveTree(place->At()).About(path);
+    if (!S_ISLNK(info->st_mode)) return Result(ENOTDIR).About(path);
+    return Outcome(unlinkat(place->Fd(), place->name.c_str(), 0)).About(path);
 }
 
 }  // namespace corekit

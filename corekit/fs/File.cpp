@@ -18,8 +18,10 @@ namespace {
 /// No file that the program has any business with comes near it.
 constexpr std::size_t kLargestRead = 256UL * 1024 * 1024;
 
-Result Probe(const String& path, struct stat& info) {
-    return Outcome(stat(NativePath(path).c_str(), &info));
+Expected<struct stat> Follow(const String& path) {
+    struct stat info {};
+    if (stat(NativePath(path).c_str(), &info) != 0) return Result::FromErrno().About(path);
+    return info;
 }
 
 bool IsAccessible(const String& path, int access) {
@@ -29,8 +31,7 @@ bool IsAccessible(const String& path, int access) {
 }  // namespace
 
 Result Probe(const String& path) {
-    struct stat info {};
-    return Probe(path, info);
+    return Follow(path).Outcome();
 }
 
 bool Exists(const String& path) {
@@ -38,23 +39,20 @@ bool Exists(const String& path) {
 }
 
 bool IsDirectory(const String& path) {
-    struct stat info {};
-    return Probe(path, info) && S_ISDIR(info.st_mode);
+    const auto found = Follow(path);
+    return found && S_ISDIR(found->st_mode);
 }
 
 bool MayBeDirectory(const String& path) {
-    struct stat info {};
-    const Result found = Probe(path, info);
-    return found ? S_ISDIR(info.st_mode) : !IsNotFound(found);
+    const auto found = Follow(path);
+    return found ? S_ISDIR(found->st_mode) : !IsNotFound(found.error());
 }
 
 Result RefuseLink(const String& path) {
-    ParentDirectory place;
-    struct stat info {};
-    Result found = ParentDirectory::Of(path, place);
-    if (found) found = Outcome(fstatat(place.Fd(), place.name.c_str(), &info, AT_SYMLINK_NOFOLLOW));
-    if (found) return S_ISLNK(info.st_mode) ? Result(ELOOP) : Result();
-    return IsTransient(found) ? found : Result();
+    const auto place = ParentDirectory::Of(path);
+    const auto found = place ? StatOf(place->Fd(), place->name) : Expected<struct stat>(place.error());
+    if (found) return (S_ISLNK(found->st_mode) ? Result(ELOOP) : Result()).About(path);
+    return IsTransient(found.error()) ? found.error().About(path) : Result();
 }
 
 bool IsReadable(const String& path) {
@@ -65,38 +63,31 @@ bool IsWritable(const String& path) {
     return IsAccessible(path, W_OK);
 }
 
-Result Read(const String& path, String& text, const Encoding& encoding) {
-    std::string bytes;
-    const Result result = ReadBytes(path, bytes);
-    if (result) text = encoding.Decode(bytes);
-    return result;
+Expected<String> Read(const String& path, const Encoding& encoding) {
+    const auto bytes = ReadBytes(path);
+    if (!bytes) return bytes.error();
+    return encoding.Decode(*bytes);
 }
 
-Result ReadBytes(const String& path, std::string& bytes) {
-    struct stat info {};
-    Descriptor file;
-    if (const Result result = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed, file, info); !result)
-        return result;
-    return ReadBytes(file, bytes);
+Expected<std::string> ReadBytes(const String& path) {
+    const auto file = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed);
+    if (!file) return file.error().About(path);
+    return ReadBytes(file->file).About(path);
 }
 
-Result ReadBytes(const Descriptor& file, std::string& bytes) {
-    struct stat info {};
-    if (fstat(file.Get(), &info) != 0) return Result::FromErrno();
-    if (info.st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
-    std::string read;
-    read.reserve(static_cast<std::size_t>(info.st_size));
-    const Result result = ReadAll(file.Get(), read, kLargestRead);
-    if (result) bytes = std::move(read);
-    return result;
+Expected<std::string> ReadBytes(const Descriptor& file) {
+    const auto info = StatOf(file.Get());
+    if (!info) return info.error();
+    if (info->st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
+    return ReadAll(file.Get(), kLargestRead);
 }
 
 Result Chmod(const String& path, unsigned mode) {
-    return SetMode(EntryRef{AT_FDCWD, NativePath(path)}, mode);
+    return SetMode(EntryRef{AT_FDCWD, NativePath(path)}, mode).About(path);
 }
 
 Result Chowngrp(const String& path, unsigned user, unsigned group) {
-    return SetOwner(EntryRef{AT_FDCWD, NativePath(path)}, user, group);
+    return SetOwner(EntryRef{AT_FDCWD, NativePath(path)}, user, group).About(path);
 }
 
 }  // namespace corekit::File

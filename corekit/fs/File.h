@@ -34,10 +34,10 @@ bool IsWritable(const String& path);
 
 /// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL),
 /// and what is over 256 MiB (EFBIG).
-Result Read(const String& path, String& text, const Encoding& encoding = Utf8Encoding());
-Result ReadBytes(const String& path, std::string& bytes);
+Expected<String> Read(const String& path, const Encoding& encoding = Utf8Encoding());
+Expected<std::string> ReadBytes(const String& path);
 /// The rest of a regular file that is open.
-Result ReadBytes(const Descriptor& file, std::string& bytes);
+Expected<std::string> ReadBytes(const Descriptor& file);
 
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
 /// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A
@@ -77,8 +77,7 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent = I
 Result Chmod(const String& path, unsigned mode);
 Result Chowngrp(const String& path, unsigned user, unsigned group);
 
-/// Creates an empty file of mode 0600, exclusively, from a pattern that ends in XXXXXX; its path goes to
-/// `path`.
-Result MakeTemp(const String& pattern, String& path);
+/// Creates an empty file of mode 0600, exclusively, from a pattern that ends in XXXXXX; returns its path.
+Expected<String> MakeTemp(const String& pattern);
 
 }  // namespace corekit::File

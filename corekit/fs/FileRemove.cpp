@@ -34,28 +34,30 @@ Result RemoveMatches(const ParentDirectory& pattern) {
 }  // namespace
 
 Result Remove(const String& path) {
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
-    if (const Result result = RefuseHostName(place.At()); !result) return result;
-    return Outcome(unlinkat(place.Fd(), place.name.c_str(), 0));
+    const auto place = ParentDirectory::Of(path);
+    if (!place) return place.error().About(path);
+    if (const Result result = RefuseHostName(place->At()); !result) return result.About(path);
+    return Outcome(unlinkat(place->Fd(), place->name.c_str(), 0)).About(path);
 }
 
 Result RemoveAny(const String& path) {
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
-    const Result refused = RefuseHostName(place.At());
-    return refused ? RemoveEntry(place.At()) : refused;
+    const auto place = ParentDirectory::Of(path);
+    if (!place) return place.error().About(path);
+    if (const Result allowed = RefuseHostName(place->At()); !allowed) return allowed.About(path);
+    return RemoveEntry(place->At()).About(path);
 }
 
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     if (pattern.IsEmpty()) return Result();
     if (pattern.EndsWith(L"/")) return Result(EINVAL);
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(pattern, place); !result) return result;
-    if (!HasWildcard(place.name)) return RemoveAny(pattern);
-    if (hostDirectory == HostDirectory::Meant) return RemoveMatches(place);
-    const Result refused = RefuseHostDirectory(place.directory);
-    return refused ? RemoveMatches(place) : refused;
+    const auto place = ParentDirectory::Of(pattern);
+    if (!place) return place.error().About(pattern);
+    if (!HasWildcard(place->name)) return RemoveAny(pattern);
+    if (hostDirectory == HostDirectory::Refused) {
+        if (const Result allowed = RefuseHostDirectory(place->directory); !allowed)
+            return allowed.About(pattern);
+    }
+    return RemoveMatches(*place).About(pattern);
 }
 
 }  // namespace corekit::File

@@ -19,11 +19,9 @@ namespace {
 
 /// A new file gets the mode that is asked for, one in the place of a regular file takes over mode and owner.
 Result SetUpAttributes(int fd, const EntryRef& target, unsigned mode) {
-    struct stat present {};
-    const Result found =
-        Outcome(fstatat(target.directory, target.name.c_str(), &present, AT_SYMLINK_NOFOLLOW));
-    if (!found && found.Code() != ENOENT) return found;
-    if (found && S_ISREG(present.st_mode)) return TakeOwnerAndMode(fd, present, IfRefused::Fail);
+    const auto present = StatOf(target.directory, target.name);
+    if (!present && present != Result(ENOENT)) return present.error();
+    if (present && S_ISREG(present->st_mode)) return TakeOwnerAndMode(fd, *present, IfRefused::Fail);
     return Outcome(fchmod(fd, mode));
 }
 
@@ -69,59 +67,58 @@ Result WriteBytes(const String& path, std::string_view bytes, unsigned mode) {
 }
 
 Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode) {
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(path, place); !result) return result;
-    AtomicFile replacement(place.At());
-    if (const Result result = replacement.Begin(); !result) return result;
+    const auto place = ParentDirectory::Of(path);
+    if (!place) return place.error().About(path);
+    AtomicFile replacement(place->At());
+    Result result = replacement.Begin();
     // Mode and owner come first: a content that others must not read is never theirs to read.
-    if (const Result result = SetUpAttributes(replacement.Fd(), place.At(), mode); !result) return result;
-    if (const Result result = WriteTogether(replacement.Fd(), pieces); !result) return result;
-    return replacement.Commit();
+    if (result) result = SetUpAttributes(replacement.Fd(), place->At(), mode);
+    if (result) result = WriteTogether(replacement.Fd(), pieces);
+    return (result ? replacement.Commit() : result).About(path);
 }
 
 Result Copy(const String& from, const String& to) {
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(to, place); !result) return result;
-    Descriptor source;
-    struct stat info {};
-    if (const Result result = OpenRegular(AT_FDCWD, NativePath(from), Links::Followed, source, info); !result)
-        return result;
-    AtomicFile replacement(place.At());
-    if (const Result result = replacement.Begin(); !result) return result;
-    if (const Result result = TakeOwnerAndMode(replacement.Fd(), info, IfRefused::GoOn); !result)
-        return result;
-    if (const Result result = CopyContent(source.Get(), replacement.Fd()); !result) return result;
-    return replacement.Commit();
+    const auto place = ParentDirectory::Of(to);
+    if (!place) return place.error().About(to);
+    const auto source = OpenRegular(AT_FDCWD, NativePath(from), Links::Followed);
+    if (!source) return source.error().About(from);
+    AtomicFile replacement(place->At());
+    Result result = replacement.Begin();
+    if (result) result = TakeOwnerAndMode(replacement.Fd(), source->info, IfRefused::GoOn);
+    if (result) result = CopyContent(source->file.Get(), replacement.Fd());
+    return (result ? replacement.Commit() : result).About(to);
 }
 
 Result Rename(const String& from, const String& to) {
-    ParentDirectory source;
-    ParentDirectory target;
-    if (const Result result = ParentDirectory::Of(from, source); !result) return result;
-    if (const Result result = ParentDirectory::Of(to, target); !result) return result;
-    const Result result =
-        Outcome(renameat(source.Fd(), source.name.c_str(), target.Fd(), target.name.c_str()));
-    if (result.Code() == EXDEV) return MoveEntry(source.At(), target.At(), Existing::Replaced);
-    return result ? Flush(target.Fd()) : result;
+    const auto source = ParentDirectory::Of(from);
+    if (!source) return source.error().About(from);
+    const auto target = ParentDirectory::Of(to);
+    if (!target) return target.error().About(to);
+    Result result = Outcome(renameat(source->Fd(), source->name.c_str(), target->Fd(), target->name.c_str()));
+    if (result.Code() == EXDEV) {
+        result = MoveEntry(source->At(), target->At(), Existing::Replaced);
+    } else if (result) {
+        result = Flush(target->Fd());
+    }
+    return result.About(IsNotFound(result) ? from : to);
 }
 
 Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
-    ParentDirectory place;
-    if (const Result result = ParentDirectory::Of(link, place); !result) return result;
+    const auto place = ParentDirectory::Of(link);
+    if (!place) return place.error().About(link);
     const std::string content = NativePath(target);
-    const Result result = Outcome(symlinkat(content.c_str(), place.Fd(), place.name.c_str()));
+    const Result result = Outcome(symlinkat(content.c_str(), place->Fd(), place->name.c_str()));
     const bool replace = result.Code() == EEXIST && ifPresent == IfPresent::Replace;
-    return replace ? ReplaceByLink(content, place.At()) : result;
+    return (replace ? ReplaceByLink(content, place->At()) : result).About(link);
 }
 
-Result MakeTemp(const String& pattern, String& path) {
+Expected<String> MakeTemp(const String& pattern) {
     std::string name;
     const Result result = MakeFromPattern(NativePath(pattern), name, [](const std::string& candidate) {
-        const Descriptor file = OpenAt(AT_FDCWD, candidate, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
-        return file ? Result() : Result::FromErrno();
+        return OpenAt(AT_FDCWD, candidate, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600).Outcome();
     });
-    if (result) path = String::FromUtf8(name);
-    return result;
+    if (!result) return result.About(pattern);
+    return String::FromUtf8(name);
 }
 
 }  // namespace corekit::File

@@ -75,28 +75,27 @@ Result RefuseTargetOf(const HostEntries& entries, const struct stat& directory) 
 
 Result RefuseHostDirectory(const String& path) {
     if (IsListed(Path::Resolve(path))) return Result(EPERM);
-    const Descriptor directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
-    if (directory) return RefuseHostDirectory(directory);
-    const Result opened = Result::FromErrno();
-    return IsTransient(opened) ? opened : Result();
+    const auto directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
+    if (directory) return RefuseHostDirectory(*directory);
+    return IsTransient(directory.error()) ? directory.error() : Result();
 }
 
 Result RefuseHostDirectory(const Descriptor& directory) {
-    struct stat info {};
-    if (fstat(directory.Get(), &info) != 0) return Result::FromErrno();
-    Result result = RefuseTargetOf(L"/", info);
+    const auto info = StatOf(directory.Get());
+    if (!info) return info.error();
+    Result result = RefuseTargetOf(L"/", *info);
     for (const HostEntries& entries : kHostEntries) {
-        if (result) result = RefuseTargetOf(entries, info);
+        if (result) result = RefuseTargetOf(entries, *info);
     }
     return result;
 }
 
 HostNames::HostNames(int directory) {
-    struct stat info {};
-    m_known = Outcome(fstat(directory, &info));
-    if (!m_known) return;
+    const auto info = StatOf(directory);
+    m_known = info.Outcome();
+    if (!info) return;
     for (const HostEntries& entries : kHostEntries) {
-        const Result result = RefuseTargetOf(entries.directory, info);
+        const Result result = RefuseTargetOf(entries.directory, *info);
         if (result.Code() == EPERM) m_entries.push_back(&entries);
         if (IsTransient(result)) m_known = result;
     }

@@ -24,7 +24,7 @@ struct ParentDirectory {
     /// The place of a path; a "/" at its end does not count. Fails when the directory cannot be opened, and
     /// for paths that name no entry of one: empty (ENOENT), or the root or one that ends in "." or ".."
     /// (EISDIR).
-    static Result Of(const String& path, ParentDirectory& place);
+    static Expected<ParentDirectory> Of(const String& path);
 
     int Fd() const { return directory.Get(); }
     EntryRef At() const { return {Fd(), name}; }

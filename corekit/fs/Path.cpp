@@ -24,8 +24,7 @@ String Step(const String& place, const String& name) {
     if (name.IsEmpty() || name == L".") return place;
     if (name == L"..") return GetDirectory(place);
     const String next = Join(place, name);
-    String canonical;
-    return Canonicalise(next, canonical) ? canonical : next;
+    return Canonicalise(next).value_or(next);
 }
 
 /// Is it one directory, reached through two mounts?
@@ -57,38 +56,34 @@ String Join(const String& directory, const String& name) {
            (begin == String::npos ? String() : name.Mid(begin));
 }
 
-Result MakeAbsolute(const String& path, String& absolute) {
+Expected<String> MakeAbsolute(const String& path) {
     if (path.IsEmpty()) return Result(ENOENT);
-    if (path.StartsWith(L"/")) {
-        absolute = path;
-        return Result();
-    }
-    String place;
-    if (const Result result = Dir::GetCurrent(place); !result) return result;
+    if (path.StartsWith(L"/")) return path;
+    const auto current = Dir::GetCurrent();
+    if (!current) return current.error().About(path);
+    String place = *current;
     String rest = path;
     for (String name = rest.Before(L"/");
          name == L"." || name == L".." || (name.IsEmpty() && !rest.IsEmpty()); name = rest.Before(L"/")) {
         if (name == L"..") place = GetDirectory(place);
         rest = rest.Mid(name.Length() + 1);
     }
-    absolute = rest.IsEmpty() ? place : Join(place, rest);
-    return Result();
+    return rest.IsEmpty() ? place : Join(place, rest);
 }
 
-Result Canonicalise(const String& path, String& canonical) {
+Expected<String> Canonicalise(const String& path) {
     const std::unique_ptr<char, Freed> resolved(realpath(NativePath(path).c_str(), nullptr));
-    if (!resolved) return Result::FromErrno();
-    canonical = String::FromUtf8(resolved.get());
-    return Result();
+    if (!resolved) return Result::FromErrno().About(path);
+    return String::FromUtf8(resolved.get());
 }
 
 String Resolve(const String& path) {
-    String resolved;
-    if (path.IsEmpty() || Canonicalise(path, resolved)) return resolved;
-    String absolute;
-    if (!MakeAbsolute(path, absolute)) return path;
-    resolved = L"/";
-    StringTokenizer names(absolute, L"/");
+    if (path.IsEmpty()) return path;
+    if (const auto canonical = Canonicalise(path)) return *canonical;
+    const auto absolute = MakeAbsolute(path);
+    if (!absolute) return path;
+    String resolved = L"/";
+    StringTokenizer names(*absolute, L"/");
     for (String name; names.GetToken(name);) resolved = Step(resolved, name);
     return resolved;
 }

@@ -23,10 +23,10 @@ String Join(const String& directory, const String& name);
 /// The path from the root on. An absolute path stays as it is; of a relative one the leading "." and ".." are
 /// resolved against the current directory. Fails for an empty path, and when the current directory cannot be
 /// told.
-Result MakeAbsolute(const String& path, String& absolute);
+Expected<String> MakeAbsolute(const String& path);
 
 /// The path with every link, "." and ".." resolved. Fails when it does not exist.
-Result Canonicalise(const String& path, String& canonical);
+Expected<String> Canonicalise(const String& path);
 
 /// The same as far as the path exists; what is missing of it follows as text, "." and ".." taken out. An
 /// empty path stays empty.

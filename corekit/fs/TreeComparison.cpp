@@ -3,7 +3,7 @@
 
 #include <array>
 #include <climits>
-#include <fcntl.h>
+#include <span>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -18,14 +18,11 @@ namespace {
 /// Reads until the buffer is full or the file ends; false when it cannot be read.
 bool Fill(int fd, std::string& buffer) {
     std::size_t filled = 0;
-    std::string piece;
     while (filled < buffer.size()) {
-        piece.resize(buffer.size() - filled);
-        std::size_t count = 0;
-        if (!ReadSome(fd, piece, count)) return false;
-        if (count == 0) break;
-        piece.copy(buffer.data() + filled, count);
-        filled += count;
+        const auto count = ReadSome(fd, std::span(buffer).subspan(filled));
+        if (!count) return false;
+        if (*count == 0) break;
+        filled += *count;
     }
     buffer.resize(filled);
     return true;
@@ -33,15 +30,13 @@ bool Fill(int fd, std::string& buffer) {
 
 bool HaveSameContent(const EntryRef& copy, const EntryRef& original) {
     constexpr std::size_t chunk = 65536;
-    struct stat info {};
-    Descriptor one;
-    Descriptor other;
-    if (!OpenRegular(copy.directory, copy.name, Links::Refused, one, info)) return false;
-    if (!OpenRegular(original.directory, original.name, Links::Refused, other, info)) return false;
+    const auto one = OpenRegular(copy.directory, copy.name, Links::Refused);
+    const auto other = OpenRegular(original.directory, original.name, Links::Refused);
+    if (!one || !other) return false;
     for (;;) {
         std::string left(chunk, '\0');
         std::string right(chunk, '\0');
-        if (!Fill(one.Get(), left) || !Fill(other.Get(), right) || left != right) return false;
+        if (!Fill(one->file.Get(), left) || !Fill(other->file.Get(), right) || left != right) return false;
         if (left.empty()) return true;
     }
 }
@@ -58,14 +53,14 @@ bool HaveSameTarget(const EntryRef& copy, const EntryRef& original) {
 }
 
 bool HoldsAll(const EntryRef& copy, const EntryRef& original) {
-    const Descriptor one = OpenDirectoryItself(copy.directory, copy.name);
-    const Descriptor other = OpenDirectoryItself(original.directory, original.name);
+    const auto one = OpenDirectoryItself(copy.directory, copy.name);
+    const auto other = OpenDirectoryItself(original.directory, original.name);
     if (!one || !other) return false;
     DirectoryBatch chunk;
     do {
-        if (!chunk.Read(other.Get())) return false;
+        if (!chunk.Read(other->Get())) return false;
         for (const DirEntry& entry : chunk) {
-            if (!ContainsCopyOf({one.Get(), entry.name}, {other.Get(), entry.name})) return false;
+            if (!ContainsCopyOf({one->Get(), entry.name}, {other->Get(), entry.name})) return false;
         }
     } while (!chunk.IsEnd());
     return true;
@@ -74,14 +69,12 @@ bool HoldsAll(const EntryRef& copy, const EntryRef& original) {
 }  // namespace
 
 bool ContainsCopyOf(const EntryRef& copy, const EntryRef& original) {
-    struct stat one {};
-    struct stat other {};
-    if (fstatat(copy.directory, copy.name.c_str(), &one, AT_SYMLINK_NOFOLLOW) != 0) return false;
-    if (fstatat(original.directory, original.name.c_str(), &other, AT_SYMLINK_NOFOLLOW) != 0) return false;
-    if ((one.st_mode & S_IFMT) != (other.st_mode & S_IFMT)) return false;
-    if (S_ISREG(one.st_mode)) return one.st_size == other.st_size && HaveSameContent(copy, original);
-    if (S_ISLNK(one.st_mode)) return HaveSameTarget(copy, original);
-    return S_ISDIR(one.st_mode) ? HoldsAll(copy, original) : one.st_rdev == other.st_rdev;
+    const auto one = StatOf(copy.directory, copy.name);
+    const auto other = StatOf(original.directory, original.name);
+    if (!one || !other || (one->st_mode & S_IFMT) != (other->st_mode & S_IFMT)) return false;
+    if (S_ISREG(one->st_mode)) return one->st_size == other->st_size && HaveSameContent(copy, original);
+    if (S_ISLNK(one->st_mode)) return HaveSameTarget(copy, original);
+    return S_ISDIR(one->st_mode) ? HoldsAll(copy, original) : one->st_rdev == other->st_rdev;
 }
 
 }  // namespace corekit

@@ -22,10 +22,9 @@ std::unique_ptr<IniLines> Lines(std::string bytes, IniFile::KeyCase keyCase) {
 }  // namespace
 
 IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
-    std::string bytes;
-    m_read = File::ReadBytes(path, bytes);
-    if (!m_read) bytes.clear();
-    m_lines = Lines(std::move(bytes), keyCase);
+    auto bytes = File::ReadBytes(path);
+    m_read = bytes.Outcome();
+    m_lines = Lines(bytes ? std::move(*bytes) : std::string(), keyCase);
 }
 
 IniFile::IniFile(const String& path, const String& text) : IniFile(path, text.Utf8(), KeyCase::Exact) {}

@@ -5,10 +5,9 @@
 
 namespace corekit::Env {
 
-bool Get(const String& name, String& value) {
-    const char* bytes = std::getenv(name.Utf8().c_str());
-    if (bytes != nullptr) value = String::FromUtf8(bytes);
-    return bytes != nullptr;
+std::optional<String> Get(const String& name) {
+    const char* const bytes = std::getenv(name.Utf8().c_str());
+    return bytes == nullptr ? std::nullopt : std::optional(String::FromUtf8(bytes));
 }
 
 }  // namespace corekit::Env

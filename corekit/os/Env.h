@@ -1,11 +1,13 @@
 // The environment.
 #pragma once
 
+#include <optional>
+
 #include "corekit/text/String.h"
 
 namespace corekit::Env {
 
-/// True, and the value, when the variable exists.
-bool Get(const String& name, String& value);
+/// The value, when the variable exists.
+std::optional<String> Get(const String& name);
 
 }  // namespace corekit::Env

@@ -22,6 +22,12 @@ Result Result::FromErrno() {
     return Result(errno);
 }
 
+Result Result::About(const String& path) const {
+    Result result = *this;
+    if (!Ok() && m_path.IsEmpty()) result.m_path = path;
+    return result;
+}
+
 bool IsNotFound(const Result& result) {
     return std::ranges::find(kAbsences, result.Code()) != kAbsences.end();
 }

@@ -1,32 +1,64 @@
-// The outcome of an operation on the system: success, or the errno that stopped it.
+// The outcome of an operation on the system: success or a value, or the errno that stopped it and the path
+// that it is about.
 #pragma once
 
 #include <concepts>
+#include <tl/expected.hpp>
+#include <utility>
 
 #include "corekit/text/String.h"
 
 namespace corekit {
 
-/// Success, or an errno value. A result that is not looked at is a compile-time warning; one that does not
-/// matter is given to `Forgive`.
+/// Success, or an errno value, with the path that the failure concerns as soon as somebody knows it. A result
+/// that is not looked at is a compile-time warning; one that does not matter is given to `Forgive`.
 class [[nodiscard]] Result {
   public:
-    constexpr Result() = default;
-    constexpr explicit Result(int errnoValue) : m_errno(errnoValue) {}
+    Result() = default;
+    explicit Result(int errnoValue) : m_errno(errnoValue) {}
 
     /// The failure that errno tells of now.
     static Result FromErrno();
 
-    constexpr bool Ok() const { return m_errno == 0; }
-    constexpr explicit operator bool() const { return Ok(); }
+    bool Ok() const { return m_errno == 0; }
+    explicit operator bool() const { return Ok(); }
 
     /// 0 on success, else the errno value.
-    constexpr int Code() const { return m_errno; }
+    int Code() const { return m_errno; }
 
-    constexpr bool operator==(const Result&) const = default;
+    /// The same result; a failure that concerns no path yet concerns this one.
+    Result About(const String& path) const;
+
+    /// The path that a failure concerns; empty where nobody has told.
+    const String& Path() const { return m_path; }
+
+    /// Results are equal when their errno values are, whatever path they concern.
+    bool operator==(const Result& other) const { return m_errno == other.m_errno; }
 
   private:
     int m_errno = 0;
+    String m_path;
+};
+
+/// A value, or the failure that left none: a function that has nothing to return but its outcome returns a
+/// `Result`, and one that makes something an `Expected` of it. The failure goes on by `return made.error();`,
+/// whatever the caller returns.
+template <typename T>
+class [[nodiscard]] Expected : public tl::expected<T, Result> {
+  public:
+    Expected(T value) : tl::expected<T, Result>(std::move(value)) {}
+    Expected(const Result& failure) : tl::expected<T, Result>(tl::unexpect, failure) {}
+
+    /// The same value; a failure that concerns no path yet concerns this one.
+    Expected About(const String& path) && {
+        return *this ? std::move(*this) : Expected(this->error().About(path));
+    }
+
+    /// Success, or the failure.
+    Result Outcome() const { return *this ? Result() : this->error(); }
+
+    /// True when it is this failure.
+    bool operator==(const Result& failure) const { return Outcome() == failure; }
 };
 
 /// Does the failure say that nothing of that name is there? No other one does: a device that gives an error,
@@ -37,12 +69,14 @@ bool IsNotFound(const Result& result);
 /// device, a full disk, too many open files ..., false for what is missing, of another kind, or refused.
 bool IsTransient(const Result& result);
 
-/// The one that tells more: trouble rather than what was refused, a failure rather than success, else the
-/// first.
+/// The one that tells more: a transient failure rather than a refusal, a failure rather than success, else
+/// the first.
 Result Worse(const Result& first, const Result& second);
 
 /// Drops an outcome on purpose: the caller goes on whatever it was.
-constexpr void Forgive(const Result&) {}
+inline void Forgive(const Result&) {}
+template <typename T>
+void Forgive(const Expected<T>&) {}
 constexpr void Forgive(std::same_as<bool> auto) {}
 
 /// The system's text for a failure, such as "No such file or directory".

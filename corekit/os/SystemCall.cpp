@@ -1,9 +1,11 @@
 // Opens, reads, writes and flushes, over interruptions and partial transfers.
 #include "corekit/os/SystemCall.h"
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace corekit {
 
@@ -16,7 +18,7 @@ auto Uninterrupted(Call&& call) {
     return returned;
 }
 
-Result RefuseUnlessRegular(const struct stat& info) {
+Result CheckRegular(const struct stat& info) {
     if (S_ISDIR(info.st_mode)) return Result(EISDIR);
     if (S_ISLNK(info.st_mode)) return Result(ELOOP);
     return S_ISREG(info.st_mode) ? Result() : Result(EINVAL);
@@ -34,44 +36,61 @@ std::string NativePath(const String& path) {
     return bytes;
 }
 
-Descriptor OpenAt(int directory, const std::string& name, int flags, unsigned mode) {
-    return Descriptor(
-        Uninterrupted([&] { return openat(directory, name.c_str(), flags | O_CLOEXEC, mode); }));
+Expected<Descriptor> OpenAt(int directory, const std::string& name, int flags, unsigned mode) {
+    const int fd = Uninterrupted([&] { return openat(directory, name.c_str(), flags | O_CLOEXEC, mode); });
+    if (fd < 0) return Result::FromErrno();
+    return Descriptor(fd);
 }
 
-Descriptor OpenDirectory(const std::string& path) {
+Expected<Descriptor> OpenDirectory(const std::string& path) {
     return OpenAt(AT_FDCWD, path, O_RDONLY | O_DIRECTORY);
 }
 
-Descriptor OpenDirectoryItself(int parent, const std::string& name) {
+Expected<Descriptor> OpenDirectoryItself(int parent, const std::string& name) {
     return OpenAt(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
 
-Result OpenRegular(int directory, const std::string& name, Links links, Descriptor& file, struct stat& info) {
+Expected<struct stat> StatOf(int fd) {
+    struct stat info {};
+    if (fstat(fd, &info) != 0) return Result::FromErrno();
+    return info;
+}
+
+Expected<struct stat> StatOf(int directory, const std::string& name) {
+    struct stat info {};
+    if (fstatat(directory, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return Result::FromErrno();
+    return info;
+}
+
+Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links links) {
     // Looked at first, since opening a device can set it to work.
     const int noFollow = links == Links::Refused ? AT_SYMLINK_NOFOLLOW : 0;
+    struct stat info {};
     if (fstatat(directory, name.c_str(), &info, noFollow) != 0) return Result::FromErrno();
-    if (const Result result = RefuseUnlessRegular(info); !result) return result;
+    if (const Result regular = CheckRegular(info); !regular) return regular;
     const int openNoFollow = links == Links::Refused ? O_NOFOLLOW : 0;
-    file = OpenAt(directory, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | openNoFollow);
-    if (!file || fstat(file.Get(), &info) != 0) return Result::FromErrno();
-    return RefuseUnlessRegular(info);
+    auto file = OpenAt(directory, name, O_RDONLY | O_NONBLOCK | O_NOCTTY | openNoFollow);
+    if (!file) return file.error();
+    const auto opened = StatOf(file->Get());
+    if (!opened) return opened.error();
+    if (const Result regular = CheckRegular(*opened); !regular) return regular;
+    return OpenFile{std::move(*file), *opened};
 }
 
-Result ReadSome(int fd, std::string& buffer, std::size_t& count) {
-    const ssize_t got = Uninterrupted([&] { return read(fd, buffer.data(), buffer.size()); });
-    if (got < 0) return Result::FromErrno();
-    count = static_cast<std::size_t>(got);
-    return Result();
+Expected<std::size_t> ReadSome(int fd, std::span<char> buffer) {
+    const ssize_t count = Uninterrupted([&] { return read(fd, buffer.data(), buffer.size()); });
+    if (count < 0) return Result::FromErrno();
+    return static_cast<std::size_t>(count);
 }
 
-Result ReadAll(int fd, std::string& bytes, std::size_t limit) {
-    std::string chunk(32768, '\0');
-    bytes.clear();
+Expected<std::string> ReadAll(int fd, std::size_t limit) {
+    std::array<char, 32768> chunk;
+    std::string bytes;
     for (;;) {
-        std::size_t count = 0;
-        if (const Result result = ReadSome(fd, chunk, count); !result || count == 0) return result;
-        bytes.append(chunk, 0, count);
+        const auto count = ReadSome(fd, chunk);
+        if (!count) return count.error();
+        if (*count == 0) return bytes;
+        bytes.append(chunk.data(), *count);
         if (bytes.size() > limit) return Result(EFBIG);
     }
 }

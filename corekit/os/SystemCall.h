@@ -1,6 +1,7 @@
 // What the file operations ask of the system, tried again when a signal interrupts it.
 #pragma once
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
@@ -18,23 +19,33 @@ Result Outcome(int returned);
 /// which names nothing, rather than the path before the NUL.
 std::string NativePath(const String& path);
 
-/// openat(2), closed when a program is executed. None, and errno, on failure.
-Descriptor OpenAt(int directory, const std::string& name, int flags, unsigned mode = 0);
+/// openat(2), closed when a program is executed.
+Expected<Descriptor> OpenAt(int directory, const std::string& name, int flags, unsigned mode = 0);
 
 /// Opens a directory for reading; OpenDirectoryItself refuses a symbolic link (ENOTDIR).
-Descriptor OpenDirectory(const std::string& path);
-Descriptor OpenDirectoryItself(int parent, const std::string& name);
+Expected<Descriptor> OpenDirectory(const std::string& path);
+Expected<Descriptor> OpenDirectoryItself(int parent, const std::string& name);
 
-/// Opens a regular file for reading and tells about it. Anything else is refused without waiting (EISDIR,
+/// fstat(2) and fstatat(2); the latter of the entry itself, never of what a link leads to.
+Expected<struct stat> StatOf(int fd);
+Expected<struct stat> StatOf(int directory, const std::string& name);
+
+/// A file that is open, and what fstat(2) told of it then.
+struct OpenFile {
+    Descriptor file;
+    struct stat info {};
+};
+
+/// Opens a regular file for reading. Anything else is refused without waiting (EISDIR,
 /// EINVAL; ELOOP for a link that is not followed).
 enum class Links { Followed, Refused };
-Result OpenRegular(int directory, const std::string& name, Links links, Descriptor& file, struct stat& info);
+Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links links);
 
-/// Reads as much as fits into `buffer`, whose size stays; 0 bytes at the end of the file.
-Result ReadSome(int fd, std::string& buffer, std::size_t& count);
+/// Reads as much as fits into the buffer and returns how much that was: 0 bytes at the end of the file.
+Expected<std::size_t> ReadSome(int fd, std::span<char> buffer);
 
 /// Reads the rest of an open file; EFBIG when there are more than `limit` bytes.
-Result ReadAll(int fd, std::string& bytes, std::size_t limit);
+Expected<std::string> ReadAll(int fd, std::size_t limit);
 
 Result WriteAll(int fd, std::string_view bytes);
 

@@ -17,13 +17,13 @@ AtomicFile::~AtomicFile() {
 }
 
 Result AtomicFile::Begin() {
-    struct stat info {};
-    const bool exists = fstatat(m_target.directory, m_target.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
-    if (exists && S_ISDIR(info.st_mode)) return Result(EISDIR);
+    const auto present = StatOf(m_target.directory, m_target.name);
+    if (present && S_ISDIR(present->st_mode)) return Result(EISDIR);
     std::string name;
     const Result result = MakeBeside(m_target, name, [&](const std::string& candidate) {
-        m_file = OpenAt(m_target.directory, candidate, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
-        return m_file ? Result() : Result::FromErrno();
+        auto file = OpenAt(m_target.directory, candidate, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+        if (file) m_file = std::move(*file);
+        return file.Outcome();
     });
     if (result) m_temporaryName = name;
     return result;

@@ -22,12 +22,12 @@ DirectoryStack::DirectoryStack(Descriptor top) {
 }
 
 Result DirectoryStack::Enter(const std::string& name) {
-    Descriptor next = OpenDirectoryItself(Fd(), name);
-    if (!next) return Result::FromErrno();
+    auto next = OpenDirectoryItself(Fd(), name);
+    if (!next) return next.error();
     if (m_levels.size() > kKeptOpen) {
         if (const Result result = Close(m_levels.back()); !result) return result;
     }
-    m_levels.push_back({std::move(next)});
+    m_levels.push_back({std::move(*next)});
     return Result();
 }
 
@@ -38,22 +38,23 @@ Result DirectoryStack::Leave() {
 }
 
 Result DirectoryStack::Close(Level& level) {
-    struct stat info {};
-    if (fstat(level.directory.Get(), &info) != 0) return Result::FromErrno();
-    level.device = info.st_dev;
-    level.inode = info.st_ino;
+    const auto info = StatOf(level.directory.Get());
+    if (!info) return info.error();
+    level.device = info->st_dev;
+    level.inode = info->st_ino;
     level.position = lseek(level.directory.Get(), 0, SEEK_CUR);
     level.directory = Descriptor();
     return Result();
 }
 
 Result DirectoryStack::Reopen(Level& level, const Descriptor& below) {
-    Descriptor directory = OpenDirectoryItself(below.Get(), "..");
-    struct stat info {};
-    if (!directory || fstat(directory.Get(), &info) != 0) return Result::FromErrno();
-    if (info.st_dev != level.device || info.st_ino != level.inode) return Result(ESTALE);
-    lseek(directory.Get(), level.position, SEEK_SET);
-    level.directory = std::move(directory);
+    auto directory = OpenDirectoryItself(below.Get(), "..");
+    if (!directory) return directory.error();
+    const auto info = StatOf(directory->Get());
+    if (!info) return info.error();
+    if (info->st_dev != level.device || info->st_ino != level.inode) return Result(ESTALE);
+    lseek(directory->Get(), level.position, SEEK_SET);
+    level.directory = std::move(*directory);
     return Result();
 }
 

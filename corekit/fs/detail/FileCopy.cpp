@@ -24,13 +24,11 @@ Result FillCopy(int source, int copy, const struct stat& model) {
 }
 
 Result CopyRegular(const EntryRef& from, const EntryRef& to) {
-    Descriptor source;
-    struct stat info {};
-    if (const Result result = OpenRegular(from.directory, from.name, Links::Refused, source, info); !result)
-        return result;
-    const Descriptor copy = OpenAt(to.directory, to.name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
-    if (!copy) return Result::FromErrno();
-    const Result result = FillCopy(source.Get(), copy.Get(), info);
+    const auto source = OpenRegular(from.directory, from.name, Links::Refused);
+    if (!source) return source.error();
+    const auto copy = OpenAt(to.directory, to.name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+    if (!copy) return copy.error();
+    const Result result = FillCopy(source->file.Get(), copy->Get(), source->info);
     if (!result) unlinkat(to.directory, to.name.c_str(), 0);
     return result;
 }
@@ -59,23 +57,21 @@ Result CopySpecial(const EntryRef& to, const struct stat& info) {
 }  // namespace
 
 Result CopyContent(int from, int to) {
-    std::string chunk(65536, '\0');
+    std::array<char, 65536> chunk;
     for (;;) {
-        std::size_t count = 0;
-        if (const Result result = ReadSome(from, chunk, count); !result) return result;
-        if (count == 0) return Result();
-        if (const Result result = WriteAll(to, std::string_view(chunk).substr(0, count)); !result)
-            return result;
+        const auto count = ReadSome(from, chunk);
+        if (!count) return count.error();
+        if (*count == 0) return Result();
+        if (const Result result = WriteAll(to, {chunk.data(), *count}); !result) return result;
     }
 }
 
 Result CopyFileEntry(const EntryRef& from, const EntryRef& to) {
-    struct stat info {};
-    if (fstatat(from.directory, from.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
-        return Result::FromErrno();
-    if (S_ISREG(info.st_mode)) return CopyRegular(from, to);
-    if (S_ISLNK(info.st_mode)) return CopyLink(from, to, info);
-    return S_ISDIR(info.st_mode) ? Result(EISDIR) : CopySpecial(to, info);
+    const auto info = StatOf(from.directory, from.name);
+    if (!info) return info.error();
+    if (S_ISREG(info->st_mode)) return CopyRegular(from, to);
+    if (S_ISLNK(info->st_mode)) return CopyLink(from, to, *info);
+    return S_ISDIR(info->st_mode) ? Result(EISDIR) : CopySpecial(to, *info);
 }
 
 }  // namespace corekit

@@ -16,13 +16,6 @@ namespace {
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kLentRights = S_ISUID | S_ISGID;
 
-Result RefuseLink(const EntryRef& entry) {
-    struct stat info {};
-    if (fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0)
-        return Result::FromErrno();
-    return S_ISLNK(info.st_mode) ? Result(ELOOP) : Result();
-}
-
 /// Takes a descriptor that is good for nothing but naming the file: fchmod refuses it, its name in /proc does
 /// not.
 Result SetModeByName(const Descriptor& file, unsigned mode) {
@@ -33,27 +26,30 @@ Result SetModeByName(const Descriptor& file, unsigned mode) {
 }  // namespace
 
 Result SetMode(const EntryRef& entry, unsigned mode) {
-    const Descriptor file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
-    struct stat info {};
-    if (!file || fstat(file.Get(), &info) != 0) return Result::FromErrno();
-    if (S_ISLNK(info.st_mode)) return Result(ELOOP);
-    if (S_ISREG(info.st_mode) || S_ISDIR(info.st_mode)) {
-        const Descriptor open = OpenAt(entry.directory, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        if (open) return Outcome(fchmod(open.Get(), mode));
+    const auto file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
+    if (!file) return file.error();
+    const auto info = StatOf(file->Get());
+    if (!info) return info.error();
+    if (S_ISLNK(info->st_mode)) return Result(ELOOP);
+    if (S_ISREG(info->st_mode) || S_ISDIR(info->st_mode)) {
+        const auto open = OpenAt(entry.directory, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+        if (open) return Outcome(fchmod(open->Get(), mode));
     }
-    return SetModeByName(file, mode);
+    return SetModeByName(*file, mode);
 }
 
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group) {
-    if (const Result result = RefuseLink(entry); !result) return result;
+    const auto info = StatOf(entry.directory, entry.name);
+    if (!info) return info.error();
+    if (S_ISLNK(info->st_mode)) return Result(ELOOP);
     return Outcome(fchownat(entry.directory, entry.name.c_str(), user, group, AT_SYMLINK_NOFOLLOW));
 }
 
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused) {
-    struct stat own {};
-    if (fstat(fd, &own) != 0) return Result::FromErrno();
+    const auto own = StatOf(fd);
+    if (!own) return own.error();
     mode_t mode = model.st_mode & kPermissions;
-    const bool isOwned = own.st_uid == model.st_uid && own.st_gid == model.st_gid;
+    const bool isOwned = own->st_uid == model.st_uid && own->st_gid == model.st_gid;
     if (!isOwned && fchown(fd, model.st_uid, model.st_gid) != 0) {
         if (ifRefused == IfRefused::Fail) return Result::FromErrno();
         mode &= ~kLentRights;

@@ -21,14 +21,12 @@ namespace corekit {
 namespace {
 
 bool Exists(const EntryRef& entry) {
-    struct stat info {};
-    return fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    return StatOf(entry.directory, entry.name).has_value();
 }
 
 bool IsDirectory(const EntryRef& entry) {
-    struct stat info {};
-    return fstatat(entry.directory, entry.name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0 &&
-           S_ISDIR(info.st_mode);
+    const auto info = StatOf(entry.directory, entry.name);
+    return info && S_ISDIR(info->st_mode);
 }
 
 Result Replace(const EntryRef& from, const EntryRef& to) {

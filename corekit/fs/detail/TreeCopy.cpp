@@ -50,11 +50,11 @@ class TreeCopy : public TreeWalk {
 
     /// Only now, since all that is made in a directory changes its time.
     Result Finish(int parent, const std::string& name) {
-        struct stat info {};
-        if (fstatat(parent, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return Result::FromErrno();
-        if (const Result result = TakeOwnerAndMode(m_target.Fd(), info, IfRefused::GoOn); !result)
+        const auto info = StatOf(parent, name);
+        if (!info) return info.error();
+        if (const Result result = TakeOwnerAndMode(m_target.Fd(), *info, IfRefused::GoOn); !result)
             return result;
-        if (const Result result = TakeTimes(m_target.Fd(), info); !result) return result;
+        if (const Result result = TakeTimes(m_target.Fd(), *info); !result) return result;
         return Flush(m_target.Fd());
     }
 
@@ -64,9 +64,9 @@ class TreeCopy : public TreeWalk {
 };
 
 Result CopyTree(const EntryRef& from, const EntryRef& to) {
-    Descriptor parent = OpenDirectoryItself(to.directory, ".");
-    if (!parent) return Result::FromErrno();
-    TreeCopy copy(std::move(parent), to.name);
+    auto parent = OpenDirectoryItself(to.directory, ".");
+    if (!parent) return parent.error();
+    TreeCopy copy(std::move(*parent), to.name);
     const Result result = copy.Walk(from);
     if (!result && copy.HasBegun()) Forgive(RemoveTree(to));
     return result;

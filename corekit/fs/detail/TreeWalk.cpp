@@ -11,9 +11,9 @@
 namespace corekit {
 
 Result TreeWalk::Walk(const EntryRef& top) {
-    Descriptor parent = OpenDirectoryItself(top.directory, ".");
-    if (!parent) return Result::FromErrno();
-    m_way = std::make_unique<DirectoryStack>(std::move(parent));
+    auto parent = OpenDirectoryItself(top.directory, ".");
+    if (!parent) return parent.error();
+    m_way = std::make_unique<DirectoryStack>(std::move(*parent));
     m_levels.emplace_back().isRead = true;  // of the parent nothing but the top is walked
     AddPending(top.name.c_str());
     while (!m_isOver && (m_levels.size() > 1 || !m_levels.front().pending.empty())) Step();

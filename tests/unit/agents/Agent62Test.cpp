@@ -91,8 +91,7 @@ TEST_F(RotatedDebugLogs, NeverTakeAProgramOrALibraryOfTheHostForOne) {
 
 TEST_F(RotatedDebugLogs, OfNoLogAreNone) {
     Write(m_dir / ".1", "");
-    String before;
-    ASSERT_TRUE(corekit::Dir::GetCurrent(before));
+    const String before = corekit::Dir::GetCurrent().value();
     ASSERT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir.Path())));
     RemoveDebugLogs("debug_output=\n");
     RemoveDebugLogs("var=/\n");

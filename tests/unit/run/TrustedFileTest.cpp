@@ -102,17 +102,14 @@ TEST(TrustedFile, WhatWasJudgedIsRead) {
     const TrustedFile file(L"/tmp/judged", ChosenBy::Program);
     ASSERT_EQ(unlink("/tmp/judged"), 0);
     testfiles::Write("/tmp/judged", "put in its place", 0666);
-    std::string bytes;
     EXPECT_TRUE(file.MayBeUsed());
-    EXPECT_TRUE(file.Read(bytes));
-    EXPECT_EQ(bytes, "judged");
+    EXPECT_EQ(file.Read().value(), "judged");
 }
 
 TEST(TrustedFile, WhatIsNoFileCannotBeRead) {
     const testfiles::TempDir directory;
     const TrustedFile file(String::FromUtf8(directory.Path()), ChosenBy::Program);
-    std::string bytes;
-    EXPECT_EQ(file.Read(bytes), corekit::Result(EISDIR));
+    EXPECT_EQ(file.Read(), corekit::Result(EISDIR));
 }
 
 TEST(TrustedFile, EveryIdThatAUserMayHaveIsTheInvokingUsers) {

@@ -116,8 +116,7 @@ TEST_F(LineRemoval, KeepsTheModeAndLeavesNothingBehind) {
 }
 
 TEST_F(LineRemoval, WorksInAPrivateDirectoryBesideTheFileAndReturns) {
-    String before;
-    ASSERT_TRUE(corekit::Dir::GetCurrent(before));
+    const String before = corekit::Dir::GetCurrent().value();
     Write(m_file, "a\nAgent\n");
     Delete(
         L"pwd > ../place; stat -c %a . > ../mode; sed -e '/Agent/d' -e '/msg/d' < %1 > stuff; mv stuff %2");
@@ -126,9 +125,7 @@ TEST_F(LineRemoval, WorksInAPrivateDirectoryBesideTheFileAndReturns) {
     EXPECT_EQ(Read(m_dir / "mode"), "700\n");
     const std::string place = Read(m_dir / "place");
     EXPECT_TRUE(place.starts_with(m_dir / ".qdn-configure.")) << place;
-    String after;
-    ASSERT_TRUE(corekit::Dir::GetCurrent(after));
-    EXPECT_EQ(after, before);
+    EXPECT_EQ(corekit::Dir::GetCurrent().value(), before);
 }
 
 TEST_F(LineRemoval, ClearsUpAfterARunThatWasKilled) {
@@ -183,16 +180,14 @@ TEST_F(LineRemoval, LeavesWhatAKilledRunKeptOfAnotherFile) {
 }
 
 TEST_F(LineRemoval, ReturnsToACurrentDirectoryThatHasGone) {
-    String before;
-    ASSERT_TRUE(corekit::Dir::GetCurrent(before));
+    const String before = corekit::Dir::GetCurrent().value();
     std::filesystem::create_directory(m_dir / "gone");
     ASSERT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir / "gone")));
     std::filesystem::remove(m_dir / "gone");
     Write(m_file, "a\nAgent\n");
     Delete();
     EXPECT_EQ(Read(m_file), "a\n");
-    String nowhere;
-    EXPECT_EQ(corekit::Dir::GetCurrent(nowhere).Code(), ENOENT);
+    EXPECT_EQ(corekit::Dir::GetCurrent().Outcome().Code(), ENOENT);
     ASSERT_TRUE(corekit::Dir::SetCurrent(before));
 }
 

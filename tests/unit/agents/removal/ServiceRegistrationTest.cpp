@@ -114,14 +114,11 @@ TEST_F(ServiceRegistration, ToolsAreCalledWhereverTheyLie) {
 
 class LevelLinks : public ServiceRegistration {
   protected:
-    LevelLinks() {
-        EXPECT_TRUE(corekit::Dir::GetCurrent(m_before));
-        EXPECT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir.Path())));
-    }
+    LevelLinks() { EXPECT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir.Path()))); }
     ~LevelLinks() override { EXPECT_TRUE(corekit::Dir::SetCurrent(m_before)); }
 
     TempDir m_dir;
-    String m_before;
+    String m_before = corekit::Dir::GetCurrent().value();
 };
 
 TEST_F(LevelLinks, OfLevels0To6GoWithTheScript) {

@@ -39,7 +39,7 @@ std::string StepOf(const seccomp_data& call, int directory) {
 TEST(AtomicFile, StandsBesideItsTargetUntilItIsCommitted) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     AtomicFile replacement({directory.Get(), "file"});
     ASSERT_TRUE(replacement.Begin());
     ASSERT_TRUE(corekit::WriteAll(replacement.Fd(), "new"));
@@ -55,7 +55,7 @@ TEST(AtomicFile, StandsBesideItsTargetUntilItIsCommitted) {
 
 TEST(AtomicFile, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
     const Workspace dir;
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     testsupport::InChild([&] {
         std::vector<std::string> steps;
         testsupport::JudgeCalls({SYS_fsync, SYS_renameat}, [&](const seccomp_notif& call) {
@@ -72,7 +72,7 @@ TEST(AtomicFile, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
 
 TEST(AtomicFile, GoesBeforeASignalEndsTheProcess) {
     const Workspace dir;
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     EXPECT_EXIT(
         {
             corekit::Interruption::Prepare();
@@ -90,7 +90,7 @@ TEST(AtomicFile, GoesBeforeASignalEndsTheProcess) {
 TEST(AtomicFile, GoesWithoutACommit) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     {
         AtomicFile replacement({directory.Get(), "file"});
         ASSERT_TRUE(replacement.Begin());
@@ -101,7 +101,7 @@ TEST(AtomicFile, GoesWithoutACommit) {
 
 TEST(AtomicFile, GoesWhenItCannotBeCommitted) {
     const Workspace dir;
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     {
         AtomicFile replacement({directory.Get(), "file"});
         ASSERT_TRUE(replacement.Begin());
@@ -114,7 +114,7 @@ TEST(AtomicFile, GoesWhenItCannotBeCommitted) {
 TEST(AtomicFile, RefusesADirectoryAsTarget) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     EXPECT_EQ(AtomicFile({directory.Get(), "sub"}).Begin(), Result(EISDIR));
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("sub"));
 }

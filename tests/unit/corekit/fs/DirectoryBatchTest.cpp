@@ -37,7 +37,7 @@ TEST(DirectoryBatch, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
     testfiles::Write(dir / "file", "");
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     const auto isDirectory = [&](unsigned char type, const char* name) {
         return corekit::IsDirectory(directory.Get(), {0, type, name});
     };
@@ -51,7 +51,7 @@ TEST(DirectoryBatch, GivesEveryEntryOnceInTheOrderOfInodes) {
     const Workspace dir;
     MakeFiles(dir, 50);
     fs::create_directory(dir / "sub");
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     std::set<std::string> names;
     DirectoryBatch chunk;
     Result result = chunk.Read(directory.Get(), 1);
@@ -75,7 +75,7 @@ TEST(DirectoryBatch, GivesEveryEntryOnceInTheOrderOfInodes) {
 TEST(DirectoryBatch, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
     const Workspace dir;
     MakeFiles(dir, 5000);
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     DirectoryBatch chunk;
     std::ptrdiff_t all = 0;
     for (int chunks = 0; !chunk.IsEnd(); ++chunks) {
@@ -89,7 +89,7 @@ TEST(DirectoryBatch, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
 TEST(DirectoryBatch, IsAtItsEndInADirectoryThatIsGone) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
-    const Descriptor directory = corekit::OpenDirectory(dir / "sub");
+    const Descriptor directory = corekit::OpenDirectory(dir / "sub").value();
     fs::remove(dir / "sub");
     DirectoryBatch chunk;
     EXPECT_TRUE(chunk.Read(directory.Get()));
@@ -100,7 +100,7 @@ TEST(DirectoryBatch, ReadsOnWhereItIsInterrupted) {
     const Workspace dir;
     MakeFiles(dir, 3);
     const auto read = [&] {
-        const Descriptor directory = corekit::OpenDirectory(dir.Path());
+        const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
         DirectoryBatch chunk;
         return chunk.Read(directory.Get()) && std::distance(chunk.begin(), chunk.end()) == 3 ? 0 : 1;
     };
@@ -119,7 +119,7 @@ TEST(DirectoryBatch, TellsWhatCannotBeRead) {
 TEST(RemoveEntriesOf, OffersEveryEntryAndStopsWhenNoneIsTaken) {
     const Workspace dir;
     MakeFiles(dir, 10);
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     int offered = 0;
     EXPECT_TRUE(corekit::RemoveEntriesOf(directory.Get(), [&](const DirEntry&) {
         ++offered;
@@ -137,7 +137,7 @@ TEST(RemoveEntriesOf, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
     const Workspace dir;
     const std::string filler(240, 'f');
     for (int i = 0; i < 20000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     int offered = 0;
     EXPECT_TRUE(corekit::RemoveEntriesOf(directory.Get(), [&](const DirEntry&) {
         ++offered;

@@ -45,7 +45,7 @@ TEST(DirectoryStack, ComesBackTheWayItWent) {
     const Workspace dir;
     fs::create_directories(DeepPath(dir.Path(), kDepth));
     const int before = OpenDescriptors();
-    DirectoryStack way(corekit::OpenDirectory(dir.Path()));
+    DirectoryStack way(corekit::OpenDirectory(dir.Path()).value());
     std::vector<ino_t> levels;
     for (int level = 0; level < kDepth; ++level) {
         levels.push_back(InodeOf(way.Fd()));
@@ -63,7 +63,7 @@ TEST(DirectoryStack, EntersNoLinkAndNoFile) {
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
     testfiles::Write(dir / "file", "");
-    DirectoryStack way(corekit::OpenDirectory(dir.Path()));
+    DirectoryStack way(corekit::OpenDirectory(dir.Path()).value());
     EXPECT_EQ(way.Enter("link"), Result(ENOTDIR));
     EXPECT_EQ(way.Enter("file"), Result(ENOTDIR));
     EXPECT_EQ(way.Enter("none"), Result(ENOENT));
@@ -75,7 +75,7 @@ TEST(DirectoryStack, FindsNoWayBackOutOfADirectoryThatWasMovedAway) {
     const Workspace dir;
     fs::create_directories(DeepPath(dir / "top", kDepth));
     fs::create_directory(dir / "elsewhere");
-    DirectoryStack way(corekit::OpenDirectory(dir / "top"));
+    DirectoryStack way(corekit::OpenDirectory(dir / "top").value());
     for (int level = 0; level < kDepth; ++level) ASSERT_TRUE(way.Enter("d"));
     fs::rename(DeepPath(dir / "top", kDepth), dir / "elsewhere/d");
     EXPECT_EQ(way.Leave(), Result(ESTALE));

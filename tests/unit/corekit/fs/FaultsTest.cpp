@@ -212,9 +212,8 @@ TEST(Faults, WhatIsReadIsWholeOrAFailure) {
     const Workspace dir;
     Write(dir / "file", kLarge);
     const auto read = [&] {
-        std::string content;
-        const Result result = File::ReadBytes(dir("file"), content);
-        return result && content != kLarge ? 99 : result.Code();
+        const auto content = File::ReadBytes(dir("file"));
+        return content && *content != kLarge ? 99 : content.Outcome().Code();
     };
     EXPECT_GE(FailInTurn(
                   kFileCalls, EIO, [] {}, read, [](int result) { EXPECT_EQ(result, EIO); }),
@@ -224,10 +223,7 @@ TEST(Faults, WhatIsReadIsWholeOrAFailure) {
 TEST(Faults, AnInterruptedCallIsMadeAgain) {
     const Workspace dir;
     Write(dir / "file", "x");
-    const auto read = [&] {
-        std::string content;
-        return File::ReadBytes(dir("file"), content).Code();
-    };
+    const auto read = [&] { return File::ReadBytes(dir("file")).Outcome().Code(); };
     EXPECT_GE(FailInTurn(
                   {SYS_openat, SYS_read}, EINTR, [] {}, read, [](int result) { EXPECT_EQ(result, 0); }),
               3);

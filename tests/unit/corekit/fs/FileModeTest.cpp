@@ -40,7 +40,7 @@ TEST(SetMode, WorksOnFilesThatCannotBeOpened) {
     testfiles::Write(dir / "file", "");
     EXPECT_TRUE(corekit::SetMode({AT_FDCWD, dir / "fifo"}, 0622));
     EXPECT_EQ(testfiles::Mode(dir / "fifo"), 0622U);
-    const corekit::Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const corekit::Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     EXPECT_TRUE(corekit::SetMode({directory.Get(), "file"}, 0711));
     EXPECT_EQ(testfiles::Mode(dir / "file"), 0711U);
 }
@@ -60,7 +60,7 @@ TEST(SetMode, RefusesLinksWhereverTheyLead) {
 TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRightsWhereTheOwnerIsRefused) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
-    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY);
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY).value();
     const auto take = [&](IfRefused ifRefused) {
         return WithFailing({{SYS_fchown, EPERM}}, [&] {
             return corekit::TakeOwnerAndMode(file.Get(), Foreign(06755), ifRefused).Code();
@@ -75,7 +75,7 @@ TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRightsWhereTheOwnerIsRefused) {
 TEST(TakeOwnerAndMode, GivesTheSameOwnerNoThought) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
-    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY);
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY).value();
     struct stat model {};
     ASSERT_EQ(fstat(file.Get(), &model), 0);
     model.st_mode = S_IFREG | 04750;
@@ -89,7 +89,7 @@ TEST(TakeOwnerAndMode, GivesTheSameOwnerNoThought) {
 TEST(TakeTimes, SetsBothToTheNanosecond) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
-    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY);
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY).value();
     struct stat model {};
     model.st_atim = {1, 2};
     model.st_mtim = {3, 4};

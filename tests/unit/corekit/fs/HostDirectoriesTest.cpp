@@ -24,9 +24,7 @@ namespace fs = std::filesystem;
 namespace {
 
 bool NamesHost(const String& path) {
-    ParentDirectory place;
-    EXPECT_TRUE(ParentDirectory::Of(path, place)) << path.Utf8();
-    return !corekit::RefuseHostName(place.At());
+    return !corekit::RefuseHostName(ParentDirectory::Of(path).value().At());
 }
 
 }  // namespace
@@ -93,8 +91,8 @@ TEST(HostDirectories, AreKnownThroughMounts) {
     EXPECT_TRUE(IsHostDirectory(dir("mounted")));
     EXPECT_TRUE(IsHostDirectory(dir("mounted/local/")));
     EXPECT_FALSE(IsHostDirectory(dir("mounted/none")));
-    EXPECT_TRUE(IsHostDirectory(corekit::OpenDirectory(dir / "mounted")));
-    EXPECT_FALSE(IsHostDirectory(corekit::OpenDirectory(dir.Path())));
+    EXPECT_TRUE(IsHostDirectory(corekit::OpenDirectory(dir / "mounted").value()));
+    EXPECT_FALSE(IsHostDirectory(corekit::OpenDirectory(dir.Path()).value()));
 }
 
 TEST(HostDirectories, CountWhereTheNameIsALinkAndWhereItIsMissing) {
@@ -134,8 +132,7 @@ TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
         EXPECT_EQ(testsupport::WithFailing({{SYS_getdents64, errnoValue}},
                                            [&] { return corekit::RefuseHostDirectory(path).Code(); }),
                   errnoValue);
-        ParentDirectory place;
-        ASSERT_TRUE(ParentDirectory::Of(path + L"/file", place));
+        const ParentDirectory place = ParentDirectory::Of(path + L"/file").value();
         EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
                                            [&] { return corekit::RefuseHostName(place.At()).Code(); }),
                   errnoValue);

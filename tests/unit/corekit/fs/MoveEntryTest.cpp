@@ -33,10 +33,8 @@ namespace fs = std::filesystem;
 namespace {
 
 Result Move(const std::string& from, const std::string& to, Existing existing) {
-    ParentDirectory source;
-    ParentDirectory target;
-    EXPECT_TRUE(ParentDirectory::Of(String::FromUtf8(from), source)) << from;
-    EXPECT_TRUE(ParentDirectory::Of(String::FromUtf8(to), target)) << to;
+    const ParentDirectory source = ParentDirectory::Of(String::FromUtf8(from)).value();
+    const ParentDirectory target = ParentDirectory::Of(String::FromUtf8(to)).value();
     return MoveEntry(source.At(), target.At(), existing);
 }
 

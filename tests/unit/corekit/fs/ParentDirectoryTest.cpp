@@ -24,12 +24,12 @@ ino_t InodeOf(const std::string& path) {
 }
 
 void ExpectPlace(const String& path, const std::string& directory, const std::string& name) {
-    ParentDirectory place;
-    ASSERT_TRUE(ParentDirectory::Of(path, place)) << path.Utf8();
-    EXPECT_EQ(place.name, name);
-    EXPECT_EQ(place.At().name, name);
+    const auto place = ParentDirectory::Of(path);
+    ASSERT_TRUE(place) << path.Utf8();
+    EXPECT_EQ(place->name, name);
+    EXPECT_EQ(place->At().name, name);
     struct stat info {};
-    ASSERT_EQ(fstat(place.At().directory, &info), 0);
+    ASSERT_EQ(fstat(place->At().directory, &info), 0);
     EXPECT_EQ(info.st_ino, InodeOf(directory)) << path.Utf8();
 }
 
@@ -55,11 +55,10 @@ TEST(ParentDirectory, HoldsTheDirectoryAndTheName) {
 TEST(ParentDirectory, IsNoneOfPathsThatNameNoEntry) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
-    ParentDirectory place;
-    EXPECT_EQ(ParentDirectory::Of(L"", place), Result(ENOENT));
-    EXPECT_EQ(ParentDirectory::Of(std::wstring(L"/tmp/a\0b", 8), place), Result(ENOENT));
+    EXPECT_EQ(ParentDirectory::Of(L""), Result(ENOENT));
+    EXPECT_EQ(ParentDirectory::Of(std::wstring(L"/tmp/a\0b", 8)), Result(ENOENT));
     for (const wchar_t* path : {L"/", L"//", L".", L"..", L"/tmp/.", L"/tmp/..", L"./"})
-        EXPECT_EQ(ParentDirectory::Of(path, place), Result(EISDIR)) << String(path).Utf8();
-    EXPECT_EQ(ParentDirectory::Of(dir("none/x"), place), Result(ENOENT));
-    EXPECT_EQ(ParentDirectory::Of(dir("file/x"), place), Result(ENOTDIR));
+        EXPECT_EQ(ParentDirectory::Of(path), Result(EISDIR)) << String(path).Utf8();
+    EXPECT_EQ(ParentDirectory::Of(dir("none/x")), Result(ENOENT));
+    EXPECT_EQ(ParentDirectory::Of(dir("file/x")), Result(ENOTDIR));
 }

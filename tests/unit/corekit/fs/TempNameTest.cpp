@@ -40,7 +40,7 @@ TEST(MakeBeside, OffersTheSameHiddenNameEachTime) {
 
 TEST(MakeBeside, ClearsAwayWhatAKilledRunLeft) {
     const testfiles::TempDir dir;
-    const Descriptor directory = corekit::OpenDirectory(dir.Path());
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     ASSERT_EQ(mkdirat(directory.Get(), ".name.unfinished", 0700), 0);
     testfiles::Write(dir / ".name.unfinished/file", "");
     std::string made;

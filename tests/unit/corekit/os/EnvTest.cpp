@@ -11,27 +11,19 @@ namespace Env = corekit::Env;
 
 TEST(Env, GivesTheValueOfAVariable) {
     setenv("ENV_TEST", "a value = \xe2\x82\xac", 1);
-    String value;
-    EXPECT_TRUE(Env::Get(L"ENV_TEST", value));
-    EXPECT_EQ(value, L"a value = \u20AC");
+    EXPECT_EQ(Env::Get(L"ENV_TEST"), L"a value = \u20AC");
 }
 
 TEST(Env, TellsAnEmptyVariableFromNone) {
     setenv("ENV_TEST", "", 1);
-    String value = L"before";
-    EXPECT_TRUE(Env::Get(L"ENV_TEST", value));
-    EXPECT_EQ(value, L"");
+    EXPECT_EQ(Env::Get(L"ENV_TEST"), L"");
 
     unsetenv("ENV_TEST");
-    value = L"before";
-    EXPECT_FALSE(Env::Get(L"ENV_TEST", value));
-    EXPECT_EQ(value, L"before");
-    EXPECT_FALSE(Env::Get(L"", value));
+    EXPECT_EQ(Env::Get(L"ENV_TEST"), std::nullopt);
+    EXPECT_EQ(Env::Get(L""), std::nullopt);
 }
 
 TEST(Env, KeepsBytesThatAreNotUtf8) {
     setenv("ENV_TEST", "/caf\xe9", 1);
-    String value;
-    ASSERT_TRUE(Env::Get(L"ENV_TEST", value));
-    EXPECT_EQ(value.Utf8(), "/caf\xe9");
+    EXPECT_EQ(Env::Get(L"ENV_TEST").value().Utf8(), "/caf\xe9");
 }

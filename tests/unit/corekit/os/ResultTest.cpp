@@ -6,6 +6,7 @@
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 
+using corekit::Expected;
 using corekit::IsNotFound;
 using corekit::IsTransient;
 using corekit::Result;
@@ -67,4 +68,29 @@ TEST(Result, HasTheSystemsText) {
     EXPECT_EQ(corekit::GetErrorMsg(Result(EACCES)), L"Permission denied");
     EXPECT_EQ(corekit::GetErrorMsg(Result(ENOSPC)), L"No space left on device");
     EXPECT_EQ(corekit::GetErrorMsg(Result()), L"Success");
+}
+
+TEST(Result, KeepsTheFirstPathThatAFailureConcerns) {
+    EXPECT_EQ(Result(EIO).Path(), L"");
+    EXPECT_EQ(Result(EIO).About(L"/a").Path(), L"/a");
+    EXPECT_EQ(Result(EIO).About(L"/a").About(L"/b").Path(), L"/a");
+    EXPECT_EQ(Result().About(L"/a").Path(), L"");
+    EXPECT_EQ(Result(EIO).About(L"/a"), Result(EIO));
+}
+
+TEST(Expected, IsAValueOrTheFailureThatLeftNone) {
+    const Expected<int> value(7);
+    EXPECT_TRUE(value);
+    EXPECT_EQ(*value, 7);
+    EXPECT_TRUE(value.Outcome());
+    const Expected<int> none = Result(ENOSPC);
+    EXPECT_FALSE(none);
+    EXPECT_EQ(none, Result(ENOSPC));
+    EXPECT_NE(none, Result(EIO));
+    EXPECT_EQ(none.value_or(8), 8);
+}
+
+TEST(Expected, TellsThePathThatAFailureConcerns) {
+    EXPECT_EQ(Expected<int>(Result(EIO)).About(L"/a").error().Path(), L"/a");
+    EXPECT_EQ(*Expected<int>(7).About(L"/a"), 7);
 }
