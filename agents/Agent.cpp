@@ -5,8 +5,9 @@
 
 namespace Zorvane::AgentInstaller {
 
-bool Agent::Clean() {
-    return RemoveSystemIntegration() && RemoveFiles(corekit::String());
+Outcome<> Agent::Clean() {
+    const Outcome<> integration = RemoveSystemIntegration();
+    return integration ? RemoveFiles(corekit::String()) : integration;
 }
 
 void Agent::SetConf(const corekit::String& path, const std::string& bytes) {

@@ -10,12 +10,13 @@
 #include "corekit/ini/IniFile.h"
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
+#include "run/Failure.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// What differs between agent versions lives behind these operations. Failure is a bool or null result;
-/// deletions ignore their failures. Objects hold no open files between calls.
+/// What differs between agent versions lives behind these operations. What cannot be removed fails none of
+/// them. Objects hold no open files between calls.
 class Agent {
   public:
     Agent(const corekit::String& versionLabel, const corekit::String& installDir)
@@ -24,25 +25,26 @@ class Agent {
     Agent(const Agent&) = delete;
     Agent& operator=(const Agent&) = delete;
 
-    /// What the installed agent's client.conf provides; null when nothing can be loaded.
-    virtual std::unique_ptr<Settings> LoadSettings() = 0;
+    /// The settings that the installed agent's client.conf provides, or null from a version that provides
+    /// none. Fails when the file cannot be read.
+    virtual Outcome<std::unique_ptr<Settings>> LoadSettings() = 0;
 
-    /// Removes what ties the installation into the operating system: services and program links. False, and
-    /// nothing is removed, when that takes a client.conf and none is known.
-    virtual bool RemoveSystemIntegration() = 0;
+    /// Removes what ties the installation into the operating system: services and program links. Fails, and
+    /// removes nothing, when that takes a client.conf and none is known.
+    virtual Outcome<> RemoveSystemIntegration() = 0;
 
     /// Removes the installation's files. `newConfPath` is empty on a clean; on an upgrade it is the new
-    /// client.conf, whose install directory and stores the data moves to. False when that takes a client.conf
-    /// that is not known or cannot be read; the error text may say why.
-    virtual bool RemoveFiles(const corekit::String& newConfPath) = 0;
+    /// client.conf, whose install directory and stores the data moves to. Fails when that takes a client.conf
+    /// that is not known or cannot be read.
+    virtual Outcome<> RemoveFiles(const corekit::String& newConfPath) = 0;
 
     /// Removes everything: the system integration and then, if that succeeded, the files.
-    virtual bool Clean();
+    virtual Outcome<> Clean();
 
-    /// Can the installation's settings be carried over?
+    /// True if the installation's settings can be carried over.
     virtual bool IsUpgradeSupported() const { return true; }
 
-    /// Do sub-agents register themselves in its client.conf (from version 6.0 on)?
+    /// True if sub-agents register themselves in its client.conf (from version 6.0 on).
     virtual bool RegistersSubAgents() const { return false; }
 
     /// Major and minor version with a service-pack suffix, such as 6.0SP1.
@@ -55,19 +57,26 @@ class Agent {
     const corekit::String& ConfPath() const { return m_confPath; }
     void SetConfPath(const corekit::String& path) { m_confPath = path; }
 
-    /// That file, and what it held when the agent was recognised by it: from then on the agent is what these
+    /// Sets the file and the bytes that the agent was recognised by: from then on the agent is what these
     /// bytes say, whatever becomes of the file.
     void SetConf(const corekit::String& path, const std::string& bytes);
 
+<<<<<<< HEAD
     /// What it held then; without that, what the file holds now, and a failure when it cannot be read.
     corekit::Expected<std::string> ReadConf() const;
+=======
+    /// The bytes that the agent was recognised by; without those, what the file holds now. Fails when the
+    /// file cannot be read.
+    corekit::Result ReadConf(std::string& bytes) const;
+>>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
 
   protected:
-    /// That file, its keys found in whichever case the agent wrote them; empty when there is none.
+    /// The agent's client.conf, whose keys are found in whichever case the agent wrote them; empty when there
+    /// is none.
     corekit::IniFile OldConf() const;
 
-    /// What could not be removed so far. While there is something, the configuration by which the next run
-    /// finds it stays.
+    /// What could not be removed so far. While there is any, client.conf stays, so that the next run finds
+    /// it.
     RemovalOutcome m_left;
 
   private:

@@ -7,33 +7,37 @@
 #include "agents/removal/ServiceRegistration.h"
 #include "agents/removal/SuperServers.h"
 #include "config/SystemProbes.h"
-#include "run/Error.h"
 #include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
-std::unique_ptr<Settings> Agent56::LoadSettings() {
-    const corekit::IniFile oldConf = OldConf();
-    return oldConf.ReadResult() ? LoadInstalledSettings(oldConf, Generation::Agent56) : nullptr;
+using corekit::IniFile;
+
+Outcome<std::unique_ptr<Settings>> Agent56::LoadSettings() {
+    return LoadInstalledSettings(OldConf(), Generation::Agent56);
 }
 
-bool Agent56::RemoveSystemIntegration() {
+Outcome<> Agent56::RemoveSystemIntegration() {
     m_left.Add(RemoveSuperServerEntries());
     m_left.Add(RemoveServiceRegistration56(DetectDistribution()));
     FlushRemovals(corekit::String());
-    return true;
+    return {};
 }
 
-bool Agent56::RemoveFiles(const corekit::String& newConfPath) {
-    if (!newConfPath.IsEmpty()) {
-        const corekit::IniFile newConf(newConfPath);
-        // It says what stays, and where the data is to go.
-        if (!newConf.ReadResult()) return Error::Fail(Texts::kUnreadableConfiguration);
-        // What cannot be moved stays where it is: the removal takes no store.
-        static_cast<void>(MoveData(OldConf(), newConf));
+Outcome<> Agent56::RemoveFiles(const corekit::String& newConfPath) {
+    const IniFile oldConf = OldConf();
+    if (newConfPath.IsEmpty()) {
+        RemoveInstalledFiles56(oldConf, nullptr, m_left);
+        return {};
     }
-    RemoveInstalledFiles56(OldConf(), newConfPath, m_left);
-    return true;
+    const IniFile newConf(newConfPath);
+    // Without it nobody knows what stays, and where the data goes.
+    if (!newConf.ReadResult())
+        return FailBecause(Texts::kUnreadableConfiguration, newConfPath, newConf.ReadResult());
+    // What cannot be moved stays where it is: the removal takes no store.
+    static_cast<void>(MoveData(oldConf, newConf));
+    RemoveInstalledFiles56(oldConf, &newConf, m_left);
+    return {};
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -9,9 +9,9 @@ class Agent56 : public Agent {
   public:
     using Agent::Agent;
 
-    std::unique_ptr<Settings> LoadSettings() override;
-    bool RemoveSystemIntegration() override;
-    bool RemoveFiles(const corekit::String& newConfPath) override;
+    Outcome<std::unique_ptr<Settings>> LoadSettings() override;
+    Outcome<> RemoveSystemIntegration() override;
+    Outcome<> RemoveFiles(const corekit::String& newConfPath) override;
 };
 
 }  // namespace Zorvane::AgentInstaller

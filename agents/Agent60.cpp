@@ -8,12 +8,9 @@
 #include "agents/removal/FileRemoval60.h"
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "agents/removal/ServiceRegistration.h"
-#include "agents/removal/SuperServers.h"
 #include "config/SystemProbes.h"
-#include "run/Error.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
-#include "run/Names.h"
 #include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
@@ -22,41 +19,52 @@ using corekit::Forgive;
 using corekit::IniFile;
 using corekit::String;
 
-std::unique_ptr<Settings> Agent60::LoadSettings() {
-    const IniFile oldConf = OldConf();
-    return oldConf.ReadResult() ? LoadInstalledSettings(oldConf, Generation::Agent60) : nullptr;
+namespace {
+
+/// The failure of every operation that takes a client.conf where none is known. The caller has a text for it.
+tl::unexpected<Failure> FailWithoutConf() {
+    return Fail(String());
 }
 
-bool Agent60::RemoveSystemIntegration() {
-    if (ConfPath().IsEmpty()) return false;
-    ClearUpAfterSuperServerEntries();  // of an upgrade from 5.6 to the agent that is installed now
+}  // namespace
+
+Outcome<std::unique_ptr<Settings>> Agent60::LoadSettings() {
+    return LoadInstalledSettings(OldConf(), Generation::Agent60);
+}
+
+Outcome<> Agent60::RemoveSystemIntegration() {
+    if (ConfPath().IsEmpty()) return FailWithoutConf();
     const IniFile oldConf = OldConf();
     Forgive(RemoveProgramLinks(oldConf));
     Forgive(RemoveRunLevelScripts(oldConf));
     FlushRemovals(GetValue(oldConf, Key::kBinDir));
-    return true;
+    return {};
 }
 
-bool Agent60::RemoveFiles(const String& newConfPath) {
-    if (ConfPath().IsEmpty()) return false;
+Outcome<> Agent60::RemoveFiles(const String& newConfPath) {
+    if (ConfPath().IsEmpty()) return FailWithoutConf();
     if (!newConfPath.IsEmpty()) return RelocateFiles(newConfPath);
     const IniFile oldConf = OldConf();
     // While client.conf is there: a next run finds them by it when this one is interrupted.
-    const bool areLogsRemoved = RemoveRotatedDebugLogs(oldConf);
+    Forgive(RemoveRotatedDebugLogs(oldConf));
     RemoveInstalledFiles60(oldConf, m_left);
-    return areLogsRemoved;
+    return {};
 }
 
-bool Agent60::RelocateFiles(const String& newConfPath) {
-    if (ConfPath().IsEmpty()) return false;
+Outcome<> Agent60::RelocateFiles(const String& newConfPath) {
+    if (ConfPath().IsEmpty()) return FailWithoutConf();
     const IniFile oldConf = OldConf();
     const IniFile newConf(newConfPath);
-    // Neither says then where the data is to go.
-    if (!oldConf.ReadResult() || !newConf.ReadResult()) return Error::Fail(Texts::kUnreadableConfiguration);
+    // Without both nobody knows where the data is, and where it goes.
+    for (const IniFile* conf : {&oldConf, &newConf}) {
+        if (!conf->ReadResult())
+            return FailBecause(Texts::kUnreadableConfiguration, conf->FileName(), conf->ReadResult());
+    }
     const DataMove moved = MoveData(oldConf, newConf);
-    ConvertPackageStore(newConf);
+    Forgive(ConvertPackageStore(newConf));
     RemoveOldInstallation(oldConf, newConf, moved);
-    return RemoveRotatedClientLogs(oldConf, GetValue(newConf, Key::kInstallDir));
+    Forgive(RemoveRotatedClientLogs(oldConf, GetValue(newConf, Key::kInstallDir)));
+    return {};
 }
 
 bool Agent60::RemoveProgramLinks(const IniFile& oldConf) {

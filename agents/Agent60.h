@@ -6,15 +6,15 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Every operation that needs the old configuration returns false, before it touches anything, while the
-/// agent has no configuration file path.
+/// Every operation that needs the old configuration fails, before it touches anything, while the agent has no
+/// configuration file path.
 class Agent60 : public Agent {
   public:
     using Agent::Agent;
 
-    std::unique_ptr<Settings> LoadSettings() override;
-    bool RemoveSystemIntegration() override;
-    bool RemoveFiles(const corekit::String& newConfPath) override;
+    Outcome<std::unique_ptr<Settings>> LoadSettings() override;
+    Outcome<> RemoveSystemIntegration() override;
+    Outcome<> RemoveFiles(const corekit::String& newConfPath) override;
     bool RegistersSubAgents() const override { return true; }
 
     virtual bool RemoveProgramLinks(const corekit::IniFile& oldConf);
@@ -22,7 +22,7 @@ class Agent60 : public Agent {
 
     /// Moves the data to where the new client.conf wants it, converts the package store and removes the old
     /// files.
-    virtual bool RelocateFiles(const corekit::String& newConfPath);
+    virtual Outcome<> RelocateFiles(const corekit::String& newConfPath);
 
     /// Carries jobs and packages, which lie where the new client.conf says by then, into today's layout.
     virtual bool ConvertPackageStore(const corekit::IniFile& newConf);

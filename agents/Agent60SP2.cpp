@@ -9,6 +9,12 @@
 
 namespace Zorvane::AgentInstaller {
 
+namespace {
+
+constexpr const wchar_t* kServiceScript = L"/etc/init.d/zorvane";
+
+}  // namespace
+
 bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
     m_left.Add(RemoveWrapperLinks(InstallDir(), GetValue(oldConf, Key::kBinDir)));
     return true;
@@ -16,11 +22,8 @@ bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
 
 bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
     Messages::Say(L"  Removing RC init links and scripts\n");
-    corekit::Result result;
-    m_left.Add(TryTwice([&result](RemovalOutcome& left) {
-        result = deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
-        left.Add(result);
-    }));
+    const corekit::Result result = deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
+    m_left.Add(kServiceScript, result);
     return result.Ok();
 }
 

@@ -33,9 +33,10 @@ HostDirectory LogDirectoryOf(const String& log) {
 
 /// Removes the numbered rotations of a log; the log itself stays.
 RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
-    if (Path::GetFileName(log).IsEmpty()) return {};
-    return TryTwice(
-        [&](RemovalOutcome& left) { left.Add(corekit::File::RemoveEx(log + L".[0-9]*", hostDirectory)); });
+    RemovalOutcome left;
+    const String pattern = log + L".[0-9]*";
+    if (!Path::GetFileName(log).IsEmpty()) left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory));
+    return left;
 }
 
 }  // namespace

@@ -8,9 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "agents/Agent60SP2.h"
 #include "agents/AgentVersion.h"
-#include "agents/CurrentAgent.h"
-#include "agents/UnreadableAgent.h"
 #include "agents/UnsupportedAgent.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
@@ -119,9 +118,15 @@ std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     const auto bytes = file.Read();
     // One that cannot be read now must not pass for none.
+<<<<<<< HEAD
     if (IsTransient(bytes.Outcome())) return std::make_unique<UnreadableAgent>(file.Path());
     if (!bytes) return nullptr;
     const IniFile conf(file.Path(), *bytes, IniFile::KeyCase::FallBack);
+=======
+    if (IsTransient(read)) return std::make_unique<UnreadableAgent>(file.Path(), read);
+    if (!read) return nullptr;
+    const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
+>>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
     auto agent = CreateAgentForVersion(ReadAgentVersion(conf), GetValue(conf, Key::kInstallDir));
     if (agent) agent->SetConf(file.Path(), *bytes);
     return agent;

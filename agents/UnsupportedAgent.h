@@ -1,19 +1,44 @@
-// An installation that cannot be upgraded: version 5.5, or one whose configuration nobody understands.
+// Installations that are left alone: those of versions that cannot be upgraded, and those whose
+// configuration cannot be read now.
 #pragma once
 
 #include "agents/Agent.h"
+#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// Gives no settings and leaves everything where it is.
+/// Version 5.5, or an installation whose configuration nobody understands: provides no settings and leaves
+/// everything where it is.
 class UnsupportedAgent : public Agent {
   public:
     using Agent::Agent;
 
-    std::unique_ptr<Settings> LoadSettings() override { return nullptr; }
-    bool RemoveSystemIntegration() override { return true; }
-    bool RemoveFiles(const corekit::String&) override { return true; }
+    Outcome<std::unique_ptr<Settings>> LoadSettings() override { return nullptr; }
+    Outcome<> RemoveSystemIntegration() override { return {}; }
+    Outcome<> RemoveFiles(const corekit::String&) override { return {}; }
     bool IsUpgradeSupported() const override { return false; }
+};
+
+/// An installation whose configuration is there but cannot be read now, because a device gives an error, for
+/// example. Every operation fails, so that a temporarily unreadable agent is treated neither as absent nor as
+/// removed.
+class UnreadableAgent : public Agent {
+  public:
+    UnreadableAgent(const corekit::String& confPath, const corekit::Result& cause)
+        : Agent(corekit::String(), corekit::String()), m_cause(cause) {
+        SetConfPath(confPath);
+    }
+
+    Outcome<std::unique_ptr<Settings>> LoadSettings() override { return FailToRead(); }
+    Outcome<> RemoveSystemIntegration() override { return FailToRead(); }
+    Outcome<> RemoveFiles(const corekit::String&) override { return FailToRead(); }
+
+  private:
+    tl::unexpected<Failure> FailToRead() const {
+        return FailAt(Texts::kUnreadableFile, ConfPath(), m_cause);
+    }
+
+    corekit::Result m_cause;
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -50,9 +50,12 @@ unsigned CleanCommand::Run(const std::vector<String>& arguments) {
         Messages::Tell(String(kNoClientConf).Arg(Messages::Shown(baseDir)));
         return kSuccess;
     }
-    if (agent->Clean()) return kSuccess;
-    if (const String& error = Error::m_sErrorText; !error.IsEmpty())
-        Messages::Warn(L"ERROR: " + Messages::Ascii(error) + L"\n");
+    const Outcome<> cleaned = agent->Clean();
+    if (cleaned) return kSuccess;
+    if (const auto& [text, reason] = cleaned.error(); !text.IsEmpty()) {
+        Messages::Warn(L"ERROR: " + Messages::Ascii(text) + L"\n");
+        if (!reason.IsEmpty()) Messages::Warn(L"  " + reason + L"\n");
+    }
     return kFailure;
 }
 

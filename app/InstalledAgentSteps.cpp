@@ -78,17 +78,10 @@ bool SaveUnknownConf(const String& original, const String& copy) {
 }  // namespace
 
 void MergeInstalledSettings(ConfigureRun& run) {
-    Error::m_sErrorText = String();
     const auto old = run.installed->LoadSettings();
-    const String confPath = run.installed->ConfPath();
-    if (old) {
-        Merge(*old, run);
-    } else if (!confPath.IsEmpty()) {
-        // Going on would replace the administrator's values by defaults. The agent may have told which file
-        // it is.
-        run.ok = false;
-        if (Error::m_sErrorText.IsEmpty()) Forgive(Error::Fail(Texts::kUnreadableFile, confPath));
-    }
+    // Going on would replace the administrator's values by defaults.
+    if (!old) run.ok = Error::Fail(old.error().text);
+    if (old && *old) Merge(**old, run);
 }
 
 bool SaveInstalledConfiguration(const ConfigureRun& run) {
@@ -103,7 +96,7 @@ bool SaveInstalledConfiguration(const ConfigureRun& run) {
 
 bool RemoveInstalledIntegration(const ConfigureRun& run) {
     Agent* agent = run.Upgradable();
-    return agent == nullptr || agent->RemoveSystemIntegration() ||
+    return agent == nullptr || agent->RemoveSystemIntegration().has_value() ||
            Error::Fail(L"Failed to clean old agent files.");
 }
 
@@ -117,9 +110,10 @@ bool MigrateInstalledSettings(ConfigureRun& run) {
 }
 
 bool RemoveInstalledFiles(const ConfigureRun& run) {
-    const bool removed = !run.installed || run.installed->RemoveFiles(run.handOver.Path());
+    const Outcome<> removed =
+        run.installed ? run.installed->RemoveFiles(run.handOver.Path()) : Outcome<>();
     if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
-    return removed;
+    return removed || Error::Fail(removed.error().text);
 }
 
 }  // namespace Zorvane::AgentInstaller

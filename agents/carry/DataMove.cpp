@@ -53,8 +53,7 @@ String WhyNotMoved(const StoreMove& move, const IniFile& newConf) {
     if (const String named = NamedWithin(newConf, move.from); !named.IsEmpty()) {
         return L"the new configuration names " + named;
     }
-    Result moved = corekit::Dir::Move(move.from, move.to);
-    if (IsTransient(moved)) moved = corekit::Dir::Move(move.from, move.to);
+    const Result moved = corekit::Dir::Move(move.from, move.to);
     if (moved.Code() == EEXIST) return move.to + L" has entries of the same name";
     return moved ? String() : corekit::GetErrorMsg(moved);
 }
@@ -84,10 +83,9 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
     if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
     if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
     const String why = WhyTreeIsKept(oldDir, newConf, dataMove);
-    const RemovalOutcome left = TryTwice([&](RemovalOutcome& found) {
-        found.Add(RemoveGeneratedFiles60(oldDir, &newConf));
-        if (why.IsEmpty()) found.Add(corekit::Dir::Remove(UsableDirectory(oldDir)));
-    });
+    RemovalOutcome left = RemoveGeneratedFiles60(oldDir, &newConf);
+    if (why.IsEmpty()) left.Add(oldDir, corekit::Dir::Remove(UsableDirectory(oldDir)));
+    left.Tell();
     if (!why.IsEmpty()) {
         WarnKept(oldDir, why);
     } else if (left.Any()) {

@@ -5,7 +5,6 @@
 #include "corekit/fs/Path.h"
 #include "corekit/text/Ascii.h"
 #include "corekit/text/Text.h"
-#include "run/Error.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 #include "run/Texts.h"
@@ -75,19 +74,25 @@ String CarriedPath(const IniFile& conf, String path) {
     return path;
 }
 
-/// False, with the error text set, when there may be a file that cannot be read: the run would take the
-/// identifier away from a host that has one.
-bool LoadGuid(const IniFile& conf, Settings& settings) {
+Outcome<> LoadGuid(const IniFile& conf, Settings& settings) {
     const String usual = GetValue(conf, Key::kGuidFile);
-    if (usual.IsEmpty()) return true;
+    if (usual.IsEmpty()) return {};
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
+<<<<<<< HEAD
         const auto text = corekit::File::Read(path);
         if (IsTransient(text.Outcome())) return Error::Fail(Texts::kUnreadableFile, path);
         if (!text) continue;
         settings.Value(L"Guid") = GuidIn(*text);
+=======
+        String text;
+        const corekit::Result read = corekit::File::Read(path, text);
+        if (IsTransient(read)) return FailAt(Texts::kUnreadableFile, path, read);
+        if (!read) continue;
+        settings.Value(L"Guid") = GuidIn(text);
+>>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
         break;
     }
-    return true;
+    return {};
 }
 
 /// "2 3 5" and "235" become "rc2;rc3;rc5;".
@@ -114,7 +119,8 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
 
 }  // namespace
 
-std::unique_ptr<Settings> LoadInstalledSettings(const IniFile& conf, Generation generation) {
+Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Generation generation) {
+    if (!conf.ReadResult()) return FailAt(Texts::kUnreadableFile, conf.FileName(), conf.ReadResult());
     auto settings = std::make_unique<Settings>();
     for (const LoadedKey& row : kLoadedKeys) {
         if (row.since <= generation) settings->Value(row.setting) = GetValue(conf, row.key);
@@ -127,7 +133,7 @@ std::unique_ptr<Settings> LoadInstalledSettings(const IniFile& conf, Generation 
     if (settings->IsSet(L"NICError")) settings->Value(L"EnableNICError") = L"yes";
     if (generation == Generation::Agent56) return settings;
 
-    if (!LoadGuid(conf, *settings)) return nullptr;
+    if (const auto loaded = LoadGuid(conf, *settings); !loaded) return tl::unexpected(loaded.error());
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);
     return settings;

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "corekit/ini/IniFile.h"
+#include "run/Failure.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
@@ -12,7 +13,9 @@ namespace Zorvane::AgentInstaller {
 enum class Generation { Agent56, Agent60 };
 
 /// A setting whose key the file lacks is present, empty; only Guid (without a GUID file), RunLevel (without
-/// its key) and EnableNICError (without a value for it) are then absent.
-std::unique_ptr<Settings> LoadInstalledSettings(const corekit::IniFile& conf, Generation generation);
+/// its key) and EnableNICError (without a value for it) are then absent. Fails when the file cannot be read,
+/// or when there may be a GUID file that cannot: the run would take the identifier away from a host that has
+/// one.
+Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const corekit::IniFile& conf, Generation generation);
 
 }  // namespace Zorvane::AgentInstaller

@@ -7,7 +7,6 @@
 #include "agents/removal/ProcessControl.h"
 #include "config/ConfiguredPaths.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "run/Keys.h"
@@ -124,88 +123,93 @@ Installation FindInstallation(const IniFile& conf) {
     return agent;
 }
 
-/// Is it a library directory of the host, or below one? The libraries there belong to everyone.
+/// True for the host's library directories and those below: the libraries there belong to everyone.
 bool IsHostLibraryDir(const String& directory) {
+<<<<<<< HEAD
     const auto canonical = Path::Canonicalise(directory);
     if (!canonical) return false;
     return std::any_of(std::begin(kHostLibraryPrefixes), std::end(kHostLibraryPrefixes),
                        [&](const wchar_t* prefix) { return canonical->StartsWith(prefix); });
+=======
+    String canonical;
+    if (!Path::Canonicalise(directory, canonical)) return false;
+    return std::ranges::any_of(kHostLibraryPrefixes,
+                               [&](const wchar_t* prefix) { return canonical.StartsWith(prefix); });
+>>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
 }
 
 /// The old log goes even from where the new agent writes one: it begins its own.
 void RemoveLogs(const Installation& agent, RemovalOutcome& left) {
     for (const String& directory : {agent.varDir, agent.logDir}) {
-        if (!directory.IsEmpty()) left.Add(File::Remove(directory + kLog));
+        if (!directory.IsEmpty()) left.Add(directory + kLog, File::Remove(directory + kLog));
     }
 }
 
-/// Trees have no name of the agent's, and a link leads to what is somebody else's as well.
-Result RefuseTreesIn(const String& installDir) {
-    const Result result = corekit::RefuseHostDirectory(installDir);
-    return result ? File::RefuseLink(installDir) : result;
-}
-
-void RemoveInstallDir(const Installation& agent, const KeepList& survivors, RemovalOutcome& left) {
-    for (const wchar_t* pattern : kBelowInstallDir) survivors.RemoveOthers(agent.installDir + pattern, left);
-    if (const Result ours = RefuseTreesIn(agent.installDir); !ours) return left.Add(ours);
-    survivors.RemoveOthersInTree(agent.installDir + kBackups, left);
+void RemoveInstallDir(const Installation& agent, const KeepList& keep, RemovalOutcome& left) {
+    for (const wchar_t* pattern : kBelowInstallDir) keep.RemoveOthers(agent.installDir + pattern, left);
+    const Result allowed = CheckOwnDirectory(agent.installDir);
+    if (!allowed) return left.Add(agent.installDir, allowed);
+    keep.RemoveOthers(agent.installDir + kBackups, left);        // whatever it is
+    keep.RemoveOthersInTree(agent.installDir + kBackups, left);  // a directory that holds something kept
     const String libraryTree = agent.installDir + kLibraryTree;
-    if (Path::IsMatch(libraryTree, agent.libraryDir)) survivors.RemoveOthersInTree(libraryTree, left);
-    survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
+    if (Path::IsMatch(libraryTree, agent.libraryDir)) keep.RemoveOthersInTree(libraryTree, left);
+    keep.RemoveOthersInTree(agent.installDir + kEtc, left);
 }
 
-void RemoveLibraries(const String& directory, const KeepList& survivors, RemovalOutcome& left) {
+void RemoveLibraries(const String& directory, const KeepList& keep, RemovalOutcome& left) {
     if (directory.IsEmpty() || IsHostLibraryDir(directory)) return;
-    for (const wchar_t* pattern : kLibraries) survivors.RemoveOthers(directory + pattern, left);
+    for (const wchar_t* pattern : kLibraries) keep.RemoveOthers(directory + pattern, left);
 }
 
-void RemoveTemporaryFiles(const String& directory, const KeepList& survivors, RemovalOutcome& left) {
+void RemoveTemporaryFiles(const String& directory, const KeepList& keep, RemovalOutcome& left) {
     if (directory.IsEmpty()) return;
-    const bool isMeant = std::any_of(std::begin(kHostTemporaryDirs), std::end(kHostTemporaryDirs),
-                                     [&](const wchar_t* known) { return Path::IsMatch(directory, known); });
-    survivors.RemoveOthers(directory + kTemporaryFiles, left,
-                           isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
+    const bool isMeant = std::ranges::any_of(
+        kHostTemporaryDirs, [&](const wchar_t* known) { return Path::IsMatch(directory, known); });
+    keep.RemoveOthers(directory + kTemporaryFiles, left,
+                      isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
 }
 
-void RemoveAllButClientConf(const Installation& agent, KeepList survivors, RemovalOutcome& left) {
-    if (!agent.installDir.IsEmpty()) survivors.Spare(agent.installDir + kClientConf);
+void RemoveAllButClientConf(const Installation& agent, KeepList keep, RemovalOutcome& left) {
+    if (!agent.installDir.IsEmpty()) keep.Keep(agent.installDir + kClientConf);
     RemoveLogs(agent, left);
     for (const DataFiles& row : kDataFiles) {
         const String& directory = agent.*row.directory;
-        if (!directory.IsEmpty()) survivors.RemoveOthers(directory + row.pattern, left);
+        if (!directory.IsEmpty()) keep.RemoveOthers(directory + row.pattern, left);
     }
-    for (const wchar_t* program : kPrograms) survivors.RemoveOthers(String(kProgramDir) + program, left);
+    for (const wchar_t* program : kPrograms) keep.RemoveOthers(String(kProgramDir) + program, left);
     if (!agent.installDir.IsEmpty()) {
-        RemoveInstallDir(agent, survivors, left);
-        RemoveLibraries(agent.libraryDir, survivors, left);
+        RemoveInstallDir(agent, keep, left);
+        RemoveLibraries(agent.libraryDir, keep, left);
     }
-    RemoveTemporaryFiles(agent.temporaryDir, survivors, left);
+    RemoveTemporaryFiles(agent.temporaryDir, keep, left);
 }
 
 /// The configuration goes last, and only when all else has gone: by it the next run finds what is left.
-void RemoveClientConf(const Installation& agent, const KeepList& survivors, RemovalOutcome left) {
+void RemoveClientConf(const Installation& agent, const KeepList& keep, RemovalOutcome left) {
     const String path = agent.installDir + kClientConf;
-    if (agent.installDir.IsEmpty() || survivors.Include(path)) return;
-    if (left.Any()) {
-        if (File::Exists(path)) Messages::WarnKept(path, L"not everything could be removed");
-        return;
+    left.Tell();
+    if (!agent.installDir.IsEmpty() && !keep.Includes(path)) {
+        if (left.Any()) {
+            if (File::Exists(path)) Messages::WarnKept(path, L"not everything could be removed");
+        } else {
+            keep.RemoveOthers(path, left);
+            if (CheckOwnDirectory(agent.installDir)) keep.RemoveOthersInTree(agent.installDir + kEtc, left);
+        }
     }
-    survivors.RemoveOthers(path, left);
-    if (RefuseTreesIn(agent.installDir)) survivors.RemoveOthersInTree(agent.installDir + kEtc, left);
+    left.Tell();
 }
 
 }  // namespace
 
-void RemoveInstalledFiles56(const IniFile& conf, const String& newConfPath, RemovalOutcome left) {
+void RemoveInstalledFiles56(const IniFile& conf, const IniFile* newConf, RemovalOutcome left) {
     // Without the file every directory would be the usual one, which may well be another agent's.
     if (!conf.ReadResult()) return;
     const Installation agent = FindInstallation(conf);
-    const auto survivors = [&] { return KeepList(newConfPath, agent.installDir); };
-    const auto remove = [&](RemovalOutcome& files) { RemoveAllButClientConf(agent, survivors(), files); };
-    left.Add(TryTwice(remove));
+    const KeepList keep(newConf, agent.installDir);
+    RemoveAllButClientConf(agent, keep, left);
     // Only client.conf, which goes now, leads the next run to them.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));
-    RemoveClientConf(agent, survivors(), left);
+    RemoveClientConf(agent, keep, left);
 }
 
 }  // namespace Zorvane::AgentInstaller

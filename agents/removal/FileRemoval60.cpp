@@ -7,7 +7,6 @@
 #include "config/ConfiguredPaths.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
-#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
@@ -76,11 +75,14 @@ void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
         String extension = GetValue(conf, row.extensionKey);
         if (extension.IsEmpty()) extension = row.usualExtension;
         if (directory.IsEmpty() || extension.Contains(L"/")) continue;
-        left.Add(File::RemoveEx(directory + L"*" + extension));
+        const String pattern = directory + L"*" + extension;
+        left.Add(pattern, File::RemoveEx(pattern));
     }
     for (const StoredFiles& row : kStoredFiles) {
         const String directory = ConfiguredDirectory(conf, row.store);
-        if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + row.pattern));
+        if (directory.IsEmpty()) continue;
+        const String pattern = directory + row.pattern;
+        left.Add(pattern, File::RemoveEx(pattern));
     }
 }
 
@@ -89,83 +91,80 @@ void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
 void RemoveServerDocuments(const IniFile& conf, const String& varDir, RemovalOutcome& left) {
     const String server = GetValue(conf, Key::kServer);
     for (const String& name : {server, server.Before(L":")}) {
-        if (!name.IsEmpty() && !name.Contains(L"/")) left.Add(File::Remove(varDir + name + L".xml"));
+        if (name.IsEmpty() || name.Contains(L"/")) continue;
+        const String document = varDir + name + L".xml";
+        left.Add(document, File::Remove(document));
     }
 }
 
 void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
     const String varDir = ConfiguredDirectory(conf, Key::kVar);
     if (varDir.IsEmpty()) return;
-    left.Add(File::Remove(varDir + L"invlock"));
+    left.Add(varDir + L"invlock", File::Remove(varDir + L"invlock"));
     const String usualDir = GetValue(conf, Key::kInstallDir) + L"/var";
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
 void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
-    for (const ConfKey& store : Key::kStores) left.Add(Dir::Remove(ConfiguredDirectory(conf, store)));
+    for (const ConfKey& store : Key::kStores) {
+        const String directory = ConfiguredDirectory(conf, store);
+        left.Add(directory, Dir::Remove(directory));
+    }
 }
 
 void RemoveGuidFile(const IniFile& conf, RemovalOutcome& left) {
     const String path = GetValue(conf, Key::kGuidFile);
-    if (path.StartsWith(L"/")) left.Add(File::Remove(path));
-}
-
-bool IsInstallerFile(const String& name) {
-    return std::any_of(std::begin(kInstallerFiles), std::end(kInstallerFiles),
-                       [&](const wchar_t* file) { return name == file; });
-}
-
-/// A link leads to what is somebody else's as well.
-Result RefuseOthers(const String& directory) {
-    const Result result = corekit::RefuseHostDirectory(directory);
-    return result ? File::RefuseLink(directory) : result;
+    if (path.StartsWith(L"/")) left.Add(path, File::Remove(path));
 }
 
 void RemoveEntriesBut(const String& directory, RemovalOutcome& left,
                       const std::function<bool(const String& name)>& stays) {
-    if (const Result ours = RefuseOthers(directory); !ours) return left.Add(ours);
-    left.Add(Dir::Scan(directory, String(), [&](const FileInfo& entry) {
-        if (!stays(entry.name)) left.Add(File::RemoveAny(entry.path));
+    const Result allowed = CheckOwnDirectory(directory);
+    if (!allowed) return left.Add(directory, allowed);
+    const Result read = Dir::Scan(directory, String(), [&](const FileInfo& entry) {
+        if (!stays(entry.name)) left.Add(entry.path, File::RemoveAny(entry.path));
         return true;
-    }));
+    });
+    left.Add(directory, read);
 }
 
 void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
     if (installDir.IsEmpty()) return;
     if (!isReinstall) {
-        for (const wchar_t* file : kInstallerFiles) left.Add(File::Remove(installDir + file));
+        for (const wchar_t* file : kInstallerFiles)
+            left.Add(installDir + file, File::Remove(installDir + file));
     }
     RemoveEntriesBut(installDir, left, [&](const String& name) {
-        return name == kEtc || (isReinstall && IsInstallerFile(name));
+        return name == kEtc ||
+               (isReinstall && std::ranges::find(kInstallerFiles, name) != std::end(kInstallerFiles));
     });
-    if (const Result ours = RefuseOthers(installDir); !ours) return left.Add(ours);
+    const Result allowed = CheckOwnDirectory(installDir);
+    if (!allowed) return left.Add(installDir, allowed);
     RemoveEntriesBut(installDir + kEtc, left, [](const String& name) { return name == kClientConfName; });
 }
 
 /// The configuration goes last: by it the next run finds what is left when this one is interrupted.
-void RemoveClientConf(const String& installDir, bool isReinstall) {
-    static_cast<void>(TryTwice([&](RemovalOutcome& left) {
-        left.Add(File::Remove(installDir + kClientConf));
-        if (!isReinstall) {
-            left.Add(Dir::Remove(installDir));
-        } else if (RefuseOthers(installDir)) {
-            left.Add(Dir::Remove(installDir + kEtc));
-        }
-    }));
+void RemoveClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
+    left.Add(installDir + kClientConf, File::Remove(installDir + kClientConf));
+    if (!isReinstall) return left.Add(installDir, Dir::Remove(installDir));
+    if (!CheckOwnDirectory(installDir)) return;
+    left.Add(installDir + kEtc, Dir::Remove(installDir + kEtc));
+    // Without the installer's files nothing is left to keep.
+    if (Dir::Entries(installDir, String()).empty()) left.Add(installDir, Dir::Remove(installDir));
 }
 
 void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf,
                          RemovalOutcome& left) {
     if (directory.IsEmpty()) return;
     const String path = directory + file;
-    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) left.Add(File::Remove(path));
+    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) left.Add(path, File::Remove(path));
 }
 
 void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf,
                                        RemovalOutcome& left) {
     const String directory = UsableDirectory(installDir);
     for (const wchar_t* file : kGeneratedFiles) RemoveGeneratedFile(directory, file, newConf, left);
-    if (!directory.IsEmpty()) left.Add(File::RemoveEx(directory + kBackupCopies));
+    if (!directory.IsEmpty()) left.Add(directory + kBackupCopies, File::RemoveEx(directory + kBackupCopies));
 }
 
 void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bool isReinstall,
@@ -175,7 +174,8 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     RemoveStores(oldConf, left);
     RemoveGuidFile(oldConf, left);
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
-    left.Add(Dir::Remove(ConfiguredDirectory(oldConf, Key::kVar)));
+    const String varDir = ConfiguredDirectory(oldConf, Key::kVar);
+    left.Add(varDir, Dir::Remove(varDir));
     RemoveInstallDirButClientConf(installDir, isReinstall, left);
 }
 
@@ -184,14 +184,17 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
 void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
     const String installDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
     const bool isReinstall = IsReinstallPending();
-    left.Add(TryTwice(
-        [&](RemovalOutcome& files) { RemoveAllButClientConf(oldConf, installDir, isReinstall, files); }));
-    if (installDir.IsEmpty()) return;
-    if (!left.Any()) {
-        RemoveClientConf(installDir, isReinstall);
-    } else if (const String path = installDir + kClientConf; File::Exists(path)) {
-        Messages::WarnKept(path, L"not everything could be removed");
+    RemoveAllButClientConf(oldConf, installDir, isReinstall, left);
+    left.Tell();
+    if (!installDir.IsEmpty()) {
+        const String path = installDir + kClientConf;
+        if (!left.Any()) {
+            RemoveClientConf(installDir, isReinstall, left);
+        } else if (File::Exists(path)) {
+            Messages::WarnKept(path, L"not everything could be removed");
+        }
     }
+    left.Tell();
 }
 
 RemovalOutcome RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {

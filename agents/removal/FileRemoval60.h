@@ -10,8 +10,9 @@ namespace Zorvane::AgentInstaller {
 /// Removes everything that the agent's client.conf leads to: the data in its stores, the stores themselves,
 /// the files that were generated below the install directory, and that directory, client.conf last. With a
 /// reinstall pending the two files that the installer needs then survive. Rotated debug logs are left to the
-/// agent's class. Failures are ignored; but with trouble here, or `left` from before, client.conf stays, so
-/// that the next run finds what is left, and standard error tells it: "WARNING! <path> is kept: <why>.".
+/// agent's class. What cannot be removed is told and joined to `left`. While anything is left, client.conf
+/// stays, so that the next run finds it, and standard error tells that as well: "WARNING! <path> is kept:
+/// <why>."
 void RemoveInstalledFiles60(const corekit::IniFile& oldConf, RemovalOutcome left = {});
 
 /// Removes the files that this program and the agent generate below an install directory, those that

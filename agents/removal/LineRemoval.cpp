@@ -1,32 +1,16 @@
-// The edit in a private directory that also keeps the old file until the new one is known to be good.
+// Deletes lines as sed does, and replaces the file whole.
 #include "agents/removal/LineRemoval.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <linux/fs.h>
-#include <string>
-#include <sys/ioctl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
 
-#include "agents/removal/RemovalOutcome.h"
-#include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/fs/TempName.h"
-#include "corekit/os/Descriptor.h"
-#include "corekit/os/Interruption.h"
-#include "corekit/os/SystemCall.h"
-#include "corekit/process/Program.h"
-#include "corekit/text/Text.h"
 
 namespace Zorvane::AgentInstaller {
 
-using corekit::Descriptor;
 using corekit::Result;
 using corekit::String;
+<<<<<<< HEAD
 namespace File = corekit::File;
 
 namespace {
@@ -238,26 +222,31 @@ Result EditByCommand(const Edit& edit, const String& command) {
 }
 
 }  // namespace
+=======
+>>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
 
 std::string WithoutLines(std::string_view content, std::span<const DeletedLines> deleted) {
     std::string remaining;
     std::string_view blockEnd;  // of the block that the line stands in; empty outside of one
     while (!content.empty()) {
-        const std::string_view line = TakeLine(content);
+        const std::string_view line = content.substr(0, content.find('\n'));
+        const std::string_view withEnd = content.substr(0, line.size() + 1);
+        content.remove_prefix(withEnd.size());
         if (!blockEnd.empty()) {
-            if (Contains(line, blockEnd)) blockEnd = {};
+            if (line.find(blockEnd) != line.npos) blockEnd = {};
             continue;
         }
-        const auto startsHere = [&](const DeletedLines& rule) { return Contains(line, rule.first); };
+        const auto startsHere = [&](const DeletedLines& rule) { return line.find(rule.first) != line.npos; };
         const auto rule = std::ranges::find_if(deleted, startsHere);
         if (rule == deleted.end())
-            remaining += line;
+            remaining += withEnd;
         else
             blockEnd = rule->last;
     }
     return remaining;
 }
 
+<<<<<<< HEAD
 void ClearUpAfterDeleteLines(const String& path, std::span<const DeletedLines> deleted) {
     if (const auto file = corekit::Path::Canonicalise(path)) Forgive(ClearUpBeside(*file, deleted));
 }
@@ -272,6 +261,15 @@ Result DeleteLines(const String& path, const String& command, std::span<const De
         if (result && !edit.IsDone()) result = File::WriteBytes(edit.file, edit.remaining);
     }
     return result;
+=======
+Result DeleteLines(const String& path, std::span<const DeletedLines> deleted) {
+    String file;
+    if (const Result found = corekit::Path::Canonicalise(path, file); !found) return found;
+    std::string content;
+    if (const Result read = corekit::File::ReadBytes(file, content); !read) return read;
+    const std::string remaining = WithoutLines(content, deleted);
+    return remaining == content ? Result() : corekit::File::WriteBytes(file, remaining);
+>>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,34 +1,44 @@
-// What a clean-up could not take away, although another try might.
+// What a clean-up may remove, and what it could not remove.
 #pragma once
 
+#include <map>
+
 #include "corekit/os/Result.h"
+#include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// Tells whether anything is left. A failed removal is ignored, but not forgotten.
+/// Collects what could not be removed although it should have been.
 class RemovalOutcome {
   public:
-    /// Takes the outcome of a removal. Only trouble counts: what is missing is gone, and what is refused
-    /// would be refused the next time as well.
-    void Add(const corekit::Result& removal) { m_any = m_any || corekit::IsTransient(removal); }
-    void Add(const RemovalOutcome& others) { m_any = m_any || others.m_any; }
+    /// Takes the result of removing `path`, which may end in a wildcard. A failure that will not pass does
+    /// not count: the path is missing, is one of the host's own directories, or is not what it was taken for.
+    void Add(const corekit::String& path, const corekit::Result& removal);
 
-    bool Any() const { return m_any; }
+    /// Counts something that stays and has been told already.
+    void AddTold() { m_toldElsewhere = true; }
+
+    void Add(const RemovalOutcome& others);
+
+    /// True if anything is left.
+    bool Any() const { return m_toldElsewhere || !m_left.empty(); }
+
+    /// Writes "WARNING! <path> could not be removed: <why>." to standard error for each path that is left and
+    /// has not been told yet.
+    void Tell();
 
   private:
-    bool m_any = false;
+    struct Remainder {
+        corekit::Result why;
+        bool isTold = false;
+    };
+
+    std::map<corekit::String, Remainder, corekit::Ltstr> m_left;
+    bool m_toldElsewhere = false;
 };
 
-/// What is left by `remove`, which is called again when it leaves something: what failed for a moment goes
-/// with the second try.
-template <typename Remove>
-RemovalOutcome TryTwice(Remove&& remove) {
-    RemovalOutcome atFirst;
-    remove(atFirst);
-    if (!atFirst.Any()) return atFirst;
-    RemovalOutcome inTheEnd;
-    remove(inTheEnd);
-    return inTheEnd;
-}
+/// Refuses the host's own directories (EPERM) and symbolic links (ELOOP): a whole tree may only be removed
+/// inside the agent's own directory.
+corekit::Result CheckOwnDirectory(const corekit::String& directory);
 
 }  // namespace Zorvane::AgentInstaller

@@ -62,29 +62,31 @@ void CallTools(std::span<const ToolCall> calls, const String& platform) {
 void RemoveLevelLinks(RemovalOutcome& left) {
     for (int level = 0; level <= kHighestLevel; ++level) {
         const String directory = L"etc/rc" + String::FromInt(level) + L".d";
-        left.Add(corekit::File::Remove(directory + L"/S99zorvane"));
-        left.Add(corekit::File::Remove(directory + L"/K99zorvane"));
+        for (const wchar_t* link : {L"/S99zorvane", L"/K99zorvane"})
+            left.Add(directory + link, corekit::File::Remove(directory + link));
     }
 }
 
 void RemoveServiceScript(RemovalOutcome& left) {
-    left.Add(corekit::File::Remove(kServiceScript));
+    left.Add(kServiceScript, corekit::File::Remove(kServiceScript));
 }
 
 }  // namespace
 
 RemovalOutcome RemoveServiceRegistration56(const String& platform) {
     CallTools(kCalls56, platform);
-    return TryTwice(RemoveServiceScript);
+    RemovalOutcome left;
+    RemoveServiceScript(left);
+    return left;
 }
 
 RemovalOutcome RemoveServiceRegistration60(const String& platform) {
     CallTools(kCalls60, platform);
-    if (std::ranges::find(kPlatformsWithLinks, platform.View()) == kPlatformsWithLinks.end()) return {};
-    return TryTwice([](RemovalOutcome& left) {
-        RemoveLevelLinks(left);
-        RemoveServiceScript(left);
-    });
+    RemovalOutcome left;
+    if (std::ranges::find(kPlatformsWithLinks, platform.View()) == kPlatformsWithLinks.end()) return left;
+    RemoveLevelLinks(left);
+    RemoveServiceScript(left);
+    return left;
 }
 
 void FlushRemovals(const String& linkDir) {

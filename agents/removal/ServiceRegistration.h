@@ -7,8 +7,8 @@
 namespace Zorvane::AgentInstaller {
 
 /// The platform is what the host calls itself: "linux", "suse", "united", "hpux", "solaris" or "aix". Tools
-/// that the host lacks are passed over, and what the tools answer does not matter. Failures are ignored; both
-/// tell what is left.
+/// that the host lacks are passed over, and what the tools answer does not matter. Both return what could not
+/// be removed.
 RemovalOutcome RemoveServiceRegistration56(const corekit::String& platform);
 RemovalOutcome RemoveServiceRegistration60(const corekit::String& platform);
 

@@ -5,6 +5,7 @@
 #include "agents/removal/ProcessControl.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
+#include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -14,46 +15,41 @@ namespace File = corekit::File;
 
 namespace {
 
-struct EditedFile {
-    const wchar_t* path;
-    const wchar_t* command;
-    std::span<const DeletedLines> deleted;  // by the command
-};
+constexpr const wchar_t* kXinetd = L"/etc/xinetd.conf";
+constexpr const wchar_t* kInetd = L"/etc/inetd.conf";
+constexpr const wchar_t* kServices = L"/etc/services";
 
 constexpr DeletedLines kXinetdBlocks[] = {{"Zorvane", "}"}};
 constexpr DeletedLines kInetdLines[] = {{"Zorvane"}, {"qdnmsg"}};
 constexpr DeletedLines kServicesLines[] = {{"QDN"}, {"qdnm"}};
 
-constexpr EditedFile kXinetd = {L"/etc/xinetd.conf", L"sed -e '/Zorvane/,/}/d' < %1 > stuff; mv stuff %2",
-                                kXinetdBlocks};
-constexpr EditedFile kInetd = {L"/etc/inetd.conf",
-                               L"sed -e '/Zorvane/d' -e '/qdnmsg/d' < %1 > stuff; mv stuff %2", kInetdLines};
-constexpr EditedFile kServices = {L"/etc/services", L"sed -e '/QDN/d' -e '/qdnm/d' < %1 > stuff; mv stuff %2",
-                                  kServicesLines};
-
-Result Edit(const EditedFile& file) {
-    return DeleteLines(file.path, file.command, file.deleted);
+void Edit(const wchar_t* path, std::span<const DeletedLines> deleted, RemovalOutcome& left) {
+    const Result edited = DeleteLines(path, deleted);
+    if (edited || IsNotFound(edited)) return;
+    Messages::Warn(String(L"WARNING! ") + path + L" is not edited: " + GetErrorMsg(edited) + L".\n");
+    left.AddTold();
 }
 
-/// The listener's own file in the directory that xinetd reads beside its configuration.
-Result RemoveIncludedListener() {
+/// Removes the listener's own file from the directory that xinetd reads beside its configuration.
+void RemoveIncludedListener(RemovalOutcome& left) {
     const String directory = RunShellCommand(L"grep \"includedir\" /etc/xinetd.conf | sed s/includedir//");
-    if (directory.IsEmpty()) return Result();
-    return File::Remove(directory.Trim() + L"/qdn-messagelistener");
+    if (directory.IsEmpty()) return;
+    const String listener = directory.Trim() + L"/qdn-messagelistener";
+    left.Add(listener, File::Remove(listener));
 }
 
 /// Edits the configuration of the super-server that the host has, and returns the signal that makes it read
-/// its configuration again; empty without one. Where it cannot be told which one the host has, both are
-/// edited.
+/// its configuration again; empty without one. Where the system does not tell which one the host has, both
+/// are edited.
 String EditSuperServer(RemovalOutcome& left) {
-    const Result xinetd = File::Probe(kXinetd.path);
+    const Result xinetd = File::Probe(kXinetd);
     if (!IsNotFound(xinetd)) {
-        left.Add(RemoveIncludedListener());
-        left.Add(Edit(kXinetd));
+        RemoveIncludedListener(left);
+        Edit(kXinetd, kXinetdBlocks, left);
     }
     if (xinetd) return L"USR2";
-    if (!File::Exists(kInetd.path)) return String();
-    left.Add(Edit(kInetd));
+    if (!File::Exists(kInetd)) return String();
+    Edit(kInetd, kInetdLines, left);
     return L"HUP";
 }
 
@@ -63,13 +59,8 @@ RemovalOutcome RemoveSuperServerEntries() {
     RemovalOutcome left;
     const String processes = QueryProcessIds(L"inetd");
     SignalProcesses(EditSuperServer(left), processes);
-    left.Add(Edit(kServices));
+    Edit(kServices, kServicesLines, left);
     return left;
-}
-
-void ClearUpAfterSuperServerEntries() {
-    for (const EditedFile& file : {kXinetd, kInetd, kServices})
-        ClearUpAfterDeleteLines(file.path, file.deleted);
 }
 
 }  // namespace Zorvane::AgentInstaller

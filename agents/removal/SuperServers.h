@@ -6,11 +6,8 @@
 namespace Zorvane::AgentInstaller {
 
 /// Removes the agent's entries from xinetd's configuration or else inetd's, makes the running super-server
-/// read it again, and removes the agent's ports from /etc/services. Failures are ignored; it tells what is
-/// left.
+/// read it again, and removes the agent's ports from /etc/services. Returns what is left. A file that cannot
+/// be edited stays as it is and is told: "WARNING! <path> is not edited: <why>."
 RemovalOutcome RemoveSuperServerEntries();
-
-/// Removes what a run that was killed or failed left beside those files.
-void ClearUpAfterSuperServerEntries();
 
 }  // namespace Zorvane::AgentInstaller

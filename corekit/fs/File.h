@@ -40,9 +40,9 @@ Expected<std::string> ReadBytes(const String& path);
 Expected<std::string> ReadBytes(const Descriptor& file);
 
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
-/// flush of the directory. A present regular file's mode and owner are kept; a new one is made with `mode`. A
-/// link in its place is replaced, never followed. On failure the old file stands whole (the new one
-/// when nothing but the last flush failed) and nothing else is left. Pieces go one after the
+/// flush of the directory. A present regular file's mode, owner and extended attributes are kept; a new one
+/// is made with `mode`. A link in its place is replaced, never followed. On failure the old file stands whole
+/// (the new one when nothing but the last flush failed) and nothing else is left. Pieces go one after the
 /// other, large ones without being copied together.
 Result Write(const String& path, const String& text, const Encoding& encoding = Utf8Encoding());
 Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);

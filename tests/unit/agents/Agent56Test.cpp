@@ -71,7 +71,7 @@ TEST_F(Agent56OnDisk, RemovesItsFiles) {
 }
 
 TEST_F(Agent56OnDisk, LoadsTheSettingsThatItsFileCarries) {
-    const auto settings = m_agent.LoadSettings();
+    const auto settings = *m_agent.LoadSettings();
     EXPECT_EQ(settings->Value(L"InstallDir").Utf8(), m_dir / "agent");
     EXPECT_FALSE(settings->Exists(L"KSName"));
 }

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "agents/Agent60SP2.h"
-#include "agents/CurrentAgent.h"
 #include "run/Args.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"

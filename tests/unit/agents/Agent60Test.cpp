@@ -3,7 +3,6 @@
 
 #include "agents/Agent60.h"
 #include "run/Args.h"
-#include "run/Error.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
@@ -89,7 +88,7 @@ TEST_F(Agent60OnDisk, LeavesTheSystemSilentlyInAQuietRun) {
 
 TEST_F(Agent60OnDisk, LeavesTheSystemByTheToolOfTheDistribution) {
     Write("/etc/UnitedLinux-release", "");
-    Captured([&] { m_oldest.RemoveSystemIntegration(); });
+    Captured([&] { EXPECT_TRUE(m_oldest.RemoveSystemIntegration()); });
     std::filesystem::remove("/etc/UnitedLinux-release");
     EXPECT_EQ(m_tools.Calls(), "insserv -r /etc/init.d/zorvane\n");
 }
@@ -119,14 +118,15 @@ TEST_F(Agent60OnDisk, StaysInPlaceOnAnUpgradeToItsOwnDirectory) {
 }
 
 TEST_F(Agent60OnDisk, TouchesNothingWithoutAFileThatSaysWhereItsDataGoes) {
-    EXPECT_FALSE(m_agent.RelocateFiles(String::FromUtf8(m_dir / "none")));
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to read configuration files.");
+    const Outcome<> relocated = m_agent.RelocateFiles(String::FromUtf8(m_dir / "none"));
+    EXPECT_EQ(relocated.error().text, L"Failed to read configuration files.");
+    EXPECT_EQ(relocated.error().reason.Utf8(), m_dir / "none" + ": No such file or directory");
     EXPECT_EQ(m_agent.Calls(), L"");
     EXPECT_TRUE(Exists(m_agentDir + "/etc/client.conf"));
 }
 
 TEST_F(Agent60OnDisk, LoadsTheSettingsOfItsFile) {
-    const auto settings = m_oldest.LoadSettings();
+    const auto settings = *m_oldest.LoadSettings();
     EXPECT_EQ(settings->Value(L"InstallDir").Utf8(), m_agentDir);
     EXPECT_EQ(settings->Value(L"BinDir").Utf8(), m_dir / "links");
     EXPECT_TRUE(settings->Exists(L"KSName"));

@@ -15,18 +15,22 @@ class RecordingAgent : public Agent {
     RecordingAgent(bool integrationGoes, bool filesGo)
         : Agent(L"6.0SP1", L"/opt/agent"), m_integrationGoes(integrationGoes), m_filesGo(filesGo) {}
 
-    std::unique_ptr<Settings> LoadSettings() override { return nullptr; }
-    bool RemoveSystemIntegration() override {
+    Outcome<std::unique_ptr<Settings>> LoadSettings() override { return nullptr; }
+    Outcome<> RemoveSystemIntegration() override {
         m_calls += L"integration ";
-        return m_integrationGoes;
+        return DoneIf(m_integrationGoes, L"the integration stays");
     }
-    bool RemoveFiles(const String& newConfPath) override {
+    Outcome<> RemoveFiles(const String& newConfPath) override {
         m_calls += L"files[" + newConfPath + L"] ";
-        return m_filesGo;
+        return DoneIf(m_filesGo, L"the files stay");
     }
     const String& Calls() const { return m_calls; }
 
   private:
+    static Outcome<> DoneIf(bool succeeds, const String& text) {
+        return succeeds ? Outcome<>() : Outcome<>(Fail(text));
+    }
+
     bool m_integrationGoes;
     bool m_filesGo;
     String m_calls;
@@ -40,13 +44,13 @@ TEST(Agent, CleansItsIntegrationAndThenItsFiles) {
 
 TEST(Agent, KeepsItsFilesWhenTheIntegrationStays) {
     RecordingAgent agent(false, true);
-    EXPECT_FALSE(agent.Clean());
+    EXPECT_EQ(agent.Clean().error().text, L"the integration stays");
     EXPECT_EQ(agent.Calls(), L"integration ");
 }
 
 TEST(Agent, IsNotCleanWhenFilesStay) {
     RecordingAgent agent(true, false);
-    EXPECT_FALSE(agent.Clean());
+    EXPECT_EQ(agent.Clean().error().text, L"the files stay");
 }
 
 TEST(Agent, KnowsItsVersionAndPlaces) {

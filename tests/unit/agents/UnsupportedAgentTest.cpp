@@ -27,7 +27,7 @@ TEST(UnsupportedAgent, IsLeftAloneByAClean) {
 
 TEST(UnsupportedAgent, GivesNoSettingsAndNoUpgrade) {
     UnsupportedAgent agent(L"", L"/opt/agent");
-    EXPECT_EQ(agent.LoadSettings(), nullptr);
+    EXPECT_EQ(*agent.LoadSettings(), nullptr);
     EXPECT_FALSE(agent.IsUpgradeSupported());
     EXPECT_FALSE(agent.RegistersSubAgents());
     EXPECT_TRUE(agent.RemoveSystemIntegration());

@@ -21,15 +21,20 @@ class FakeAgent : public Agent {
   public:
     FakeAgent() : Agent(L"6.0", L"/opt/old") {}
 
-    std::unique_ptr<Settings> LoadSettings() override {
-        return loads ? std::make_unique<Settings>(stored) : nullptr;
+    Outcome<std::unique_ptr<Settings>> LoadSettings() override {
+        if (!loads) return Fail(L"Missing or unreadable file in install. File: ", ConfPath());
+        return std::make_unique<Settings>(stored);
     }
-    bool RemoveSystemIntegration() override { return removesIntegration; }
-    bool RemoveFiles(const String& newConfPath) override {
+    Outcome<> RemoveSystemIntegration() override { return DoneIf(removesIntegration); }
+    Outcome<> RemoveFiles(const String& newConfPath) override {
         removedFor = newConfPath;
-        return removesFiles;
+        return DoneIf(removesFiles);
     }
     bool IsUpgradeSupported() const override { return upgradeSupported; }
+
+    static Outcome<> DoneIf(bool succeeds) {
+        return succeeds ? Outcome<>() : Outcome<>(Fail(L"it stays"));
+    }
 
     Settings stored;
     bool loads = true;

@@ -5,7 +5,6 @@
 #include <sys/syscall.h>
 
 #include "agents/carry/InstalledSettings.h"
-#include "run/Error.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -21,7 +20,7 @@ class InstalledSettings : public testing::Test {
   protected:
     std::unique_ptr<Settings> Load(const std::string& text, Generation generation = Generation::Agent60) {
         testfiles::Write(m_dir / "client.conf", text);
-        return LoadInstalledSettings(
+        return *LoadInstalledSettings(
             IniFile(String::FromUtf8(m_dir / "client.conf"), IniFile::KeyCase::FallBack), generation);
     }
 
@@ -121,13 +120,14 @@ TEST_F(InstalledSettings, OfAnEmptyFileArePresentAndEmpty) {
         EXPECT_FALSE(settings->Exists(setting)) << String(setting).Utf8();
 }
 
-TEST_F(InstalledSettings, OfAFileThatIsNotThereAreEmptyToo) {
+TEST_F(InstalledSettings, FailToLoadFromAFileThatCannotBeRead) {
     const IniFile conf(String::FromUtf8(m_dir / "absent"), IniFile::KeyCase::FallBack);
     for (const Generation generation : {Generation::Agent56, Generation::Agent60}) {
         const auto settings = LoadInstalledSettings(conf, generation);
-        ASSERT_NE(settings, nullptr);
-        EXPECT_TRUE(settings->Exists(L"InstallDir"));
-        EXPECT_FALSE(settings->IsSet(L"InstallDir"));
+        ASSERT_FALSE(settings);
+        EXPECT_EQ(settings.error().text.Utf8(),
+                  "Missing or unreadable file in install. File: " + m_dir / "absent");
+        EXPECT_EQ(settings.error().reason.Utf8(), m_dir / "absent" + ": No such file or directory");
     }
 }
 
@@ -212,7 +212,7 @@ TEST_F(InstalledSettings, FromTheCopyOfAnInterruptedUpgradeHaveTheGuidThatItHasC
     testfiles::Write(m_dir / "etc/client.conf.old",
                      "[Configuration]\ninstalldir=/opt/gone\nguid_guid_file=/opt/gone/etc/host.GUID\n");
     const auto settings =
-        LoadInstalledSettings(IniFile(String::FromUtf8(m_dir / "etc/client.conf.old")), Generation::Agent60);
+        *LoadInstalledSettings(IniFile(String::FromUtf8(m_dir / "etc/client.conf.old")), Generation::Agent60);
     EXPECT_EQ(settings->Value(L"Guid"), L"{1234}");
 }
 
@@ -228,16 +228,17 @@ TEST_F(InstalledSettings, AreNoneWhenTheGuidMayBeThereAndCannotBeRead) {
             EXPECT_EQ(testsupport::WithFailing(
                           {{call, errnoValue}},
                           [&] {
-                              const bool isNone = LoadInstalledSettings(conf, Generation::Agent60) == nullptr;
+                              const auto settings = LoadInstalledSettings(conf, Generation::Agent60);
                               const String told = L"Missing or unreadable file in install. File: ";
-                              return isNone && Error::m_sErrorText == told + String::FromUtf8(guidFile) ? 0
-                                                                                                        : 1;
+                              const bool isTold =
+                                  !settings && settings.error().text == told + String::FromUtf8(guidFile);
+                              return isTold ? 0 : 1;
                           }),
                       0)
                 << call << ": " << errnoValue;
         }
     }
-    EXPECT_EQ(LoadInstalledSettings(conf, Generation::Agent60)->Get(L"Guid"), L"{1}");
+    EXPECT_EQ((*LoadInstalledSettings(conf, Generation::Agent60))->Get(L"Guid"), L"{1}");
 }
 
 TEST_F(InstalledSettings, HaveNoGuidWhenADirectoryStandsInItsPlace) {

@@ -107,12 +107,9 @@ class FileRemoval56 : public testing::Test {
     /// some.
     void Remove(const std::string& configuration, const std::string& newConfiguration = "") {
         Write(m_temp / "client.conf", "[Configuration]\n" + configuration);
-        String newConf;
-        if (!newConfiguration.empty()) {
-            Write(m_temp / "new.conf", "[Configuration]\n" + newConfiguration);
-            newConf = String::FromUtf8(m_temp / "new.conf");
-        }
-        RemoveInstalledFiles56(Conf("client.conf"), newConf);
+        Write(m_temp / "new.conf", "[Configuration]\n" + newConfiguration);
+        const IniFile newConf = Conf("new.conf");
+        RemoveInstalledFiles56(Conf("client.conf"), newConfiguration.empty() ? nullptr : &newConf);
     }
 
     IniFile Conf(const std::string& name) const {
@@ -139,9 +136,9 @@ std::set<std::string> NamesIn(const std::string& directory) {
 
 }  // namespace
 
-TEST_F(FileRemoval56, TakesNothingWithoutTheFile) {
+TEST_F(FileRemoval56, RemovesNothing_WhenClientConfCannotBeRead) {
     WriteAll({kGo.begin(), kGo.end()});
-    RemoveInstalledFiles56(Conf("none"), L"");
+    RemoveInstalledFiles56(Conf("none"), nullptr);
     for (const std::string& path : kGo) {
         EXPECT_TRUE(Exists(path)) << path;
         std::filesystem::remove(path);
@@ -158,16 +155,19 @@ TEST_F(FileRemoval56, RemovesEachOfItsFilesAndNoOther) {
     for (const std::string& file : kStay) std::filesystem::remove(file);
 }
 
-TEST_F(FileRemoval56, KeepsItsClientConfForWhatIsLeftFromBefore) {
+TEST_F(FileRemoval56, KeepsClientConf_WhenSomethingIsLeft) {
     const std::string etc = std::string(kUsualDir) + "/etc/";
     WriteAll({etc + "client.conf", etc + "other"});
     Write(m_temp / "client.conf", "[Configuration]\n");
     RemovalOutcome left;
-    left.Add(corekit::Result(EIO));
+    left.Add(L"/usr/bin/qdn-collector", corekit::Result(EIO));
     const auto output =
-        testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), L"", left); });
+        testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), nullptr, left); });
     EXPECT_EQ(NamesIn(etc), std::set<std::string>{"client.conf"});
-    EXPECT_EQ(output.err, "WARNING! " + etc + "client.conf is kept: not everything could be removed.\n");
+    EXPECT_EQ(output.err,
+              "WARNING! /usr/bin/qdn-collector could not be removed: Input/output error.\n"
+              "WARNING! " +
+                  etc + "client.conf is kept: not everything could be removed.\n");
 }
 
 TEST_F(FileRemoval56, LooksWhereItsClientConfSays) {
@@ -213,7 +213,7 @@ TEST_F(FileRemoval56, FindsItsLibrariesThroughTheEnvironmentScript) {
     }
 }
 
-TEST_F(FileRemoval56, TakesTheConfiguredLibrariesWhereTheScriptNamesNone) {
+TEST_F(FileRemoval56, RemovesTheConfiguredLibraries_WhenTheEnvironmentScriptNamesNoDirectory) {
     for (const std::string script :
          {"", "LD_LIBRARY_PATH=$LD_LIBRARY_PATH\n", "LD_LIBRARY_PATH=\"/opt/other:$A\"\n"}) {
         Write("/opt/data/lib/libssl.so", "");
@@ -250,7 +250,7 @@ TEST_F(FileRemoval56, LeavesTheHostsLibrariesAlone) {
     std::filesystem::remove_all("/usr/local/lib64");
 }
 
-TEST_F(FileRemoval56, RemovesNothingBelowAnInstallDirectoryThatIsNone) {
+TEST_F(FileRemoval56, RemovesNothingBelowTheInstallDirectory_WhenThatIsEmptyOrTheRootOrRelative) {
     const std::vector<std::string> below = {"/bin/qdn-a", "/etc/client.conf", "/etc/filescan.a",
                                             "/backups/a"};
     for (const std::string value : {"", "/", "//", "relative", "."}) {
@@ -306,6 +306,21 @@ TEST_F(FileRemoval56, RemovesTheTreesBelowADirectoryThatIsALink) {
     EXPECT_TRUE(NamesIn("/opt/data/kell/ksagent").empty());
 }
 
+TEST_F(FileRemoval56, RemovesBackupsWhateverTheyAre) {
+    const std::string backups = std::string(kUsualDir) + "/backups";
+    Write(backups, "a plain file");
+    Remove("");
+    EXPECT_FALSE(Exists(backups));
+    std::filesystem::create_directories("/opt/data");
+    std::filesystem::create_symlink("/opt/data", backups);
+    Remove("");
+    EXPECT_FALSE(Exists(backups));
+    EXPECT_TRUE(Exists("/opt/data"));
+    Write(backups + "/deep/file", "");
+    Remove("");
+    EXPECT_FALSE(Exists(backups));
+}
+
 TEST_F(FileRemoval56, ExpandsNoWildcardInAHostDirectory) {
     const std::vector<std::string> stay = {"/usr/local/lib/libssl.so", "/usr/local/bin/qdn-a", "/var/a.xml",
                                            "/var/Pkg_a", "/etc/qdn-invsoln/master.cfg"};
@@ -331,7 +346,7 @@ TEST_F(FileRemoval56, RemovesItsFilesFromTheHostsTemporaryDirectories) {
     }
 }
 
-TEST_F(FileRemoval56, TakesADirectorysWildcardCharactersAsTheyStand) {
+TEST_F(FileRemoval56, TakesWildcardCharactersOfADirectoryLiterally) {
     Write("/opt/data/a*/bin/qdn-a", "");
     Write("/opt/data/ab/bin/qdn-a", "");
     Write("/opt/data/ab/etc/a", "");
@@ -341,7 +356,7 @@ TEST_F(FileRemoval56, TakesADirectorysWildcardCharactersAsTheyStand) {
     EXPECT_TRUE(Exists("/opt/data/ab/etc/a"));
 }
 
-TEST_F(FileRemoval56, SparesWhatTheNewPackageAndThisRunLaidDownInPlace) {
+TEST_F(FileRemoval56, KeepsTheFilesOfTheNewPackageAndOfThisRun_WhenUpgradedInPlace) {
     const std::vector<std::string> stay = {"/bin/qdn-agent.bin",
                                            "/bin/qdn-configure.bin",
                                            "/lib/libssl.so",
@@ -387,7 +402,7 @@ TEST_F(FileRemoval56, RemovesItsWholeListForAnotherInstallDirectory) {
     EXPECT_EQ(NamesIn(kUsualDir), (std::set<std::string>{"bin", "var"}));
 }
 
-TEST_F(FileRemoval56, SparesWhatTheNewConfigurationNames) {
+TEST_F(FileRemoval56, KeepsThePathsThatTheNewConfigurationNames) {
     const std::string dir = kUsualDir;
     WriteAll(std::vector<std::string>{"/etc/certs/ca.pem", "/etc/host.GUID", "/etc/other", "/var/Pkg_store/a",
                                       "/var/Pkg_other/a", "/backups/queue/a"},

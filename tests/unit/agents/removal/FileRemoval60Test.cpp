@@ -141,7 +141,7 @@ TEST_F(FileRemoval60, RemovesTheAgentsFilesFromItsStores) {
     EXPECT_TRUE(std::filesystem::is_empty(kAgent));
 }
 
-TEST_F(FileRemoval60, TakesTheConfiguredExtensions) {
+TEST_F(FileRemoval60, RemovesFilesWithTheConfiguredExtensions) {
     std::filesystem::create_directories(kAgent);
     std::filesystem::create_directory_symlink("/opt/data", "/opt/agent/store");
     const char* const names[] = {"a.evt", "a.tsk", "a.kse", "a.kst"};
@@ -155,7 +155,7 @@ TEST_F(FileRemoval60, TakesTheConfiguredExtensions) {
     EXPECT_TRUE(Exists("/opt/data/a.kst"));
 }
 
-TEST_F(FileRemoval60, TakesTheUsualExtensionsForEmptyOnes) {
+TEST_F(FileRemoval60, RemovesFilesWithTheUsualExtensions_WhenTheConfiguredOnesAreEmpty) {
     std::filesystem::create_directories(kAgent);
     std::filesystem::create_directory_symlink("/opt/data", "/opt/agent/store");
     for (const std::string name : {"a.kse", "a.kst", "a.other", "a"}) Write("/opt/data/" + name, "");
@@ -168,7 +168,7 @@ TEST_F(FileRemoval60, TakesTheUsualExtensionsForEmptyOnes) {
     EXPECT_TRUE(Exists("/opt/data/a"));
 }
 
-TEST_F(FileRemoval60, KeepsAnExtensionInsideItsStore) {
+TEST_F(FileRemoval60, FollowsNoExtensionOutOfItsStore) {
     std::filesystem::create_directories("/opt/data/*");
     Write("/opt/data/other/file", "");
     std::filesystem::create_directories(kAgent);
@@ -189,7 +189,7 @@ TEST_F(FileRemoval60, RemovesTheStoresAndTheInstallDirectory) {
     std::filesystem::remove("/opt/neighbour");
 }
 
-TEST_F(FileRemoval60, FindsWhatLiesOutsideTheInstallDirectory) {
+TEST_F(FileRemoval60, RemovesStoresOutsideTheInstallDirectory) {
     for (const std::string file :
          {"queue/a", "tasks/a", "swd/a", "packages/a", "var/a", "host.GUID", "other"})
         Write("/opt/data/" + file, "");
@@ -210,7 +210,7 @@ TEST_F(FileRemoval60, ReadsEverythingBeforeItsClientConfGoes) {
 }
 
 // By it the next run finds what is left.
-TEST_F(FileRemoval60, KeepsItsClientConfUntilAllElseHasGone) {
+TEST_F(FileRemoval60, KeepsClientConf_UntilEverythingElseHasGone) {
     const auto prepare = [] {
         Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
         for (const std::string name :
@@ -228,14 +228,16 @@ TEST_F(FileRemoval60, KeepsItsClientConfUntilAllElseHasGone) {
             });
         });
         EXPECT_TRUE(Exists("/opt/agent/etc/client.conf")) << call;
-        EXPECT_EQ(output.err,
-                  "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
+        EXPECT_TRUE(output.err.ends_with(
+            "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n"))
+            << output.err;
+        EXPECT_NE(output.err.find(" could not be removed: Input/output error.\n"), output.err.npos);
         remove();
         EXPECT_FALSE(Exists(kAgent)) << call;
     }
 }
 
-TEST_F(FileRemoval60, GoesWholeWhateverFailsForAMoment) {
+TEST_F(FileRemoval60, LeavesNoFile_WhenACallFailsAndTheNextRunIsUndisturbed) {
     // Each call that fails takes another run: with one store, and without the many looks at what is there.
     const std::vector<int> calls = {SYS_openat, SYS_getdents64, SYS_unlink, SYS_unlinkat, SYS_rmdir};
     const std::string content =
@@ -250,18 +252,21 @@ TEST_F(FileRemoval60, GoesWholeWhateverFailsForAMoment) {
         RemoveInstalledFiles60(conf);
         return 0;
     };
-    const int points = testsupport::FailInTurn(calls, EIO, prepare, remove, [](int) {
-        EXPECT_FALSE(Exists(kAgent));
+    const int points = testsupport::FailInTurn(calls, EIO, prepare, remove, [&](int) {
+        if (Exists("/opt/agent/etc/client.conf")) remove();
+        // Without client.conf nothing but empty directories can be left.
+        for (const auto& entry : std::filesystem::recursive_directory_iterator("/opt"))
+            EXPECT_TRUE(entry.is_directory()) << entry.path();
         std::filesystem::remove_all(kAgent);
     });
     EXPECT_GE(points, 100) << points;
 }
 
-TEST_F(FileRemoval60, KeepsItsClientConfForWhatIsLeftFromBefore) {
+TEST_F(FileRemoval60, KeepsClientConf_WhenSomethingIsLeftFromBefore) {
     Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
     Write("/opt/agent/etc/other", "");
     Zorvane::AgentInstaller::RemovalOutcome left;
-    left.Add(corekit::Result(EIO));
+    left.AddTold();
     const auto output =
         testsupport::Captured([&] { RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"), left); });
     EXPECT_TRUE(Exists("/opt/agent/etc/client.conf"));
@@ -317,7 +322,7 @@ TEST_F(FileRemoval60, LeavesServerDocumentsToTheTreeWhereTheVariableDataIsTheUsu
     EXPECT_TRUE(Exists("/opt/data/host.xml"));
 }
 
-TEST_F(FileRemoval60, KeepsWhatAPendingReinstallNeeds) {
+TEST_F(FileRemoval60, KeepsTheInstallersFiles_WhenAReinstallIsPending) {
     Write(kMarker, "");
     for (const std::string file : {"qdn-bootstrap", "qdn-ksclt-install.log", "qdn-install.log", ".hidden",
                                    "bin/a", "bin/qdn-bootstrap", "var/queue/a", "etc/client.conf"})
@@ -330,7 +335,15 @@ TEST_F(FileRemoval60, KeepsWhatAPendingReinstallNeeds) {
     EXPECT_EQ(testfiles::Read("/opt/agent/qdn-bootstrap"), "text");
 }
 
-TEST_F(FileRemoval60, BelievesNoMarkerThatAnyoneCanWrite) {
+TEST_F(FileRemoval60, RemovesTheEmptyInstallDirectory_WhenAReinstallIsPending) {
+    Write(kMarker, "");
+    Write("/opt/agent/etc/client.conf", "");
+    Write("/opt/agent/bin/qdn-agent.bin", "");
+    Remove(kUsualConfiguration);
+    EXPECT_FALSE(Exists(kAgent));
+}
+
+TEST_F(FileRemoval60, IgnoresAReinstallMarkerThatAnyoneCanWrite) {
     Write(kMarker, "", 0666);
     Write("/opt/agent/qdn-bootstrap", "");
     const auto output = testsupport::Captured([&] { Remove(kUsualConfiguration); });
@@ -356,7 +369,7 @@ TEST_F(FileRemoval60, EmptiesNoDirectoryBehindALinkForAPendingReinstall) {
     std::filesystem::remove("/opt/link");
 }
 
-TEST_F(FileRemoval60, TakesADirectorysWildcardCharactersAsTheyStand) {
+TEST_F(FileRemoval60, TakesWildcardCharactersOfADirectoryLiterally) {
     Write("/opt/data/a*/file.kse", "");
     Write("/opt/data/ab/file.kse", "");
     Write("/opt/data/a[b]/bin/any", "");
@@ -368,7 +381,7 @@ TEST_F(FileRemoval60, TakesADirectorysWildcardCharactersAsTheyStand) {
     EXPECT_TRUE(Exists("/opt/data/ab/bin/any"));
 }
 
-TEST_F(FileRemoval60, ReachesNoHostDirectoryHoweverItIsNamed) {
+TEST_F(FileRemoval60, RemovesNothingInHostDirectories_HoweverTheyAreSpelled) {
     std::filesystem::create_directories("/opt/data");
     std::filesystem::create_directory_symlink("/etc", "/opt/data/link");
     std::filesystem::create_directories("/tmp/cwd/relative");
@@ -424,7 +437,7 @@ TEST_F(FileRemoval60, RemovesNothingWithoutAConfiguration) {
 TEST_F(FileRemoval60, RemovesGeneratedFilesAndNoOthers) {
     for (const std::string file : kGenerated) Write("/opt/agent/" + file, "");
     for (const std::string file : kNotGenerated) Write("/opt/agent/" + file, "");
-    RemoveGeneratedFiles60(L"/opt/agent");
+    EXPECT_FALSE(RemoveGeneratedFiles60(L"/opt/agent").Any());
     for (const std::string file : kGenerated) EXPECT_FALSE(Exists("/opt/agent/" + file)) << file;
     for (const std::string file : kNotGenerated) EXPECT_TRUE(Exists("/opt/agent/" + file)) << file;
 }

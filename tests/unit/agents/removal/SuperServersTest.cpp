@@ -36,7 +36,7 @@ class SuperServers : public testing::Test {
     }
 
     void Remove() {
-        const auto output = testsupport::Captured([] { RemoveSuperServerEntries(); });
+        const auto output = testsupport::Captured([] { EXPECT_FALSE(RemoveSuperServerEntries().Any()); });
         EXPECT_EQ(output.out, "");
         EXPECT_EQ(output.err, "");
     }
@@ -60,16 +60,33 @@ TEST_F(SuperServers, LoseTheBlockInXinetdsConfiguration) {
     EXPECT_EQ(m_server.EndedBy(), SIGUSR2);
 }
 
-TEST_F(SuperServers, LoseTheirLinesWhereTheToolsCannotBePreparedFor) {
-    for (const int call : {SYS_mkdir, SYS_link}) {
-        Write(kInetd, "ftp stream tcp\n# Zorvane agent\nqdnmsg stream tcp\n");
-        Write(kServices, "ssh 22/tcp\nqdnm 402/tcp\n");
-        EXPECT_EQ(testsupport::WithFailing({{call, ENOSPC}},
+TEST_F(SuperServers, AreToldWhenTheyCannotBeEdited) {
+    Write(kInetd, "ftp stream tcp\nqdnmsg stream tcp\n");
+    Write(kServices, "ssh 22/tcp\nqdnm 402/tcp\n");
+    const auto output = testsupport::Captured([] {
+        EXPECT_EQ(testsupport::WithFailing({{SYS_renameat, ENOSPC}},
                                            [] { return RemoveSuperServerEntries().Any() ? 1 : 0; }),
-                  0);
-        EXPECT_EQ(Read(kInetd), "ftp stream tcp\n") << call;
-        EXPECT_EQ(Read(kServices), "ssh 22/tcp\n") << call;
-    }
+                  1);
+    });
+    EXPECT_EQ(output.err,
+              "WARNING! /etc/inetd.conf is not edited: No space left on device.\n"
+              "WARNING! /etc/services is not edited: No space left on device.\n");
+    EXPECT_EQ(Read(kInetd), "ftp stream tcp\nqdnmsg stream tcp\n");
+    EXPECT_EQ(Read(kServices), "ssh 22/tcp\nqdnm 402/tcp\n");
+}
+
+TEST_F(SuperServers, NeverWriteAFileCalledStuff) {
+    std::filesystem::create_directories("/tmp/work");
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path("/tmp/work");
+    Write("/tmp/work/stuff", "an administrator's");
+    Write(kXinetd, kBlock);
+    Write(kServices, "qdnm 402/tcp\n");
+    Remove();
+    std::filesystem::current_path(before);
+    EXPECT_EQ(Read("/tmp/work/stuff"), "an administrator's");
+    EXPECT_EQ(Read(kServices), "");
+    std::filesystem::remove_all("/tmp/work");
 }
 
 TEST_F(SuperServers, LoseTheListenerInTheDirectoryThatXinetdIncludes) {
@@ -137,9 +154,7 @@ TEST_F(SuperServers, LeaveNoTemporaryFileBehind) {
     Write(kServices, "qdnm 402/tcp\n");
     Remove();
     for (const auto& entry : std::filesystem::directory_iterator("/etc"))
-        EXPECT_NE(entry.path().filename().string().substr(0, 14), ".qdn-configure") << entry.path();
-    EXPECT_FALSE(Exists("/etc/stuff"));
-    EXPECT_FALSE(Exists("stuff"));
+        EXPECT_EQ(entry.path().filename().string().find(".unfinished"), std::string::npos) << entry.path();
 }
 
 }  // namespace
