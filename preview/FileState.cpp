@@ -41,24 +41,22 @@ std::map<std::string, std::string> AttributesOf(const std::string& path) {
     return attributes;
 }
 
-Descriptor OpenToRead(const std::string& path) {
+corekit::Expected<Descriptor> OpenToRead(const std::string& path) {
     return corekit::OpenAt(AT_FDCWD, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
 }
 
 bool HasSameBytes(const std::string& left, const std::string& right) {
-    const Descriptor leftFile = OpenToRead(left);
-    const Descriptor rightFile = OpenToRead(right);
+    const auto leftFile = OpenToRead(left);
+    const auto rightFile = OpenToRead(right);
     if (!leftFile || !rightFile) return false;
     std::string leftChunk(kChunk, '\0');
     std::string rightChunk(kChunk, '\0');
     for (;;) {
-        std::size_t leftCount = 0;
-        std::size_t rightCount = 0;
-        if (!ReadSome(leftFile.Get(), leftChunk, leftCount) ||
-            !ReadSome(rightFile.Get(), rightChunk, rightCount))
-            return false;
-        if (leftChunk.compare(0, leftCount, rightChunk, 0, rightCount) != 0) return false;
-        if (leftCount == 0) return true;
+        const auto leftCount = ReadSome(leftFile->Get(), leftChunk);
+        const auto rightCount = ReadSome(rightFile->Get(), rightChunk);
+        if (!leftCount || !rightCount) return false;
+        if (leftChunk.compare(0, *leftCount, rightChunk, 0, *rightCount) != 0) return false;
+        if (*leftCount == 0) return true;
     }
 }
 
@@ -121,14 +119,16 @@ Result TakeAttributes(const std::string& model, const std::string& directory) {
 }
 
 std::optional<std::string> Sha256Of(const std::string& path) {
-    const Descriptor file = OpenToRead(path);
+    const auto file = OpenToRead(path);
     if (!file) return std::nullopt;
     SHA2_CTX context;
     SHA256Init(&context);
     std::string chunk(kChunk, '\0');
-    for (std::size_t count = 1; count > 0;) {
-        if (!ReadSome(file.Get(), chunk, count)) return std::nullopt;
-        SHA256Update(&context, reinterpret_cast<const std::uint8_t*>(chunk.data()), count);
+    for (;;) {
+        const auto count = ReadSome(file->Get(), chunk);
+        if (!count) return std::nullopt;
+        if (*count == 0) break;
+        SHA256Update(&context, reinterpret_cast<const std::uint8_t*>(chunk.data()), *count);
     }
     char digits[SHA256_DIGEST_STRING_LENGTH];
     return std::string(SHA256End(&context, digits));

@@ -83,12 +83,15 @@ bool IsKernels(const Mount& mount) {
 /// In a changed root that is no mount point, the mounts of the namespace are reached from its own root only.
 Result MakeMountsPrivate() {
     if (MountAt("", "/", nullptr, MS_REC | MS_PRIVATE)) return Result();
-    const corekit::Descriptor root = corekit::OpenAt(AT_FDCWD, "/", O_PATH | O_DIRECTORY);
-    const corekit::Descriptor current = corekit::OpenAt(AT_FDCWD, ".", O_PATH | O_DIRECTORY);
-    const corekit::Descriptor own = corekit::OpenAt(AT_FDCWD, "/proc/self/ns/mnt", O_RDONLY);
-    if (!root || !current || !own || setns(own.Get(), CLONE_NEWNS) != 0) return Result::FromErrno();
+    const auto root = corekit::OpenAt(AT_FDCWD, "/", O_PATH | O_DIRECTORY);
+    if (!root) return root.error();
+    const auto current = corekit::OpenAt(AT_FDCWD, ".", O_PATH | O_DIRECTORY);
+    if (!current) return current.error();
+    const auto own = corekit::OpenAt(AT_FDCWD, "/proc/self/ns/mnt", O_RDONLY);
+    if (!own) return own.error();
+    if (setns(own->Get(), CLONE_NEWNS) != 0) return Result::FromErrno();
     const Result result = MountAt("", "/", nullptr, MS_REC | MS_PRIVATE);
-    const bool isBack = fchdir(root.Get()) == 0 && chroot(".") == 0 && fchdir(current.Get()) == 0;
+    const bool isBack = fchdir(root->Get()) == 0 && chroot(".") == 0 && fchdir(current->Get()) == 0;
     return isBack ? result : Result::FromErrno();
 }
 
@@ -201,7 +204,7 @@ Outcome<> HostCopy::MountKernelFiles() {
         result = MountAt("tmpfs", dev, "tmpfs", MS_NOSUID | MS_NOEXEC, "mode=0755,size=16m");
         for (const char* name : kDevices) {
             const std::string device = dev + "/" + name;
-            const corekit::Descriptor point = corekit::OpenAt(AT_FDCWD, device, O_CREAT | O_WRONLY, 0600);
+            const auto point = corekit::OpenAt(AT_FDCWD, device, O_CREAT | O_WRONLY, 0600);
             // A host without one of them has a copy without it.
             if (!point || !Bind(std::string("/dev/") + name, device)) unlink(device.c_str());
         }

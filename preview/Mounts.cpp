@@ -81,19 +81,21 @@ bool ParseRow(std::string_view row, Mount& mount) {
     return mount.id >= 0 && mount.point.starts_with('/') && !mount.type.empty();
 }
 
-Result ReadProc(const std::string& path, std::string& text) {
-    const corekit::Descriptor file = corekit::OpenAt(AT_FDCWD, path, O_RDONLY);
-    return file ? corekit::ReadAll(file.Get(), text, kLongestTable) : Result::FromErrno();
+corekit::Expected<std::string> ReadProc(const std::string& path) {
+    const auto file = corekit::OpenAt(AT_FDCWD, path, O_RDONLY);
+    if (!file) return file.error();
+    return corekit::ReadAll(file->Get(), kLongestTable);
 }
 
 /// The mount that a path is on; -1 when that cannot be told.
 int MountIdOf(const std::string& path) {
-    const corekit::Descriptor place = corekit::OpenAt(AT_FDCWD, path, O_PATH | O_NOFOLLOW);
-    std::string info;
-    if (!place || !ReadProc("/proc/self/fdinfo/" + std::to_string(place.Get()), info)) return -1;
+    const auto place = corekit::OpenAt(AT_FDCWD, path, O_PATH | O_NOFOLLOW);
+    if (!place) return -1;
+    const auto info = ReadProc("/proc/self/fdinfo/" + std::to_string(place->Get()));
+    if (!info) return -1;
     constexpr std::string_view kKey = "mnt_id:\t";
-    const std::size_t at = info.find(kKey);
-    return at == std::string::npos ? -1 : ToNumber(std::string_view(info).substr(at + kKey.size()));
+    const std::size_t at = info->find(kKey);
+    return at == std::string::npos ? -1 : ToNumber(std::string_view(*info).substr(at + kKey.size()));
 }
 
 }  // namespace
@@ -108,9 +110,9 @@ std::vector<Mount> ParseMounts(std::string_view mountInfo) {
 }
 
 Result ReadVisibleMounts(std::vector<Mount>& mounts) {
-    std::string text;
-    if (const Result read = ReadProc("/proc/self/mountinfo", text); !read) return read;
-    mounts = ParseMounts(text);
+    const auto text = ReadProc("/proc/self/mountinfo");
+    if (!text) return text.error();
+    mounts = ParseMounts(*text);
     std::erase_if(mounts, [](const Mount& mount) { return MountIdOf(mount.point) != mount.id; });
     if (std::ranges::find(mounts, "/", &Mount::point) == mounts.end()) mounts.push_back({0, "/", "root", 0});
     std::ranges::sort(mounts, {}, &Mount::point);

@@ -55,10 +55,10 @@ struct Pipe {
 /// Takes what is in a pipe; false at its end.
 bool Take(int reader, std::string& bytes, int copyTo) {
     std::string chunk(65536, '\0');
-    std::size_t count = 0;
-    if (!corekit::ReadSome(reader, chunk, count) || count == 0) return false;
-    bytes.append(chunk, 0, count);
-    if (copyTo >= 0) Forgive(corekit::WriteAll(copyTo, std::string_view(chunk).substr(0, count)));
+    const auto count = corekit::ReadSome(reader, chunk);
+    if (!count || *count == 0) return false;
+    bytes.append(chunk, 0, *count);
+    if (copyTo >= 0) Forgive(corekit::WriteAll(copyTo, std::string_view(chunk).substr(0, *count)));
     return true;
 }
 
@@ -169,11 +169,10 @@ std::string Answer(const Outcome<std::string>& told) {
 }
 
 Outcome<std::string> ReadAnswer(const Descriptor& reader) {
-    std::string answer;
-    const Result read = corekit::ReadAll(reader.Get(), answer, kLongestAnswer);
-    if (!read || answer.empty()) return Fail(L"The preview failed: its process was ended by a signal.");
-    const std::string rest = answer.substr(1);
-    if (answer.front() == kTold) return rest;
+    const auto read = corekit::ReadAll(reader.Get(), kLongestAnswer);
+    if (!read || read->empty()) return Fail(L"The preview failed: its process was ended by a signal.");
+    const std::string rest = read->substr(1);
+    if (read->front() == kTold) return rest;
     const std::size_t end = rest.find('\0');
     return tl::unexpected(
         Failure{String::FromUtf8(rest.substr(0, end)), String::FromUtf8(rest.substr(end + 1))});
