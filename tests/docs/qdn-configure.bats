@@ -70,22 +70,9 @@ variables() {
     expect_status 120
 }
 
-# A message begins as the literal does that is written; a value in it is "...". The end of the answers is told by
-# another message than that of the questionnaire.
-messages_in_sources() {
-    sources | xargs cat | tr '\n' ' ' | sed 's/"  *L\{0,1\}"//g' |
-        grep -oE '(Messages::Warn|Console::Err|Error::Fail|FailAbout)\([^;]*;|constexpr const wchar_t\* k(NoConf|Unread|Unable)[^;]*;' |
-        grep -oE '"[A-Z][^"]*"' | tr -d '"' | sed -e 's/\\n.*//' -e 's/[: ]*$//' -e 's/%[0-9]/.../g' -e 's/File:.*/File/' -e 's/: \.\.\.$//' |
-        grep -vx 'Error reading from standard input.'
-}
-
-messages_in_page() {
-    of_page DIAGNOSTICS | sed -n -e 's/^\.It Li "\(.*\)"/\1/p' -e 's/^\.It "\(.*\)"/\1/p' |
-        sed -e 's/^WARNING! \.\.\..*/WARNING!/' -e 's/:\{0,1\} \.\.\.$//'
-}
-
-@test "its messages on standard error are those that the program writes there" {
-    same_lists messages <(messages_in_sources) <(messages_in_page)
+@test "it tells the cause and the remedy of every warning and error that the program writes, and of no others" {
+    "$project/tests/docs/messages.py" "$project/docs/qdn-configure.8" \
+        "$project"/{app,preview,run,settings,config,agents,integration,deploykit,corekit}
 }
 
 # What three runs make: with links for the levels; on an agent that is there; with a unit, and links elsewhere.

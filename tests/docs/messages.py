@@ -1,0 +1,125 @@
+#!/usr/bin/env python3
+"""Compares the warnings and errors that the sources can write with those that a manual page explains.
+
+  tests/docs/messages.py PAGE DIRECTORY ...
+
+Prints each message that no item of the page's DIAGNOSTICS explains, each item that no source writes, and each item
+without a cause or a remedy; ends 0 when there are none. A value in a message is "..."; an item that ends in it explains
+all messages that begin as it does.
+
+A message is an expression with a literal that begins with "WARNING!" or "ERROR:", what is given to Messages::Warn or
+Console::Err, or what a step fails with: the first argument of Fail, FailAt or FailBecause. A constant is looked up.
+"""
+import os
+import re
+import sys
+
+LITERAL = re.compile(r'L?"((?:[^"\\]|\\.)*)"')
+CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout)\s*\(")
+# The step that asks says more than what the questionnaire fails with.
+REPLACED = {"Error reading from standard input"}
+
+
+def code_of(folders):
+    for folder in folders:
+        for place, _, names in os.walk(folder):
+            for name in sorted(names):
+                if name.endswith((".cpp", ".h")):
+                    with open(os.path.join(place, name), encoding="utf-8") as file:
+                        text = re.sub(r'("(?:[^"\\\n]|\\.)*")|//[^\n]*', lambda found: found.group(1) or "", file.read())
+                    yield re.sub(r'"\s*L?"', "", text)  # adjacent literals are one
+
+
+def arguments(text, start):
+    """The arguments of a call whose parenthesis opened before `start`."""
+    found, depth, begin, quoted = [], 0, start, False
+    at = start
+    while at < len(text):
+        sign = text[at]
+        if quoted:
+            at += sign == "\\"
+            quoted = sign != '"' or text[at - 1] == "\\"
+        elif sign == '"':
+            quoted = True
+        elif sign in "([{":
+            depth += 1
+        elif sign in ")]}":
+            if depth == 0:
+                break
+            depth -= 1
+        elif sign == "," and depth == 0:
+            found.append(text[begin:at])
+            begin = at + 1
+        at += 1
+    return found + [text[begin:at]]
+
+
+def message_of(expression, constants):
+    """The text of an expression; None when it has none of its own."""
+    expression = re.sub(r"\.Arg\((?:[^()]|\([^()]*\))*\)", "", expression)
+    expression = re.sub(r"\b(?:\w+::)*k[A-Z]\w*\b", lambda found: constants.get(found.group().split("::")[-1], "x"), expression)
+    message, at = "", 0
+    for literal in LITERAL.finditer(expression):
+        if re.search(r"\w", expression[at:literal.start()].replace("String(", "")):
+            message += "..."
+        message += literal.group(1)
+        at = literal.end()
+    if at == 0:
+        return None
+    if re.search(r"\w", expression[at:]):
+        message += "..."
+    return re.sub(r"%\d", "...", message)
+
+
+def normal(message):
+    """The first line, without "ERROR:" and the values and punctuation at its ends."""
+    first = message.removeprefix("ERROR: ").lstrip("\\n").split("\\n")[0]
+    return re.sub(r"^[.: ]+|[.: ]+$", "", first.removeprefix("ERROR: "))
+
+
+def messages_of(folders):
+    codes = list(code_of(folders))
+    constants = {}
+    for code in codes:
+        for name, value in re.findall(r'\b(k[A-Z]\w*)\s*(?:\[\])?\s*=\s*(L?"(?:[^"\\]|\\.)*")\s*;', code):
+            constants[name] = value
+    for code in codes:
+        for call in CALL.finditer(code):
+            yield message_of(arguments(code, call.end())[0], constants)
+        for statement in re.split(r"[;{}]", CALL.sub("", code)):
+            start = re.search(r'(?:String\()?L?"(?:WARNING!|ERROR:)', statement)
+            if start:
+                yield message_of(arguments(statement, start.start())[0], constants)
+
+
+def items_of(page):
+    """(text, what is said of it) of each item of DIAGNOSTICS; items one below the other are explained together."""
+    with open(page, encoding="utf-8") as file:
+        section = file.read().partition(".Sh DIAGNOSTICS\n")[2].partition("\n.Sh ")[0]
+    waiting = []
+    for item in re.split(r"^\.It ", section, flags=re.M)[1:]:
+        head, _, text = item.partition("\n")
+        text = text.partition("\n.El")[0]
+        waiting.append(re.sub(r'^Li "|"$', "", head))
+        if text.strip():
+            yield from ((head, text) for head in waiting)
+            waiting = []
+
+
+def main():
+    page, *folders = sys.argv[1:]
+    messages = {normal(text) for text in messages_of(folders) if text is not None} - REPLACED - {""}
+    items = dict(items_of(page))
+    covered_by = {item: {text for text in messages
+                         if text == normal(item) or (item.endswith("...") and text.startswith(normal(item)))}
+                  for item in items}
+    faults = [f"not in the page: {text}" for text in messages - set().union(*covered_by.values())]
+    faults += [f"written by no source: {item}" for item in items if not covered_by[item]]
+    faults += [f"without a cause or a remedy: {item}" for item, text in items.items()
+               if not re.search(r"^[A-Z.].*\n(.*\n)*\.Em Remedy :\n\w", text)]
+    print("\n".join([f"messages: {len(messages)}, items: {len(items)}"] + sorted(faults)))
+    sys.exit(1 if faults or not messages else 0)
+
+
+if __name__ == "__main__":
+    main()
