@@ -61,14 +61,9 @@ class Agent {
     /// bytes say, whatever becomes of the file.
     void SetConf(const corekit::String& path, const std::string& bytes);
 
-<<<<<<< HEAD
-    /// What it held then; without that, what the file holds now, and a failure when it cannot be read.
-    corekit::Expected<std::string> ReadConf() const;
-=======
     /// The bytes that the agent was recognised by; without those, what the file holds now. Fails when the
     /// file cannot be read.
-    corekit::Result ReadConf(std::string& bytes) const;
->>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
+    corekit::Expected<std::string> ReadConf() const;
 
   protected:
     /// The agent's client.conf, whose keys are found in whichever case the agent wrote them; empty when there

@@ -118,15 +118,9 @@ std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     const auto bytes = file.Read();
     // One that cannot be read now must not pass for none.
-<<<<<<< HEAD
-    if (IsTransient(bytes.Outcome())) return std::make_unique<UnreadableAgent>(file.Path());
+    if (IsTransient(bytes.Outcome())) return std::make_unique<UnreadableAgent>(file.Path(), bytes.error());
     if (!bytes) return nullptr;
     const IniFile conf(file.Path(), *bytes, IniFile::KeyCase::FallBack);
-=======
-    if (IsTransient(read)) return std::make_unique<UnreadableAgent>(file.Path(), read);
-    if (!read) return nullptr;
-    const IniFile conf(file.Path(), bytes, IniFile::KeyCase::FallBack);
->>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
     auto agent = CreateAgentForVersion(ReadAgentVersion(conf), GetValue(conf, Key::kInstallDir));
     if (agent) agent->SetConf(file.Path(), *bytes);
     return agent;

@@ -78,18 +78,10 @@ Outcome<> LoadGuid(const IniFile& conf, Settings& settings) {
     const String usual = GetValue(conf, Key::kGuidFile);
     if (usual.IsEmpty()) return {};
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
-<<<<<<< HEAD
         const auto text = corekit::File::Read(path);
-        if (IsTransient(text.Outcome())) return Error::Fail(Texts::kUnreadableFile, path);
+        if (IsTransient(text.Outcome())) return FailAt(Texts::kUnreadableFile, path, text.error());
         if (!text) continue;
         settings.Value(L"Guid") = GuidIn(*text);
-=======
-        String text;
-        const corekit::Result read = corekit::File::Read(path, text);
-        if (IsTransient(read)) return FailAt(Texts::kUnreadableFile, path, read);
-        if (!read) continue;
-        settings.Value(L"Guid") = GuidIn(text);
->>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
         break;
     }
     return {};

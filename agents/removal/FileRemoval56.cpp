@@ -125,17 +125,10 @@ Installation FindInstallation(const IniFile& conf) {
 
 /// True for the host's library directories and those below: the libraries there belong to everyone.
 bool IsHostLibraryDir(const String& directory) {
-<<<<<<< HEAD
     const auto canonical = Path::Canonicalise(directory);
     if (!canonical) return false;
-    return std::any_of(std::begin(kHostLibraryPrefixes), std::end(kHostLibraryPrefixes),
-                       [&](const wchar_t* prefix) { return canonical->StartsWith(prefix); });
-=======
-    String canonical;
-    if (!Path::Canonicalise(directory, canonical)) return false;
     return std::ranges::any_of(kHostLibraryPrefixes,
-                               [&](const wchar_t* prefix) { return canonical.StartsWith(prefix); });
->>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
+                               [&](const wchar_t* prefix) { return canonical->StartsWith(prefix); });
 }
 
 /// The old log goes even from where the new agent writes one: it begins its own.

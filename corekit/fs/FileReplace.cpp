@@ -21,21 +21,12 @@ namespace {
 /// A new file gets the mode that is asked for; one in the place of a regular file takes over mode, owner and
 /// extended attributes.
 Result SetUpAttributes(int fd, const EntryRef& target, unsigned mode) {
-<<<<<<< HEAD
     const auto present = StatOf(target.directory, target.name);
     if (!present && present != Result(ENOENT)) return present.error();
-    if (present && S_ISREG(present->st_mode)) return TakeOwnerAndMode(fd, *present, IfRefused::Fail);
-    return Outcome(fchmod(fd, mode));
-=======
-    struct stat present {};
-    const Result found =
-        Outcome(fstatat(target.directory, target.name.c_str(), &present, AT_SYMLINK_NOFOLLOW));
-    if (!found && found.Code() != ENOENT) return found;
-    if (!found || !S_ISREG(present.st_mode)) return Outcome(fchmod(fd, mode));
-    const Result taken = TakeOwnerAndMode(fd, present, IfRefused::Fail);
+    if (!present || !S_ISREG(present->st_mode)) return Outcome(fchmod(fd, mode));
+    const Result taken = TakeOwnerAndMode(fd, *present, IfRefused::Fail);
     // The attributes come last: a change of owner takes some of them away.
     return taken ? TakeExtendedAttributes(fd, target) : taken;
->>>>>>> f8c252e (Edit the host's files without sed, and leave what fails to the next run)
 }
 
 Result ReplaceByLink(const std::string& target, const EntryRef& link) {

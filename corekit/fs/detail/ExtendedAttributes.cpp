@@ -49,15 +49,15 @@ Result TakeAttribute(int fd, int model, const char* name) {
 }  // namespace
 
 Result TakeExtendedAttributes(int fd, const EntryRef& model) {
-    const Descriptor file = OpenAt(model.directory, model.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-    if (!file) return Result::FromErrno();
+    const auto file = OpenAt(model.directory, model.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    if (!file) return file.error();
     std::string names;
     const Result listed = ReadValue(
-        [&](char* buffer, std::size_t size) { return flistxattr(file.Get(), buffer, size); }, names);
+        [&](char* buffer, std::size_t size) { return flistxattr(file->Get(), buffer, size); }, names);
     if (!listed) return IsNotSettable(listed) ? Result() : listed;
     for (const char* name = names.c_str(); name < names.c_str() + names.size();
          name += std::strlen(name) + 1) {
-        const Result taken = TakeAttribute(fd, file.Get(), name);
+        const Result taken = TakeAttribute(fd, file->Get(), name);
         if (!taken && !IsNotSettable(taken)) return taken;
     }
     return Result();
