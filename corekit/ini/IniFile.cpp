@@ -1,4 +1,4 @@
-// INI files: text in and out of the lines that hold its bytes.
+// INI files: reading and writing them, and their entries as text.
 #include "corekit/ini/IniFile.h"
 
 #include <cerrno>
@@ -7,30 +7,40 @@
 #include <vector>
 
 #include "corekit/fs/File.h"
-#include "corekit/ini/detail/IniLines.h"
+#include "corekit/ini/detail/IniText.h"
 
 namespace corekit {
 
 namespace {
 
-std::unique_ptr<IniLines> Lines(std::string bytes, IniFile::KeyCase keyCase) {
-    const bool fallsBack = keyCase == IniFile::KeyCase::FallBack;
-    return std::make_unique<IniLines>(std::move(bytes),
-                                      fallsBack ? IniIndex::Match::ElseAnyCase : IniIndex::Match::Exact);
+bool HasOverlongLine(std::string_view bytes) {
+    while (bytes.size() > IniFile::kLongestLine) {
+        const std::size_t end = bytes.rfind('\n', IniFile::kLongestLine);
+        if (end == bytes.npos) return true;
+        bytes.remove_prefix(end + 1);
+    }
+    return false;
 }
 
 }  // namespace
 
-IniFile::IniFile(const String& path, KeyCase keyCase) : m_path(path) {
+IniFile::IniFile(const String& path, KeyCase keyCase, std::size_t limit) : m_path(path) {
     auto bytes = File::ReadBytes(path);
     m_read = bytes.Outcome();
-    m_lines = Lines(bytes ? std::move(*bytes) : std::string(), keyCase);
+    Take(bytes ? std::move(*bytes) : std::string(), keyCase, limit);
 }
 
-IniFile::IniFile(const String& path, const String& text) : IniFile(path, text.Utf8(), KeyCase::Exact) {}
+IniFile::IniFile(const String& path, const String& text)
+    : m_path(path), m_text(std::make_unique<IniText>(text.Utf8(), KeyCase::Exact)) {}
 
-IniFile::IniFile(const String& path, std::string bytes, KeyCase keyCase)
-    : m_path(path), m_lines(Lines(std::move(bytes), keyCase)) {}
+IniFile::IniFile(const String& path, std::string bytes, KeyCase keyCase, std::size_t limit) : m_path(path) {
+    Take(std::move(bytes), keyCase, limit);
+}
+
+void IniFile::Take(std::string bytes, KeyCase keyCase, std::size_t limit) {
+    if (m_read && (bytes.size() > limit || HasOverlongLine(bytes))) m_read = Result(EFBIG);
+    m_text = std::make_unique<IniText>(m_read ? std::move(bytes) : std::string(), keyCase);
+}
 
 IniFile::~IniFile() = default;
 IniFile::IniFile(IniFile&&) noexcept = default;
@@ -48,13 +58,13 @@ String IniFile::GetValue(const String& section, const String& key) const {
 
 bool IniFile::GetValue(const String& section, const String& key, String& value) const {
     std::string_view bytes;
-    const bool exists = m_lines->Get(section.Utf8(), key.Utf8(), bytes);
+    const bool exists = m_text->Get(section.Utf8(), key.Utf8(), bytes);
     if (exists) value = String::FromUtf8(bytes);
     return exists;
 }
 
 void IniFile::GetEntries(const String& section, Entries& entries) const {
-    const std::vector<IniLine> lines = m_lines->Entries(section.Utf8());
+    const std::vector<IniLine> lines = m_text->Entries(section.Utf8());
     // Backwards, so that the first of two same keys is the one that stays.
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
         entries[String::FromUtf8(line->name)] = String::FromUtf8(line->value);
@@ -62,12 +72,12 @@ void IniFile::GetEntries(const String& section, Entries& entries) const {
 }
 
 void IniFile::SetValue(const String& section, const String& key, const String& value) {
-    m_lines->Set(section.Utf8(), key.Utf8(), value.Utf8());
+    m_text->Set(section.Utf8(), key.Utf8(), value.Utf8());
 }
 
 Result IniFile::Write() const {
     const bool mayBeWritten = m_read || m_read == Result(ENOENT);
-    return mayBeWritten ? File::WritePieces(m_path, m_lines->Pieces()) : m_read;
+    return mayBeWritten ? File::WritePieces(m_path, m_text->Pieces()) : m_read;
 }
 
 }  // namespace corekit

@@ -1,6 +1,7 @@
 // INI files, edited line by line: what is not set stays byte for byte.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <string>
@@ -10,59 +11,71 @@
 
 namespace corekit {
 
-class IniLines;
+class IniText;
 
-/// An INI file in memory. Sections of the same name are one section; of two same keys the first counts;
+/// An INI file in memory. Sections of the same name are one section; the first of two same keys counts;
 /// comments begin with "#" or ";"; a value is all that follows the first "=", trimmed at both ends. Section
-/// names are case-sensitive. Setting a present key replaces its value only; a new key goes after its
-/// section's last entry (where the section occurs more than once: the last of all), a new section to the end;
-/// entries before any section belong to section "". Line ends of a value become blanks. Comments, blank
-/// lines, order, indentation, line ends, a byte-order mark and a missing last line end all stay.
+/// names are case-sensitive. Entries before any section belong to section "".
+///
+/// Setting a present key replaces its value only. A new key goes after its section's last entry (the last of
+/// all if the section occurs more than once), a new section to the end of the file. Line ends of a value
+/// become blanks. Comments, blank lines, order, indentation, line ends, a byte-order mark and a missing last
+/// line end all stay.
 class IniFile {
   public:
     enum class KeyCase {
         Exact,
-        FallBack,  // a key that is not found exactly is looked up without regard to case (files of old
-                   // agents)
+        FallBack,  // a key that is not found exactly is looked up without regard to case
     };
     using Entries = std::map<String, String, Ltstr>;
 
-    /// Reads the file; one that is missing or cannot be read is empty.
-    explicit IniFile(const String& path, KeyCase keyCase = KeyCase::Exact);
-    /// A file that is yet to be written, and the text that it begins with: nothing is read.
+    static constexpr std::size_t kMiB = std::size_t{1024} * 1024;
+    static constexpr std::size_t kLargestFile = 64 * kMiB;
+    static constexpr std::size_t kLongestLine = kMiB;
+
+    /// Reads the file. One that is missing, cannot be read, has more than `limit` bytes or a line of more
+    /// than kLongestLine is taken as empty; `ReadResult` tells.
+    explicit IniFile(const String& path, KeyCase keyCase = KeyCase::Exact, std::size_t limit = kLargestFile);
+
+    /// A file that is yet to be written, and the text that it begins with. Nothing is read.
     IniFile(const String& path, const String& text);
-    /// What was read of a file before.
-    IniFile(const String& path, std::string bytes, KeyCase keyCase);
+
+    /// A file whose bytes were read before; the same limits hold.
+    IniFile(const String& path, std::string bytes, KeyCase keyCase, std::size_t limit = kLargestFile);
+
     ~IniFile();
     IniFile(IniFile&&) noexcept;
     IniFile& operator=(IniFile&&) noexcept;
 
     const String& FileName() const;
 
-    /// How reading the file went.
+    /// How reading the file went; EFBIG if it or a line of it is too long.
     const Result& ReadResult() const { return m_read; }
 
-    /// The value; "" when the file has no such entry.
+    /// The value, or "" if the file has no such entry.
     String GetValue(const String& section, const String& key) const;
 
-    /// False, and `value` untouched, when the file has no such entry.
+    /// False, and `value` untouched, if the file has no such entry.
     bool GetValue(const String& section, const String& key, String& value) const;
 
     /// Adds all entries of a section to the map.
     void GetEntries(const String& section, Entries& entries) const;
 
-    /// An entry that no line could hold is left out: one whose key is empty, has "=" in it or begins with
-    /// "#", ";" or "[", or whose section has "]" in it.
+    /// Sets an entry, unless no line could hold it: its key is empty, has "=" in it or begins with "#", ";"
+    /// or
+    /// "[", or its section has "]" in it.
     void SetValue(const String& section, const String& key, const String& value);
 
-    /// Replaces the file in one step (see File::Write). A file that is there but could not be read is not
-    /// replaced: the result is why.
+    /// Replaces the file in one step, as File::Write does. A file that exists but could not be read is not
+    /// replaced; the result is then why it could not.
     Result Write() const;
 
   private:
+    void Take(std::string bytes, KeyCase keyCase, std::size_t limit);
+
     String m_path;
     Result m_read;
-    std::unique_ptr<IniLines> m_lines;
+    std::unique_ptr<IniText> m_text;
 };
 
 }  // namespace corekit

@@ -6,23 +6,23 @@
 #include <vector>
 
 #include "corekit/ini/IniFile.h"
-#include "corekit/ini/detail/IniLines.h"
+#include "corekit/ini/detail/IniText.h"
 #include "corekit/os/Descriptor.h"
 #include "tests/fuzz/Property.h"
 #include "tests/fuzz/Targets.h"
 
 namespace fuzz {
 
-using corekit::IniIndex;
+using KeyCase = corekit::IniFile::KeyCase;
 using corekit::IniLine;
-using corekit::IniLines;
+using corekit::IniText;
 using corekit::String;
 
 namespace {
 
 /// A text, and the entry that is set in it.
 struct Edit {
-    IniIndex::Match match;
+    KeyCase keyCase;
     std::string section;
     std::string key;
     std::string value;
@@ -30,7 +30,7 @@ struct Edit {
 
     explicit Edit(std::string_view input) {
         Parts parts(input);
-        match = parts.Next().empty() ? IniIndex::Match::Exact : IniIndex::Match::ElseAnyCase;
+        keyCase = parts.Next().empty() ? KeyCase::Exact : KeyCase::FallBack;
         section = parts.Next();
         key = parts.Next();
         value = parts.Next();
@@ -38,7 +38,7 @@ struct Edit {
     }
 };
 
-std::string Joined(const IniLines& lines) {
+std::string Joined(const IniText& lines) {
     std::string text;
     for (const std::string_view piece : lines.Pieces()) text += piece;
     return text;
@@ -51,7 +51,7 @@ std::string InOneLine(std::string value) {
     return std::string(corekit::TrimIniText(value));
 }
 
-std::vector<std::string> EntriesOf(IniLines& lines, const std::string& section) {
+std::vector<std::string> EntriesOf(IniText& lines, const std::string& section) {
     std::vector<std::string> entries;
     for (const IniLine& line : lines.Entries(section)) {
         entries.push_back(std::string(line.name) + "=" + std::string(line.value));
@@ -91,8 +91,8 @@ void CheckChange(const Edit& edit, bool wasThere, const std::string& after) {
 }
 
 void CheckOtherEntries(const Edit& edit, bool wasThere, const std::string& after) {
-    IniLines oldLines(edit.text, edit.match);
-    IniLines newLines(after, edit.match);
+    IniText oldLines(edit.text, edit.keyCase);
+    IniText newLines(after, edit.keyCase);
     const std::vector<std::string> before = EntriesOf(oldLines, edit.section);
     const std::vector<std::string> now = EntriesOf(newLines, edit.section);
     Holds(now.size() == before.size() + (wasThere ? 0 : 1), "the section has one entry more, if any");
@@ -102,7 +102,7 @@ void CheckOtherEntries(const Edit& edit, bool wasThere, const std::string& after
 }
 
 void CheckSetting(const Edit& edit) {
-    IniLines lines(edit.text, edit.match);
+    IniText lines(edit.text, edit.keyCase);
     Holds(Joined(lines) == edit.text, "a text that nothing is set in stays as it is");
     std::string_view value;
     const bool wasThere = lines.Get(edit.section, edit.key, value);
@@ -115,7 +115,7 @@ void CheckSetting(const Edit& edit) {
     CheckChange(edit, wasThere, after);
     CheckOtherEntries(edit, wasThere, after);
 
-    IniLines again(after, edit.match);
+    IniText again(after, edit.keyCase);
     Holds(again.Get(edit.section, edit.key, value) && value == InOneLine(edit.value),
           "what is written is what is read");
     again.Set(edit.section, edit.key, edit.value);
@@ -129,9 +129,7 @@ void CheckReading(const Edit& edit) {
     Holds(ftruncate(file.Get(), 0) == 0 && pwrite(file.Get(), edit.text.data(), edit.text.size(), 0) ==
                                                static_cast<ssize_t>(edit.text.size()),
           "the file can be written");
-    const corekit::IniFile ini(path, edit.match == IniIndex::Match::Exact
-                                         ? corekit::IniFile::KeyCase::Exact
-                                         : corekit::IniFile::KeyCase::FallBack);
+    const corekit::IniFile ini(path, edit.keyCase);
     corekit::IniFile::Entries entries;
     const String section = String::FromUtf8(edit.section);
     ini.GetEntries(section, entries);

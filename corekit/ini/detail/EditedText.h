@@ -1,4 +1,4 @@
-// A text and edits laid over its lines.
+// The lines of an INI file: what one says, and a text with edits laid over its lines.
 #pragma once
 
 #include <cstddef>
@@ -8,6 +8,23 @@
 #include <vector>
 
 namespace corekit {
+
+/// The parts of one line of an INI file (given without its "\n"); they are views into it.
+struct IniLine {
+    enum class Kind {
+        Section,  // [name], with blanks anywhere around the name; what follows "]" does not count
+        Entry,    // key=value; the key is not empty
+        Other,    // blank, comment or junk
+    };
+    Kind kind = Kind::Other;
+    std::string_view name;   // of the section, or the key; trimmed
+    std::string_view value;  // trimmed; an empty one lies after the blanks that follow "="
+};
+
+IniLine ParseIniLine(std::string_view line);
+
+/// The text without the blanks at both ends, which belong to no name and no value.
+std::string_view TrimIniText(std::string_view text);
 
 /// A text of lines that end with "\n". Lines are known by their place: the offset where they begin, or a
 /// number past the end of the text for one that has been added. Lines are given and taken without "\n".

@@ -1,12 +1,21 @@
-// Lines set and added over a text, and what comes of it.
+// What a line of an INI file is, and lines that are set and added in a text.
 #include <gtest/gtest.h>
 #include <string>
 
 #include "corekit/ini/detail/EditedText.h"
 
 using corekit::EditedText;
+using corekit::IniLine;
+using corekit::ParseIniLine;
+using Kind = corekit::IniLine::Kind;
 
 namespace {
+
+struct LineRow {
+    std::string_view line;
+    std::string_view name;
+    std::string_view value = {};
+};
 
 std::string Joined(const EditedText& text) {
     std::string joined;
@@ -23,6 +32,65 @@ std::string WithLines(const std::string& original, std::size_t offset, int count
 
 }  // namespace
 
+TEST(IniLine, RecognisesSections) {
+    constexpr LineRow rows[] = {
+        {"[a]", "a"},        {"[Client Transport]", "Client Transport"},
+        {" \t[a] \t", "a"},  {"[ a\t]", "a"},
+        {"[a] behind", "a"}, {"[a]=b", "a"},
+        {"[a]]", "a"},       {"[a]\r", "a"},
+        {"[a=b]", "a=b"},    {"[;a]", ";a"},
+        {"[]", ""},          {"[ ]", ""},
+        {"[[a]", "[a"},      {"[\xe4\xc3\xb6]", "\xe4\xc3\xb6"},
+    };
+    for (const LineRow& row : rows) {
+        const IniLine line = ParseIniLine(row.line);
+        EXPECT_EQ(line.kind, Kind::Section) << row.line;
+        EXPECT_EQ(line.name, row.name) << row.line;
+    }
+}
+
+TEST(IniLine, RecognisesEntries) {
+    constexpr LineRow rows[] = {
+        {"a=b", "a", "b"},
+        {"a=", "a", ""},
+        {" \ta\v =\f b \t\r", "a", "b"},
+        {"a b = c d", "a b", "c d"},
+        {"a=b=c", "a", "b=c"},
+        {"a==", "a", "="},
+        {"a=b # c ; d", "a", "b # c ; d"},
+        {"a=[b]", "a", "[b]"},
+        {"a#;[=b", "a#;[", "b"},
+        {"a=\"b\"", "a", "\"b\""},
+        {"a=b\rc\r", "a", "b\rc"},
+        {"\xe4=\xff", "\xe4", "\xff"},
+        {{"a\0b=c\0d", 7}, {"a\0b", 3}, {"c\0d", 3}},
+    };
+    for (const LineRow& row : rows) {
+        const IniLine line = ParseIniLine(row.line);
+        EXPECT_EQ(line.kind, Kind::Entry) << row.line;
+        EXPECT_EQ(line.name, row.name) << row.line;
+        EXPECT_EQ(line.value, row.value) << row.line;
+    }
+}
+
+TEST(IniLine, TakesEverythingElseAsNeither) {
+    for (const std::string_view text : {"", " ", "\r", "\t\r", "#", "# a=b", " ;a=b", ";", "#[a]", "=",
+                                        " = b", "a", "no equals sign", "[", "[a", "[a=b", " [a = b"}) {
+        const IniLine line = ParseIniLine(text);
+        EXPECT_EQ(line.kind, Kind::Other) << text;
+        EXPECT_EQ(line.name, "") << text;
+        EXPECT_EQ(line.value, "") << text;
+    }
+}
+
+TEST(IniLine, PutsAnEmptyValueAfterItsBlanks) {
+    for (const std::string_view text : {"a=  \t", "a=  \t\r"}) {
+        const IniLine line = ParseIniLine(text);
+        EXPECT_EQ(line.value, "");
+        EXPECT_EQ(line.value.data() - text.data(), 5);
+    }
+}
+
 TEST(EditedText, GivesBackWhatIsNotEdited) {
     for (const std::string original : {"", "\n", "a", "a\n", "a\r\n\r\nb\n",
                                        "\xef\xbb\xbf"
@@ -33,7 +101,7 @@ TEST(EditedText, GivesBackWhatIsNotEdited) {
     }
 }
 
-TEST(EditedText, BeginsBehindAByteOrderMark) {
+TEST(EditedText, BeginsAfterAByteOrderMark) {
     EXPECT_EQ(EditedText("").Begin(), 0U);
     EXPECT_EQ(EditedText("a\n").Begin(), 0U);
     EXPECT_EQ(EditedText("\xef\xbb").Begin(), 0U);
@@ -44,7 +112,7 @@ TEST(EditedText, BeginsBehindAByteOrderMark) {
               3U);
 }
 
-TEST(EditedText, KnowsItsLinesByTheirPlace) {
+TEST(EditedText, FindsALineByItsPlace) {
     const EditedText text("a\nbc\r\n\nd");
     EXPECT_EQ(text.Line(0), "a");
     EXPECT_EQ(text.Line(2), "bc\r");
@@ -74,7 +142,7 @@ TEST(EditedText, AddsLinesWithTheLineEndBeforeThem) {
     EXPECT_EQ(WithLines("\r\n", 2), "\r\n1\r\n");
 }
 
-TEST(EditedText, AddsFirstLinesWithTheLineEndBehindThem) {
+TEST(EditedText, AddsFirstLinesWithTheLineEndAfterThem) {
     EXPECT_EQ(WithLines("a\nb\r\n", 0), "1\na\nb\r\n");
     EXPECT_EQ(WithLines("a\r\nb\n", 0), "1\r\na\r\nb\n");
     EXPECT_EQ(WithLines("\xef\xbb\xbf"
@@ -100,7 +168,7 @@ TEST(EditedText, KeepsAMissingLastLineEnd) {
               "a\n1");
 }
 
-TEST(EditedText, ReplacesTheLastLineAndAddsBehindIt) {
+TEST(EditedText, ReplacesTheLastLineAndAddsAfterIt) {
     EditedText text("a\nb");
     text.AddLine(3, 0, "c");
     text.SetLine(2, "B");

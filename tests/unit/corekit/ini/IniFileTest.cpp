@@ -4,6 +4,7 @@
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "corekit/ini/IniFile.h"
 #include "tests/support/PrintResult.h"
@@ -174,17 +175,51 @@ TEST_F(IniFileTest, MovesWithWhatWasSet) {
     EXPECT_EQ(Content(), "[s]\nk=2\nn=3\n");
 }
 
-TEST_F(IniFileTest, ServesALineOfTenMegabytes) {
-    const std::string large(10'000'000, 'x');
-    IniFile file(Make("[s]\nk=" + large));
-    EXPECT_EQ(file.GetValue(L"s", L"k").Length(), large.size());
+TEST_F(IniFileTest, ReadsALineOfOneMebibyte) {
+    const std::string longest(IniFile::kLongestLine - 2, 'x');
+    IniFile file(Make("[s]\nk=" + longest + "\nl=" + longest));
+    ASSERT_EQ(file.ReadResult(), Result());
+    EXPECT_EQ(file.GetValue(L"s", L"l").Length(), longest.size());
     for (int i = 0; i < 100; ++i) file.SetValue(L"s", L"n" + String::FromInt(i), L"1");
     file.SetValue(L"s", L"k", L"small");
     EXPECT_EQ(file.Write(), Result());
-    EXPECT_TRUE(Content().starts_with("[s]\nk=small\nn0=1\nn1=1\n"));
+    EXPECT_TRUE(Content().starts_with("[s]\nk=small\nl=xx"));
 }
 
-TEST_F(IniFileTest, ServesAHundredThousandLines) {
+TEST_F(IniFileTest, RefusesALineOverOneMebibyte) {
+    const std::string tooLong(IniFile::kLongestLine - 1, 'x');
+    for (const std::string& content : {"[s]\na=1\nk=" + tooLong, "[s]\nk=" + tooLong + "\na=1\n"}) {
+        const IniFile file(Make(content));
+        EXPECT_EQ(file.ReadResult(), Result(EFBIG));
+        EXPECT_EQ(file.GetValue(L"s", L"a"), L"");
+        EXPECT_EQ(file.Write(), Result(EFBIG));
+        EXPECT_TRUE(Content() == content);
+        EXPECT_EQ(IniFile(Path(), content, IniFile::KeyCase::Exact).ReadResult(), Result(EFBIG));
+    }
+}
+
+TEST_F(IniFileTest, RefusesAFileOverItsLimit) {
+    const std::string content = "[s]\nk=1\n";
+    for (const auto& [limit, expected] :
+         {std::pair(content.size(), Result()), {content.size() - 1, Result(EFBIG)}}) {
+        const IniFile file(Make(content), IniFile::KeyCase::Exact, limit);
+        EXPECT_EQ(file.ReadResult(), expected);
+        EXPECT_EQ(file.GetValue(L"s", L"k"), expected ? L"1" : L"");
+        const IniFile given(Path(), content, IniFile::KeyCase::Exact, limit);
+        EXPECT_EQ(given.ReadResult(), expected);
+    }
+}
+
+TEST_F(IniFileTest, ReadsSixtyFourMebibytesUnlessToldOtherwise) {
+    std::string content;
+    const std::string line(99, '#');
+    while (content.size() + 100 <= IniFile::kLargestFile) content += line + "\n";
+    content.append(IniFile::kLargestFile - content.size(), '\n');
+    EXPECT_EQ(IniFile(Make(content)).ReadResult(), Result());
+    EXPECT_EQ(IniFile(Make(content + "\n")).ReadResult(), Result(EFBIG));
+}
+
+TEST_F(IniFileTest, EditsAFileOfAHundredThousandLines) {
     std::string before;
     std::string after;
     for (int i = 0; i < 100'000; ++i) {

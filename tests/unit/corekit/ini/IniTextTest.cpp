@@ -1,27 +1,31 @@
-// Entries read from and set in the bytes of an INI file: what changes, and that nothing else does.
+// Sections and their entries, and what is set in an INI file's text: what changes, and that nothing else
+// does.
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "corekit/ini/detail/IniLines.h"
+#include "corekit/ini/detail/IniText.h"
 
-using corekit::IniIndex;
+using corekit::EditedText;
+using corekit::IniFile;
 using corekit::IniLine;
-using corekit::IniLines;
+using corekit::IniSection;
+using corekit::IniText;
 
 namespace {
 
-constexpr IniIndex::Match kExact = IniIndex::Match::Exact;
-constexpr IniIndex::Match kAnyCase = IniIndex::Match::ElseAnyCase;
+constexpr IniFile::KeyCase kExact = IniFile::KeyCase::Exact;
+constexpr IniFile::KeyCase kAnyCase = IniFile::KeyCase::FallBack;
 
-std::string Text(const IniLines& lines) {
+std::string Text(const IniText& lines) {
     std::string text;
     for (const std::string_view piece : lines.Pieces()) text += piece;
     return text;
 }
 
-std::string Value(IniLines& lines, std::string_view section, std::string_view key) {
+std::string Value(IniText& lines, std::string_view section, std::string_view key) {
     std::string_view value = "(none)";
     const bool exists = lines.Get(section, key, value);
     EXPECT_EQ(exists, value != "(none)");
@@ -29,15 +33,15 @@ std::string Value(IniLines& lines, std::string_view section, std::string_view ke
 }
 
 std::string ValueIn(const std::string& text, std::string_view section, std::string_view key,
-                    IniIndex::Match match = kExact) {
-    IniLines lines(text, match);
+                    IniFile::KeyCase keyCase = kExact) {
+    IniText lines(text, keyCase);
     return Value(lines, section, key);
 }
 
 using Pairs = std::vector<std::pair<std::string, std::string>>;
 
 Pairs EntriesIn(const std::string& text, std::string_view section) {
-    IniLines lines(text, kExact);
+    IniText lines(text, kExact);
     Pairs pairs;
     for (const IniLine& entry : lines.Entries(section)) pairs.emplace_back(entry.name, entry.value);
     return pairs;
@@ -45,10 +49,27 @@ Pairs EntriesIn(const std::string& text, std::string_view section) {
 
 /// The text after key `k` of section `s` was set to "new".
 std::string WithKey(const std::string& text) {
-    IniLines lines(text, kExact);
+    IniText lines(text, kExact);
     lines.Set("s", "k", "new");
     EXPECT_EQ(Value(lines, "s", "k"), "new");
     return Text(lines);
+}
+
+/// A text that is one section.
+struct WholeSection {
+    explicit WholeSection(const std::string& original) : text(original), section(text, 0) {
+        section.AddPart(0, original.size(), 0);
+    }
+    EditedText text;
+    IniSection section;
+};
+
+using Places = std::vector<EditedText::Place>;
+
+std::string Joined(const EditedText& text) {
+    std::string joined;
+    for (const std::string_view piece : text.Pieces()) joined += piece;
+    return joined;
 }
 
 struct Row {
@@ -58,7 +79,98 @@ struct Row {
 
 }  // namespace
 
-TEST(IniLines, ReadsValues) {
+TEST(IniSection, FindsKeysOfEveryLength) {
+    std::string original;
+    for (std::size_t length = 1; length <= 40; ++length) original += std::string(length, 'k') + "=v\n";
+    WholeSection whole(original);
+    std::size_t place = 0;
+    for (std::size_t length = 1; length <= 40; place += length + 3, ++length) {
+        EXPECT_EQ(whole.section.Find(std::string(length, 'k'), kExact), place) << length;
+        EXPECT_EQ(whole.section.Find(std::string(length, 'K'), kAnyCase), place) << length;
+        EXPECT_EQ(whole.section.Find(std::string(length, 'K'), kExact), IniSection::kNone) << length;
+    }
+    EXPECT_EQ(whole.section.Find("", kAnyCase), IniSection::kNone);
+}
+
+TEST(IniSection, FindsTheFirstOfSameKeys) {
+    WholeSection whole("k=1\nk=2\nk=3\n");
+    EXPECT_EQ(whole.section.Find("k", kExact), 0U);
+    EXPECT_EQ(whole.section.Entries(), (Places{0, 4, 8}));
+}
+
+TEST(IniSection, PrefersTheExactKeyAndThenTheFirstOfAnyCase) {
+    WholeSection whole("KEY=1\nkEy=2\nkey=3\n");
+    EXPECT_EQ(whole.section.Find("key", kAnyCase), 12U);
+    EXPECT_EQ(whole.section.Find("kEy", kAnyCase), 6U);
+    EXPECT_EQ(whole.section.Find("keY", kAnyCase), 0U);
+    EXPECT_EQ(whole.section.Find("keY", kExact), IniSection::kNone);
+}
+
+TEST(IniSection, FoldsTheCaseOfAsciiLettersOnly) {
+    WholeSection whole("x[\xc3\x84@=1\n");
+    EXPECT_EQ(whole.section.Find("x{\xc3\xa4`", kAnyCase), IniSection::kNone);
+    EXPECT_EQ(whole.section.Find("x[\xc3\x84`", kAnyCase), IniSection::kNone);
+}
+
+TEST(IniSection, FindsEachOfTwoHundredThousandEntries) {
+    std::string original;
+    for (int i = 0; i < 200000; ++i) original += "key" + std::to_string(i) + "=value\n";
+    WholeSection whole(original);
+    const Places places = whole.section.Entries();
+    ASSERT_EQ(places.size(), 200000U);
+    EXPECT_TRUE(std::ranges::is_sorted(places));
+    for (std::size_t i = 0; i < places.size(); i += 97) {
+        ASSERT_EQ(whole.section.Find("KEY" + std::to_string(i), kAnyCase), places[i]);
+    }
+    EXPECT_EQ(whole.section.Find("key200000", kAnyCase), IniSection::kNone);
+}
+
+TEST(IniSection, HasTheEntriesOfItsPartsOnly) {
+    EditedText text("a=1\nb=2\n# c=3\njunk\nd=4\ne=5");
+    IniSection section(text, 0);
+    section.AddPart(4, 19, 4);
+    section.AddPart(23, 26, 23);
+    EXPECT_EQ(section.Entries(), (Places{4, 23}));
+    EXPECT_EQ(section.Find("b", kExact), 4U);
+    EXPECT_EQ(section.Find("E", kAnyCase), 23U);
+    for (const std::string_view key : {"a", "# c", "c", "d", "B", ""}) {
+        EXPECT_EQ(section.Find(key, kExact), IniSection::kNone) << key;
+    }
+}
+
+TEST(IniSection, AddsAfterItsLastEntry) {
+    EditedText text("a=1\n\nb=2\n\nc=3\n");
+    IniSection section(text, 0);
+    section.AddPart(0, 10, 0);
+    section.AddEntry("k", "v");
+    section.AddEntry("l", "");
+    EXPECT_EQ(Joined(text), "a=1\n\nb=2\nk=v\nl=\n\nc=3\n");
+    EXPECT_EQ(text.Line(section.Find("k", kExact)), "k=v");
+    EXPECT_EQ(section.Entries().size(), 4U);
+}
+
+TEST(IniSection, AddsItsFirstEntryAfterItsHeader) {
+    EditedText text("\n#\n\n#\n");
+    IniSection section(text, 0);
+    section.AddPart(0, 1, 0);
+    section.AddPart(3, 6, 4);
+    section.AddEntry("k", "v");
+    EXPECT_EQ(Joined(text), "\n#\n\nk=v\n#\n");
+}
+
+TEST(IniSection, AddsInTheOrderOfRanks) {
+    EditedText text("a=1\n");
+    IniSection second(text, 2);
+    IniSection first(text, 1);
+    second.AddPart(4, 4, 4);
+    first.AddPart(4, 4, 4);
+    second.AddEntry("k", "second");
+    first.AddEntry("k", "first");
+    second.AddEntry("l", "second");
+    EXPECT_EQ(Joined(text), "a=1\nk=first\nk=second\nl=second\n");
+}
+
+TEST(IniText, ReadsValues) {
     const std::string text = "top=0\n[s]\n# k=comment\n;k=comment\nk = a=b \n[t u]\nk=c\n";
     EXPECT_EQ(ValueIn(text, "", "top"), "0");
     EXPECT_EQ(ValueIn(text, "s", "k"), "a=b");
@@ -71,18 +183,18 @@ TEST(IniLines, ReadsValues) {
     EXPECT_EQ(ValueIn("", "s", "k"), "(none)");
 }
 
-TEST(IniLines, ReadsTheFirstOfTwoSameKeys) {
+TEST(IniText, ReadsTheFirstOfTwoSameKeys) {
     EXPECT_EQ(ValueIn("[s]\nk=1\nk=2\n", "s", "k"), "1");
     EXPECT_EQ(ValueIn("[s]\nk=1\n[t]\n[s]\nk=2\n", "s", "k"), "1");
 }
 
-TEST(IniLines, TakesSectionsOfTheSameNameAsOne) {
+TEST(IniText, TakesSectionsOfTheSameNameAsOne) {
     const std::string text = "[s]\na=1\n[t]\nx=9\n[s]\nb=2\n";
     EXPECT_EQ(ValueIn(text, "s", "b"), "2");
     EXPECT_EQ(EntriesIn(text, "s"), (Pairs{{"a", "1"}, {"b", "2"}}));
 }
 
-TEST(IniLines, KnowsTheCaseOfNames) {
+TEST(IniText, DistinguishesNamesByTheirCase) {
     const std::string text = "[S]\nK=1\n";
     EXPECT_EQ(ValueIn(text, "S", "k"), "(none)");
     EXPECT_EQ(ValueIn(text, "s", "K"), "(none)");
@@ -90,48 +202,48 @@ TEST(IniLines, KnowsTheCaseOfNames) {
     EXPECT_EQ(ValueIn(text, "S", "k", kAnyCase), "1");
 }
 
-TEST(IniLines, FallsBackToAnyCaseOnlyWithoutTheExactKey) {
+TEST(IniText, FallsBackToAnyCaseOnlyWithoutTheExactKey) {
     const std::string text = "[s]\nKey=1\nKEY=2\nkey=3\n";
     EXPECT_EQ(ValueIn(text, "s", "key", kAnyCase), "3");
     EXPECT_EQ(ValueIn(text, "s", "KEY", kAnyCase), "2");
     EXPECT_EQ(ValueIn(text, "s", "kEY", kAnyCase), "1");
 }
 
-TEST(IniLines, ListsEntriesInOrder) {
+TEST(IniText, ListsEntriesInOrder) {
     EXPECT_EQ(EntriesIn("a=0\n[s]\nb=1\njunk\na=\nb=3\n[t]\nc=4\n", "s"),
               (Pairs{{"b", "1"}, {"a", ""}, {"b", "3"}}));
     EXPECT_EQ(EntriesIn("a=0\n[s]\nb=1\n", ""), (Pairs{{"a", "0"}}));
     EXPECT_EQ(EntriesIn("a=0\n[s]\nb=1\n", "t"), Pairs());
 }
 
-TEST(IniLines, TakesABrokenHeaderAsJunk) {
+TEST(IniText, TakesABrokenHeaderAsJunk) {
     const std::string text = "[s]\n[broken\nk=1\n";
     EXPECT_EQ(ValueIn(text, "s", "k"), "1");
     EXPECT_EQ(WithKey(text), "[s]\n[broken\nk=new\n");
 }
 
-TEST(IniLines, KnowsAHeaderByTheLineThatItStandsOn) {
+TEST(IniText, TakesOnlyABracketAtTheBeginOfALineForAHeader) {
     const std::string text = "x=[s]\n[s] [t] [\n \t[ u ]\r\n\r[v]\n a [w]\n[x\n[y]";
     EXPECT_EQ(EntriesIn(text, ""), (Pairs{{"x", "[s]"}}));
     for (const std::string_view section : {"s", "u", "v", "y"}) {
-        IniLines lines(text, kExact);
+        IniText lines(text, kExact);
         lines.Set(section, "k", "1");
         EXPECT_EQ(Text(lines).size(), text.size() + (section == "u" ? 5 : 4)) << section;
     }
     for (const std::string_view section : {"t", "w", "x"}) {
-        IniLines lines(text, kExact);
+        IniText lines(text, kExact);
         lines.Set(section, "k", "1");
         EXPECT_EQ(Text(lines), text + "\n[" + std::string(section) + "]\nk=1");
     }
 }
 
-TEST(IniLines, DoesNotTakeAByteOrderMarkForPartOfAName) {
+TEST(IniText, DoesNotTakeAByteOrderMarkForPartOfAName) {
     EXPECT_EQ(ValueIn("\xef\xbb\xbf[s]\nk=1\n", "s", "k"), "1");
     EXPECT_EQ(ValueIn("\xef\xbb\xbfk=1\n", "", "k"), "1");
     EXPECT_EQ(WithKey("\xef\xbb\xbf[s]\r\nk=1\r\n"), "\xef\xbb\xbf[s]\r\nk=new\r\n");
 }
 
-TEST(IniLines, ReplacesTheValueOnly) {
+TEST(IniText, ReplacesTheValueOnly) {
     const Row rows[] = {
         {"[s]\nk=old\n", "[s]\nk=new\n"},
         {"[s]\nk=old", "[s]\nk=new"},
@@ -151,7 +263,7 @@ TEST(IniLines, ReplacesTheValueOnly) {
     for (const Row& row : rows) EXPECT_EQ(WithKey(row.before), row.after);
 }
 
-TEST(IniLines, AddsAKeyBehindTheLastEntryOfItsSection) {
+TEST(IniText, AddsAKeyAfterTheLastEntryOfItsSection) {
     const Row rows[] = {
         {"[s]\na=1\n", "[s]\na=1\nk=new\n"},
         {"[s]\na=1", "[s]\na=1\nk=new"},
@@ -163,7 +275,7 @@ TEST(IniLines, AddsAKeyBehindTheLastEntryOfItsSection) {
     for (const Row& row : rows) EXPECT_EQ(WithKey(row.before), row.after);
 }
 
-TEST(IniLines, AddsAKeyBehindTheHeaderOfASectionWithoutEntries) {
+TEST(IniText, AddsAKeyAfterTheHeaderOfASectionWithoutEntries) {
     const Row rows[] = {
         {"[s]\n", "[s]\nk=new\n"},
         {"[s]", "[s]\nk=new"},
@@ -173,7 +285,7 @@ TEST(IniLines, AddsAKeyBehindTheHeaderOfASectionWithoutEntries) {
     for (const Row& row : rows) EXPECT_EQ(WithKey(row.before), row.after);
 }
 
-TEST(IniLines, AddsAKeyToTheLastPartOfASectionThatHasEntries) {
+TEST(IniText, AddsAKeyToTheLastPartOfASectionThatHasEntries) {
     const Row rows[] = {
         {"[s]\na=1\n[t]\n[s]\nb=2\n[t]\n", "[s]\na=1\n[t]\n[s]\nb=2\nk=new\n[t]\n"},
         {"[s]\na=1\n[t]\n[s]\n# none\n", "[s]\na=1\nk=new\n[t]\n[s]\n# none\n"},
@@ -182,7 +294,7 @@ TEST(IniLines, AddsAKeyToTheLastPartOfASectionThatHasEntries) {
     for (const Row& row : rows) EXPECT_EQ(WithKey(row.before), row.after);
 }
 
-TEST(IniLines, AddsASectionAtTheEnd) {
+TEST(IniText, AddsASectionAtTheEnd) {
     const Row rows[] = {
         {"", "[s]\nk=new\n"},
         {"\xef\xbb\xbf", "\xef\xbb\xbf[s]\nk=new\n"},
@@ -195,7 +307,7 @@ TEST(IniLines, AddsASectionAtTheEnd) {
     for (const Row& row : rows) EXPECT_EQ(WithKey(row.before), row.after);
 }
 
-TEST(IniLines, AddsAKeyWithoutASectionBeforeTheFirst) {
+TEST(IniText, AddsAKeyWithoutASectionBeforeTheFirst) {
     const Row rows[] = {
         {"", "k=v\n"},
         {"# comment", "# comment\nk=v"},
@@ -205,23 +317,23 @@ TEST(IniLines, AddsAKeyWithoutASectionBeforeTheFirst) {
         {"x=1\n\n# about s\n[s]\na=1\n", "x=1\nk=v\n\n# about s\n[s]\na=1\n"},
     };
     for (const Row& row : rows) {
-        IniLines lines(row.before, kExact);
+        IniText lines(row.before, kExact);
         lines.Set("", "k", "v");
         EXPECT_EQ(Text(lines), row.after);
         EXPECT_EQ(Value(lines, "", "k"), "v");
     }
 }
 
-TEST(IniLines, AddsNoKeyThatWouldPassForAByteOrderMark) {
-    IniLines lines("[s]\n", kExact);
+TEST(IniText, AddsNoKeyThatWouldBeMisreadAsAByteOrderMark) {
+    IniText lines("[s]\n", kExact);
     lines.Set("", "\xef\xbb\xbfk", "v");
     EXPECT_EQ(Text(lines), "[s]\n");
     lines.Set("s", "\xef\xbb\xbfk", "v");
     EXPECT_EQ(Text(lines), "[s]\n\xef\xbb\xbfk=v\n");
 }
 
-TEST(IniLines, KeepsWhatIsAddedInOrderAndTogether) {
-    IniLines lines("[a]\nx=1", kExact);
+TEST(IniText, KeepsWhatIsAddedInOrderAndTogether) {
+    IniText lines("[a]\nx=1", kExact);
     lines.Set("new", "k1", "1");
     lines.Set("other", "k1", "2");
     lines.Set("a", "y", "3");
@@ -230,8 +342,8 @@ TEST(IniLines, KeepsWhatIsAddedInOrderAndTogether) {
     EXPECT_EQ(Text(lines), "[a]\nx=1\ny=3\nz=5\n[new]\nk1=1\nk2=4\n[other]\nk1=2");
 }
 
-TEST(IniLines, SetsAgainWhatWasSet) {
-    IniLines lines("[s]\nold=1\n", kExact);
+TEST(IniText, SetsAgainWhatWasSet) {
+    IniText lines("[s]\nold=1\n", kExact);
     for (const std::string value :
          {"a", "a much longer value than before, longer than any small buffer", "", "b"}) {
         lines.Set("s", "old", value);
@@ -244,14 +356,14 @@ TEST(IniLines, SetsAgainWhatWasSet) {
     EXPECT_EQ(Text(lines), "[s]\nold=b\nadded=b\n[t]\nadded=b\n");
 }
 
-TEST(IniLines, SetsTheEntryThatItFindsInAnyCase) {
-    IniLines lines("[s]\nKey=1\n", kAnyCase);
+TEST(IniText, SetsTheEntryThatItFindsInAnyCase) {
+    IniText lines("[s]\nKey=1\n", kAnyCase);
     lines.Set("s", "key", "2");
     EXPECT_EQ(Text(lines), "[s]\nKey=2\n");
 }
 
-TEST(IniLines, SetsAValueFromItsOwnText) {
-    IniLines lines("[s]\nk=value\n", kExact);
+TEST(IniText, SetsAValueFromItsOwnText) {
+    IniText lines("[s]\nk=value\n", kExact);
     for (int i = 0; i < 3; ++i) {
         std::string_view value;
         ASSERT_TRUE(lines.Get("s", "k", value));
@@ -261,8 +373,8 @@ TEST(IniLines, SetsAValueFromItsOwnText) {
     EXPECT_EQ(Text(lines), "[s]\nk=value\ncopy=value\n");
 }
 
-TEST(IniLines, MakesBlanksOfLineEnds) {
-    IniLines lines("[s]\nk=1\n", kExact);
+TEST(IniText, MakesBlanksOfLineEnds) {
+    IniText lines("[s]\nk=1\n", kExact);
     lines.Set("s", "k", "a\nb=2\r\n[t]");
     lines.Set("s", "n\nm=", "left out");
     lines.Set("s", "n\nm", std::string_view("x\0y\r", 4));
@@ -273,8 +385,8 @@ TEST(IniLines, MakesBlanksOfLineEnds) {
     EXPECT_EQ(Value(lines, "u\r\nv", "k"), "z");
 }
 
-TEST(IniLines, TrimsValuesThatAreSet) {
-    IniLines lines("[s]\nk = old\n", kExact);
+TEST(IniText, TrimsValuesThatAreSet) {
+    IniText lines("[s]\nk = old\n", kExact);
     for (int time = 0; time < 2; ++time) {
         lines.Set("s", "k", " new\n");
         lines.Set("s", "added", "\tx ");
@@ -282,8 +394,8 @@ TEST(IniLines, TrimsValuesThatAreSet) {
     }
 }
 
-TEST(IniLines, TrimsNames) {
-    IniLines lines("[s]\nk=1\n", kExact);
+TEST(IniText, TrimsNames) {
+    IniText lines("[s]\nk=1\n", kExact);
     lines.Set(" s\t", " k ", "2");
     lines.Set(" t ", " n ", "3");
     EXPECT_EQ(Text(lines), "[s]\nk=2\n[t]\nn=3\n");
@@ -291,8 +403,8 @@ TEST(IniLines, TrimsNames) {
     EXPECT_EQ(lines.Entries(" t ").size(), 1U);
 }
 
-TEST(IniLines, LeavesOutWhatNoLineCanHold) {
-    IniLines lines("[s]\nk=1\n", kExact);
+TEST(IniText, IgnoresEntriesThatNoLineCanHold) {
+    IniText lines("[s]\nk=1\n", kExact);
     for (const std::string_view key : {"", " ", "a=b", "=", "[a]", "[a", "#a", ";a", " #a"}) {
         lines.Set("s", key, "v");
         lines.Set("", key, "v");
@@ -303,10 +415,10 @@ TEST(IniLines, LeavesOutWhatNoLineCanHold) {
     EXPECT_EQ(Text(lines), "[s]\nk=1\n");
 }
 
-TEST(IniLines, TakesAnyBytes) {
+TEST(IniText, TakesAnyBytes) {
     std::string bytes;
     for (int i = 0; i < 4096; ++i) bytes += static_cast<char>(i * 37 % 256);
-    EXPECT_EQ(Text(IniLines(bytes, kExact)), bytes);
+    EXPECT_EQ(Text(IniText(bytes, kExact)), bytes);
     const std::string after = WithKey(bytes);
     EXPECT_TRUE(after.starts_with(bytes));
     EXPECT_EQ(after.substr(bytes.size()), bytes.ends_with('\n') ? "[s]\nk=new\n" : "\n[s]\nk=new");
