@@ -38,7 +38,7 @@ IniFile::IniFile(const String& path, std::string bytes, KeyCase keyCase, std::si
 }
 
 void IniFile::Take(std::string bytes, KeyCase keyCase, std::size_t limit) {
-    if (m_read && (bytes.size() > limit || HasOverlongLine(bytes))) m_read = Result(EFBIG);
+    if (m_read && (bytes.size() > limit || HasOverlongLine(bytes))) m_read = Result(EFBIG).About(m_path);
     m_text = std::make_unique<IniText>(m_read ? std::move(bytes) : std::string(), keyCase);
 }
 
