@@ -19,7 +19,7 @@ using corekit::String;
 
 namespace {
 
-std::string Text(const KeyPath& path) {
+std::string Text(const ConfKey& path) {
     return (String(path.section) + L"/" + path.key).Utf8();
 }
 
