@@ -21,6 +21,7 @@ known() {
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -configure -noimode|here
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
 bats tests/scenarios/refusals.bats|here
+build/dev/tests/unit/agents/carry/unit_agents_carry --gtest_filter='-*WhateverFails*'|script/test
 build/dev/tests/unit/settings/unit_settings --gtest_filter='*PathMacros*'|script/test
 clang-format -i|script/check
 man ./docs/qdn-configure.8|tests/docs/pages.bats
