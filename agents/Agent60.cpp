@@ -22,7 +22,7 @@ using corekit::String;
 namespace {
 
 /// The failure of every operation that takes a client.conf where none is known. The caller has a text for it.
-tl::unexpected<Failure> FailWithoutConf() {
+Failure FailWithoutConf() {
     return Fail(String());
 }
 

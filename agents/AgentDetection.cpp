@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <optional>
 #include <string>
-#include <sys/stat.h>
 #include <utility>
 #include <vector>
 
@@ -20,6 +19,7 @@
 #include "run/Args.h"
 #include "run/Keys.h"
 #include "run/Names.h"
+#include "run/UnfinishedRun.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -52,30 +52,41 @@ String FileOf(const String& installDir, const wchar_t* file) {
     return installDir.IsEmpty() ? String() : installDir + file;
 }
 
-/// The copy that an upgrade saves; empty unless it was cut off: one that came to its end has opened the copy
-/// to others.
-String CopyOfUnfinishedUpgrade(const String& installDir) {
-    const String path = FileOf(installDir, Names::kSavedClientConf);
-    struct stat info {};
-    const bool isOpen = stat(path.Utf8().c_str(), &info) == 0 && (info.st_mode & (S_IRGRP | S_IROTH)) != 0;
-    return isOpen ? String() : path;
+/// The file that describes the agent of an install directory: the copy of it while an upgrade has not come to
+/// its end, and none while a first configuration has not.
+String ConfOf(const String& installDir) {
+    switch (FindUnfinishedRun(installDir)) {
+        case Unfinished::FirstConfiguration:
+            return String();
+        case Unfinished::Upgrade:
+            return FileOf(installDir, Names::kSavedClientConf);
+        default:
+            return FileOf(installDir, Names::kClientConf);
+    }
 }
 
-/// Copies come last: one is all that there is when an upgrade was killed after it had removed the old agent
-/// and before its own configuration was in place.
-std::vector<Candidate> Candidates(const String& packageDir) {
+/// The same for the path of a client.conf, which need not lie in an install directory.
+String ConfAt(const String& path) {
+    if (!path.EndsWith(Names::kClientConf)) return path;
+    return ConfOf(path.Left(path.Length() - String(Names::kClientConf).Length()));
+}
+
+std::vector<Candidate> Candidates(const String& packageDir, const std::vector<String>& moreDirs) {
     std::vector<Candidate> candidates;
     // The package usually lies at the usual place: no file is to be warned of twice.
     const auto add = [&](const String& path, ChosenBy chosenBy) {
         const bool isNew = std::ranges::find(candidates, path, &Candidate::path) == candidates.end();
         if (!path.IsEmpty() && isNew) candidates.push_back({path, chosenBy});
     };
-    add(corekit::Env::Get(kConfigVariable).value_or(String()), ChosenBy::Administrator);
-    for (const String& path : {FileOf(kUsualDir, Names::kClientConf), String(Names::kMigrateClientConf),
-                               String(Names::kReinstallClientConf), String(Names::kInventoryConf),
-                               FileOf(packageDir, Names::kClientConf), CopyOfUnfinishedUpgrade(kUsualDir),
-                               CopyOfUnfinishedUpgrade(packageDir)})
+    add(ConfAt(corekit::Env::Get(kConfigVariable).value_or(String())), ChosenBy::Administrator);
+    for (const String& path :
+         {ConfOf(kUsualDir), String(Names::kMigrateClientConf), String(Names::kReinstallClientConf),
+          String(Names::kInventoryConf), ConfOf(packageDir)})
         add(path, ChosenBy::Program);
+    for (const String& directory : moreDirs) {
+        if (FindUnfinishedRun(directory) == Unfinished::Upgrade)
+            add(ConfOf(directory), ChosenBy::Administrator);
+    }
     return candidates;
 }
 
@@ -99,9 +110,9 @@ std::unique_ptr<Agent> AgentFromFirst(const std::vector<Candidate>& candidates) 
 
 }  // namespace
 
-std::unique_ptr<Agent> FindInstalledAgent() {
+std::unique_ptr<Agent> FindInstalledAgent(const std::vector<String>& moreDirs) {
     const String packageDir = QueryPackageDir();
-    if (auto agent = AgentFromFirst(Candidates(packageDir))) return agent;
+    if (auto agent = AgentFromFirst(Candidates(packageDir, moreDirs))) return agent;
     if (packageDir.IsEmpty()) return nullptr;
     return std::make_unique<UnsupportedAgent>(String(), packageDir);
 }
@@ -112,7 +123,10 @@ std::unique_ptr<Agent> CreateCurrentAgent() {
 
 std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
     if (baseDir.IsEmpty()) return nullptr;
-    return AgentFromFirst({{baseDir + Names::kClientConf, ChosenBy::Administrator}});
+    std::vector<Candidate> candidates = {{baseDir + Names::kClientConf, ChosenBy::Administrator}};
+    if (FindUnfinishedRun(baseDir) == Unfinished::Upgrade)
+        candidates.push_back({baseDir + Names::kSavedClientConf, ChosenBy::Administrator});
+    return AgentFromFirst(candidates);
 }
 
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {

@@ -34,9 +34,7 @@ class UnreadableAgent : public Agent {
     Outcome<> RemoveFiles(const corekit::String&) override { return FailToRead(); }
 
   private:
-    tl::unexpected<Failure> FailToRead() const {
-        return FailAt(Texts::kUnreadableFile, ConfPath(), m_cause);
-    }
+    Failure FailToRead() const { return FailAt(Texts::kUnreadableFile, ConfPath(), m_cause); }
 
     corekit::Result m_cause;
 };

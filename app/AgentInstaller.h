@@ -1,7 +1,8 @@
-// The application: a banner, and the command that the command line names.
+// The application: the banner before every command.
 #pragma once
 
 #include "corekit/os/Application.h"
+#include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -9,7 +10,10 @@ class AgentInstaller : public corekit::CommandBasedApp {
   public:
     using CommandBasedApp::CommandBasedApp;
 
-    int AppMain() override;
+    int AppMain() override {
+        Messages::Tell(L"Zorvane Agent for UNIX and Linux Configuration utility.\n");
+        return Run();
+    }
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "agents/AgentDetection.h"
-#include "app/CommandStatus.h"
+#include "app/Refusals.h"
 #include "config/SystemProbes.h"
 #include "run/Args.h"
 #include "run/Error.h"
@@ -36,7 +36,7 @@ bool ParseArguments(const std::vector<String>& arguments) {
 }  // namespace
 
 unsigned CleanCommand::Run(const std::vector<String>& arguments) {
-    if (IsRefusedByRunningAgent(kRunning)) return kFailure;
+    if (RefuseOrdinaryUser() || RefuseRunningAgent(kRunning)) return kFailure;
     if (!ParseArguments(arguments)) return kUsageError;
     const String& baseDir = arguments.front();
     if (HasRegisteredSolutions(baseDir)) {
@@ -44,19 +44,15 @@ unsigned CleanCommand::Run(const std::vector<String>& arguments) {
         return kFailure;
     }
     const RunLock lock;
-    if (IsRefusedByAnotherRun(lock)) return kFailure;
+    if (RefuseSecondRun(lock)) return kFailure;
     const auto agent = AgentFromBaseDir(baseDir);
     if (!agent) {
         Messages::Tell(String(kNoClientConf).Arg(Messages::Shown(baseDir)));
         return kSuccess;
     }
-    const Outcome<> cleaned = agent->Clean();
-    if (cleaned) return kSuccess;
-    if (const auto& [text, reason] = cleaned.error(); !text.IsEmpty()) {
-        Messages::Warn(L"ERROR: " + Messages::Ascii(text) + L"\n");
-        if (!reason.IsEmpty()) Messages::Warn(L"  " + reason + L"\n");
-    }
-    return kFailure;
+    if (const auto cleaned = agent->Clean(); !cleaned)
+        return cleaned.error().text.IsEmpty() ? kFailure : Report(cleaned.error());
+    return kSuccess;
 }
 
 void CleanCommand::Usage(const String& prefix) const {

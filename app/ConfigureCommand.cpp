@@ -1,7 +1,7 @@
-// The command -configure: options, texts, and its XML configuration file.
+// The commands -configure and -iconfigure: options, texts, and the XML configuration file.
 #include "app/ConfigureCommand.h"
 
-#include "app/CommandStatus.h"
+#include "app/Refusals.h"
 #include "run/Args.h"
 #include "run/Messages.h"
 
@@ -20,10 +20,10 @@ unsigned ConfigureCommand::Run(const std::vector<String>& arguments) {
 }
 
 unsigned ConfigureCommand::RunWithOptions(const std::vector<String>& arguments, NoIMode noIMode) {
-    if (IsRefusedByRunningAgent(kAlreadyRunning)) return kFailure;
+    if (RefuseOrdinaryUser() || RefuseRunningAgent(kAlreadyRunning)) return kFailure;
     if (const unsigned status = ParseOptions(arguments, noIMode); status != kSuccess) return status;
     const RunLock lock;
-    return IsRefusedByAnotherRun(lock) ? kFailure : Configure();
+    return RefuseSecondRun(lock) ? kFailure : Configure();
 }
 
 unsigned ConfigureCommand::ParseOptions(const std::vector<String>& arguments, NoIMode noIMode) {
@@ -74,6 +74,27 @@ void ConfigureCommand::Usage(const String& prefix) const {
 
 String ConfigureCommand::Description() const {
     return L"Automatically configure/upgrade an installation from an XML config file.";
+}
+
+unsigned InteractiveConfigureCommand::Run(const std::vector<String>& arguments) {
+    SetInteractive();
+    return RunWithOptions(arguments, NoIMode::Unknown);
+}
+
+void InteractiveConfigureCommand::Usage(const String& prefix) const {
+    Messages::Tell(prefix + L" [-quiet]\n\n" + Description() +
+                   L"\n\n"
+                   L"Options:\n\n"
+                   L"-nosearch\n"
+                   L"\t[optional] Do not search for the installed agent.\n\n"
+                   L"-dir <Agent-Base-Dir>\n"
+                   L"\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n\n"
+                   L"-quiet\n"
+                   L"\t[optional] Generate no output.\n\n");
+}
+
+String InteractiveConfigureCommand::Description() const {
+    return L"Interactively configure/reconfigure an installation ignoring any XML file.";
 }
 
 }  // namespace Zorvane::AgentInstaller

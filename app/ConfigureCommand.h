@@ -1,10 +1,11 @@
-// The command -configure, and the configure sequence that both configure commands run.
+// The commands -configure and -iconfigure, and the configure sequence that both run.
 #pragma once
 
 #include <memory>
 
 #include "app/XmlConfigFile.h"
 #include "corekit/os/Application.h"
+#include "run/Failure.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
@@ -38,14 +39,25 @@ class ConfigureCommand : public corekit::CommandBasedApp::Command {
   private:
     unsigned ParseOptions(const std::vector<corekit::String>& arguments, NoIMode noIMode);
 
-    void GatherSettings(ConfigureRun& run);
-    void DecideOnUpgrade(ConfigureRun& run);
-    void DecideWithoutUpgrade(ConfigureRun& run);
+    Outcome<> GatherSettings(ConfigureRun& run);
+    Outcome<> DecideOnUpgrade(ConfigureRun& run);
+    Outcome<> DecideWithoutUpgrade(ConfigureRun& run);
 
     bool m_bNoIMode = false;
     bool m_bInteractive = false;
     corekit::String m_sDir;
     XmlConfigFile m_xmlFile;
+};
+
+/// -iconfigure: the configure sequence with the questionnaire, and without any XML configuration file.
+class InteractiveConfigureCommand : public ConfigureCommand {
+  public:
+    unsigned Run(const std::vector<corekit::String>& arguments) override;
+    void Usage(const corekit::String& prefix) const override;
+    corekit::String Description() const override;
+
+    std::unique_ptr<Settings> LoadXmlSettings() override { return nullptr; }
+    bool RemoveXmlConfigFile() override { return true; }
 };
 
 }  // namespace Zorvane::AgentInstaller

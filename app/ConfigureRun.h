@@ -5,12 +5,12 @@
 
 #include "agents/Agent.h"
 #include "config/HandOverFile.h"
+#include "integration/SetupContext.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
 
 struct ConfigureRun {
-    bool ok = true;          // false once a step has failed; the steps after it are skipped
     bool xmlLoaded = false;  // an XML configuration file was read and merged
     bool reinstall = false;  // the installed agent is to be installed anew, not upgraded
 
@@ -18,6 +18,8 @@ struct ConfigureRun {
     std::unique_ptr<Agent> installed;  // the agent found on the host, or null
     std::unique_ptr<Agent> newAgent;   // the agent being configured, or null
     HandOverFile handOver;             // the new client.conf until it moves into place
+    corekit::String migrationText;     // what is said of it when it is put to use
+    SetupContext setup;                // what the set-up steps are to know, once client.conf is built
 
     /// The installed agent when it is of a version that can be upgraded, else null.
     Agent* Upgradable() const {

@@ -1,18 +1,18 @@
 // The configure sequence: gather the settings, decide on an upgrade, replace the installed agent, set up the
 // new one.
 #include "agents/AgentDetection.h"
-#include "app/CommandStatus.h"
 #include "app/ConfigureCommand.h"
 #include "app/ConfigureRun.h"
 #include "app/InstallDirectory.h"
 #include "app/InstalledAgentSteps.h"
 #include "app/PlatformSupport.h"
+#include "app/Refusals.h"
 #include "integration/AgentStart.h"
 #include "integration/SetupSequence.h"
 #include "run/Args.h"
-#include "run/Error.h"
 #include "run/Messages.h"
 #include "run/ReinstallMarker.h"
+#include "run/UnfinishedRun.h"
 #include "settings/EnvironmentOverrides.h"
 #include "settings/Questionnaire.h"
 #include "settings/XmlConfig.h"
@@ -40,26 +40,34 @@ void WarnAboutPlatform() {
     if (!IsPlatformSupported()) Messages::Tell(kUnsupportedPlatform);
 }
 
-void AskQuestions(ConfigureRun& run) {
-    run.ok = RunQuestionnaire(*run.settings) || Error::Fail(L"Interactive configuration failed.");
+Outcome<> AskQuestions(ConfigureRun& run) {
+    if (!RunQuestionnaire(*run.settings)) return Fail(L"Interactive configuration failed.");
+    return {};
 }
 
-bool SetUpNewAgent(ConfigureRun& run) {
-    SetupContext context;
-    context.generatedConfPath = run.handOver.Path();
-    return RunSetupSequence(context, *run.settings);
+/// What the configuration lacks, and the run goes on without.
+void WarnAboutConfiguration(const Settings& settings) {
+    if (!settings.IsSet(L"KSName")) Messages::Warn(L"WARNING! No Kell Server name is configured.\n");
 }
 
-unsigned Report(const ConfigureRun& run) {
-    if (run.ok) {
-        Messages::Say(L"Configuration complete.\n\n");
-        return kSuccess;
-    }
-    const String& error = Error::m_sErrorText;
-    Messages::Warn(L"ERROR: " +
-                   (error.IsEmpty() ? String(L"Agent configuration failed.") : Messages::Ascii(error)) +
-                   L"\n");
-    return kFailure;
+/// The one place that looks before the first change: whatever would make a later step fail, and can be seen
+/// now, stops the run here.
+Outcome<> LookBeforeChange(const ConfigureRun& run) {
+    if (const auto possible = CheckInstalledAgent(run); !possible) return possible;
+    if (const auto possible = CheckSetupSequence(run.setup); !possible) return possible;
+    return CheckUnfinishedMark(run.settings->Get(L"InstallDir"));
+}
+
+/// From the first change of the host to the last.
+Outcome<> ChangeHost(ConfigureRun& run) {
+    if (const auto done = SaveInstalledConfiguration(run); !done) return done;
+    if (const auto done = RemoveInstalledIntegration(run); !done) return done;
+    Messages::Say(run.migrationText);
+    // New before old: whatever becomes of this run, the identifier and a configuration are on the host.
+    if (const auto done = PlaceClientConf(run.setup); !done) return done;
+    if (const auto done = RemoveInstalledFiles(run); !done) return done;
+    if (const auto done = RunSetupSequence(run.setup); !done) return done;
+    return MarkFinishedRun(run.settings->Get(L"InstallDir"));
 }
 
 }  // namespace
@@ -67,62 +75,62 @@ unsigned Report(const ConfigureRun& run) {
 unsigned ConfigureCommand::Configure() {
     ConfigureRun run;
     WarnAboutPlatform();
-    run.reinstall = IsReinstallPending();
-    GatherSettings(run);
-    run.installed = FindInstalledAgent();
-    if (run.ok) DecideOnUpgrade(run);
-    CreateNewAgent(run, m_sDir);
-    if (run.ok && m_bInteractive) AskQuestions(run);
+    Outcome<> outcome = GatherSettings(run);
+    run.installed = FindInstalledAgent({m_sDir, run.settings->Get(L"InstallDir")});
+    if (outcome) outcome = DecideOnUpgrade(run);
+    if (const auto created = CreateNewAgent(run, m_sDir); outcome) outcome = created;
+    if (outcome && m_bInteractive) outcome = AskQuestions(run);
     CompleteInstallDir(run);
-    run.ok = run.ok && CheckInstallDir(*run.settings);
-    run.ok = run.ok && SaveInstalledConfiguration(run);
-    run.ok = run.ok && RemoveInstalledIntegration(run);
-    run.ok = run.ok && MigrateInstalledSettings(run);
-    run.ok = run.ok && RemoveInstalledFiles(run);
-    run.ok = run.ok && SetUpNewAgent(run);
-    run.ok = run.ok && RemoveXmlConfigFile();
-    if (run.ok) StartAgent(*run.settings);
-    return Report(run);
+    if (outcome) outcome = CheckInstallDir(*run.settings);
+    if (outcome) {
+        outcome = BuildConfiguration(run);
+        WarnAboutConfiguration(*run.settings);
+    }
+    if (outcome) outcome = LookBeforeChange(run);
+    if (outcome) outcome = ChangeHost(run);
+    if (!outcome) return Report(outcome.error());
+
+    if (!RemoveXmlConfigFile()) return Report(Failure());
+    StartAgent(*run.settings);
+    Messages::Say(L"Configuration complete.\n\n");
+    return kSuccess;
 }
 
 /// Defaults, then the environment, then the XML file: what comes later wins.
-void ConfigureCommand::GatherSettings(ConfigureRun& run) {
+Outcome<> ConfigureCommand::GatherSettings(ConfigureRun& run) {
+    run.reinstall = IsReinstallPending();
     run.settings = DefaultSettings();
     if (!run.settings) {  // GCOVR_EXCL_START: the built-in document always gives settings
-        run.ok = Error::Fail(L"Cannot load agent settings.");
         run.settings = std::make_unique<Settings>();
-        return;
+        return Fail(L"Cannot load agent settings.");
     }  // GCOVR_EXCL_STOP
     ApplyEnvironmentOverrides(*run.settings);
-    if (m_bInteractive) return;
+    if (m_bInteractive) return {};
     if (const auto xmlSettings = LoadXmlSettings()) {
         run.settings->Merge(*xmlSettings);
         run.xmlLoaded = true;
     }
+    return {};
 }
 
-void ConfigureCommand::DecideOnUpgrade(ConfigureRun& run) {
-    if (run.settings->IsSet(L"Upgrade") && !run.settings->IsYes(L"Upgrade")) return;
-    if (run.Upgradable() != nullptr && !run.reinstall) {
-        MergeInstalledSettings(run);
-    } else {
-        DecideWithoutUpgrade(run);
-    }
+Outcome<> ConfigureCommand::DecideOnUpgrade(ConfigureRun& run) {
+    if (run.settings->IsSet(L"Upgrade") && !run.settings->IsYes(L"Upgrade")) return {};
+    if (run.Upgradable() != nullptr && !run.reinstall) return MergeInstalledSettings(run);
+    return DecideWithoutUpgrade(run);
 }
 
 /// Without an agent to upgrade, a run that has no configuration asks for one, unless it may not.
-void ConfigureCommand::DecideWithoutUpgrade(ConfigureRun& run) {
+Outcome<> ConfigureCommand::DecideWithoutUpgrade(ConfigureRun& run) {
     run.settings->Value(L"Upgrade") = L"no";
     if (run.installed) run.settings->Value(L"InstallDir") = run.installed->InstallDir();
-    if (run.xmlLoaded || run.settings->IsSet(L"KSName") || m_bInteractive) return;
+    if (run.xmlLoaded || run.settings->IsSet(L"KSName") || m_bInteractive) return {};
     if (m_bNoIMode) {
         const String searchPath = Messages::Shown(BuildXmlSearchPath());
-        run.ok = Error::Fail(String(kNoConfigurationNoIMode).Arg(kXmlFileName, searchPath));
-    } else if (Args::bQuiet) {
-        run.ok = Error::Fail(kNoConfigurationQuiet);
-    } else {
-        m_bInteractive = true;
+        return Fail(String(kNoConfigurationNoIMode).Arg(kXmlFileName, searchPath));
     }
+    if (Args::bQuiet) return Fail(kNoConfigurationQuiet);
+    m_bInteractive = true;
+    return {};
 }
 
 }  // namespace Zorvane::AgentInstaller

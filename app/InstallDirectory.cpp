@@ -1,20 +1,25 @@
-// The install directory of the agent that is being configured: which source names it, and what no name may
-// hold.
+// The install directory of the agent that is being configured: which source names it, and which names are
+// refused.
 #include "app/InstallDirectory.h"
 
 #include "agents/AgentDetection.h"
-#include "run/Error.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/Path.h"
 #include "run/Messages.h"
+#include "run/Names.h"
 #include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::String;
+namespace Path = corekit::Path;
 
 namespace {
 
-/// The environment script and the service script name the install directory unquoted.
-constexpr const wchar_t* kMisreadByShells = L"'\"\\`\n\r$&;|<>()";
+/// The environment script and the service script name the install directory unquoted, and the former puts it
+/// on search paths.
+constexpr const wchar_t* kMisread = L"'\"\\`\n\r$&;|<>() \t:";
 
 /// Where the package manager knows the agent.
 void TakePackageDir(ConfigureRun& run) {
@@ -23,26 +28,44 @@ void TakePackageDir(ConfigureRun& run) {
     }
 }
 
+/// The directory above that of the running program, where it is an install directory; else "".
+String DirOfRunningProgram() {
+    const auto program = Path::Canonicalise(L"/proc/self/exe");
+    if (!program) return String();
+    const String directory = Path::GetDirectory(Path::GetDirectory(*program));
+    return corekit::File::Exists(directory + Names::kClientProto) ? directory : String();
+}
+
 }  // namespace
 
-void CreateNewAgent(ConfigureRun& run, const String& givenDir) {
+Outcome<> CreateNewAgent(ConfigureRun& run, const String& givenDir) {
     run.newAgent = CreateCurrentAgent();
-    // GCOVR_EXCL_START: there always is one
-    if (!run.newAgent) run.ok = Error::Fail(L"Failed to create the new agent object.");
-    // GCOVR_EXCL_STOP
-    if (run.ok) TakePackageDir(run);
+    TakePackageDir(run);
     if (!givenDir.IsEmpty()) run.settings->Value(L"InstallDir") = givenDir;
+    // GCOVR_EXCL_START: there always is one
+    if (!run.newAgent) return Fail(L"Failed to create the new agent object.");
+    // GCOVR_EXCL_STOP
+    return {};
 }
 
 void CompleteInstallDir(ConfigureRun& run) {
     if (!run.settings->IsSet(L"InstallDir")) TakePackageDir(run);
+    String& directory = run.settings->Value(L"InstallDir");
+    if (directory.IsEmpty()) directory = DirOfRunningProgram();
+    if (directory.IsEmpty()) return;
+    directory = MakeAbsolutePath(directory);
+    while (directory.Length() > 1 && directory.EndsWith(L"/"))
+        directory = directory.Left(directory.Length() - 1);
 }
 
-bool CheckInstallDir(const Settings& settings) {
-    const String installDir = settings.Get(L"InstallDir");
-    if (MakeAbsolutePath(installDir).FindOneOf(kMisreadByShells) == String::npos) return true;
-    return Error::Fail(String(L"Install directory %1 contains characters that are not allowed.")
-                           .Arg(Messages::Shown(installDir)));
+Outcome<> CheckInstallDir(const Settings& settings) {
+    const String directory = settings.Get(L"InstallDir");
+    const String shown = Messages::Shown(directory);
+    if (directory.FindOneOf(kMisread) != String::npos)
+        return Fail(String(L"Install directory %1 contains characters that are not allowed.").Arg(shown));
+    if (!directory.IsEmpty() && !corekit::RefuseHostDirectory(directory))
+        return Fail(String(L"Install directory %1 is a directory of the host.").Arg(shown));
+    return {};
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -2,17 +2,21 @@
 #pragma once
 
 #include "app/ConfigureRun.h"
+#include "run/Failure.h"
 
 namespace Zorvane::AgentInstaller {
 
 /// Creates the agent that is being configured. The package manager's directory of it, and over that
 /// `givenDir` (of the option -dir) where it is not empty, becomes the setting InstallDir.
-void CreateNewAgent(ConfigureRun& run, const corekit::String& givenDir);
+Outcome<> CreateNewAgent(ConfigureRun& run, const corekit::String& givenDir);
 
-/// Gives the settings the new agent's install directory when no source named any.
+/// Gives the settings an install directory when no source named any: the new agent's, or else the one above
+/// the directory of the running program, where that holds the agent's package. Makes it absolute, without
+/// slashes at its end.
 void CompleteInstallDir(ConfigureRun& run);
 
-/// False, with the error text set, when the install directory holds a character that a shell would misread.
-bool CheckInstallDir(const Settings& settings);
+/// Refuses an install directory that holds a character which a shell or a search path would misread, and one
+/// that is the host's own.
+Outcome<> CheckInstallDir(const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,28 +3,36 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "config/Migration.h"
-#include "config/SystemProbes.h"
+#include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "run/Error.h"
+#include "corekit/ini/IniFile.h"
+#include "deploykit/RCScriptBackend.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "run/Texts.h"
-#include "settings/PathMacros.h"
+#include "run/UnfinishedRun.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::Forgive;
+using corekit::Result;
 using corekit::String;
+namespace Access = corekit::Access;
 namespace File = corekit::File;
 namespace Path = corekit::Path;
 
 namespace {
+
+constexpr const wchar_t* kNotCleaned = L"Failed to clean old agent files.";
 
 void Merge(const Settings& old, ConfigureRun& run) {
     Settings& settings = *run.settings;
@@ -41,79 +49,144 @@ void Merge(const Settings& old, ConfigureRun& run) {
     if (!guid.IsEmpty() || settings.Get(L"KSNameChanged") == L"true") settings.Value(L"Guid") = guid;
 }
 
-/// Readable by root alone until the permissions of the installation are set.
-bool WriteCopy(const String& copy, const std::string& bytes) {
-    constexpr unsigned kPrivate = 0600;
-    Forgive(corekit::Dir::CreateR(Path::GetDirectory(copy)));
-    Forgive(File::Chmod(copy, kPrivate));
-    return File::WriteBytes(copy, bytes, kPrivate).Ok();
+String CopyPath(const ConfigureRun& run) {
+    return run.settings->Get(L"InstallDir") + Names::kSavedClientConf;
 }
 
-bool FailToSave(const String& copy) {
-    return Error::Fail(Texts::kUnwritableFile, copy);
+Failure FailToSave(const String& copy, const String& path, const Result& cause) {
+    return FailBecause(Texts::kUnwritableFile + Messages::Shown(copy), path, cause);
 }
 
-/// Whatever becomes of the original from here on, nothing that it held is lost.
-bool SaveConfOf(Agent& agent, const String& copy) {
-    if (Path::IsMatch(agent.ConfPath(), copy)) return true;
-    const auto bytes = agent.ReadConf();
-    if (!bytes || !WriteCopy(copy, *bytes)) return FailToSave(copy);
-    agent.SetConfPath(copy);
-    return true;
+/// Whether the installed agent is one whose configuration is known.
+bool HasKnownConf(const ConfigureRun& run) {
+    return run.installed && !run.installed->ConfPath().IsEmpty();
 }
 
-/// Has a file not been read because there is none, but nothing or a directory, FIFO or device?
-bool IsNoFile(const corekit::Result& read) {
+/// True if the read failed because the path is not a regular file, or does not exist.
+bool IsNoFile(const Result& read) {
     constexpr int kNoFile[] = {ENOENT, ENOTDIR, EISDIR, EINVAL};
     return std::ranges::count(kNoFile, read.Code()) > 0;
 }
 
-/// The file of an agent that nobody recognised would be replaced all the same.
-bool SaveUnknownConf(const String& original, const String& copy) {
-    if (Path::IsMatch(original, copy)) return true;
-    const auto bytes = File::ReadBytes(original);
-    return IsNoFile(bytes.Outcome()) || (bytes && WriteCopy(copy, *bytes)) || FailToSave(copy);
+/// The configuration that is to be kept: the installed agent's, or one that nobody recognised, which would be
+/// replaced all the same. None where there is nothing to keep, or the copy has it already.
+Outcome<std::optional<std::string>> ConfToSave(const ConfigureRun& run) {
+    const String copy = CopyPath(run);
+    const String installDir = run.settings->Get(L"InstallDir");
+    if (HasKnownConf(run)) {
+        const String conf = run.installed->ConfPath();
+        if (Path::IsMatch(conf, copy)) return std::nullopt;
+        auto bytes = run.installed->ReadConf();
+        if (!bytes) return FailToSave(copy, conf, bytes.error());
+        return std::move(*bytes);
+    }
+    const Unfinished left = FindUnfinishedRun(installDir);
+    if (left == Unfinished::FirstConfiguration || left == Unfinished::Upgrade) return std::nullopt;
+    const String conf = installDir + Names::kClientConf;
+    if (Path::IsMatch(conf, copy)) return std::nullopt;
+    auto bytes = File::ReadBytes(conf);
+    if (IsNoFile(bytes.Outcome())) return std::nullopt;
+    if (!bytes) return FailToSave(copy, conf, bytes.error());
+    return std::move(*bytes);
+}
+
+/// Readable by root alone until the permissions of the installation are set.
+Outcome<> WriteCopy(const String& copy, const std::string& bytes) {
+    constexpr unsigned kPrivate = 0600;
+    Forgive(corekit::Dir::CreateR(Path::GetDirectory(copy)));
+    if (const Result replaceable = Access::CheckReplaceable(copy); !replaceable)
+        return FailToSave(copy, copy, replaceable);
+    Forgive(File::Chmod(copy, kPrivate));
+    if (const Result written = File::WriteBytes(copy, bytes, kPrivate); !written)
+        return FailToSave(copy, copy, written);
+    return {};
+}
+
+/// What removing the old agent's registration has to change, where it is there.
+std::vector<String> PlacesOfIntegration(const Agent& agent) {
+    const corekit::IniFile conf(agent.ConfPath(), agent.ReadConf().value_or(std::string()),
+                                corekit::IniFile::KeyCase::FallBack);
+    std::vector<String> places = {
+        deploykit::ItemInstallers::RCScriptBackend::GetLocation(Names::kServiceName)};
+    const String linkDir = GetValue(conf, Key::kBinDir);
+    const String installDir = GetValue(conf, Key::kInstallDir);
+    if (linkDir.StartsWith(L"/") && File::IsDirectory(linkDir)) {
+        for (const corekit::FileInfo& link : corekit::Dir::Entries(linkDir, L"qdn-*"))
+            places.push_back(link.path);
+    }
+    if (installDir.StartsWith(L"/") && !Path::IsMatch(installDir, L"/"))
+        places.push_back(installDir + Names::kClientConf);
+    return places;
 }
 
 }  // namespace
 
-void MergeInstalledSettings(ConfigureRun& run) {
+Outcome<> MergeInstalledSettings(ConfigureRun& run) {
     const auto old = run.installed->LoadSettings();
     // Going on would replace the administrator's values by defaults.
-    if (!old) run.ok = Error::Fail(old.error().text);
-    if (old && *old) Merge(**old, run);
+    if (!old) return old.error();
+    if (*old) Merge(**old, run);
+    return {};
 }
 
-bool SaveInstalledConfiguration(const ConfigureRun& run) {
-    const String installDir = MakeAbsolutePath(run.settings->Get(L"InstallDir"));
-    // Without a template the run will fail, and the root's /etc is the host's.
-    if (installDir == L"/" && !File::Exists(installDir + Names::kClientProto)) return true;
-    const String copy = installDir + Names::kSavedClientConf;
-    const bool isKnown = run.installed && !run.installed->ConfPath().IsEmpty();
-    return isKnown ? SaveConfOf(*run.installed, copy)
-                   : SaveUnknownConf(installDir + Names::kClientConf, copy);
+Outcome<> CheckInstalledAgent(const ConfigureRun& run) {
+    const String copy = CopyPath(run);
+    const auto conf = ConfToSave(run);
+    if (!conf) return conf.error();
+    if (*conf) {
+        if (const Result replaceable = Access::CheckReplaceable(copy); !replaceable)
+            return FailToSave(copy, copy, replaceable);
+    }
+    const Agent* agent = run.Upgradable();
+    if (agent == nullptr) return {};
+    for (const String& place : PlacesOfIntegration(*agent)) {
+        if (const Result removable = Access::CheckRemovable(place); !removable)
+            return FailBecause(kNotCleaned, place, removable);
+    }
+    return {};
 }
 
-bool RemoveInstalledIntegration(const ConfigureRun& run) {
+Outcome<> SaveInstalledConfiguration(const ConfigureRun& run) {
+    const String installDir = run.settings->Get(L"InstallDir");
+    const auto conf = ConfToSave(run);
+    if (!conf) return conf.error();
+    const bool isKnown = HasKnownConf(run);
+    const bool wasUpgrade = FindUnfinishedRun(installDir) == Unfinished::Upgrade;
+    const Unfinished what = isKnown || wasUpgrade ? Unfinished::Upgrade : Unfinished::FirstConfiguration;
+    // Until the copy is there, the installed agent's own file is what describes it.
+    if (const auto marked = MarkUnfinishedRun(installDir, isKnown && *conf ? Unfinished::Saving : what);
+        !marked)
+        return marked;
+    if (!*conf) return {};
+    if (const auto saved = WriteCopy(CopyPath(run), **conf); !saved) return saved;
+    if (!isKnown) return {};
+    run.installed->SetConfPath(CopyPath(run));
+    return MarkUnfinishedRun(installDir, what);
+}
+
+Outcome<> RemoveInstalledIntegration(const ConfigureRun& run) {
     Agent* agent = run.Upgradable();
-    return agent == nullptr || agent->RemoveSystemIntegration().has_value() ||
-           Error::Fail(L"Failed to clean old agent files.");
+    if (agent == nullptr) return {};
+    if (const auto removed = agent->RemoveSystemIntegration(); !removed)
+        return Failure{kNotCleaned, removed.error().reason};
+    return {};
 }
 
-bool MigrateInstalledSettings(ConfigureRun& run) {
+Outcome<> BuildConfiguration(ConfigureRun& run) {
     const Agent* agent = run.Upgradable();
     InstalledConfiguration installed;
     if (agent) installed = {agent->VersionLabel(), agent->ConfPath(), agent->RegistersSubAgents()};
-    if (!MigrateSettings(run.handOver, agent ? &installed : nullptr, *run.settings)) return false;
-    if (!run.settings->IsSet(L"KSName")) Messages::Warn(L"WARNING! No Kell Server name is configured.\n");
-    return true;
+    const auto text = MigrateSettings(run.handOver, agent ? &installed : nullptr, *run.settings);
+    if (!text) return text.error();
+    run.migrationText = *text;
+    run.setup = {run.handOver.Path(), run.handOver.Path(), run.settings.get()};
+    return {};
 }
 
-bool RemoveInstalledFiles(const ConfigureRun& run) {
-    const Outcome<> removed =
-        run.installed ? run.installed->RemoveFiles(run.handOver.Path()) : Outcome<>();
+Outcome<> RemoveInstalledFiles(const ConfigureRun& run) {
+    const Outcome<> removed = run.installed ? run.installed->RemoveFiles(run.setup.confPath) : Outcome<>();
     if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
-    return removed || Error::Fail(removed.error().text);
+    return removed;
 }
 
 }  // namespace Zorvane::AgentInstaller

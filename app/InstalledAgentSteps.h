@@ -2,26 +2,31 @@
 #pragma once
 
 #include "app/ConfigureRun.h"
+#include "run/Failure.h"
 
 namespace Zorvane::AgentInstaller {
 
 /// Merges what the installed agent's configuration provides into the settings. The server and identifier of
 /// an XML file win over the installed agent's; a server that changes is marked, and then an identifier of the
 /// old one is dropped.
-void MergeInstalledSettings(ConfigureRun& run);
+Outcome<> MergeInstalledSettings(ConfigureRun& run);
 
-/// Keeps the installed agent's client.conf as etc/client.conf.old below the install directory; the agent is
-/// read from there then. Without one that is recognised, the client.conf of the install directory is kept.
-/// False with the error text set.
-bool SaveInstalledConfiguration(const ConfigureRun& run);
+/// Whether SaveInstalledConfiguration and RemoveInstalledIntegration can succeed. Changes nothing.
+Outcome<> CheckInstalledAgent(const ConfigureRun& run);
 
-/// Removes an upgraded agent's services and links. False with the error text set.
-bool RemoveInstalledIntegration(const ConfigureRun& run);
+/// Marks the install directory as that of a run which has not come to its end, and keeps the installed
+/// agent's client.conf as etc/client.conf.old below it; the agent is read from there then. Without an agent
+/// that is recognised, the client.conf of the install directory is kept, unless a run that did not finish has
+/// left it.
+Outcome<> SaveInstalledConfiguration(const ConfigureRun& run);
 
-/// Writes the new client.conf into the hand-over file. False with the error text set.
-bool MigrateInstalledSettings(ConfigureRun& run);
+/// Removes an upgraded agent's services and links.
+Outcome<> RemoveInstalledIntegration(const ConfigureRun& run);
+
+/// Writes the new client.conf into the hand-over file. Nothing else on the host changes.
+Outcome<> BuildConfiguration(ConfigureRun& run);
 
 /// Removes or relocates the installed agent's files, and removes the hand-over files of package scripts.
-bool RemoveInstalledFiles(const ConfigureRun& run);
+Outcome<> RemoveInstalledFiles(const ConfigureRun& run);
 
 }  // namespace Zorvane::AgentInstaller

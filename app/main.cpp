@@ -2,7 +2,6 @@
 #include "app/AgentInstaller.h"
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
-#include "app/InteractiveConfigureCommand.h"
 
 using namespace Zorvane::AgentInstaller;
 

@@ -5,19 +5,18 @@
 
 #include "config/CarriedValues.h"
 #include "config/ClientConfSettings.h"
-#include "config/ConfiguredDirectories.h"
 #include "config/SubAgents.h"
+#include "corekit/fs/Access.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
-#include "run/Error.h"
 #include "run/Keys.h"
-#include "run/Messages.h"
 #include "run/Names.h"
 #include "run/Texts.h"
 #include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Forgive;
 using corekit::IniFile;
 using corekit::String;
 namespace File = corekit::File;
@@ -33,58 +32,74 @@ String OneLine(String value) {
     return value.Replace(L"\n", L" ").Replace(L"\r", L" ");
 }
 
-/// The package's template with its macros filled in. False with the error text set.
-bool ReadTemplate(const Settings& settings, const wchar_t* unreadable, String& text) {
+/// The package's template with its macros filled in.
+Outcome<String> ReadTemplate(const Settings& settings, const wchar_t* unreadable) {
     const String installDir = settings.Get(L"InstallDir");
     const String path = installDir + Names::kClientProto;
-    if (!File::Exists(path)) return Error::Fail(L"Missing file in install. File:", path);
-    auto read = File::Read(path);
-    if (!read || read->IsEmpty()) return Error::Fail(unreadable, path);
-    text = ExpandPathMacros(read->Replace(L"%KSNAME%", OneLine(settings.Get(L"KSName"))), installDir);
-    return true;
+    if (!File::Exists(path)) return Fail(L"Missing file in install. File:", path);
+    auto text = File::Read(path);
+    if (!text) return FailAt(unreadable, path, text.error());
+    if (text->IsEmpty()) return Fail(unreadable, path);
+    text->Replace(L"%KSNAME%", OneLine(settings.Get(L"KSName")));
+    return ExpandPathMacros(*text, installDir);
 }
 
-bool ApplySettings(IniFile ini, const Settings& settings) {
-    return ApplySettingsToClientConf(ini, settings) &&
-           (ini.Write().Ok() || Error::Fail(Texts::kUnwritableFile, ini.FileName()));
+Outcome<> ApplySettings(IniFile ini, const Settings& settings) {
+    Forgive(ApplySettingsToClientConf(ini, settings));
+    if (const auto written = ini.Write(); !written)
+        return FailAt(Texts::kUnwritableFile, ini.FileName(), written);
+    return {};
 }
 
-bool UpgradeClientConf(const String& outputPath, Settings& settings,
-                       const InstalledConfiguration& installed) {
+/// What the template's directory has to be, since the new client.conf moves there.
+Outcome<> CheckTemplateDirectory(const String& etc) {
+    if (const auto writable = corekit::Access::CheckWritableDirectory(etc); !writable)
+        return FailAt(L"Failed to create ", etc, writable);
+    return {};
+}
+
+Outcome<> UpgradeClientConf(const String& outputPath, Settings& settings,
+                            const InstalledConfiguration& installed) {
     const IniFile oldIni(installed.confPath, IniFile::KeyCase::FallBack);
     // Going on would replace the administrator's values by defaults.
     if (!oldIni.ReadResult() && !IsNotFound(oldIni.ReadResult()))
-        return Error::Fail(kUnreadableUpgrade, installed.confPath);
+        return FailAt(kUnreadableUpgrade, installed.confPath, oldIni.ReadResult());
     if (!settings.IsSet(L"KSName")) settings.Value(L"KSName") = GetValue(oldIni, Key::kServer);
-    String text;
-    if (!ReadTemplate(settings, kUnreadableUpgrade, text)) return false;
-    const String etc = settings.Get(L"InstallDir") + L"/etc";
-    if (CreateConfiguredDirectory(etc) != 0) return Error::Fail(L"Failed to create ", etc);
+    const auto text = ReadTemplate(settings, kUnreadableUpgrade);
+    if (!text) return text.error();
+    if (const auto etc = CheckTemplateDirectory(settings.Get(L"InstallDir") + L"/etc"); !etc) return etc;
 
-    IniFile newIni(outputPath, text);
+    IniFile newIni(outputPath, *text);
     CarryOldValues(oldIni, newIni, settings);
     if (installed.registersSubAgents) CarryOverSubAgents(oldIni, newIni);
     return ApplySettings(std::move(newIni), settings);
 }
 
+/// The value of an operation that succeeded.
+Outcome<ClientConfSource> Made(const Outcome<>& written, ClientConfSource source) {
+    if (!written) return written.error();
+    return source;
+}
+
 }  // namespace
 
-bool WriteClientConf(const String& outputPath, Settings& settings, const InstalledConfiguration* installed) {
+Outcome<ClientConfSource> WriteClientConf(const String& outputPath, Settings& settings,
+                                          const InstalledConfiguration* installed) {
     if (settings.Exists(L"InstallDir")) {
         settings.Value(L"InstallDir") = MakeAbsolutePath(settings.Get(L"InstallDir"));
     }
     const bool upgrade = installed != nullptr && !installed->confPath.IsEmpty() &&
                          (!settings.IsSet(L"Upgrade") || settings.IsYes(L"Upgrade"));
-    return upgrade ? UpgradeClientConf(outputPath, settings, *installed)
-                   : CreateClientConfFromTemplate(outputPath, settings);
+    if (!upgrade) return CreateClientConfFromTemplate(outputPath, settings);
+    return Made(UpgradeClientConf(outputPath, settings, *installed), ClientConfSource::InstalledAgent);
 }
 
-bool CreateClientConfFromTemplate(const String& outputPath, const Settings& settings) {
-    if (!settings.IsSet(L"InstallDir")) return ApplySettings(IniFile(outputPath), settings);
-    Messages::Say(L"Creating/customizing Agent's configuration file.\n");
-    String text;
-    return ReadTemplate(settings, kUnreadableFresh, text) &&
-           ApplySettings(IniFile(outputPath, text), settings);
+Outcome<ClientConfSource> CreateClientConfFromTemplate(const String& outputPath, const Settings& settings) {
+    if (!settings.IsSet(L"InstallDir"))
+        return Made(ApplySettings(IniFile(outputPath), settings), ClientConfSource::Nothing);
+    const auto text = ReadTemplate(settings, kUnreadableFresh);
+    if (!text) return text.error();
+    return Made(ApplySettings(IniFile(outputPath, *text), settings), ClientConfSource::Template);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "corekit/text/String.h"
+#include "run/Failure.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
@@ -14,14 +15,18 @@ struct InstalledConfiguration {
     bool registersSubAgents;       // version 6.0 or later
 };
 
+/// What a new client.conf was made from, beside the settings.
+enum class ClientConfSource { Template, InstalledAgent, Nothing };
+
 /// Writes a new client.conf to `outputPath`. With `installed` (and Upgrade absent or "yes") its values are
-/// carried over and also become the settings they belong to. False with the error text set; `outputPath` may
-/// then be half done.
-bool WriteClientConf(const corekit::String& outputPath, Settings& settings,
-                     const InstalledConfiguration* installed);
+/// carried over and also become the settings they belong to. Nothing else on the host changes, and nothing is
+/// said. On failure `outputPath` may be half done.
+Outcome<ClientConfSource> WriteClientConf(const corekit::String& outputPath, Settings& settings,
+                                          const InstalledConfiguration* installed);
 
 /// The same without an installed agent. Where no install directory is set, there is no template: the settings
 /// are applied to the file as it is.
-bool CreateClientConfFromTemplate(const corekit::String& outputPath, const Settings& settings);
+Outcome<ClientConfSource> CreateClientConfFromTemplate(const corekit::String& outputPath,
+                                                       const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,7 +3,6 @@
 
 #include <optional>
 
-#include "config/GuidFile.h"
 #include "config/SystemProbes.h"
 #include "corekit/text/Text.h"
 #include "run/Keys.h"
@@ -108,7 +107,6 @@ void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
 bool ApplySettingsToClientConf(IniFile& ini, const Settings& settings) {
     ApplyKeyTable(ini, settings);
     ApplyFixedKeys(ini, settings);
-    WriteGuidFile(ini, settings);
     for (const ExtraSetting& extra : settings.Extra()) ini.SetValue(extra.Section, extra.Name, extra.Value);
     return true;
 }

@@ -6,8 +6,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Sets the keys that settings feed, the keys of fixed rules and then the extra settings, and writes the GUID
-/// file when there is a GUID (an unwanted one goes when client.conf is in place). Always true.
+/// Sets the keys that settings feed, the keys of fixed rules and then the extra settings. Always true.
 bool ApplySettingsToClientConf(corekit::IniFile& ini, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

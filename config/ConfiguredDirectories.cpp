@@ -1,80 +1,107 @@
 // The directories that client.conf names: their keys in order, and what is done with each.
 #include "config/ConfiguredDirectories.h"
 
+#include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "run/Error.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
-#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Result;
 using corekit::String;
-namespace File = corekit::File;
+namespace Access = corekit::Access;
 
 namespace {
 
-bool IsWritableDirectory(const String& path) {
-    return File::IsDirectory(path) && File::IsWritable(path);
+Failure FailAbout(const wchar_t* text, const String& path, const Result& cause) {
+    return FailBecause(String(text).Arg(Messages::Shown(path)), path, cause);
 }
 
-int FailAbout(const wchar_t* text, const String& path) {
-    Error::Fail(String(text).Arg(Messages::Shown(path)));
-    return 1;
+Failure FailToCreate(const String& path, const Result& cause) {
+    return FailAbout(L"Error creating directory: %1", path, cause);
 }
 
-int CreateForFile(const String& file) {
-    return file.IsEmpty() ? 0 : CreateConfiguredDirectory(corekit::Path::GetDirectory(file));
-}
-int CreateEtcBelow(const String& installDir) {
-    return CreateConfiguredDirectory(installDir + L"/etc");
+/// The outcome for a path at which something stands already.
+Outcome<> CheckPresentDirectory(const String& path) {
+    if (const Result writable = Access::CheckWritableDirectory(path); !writable)
+        return FailAbout(L"Directory %1 specified in Configuration file, already exists but is not writable.",
+                         path, writable);
+    return {};
 }
 
-/// A key, and what makes its value a directory that is ready: 0, or 1 with the error
-/// text set.
+Outcome<> CheckCreatableDirectory(const String& path) {
+    if (corekit::File::Exists(path)) return CheckPresentDirectory(path);
+    if (const Result creatable = Access::CheckCreatableDirectory(path); !creatable)
+        return FailToCreate(path, creatable);
+    return {};
+}
+
+/// What the value of a key is.
+enum class ValueKind { Directory, FileInDirectory, InstallDirectory };
+enum class IfMissing { Create, Fail };
+
 struct DirectoryKey {
     ConfKey key;
-    int (*prepare)(const String& value);
+    ValueKind kind = ValueKind::Directory;
+    IfMissing ifMissing = IfMissing::Create;
 };
 constexpr DirectoryKey kDirectoryKeys[] = {
-    {Key::kBinDir, CheckConfiguredDirectory},
-    {Key::kTmpDir, CreateConfiguredDirectory},
-    {Key::kVar, CreateConfiguredDirectory},
-    {Key::kGuidFile, CreateForFile},
-    {Key::kEventQueueDir, CreateConfiguredDirectory},
-    {Key::kTaskDir, CreateConfiguredDirectory},
-    {Key::kPackageDir, CreateConfiguredDirectory},
-    {Key::kSwdDir, CreateConfiguredDirectory},
-    {Key::kDebugOutput, CreateForFile},
-    {Key::kInstallDir, CreateEtcBelow},
+    {Key::kBinDir, ValueKind::Directory, IfMissing::Fail},
+    {Key::kTmpDir},
+    {Key::kVar},
+    {Key::kGuidFile, ValueKind::FileInDirectory},
+    {Key::kEventQueueDir},
+    {Key::kTaskDir},
+    {Key::kPackageDir},
+    {Key::kSwdDir},
+    {Key::kDebugOutput, ValueKind::FileInDirectory},
+    {Key::kInstallDir, ValueKind::InstallDirectory},
 };
+
+/// Calls `create` with each directory that the run has to make; one that must be there is only checked.
+Outcome<> ForEachDirectory(const corekit::IniFile& conf, Outcome<> (*create)(const String& path)) {
+    for (const DirectoryKey& row : kDirectoryKeys) {
+        String path = GetValue(conf, row.key);
+        if (row.kind == ValueKind::FileInDirectory) {
+            if (path.IsEmpty()) continue;
+            path = corekit::Path::GetDirectory(path);
+        }
+        if (row.kind == ValueKind::InstallDirectory) path += L"/etc";
+        const Outcome<> outcome =
+            row.ifMissing == IfMissing::Fail ? CheckConfiguredDirectory(path) : create(path);
+        if (!outcome) return outcome;
+    }
+    return {};
+}
 
 }  // namespace
 
-int CreateConfiguredDirectory(const String& path) {
-    if (File::Exists(path)) {
-        if (IsWritableDirectory(path)) return 0;
-        return FailAbout(L"Directory %1 specified in Configuration file, already exists but is not writable.",
-                         path);
-    }
+Outcome<> CreateConfiguredDirectory(const String& path) {
+    if (corekit::File::Exists(path)) return CheckPresentDirectory(path);
     Messages::Say(L"Creating directory: " + Messages::ShownAscii(path) + L"  Result: ");
-    const bool created = corekit::Dir::CreateR(path).Ok();
+    const Result creatable = Access::CheckCreatableDirectory(path);
+    const Result created = creatable ? corekit::Dir::CreateR(path) : creatable;
     Messages::Say(created ? L"OK\n" : L"FAILED\n");
-    return created ? 0 : FailAbout(L"Error creating directory: %1", path);
+    if (!created) return FailToCreate(path, created);
+    return {};
 }
 
-int CheckConfiguredDirectory(const String& path) {
-    if (IsWritableDirectory(path)) return 0;
-    return FailAbout(L"Directory %1 specified in Configuration file, must exist and be writable.", path);
+Outcome<> CheckConfiguredDirectory(const String& path) {
+    if (const Result writable = Access::CheckWritableDirectory(path); !writable)
+        return FailAbout(L"Directory %1 specified in Configuration file, must exist and be writable.", path,
+                         writable);
+    return {};
 }
 
-bool PrepareConfiguredDirectories(const corekit::IniFile& conf) {
-    for (const DirectoryKey& row : kDirectoryKeys) {
-        if (row.prepare(GetValue(conf, row.key)) != 0) return false;
-    }
-    return true;
+Outcome<> PrepareConfiguredDirectories(const corekit::IniFile& conf) {
+    return ForEachDirectory(conf, CreateConfiguredDirectory);
+}
+
+Outcome<> CheckConfiguredDirectories(const corekit::IniFile& conf) {
+    return ForEachDirectory(conf, CheckCreatableDirectory);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,7 +3,6 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/os/Interruption.h"
-#include "run/Error.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -24,15 +23,15 @@ void RemoveLeftoversOfKilledRuns() {
 
 }  // namespace
 
-bool HandOverFile::Create() {
+Outcome<> HandOverFile::Create() {
     RemoveHandOverFile();
     RemoveLeftoversOfKilledRuns();
     const corekit::SignalBlock untilItIsOwned;
     const auto made = File::MakeTemp(kTemplate);
-    if (!made) return Error::Fail(L"Failed to create migration config file: ", GetErrorMsg(made.error()));
+    if (!made) return Fail(L"Failed to create migration config file: ", GetErrorMsg(made.error()));
     m_path = *made;
     m_file.Take(m_path.Utf8());
-    return true;
+    return {};
 }
 
 void HandOverFile::RemoveHandOverFile() {

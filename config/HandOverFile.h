@@ -3,15 +3,15 @@
 
 #include "corekit/os/TemporaryFile.h"
 #include "corekit/text/String.h"
+#include "run/Failure.h"
 
 namespace Zorvane::AgentInstaller {
 
 /// Owns the file: removes it when it goes, unless it has been moved into place by then.
 class HandOverFile {
   public:
-    /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed; false
-    /// with the error text set.
-    bool Create();
+    /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed.
+    Outcome<> Create();
 
     /// Removes the file, if there is one, and forgets its path.
     void RemoveHandOverFile();

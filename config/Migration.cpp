@@ -5,15 +5,27 @@
 
 namespace Zorvane::AgentInstaller {
 
-bool MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed, Settings& settings) {
-    if (!handOver.Create()) return false;
+using corekit::String;
+
+namespace {
+
+constexpr const wchar_t* kCreating = L"Creating/customizing Agent's configuration file.\n";
+
+}  // namespace
+
+Outcome<String> MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed,
+                                Settings& settings) {
+    if (const auto created = handOver.Create(); !created) return created.error();
     const bool carry = installed != nullptr && settings.Get(L"Upgrade") != L"no";
-    if (carry) {
-        Messages::Say(L"Migrating Agent " + Messages::Shown(installed->versionLabel) + L" settings...\n");
+    const auto source = WriteClientConf(handOver.Path(), settings, carry ? installed : nullptr);
+    if (!source) {
+        handOver.RemoveHandOverFile();
+        return source.error();
     }
-    const bool written = WriteClientConf(handOver.Path(), settings, carry ? installed : nullptr);
-    if (!written) handOver.RemoveHandOverFile();
-    return written;
+    String told;
+    if (carry) told += L"Migrating Agent " + Messages::Shown(installed->versionLabel) + L" settings...\n";
+    if (*source == ClientConfSource::Template) told += kCreating;
+    return told;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -6,11 +6,13 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The set-up step: writes <InstallDir>/bin/qdn-env. False with the error text set.
-bool CreateScriptsStep(const SetupContext& context);
+/// Whether the script can be written.
+Outcome<> CheckEnvironmentScript(const SetupContext& context);
+
+/// The set-up step: writes <InstallDir>/bin/qdn-env.
+Outcome<> CreateScriptsStep(const SetupContext& context);
 
 /// Writes the script for an install directory, in full, with mode 0755; its directory is made when missing.
-/// False with the error text set.
-bool WriteEnvironmentScript(const corekit::String& scriptPath, const corekit::String& installDir);
+Outcome<> WriteEnvironmentScript(const corekit::String& scriptPath, const corekit::String& installDir);
 
 }  // namespace Zorvane::AgentInstaller

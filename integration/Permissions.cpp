@@ -70,7 +70,7 @@ bool SkipDirs(const FileInfo& info, std::vector<FileInfo>& list) {
     return true;
 }
 
-bool SetInstallPermissions(const SetupContext& context) {
+Outcome<> SetInstallPermissions(const SetupContext& context) {
     const String installDir = context.settings->Get(L"InstallDir");
     const bool allowNonRoot = corekit::Text::StrToBool(context.settings->Get(L"AllowNonRoot"));
     SetFiles(installDir + L"/bin", allowNonRoot ? kForAll : kForRoot);
@@ -82,7 +82,7 @@ bool SetInstallPermissions(const SetupContext& context) {
     SetModes(installDir, kDirectories);
     // The operator named it, and may have named a link.
     Forgive(corekit::File::Chmod(corekit::Path::Resolve(installDir), 0755));
-    return true;
+    return {};
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -7,8 +7,8 @@
 namespace Zorvane::AgentInstaller {
 
 /// The set-up step: owner root and the modes of the files in bin, etc and lib and of the directories
-/// themselves; subdirectories are left alone. What cannot be changed is passed over; always true.
-bool SetInstallPermissions(const SetupContext& context);
+/// themselves; subdirectories are left alone. What cannot be changed is passed over: the step never fails.
+Outcome<> SetInstallPermissions(const SetupContext& context);
 
 /// Adds an entry that is not a directory to the list; always true, so that a scan goes on.
 bool SkipDirs(const corekit::FileInfo& info, std::vector<corekit::FileInfo>& list);

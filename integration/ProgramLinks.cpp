@@ -50,11 +50,11 @@ void LinkHelper(const String& linkDir) {
 
 }  // namespace
 
-bool CreateProgramLinks(const SetupContext& context) {
+Outcome<> CreateProgramLinks(const SetupContext& context) {
     const String linkDir = GetValue(corekit::IniFile(context.confPath), Key::kBinDir);
     LinkPrograms(context.settings->Get(L"InstallDir"), linkDir);
     LinkHelper(linkDir);
-    return true;
+    return {};
 }
 
 }  // namespace Zorvane::AgentInstaller

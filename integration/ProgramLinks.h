@@ -6,7 +6,7 @@
 namespace Zorvane::AgentInstaller {
 
 /// The set-up step: a wrapper link in the configured binary directory for each of the agent's known programs
-/// that is installed, and one to the helper. A link that cannot be made is passed over; always true.
-bool CreateProgramLinks(const SetupContext& context);
+/// that is installed, and one to the helper. A link that cannot be made is passed over: the step never fails.
+Outcome<> CreateProgramLinks(const SetupContext& context);
 
 }  // namespace Zorvane::AgentInstaller

@@ -5,11 +5,11 @@
 #include <iterator>
 
 #include "config/SystemProbes.h"
+#include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
 #include "deploykit/RCScriptBackend.h"
-#include "run/Error.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
@@ -17,6 +17,7 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::Forgive;
+using corekit::Result;
 using corekit::String;
 namespace RCScriptBackend = deploykit::ItemInstallers::RCScriptBackend;
 
@@ -32,42 +33,66 @@ constexpr Template kTemplates[] = {
     {L"united", L"rcscript.proto.suse"},
 };
 
-String TemplateName(const String& distribution) {
-    const auto* const row = std::ranges::find(kTemplates, distribution, &Template::distribution);
-    return row != std::end(kTemplates) ? row->name : L"rcscript.proto.unix";
+String TemplatePath(const SetupContext& context) {
+    const auto* const row = std::ranges::find(kTemplates, DetectDistribution(), &Template::distribution);
+    const wchar_t* const name = row != std::end(kTemplates) ? row->name : L"rcscript.proto.unix";
+    return context.settings->Get(L"InstallDir") + L"/etc/" + name;
 }
 
-bool InstallService(const SetupContext& context, const String& installDir) {
+String ControlScript(const SetupContext& context) {
+    return context.settings->Get(L"InstallDir") + Names::kControlScript;
+}
+
+constexpr const wchar_t* kFailed = L"Failed to set up the RC scripts.";
+
+Failure FailFor(const String& path, const Result& cause) {
+    return FailBecause(kFailed, path, cause);
+}
+
+/// The service, from its template, registered for the levels that client.conf names.
+Outcome<> InstallService(const SetupContext& context) {
     const corekit::IniFile conf(context.confPath);
     // One that cannot be read names no levels: nothing would start the agent.
-    if (!conf.ReadResult()) return false;
-    const String templatePath = installDir + L"/etc/" + TemplateName(DetectDistribution());
+    if (!conf.ReadResult()) return FailFor(context.confPath, conf.ReadResult());
     const RunLevels levels = SplitRunLevels(GetValue(conf, Key::kStartLevels));
     Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
-    return RCScriptBackend::Install(Names::kServiceName, templatePath, installDir, levels.startList,
-                                    levels.stopList);
+    const bool isInstalled =
+        RCScriptBackend::Install(Names::kServiceName, TemplatePath(context),
+                                 context.settings->Get(L"InstallDir"), levels.startList, levels.stopList);
+    if (!isInstalled) return Fail(kFailed);
+    return {};
 }
 
-bool PlaceControlScript(const String& controlScript, bool startsOnBoot) {
+Outcome<> PlaceControlScript(const String& controlScript, bool startsOnBoot) {
     const String service = RCScriptBackend::GetLocation(Names::kServiceName);
-    if (startsOnBoot) return corekit::File::SymLink(service, controlScript).Ok();
-    if (!corekit::File::Copy(service, controlScript)) return false;
-    Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
-    return true;
+    const Result placed = startsOnBoot ? corekit::File::SymLink(service, controlScript)
+                                       : corekit::File::Copy(service, controlScript);
+    if (!placed) return FailFor(controlScript, placed);
+    if (!startsOnBoot) Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
+    return {};
 }
 
 }  // namespace
 
-bool SetUpRunLevelScripts(const SetupContext& context) {
+Outcome<> CheckRunLevelScripts(const SetupContext& context) {
+    const String templatePath = TemplatePath(context);
+    const auto text = corekit::File::Read(templatePath);
+    if (!text) return FailFor(templatePath, text.error());
+    if (text->IsEmpty()) return Fail(kFailed);
+    for (const String& path : {RCScriptBackend::GetLocation(Names::kServiceName), ControlScript(context)}) {
+        if (const Result replaceable = corekit::Access::CheckReplaceable(path); !replaceable)
+            return FailFor(path, replaceable);
+    }
+    return {};
+}
+
+Outcome<> SetUpRunLevelScripts(const SetupContext& context) {
     const bool startsOnBoot = context.settings->IsYes(L"StartupOnBoot");
     if (startsOnBoot) Messages::Say(L"Setting up RC scripts to start Agent at system start.\n");
-    const String installDir = context.settings->Get(L"InstallDir");
-    Forgive(corekit::Dir::CreateR(installDir + L"/bin"));
-    if (InstallService(context, installDir) &&
-        PlaceControlScript(installDir + Names::kControlScript, startsOnBoot)) {
-        return true;
-    }
-    return Error::Fail(L"Failed to set up the RC scripts.");
+    if (const auto possible = CheckRunLevelScripts(context); !possible) return possible;
+    Forgive(corekit::Dir::CreateR(context.settings->Get(L"InstallDir") + L"/bin"));
+    if (const auto installed = InstallService(context); !installed) return installed;
+    return PlaceControlScript(ControlScript(context), startsOnBoot);
 }
 
 }  // namespace Zorvane::AgentInstaller

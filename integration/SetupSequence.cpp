@@ -1,51 +1,125 @@
-// The set-up sequence: its steps and their order.
+// The set-up sequence: its steps, their order, and what is looked at before each.
 #include "integration/SetupSequence.h"
-
-#include <algorithm>
-#include <iterator>
 
 #include "config/ConfiguredDirectories.h"
 #include "config/GuidFile.h"
+#include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "integration/EnvironmentScript.h"
 #include "integration/Permissions.h"
 #include "integration/ProgramLinks.h"
 #include "integration/RunLevelScripts.h"
-#include "run/Error.h"
+#include "run/Keys.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::Forgive;
 using corekit::IniFile;
+using corekit::Result;
 using corekit::String;
 
 namespace {
 
-bool PrepareDirectories(const SetupContext& context) {
+/// Makes a directory the current one for as long as it lives: client.conf may name paths relative to it.
+class CurrentDirectory {
+  public:
+    explicit CurrentDirectory(const String& path) {
+        m_before = corekit::Dir::GetCurrent().value_or(String());
+        Forgive(corekit::Dir::SetCurrent(path));
+    }
+    ~CurrentDirectory() { Forgive(corekit::Dir::SetCurrent(m_before)); }
+    CurrentDirectory(const CurrentDirectory&) = delete;
+    CurrentDirectory& operator=(const CurrentDirectory&) = delete;
+
+  private:
+    String m_before;
+};
+
+Failure FailToPlace(const String& path, const Result& cause) {
+    return FailAt(L"Failed to create the new config file: ", path, cause);
+}
+
+String ClientConfPath(const SetupContext& context) {
+    return context.settings->Get(L"InstallDir") + Names::kClientConf;
+}
+
+Outcome<> CheckClientConf(const SetupContext& context) {
+    const String path = ClientConfPath(context);
+    if (const Result replaceable = corekit::Access::CheckReplaceable(path); !replaceable)
+        return FailToPlace(path, replaceable);
+    return {};
+}
+
+Outcome<> CheckDirectories(const SetupContext& context) {
+    return CheckConfiguredDirectories(IniFile(context.confPath));
+}
+
+Outcome<> PrepareDirectories(const SetupContext& context) {
     const IniFile conf(context.confPath);
     RemoveUnwantedGuidFile(conf, *context.settings);
-    const bool prepared = PrepareConfiguredDirectories(conf);
+    const Outcome<> prepared = PrepareConfiguredDirectories(conf);
     WriteGuidFile(conf, *context.settings);
     return prepared;
 }
 
-constexpr bool (*kSteps[])(const SetupContext&) = {
-    PrepareDirectories, CreateScriptsStep, SetUpRunLevelScripts, CreateProgramLinks, SetInstallPermissions,
+/// The identifier is on the host before the old agent's file of it goes. Where its directory cannot be made,
+/// the step that prepares the directories says so.
+void WriteIdentifier(const SetupContext& context) {
+    if (!context.settings->IsSet(L"Guid")) return;
+    const CurrentDirectory there(context.settings->Get(L"InstallDir"));
+    const IniFile conf(context.generatedConfPath);
+    const String path = GetValue(conf, Key::kGuidFile);
+    if (!path.IsEmpty()) Forgive(CreateConfiguredDirectory(corekit::Path::GetDirectory(path)));
+    WriteGuidFile(conf, *context.settings);
+}
+
+/// For a step that cannot fail.
+Outcome<> ExpectNothing(const SetupContext&) {
+    return {};
+}
+
+/// A step begins with its own check, too: what is found before the run changes anything is what fails it.
+struct Step {
+    Outcome<> (*check)(const SetupContext&);
+    Outcome<> (*run)(const SetupContext&);
+};
+constexpr Step kSteps[] = {
+    {CheckDirectories, PrepareDirectories},       {CheckEnvironmentScript, CreateScriptsStep},
+    {CheckRunLevelScripts, SetUpRunLevelScripts}, {ExpectNothing, CreateProgramLinks},
+    {ExpectNothing, SetInstallPermissions},
 };
 
 }  // namespace
 
-bool RunSetupSequence(SetupContext& context, const Settings& settings) {
-    context.settings = &settings;
-    const String installDir = settings.Get(L"InstallDir");
-    context.confPath = installDir + Names::kClientConf;
-    const bool moved = corekit::File::Rename(context.generatedConfPath, context.confPath).Ok();
-    Forgive(corekit::Dir::SetCurrent(installDir));
-    if (!moved) return Error::Fail(L"Failed to create the new config file: ", context.confPath);
-    return std::all_of(std::begin(kSteps), std::end(kSteps), [&](auto step) { return step(context); });
+Outcome<> CheckSetupSequence(const SetupContext& context) {
+    const CurrentDirectory there(context.settings->Get(L"InstallDir"));
+    if (const auto placeable = CheckClientConf(context); !placeable) return placeable;
+    for (const Step& step : kSteps) {
+        if (const auto possible = step.check(context); !possible) return possible;
+    }
+    return {};
+}
+
+Outcome<> PlaceClientConf(SetupContext& context) {
+    if (const auto placeable = CheckClientConf(context); !placeable) return placeable;
+    WriteIdentifier(context);
+    const String confPath = ClientConfPath(context);
+    if (const Result moved = corekit::File::Rename(context.generatedConfPath, confPath); !moved)
+        return FailToPlace(confPath, moved);
+    context.confPath = confPath;
+    return {};
+}
+
+Outcome<> RunSetupSequence(const SetupContext& context) {
+    Forgive(corekit::Dir::SetCurrent(context.settings->Get(L"InstallDir")));
+    for (const Step& step : kSteps) {
+        if (const auto done = step.run(context); !done) return done;
+    }
+    return {};
 }
 
 }  // namespace Zorvane::AgentInstaller

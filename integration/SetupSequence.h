@@ -5,8 +5,16 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Moves the generated client.conf into place and runs the set-up steps up to the first that fails; what was
-/// done stays. The install directory is the current directory afterwards. False with the error text set.
-bool RunSetupSequence(SetupContext& context, const Settings& settings);
+/// Looks, before anything changes, whether both can succeed with the generated client.conf: fails as
+/// they would, as far as that can be known, and changes nothing.
+Outcome<> CheckSetupSequence(const SetupContext& context);
+
+/// Writes the file of the identifier, whose directory is made when missing, and then moves the generated
+/// client.conf into place. The context's confPath is that place then.
+Outcome<> PlaceClientConf(SetupContext& context);
+
+/// Runs the set-up steps, up to the first that fails; what was done stays. The install directory is the
+/// current directory afterwards.
+Outcome<> RunSetupSequence(const SetupContext& context);
 
 }  // namespace Zorvane::AgentInstaller

@@ -16,7 +16,7 @@ bool Fail(const String& text, const String& subject) {
 
 Outcome<> OutcomeOf(bool succeeded) {
     if (succeeded) return {};
-    return tl::unexpected(Failure{std::exchange(m_sErrorText, String()), String()});
+    return Failure{std::exchange(m_sErrorText, String()), String()};
 }
 
 }  // namespace Zorvane::AgentInstaller::Error

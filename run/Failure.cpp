@@ -8,15 +8,15 @@ namespace Zorvane::AgentInstaller {
 using corekit::Result;
 using corekit::String;
 
-tl::unexpected<Failure> Fail(const String& text, const String& subject) {
-    return tl::unexpected(Failure{text + Messages::Shown(subject), String()});
+Failure Fail(const String& text, const String& subject) {
+    return {text + Messages::Shown(subject), String()};
 }
 
-tl::unexpected<Failure> FailBecause(const String& text, const String& path, const Result& cause) {
-    return tl::unexpected(Failure{text, Messages::Shown(path) + L": " + GetErrorMsg(cause)});
+Failure FailBecause(const String& text, const String& path, const Result& cause) {
+    return {text, Messages::Shown(cause.About(path).Path()) + L": " + GetErrorMsg(cause)};
 }
 
-tl::unexpected<Failure> FailAt(const String& text, const String& path, const Result& cause) {
+Failure FailAt(const String& text, const String& path, const Result& cause) {
     return FailBecause(text + Messages::Shown(path), path, cause);
 }
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <tl/expected.hpp>
+#include <type_traits>
+#include <utility>
 
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
@@ -20,6 +22,16 @@ template <typename Value = void>
 class [[nodiscard]] Outcome : public tl::expected<Value, Failure> {
   public:
     using tl::expected<Value, Failure>::expected;
+    Outcome(Failure failure) : tl::expected<Value, Failure>(tl::unexpect, std::move(failure)) {}
+
+    friend bool operator==(const Outcome& left, const Outcome& right) {
+        if (!left || !right) return !left && !right && left.error() == right.error();
+        if constexpr (std::is_void_v<Value>) {
+            return true;
+        } else {
+            return *left == *right;
+        }
+    }
 };
 
 /// Drops an outcome on purpose: the caller goes on whatever it was.
@@ -27,15 +39,15 @@ template <typename Value>
 void Forgive(const Outcome<Value>&) {}
 
 /// The failure `text` followed by `subject` (made printable).
-[[nodiscard]] tl::unexpected<Failure> Fail(const corekit::String& text,
-                                           const corekit::String& subject = corekit::String());
+[[nodiscard]] Failure Fail(const corekit::String& text, const corekit::String& subject = corekit::String());
 
-/// The failure `text` and the system's reason, "<path>: <why>". The whole text is the caller's.
-[[nodiscard]] tl::unexpected<Failure> FailBecause(const corekit::String& text, const corekit::String& path,
-                                                  const corekit::Result& cause);
+/// The failure `text` and the system's reason, "<path>: <why>", of the path that `cause` concerns or else of
+/// `path`. The whole text is the caller's.
+[[nodiscard]] Failure FailBecause(const corekit::String& text, const corekit::String& path,
+                                  const corekit::Result& cause);
 
 /// The same with the path at the end of the text: "Unable to write to file: <path>".
-[[nodiscard]] tl::unexpected<Failure> FailAt(const corekit::String& text, const corekit::String& path,
-                                             const corekit::Result& cause);
+[[nodiscard]] Failure FailAt(const corekit::String& text, const corekit::String& path,
+                             const corekit::Result& cause);
 
 }  // namespace Zorvane::AgentInstaller

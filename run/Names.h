@@ -8,6 +8,7 @@ inline constexpr const wchar_t* kServiceName = L"zorvane";
 // Below an install directory.
 inline constexpr const wchar_t* kClientConf = L"/etc/client.conf";
 inline constexpr const wchar_t* kSavedClientConf = L"/etc/client.conf.old";
+inline constexpr const wchar_t* kUnfinished = L"/etc/.unfinished";
 inline constexpr const wchar_t* kClientProto = L"/etc/client.proto";
 inline constexpr const wchar_t* kEnvironmentScript = L"/bin/qdn-env";
 inline constexpr const wchar_t* kControlScript = L"/bin/rcscript";

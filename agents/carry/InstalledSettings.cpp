@@ -125,7 +125,7 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
     if (settings->IsSet(L"NICError")) settings->Value(L"EnableNICError") = L"yes";
     if (generation == Generation::Agent56) return settings;
 
-    if (const auto loaded = LoadGuid(conf, *settings); !loaded) return tl::unexpected(loaded.error());
+    if (const auto loaded = LoadGuid(conf, *settings); !loaded) return loaded.error();
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);
     return settings;

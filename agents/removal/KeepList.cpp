@@ -30,7 +30,7 @@ constexpr const char* kLaidDown[] = {
     "bin/*.bin",           "etc",
     "etc/client.proto",    "etc/rcscript.proto.*",
     "etc/config.xml",      "etc/client.conf",
-    "etc/client.conf.old",
+    "etc/client.conf.old", "etc/.unfinished",
 };
 
 }  // namespace

@@ -6,7 +6,6 @@
 
 #include "integration/SetupContext.h"
 #include "run/Args.h"
-#include "run/Error.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -30,6 +29,14 @@ class Installation : public testing::Test {
     /// Writes the lines of client.conf's section Configuration.
     void Configure(const std::string& lines) {
         testfiles::Write("/opt/agent/etc/client.conf", "[Configuration]\n" + lines);
+    }
+
+    /// The text of the failure, or of there being none.
+    static corekit::String TextOf(const Zorvane::AgentInstaller::Outcome<>& outcome) {
+        return outcome ? corekit::String(L"(no failure)") : outcome.error().text;
+    }
+    static corekit::String ReasonOf(const Zorvane::AgentInstaller::Outcome<>& outcome) {
+        return outcome ? corekit::String(L"(no failure)") : outcome.error().reason;
     }
 
     Zorvane::AgentInstaller::Settings m_settings;

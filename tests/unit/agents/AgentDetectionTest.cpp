@@ -144,10 +144,6 @@ TEST_F(InstalledAgent, IsLookedForInTheOrderOfTheCandidates) {
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", dir / "client.conf");
     EXPECT_EQ(Found(), "/opt/package");  // no file: a package that nobody understands
 
-    Lay("/opt/package/etc/client.conf.old", 7, 0600);
-    EXPECT_EQ(Found(), "/opt/607");
-    Lay("/opt/zorvane/kell/ksagent/etc/client.conf.old", 6, 0600);
-    EXPECT_EQ(Found(), "/opt/606");
     Lay("/opt/package/etc/client.conf", 5);
     EXPECT_EQ(Found(), "/opt/605");
     Lay(kInventory, 4);
@@ -162,9 +158,50 @@ TEST_F(InstalledAgent, IsLookedForInTheOrderOfTheCandidates) {
     EXPECT_EQ(Found(), "/opt/600");
 }
 
-TEST_F(InstalledAgent, IsNotFoundByTheCopyOfAnUpgradeThatCameToItsEnd) {
-    Lay("/opt/zorvane/kell/ksagent/etc/client.conf.old", 6, 0444);
+TEST_F(InstalledAgent, IsWhatTheSavedCopySays_WhileAnUpgradeIsUnfinished) {
+    const std::string usual = "/opt/zorvane/kell/ksagent";
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", kDefault);
+    Lay(kDefault, 1);
+    Lay(usual + "/etc/client.conf.old", 6, 0444);
+    EXPECT_EQ(Found(), "/opt/601");
+    Write(usual + "/etc/.unfinished", "saving\n");
+    EXPECT_EQ(Found(), "/opt/601");
+    Write(usual + "/etc/.unfinished", "upgrade\n");
+    EXPECT_EQ(Found(), "/opt/606");
+    std::filesystem::remove(kDefault);
+    EXPECT_EQ(Found(), "/opt/606");
+}
+
+TEST_F(InstalledAgent, IsNone_WhileAFirstConfigurationIsUnfinished) {
+    const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", kDefault);
+    Lay(kDefault, 1);
+    Write("/opt/zorvane/kell/ksagent/etc/.unfinished", "first configuration\n");
     EXPECT_EQ(Found(), "none");
+}
+
+TEST_F(InstalledAgent, IsAlsoLookedForBelowOtherDirectories_WhereAnUpgradeIsUnfinished) {
+    const TempDir dir;
+    const auto found = [&] {
+        const auto agent = FindInstalledAgent({String(), String::FromUtf8(dir.Path())});
+        return agent ? agent->InstallDir().Utf8() : "none";
+    };
+    Lay(dir / "etc/client.conf", 1);
+    Lay(dir / "etc/client.conf.old", 2);
+    EXPECT_EQ(found(), "none");
+    Write(dir / "etc/.unfinished", "first configuration");
+    EXPECT_EQ(found(), "none");
+    Write(dir / "etc/.unfinished", "upgrade");
+    EXPECT_EQ(found(), "/opt/602");
+    Lay(kDefault, 3);
+    EXPECT_EQ(found(), "/opt/603");
+}
+
+TEST(AgentFromBaseDir, IsFoundByTheSavedCopy_WhenAnUnfinishedUpgradeHasLeftNoOther) {
+    const TempDir dir;
+    Write(dir / "etc/client.conf.old", ConfOf("6", "0", "2"));
+    EXPECT_EQ(AgentFromBaseDir(String::FromUtf8(dir.Path())), nullptr);
+    Write(dir / "etc/.unfinished", "upgrade");
+    EXPECT_NE(AgentFromBaseDir(String::FromUtf8(dir.Path())), nullptr);
 }
 
 TEST_F(InstalledAgent, IsNoneOnAHostWithoutAny) {

@@ -6,7 +6,7 @@
 
 #include "app/AgentInstaller.h"
 #include "app/CleanCommand.h"
-#include "app/InteractiveConfigureCommand.h"
+#include "app/ConfigureCommand.h"
 #include "run/Args.h"
 #include "run/RunLock.h"
 #include "tests/support/Captured.h"

@@ -64,7 +64,9 @@ TEST_F(ConfigureSequence, AnXmlFileThatForbidsTheUpgradeNeedsNoServer) {
     testfiles::Write("/tmp/.qdn-agent-install-config.xml",
                      "<KSAgentConfiguration><Settings Upgrade=\"no\"/></KSAgentConfiguration>");
     EXPECT_EQ(Run({L"-quiet", L"-dir", L"/opt/agent"}), 1U);
-    EXPECT_EQ(m_output.err, "ERROR: Missing file in install. File:/opt/agent/etc/client.proto\n");
+    EXPECT_EQ(m_output.err,
+              "WARNING! No Kell Server name is configured.\n"
+              "ERROR: Missing file in install. File:/opt/agent/etc/client.proto\n");
     EXPECT_TRUE(testfiles::Exists("/tmp/.qdn-agent-install-config.xml"));
 }
 

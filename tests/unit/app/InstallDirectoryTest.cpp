@@ -3,7 +3,7 @@
 
 #include "agents/Agent60SP2.h"
 #include "app/InstallDirectory.h"
-#include "run/Error.h"
+#include "corekit/text/Text.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 
@@ -25,9 +25,9 @@ class InstallDirectory : public testing::Test {
 TEST_F(InstallDirectory, IsThePackagesUnlessTheCommandLineNamesAnother) {
     m_host.Add("rpm", "echo /opt/package/etc/client.proto");
     InstallDir() = L"/opt/xml";
-    CreateNewAgent(m_run, String());
+    EXPECT_TRUE(CreateNewAgent(m_run, String()));
     EXPECT_EQ(InstallDir(), L"/opt/package");
-    CreateNewAgent(m_run, L"/opt/given");
+    EXPECT_TRUE(CreateNewAgent(m_run, L"/opt/given"));
     EXPECT_EQ(InstallDir(), L"/opt/given");
     EXPECT_EQ(m_run.newAgent->InstallDir(), L"/opt/package");
 }
@@ -35,7 +35,7 @@ TEST_F(InstallDirectory, IsThePackagesUnlessTheCommandLineNamesAnother) {
 TEST_F(InstallDirectory, StaysWhereNeitherNamesOne) {
     m_host.Add("rpm");
     InstallDir() = L"/opt/xml";
-    CreateNewAgent(m_run, String());
+    EXPECT_TRUE(CreateNewAgent(m_run, String()));
     EXPECT_EQ(InstallDir(), L"/opt/xml");
 }
 
@@ -50,13 +50,36 @@ TEST_F(InstallDirectory, IsThePackagesWhereNoSourceNamedAny) {
     EXPECT_EQ(InstallDir(), L"/opt/new");
 }
 
-TEST_F(InstallDirectory, MayHoldBlanksButNothingThatAShellWouldMisread) {
-    InstallDir() = L"/opt/my agent";
+TEST_F(InstallDirectory, LosesTheSlashesAtItsEnd) {
+    InstallDir() = L"/opt/new//";
+    CompleteInstallDir(m_run);
+    EXPECT_EQ(InstallDir(), L"/opt/new");
+    InstallDir() = L"//";
+    CompleteInstallDir(m_run);
+    EXPECT_EQ(InstallDir(), L"/");
+}
+
+TEST_F(InstallDirectory, IsRefused_WhenAShellOrASearchPathWouldMisreadIt) {
+    InstallDir() = L"/opt/my-agent";
     EXPECT_TRUE(CheckInstallDir(*m_run.settings));
-    InstallDir() = L"/opt/my$agent";
-    EXPECT_FALSE(CheckInstallDir(*m_run.settings));
-    EXPECT_EQ(Error::m_sErrorText,
-              L"Install directory /opt/my$agent contains characters that are not allowed.");
+    for (const wchar_t* directory :
+         {L"/opt/my$agent", L"/opt/my agent", L"/opt/my\tagent", L"/opt/my:agent"}) {
+        InstallDir() = directory;
+        const auto outcome = CheckInstallDir(*m_run.settings);
+        ASSERT_FALSE(outcome) << InstallDir().Utf8();
+        EXPECT_EQ(outcome.error().text, L"Install directory " + corekit::Text::Printable(directory) +
+                                            L" contains characters that are not allowed.");
+    }
+}
+
+TEST_F(InstallDirectory, IsRefused_WhenItIsTheHostsOwn) {
+    for (const wchar_t* directory : {L"/usr", L"/", L"/opt/../etc", L"/usr/bin"}) {
+        InstallDir() = directory;
+        const auto outcome = CheckInstallDir(*m_run.settings);
+        ASSERT_FALSE(outcome) << InstallDir().Utf8();
+        EXPECT_EQ(outcome.error().text,
+                  String(L"Install directory %1 is a directory of the host.").Arg(directory));
+    }
 }
 
 }  // namespace

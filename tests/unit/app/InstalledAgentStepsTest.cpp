@@ -1,12 +1,13 @@
 // What is taken over from the agent found on the host, what is kept of it, and what fails the run.
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "app/InstalledAgentSteps.h"
-#include "run/Error.h"
 #include "run/ReinstallMarker.h"
+#include "run/UnfinishedRun.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -54,6 +55,13 @@ class InstalledAgentSteps : public testing::Test {
     }
     void TearDown() override { std::filesystem::remove_all("/opt/new"); }
 
+    static String TextOf(const Outcome<>& outcome) {
+        return outcome ? String(L"(no failure)") : outcome.error().text;
+    }
+    static String ReasonOf(const Outcome<>& outcome) {
+        return outcome ? String(L"(no failure)") : outcome.error().reason;
+    }
+
     String& Setting(SettingName name) { return m_run.settings->Value(name); }
     String& Stored(SettingName name) { return m_agent->stored.Value(name); }
 
@@ -66,7 +74,7 @@ TEST_F(InstalledAgentSteps, TheInstalledAgentsValuesWinButItsEmptyOnesDoNot) {
     Setting(L"LogSize") = L"256";
     Stored(L"TempDir") = L"/var/tmp";
     Stored(L"LogSize") = L"";
-    MergeInstalledSettings(m_run);
+    EXPECT_TRUE(MergeInstalledSettings(m_run));
     EXPECT_EQ(Setting(L"TempDir"), L"/var/tmp");
     EXPECT_EQ(Setting(L"LogSize"), L"256");
 }
@@ -74,15 +82,14 @@ TEST_F(InstalledAgentSteps, TheInstalledAgentsValuesWinButItsEmptyOnesDoNot) {
 TEST_F(InstalledAgentSteps, AConfigurationThatCannotBeLoadedFailsTheRun) {
     m_agent->loads = false;
     m_agent->SetConfPath(L"/opt/old/etc/client.conf");
-    MergeInstalledSettings(m_run);
-    EXPECT_FALSE(m_run.ok);
-    EXPECT_EQ(Error::m_sErrorText, L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
+    EXPECT_EQ(TextOf(MergeInstalledSettings(m_run)),
+              L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
 }
 
 TEST_F(InstalledAgentSteps, NothingChangesWhenNothingCanBeLoaded) {
     m_agent->loads = false;
     Setting(L"Guid") = L"{A}";
-    MergeInstalledSettings(m_run);
+    EXPECT_FALSE(MergeInstalledSettings(m_run));
     EXPECT_EQ(Setting(L"Guid"), L"{A}");
     EXPECT_FALSE(m_run.settings->Exists(L"KSName"));
 }
@@ -94,7 +101,7 @@ TEST_F(InstalledAgentSteps, TheXmlFilesServerWinsAndItsChangeDropsTheIdentifier)
     Stored(L"KSName") = L"old.example";
     Stored(L"KSUrlFormat") = L"http://%server%/Zorvane/";
     Stored(L"Guid") = L"{OLD}";
-    MergeInstalledSettings(m_run);
+    EXPECT_TRUE(MergeInstalledSettings(m_run));
     EXPECT_EQ(Setting(L"KSName"), L"new.example");
     EXPECT_EQ(Setting(L"KSUrlFormat"), L"https://%server%/Zorvane/");
     EXPECT_EQ(Setting(L"KSNameChanged"), L"true");
@@ -107,7 +114,7 @@ TEST_F(InstalledAgentSteps, AnIdentifierThatWasGivenIsKeptWhenTheServerChanges) 
     Setting(L"Guid") = L"{NEW}";
     Stored(L"KSName") = L"old.example";
     Stored(L"Guid") = L"{OLD}";
-    MergeInstalledSettings(m_run);
+    EXPECT_TRUE(MergeInstalledSettings(m_run));
     EXPECT_EQ(Setting(L"Guid"), L"{NEW}");
 }
 
@@ -116,7 +123,7 @@ TEST_F(InstalledAgentSteps, TheSameServerByAnotherNameKeepsTheIdentifier) {
     Setting(L"KSName") = L"ks:8080";
     Stored(L"KSName") = L"KS.example";
     Stored(L"Guid") = L"{OLD}";
-    MergeInstalledSettings(m_run);
+    EXPECT_TRUE(MergeInstalledSettings(m_run));
     EXPECT_EQ(Setting(L"KSName"), L"ks:8080");
     EXPECT_FALSE(m_run.settings->IsSet(L"KSNameChanged"));
     EXPECT_EQ(Setting(L"Guid"), L"{OLD}");
@@ -127,7 +134,7 @@ TEST_F(InstalledAgentSteps, TheEnvironmentsServerYieldsToTheInstalledAgentsButMa
     Setting(L"KSUrlFormat") = L"https://%server%/Zorvane/";
     Stored(L"KSName") = L"old.example";
     Stored(L"KSUrlFormat") = L"http://%server%/Zorvane/";
-    MergeInstalledSettings(m_run);
+    EXPECT_TRUE(MergeInstalledSettings(m_run));
     EXPECT_EQ(Setting(L"KSName"), L"old.example");
     EXPECT_EQ(Setting(L"KSUrlFormat"), L"http://%server%/Zorvane/");
     EXPECT_EQ(Setting(L"KSNameChanged"), L"true");
@@ -155,26 +162,58 @@ TEST_F(InstalledAgentSteps, TheOldConfigurationIsKeptInADirectoryThatIsMade) {
 
 TEST_F(InstalledAgentSteps, AnOldConfigurationThatCannotBeKeptFailsTheRun) {
     testfiles::Write("/tmp/old.conf", "x");
-    testfiles::Write("/opt/new/etc", "a file");
+    std::filesystem::create_directories("/opt/new/etc/client.conf.old");
+    std::filesystem::permissions("/opt/new/etc/client.conf.old", std::filesystem::perms(0711));
     m_agent->SetConfPath(L"/tmp/old.conf");
     Setting(L"InstallDir") = L"/opt/new";
-    EXPECT_FALSE(SaveInstalledConfiguration(m_run));
-    EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/new/etc/client.conf.old");
+    for (const auto& outcome : {CheckInstalledAgent(m_run), SaveInstalledConfiguration(m_run)}) {
+        EXPECT_EQ(TextOf(outcome), L"Unable to write to file: /opt/new/etc/client.conf.old");
+        EXPECT_EQ(ReasonOf(outcome), L"/opt/new/etc/client.conf.old: Is a directory");
+    }
+    EXPECT_EQ(testfiles::Mode("/opt/new/etc/client.conf.old"), 0711U);
     EXPECT_EQ(m_agent->ConfPath(), L"/tmp/old.conf");
 }
 
-TEST_F(InstalledAgentSteps, AConfigurationThatNobodyRecognisedIsKept) {
-    m_run.installed = nullptr;
+TEST_F(InstalledAgentSteps, MarksAnUpgradeOnceTheCopyIsThere) {
+    testfiles::Write("/tmp/old.conf", "x");
+    m_agent->SetConfPath(L"/tmp/old.conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    EXPECT_TRUE(CheckInstalledAgent(m_run));
+    EXPECT_FALSE(testfiles::Exists("/opt/new"));
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(FindUnfinishedRun(L"/opt/new"), Unfinished::Upgrade);
+}
+
+TEST_F(InstalledAgentSteps, LeavesTheSavedCopyAlone_WhenTheAgentIsReadFromIt) {
+    testfiles::Write("/opt/new/etc/client.conf.old", "the administrator's", 0640);
+    testfiles::Write("/opt/new/etc/client.conf", "unfinished");
+    m_agent->SetConfPath(L"/opt/new/etc/client.conf.old");
     Setting(L"InstallDir") = L"/opt/new";
     EXPECT_TRUE(SaveInstalledConfiguration(m_run));
-    EXPECT_FALSE(std::filesystem::exists("/opt/new"));
+    EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "the administrator's");
+    EXPECT_EQ(FindUnfinishedRun(L"/opt/new"), Unfinished::Upgrade);
+}
+
+TEST_F(InstalledAgentSteps, KeepsAConfigurationThatNobodyRecognised) {
+    m_run.installed = nullptr;
+    Setting(L"InstallDir") = L"/opt/new";
     testfiles::Write("/opt/new/etc/client.conf", "strange");
     EXPECT_TRUE(SaveInstalledConfiguration(m_run));
     EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "strange");
     EXPECT_EQ(testfiles::Mode("/opt/new/etc/client.conf.old"), 0600U);
+    EXPECT_EQ(FindUnfinishedRun(L"/opt/new"), Unfinished::FirstConfiguration);
 }
 
-TEST_F(InstalledAgentSteps, TheConfigurationOfAnAgentWithoutAPathIsKeptToo) {
+TEST_F(InstalledAgentSteps, KeepsNoConfigurationThatAnUnfinishedRunHasLeft) {
+    m_run.installed = nullptr;
+    Setting(L"InstallDir") = L"/opt/new";
+    testfiles::Write("/opt/new/etc/client.conf", "unfinished");
+    testfiles::Write("/opt/new/etc/.unfinished", "first configuration\n");
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_FALSE(testfiles::Exists("/opt/new/etc/client.conf.old"));
+}
+
+TEST_F(InstalledAgentSteps, KeepsTheConfigurationOfAnAgentWithoutAPathToo) {
     testfiles::Write("/opt/new/etc/client.conf", "strange");
     Setting(L"InstallDir") = L"/opt/new";
     EXPECT_TRUE(SaveInstalledConfiguration(m_run));
@@ -182,22 +221,25 @@ TEST_F(InstalledAgentSteps, TheConfigurationOfAnAgentWithoutAPathIsKeptToo) {
     EXPECT_TRUE(m_agent->ConfPath().IsEmpty());
 }
 
-TEST_F(InstalledAgentSteps, InTheRootTheConfigurationIsKeptOnlyWhereTheRunCanGoOn) {
-    testfiles::Write("/etc/client.conf", "strange");
-    Setting(L"InstallDir") = L"/";
-    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
-    EXPECT_FALSE(testfiles::Exists("/etc/client.conf.old"));
-    testfiles::Write("/etc/client.proto", "[Configuration]\n");
-    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
-    EXPECT_EQ(testfiles::Read("/etc/client.conf.old"), "strange");
-    for (const char* path : {"/etc/client.conf", "/etc/client.conf.old", "/etc/client.proto"})
-        std::filesystem::remove(path);
+TEST_F(InstalledAgentSteps, LooksWhetherWhatAnUpgradeChangesCanBeChanged) {
+    testfiles::Write("/opt/old/etc/client.conf", "[Configuration]\ninstalldir=/opt/old\nbindir=/opt/links\n");
+    testfiles::Write("/opt/links/qdn-monitor", "");
+    m_agent->SetConfPath(L"/opt/old/etc/client.conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    EXPECT_TRUE(CheckInstalledAgent(m_run));
+    ASSERT_EQ(mount("/opt/links", "/opt/links", nullptr, MS_BIND, nullptr), 0);
+    ASSERT_EQ(mount(nullptr, "/opt/links", nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    const auto outcome = CheckInstalledAgent(m_run);
+    EXPECT_EQ(umount("/opt/links"), 0);
+    EXPECT_EQ(TextOf(outcome), L"Failed to clean old agent files.");
+    EXPECT_EQ(ReasonOf(outcome), L"/opt/links/qdn-monitor: Read-only file system");
+    std::filesystem::remove_all("/opt/old");
+    std::filesystem::remove_all("/opt/links");
 }
 
 TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
     m_agent->removesIntegration = false;
-    EXPECT_FALSE(RemoveInstalledIntegration(m_run));
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to clean old agent files.");
+    EXPECT_EQ(TextOf(RemoveInstalledIntegration(m_run)), L"Failed to clean old agent files.");
     m_agent->upgradeSupported = false;
     EXPECT_TRUE(RemoveInstalledIntegration(m_run));
     m_run.installed = nullptr;

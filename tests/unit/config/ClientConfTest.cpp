@@ -4,8 +4,6 @@
 
 #include "config/ClientConf.h"
 #include "corekit/ini/IniFile.h"
-#include "run/Args.h"
-#include "run/Error.h"
 #include "settings/XmlConfig.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
@@ -18,7 +16,6 @@ using corekit::IniFile;
 using corekit::String;
 using testsupport::Captured;
 
-constexpr const char* kCreating = "Creating/customizing Agent's configuration file.\n";
 constexpr const char* kProto = "/opt/agent/etc/client.proto";
 constexpr const char* kOutput = "/opt/client.conf";
 constexpr const char* kOld = "/opt/old/etc/client.conf";
@@ -40,15 +37,16 @@ class ClientConf : public testing::Test {
         return settings;
     }
 
-    /// Writes the file; what that prints goes to m_out.
+    /// Writes the file, which prints nothing.
     bool Write(const InstalledConfiguration* installed = nullptr) {
-        bool ok = false;
         const auto output =
-            Captured([&] { ok = WriteClientConf(String::FromUtf8(kOutput), *m_settings, installed); });
-        m_out = output.out;
-        EXPECT_EQ(output.err, "");
-        return ok;
+            Captured([&] { m_outcome = WriteClientConf(String::FromUtf8(kOutput), *m_settings, installed); });
+        EXPECT_EQ(output.out + output.err, "");
+        return m_outcome.has_value();
     }
+    ClientConfSource Source() const { return m_outcome.value_or(ClientConfSource::Nothing); }
+    String Text() const { return m_outcome ? String(L"(no failure)") : m_outcome.error().text; }
+    String Reason() const { return m_outcome ? String(L"(no failure)") : m_outcome.error().reason; }
     String Written(const wchar_t* section, const wchar_t* key) {
         String value = L"(missing)";
         IniFile(String::FromUtf8(kOutput)).GetValue(section, key, value);
@@ -58,7 +56,7 @@ class ClientConf : public testing::Test {
 
     std::unique_ptr<Settings> m_settings = SettingsOfARun();
     InstalledConfiguration m_installed = {L"6.0", String::FromUtf8(kOld), true};
-    std::string m_out;
+    Outcome<ClientConfSource> m_outcome;
 };
 
 TEST_F(ClientConf, AFreshFileIsTheTemplateWithTheSettingsFilledIn) {
@@ -67,18 +65,12 @@ TEST_F(ClientConf, AFreshFileIsTheTemplateWithTheSettingsFilledIn) {
                      "installdir=%INSTDIR%\nguid_guid_file=\npolicies_cache_dir=%ETCDIR%/p\n");
     testfiles::Write(kOutput, "", 0600);
     EXPECT_TRUE(Write());
-    EXPECT_EQ(m_out, kCreating);
+    EXPECT_EQ(Source(), ClientConfSource::Template);
     EXPECT_TRUE(testfiles::Read(kOutput).starts_with(
         "# /opt/agent\n[Kell Servers]\nserver-1=srv.example;srv.example\n[Configuration]\n"
         "installdir=/opt/agent\nguid_guid_file=/opt/agent/etc/host.GUID\n"
         "policies_cache_dir=/opt/agent/etc/p\ntmpdir=/tmp\n"));
     EXPECT_EQ(testfiles::Mode(kOutput), 0600U);
-}
-
-TEST_F(ClientConf, AQuietRunWritesItQuietly) {
-    Args::bQuiet = true;
-    EXPECT_TRUE(Write());
-    EXPECT_EQ(m_out, "");
 }
 
 TEST_F(ClientConf, WithoutAUrlFormatTheTemplatesLineStays) {
@@ -101,7 +93,7 @@ TEST_F(ClientConf, TheInstallDirectoryBecomesAbsolute) {
 TEST_F(ClientConf, AnEmptyInstallDirectoryIsTheRootWhichHasNoTemplate) {
     Setting(L"InstallDir") = L"";
     EXPECT_FALSE(Write());
-    EXPECT_EQ(Error::m_sErrorText, L"Missing file in install. File://etc/client.proto");
+    EXPECT_EQ(Text(), L"Missing file in install. File://etc/client.proto");
 }
 
 TEST_F(ClientConf, WithoutAnInstallDirectoryTheSettingsGoIntoTheFileThatIsThere) {
@@ -124,23 +116,21 @@ TEST_F(ClientConf, AServerNameBringsNoLinesOfItsOwn) {
 TEST_F(ClientConf, TheTemplateMustBeThere) {
     std::filesystem::remove(kProto);
     EXPECT_FALSE(Write());
-    EXPECT_EQ(Error::m_sErrorText, L"Missing file in install. File:/opt/agent/etc/client.proto");
+    EXPECT_EQ(Text(), L"Missing file in install. File:/opt/agent/etc/client.proto");
     EXPECT_FALSE(testfiles::Exists(kOutput));
 
     testfiles::Write(kOld, "");
     EXPECT_FALSE(Write(&m_installed));
-    EXPECT_EQ(Error::m_sErrorText, L"Missing file in install. File:/opt/agent/etc/client.proto");
+    EXPECT_EQ(Text(), L"Missing file in install. File:/opt/agent/etc/client.proto");
 }
 
 TEST_F(ClientConf, TheTemplateMustBeReadable) {
     testfiles::Write(kOld, "");
     const auto expectFailures = [&] {
         EXPECT_FALSE(Write());
-        EXPECT_EQ(Error::m_sErrorText,
-                  L"Missing or unreadable file in install. File:/opt/agent/etc/client.proto");
+        EXPECT_EQ(Text(), L"Missing or unreadable file in install. File:/opt/agent/etc/client.proto");
         EXPECT_FALSE(Write(&m_installed));
-        EXPECT_EQ(Error::m_sErrorText,
-                  L"Missing or unreadable file in install. File: /opt/agent/etc/client.proto");
+        EXPECT_EQ(Text(), L"Missing or unreadable file in install. File: /opt/agent/etc/client.proto");
     };
     testfiles::Write(kProto, "");
     expectFailures();
@@ -153,17 +143,17 @@ TEST_F(ClientConf, AFileThatCannotBeWrittenFailsOnBothWays) {
     testfiles::Write(kOld, "");
     std::filesystem::create_directory(kOutput);
     EXPECT_FALSE(Write());
-    EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/client.conf");
-    Error::m_sErrorText = String();
+    EXPECT_EQ(Text(), L"Unable to write to file: /opt/client.conf");
     EXPECT_FALSE(Write(&m_installed));
-    EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/client.conf");
+    EXPECT_EQ(Text(), L"Unable to write to file: /opt/client.conf");
 }
 
 TEST_F(ClientConf, SettingsThatCannotBeWrittenFail) {
     std::filesystem::create_directory(kOutput);
     Settings settings;
-    EXPECT_FALSE(CreateClientConfFromTemplate(String::FromUtf8(kOutput), settings));
-    EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/client.conf");
+    m_outcome = CreateClientConfFromTemplate(String::FromUtf8(kOutput), settings);
+    EXPECT_EQ(Reason(), L"/opt/client.conf: Is a directory");
+    EXPECT_EQ(Text(), L"Unable to write to file: /opt/client.conf");
 }
 
 TEST_F(ClientConf, AnUpgradeNeedsItsDirectoryForTemplates) {
@@ -171,13 +161,12 @@ TEST_F(ClientConf, AnUpgradeNeedsItsDirectoryForTemplates) {
     std::filesystem::rename("/opt/agent/etc", "/opt/agent/real");
     std::filesystem::create_directory_symlink("/opt/agent/real", "/opt/agent/etc");
     EXPECT_TRUE(Write(&m_installed));
-    EXPECT_EQ(m_out, "");
 }
 
 TEST_F(ClientConf, AnUpgradeFailsRatherThanDropOldValuesThatItCannotRead) {
     std::filesystem::create_directories(kOld);
     EXPECT_FALSE(Write(&m_installed));
-    EXPECT_EQ(Error::m_sErrorText, L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
+    EXPECT_EQ(Text(), L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
     EXPECT_FALSE(testfiles::Exists(kOutput));
 }
 
@@ -191,13 +180,13 @@ TEST_F(ClientConf, WhatTheUpgradeSettingSaysDecides) {
         SCOPED_TRACE(row.upgrade);
         Setting(L"Upgrade") = row.upgrade;
         EXPECT_TRUE(Write(&m_installed));
-        EXPECT_EQ(m_out, row.carries ? "" : kCreating);
+        EXPECT_EQ(Source(), row.carries ? ClientConfSource::InstalledAgent : ClientConfSource::Template);
         EXPECT_EQ(Written(L"Tickle", L"enabled"), row.carries ? L"old" : L"yes");
     }
     m_installed.confPath = String();
     Setting(L"Upgrade") = L"yes";
     EXPECT_TRUE(Write(&m_installed));
-    EXPECT_EQ(m_out, kCreating);
+    EXPECT_EQ(Source(), ClientConfSource::Template);
 }
 
 TEST_F(ClientConf, AnUpgradeTakesTheServerOfTheOldFileWhenNoOtherIsKnown) {

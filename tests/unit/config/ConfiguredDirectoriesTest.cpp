@@ -6,7 +6,6 @@
 
 #include "config/ConfiguredDirectories.h"
 #include "run/Args.h"
-#include "run/Error.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -19,18 +18,19 @@ using testsupport::Captured;
 
 class ConfiguredDirectories : public testing::Test {
   protected:
-    /// What creating the directory writes; its result goes to m_status.
+    /// What creating the directory writes; what comes of it goes to m_outcome.
     std::string Create(const std::string& path) {
-        const auto output = Captured([&] { m_status = CreateConfiguredDirectory(String::FromUtf8(path)); });
+        const auto output = Captured([&] { m_outcome = CreateConfiguredDirectory(String::FromUtf8(path)); });
         EXPECT_EQ(output.err, "");
         return output.out;
     }
-    int Check(const std::string& path) {
-        int status = -1;
-        const auto output = Captured([&] { status = CheckConfiguredDirectory(String::FromUtf8(path)); });
+    bool Check(const std::string& path) {
+        const auto output = Captured([&] { m_outcome = CheckConfiguredDirectory(String::FromUtf8(path)); });
         EXPECT_EQ(output.out + output.err, "");
-        return status;
+        return m_outcome.has_value();
     }
+    String Text() const { return m_outcome ? String(L"(no failure)") : m_outcome.error().text; }
+    String Reason() const { return m_outcome ? String(L"(no failure)") : m_outcome.error().reason; }
     String Unwritable(const std::string& path) {
         return L"Directory " + String::FromUtf8(path) +
                L" specified in Configuration file, already exists but is not writable.";
@@ -41,7 +41,7 @@ class ConfiguredDirectories : public testing::Test {
     }
 
     testfiles::TempDir m_dir;
-    int m_status = -1;
+    Outcome<> m_outcome;
 };
 
 /// A directory on a file system that takes no writes.
@@ -61,17 +61,17 @@ class ReadOnlyDirectory {
 
 TEST_F(ConfiguredDirectories, ADirectoryThatIsThereIsTakenWithoutAWord) {
     EXPECT_EQ(Create(m_dir.Path()), "");
-    EXPECT_EQ(m_status, 0);
+    EXPECT_TRUE(m_outcome);
     std::filesystem::create_directory_symlink(m_dir.Path(), m_dir / "link");
     EXPECT_EQ(Create(m_dir / "link"), "");
-    EXPECT_EQ(m_status, 0);
-    EXPECT_EQ(Check(m_dir / "link"), 0);
+    EXPECT_TRUE(m_outcome);
+    EXPECT_TRUE(Check(m_dir / "link"));
 }
 
 TEST_F(ConfiguredDirectories, AMissingOneIsMadeWithItsParents) {
     const std::string path = m_dir / "a/b/c";
     EXPECT_EQ(Create(path), "Creating directory: " + path + "  Result: OK\n");
-    EXPECT_EQ(m_status, 0);
+    EXPECT_TRUE(m_outcome);
     EXPECT_TRUE(std::filesystem::is_directory(path));
     EXPECT_EQ(testfiles::Mode(path), 0755U);
 }
@@ -79,7 +79,7 @@ TEST_F(ConfiguredDirectories, AMissingOneIsMadeWithItsParents) {
 TEST_F(ConfiguredDirectories, AQuietRunMakesItQuietly) {
     Args::bQuiet = true;
     EXPECT_EQ(Create(m_dir / "a"), "");
-    EXPECT_EQ(m_status, 0);
+    EXPECT_TRUE(m_outcome);
     EXPECT_TRUE(std::filesystem::is_directory(m_dir / "a"));
 }
 
@@ -91,62 +91,63 @@ TEST_F(ConfiguredDirectories, ThePathIsShownInPrintableAscii) {
 TEST_F(ConfiguredDirectories, WhatIsInItsPlaceIsNeverRepaired) {
     testfiles::Write(m_dir / "file", "kept");
     EXPECT_EQ(Create(m_dir / "file"), "");
-    EXPECT_EQ(m_status, 1);
-    EXPECT_EQ(Error::m_sErrorText, Unwritable(m_dir / "file"));
+    EXPECT_FALSE(m_outcome);
+    EXPECT_EQ(Text(), Unwritable(m_dir / "file"));
     EXPECT_EQ(testfiles::Read(m_dir / "file"), "kept");
 
     const ReadOnlyDirectory readOnly(m_dir / "ro");
     EXPECT_EQ(Create(m_dir / "ro"), "");
-    EXPECT_EQ(m_status, 1);
-    EXPECT_EQ(Error::m_sErrorText, Unwritable(m_dir / "ro"));
+    EXPECT_FALSE(m_outcome);
+    EXPECT_EQ(Text(), Unwritable(m_dir / "ro"));
 }
 
 TEST_F(ConfiguredDirectories, OneThatCannotBeMadeFails) {
     testfiles::Write(m_dir / "file", "");
     const std::string path = m_dir / "file/below";
     EXPECT_EQ(Create(path), "Creating directory: " + path + "  Result: FAILED\n");
-    EXPECT_EQ(m_status, 1);
-    EXPECT_EQ(Error::m_sErrorText, L"Error creating directory: " + String::FromUtf8(path));
+    EXPECT_FALSE(m_outcome);
+    EXPECT_EQ(Text(), L"Error creating directory: " + String::FromUtf8(path));
+    EXPECT_EQ(Reason(), String::FromUtf8(path) + L": Not a directory");
 
     Args::bQuiet = true;
-    Error::m_sErrorText = String();
     EXPECT_EQ(Create(path), "");
-    EXPECT_EQ(m_status, 1);
-    EXPECT_EQ(Error::m_sErrorText, L"Error creating directory: " + String::FromUtf8(path));
+    EXPECT_FALSE(m_outcome);
+    EXPECT_EQ(Text(), L"Error creating directory: " + String::FromUtf8(path));
 }
 
 TEST_F(ConfiguredDirectories, ALinkThatLeadsNowhereCannotBeMade) {
     std::filesystem::create_symlink("nowhere", m_dir / "link");
     EXPECT_EQ(Create(m_dir / "link"), "Creating directory: " + (m_dir / "link") + "  Result: FAILED\n");
-    EXPECT_EQ(m_status, 1);
+    EXPECT_FALSE(m_outcome);
 }
 
 TEST_F(ConfiguredDirectories, AnEmptyPathCannotBeMade) {
     EXPECT_EQ(Create(""), "Creating directory:   Result: FAILED\n");
-    EXPECT_EQ(m_status, 1);
-    EXPECT_EQ(Error::m_sErrorText, L"Error creating directory: ");
+    EXPECT_FALSE(m_outcome);
+    EXPECT_EQ(Text(), L"Error creating directory: ");
 }
 
 TEST_F(ConfiguredDirectories, AnErrorShowsThePathPrintably) {
     testfiles::Write(m_dir / "a\nb", "");
     Create(m_dir / "a\nb");
-    EXPECT_EQ(Error::m_sErrorText, Unwritable(m_dir / "a\\x0ab"));
+    EXPECT_EQ(Text(), Unwritable(m_dir / "a\\x0ab"));
     testfiles::Write(m_dir / "%1", "");
     Create(m_dir / "%1");
-    EXPECT_EQ(Error::m_sErrorText, Unwritable(m_dir / "%1"));
+    EXPECT_EQ(Text(), Unwritable(m_dir / "%1"));
 }
 
 TEST_F(ConfiguredDirectories, CheckingMakesNothing) {
     testfiles::Write(m_dir / "file", "");
     for (const std::string& path : {m_dir / "missing", m_dir / "file", std::string()}) {
         SCOPED_TRACE(path);
-        EXPECT_EQ(Check(path), 1);
-        EXPECT_EQ(Error::m_sErrorText, Unusable(path));
+        EXPECT_FALSE(Check(path));
+        EXPECT_EQ(Text(), Unusable(path));
     }
     EXPECT_FALSE(testfiles::Exists(m_dir / "missing"));
     const ReadOnlyDirectory readOnly(m_dir / "ro");
-    EXPECT_EQ(Check(m_dir / "ro"), 1);
-    EXPECT_EQ(Check(m_dir.Path()), 0);
+    EXPECT_FALSE(Check(m_dir / "ro"));
+    EXPECT_EQ(Reason(), String::FromUtf8(m_dir / "ro") + L": Read-only file system");
+    EXPECT_TRUE(Check(m_dir.Path()));
 }
 
 /// A client.conf whose directories all lie in one place, named by their keys.
@@ -160,9 +161,15 @@ class PrepareDirectories : public ConfiguredDirectories {
         std::string conf = "[Configuration]\n";
         for (const auto& [key, path] : m_paths) conf += key + "=" + path + "\n";
         const corekit::IniFile ini(L"client.conf", String::FromUtf8(conf));
-        bool ok = !expected;
-        const auto output = Captured([&] { ok = PrepareConfiguredDirectories(ini); });
-        EXPECT_EQ(ok, expected);
+        Outcome<> look;
+        const auto silence = Captured([&] { look = CheckConfiguredDirectories(ini); });
+        EXPECT_EQ(silence.out + silence.err, "");
+        const auto output = Captured([&] { m_outcome = PrepareConfiguredDirectories(ini); });
+        EXPECT_EQ(m_outcome.has_value(), expected);
+        EXPECT_EQ(look.has_value(), expected);
+        if (!look && !m_outcome) {
+            EXPECT_EQ(look.error().text, m_outcome.error().text);
+        }
         EXPECT_EQ(output.err, "");
         return output.out;
     }
@@ -195,7 +202,7 @@ TEST_F(PrepareDirectories, MakesThemInTheirOrder) {
 TEST_F(PrepareDirectories, NeverMakesTheDirectoryOfTheLinks) {
     Name("bindir", m_dir / "missing");
     EXPECT_EQ(Prepare(false), "");
-    EXPECT_EQ(Error::m_sErrorText, Unusable(m_dir / "missing"));
+    EXPECT_EQ(Text(), Unusable(m_dir / "missing"));
     EXPECT_FALSE(testfiles::Exists(m_dir / "tmp"));
 }
 
@@ -231,7 +238,7 @@ TEST_F(PrepareDirectories, OnlyTheTwoFilesMayBeMissing) {
         const std::string path = m_paths[key];
         Name(key, "");
         EXPECT_EQ(Prepare(false), "Creating directory:   Result: FAILED\n");
-        EXPECT_EQ(Error::m_sErrorText, L"Error creating directory: ");
+        EXPECT_EQ(Text(), L"Error creating directory: ");
         Name(key, path);
     }
 }

@@ -4,7 +4,6 @@
 #include <sys/mount.h>
 
 #include "config/HandOverFile.h"
-#include "run/Error.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -76,9 +75,10 @@ TEST(HandOverFile, MadeByARunThatWasKilledGoes) {
 TEST(HandOverFile, ThatCannotBeMadeFailsWithTheReason) {
     ASSERT_EQ(mount("none", "/tmp", "tmpfs", MS_RDONLY, nullptr), 0);
     HandOverFile file;
-    EXPECT_FALSE(file.Create());
+    const auto created = file.Create();
     ASSERT_EQ(umount("/tmp"), 0);
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to create migration config file: Read-only file system");
+    ASSERT_FALSE(created);
+    EXPECT_EQ(created.error().text, L"Failed to create migration config file: Read-only file system");
     EXPECT_TRUE(file.Path().IsEmpty());
 }
 

@@ -79,8 +79,9 @@ TEST_F(EnvironmentScript, ReplacesALinkWithoutFollowingIt) {
 TEST_F(EnvironmentScript, TellsWhichStepFailed) {
     std::filesystem::create_directories("/opt/agent/bin");
     const auto write = [] {
-        if (WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent")) return 0;
-        return Error::m_sErrorText.StartsWith(L"Unable to set permissions on file: ") ? 2 : 1;
+        const auto outcome = WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent");
+        if (outcome) return 0;
+        return outcome.error().text.StartsWith(L"Unable to set permissions on file: ") ? 2 : 1;
     };
     std::vector<int> failures;
     testsupport::FailInTurn(
@@ -90,8 +91,10 @@ TEST_F(EnvironmentScript, TellsWhichStepFailed) {
 
 TEST_F(EnvironmentScript, TellsWhenItCannotBeWritten) {
     std::filesystem::create_directories("/opt/agent/bin/qdn-env/x");
-    EXPECT_FALSE(WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent"));
-    EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/agent/bin/qdn-env");
+    const auto outcome = WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent");
+    EXPECT_EQ(TextOf(outcome), L"Unable to write to file: /opt/agent/bin/qdn-env");
+    EXPECT_EQ(ReasonOf(outcome), L"/opt/agent/bin/qdn-env: Is a directory");
+    EXPECT_EQ(CheckEnvironmentScript(m_context).error(), outcome.error());
 }
 
 TEST_F(EnvironmentScript, TheStepSaysWhatItDoesUnlessQuiet) {

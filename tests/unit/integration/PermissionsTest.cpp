@@ -23,7 +23,7 @@ class Permissions : public testsupport::Installation {
     }
 
     unsigned ModeAfter(const std::string& file) {
-        SetInstallPermissions(m_context);
+        EXPECT_TRUE(SetInstallPermissions(m_context));
         return testfiles::Mode("/opt/agent/" + file);
     }
 };
@@ -67,7 +67,7 @@ TEST_F(Permissions, DirectoriesAreOpenToAllAndSubdirectoriesLeftAlone) {
 
 TEST_F(Permissions, EverythingListedBelongsToRoot) {
     if (chown("/opt/agent/bin/qdn-monitor.bin", 1, 1) != 0) return;  // nobody else exists in a user namespace
-    SetInstallPermissions(m_context);
+    EXPECT_TRUE(SetInstallPermissions(m_context));
     struct stat info {};
     ASSERT_EQ(stat("/opt/agent/bin/qdn-monitor.bin", &info), 0);
     EXPECT_EQ(info.st_uid, 0U);
@@ -77,7 +77,7 @@ TEST_F(Permissions, EverythingListedBelongsToRoot) {
 TEST_F(Permissions, WhatALinkLeadsToIsLeftAlone) {
     testfiles::Write("/tmp/precious", "x", 0600);
     ASSERT_EQ(symlink("/tmp/precious", "/opt/agent/etc/link"), 0);
-    SetInstallPermissions(m_context);
+    EXPECT_TRUE(SetInstallPermissions(m_context));
     EXPECT_EQ(testfiles::Mode("/tmp/precious"), 0600U);
 }
 
@@ -86,7 +86,7 @@ TEST_F(Permissions, AControlScriptThatIsALinkGivesItsModeToTheServiceScript) {
     std::filesystem::remove("/opt/agent/bin/rcscript");
     ASSERT_EQ(symlink("/etc/init.d/zorvane", "/opt/agent/bin/rcscript"), 0);
     m_settings.Value(L"AllowNonRoot") = L"yes";
-    SetInstallPermissions(m_context);
+    EXPECT_TRUE(SetInstallPermissions(m_context));
     EXPECT_EQ(testfiles::Mode("/etc/init.d/zorvane"), 0544U);
     std::filesystem::remove("/etc/init.d/zorvane");
 }
@@ -95,7 +95,7 @@ TEST_F(Permissions, AControlScriptThatLeadsElsewhereGivesNothingAway) {
     testfiles::Write("/tmp/precious", "x", 0600);
     std::filesystem::remove("/opt/agent/bin/rcscript");
     ASSERT_EQ(symlink("/tmp/precious", "/opt/agent/bin/rcscript"), 0);
-    SetInstallPermissions(m_context);
+    EXPECT_TRUE(SetInstallPermissions(m_context));
     EXPECT_EQ(testfiles::Mode("/tmp/precious"), 0600U);
 }
 

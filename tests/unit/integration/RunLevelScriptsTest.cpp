@@ -35,8 +35,23 @@ class RunLevelScripts : public testsupport::Installation {
     }
 
     testsupport::Output SetUpScripts(bool expected = true) {
-        return Captured([&] { EXPECT_EQ(SetUpRunLevelScripts(m_context), expected); });
+        return Captured([&] {
+            m_outcome = SetUpRunLevelScripts(m_context);
+            EXPECT_EQ(m_outcome.has_value(), expected);
+        });
     }
+
+    /// The step fails with this reason, and so does the check before anything changes.
+    void ExpectFailure(const wchar_t* reason) {
+        const auto look = CheckRunLevelScripts(m_context);
+        SetUpScripts(false);
+        EXPECT_EQ(TextOf(m_outcome), L"Failed to set up the RC scripts.");
+        EXPECT_EQ(ReasonOf(m_outcome), reason);
+        EXPECT_EQ(TextOf(look), TextOf(m_outcome));
+        EXPECT_EQ(ReasonOf(look), ReasonOf(m_outcome));
+    }
+
+    Outcome<> m_outcome;
 };
 
 TEST_F(RunLevelScripts, TheControlScriptIsALinkToTheService) {
@@ -82,22 +97,36 @@ TEST_F(RunLevelScripts, AnOldControlScriptIsReplaced) {
 }
 
 TEST_F(RunLevelScripts, AMissingTemplateFails) {
-    std::filesystem::remove("/opt/agent/etc/rcscript.proto.linux");
-    SetUpScripts(false);
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
+    const std::string path = "/opt/agent/etc/rcscript.proto.linux";
+    testfiles::Write(path, "");
+    ExpectFailure(L"");
+    std::filesystem::remove(path);
+    ExpectFailure(L"/opt/agent/etc/rcscript.proto.linux: No such file or directory");
+    std::filesystem::create_directory(path);
+    ExpectFailure(L"/opt/agent/etc/rcscript.proto.linux: Is a directory");
 }
 
 TEST_F(RunLevelScripts, AControlScriptThatCannotBePlacedFails) {
     std::filesystem::create_directories("/opt/agent/bin/rcscript/x");
-    SetUpScripts(false);
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
-    EXPECT_TRUE(testfiles::Exists(kService));
+    ExpectFailure(L"/opt/agent/bin/rcscript: Is a directory");
+    EXPECT_FALSE(testfiles::Exists(kService));
 }
 
 TEST_F(RunLevelScripts, AConfigurationThatCannotBeReadFails) {
     m_context.confPath = L"/opt/agent/etc";
     SetUpScripts(false);
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
+    EXPECT_EQ(TextOf(m_outcome), L"Failed to set up the RC scripts.");
+    EXPECT_EQ(ReasonOf(m_outcome), L"/opt/agent/etc: Is a directory");
+}
+
+TEST_F(RunLevelScripts, FailsBeforeTheOldServiceGoes_WhenADirectoryStandsInPlaceOfTheScript) {
+    std::filesystem::create_directories("/etc/init.d/zorvane/x");
+    ExpectFailure(L"/etc/init.d/zorvane: Is a directory");
+    std::filesystem::remove_all("/etc/init.d/zorvane");
+    SetUpScripts();
+    std::filesystem::remove("/opt/agent/etc/rcscript.proto.linux");
+    SetUpScripts(false);
+    EXPECT_TRUE(testfiles::Exists(kService));
 }
 
 TEST_F(RunLevelScripts, NoLevelsAreNoFailure) {

@@ -11,9 +11,22 @@ class SetupSequence : public testsupport::Installation {
   protected:
     void SetUp() override {
         Args::bQuiet = true;
-        m_context.generatedConfPath = L"/tmp/generated";
+        m_context.generatedConfPath = m_context.confPath = L"/tmp/generated";
         Generate("bindir=/opt/agent\ntmpdir=/tmp\nvar=/opt/agent/var\n");
         m_settings.Value(L"Guid") = L"{A}";
+    }
+
+    Outcome<> PlaceAndRun() {
+        const auto placed = PlaceClientConf(m_context);
+        return placed ? RunSetupSequence(m_context) : placed;
+    }
+
+    /// What the look finds before anything changes is what the run fails with.
+    void ExpectLookAndRunToFail(const wchar_t* text, const wchar_t* reason) {
+        for (const auto& outcome : {CheckSetupSequence(m_context), PlaceAndRun()}) {
+            EXPECT_EQ(TextOf(outcome), text);
+            EXPECT_EQ(ReasonOf(outcome), reason);
+        }
     }
 
     static void Generate(const std::string& lines) {
@@ -27,10 +40,10 @@ class SetupSequence : public testsupport::Installation {
     }
 };
 
-TEST_F(SetupSequence, TheGeneratedFileReplacesTheOldOne) {
+TEST_F(SetupSequence, ReplacesTheOldFileByTheGeneratedOne) {
     testfiles::Write("/opt/agent/etc/client.conf", "old");
     testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
-    RunSetupSequence(m_context, m_settings);
+    EXPECT_TRUE(PlaceAndRun());
     EXPECT_TRUE(testfiles::Read("/opt/agent/etc/client.conf")
                     .starts_with("[Configuration]\ninstalldir=/opt/agent\n"));
     EXPECT_FALSE(testfiles::Exists("/tmp/generated"));
@@ -38,58 +51,62 @@ TEST_F(SetupSequence, TheGeneratedFileReplacesTheOldOne) {
     EXPECT_EQ(std::filesystem::current_path(), "/opt/agent");
 }
 
-TEST_F(SetupSequence, AFileThatCannotMoveFailsButTheDirectoryHasChanged) {
+TEST_F(SetupSequence, Fails_WhenADirectoryStandsInPlaceOfClientConf) {
+    testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
+    m_settings.Value(L"Guid") = L"";
     std::filesystem::remove("/opt/agent/etc/client.conf");
     std::filesystem::create_directories("/opt/agent/etc/client.conf/x");
-    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to create the new config file: /opt/agent/etc/client.conf");
-    EXPECT_EQ(std::filesystem::current_path(), "/opt/agent");
+    ExpectLookAndRunToFail(L"Failed to create the new config file: /opt/agent/etc/client.conf",
+                           L"/opt/agent/etc/client.conf: Is a directory");
     EXPECT_FALSE(testfiles::Exists("/opt/agent/bin/qdn-env"));
+    EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{OLD}\nnull");
 }
 
-TEST_F(SetupSequence, ADirectoryThatFailsLeavesTheFileInPlaceAndWritesNoScript) {
+TEST_F(SetupSequence, LeavesTheFileInPlaceAndWritesNoScript_WhenADirectoryFails) {
     Generate("bindir=/opt/missing\n");
-    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
-    EXPECT_EQ(Error::m_sErrorText,
-              L"Directory /opt/missing specified in Configuration file, must exist and be writable.");
+    ExpectLookAndRunToFail(
+        L"Directory /opt/missing specified in Configuration file, must exist and be writable.",
+        L"/opt/missing: No such file or directory");
     EXPECT_TRUE(testfiles::Exists("/opt/agent/etc/client.conf"));
     EXPECT_FALSE(testfiles::Exists("/opt/agent/bin/qdn-env"));
 }
 
-TEST_F(SetupSequence, TheIdentifierIsWrittenOnceItsDirectoryIsThere) {
-    RunSetupSequence(m_context, m_settings);
+TEST_F(SetupSequence, FailsAsTheLookDoes_WhenADirectoryStandsInPlaceOfAScript) {
+    testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
+    std::filesystem::create_directories("/opt/agent/bin/qdn-env/x");
+    ExpectLookAndRunToFail(L"Unable to write to file: /opt/agent/bin/qdn-env",
+                           L"/opt/agent/bin/qdn-env: Is a directory");
+}
+
+TEST_F(SetupSequence, WritesTheIdentifierBeforeClientConfMoves) {
+    ASSERT_TRUE(PlaceClientConf(m_context));
     EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{A}\nnull");
+    EXPECT_FALSE(testfiles::Exists("/opt/agent/q"));
 }
 
-TEST_F(SetupSequence, AnIdentifierThatIsNotToStayGoesWithTheOldFile) {
-    testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
-    m_settings.Value(L"Guid") = L"";
-    RunSetupSequence(m_context, m_settings);
-    EXPECT_FALSE(testfiles::Exists("/opt/agent/id/host.GUID"));
-}
-
-TEST_F(SetupSequence, AnIdentifierThatIsNotToStayStaysWithAFileThatCannotMove) {
-    testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
-    m_settings.Value(L"Guid") = L"";
-    std::filesystem::remove("/opt/agent/etc/client.conf");
-    std::filesystem::create_directories("/opt/agent/etc/client.conf/x");
-    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
-    EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{OLD}\nnull");
-}
-
-TEST_F(SetupSequence, AnIdentifierThatIsNotToStayGoesBeforeAnythingElseCanFail) {
+TEST_F(SetupSequence, RemovesAnUnwantedIdentifierWithTheOldFile) {
     testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
     m_settings.Value(L"Guid") = L"";
     Generate("bindir=/opt/missing\n");
-    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
+    EXPECT_FALSE(PlaceAndRun());
     EXPECT_FALSE(testfiles::Exists("/opt/agent/id/host.GUID"));
 }
 
 TEST_F(SetupSequence, StopsAtTheStepThatFails) {
-    EXPECT_FALSE(RunSetupSequence(m_context, m_settings));
-    EXPECT_EQ(Error::m_sErrorText, L"Failed to set up the RC scripts.");
+    ExpectLookAndRunToFail(L"Failed to set up the RC scripts.",
+                           L"/opt/agent/etc/rcscript.proto.linux: No such file or directory");
     EXPECT_TRUE(testfiles::Exists("/opt/agent/bin/qdn-env"));
     EXPECT_FALSE(testfiles::Exists("/opt/agent/qdn-helper"));
+}
+
+TEST_F(SetupSequence, ChangesNothing_WhileItOnlyLooks) {
+    testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
+    std::filesystem::current_path("/opt");
+    EXPECT_TRUE(CheckSetupSequence(m_context));
+    EXPECT_EQ(std::filesystem::current_path(), "/opt");
+    EXPECT_TRUE(testfiles::Exists("/tmp/generated"));
+    for (const char* path : {"id", "q", "bin", "var"})
+        EXPECT_FALSE(testfiles::Exists(std::string("/opt/agent/") + path)) << path;
 }
 
 }  // namespace

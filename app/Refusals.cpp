@@ -1,0 +1,38 @@
+// How a command ends early: what the operator is told.
+#include "app/Refusals.h"
+
+#include <unistd.h>
+
+#include "config/SystemProbes.h"
+#include "run/Error.h"
+#include "run/Messages.h"
+
+namespace Zorvane::AgentInstaller {
+
+bool RefuseOrdinaryUser() {
+    if (geteuid() == 0) return false;
+    static_cast<void>(Report(Failure{L"qdn-configure has to be run as root.", {}}));
+    return true;
+}
+
+bool RefuseRunningAgent(const corekit::String& refusal) {
+    const bool running = IsPluginProcessRunning();
+    if (running) Messages::Tell(refusal + L"\n");
+    return running;
+}
+
+bool RefuseSecondRun(const RunLock& lock) {
+    if (lock.IsTaken()) Messages::Tell(L"  Another run of qdn-configure is in progress.\n");
+    return lock.IsTaken();
+}
+
+unsigned Report(const Failure& failure) {
+    Error::m_sErrorText = failure.text;
+    const corekit::String text = failure.text.IsEmpty() ? corekit::String(L"Agent configuration failed.")
+                                                        : Messages::Ascii(failure.text);
+    Messages::Warn(L"ERROR: " + text + L"\n");
+    if (!failure.reason.IsEmpty()) Messages::Warn(L"  " + Messages::Ascii(failure.reason) + L"\n");
+    return kFailure;
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,67 @@
+// The mark of a run that has not come to its end: its words.
+#include "run/UnfinishedRun.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "corekit/fs/Access.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "run/Names.h"
+#include "run/Texts.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+namespace File = corekit::File;
+
+namespace {
+
+struct Word {
+    Unfinished what;
+    const wchar_t* word;
+};
+constexpr Word kWords[] = {
+    {Unfinished::Saving, L"saving"},
+    {Unfinished::FirstConfiguration, L"first configuration"},
+    {Unfinished::Upgrade, L"upgrade"},
+};
+
+}  // namespace
+
+Unfinished FindUnfinishedRun(const String& installDir) {
+    const String path = installDir + Names::kUnfinished;
+    // Where the mark cannot be looked up, client.conf beside it cannot either, and whoever reads that fails.
+    if (installDir.IsEmpty() || !File::Probe(path)) return Unfinished::Nothing;
+    const String text = File::Read(path).value_or(String()).Trim();
+    const auto* const row = std::ranges::find(kWords, text, &Word::word);
+    if (row != std::end(kWords)) return row->what;
+    const bool hasOld = File::Exists(installDir + Names::kSavedClientConf);
+    return hasOld ? Unfinished::Upgrade : Unfinished::FirstConfiguration;
+}
+
+Outcome<> CheckUnfinishedMark(const String& installDir) {
+    const String path = installDir + Names::kUnfinished;
+    if (const auto replaceable = corekit::Access::CheckReplaceable(path); !replaceable)
+        return FailAt(Texts::kUnwritableFile, path, replaceable);
+    return {};
+}
+
+Outcome<> MarkUnfinishedRun(const String& installDir, Unfinished what) {
+    const String path = installDir + Names::kUnfinished;
+    const auto* const row = std::ranges::find(kWords, what, &Word::what);
+    Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(path)));
+    if (const auto written = File::Write(path, String(row->word) + L"\n"); !written)
+        return FailAt(Texts::kUnwritableFile, path, written);
+    return {};
+}
+
+Outcome<> MarkFinishedRun(const String& installDir) {
+    const String path = installDir + Names::kUnfinished;
+    if (const auto removed = File::Remove(path); !removed && !IsNotFound(removed))
+        return FailAt(L"Unable to remove file: ", path, removed);
+    return {};
+}
+
+}  // namespace Zorvane::AgentInstaller

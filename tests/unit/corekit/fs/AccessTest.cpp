@@ -1,0 +1,132 @@
+// Whether something can be done to a path: the answers, beside what really happens.
+#include <cerrno>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include "corekit/fs/Access.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/TestFiles.h"
+
+namespace corekit {
+namespace {
+
+/// A directory that a file system is mounted on.
+class Mounted {
+  public:
+    Mounted(const std::string& path, unsigned long flags, const char* options = nullptr) : m_path(path) {
+        std::filesystem::create_directories(path);
+        EXPECT_EQ(mount("none", path.c_str(), "tmpfs", flags, options), 0);
+    }
+    ~Mounted() { EXPECT_EQ(umount(m_path.c_str()), 0); }
+    Mounted(const Mounted&) = delete;
+    Mounted& operator=(const Mounted&) = delete;
+
+  private:
+    std::string m_path;
+};
+
+class AccessChecks : public testing::Test {
+  protected:
+    String At(const std::string& name) { return String::FromUtf8(m_dir / name); }
+
+    /// What the checks say of a directory that is to be made, which is what making it says.
+    void ExpectCreation(const std::string& name, int code) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(Access::CheckCreatableDirectory(At(name)).Code(), code);
+        EXPECT_EQ(Dir::CreateR(At(name)).Ok(), code == 0);
+    }
+    void ExpectReplacement(const std::string& name, int code) {
+        SCOPED_TRACE(name);
+        EXPECT_EQ(Access::CheckReplaceable(At(name)).Code(), code);
+        EXPECT_EQ(File::Write(At(name), L"new").Ok(), code == 0);
+    }
+
+    testfiles::TempDir m_dir;
+};
+
+TEST_F(AccessChecks, TellWhichDirectoryCanBeWrittenTo) {
+    testfiles::Write(m_dir / "file", "");
+    const Mounted readOnly(m_dir / "ro", MS_RDONLY);
+    EXPECT_TRUE(Access::CheckWritableDirectory(At("")));
+    EXPECT_EQ(Access::CheckWritableDirectory(At("missing")).Code(), ENOENT);
+    EXPECT_EQ(Access::CheckWritableDirectory(At("file")).Code(), ENOTDIR);
+    EXPECT_EQ(Access::CheckWritableDirectory(At("ro")).Code(), EROFS);
+    EXPECT_EQ(Access::CheckWritableDirectory(String()).Code(), ENOENT);
+}
+
+TEST_F(AccessChecks, TellThatADiskIsFull) {
+    const Mounted full(m_dir / "full", 0, "size=4k");
+    EXPECT_TRUE(Access::CheckWritableDirectory(At("full")));
+    testfiles::Write(m_dir / "full/file", std::string(4096, 'x'));
+    EXPECT_TRUE(Access::CheckWritableDirectory(At("full")));
+    EXPECT_TRUE(Access::CheckCreatableDirectory(At("full")));
+    EXPECT_EQ(Access::CheckCreatableDirectory(At("full/a/b")).Code(), ENOSPC);
+    EXPECT_EQ(Access::CheckReplaceable(At("full/other")).Code(), ENOSPC);
+    const Mounted crowded(m_dir / "crowded", 0, "nr_inodes=2");
+    testfiles::Write(m_dir / "crowded/file", "");
+    EXPECT_EQ(Access::CheckReplaceable(At("crowded/other")).Code(), ENOSPC);
+}
+
+TEST_F(AccessChecks, TellWhichDirectoryCanBeMade) {
+    testfiles::Write(m_dir / "file", "");
+    std::filesystem::create_symlink("nowhere", m_dir / "dangling");
+    const Mounted readOnly(m_dir / "ro", MS_RDONLY);
+    ExpectCreation("a/b/c", 0);
+    ExpectCreation("a/b/d//", 0);
+    ExpectCreation("file/below", ENOTDIR);
+    ExpectCreation("dangling", EEXIST);
+    ExpectCreation("dangling/below", EEXIST);
+    ExpectCreation("ro/a/b", EROFS);
+    EXPECT_EQ(Access::CheckCreatableDirectory(String()).Code(), ENOENT);
+    std::filesystem::current_path(m_dir.Path());
+    EXPECT_TRUE(Access::CheckCreatableDirectory(L"relative/to/here"));
+}
+
+TEST_F(AccessChecks, MakeNothing) {
+    EXPECT_TRUE(Access::CheckCreatableDirectory(At("a/b")));
+    EXPECT_TRUE(Access::CheckReplaceable(At("c/d")));
+    EXPECT_TRUE(Access::CheckRemovable(At("e")));
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
+}
+
+TEST_F(AccessChecks, TellWhichFileCanBeReplaced) {
+    testfiles::Write(m_dir / "file", "old", 0444);
+    std::filesystem::create_symlink("nowhere", m_dir / "link");
+    std::filesystem::create_directory(m_dir / "directory");
+    const Mounted readOnly(m_dir / "ro", MS_RDONLY);
+    ExpectReplacement("new", 0);
+    ExpectReplacement("file", 0);
+    ExpectReplacement("link", 0);
+    ExpectReplacement("directory", EISDIR);
+    ExpectReplacement("ro/file", EROFS);
+    ExpectReplacement("new/file", ENOTDIR);
+}
+
+TEST_F(AccessChecks, TellThatAFileIsMountedOn) {
+    testfiles::Write(m_dir / "file", "");
+    testfiles::Write(m_dir / "other", "");
+    ASSERT_EQ(mount((m_dir / "other").c_str(), (m_dir / "file").c_str(), nullptr, MS_BIND, nullptr), 0);
+    ExpectReplacement("file", EBUSY);
+    EXPECT_EQ(Access::CheckRemovable(At("file")).Code(), EBUSY);
+    ASSERT_EQ(umount((m_dir / "file").c_str()), 0);
+    ExpectReplacement("file", 0);
+}
+
+TEST_F(AccessChecks, TellWhatCanBeRemoved) {
+    testfiles::Write(m_dir / "file", "");
+    std::filesystem::create_directory(m_dir / "ro");
+    testfiles::Write(m_dir / "ro/file", "");
+    ASSERT_EQ(mount((m_dir / "ro").c_str(), (m_dir / "ro").c_str(), nullptr, MS_BIND, nullptr), 0);
+    ASSERT_EQ(mount(nullptr, (m_dir / "ro").c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    EXPECT_TRUE(Access::CheckRemovable(At("file")));
+    EXPECT_EQ(Access::CheckRemovable(At("ro/file")).Code(), EROFS);
+    EXPECT_TRUE(Access::CheckRemovable(At("ro/missing")));
+    ASSERT_EQ(umount((m_dir / "ro").c_str()), 0);
+}
+
+}  // namespace
+}  // namespace corekit

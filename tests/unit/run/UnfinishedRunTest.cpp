@@ -1,0 +1,59 @@
+// The mark of a run that has not come to its end.
+#include <filesystem>
+#include <gtest/gtest.h>
+
+#include "run/UnfinishedRun.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+using corekit::String;
+
+class UnfinishedRun : public testing::Test {
+  protected:
+    UnfinishedRun() { std::filesystem::create_directory(m_dir / "etc"); }
+
+    testfiles::TempDir m_dir;
+    String m_installDir = String::FromUtf8(m_dir.Path());
+};
+
+TEST_F(UnfinishedRun, IsKnownByItsMarkUntilItHasFinished) {
+    EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::Nothing);
+    for (const auto what : {Unfinished::Saving, Unfinished::FirstConfiguration, Unfinished::Upgrade}) {
+        EXPECT_TRUE(MarkUnfinishedRun(m_installDir, what));
+        EXPECT_EQ(FindUnfinishedRun(m_installDir), what);
+    }
+    EXPECT_TRUE(MarkFinishedRun(m_installDir));
+    EXPECT_FALSE(testfiles::Exists(m_dir / "etc/.unfinished"));
+    EXPECT_TRUE(MarkFinishedRun(m_installDir));
+}
+
+TEST_F(UnfinishedRun, IsAnUpgradeWhereACopyIsSaved_WhenTheMarkSaysNothingKnown) {
+    testfiles::Write(m_dir / "etc/.unfinished", "");
+    EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::FirstConfiguration);
+    testfiles::Write(m_dir / "etc/client.conf.old", "");
+    EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::Upgrade);
+}
+
+TEST_F(UnfinishedRun, FailsTheRunWithTheReason_WhenItCannotBeMarked) {
+    std::filesystem::create_directories(m_dir / "etc/.unfinished/x");
+    const auto marked = MarkUnfinishedRun(m_installDir, Unfinished::Upgrade);
+    ASSERT_FALSE(marked);
+    EXPECT_EQ(marked.error().text, L"Unable to write to file: " + m_installDir + L"/etc/.unfinished");
+    EXPECT_EQ(marked.error().reason, m_installDir + L"/etc/.unfinished: Is a directory");
+    const auto look = CheckUnfinishedMark(m_installDir);
+    ASSERT_FALSE(look);
+    EXPECT_EQ(look.error(), marked.error());
+    const auto finished = MarkFinishedRun(m_installDir);
+    ASSERT_FALSE(finished);
+    EXPECT_EQ(finished.error().text, L"Unable to remove file: " + m_installDir + L"/etc/.unfinished");
+}
+
+TEST_F(UnfinishedRun, IsNotLookedForWithoutADirectory) {
+    EXPECT_EQ(FindUnfinishedRun(String()), Unfinished::Nothing);
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller
