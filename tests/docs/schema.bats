@@ -23,7 +23,7 @@ settings() { document "<Settings RunLevel=\"rc3\" $1>${2:-}</Settings>"; }
 
 # What the program reads: the rows of its tables, and the few that it asks for by name.
 settings_of_the_program() {
-    awk '/^constexpr const wchar_t\* k[A-Za-z]*(Settings|Attributes)\[\]/ { inside = 1 } inside; /;/ { inside = 0 }' \
+    awk '/^constexpr (const wchar_t\*|SettingName) k[A-Za-z]*(Settings|Attributes)\[\]/ { inside = 1 } inside; /;/ { inside = 0 }' \
         "$project/settings/XmlConfig.cpp" | sed -n 's/[^"]*"\([A-Za-z0-9]*\)"[^"]*/\1\n/gp' |
         grep . | cat - <(printf '%s\n' KSPort KSIPAddress Section Name Value) | LC_ALL=C sort
 }
