@@ -79,8 +79,7 @@ class Host {
   public:
     bool Passes(Processors processors) {
         if (!m_processor) m_processor = RunShellCommand(L"uname -p").Lower().Trim();
-        const bool inListA =
-            std::find(std::begin(kListA), std::end(kListA), *m_processor) != std::end(kListA);
+        const bool inListA = std::ranges::find(kListA, *m_processor) != std::end(kListA);
         return inListA || (*m_processor == k64Bit && processors != Processors::ListA);
     }
 
@@ -114,7 +113,7 @@ bool IsLinux() {
 bool IsSupportedEsx(Host& host) {
     if (!corekit::Regex::IsMatch(kEsxProduct, RunShellCommand(kEsxProductProbe).Trim())) return false;
     const String version = RunShellCommand(kEsxVersionProbe);
-    return std::any_of(std::begin(kEsxReleases), std::end(kEsxReleases), [&](const EsxRelease& release) {
+    return std::ranges::any_of(kEsxReleases, [&](const EsxRelease& release) {
         return version == release.version && host.Passes(release.processors);
     });
 }
@@ -124,8 +123,8 @@ bool IsSupportedEsx(Host& host) {
 bool IsPlatformSupported() {
     if (!IsLinux()) return false;
     Host host;
-    return IsSupportedEsx(host) || std::any_of(std::begin(kReleases), std::end(kReleases),
-                                               [&](const Release& release) { return host.Is(release); });
+    return IsSupportedEsx(host) ||
+           std::ranges::any_of(kReleases, [&](const Release& release) { return host.Is(release); });
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -112,7 +112,7 @@ void Time(Timed& timed) {
 }
 
 double Median(std::vector<double>& values) {
-    std::sort(values.begin(), values.end());
+    std::ranges::sort(values);
     const std::size_t middle = values.size() / 2;
     return values.size() % 2 != 0 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
 }

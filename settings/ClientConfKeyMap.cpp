@@ -154,7 +154,7 @@ constexpr bool AreOldKeysUnique() {
 
 static_assert(std::size(kRows) == 109);
 static_assert(AreOldKeysUnique());
-static_assert(std::all_of(std::begin(kRows), std::end(kRows), [](const ClientConfKey& row) {
+static_assert(std::ranges::all_of(kRows, [](const ClientConfKey& row) {
     return IsComplete(row.oldKey) && IsComplete(row.newKey) &&
            (row.kind == ValueKind::None) == row.setting.IsNone();
 }));

@@ -19,7 +19,7 @@ constexpr const wchar_t* kFalseWords[] = {L"n", L"no", L"false", L"0"};
 
 template <std::size_t count>
 bool IsOneOf(const String& word, const wchar_t* const (&words)[count]) {
-    return std::find(std::begin(words), std::end(words), word) != std::end(words);
+    return std::ranges::find(words, word) != std::end(words);
 }
 
 // Each takes a value over into the settings; false when the value is bad.

@@ -34,8 +34,7 @@ constexpr const wchar_t* kUserFields[] = {
 };
 
 bool IsUserField(const String& name) {
-    return std::any_of(std::begin(kUserFields), std::end(kUserFields),
-                       [&](const wchar_t* field) { return name == field; });
+    return std::ranges::any_of(kUserFields, [&](const wchar_t* field) { return name == field; });
 }
 
 /// The old records as fields; false when they cannot all be read.

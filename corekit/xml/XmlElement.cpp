@@ -18,8 +18,7 @@ bool ContinuesXmlName(wchar_t c) {
 }
 
 bool IsXmlName(const String& name) {
-    return !name.IsEmpty() && StartsXmlName(name[0]) &&
-           std::all_of(name.begin(), name.end(), ContinuesXmlName);
+    return !name.IsEmpty() && StartsXmlName(name[0]) && std::ranges::all_of(name, ContinuesXmlName);
 }
 
 bool IsXmlCharacter(wchar_t c) {
@@ -28,7 +27,7 @@ bool IsXmlCharacter(wchar_t c) {
 }
 
 bool IsXmlText(const String& text) {
-    return std::all_of(text.begin(), text.end(), IsXmlCharacter);
+    return std::ranges::all_of(text, IsXmlCharacter);
 }
 
 struct Reference {
@@ -45,8 +44,8 @@ constexpr Reference kReferences[] = {
 String Escaped(const String& value) {
     String escaped;
     for (const wchar_t character : value) {
-        const auto reference = std::find_if(std::begin(kReferences), std::end(kReferences),
-                                            [&](const Reference& r) { return r.character == character; });
+        const auto reference =
+            std::ranges::find_if(kReferences, [&](const Reference& r) { return r.character == character; });
         if (reference == std::end(kReferences)) {
             escaped += character;
         } else {
@@ -59,8 +58,8 @@ String Escaped(const String& value) {
 }  // namespace
 
 void XmlElement::Set(const String& attribute, const String& value) {
-    const auto present = std::find_if(m_attributes.begin(), m_attributes.end(),
-                                      [&](const auto& pair) { return pair.first == attribute; });
+    const auto present =
+        std::ranges::find_if(m_attributes, [&](const auto& pair) { return pair.first == attribute; });
     if (present != m_attributes.end()) {
         present->second = value;
     } else {
@@ -77,10 +76,10 @@ String XmlElement::ToString() const {
 
 bool XmlElement::IsWritable() const {
     return IsXmlName(m_name) &&
-           std::all_of(m_attributes.begin(), m_attributes.end(),
-                       [](const auto& pair) { return IsXmlName(pair.first) && IsXmlText(pair.second); }) &&
-           std::all_of(m_children.begin(), m_children.end(),
-                       [](const XmlElement& child) { return child.IsWritable(); });
+           std::ranges::all_of(
+               m_attributes,
+               [](const auto& pair) { return IsXmlName(pair.first) && IsXmlText(pair.second); }) &&
+           std::ranges::all_of(m_children, [](const XmlElement& child) { return child.IsWritable(); });
 }
 
 void XmlElement::WriteTo(String& text, const String& indent) const {

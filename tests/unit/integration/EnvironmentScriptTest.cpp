@@ -1,4 +1,5 @@
 // The environment script: its text, what a shell makes of it, and how it is written.
+#include <algorithm>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -28,7 +29,7 @@ class EnvironmentScript : public testsupport::Installation {
 TEST_F(EnvironmentScript, HasItsLinesWithTheDirectoryFilledIn) {
     ASSERT_TRUE(WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent"));
     const std::string text = testfiles::Read("/opt/agent/bin/qdn-env");
-    EXPECT_EQ(std::count(text.begin(), text.end(), '\n'), 88);
+    EXPECT_EQ(std::ranges::count(text, '\n'), 88);
     EXPECT_TRUE(
         text.starts_with("#!/bin/sh\n#\n#\n# This sets up the basic environment to run zorvane programs.\n"));
     EXPECT_TRUE(text.ends_with("\tulimit -n 1024 1>/dev/null 2>&1\nfi\n\n"));

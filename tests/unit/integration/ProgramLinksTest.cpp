@@ -1,4 +1,5 @@
 // Which programs get a link, and where there is one to the helper.
+#include <algorithm>
 #include <unistd.h>
 
 #include "integration/ProgramLinks.h"
@@ -23,7 +24,7 @@ class ProgramLinks : public testsupport::Installation {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(directory))
             names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
+        std::ranges::sort(names);
         return names;
     }
 };

@@ -1,4 +1,5 @@
 // What goes with an agent of version 6.x, what stays, and what a damaged client.conf cannot reach.
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -304,7 +305,7 @@ TEST_F(FileRemoval60, RemovesTheDocumentOfTheServerWithAndWithoutItsPort) {
         Remove("installdir=/opt/elsewhere\nvar=/opt/agent/var\n",
                std::string("[Kell Servers]\nserver-1=") + server.name + "\n");
         for (const std::string& file : all) {
-            const bool goes = std::find(server.go.begin(), server.go.end(), file) != server.go.end();
+            const bool goes = std::ranges::find(server.go, file) != server.go.end();
             EXPECT_EQ(Exists("/opt/data/" + file), !goes) << server.name << ": " << file;
         }
         EXPECT_TRUE(Exists("/opt/agent/host.xml")) << server.name;
