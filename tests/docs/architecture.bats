@@ -18,16 +18,27 @@ drawing() {
     drawing Floors | awk '/^[a-z]/ { print $1 }' | diff -u "$BATS_TEST_TMPDIR/floors" -
 }
 
+# steps_of FUNCTION DEPTH: the steps that a function of the sequence calls, and below one that is a sequence itself its
+# own; each with two blanks for a level.
+steps_of() {
+    local step
+    sed -n "/ \(ConfigureCommand::\)\?$1(.*{\$/,/^}/p" "$project/app/ConfigureSequence.cpp" | sed 1d |
+        grep -oP '(?<![.:>\w])[A-Z][A-Za-z]+(?=\()' | grep -vxE 'Report|Failure' | while read -r step; do
+        printf '%*s%s\n' $(($2 * 4)) "" "$step"
+        case $step in
+            LookBeforeChange | ChangeHost) steps_of "$step" $(($2 + 1)) ;;
+            RunSetupSequence)
+                sed -n '/kSteps\[\]/,/};/p' "$project/integration/SetupSequence.cpp" |
+                    grep -oP '(?<=, )[A-Z][A-Za-z]+(?=})' | sed "s/^/$(printf '%*s' $(($2 * 4 + 4)) "")/"
+                ;;
+        esac
+    done
+}
+
 @test "its road of one run has the steps of the configure sequence, in their order" {
-    {
-        sed -n '/ ConfigureCommand::Configure() {/,/^}/p' "$project/app/ConfigureSequence.cpp" |
-            grep -oE '[A-Z][A-Za-z]*\([^)]*\);' | sed 's/(.*//' | sed '/^SetUpNewAgent$/q'
-        sed -n '/kSteps\[\]/,/};/p' "$project/integration/SetupSequence.cpp" | grep -oE '[A-Z][A-Za-z]+,' | tr -d ,
-        sed -n '/ ConfigureCommand::Configure() {/,/^}/p' "$project/app/ConfigureSequence.cpp" |
-            grep -oE '[A-Z][A-Za-z]*\([^)]*\);' | sed 's/(.*//' | sed '1,/^SetUpNewAgent$/d'
-    } >"$BATS_TEST_TMPDIR/steps"
-    grep -qx SetInstallPermissions "$BATS_TEST_TMPDIR/steps"
-    drawing "The road of one run" | awk '{ print $1 }' | diff -u "$BATS_TEST_TMPDIR/steps" -
+    steps_of Configure 0 >"$BATS_TEST_TMPDIR/steps"
+    grep -qx ' *SetInstallPermissions' "$BATS_TEST_TMPDIR/steps"
+    drawing "The road of one run" | sed -E 's/^( *[A-Za-z]+).*/\1/' | diff -u "$BATS_TEST_TMPDIR/steps" -
 }
 
 # Words in backticks, and first words of drawings, that are paths.

@@ -8,14 +8,16 @@ without a cause or a remedy; ends 0 when there are none. A value in a message is
 all messages that begin as it does.
 
 A message is an expression with a literal that begins with "WARNING!" or "ERROR:", what is given to Messages::Warn or
-Console::Err, or what a step fails with: the first argument of Fail, FailAt or FailBecause. A constant is looked up.
+Console::Err, or what a step fails with: what Failure begins with, or the first argument of Fail, FailAt or FailBecause.
+A constant is looked up. What stands for an empty text is a message as well.
 """
 import os
 import re
 import sys
 
 LITERAL = re.compile(r'L?"((?:[^"\\]|\\.)*)"')
-CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout)\s*\(")
+CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout)\s*\(|\bFailure\{")
+FALLBACK = re.compile(r'IsEmpty\(\)\s*\?[^"?:]*(?:::[^"?:]*)*"([A-Z][^"]+\.)"')
 # The step that asks says more than what the questionnaire fails with.
 REPLACED = {"Error reading from standard input"}
 
@@ -86,6 +88,7 @@ def messages_of(folders):
     for code in codes:
         for call in CALL.finditer(code):
             yield message_of(arguments(code, call.end())[0], constants)
+        yield from FALLBACK.findall(code)
         for statement in re.split(r"[;{}]", CALL.sub("", code)):
             start = re.search(r'(?:String\()?L?"(?:WARNING!|ERROR:)', statement)
             if start:
