@@ -41,11 +41,11 @@ constexpr const char* kOverlayOptions[] = {",redirect_dir=on,metacopy=on,index=o
 
 constexpr const char* kDevices[] = {"null", "zero", "full", "random", "urandom", "tty"};
 
-tl::unexpected<Failure> Impossible(const String& why) {
+Failure Impossible(const String& why) {
     return Fail(L"A preview is not possible here: " + why);
 }
 
-tl::unexpected<Failure> Impossible(const String& why, const Result& cause) {
+Failure Impossible(const String& why, const Result& cause) {
     return Impossible(why + L" (" + GetErrorMsg(cause) + L").");
 }
 
