@@ -3,6 +3,7 @@
 
 #include "agents/carry/DataMove.h"
 #include "agents/carry/InstalledSettings.h"
+#include "agents/carry/UnmovedData.h"
 #include "agents/removal/FileRemoval56.h"
 #include "agents/removal/ServiceRegistration.h"
 #include "agents/removal/SuperServers.h"
@@ -35,7 +36,8 @@ Outcome<> Agent56::RemoveFiles(const corekit::String& newConfPath) {
     if (!newConf.ReadResult())
         return FailBecause(Texts::kUnreadableConfiguration, newConfPath, newConf.ReadResult());
     // What cannot be moved stays where it is: the removal takes no store.
-    static_cast<void>(MoveData(oldConf, newConf));
+    const DataMove moved = MoveData(oldConf, newConf);
+    if (moved == DataMove::Partial) KeepConfOfUnmovedData(oldConf, newConf);
     RemoveInstalledFiles56(oldConf, &newConf, m_left);
     return {};
 }

@@ -5,6 +5,7 @@
 #include "agents/carry/InstalledSettings.h"
 #include "agents/carry/JobStore.h"
 #include "agents/carry/PackageStore.h"
+#include "agents/carry/UnmovedData.h"
 #include "agents/removal/FileRemoval60.h"
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "agents/removal/ServiceRegistration.h"
@@ -62,8 +63,10 @@ Outcome<> Agent60::RelocateFiles(const String& newConfPath) {
     }
     const DataMove moved = MoveData(oldConf, newConf);
     Forgive(ConvertPackageStore(newConf));
+    if (moved == DataMove::Partial) KeepConfOfUnmovedData(oldConf, newConf);
     RemoveOldInstallation(oldConf, newConf, moved);
     Forgive(RemoveRotatedClientLogs(oldConf, GetValue(newConf, Key::kInstallDir)));
+    m_left.Tell();
     return {};
 }
 

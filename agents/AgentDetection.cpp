@@ -10,6 +10,7 @@
 #include "agents/Agent60SP2.h"
 #include "agents/AgentVersion.h"
 #include "agents/UnsupportedAgent.h"
+#include "agents/carry/UnmovedData.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
@@ -93,7 +94,7 @@ std::vector<Candidate> Candidates(const String& packageDir, const std::vector<St
 /// The file, open, when it decides: where there is one that may be used, or where one cannot be read that
 /// nobody else could have put there.
 std::optional<TrustedFile> Open(const Candidate& candidate) {
-    if (!corekit::File::Exists(candidate.path)) return std::nullopt;
+    if (!corekit::File::Exists(candidate.path) || IsKeptForUnmovedData(candidate.path)) return std::nullopt;
     TrustedFile file(candidate.path, candidate.chosenBy);
     if (file.IsAbsent()) return std::nullopt;
     const bool decides = (file.IsUnreadable() && !file.IsExposed()) || file.MayBeUsed();

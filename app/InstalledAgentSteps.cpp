@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "agents/carry/UnmovedData.h"
 #include "config/Migration.h"
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
@@ -184,6 +185,7 @@ Outcome<> BuildConfiguration(ConfigureRun& run) {
 }
 
 Outcome<> RemoveInstalledFiles(const ConfigureRun& run) {
+    MoveUnmovedData(corekit::IniFile(run.setup.confPath));
     const Outcome<> removed = run.installed ? run.installed->RemoveFiles(run.setup.confPath) : Outcome<>();
     if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
     return removed;

@@ -1,9 +1,12 @@
 // Reading directories and files from a client.conf.
 #include "config/ConfiguredPaths.h"
 
+#include <algorithm>
 #include <string_view>
 
+#include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
+#include "corekit/text/Text.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 
@@ -41,19 +44,27 @@ String ConfiguredDirectory(const IniFile& conf, const ConfKey& key) {
 
 std::vector<String> NamedPaths(const IniFile& conf) {
     std::vector<String> paths;
-    for (const ConfKey& key : kNamedPaths) {
-        const String path = GetValue(conf, key);
-        if (!path.IsEmpty()) paths.push_back(path);
+    const auto add = [&](const String& path) {
+        if (!path.IsEmpty() && std::ranges::find(paths, path) == paths.end()) paths.push_back(path);
+    };
+    for (const ConfKey& key : kNamedPaths) add(GetValue(conf, key));
+    const auto addIfThere = [&](const String& path) {
+        if (path.StartsWith(L"/") && corekit::File::Exists(path)) add(path);
+    };
+    for (const String& value : conf.Values()) {
+        addIfThere(value);
+        corekit::StringTokenizer items(value, L";,: \t\"'");
+        for (String item; items.GetToken(item);) addIfThere(item);
     }
     return paths;
 }
 
-String NamedWithin(const IniFile& conf, const String& place) {
+std::vector<String> NamedWithin(const IniFile& conf, const String& place) {
     const corekit::Path::AncestorChain within(place);
-    for (const String& path : NamedPaths(conf)) {
-        if (corekit::Path::AncestorChain(path).IsWithin(within)) return path;
-    }
-    return String();
+    std::vector<String> paths = NamedPaths(conf);
+    std::erase_if(paths,
+                  [&](const String& path) { return !corekit::Path::AncestorChain(path).IsWithin(within); });
+    return paths;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -16,11 +16,12 @@ corekit::String UsableDirectory(const corekit::String& value);
 /// The same for a key.
 corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey& key);
 
-/// The paths that a client.conf names, as they stand there, without the empty ones: the install directory,
-/// the stores, the variable data, the GUID file, the log and the certificates.
+/// The paths that a client.conf names, as they stand there: the install directory, the stores, the variable
+/// data, the GUID file, the log and the certificates, and of all other values, lists among them, the absolute
+/// paths of what exists. None is empty, and none occurs twice.
 std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
 
-/// The first of NamedPaths that is `place` or lies below it; empty when there is none.
-corekit::String NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
+/// Those of NamedPaths that are `place` or lie below it.
+std::vector<corekit::String> NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 
 }  // namespace Zorvane::AgentInstaller

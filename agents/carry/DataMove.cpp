@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <vector>
 
 #include "agents/removal/FileRemoval60.h"
@@ -29,39 +30,63 @@ struct StoreMove {
     String to;
 };
 
+/// A store, and where agents of version 5.6 had it when their client.conf did not say.
+struct UsualStore {
+    ConfKey key;
+    const wchar_t* directory;
+};
+
+constexpr UsualStore kStores56[] = {
+    {Key::kEventQueueDir, L"/opt/zorvane/kell/ksagent/var/queue"},
+    {Key::kTaskDir, L"/opt/zorvane/kell/ksagent/var/tasks"},
+};
+
+/// The store of an old agent: a file of version 5.6, which states no version, has defaults for keys that it
+/// lacks.
+String OldStore(const IniFile& oldConf, const ConfKey& store) {
+    String directory;
+    if (GetValue(oldConf, store, directory) || !GetValue(oldConf, Key::kAgentMajor).IsEmpty())
+        return directory;
+    const auto* const usual = std::ranges::find(kStores56, store, &UsualStore::key);
+    return usual == std::end(kStores56) ? directory : usual->directory;
+}
+
 bool IsToMove(const StoreMove& move) {
     return !UsableDirectory(move.from).IsEmpty() && corekit::File::MayBeDirectory(move.from) &&
            !Path::IsMatch(move.from, move.to);
 }
 
-/// The stores to move, those that lie within another one before it: each takes its own way.
+/// The stores to move, those that lie within another one before it: each takes its own way. A directory that
+/// is two stores moves once, to the place of the first.
 std::vector<StoreMove> StoresToMove(const IniFile& oldConf, const IniFile& newConf) {
     std::vector<StoreMove> moves;
     for (const ConfKey& store : Key::kStores) {
-        const StoreMove move{GetValue(oldConf, store), GetValue(newConf, store)};
-        if (IsToMove(move)) moves.push_back(move);
+        const StoreMove move{OldStore(oldConf, store), GetValue(newConf, store)};
+        const auto isSame = [&](const StoreMove& other) { return Path::IsMatch(other.from, move.from); };
+        if (IsToMove(move) && std::ranges::none_of(moves, isSame)) moves.push_back(move);
     }
-    std::stable_sort(moves.begin(), moves.end(), [](const StoreMove& left, const StoreMove& right) {
-        return left.from.Length() > right.from.Length();
-    });
+    std::ranges::stable_sort(moves, std::ranges::greater(),
+                             [](const StoreMove& move) { return move.from.Length(); });
     return moves;
 }
 
-/// Moves one store; why it, or part of it, stays, or empty.
-String WhyNotMoved(const StoreMove& move, const IniFile& newConf) {
+/// Moves one store. Returns why it, or part of it, stays, or empty.
+String Move(const StoreMove& move, const IniFile& newConf) {
     if (UsableDirectory(move.to).IsEmpty()) return L"the new configuration has no place for it";
-    if (const String named = NamedWithin(newConf, move.from); !named.IsEmpty()) {
-        return L"the new configuration names " + named;
-    }
+    if (const auto named = NamedWithin(newConf, move.from); !named.empty())
+        return L"the new configuration names " + named.front();
     const Result moved = corekit::Dir::Move(move.from, move.to);
     if (moved.Code() == EEXIST) return move.to + L" has entries of the same name";
     return moved ? String() : corekit::GetErrorMsg(moved);
 }
 
-String WhyTreeIsKept(const String& directory, const IniFile& newConf, DataMove dataMove) {
-    if (dataMove == DataMove::Partial) return L"not all of the data could be moved";
-    const String named = NamedWithin(newConf, directory);
-    return named.IsEmpty() ? String() : L"the new configuration names " + named;
+/// Why the old install directory stays: one reason for each path in it that the new client.conf names.
+std::vector<String> WhyTreeIsKept(const String& directory, const IniFile& newConf, DataMove dataMove) {
+    if (dataMove == DataMove::Partial) return {L"not all of the data could be moved"};
+    std::vector<String> reasons;
+    for (const String& path : NamedWithin(newConf, directory))
+        reasons.push_back(L"the new configuration names " + path);
+    return reasons;
 }
 
 }  // namespace
@@ -69,7 +94,7 @@ String WhyTreeIsKept(const String& directory, const IniFile& newConf, DataMove d
 DataMove MoveData(const IniFile& oldConf, const IniFile& newConf) {
     DataMove dataMove = DataMove::Complete;
     for (const StoreMove& move : StoresToMove(oldConf, newConf)) {
-        const String why = WhyNotMoved(move, newConf);
+        const String why = Move(move, newConf);
         if (why.IsEmpty()) continue;
         WarnKept(move.from, why);
         dataMove = DataMove::Partial;
@@ -82,15 +107,16 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
     const String newDir = GetValue(newConf, Key::kInstallDir);
     if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
     if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
-    const String why = WhyTreeIsKept(oldDir, newConf, dataMove);
-    RemovalOutcome left = RemoveGeneratedFiles60(oldDir, &newConf);
-    if (why.IsEmpty()) left.Add(oldDir, corekit::Dir::Remove(UsableDirectory(oldDir)));
+    const std::vector<String> reasons = WhyTreeIsKept(oldDir, newConf, dataMove);
+    RemovalOutcome left;
+    if (dataMove == DataMove::Complete)
+        left.Add(RemoveGeneratedFiles60(oldDir, &newConf));
+    else
+        left.Add(RemoveGeneratedFilesButClientConf60(oldDir, &newConf));
+    if (reasons.empty()) left.Add(oldDir, corekit::Dir::Remove(UsableDirectory(oldDir)));
     left.Tell();
-    if (!why.IsEmpty()) {
-        WarnKept(oldDir, why);
-    } else if (left.Any()) {
-        WarnKept(oldDir, L"not everything could be removed");
-    }
+    for (const String& why : reasons) WarnKept(oldDir, why);
+    if (reasons.empty() && left.Any()) WarnKept(oldDir, L"not everything could be removed");
 }
 
 }  // namespace Zorvane::AgentInstaller

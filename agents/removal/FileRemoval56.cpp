@@ -88,6 +88,7 @@ constexpr const wchar_t* kBackups = L"backups";
 constexpr const wchar_t* kLibraryTree = L"lib";
 constexpr const wchar_t* kEtc = L"etc";
 constexpr const wchar_t* kClientConf = L"etc/client.conf";
+constexpr const wchar_t* kMovedMark = L"etc/.moved";
 
 constexpr const wchar_t* kLibraries[] = {
     L"libomni*",          L"libssl.so*",     L"libcrypto.so*",      L"libxerces-c.so.21.0",
@@ -198,7 +199,13 @@ void RemoveInstalledFiles56(const IniFile& conf, const IniFile* newConf, Removal
     // Without the file every directory would be the usual one, which may well be another agent's.
     if (!conf.ReadResult()) return;
     const Installation agent = FindInstallation(conf);
-    const KeepList keep(newConf, agent.installDir);
+    KeepList keep(newConf, agent.installDir);
+    const String movedMark = agent.installDir + kMovedMark;
+    if (newConf != nullptr && !agent.installDir.IsEmpty() && File::Exists(movedMark)) {
+        // Data that could not be moved will be found by it.
+        keep.Keep(movedMark);
+        keep.Keep(agent.installDir + kClientConf);
+    }
     RemoveAllButClientConf(agent, keep, left);
     // Only client.conf, which goes now, leads the next run to them.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));

@@ -157,7 +157,7 @@ void RemoveGeneratedFile(const String& directory, const String& file, const IniF
                          RemovalOutcome& left) {
     if (directory.IsEmpty()) return;
     const String path = directory + file;
-    if (newConf == nullptr || NamedWithin(*newConf, path).IsEmpty()) left.Add(path, File::Remove(path));
+    if (newConf == nullptr || NamedWithin(*newConf, path).empty()) left.Add(path, File::Remove(path));
 }
 
 void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* newConf,
@@ -202,6 +202,12 @@ RemovalOutcome RemoveGeneratedFiles60(const String& installDir, const IniFile* n
     // First: without it the next run goes by the copy that the upgrade saved, which knows what has been
     // carried.
     RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf, left);
+    RemoveGeneratedFilesButClientConf(installDir, newConf, left);
+    return left;
+}
+
+RemovalOutcome RemoveGeneratedFilesButClientConf60(const String& installDir, const IniFile* newConf) {
+    RemovalOutcome left;
     RemoveGeneratedFilesButClientConf(installDir, newConf, left);
     return left;
 }

@@ -15,10 +15,11 @@ namespace Zorvane::AgentInstaller {
 /// <why>."
 void RemoveInstalledFiles60(const corekit::IniFile& oldConf, RemovalOutcome left = {});
 
-/// Removes the files that this program and the agent generate below an install directory, those that
-/// `newConf` names excepted (null: none). Nothing for "" and "/". Tells
-/// what is left.
+/// Removes the files that this program and the agent generate below an install directory, except those that
+/// `newConf` names (null: none). Removes nothing for "" and "/". Returns what is left.
 RemovalOutcome RemoveGeneratedFiles60(const corekit::String& installDir,
                                       const corekit::IniFile* newConf = nullptr);
+RemovalOutcome RemoveGeneratedFilesButClientConf60(const corekit::String& installDir,
+                                                   const corekit::IniFile* newConf = nullptr);
 
 }  // namespace Zorvane::AgentInstaller

@@ -2,6 +2,7 @@
 #include "agents/removal/KeepList.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <fnmatch.h>
 
 #include "config/ConfiguredPaths.h"
@@ -30,22 +31,29 @@ constexpr const char* kLaidDown[] = {
     "bin/*.bin",           "etc",
     "etc/client.proto",    "etc/rcscript.proto.*",
     "etc/config.xml",      "etc/client.conf",
-    "etc/client.conf.old", "etc/.unfinished",
+    "etc/client.conf.old", "etc/client.conf.unmoved",
+    "etc/.unmoved",        "etc/.unfinished",
 };
 
 }  // namespace
 
 KeepList::KeepList(const IniFile* newConf, const String& oldInstallDir) : m_isClean(newConf == nullptr) {
     if (m_isClean) return;
-    for (const String& path : NamedPaths(*newConf)) m_named.emplace_back(path);
+    for (const String& path : NamedPaths(*newConf)) Keep(path);
     const String newInstallDir = ConfiguredDirectory(*newConf, Key::kInstallDir);
     if (oldInstallDir.IsEmpty() || !Path::IsMatch(newInstallDir, oldInstallDir)) return;
     m_installDir = oldInstallDir;
     m_libraries = Path::AncestorChain(m_installDir + kLibraryTree);
 }
 
+void KeepList::Keep(const String& path) {
+    m_named.emplace_back(path);
+    m_namedPaths.push_back(path);
+}
+
 bool KeepList::Includes(const String& path) const {
     if (IsLaidDown(path)) return true;
+    if (File::RefuseLink(path).Code() == ELOOP) return IsOnTheWayToKept(path);
     const Path::AncestorChain place(path);
     return place.IsWithin(m_libraries) || std::ranges::any_of(m_named, [&](const Path::AncestorChain& named) {
                return named.IsWithin(place);
@@ -58,6 +66,21 @@ bool KeepList::IsLaidDown(const String& path) const {
     const std::string name = path.Mid(m_installDir.Length()).Utf8();
     return std::ranges::any_of(
         kLaidDown, [&](const char* pattern) { return fnmatch(pattern, name.c_str(), FNM_PATHNAME) == 0; });
+}
+
+/// True if a kept path is the link itself, or leads through it. What else the link leads to does not go with
+/// it.
+bool KeepList::IsOnTheWayToKept(const String& link) const {
+    const auto place = [](const String& path) {
+        return Path::Join(Path::Resolve(Path::GetDirectory(path)), Path::GetFileName(path));
+    };
+    const String ownPlace = place(link);
+    return std::ranges::any_of(m_namedPaths, [&](String path) {
+        for (; path.Length() > 1; path = Path::GetDirectory(path)) {
+            if (place(path) == ownPlace) return true;
+        }
+        return false;
+    });
 }
 
 void KeepList::RemoveOthers(const String& pattern, RemovalOutcome& left,

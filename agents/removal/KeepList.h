@@ -20,7 +20,7 @@ class KeepList {
     KeepList(const corekit::IniFile* newConf, const corekit::String& oldInstallDir);
 
     /// Keeps one more path.
-    void Keep(const corekit::String& path) { m_named.emplace_back(path); }
+    void Keep(const corekit::String& path);
 
     /// True if the path is kept, or is a directory that holds something kept.
     bool Includes(const corekit::String& path) const;
@@ -35,11 +35,13 @@ class KeepList {
 
   private:
     bool IsLaidDown(const corekit::String& path) const;
+    bool IsOnTheWayToKept(const corekit::String& link) const;
     void RemoveOtherEntries(const corekit::String& directory, const corekit::String& pattern,
                             RemovalOutcome& left) const;
 
     bool m_isClean;
     std::vector<corekit::Path::AncestorChain> m_named;  // by the new client.conf, or by `Keep`
+    std::vector<corekit::String> m_namedPaths;          // the same as they are written
     corekit::String m_installDir;                       // empty unless the upgrade is in place
     corekit::Path::AncestorChain m_libraries;           // in place, those of the new package
 };

@@ -1,6 +1,7 @@
 // INI files: reading and writing them, and their entries as text.
 #include "corekit/ini/IniFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <utility>
@@ -69,6 +70,19 @@ void IniFile::GetEntries(const String& section, Entries& entries) const {
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
         entries[String::FromUtf8(line->name)] = String::FromUtf8(line->value);
     }
+}
+
+std::vector<String> IniFile::Values() const {
+    std::string text;
+    for (const std::string_view piece : m_text->Pieces()) text += piece;
+    std::vector<String> values;
+    for (std::string_view rest = text; !rest.empty();) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        const IniLine parts = ParseIniLine(line);
+        if (parts.kind == IniLine::Kind::Entry) values.push_back(String::FromUtf8(parts.value));
+    }
+    return values;
 }
 
 void IniFile::SetValue(const String& section, const String& key, const String& value) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
@@ -61,9 +62,11 @@ class IniFile {
     /// Adds all entries of a section to the map.
     void GetEntries(const String& section, Entries& entries) const;
 
+    /// The values of all entries of all sections, in the order of the file.
+    std::vector<String> Values() const;
+
     /// Sets an entry, unless no line could hold it: its key is empty, has "=" in it or begins with "#", ";"
-    /// or
-    /// "[", or its section has "]" in it.
+    /// or "[", or its section has "]" in it.
     void SetValue(const String& section, const String& key, const String& value);
 
     /// Replaces the file in one step, as File::Write does. A file that exists but could not be read is not

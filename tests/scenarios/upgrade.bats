@@ -154,6 +154,48 @@ WARNING! $agent is kept: the new configuration names $agent/etc/ca.pem.
 END
 }
 
+@test "each path of a sub-agent in the old directory is told, and keeps that directory" {
+    given_an_old_agent 6.0SP2
+    mkdir "$agent"/{inventory,monitor}
+    sed -i "s,^library=.*,library=$agent/lib/libinventory.so," "$agent/etc/client.conf"
+    touch "$agent/lib/libinventory.so"
+    upgrade_to "$elsewhere"
+    expect_status 0
+    expect_errors <<END
+WARNING! $agent is kept: the new configuration names $agent/inventory.
+WARNING! $agent is kept: the new configuration names $agent/monitor.
+WARNING! $agent is kept: the new configuration names $agent/lib/libinventory.so.
+END
+    expect_plain_files "$agent/lib/libinventory.so"
+    expect_value Inventory library "$agent/lib/libinventory.so" "$elsewhere/etc/client.conf"
+}
+
+@test "data that could not be moved is moved by the next configuration" {
+    local told="WARNING! $agent/var/queue is kept: $elsewhere/var/queue has entries of the same name."
+    given_an_old_agent 6.0SP2
+    mkdir -p "$elsewhere/var/queue"
+    echo "in the way" >"$elsewhere/var/queue/one.kse"
+    upgrade_to "$elsewhere"
+    expect_status 0
+    printf '%s\n' "$told" "WARNING! $agent is kept: not all of the data could be moved." | expect_errors
+    expect_file "$agent/etc/client.conf" <"$desk/old.conf"
+    expect_file "$elsewhere/etc/.unmoved" <<<"$agent/etc/client.conf"
+
+    # The old directory holds no agent any more, and each run says what it still cannot move.
+    given_plain_xml /tmp "$elsewhere"
+    QDN_INSTALL_AUTOSTART=no qdn_configure -configure -noimode
+    expect_status 0
+    expect_errors <<<"$told"
+
+    rm "$elsewhere/var/queue/one.kse"
+    given_plain_xml /tmp "$elsewhere"
+    QDN_INSTALL_AUTOSTART=no qdn_configure -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_file "$elsewhere/var/queue/one.kse" <<<"event one"
+    expect_missing "$agent" "$elsewhere/etc/.unmoved"
+}
+
 expect_carried_56() {
     local dir=$1 conf=$1/etc/client.conf
     expect_value "Kell Servers" server-1 old.example "$conf"
@@ -186,6 +228,15 @@ expect_no_56_in_the_system() {
     expect_no_56_in_the_system
     expect_missing "$agent/bin/runit.sh" "$agent/bin/whose" "$agent/var/qdn-client.log"
     expect_plain_files "$agent/etc/client.proto" "$agent/bin/qdn-monitor.bin" "$agent/lib/service-functions"
+}
+
+@test "5.6 without keys of its stores takes its data to another directory" {
+    given_an_old_agent 5.6
+    sed -i '/^event_queue_dir/d; /^task_storage_path/d' "$agent/etc/client.conf"
+    upgrade_to "$elsewhere"
+    expect_status 0
+    expect_no_errors
+    expect_data "$elsewhere"
 }
 
 @test "5.6 moves to another directory" {

@@ -51,19 +51,35 @@ TEST(ConfiguredPaths, FindsWhatAClientConfNamesBelowAPlace) {
                                     "[Client Transport]\nssl_ca_info", "[Client Transport]\nssl_ca_path"}) {
         Write(temp / "conf", entry + "=/opt/a/b\n");
         const IniFile conf(String::FromUtf8(temp / "conf"));
-        EXPECT_EQ(NamedWithin(conf, L"/opt/a"), L"/opt/a/b") << entry;
-        EXPECT_EQ(NamedWithin(conf, L"/opt/a/b/"), L"/opt/a/b") << entry;
-        EXPECT_EQ(NamedWithin(conf, L"/opt/a/b/c"), L"") << entry;
-        EXPECT_EQ(NamedWithin(conf, L"/opt/a/bc"), L"") << entry;
-        EXPECT_EQ(NamedWithin(conf, L"/opt/a/"), L"/opt/a/b") << entry;
+        const std::vector<String> named = {L"/opt/a/b"};
+        EXPECT_EQ(NamedWithin(conf, L"/opt/a"), named) << entry;
+        EXPECT_EQ(NamedWithin(conf, L"/opt/a/b/"), named) << entry;
+        EXPECT_TRUE(NamedWithin(conf, L"/opt/a/b/c").empty()) << entry;
+        EXPECT_TRUE(NamedWithin(conf, L"/opt/a/bc").empty()) << entry;
+        EXPECT_EQ(NamedWithin(conf, L"/opt/a/"), named) << entry;
     }
+}
+
+TEST(ConfiguredPaths, FindsEveryExistingPathThatAnyValueNames) {
+    const TempDir temp;
+    for (const char* name : {"one", "two", "three", "with blank", "library.so"}) Write(temp / name, "");
+    const std::string dir = temp.Path();
+    Write(temp / "conf", "[Configuration]\nsub_agent_paths=" + dir + "/one;" + dir + "/two;" + dir +
+                             "/missing\n[Any]\ncommand=run \"" + dir + "/three\" -v\nname=" + dir +
+                             "/with blank\nsame=" + dir + "/one\n[Other]\nlibrary=" + dir +
+                             "/library.so\nrelative=one\n;comment=" + dir + "\n");
+    std::vector<std::string> names;
+    for (const String& path :
+         NamedWithin(IniFile(String::FromUtf8(temp / "conf")), String::FromUtf8(temp.Path())))
+        names.push_back(path.Utf8().substr(dir.size() + 1));
+    EXPECT_EQ(names, (std::vector<std::string>{"one", "two", "three", "with blank", "library.so"}));
 }
 
 TEST(ConfiguredPaths, NamesNothingElse) {
     const TempDir temp;
     Write(temp / "conf", "[Configuration]\ninstalldir=\nbindir=/opt/a/b\n[Other]\nvar=/opt/a/b\n");
-    EXPECT_EQ(NamedWithin(IniFile(String::FromUtf8(temp / "conf")), L"/opt/a"), L"");
-    EXPECT_EQ(NamedWithin(IniFile(String::FromUtf8(temp / "missing")), L"/"), L"");
+    EXPECT_EQ(NamedWithin(IniFile(String::FromUtf8(temp / "conf")), L"/opt/a"), std::vector<String>());
+    EXPECT_EQ(NamedWithin(IniFile(String::FromUtf8(temp / "missing")), L"/"), std::vector<String>());
 }
 
 TEST(ConfiguredPaths, FollowsLinks) {
@@ -72,5 +88,6 @@ TEST(ConfiguredPaths, FollowsLinks) {
     std::filesystem::create_directory_symlink(temp / "real", temp / "link");
     Write(temp / "conf", "[Configuration]\nvar=" + (temp / "link/var") + "\n");
     const IniFile conf(String::FromUtf8(temp / "conf"));
-    EXPECT_EQ(NamedWithin(conf, String::FromUtf8(temp / "real")), String::FromUtf8(temp / "link/var"));
+    EXPECT_EQ(NamedWithin(conf, String::FromUtf8(temp / "real")),
+              std::vector<String>{String::FromUtf8(temp / "link/var")});
 }

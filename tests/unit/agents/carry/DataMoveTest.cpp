@@ -233,6 +233,47 @@ TEST_F(Relocation, GivesAStoreWithinAnotherOneItsOwnPlace) {
     EXPECT_FALSE(Exists("/opt/new/swd/packages"));
 }
 
+TEST_F(Relocation, MovesADirectoryOnce_WhenTwoKeysNameIt) {
+    for (const std::string second : {"/opt/old/data", "/opt/old/data/", "/opt/old/./data"}) {
+        SCOPED_TRACE(second);
+        std::filesystem::remove_all("/opt/new");
+        Write("/opt/old/data/one.kse", "event");
+        Write("/opt/old/data/one.kst", "task");
+        EXPECT_EQ(
+            Move("event_queue_dir=/opt/old/data\ntask_storage_path=" + second + "\n",
+                 "event_queue_dir=/opt/new/queue\ntask_storage_path=/opt/new/tasks\n", DataMove::Complete),
+            "");
+        EXPECT_EQ(Read("/opt/new/queue/one.kse"), "event");
+        EXPECT_EQ(Read("/opt/new/queue/one.kst"), "task");
+        EXPECT_FALSE(Exists("/opt/old/data"));
+    }
+}
+
+TEST_F(Relocation, MovesTheUsualStoresOfVersion56_WhenItsFileNamesNone) {
+    Write("/opt/zorvane/kell/ksagent/var/queue/a.kse", "event");
+    Write("/opt/zorvane/kell/ksagent/var/tasks/a.kst", "task");
+    const std::string newEntries = "event_queue_dir=/opt/new/queue\ntask_storage_path=/opt/new/tasks\n";
+    EXPECT_EQ(Move("[Version]\nagent_major=6\n", newEntries, DataMove::Complete), "");
+    EXPECT_FALSE(Exists("/opt/new"));
+    EXPECT_EQ(Move("task_storage_path=\n", newEntries, DataMove::Complete), "");
+    EXPECT_EQ(Read("/opt/new/queue/a.kse"), "event");
+    EXPECT_FALSE(Exists("/opt/new/tasks"));  // an empty value names none
+    EXPECT_EQ(Move("", newEntries, DataMove::Complete), "");
+    EXPECT_EQ(Read("/opt/new/tasks/a.kst"), "task");
+}
+
+TEST_F(Relocation, TellsEachPathThatKeepsTheOldTree) {
+    Write("/opt/old/lib/inventory.so", "");
+    Write("/opt/old/monitor/run", "");
+    EXPECT_EQ(RemoveOld("installdir=/opt/old\n",
+                        "installdir=/opt/new\nsub_agent_paths=/opt/old/monitor/;/opt/old/gone\n[Inventory]\n"
+                        "library=/opt/old/lib/inventory.so\n"),
+              "WARNING! /opt/old is kept: the new configuration names /opt/old/monitor/.\n"
+              "WARNING! /opt/old is kept: the new configuration names /opt/old/lib/inventory.so.\n");
+    EXPECT_TRUE(Exists("/opt/old/monitor/run"));
+    EXPECT_TRUE(Exists("/opt/old/lib/inventory.so"));
+}
+
 TEST_F(Relocation, MovesNothingOutOfAHostDirectory) {
     Write("/var/tmp/a", "");
     EXPECT_EQ(Move("event_queue_dir=/var/tmp\n", "event_queue_dir=/opt/new\n", DataMove::Partial),
@@ -278,7 +319,7 @@ TEST_F(Relocation, KeepsTheTreeOfDataThatCouldNotMove) {
     EXPECT_EQ(RemoveOld("installdir=/opt/old\n", "installdir=/opt/new\n", DataMove::Partial),
               "WARNING! /opt/old is kept: not all of the data could be moved.\n");
     EXPECT_TRUE(Exists("/opt/old/var/queue/a"));
-    EXPECT_FALSE(Exists("/opt/old/etc/client.conf"));
+    EXPECT_TRUE(Exists("/opt/old/etc/client.conf"));
 }
 
 TEST_F(Relocation, KeepsATreeThatTheNewConfigurationLeadsInto) {

@@ -110,6 +110,18 @@ TEST_F(KeepListTest, ExpandsWildcardsInAHostDirectory_OnlyWhenItIsMeant) {
     }
 }
 
+TEST_F(KeepListTest, RemovesALinkThatLeadsToKeptFilesButKeepsOneOnTheWayToThem) {
+    std::filesystem::create_directory_symlink("..", "/opt/agent/etc/up");
+    std::filesystem::create_directory_symlink("/opt/agent/etc/tree", "/opt/agent/etc/way");
+    const KeepList keep = Of("installdir=/opt/new\nguid_guid_file=/opt/agent/etc/way/file\n");
+    EXPECT_FALSE(keep.Includes(L"/opt/agent/etc/up"));
+    EXPECT_TRUE(keep.Includes(L"/opt/agent/etc/way"));
+    EXPECT_TRUE(keep.Includes(L"/opt/agent/etc/tree"));
+    keep.RemoveOthersInTree(L"/opt/agent/etc", left);
+    EXPECT_EQ(Left(), (std::set<std::string>{"tree", "way"}));
+    EXPECT_TRUE(Exists("/opt/agent/etc/tree/file"));
+}
+
 TEST_F(KeepListTest, EmptiesNoHostDirectoryBehindALink) {
     std::filesystem::remove_all("/opt/agent/etc");
     std::filesystem::create_directory_symlink("/etc", "/opt/agent/etc");

@@ -76,6 +76,14 @@ TEST_F(IniFileTest, AddsEntriesToAMap) {
     EXPECT_EQ(entries.size(), 3U);
 }
 
+TEST_F(IniFileTest, ListsTheValuesOfAllSections) {
+    IniFile file(Make("# c=comment\n[s]\nb=1\njunk\na = 2 \n[t]\nb=\n;x=y\nc=4=5"));
+    EXPECT_EQ(file.Values(), (std::vector<String>{L"1", L"2", L"", L"4=5"}));
+    file.SetValue(L"s", L"b", L"new");
+    EXPECT_EQ(file.Values().front(), L"new");
+    EXPECT_TRUE(IniFile(L"/none").Values().empty());
+}
+
 TEST_F(IniFileTest, ListsWhatWasSet) {
     IniFile file(Make("[s]\na=1\n"));
     file.SetValue(L"s", L"a", L"2");

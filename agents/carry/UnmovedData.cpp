@@ -1,0 +1,141 @@
+// The old client.conf that leads to data which could not be moved, and the marks that lead to it.
+#include "agents/carry/UnmovedData.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "agents/carry/DataMove.h"
+#include "config/ConfiguredPaths.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/text/Text.h"
+#include "run/Keys.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+#include "run/TrustedFile.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::Forgive;
+using corekit::IniFile;
+using corekit::Result;
+using corekit::String;
+namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+constexpr const wchar_t* kCopyInPlace = L"/etc/client.conf.unmoved";
+constexpr int kMostCopies = 100;
+constexpr unsigned kPrivate = 0600;
+
+/// The install directory of a client.conf, without a slash at its end; empty when it has none to work in.
+String InstallDirOf(const IniFile& conf) {
+    const String directory = ConfiguredDirectory(conf, Key::kInstallDir);
+    return directory.IsEmpty() ? directory : directory.Left(directory.Length() - 1);
+}
+
+/// The directory above the "etc" that a client.conf lies in.
+String BaseOf(const String& confPath) {
+    return Path::GetDirectory(Path::GetDirectory(confPath));
+}
+
+/// Writes a file unless it is there with this content. A failure is told.
+bool Write(const String& path, const std::string& bytes) {
+    if (const auto present = File::ReadBytes(path); present && *present == bytes) return true;
+    const Result written = File::WriteBytes(path, bytes, kPrivate);
+    if (!written)
+        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + GetErrorMsg(written) +
+                       L".\n");
+    return written.Ok();
+}
+
+/// The lines of a mark; none without a mark that may be believed.
+std::vector<String> ReadMark(const String& path) {
+    std::vector<String> lines;
+    if (!File::Exists(path)) return lines;
+    const TrustedFile mark(path, ChosenBy::Program);
+    const auto bytes = mark.Read();
+    if (!mark.WhyNot().IsEmpty() || !bytes) return lines;
+    corekit::StringTokenizer tokens(String::FromUtf8(*bytes), L"\n");
+    for (String line; tokens.GetToken(line);) {
+        if (!line.IsEmpty()) lines.push_back(line);
+    }
+    return lines;
+}
+
+/// False when the mark could not be written, which is told.
+bool WriteMark(const String& path, const std::vector<String>& lines) {
+    String text;
+    for (const String& line : lines) text += line + L"\n";
+    return Write(path, text.Utf8());
+}
+
+/// Where the old client.conf stays. In place the new one takes its name, so that it gets another one, which
+/// no other content has.
+String KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
+    if (!oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir)) return oldDir + Names::kClientConf;
+    const String name = newDir + kCopyInPlace;
+    for (int number = 1;; ++number) {
+        const String path = number == 1 ? name : name + L"." + String::FromInt(number);
+        const auto present = File::ReadBytes(path);
+        if (!present ? IsNotFound(present.error()) : *present == bytes) return path;
+        if (number == kMostCopies) return name;
+    }
+}
+
+/// Goes on moving by one kept client.conf. True when nothing is left to be moved by it.
+bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf) {
+    const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
+    // Without its mark it has become the client.conf of another agent.
+    if (!isCopy && !IsKeptForUnmovedData(kept)) return true;
+    const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
+    if (!oldConf.ReadResult()) return IsNotFound(oldConf.ReadResult());
+    if (MoveData(oldConf, newConf) == DataMove::Partial) return false;
+    // An agent of version 5.6 has left nothing else by then.
+    const bool isOf56 = GetValue(oldConf, Key::kAgentMajor).IsEmpty();
+    if (!isOf56) RemoveOldInstallation(oldConf, newConf, DataMove::Complete);
+    Forgive(File::Remove(kept));
+    if (!isCopy) Forgive(File::Remove(BaseOf(kept) + Names::kMovedMark));
+    return true;
+}
+
+}  // namespace
+
+void KeepConfOfUnmovedData(const IniFile& oldConf, const IniFile& newConf) {
+    const String newDir = InstallDirOf(newConf);
+    const String oldDir = InstallDirOf(oldConf);
+    const auto bytes = File::ReadBytes(oldConf.FileName());
+    if (newDir.IsEmpty() || !bytes) return;
+    const String kept = KeptPath(oldDir, newDir, *bytes);
+    const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
+    if (!Write(kept, *bytes)) return;
+    if (!isCopy && !WriteMark(oldDir + Names::kMovedMark, {newDir})) return;
+    std::vector<String> lines = ReadMark(newDir + Names::kUnmoved);
+    if (std::ranges::find(lines, kept) == lines.end()) lines.push_back(kept);
+    Forgive(WriteMark(newDir + Names::kUnmoved, lines));
+}
+
+void MoveUnmovedData(const IniFile& newConf) {
+    const String newDir = InstallDirOf(newConf);
+    if (newDir.IsEmpty()) return;
+    // An agent is installed here from now on, whatever was kept here before.
+    Forgive(File::Remove(newDir + Names::kMovedMark));
+    const String mark = newDir + Names::kUnmoved;
+    std::vector<String> lines = ReadMark(mark);
+    if (lines.empty()) return;
+    std::erase_if(lines, [&](const String& kept) { return FinishMove(kept, newDir, newConf); });
+    if (lines.empty())
+        Forgive(File::Remove(mark));
+    else
+        Forgive(WriteMark(mark, lines));
+}
+
+bool IsKeptForUnmovedData(const String& confPath) {
+    const String base = BaseOf(confPath);
+    return !base.IsEmpty() && confPath == base + Names::kClientConf &&
+           !ReadMark(base + Names::kMovedMark).empty();
+}
+
+}  // namespace Zorvane::AgentInstaller
