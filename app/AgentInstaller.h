@@ -1,6 +1,7 @@
-// The application: the banner before every command.
+// The application: the banner before every command whose output people read.
 #pragma once
 
+#include "app/PreviewCommand.h"
 #include "corekit/os/Application.h"
 #include "run/Messages.h"
 
@@ -11,7 +12,7 @@ class AgentInstaller : public corekit::CommandBasedApp {
     using CommandBasedApp::CommandBasedApp;
 
     int AppMain() override {
-        Messages::Tell(L"Zorvane Agent for UNIX and Linux Configuration utility.\n");
+        if (!PreviewCommand::WantsNoBanner(Arguments())) Messages::Tell(kBanner);
         return Run();
     }
 };

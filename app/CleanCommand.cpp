@@ -9,6 +9,7 @@
 #include "run/Args.h"
 #include "run/Error.h"
 #include "run/Messages.h"
+#include "run/Rehearsal.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -39,7 +40,7 @@ unsigned CleanCommand::Run(const std::vector<String>& arguments) {
     if (RefuseOrdinaryUser() || RefuseRunningAgent(kRunning)) return kFailure;
     if (!ParseArguments(arguments)) return kUsageError;
     const String& baseDir = arguments.front();
-    if (HasRegisteredSolutions(baseDir)) {
+    if (!Rehearsal::bIsOn && HasRegisteredSolutions(baseDir)) {
         Messages::Tell(kSolutionsDepend);
         return kFailure;
     }
@@ -53,6 +54,12 @@ unsigned CleanCommand::Run(const std::vector<String>& arguments) {
     if (const auto cleaned = agent->Clean(); !cleaned)
         return cleaned.error().text.IsEmpty() ? kFailure : Report(cleaned.error());
     return kSuccess;
+}
+
+String CleanCommand::Refusal(const std::vector<String>& arguments) const {
+    if (IsPluginProcessRunning()) return kRunning;
+    if (!arguments.empty() && HasRegisteredSolutions(arguments.front())) return kSolutionsDepend;
+    return RunLock::IsHeld() ? kAnotherRun : L"";
 }
 
 void CleanCommand::Usage(const String& prefix) const {

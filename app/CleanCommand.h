@@ -1,15 +1,16 @@
 // The command -clean: removes what configuring made, before the package goes.
 #pragma once
 
-#include "corekit/os/Application.h"
+#include "app/ChangingCommand.h"
 
 namespace Zorvane::AgentInstaller {
 
-class CleanCommand : public corekit::CommandBasedApp::Command {
+class CleanCommand : public ChangingCommand {
   public:
     unsigned Run(const std::vector<corekit::String>& arguments) override;
     void Usage(const corekit::String& prefix) const override;
     corekit::String Description() const override;
+    corekit::String Refusal(const std::vector<corekit::String>& arguments) const override;
 };
 
 }  // namespace Zorvane::AgentInstaller

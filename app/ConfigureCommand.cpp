@@ -2,6 +2,7 @@
 #include "app/ConfigureCommand.h"
 
 #include "app/Refusals.h"
+#include "config/SystemProbes.h"
 #include "run/Args.h"
 #include "run/Messages.h"
 
@@ -24,6 +25,11 @@ unsigned ConfigureCommand::RunWithOptions(const std::vector<String>& arguments, 
     if (const unsigned status = ParseOptions(arguments, noIMode); status != kSuccess) return status;
     const RunLock lock;
     return RefuseSecondRun(lock) ? kFailure : Configure();
+}
+
+String ConfigureCommand::Refusal(const std::vector<String>&) const {
+    if (IsPluginProcessRunning()) return kAlreadyRunning;
+    return RunLock::IsHeld() ? kAnotherRun : L"";
 }
 
 unsigned ConfigureCommand::ParseOptions(const std::vector<String>& arguments, NoIMode noIMode) {

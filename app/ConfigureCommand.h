@@ -3,8 +3,8 @@
 
 #include <memory>
 
+#include "app/ChangingCommand.h"
 #include "app/XmlConfigFile.h"
-#include "corekit/os/Application.h"
 #include "run/Failure.h"
 #include "settings/Settings.h"
 
@@ -12,11 +12,13 @@ namespace Zorvane::AgentInstaller {
 
 struct ConfigureRun;
 
-class ConfigureCommand : public corekit::CommandBasedApp::Command {
+class ConfigureCommand : public ChangingCommand {
   public:
     unsigned Run(const std::vector<corekit::String>& arguments) override;
     void Usage(const corekit::String& prefix) const override;
     corekit::String Description() const override;
+    corekit::String Refusal(const std::vector<corekit::String>& arguments) const override;
+    const Settings* LastSettings() const override { return m_lastSettings.get(); }
 
     /// The configure sequence. Returns the program's status, 0 or 1.
     virtual unsigned Configure();
@@ -47,6 +49,7 @@ class ConfigureCommand : public corekit::CommandBasedApp::Command {
     bool m_bInteractive = false;
     corekit::String m_sDir;
     XmlConfigFile m_xmlFile;
+    std::shared_ptr<const Settings> m_lastSettings;
 };
 
 /// -iconfigure: the configure sequence with the questionnaire, and without any XML configuration file.

@@ -14,7 +14,7 @@ struct ConfigureRun {
     bool xmlLoaded = false;  // an XML configuration file was read and merged
     bool reinstall = false;  // the installed agent is to be installed anew, not upgraded
 
-    std::unique_ptr<Settings> settings;
+    std::shared_ptr<Settings> settings;
     std::unique_ptr<Agent> installed;  // the agent found on the host, or null
     std::unique_ptr<Agent> newAgent;   // the agent being configured, or null
     HandOverFile handOver;             // the new client.conf until it moves into place

@@ -76,6 +76,7 @@ unsigned ConfigureCommand::Configure() {
     ConfigureRun run;
     WarnAboutPlatform();
     Outcome<> outcome = GatherSettings(run);
+    m_lastSettings = run.settings;
     run.installed = FindInstalledAgent({m_sDir, run.settings->Get(L"InstallDir")});
     if (outcome) outcome = DecideOnUpgrade(run);
     if (const auto created = CreateNewAgent(run, m_sDir); outcome) outcome = created;

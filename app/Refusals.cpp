@@ -22,7 +22,7 @@ bool RefuseRunningAgent(const corekit::String& refusal) {
 }
 
 bool RefuseSecondRun(const RunLock& lock) {
-    if (lock.IsTaken()) Messages::Tell(L"  Another run of qdn-configure is in progress.\n");
+    if (lock.IsTaken()) Messages::Tell(kAnotherRun);
     return lock.IsTaken();
 }
 

@@ -12,6 +12,8 @@ inline constexpr unsigned kSuccess = 0;
 inline constexpr unsigned kFailure = 1;
 inline constexpr unsigned kUsageError = 120;
 
+inline constexpr const wchar_t* kAnotherRun = L"  Another run of qdn-configure is in progress.\n";
+
 /// Each returns true after it has told the operator why the command cannot run.
 
 /// Refuses a user who is not root.

@@ -2,6 +2,7 @@
 #include "app/AgentInstaller.h"
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
+#include "app/PreviewCommand.h"
 
 using namespace Zorvane::AgentInstaller;
 
@@ -14,5 +15,6 @@ int main(int argc, char** argv) {
     application.RegisterCommand(L"-configure", std::make_unique<ConfigureCommand>());
     application.RegisterCommand(L"-iconfigure", std::make_unique<InteractiveConfigureCommand>());
     application.RegisterCommand(L"-clean", std::make_unique<CleanCommand>());
+    application.RegisterCommand(L"-preview", std::make_unique<PreviewCommand>(application.Version()));
     return application.AppMain();
 }

@@ -6,6 +6,7 @@
 #include "corekit/text/Text.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/Rehearsal.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -24,6 +25,8 @@ void StartAgent(const Settings& settings) {
         return;
     }
     Messages::Say(L"Starting Zorvane Agent for UNIX and Linux.\n");
+    Rehearsal::bStartsAgent = Rehearsal::bIsOn;
+    if (Rehearsal::bIsOn) return;
     const String control = corekit::Text::ShellWord(settings.Get(L"InstallDir") + Names::kControlScript);
     corekit::StringToMapFilter filter;
     Forgive(PosixLocaleProgram::Run(control + L" start", filter));

@@ -2,12 +2,15 @@
 #include "run/RunLock.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include "corekit/os/Interruption.h"
+#include "corekit/os/SystemCall.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -17,6 +20,7 @@ using corekit::String;
 namespace {
 
 constexpr const wchar_t* kPlaces[] = {L"/run/lock", L"/run"};
+constexpr std::size_t kLongestTable = 1 << 24;
 constexpr const wchar_t* kFileName = L"/qdn-configure.lock";
 
 /// Nobody else can take away what this user makes there.
@@ -55,6 +59,21 @@ RunLock::RunLock() {
     for (const wchar_t* place : kPlaces) {
         if (IsSafeDirectory(place) && TryIn(place)) return;
     }
+}
+
+bool RunLock::IsHeld() {
+    std::string locks;
+    const corekit::Expected<Descriptor> table = corekit::OpenAt(AT_FDCWD, "/proc/locks", O_RDONLY);
+    if (table) locks = corekit::ReadAll(table->Get(), kLongestTable).value_or("");
+    for (const wchar_t* place : kPlaces) {
+        struct stat info {};
+        if (!IsSafeDirectory(place) || lstat((String(place) + kFileName).Utf8().c_str(), &info) != 0) continue;
+        // "1: FLOCK  ADVISORY  WRITE 4711 fe:00:131 0 EOF": device and inode of the file that is locked.
+        char file[64];
+        std::snprintf(file, sizeof file, " %02x:%02x:%lu ", major(info.st_dev), minor(info.st_dev), info.st_ino);
+        if (locks.find(file) != std::string::npos) return true;
+    }
+    return false;
 }
 
 /// False when the directory gives no lock file; else the lock is held, or known to be taken.

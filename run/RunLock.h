@@ -13,6 +13,9 @@ class RunLock {
   public:
     RunLock();
 
+    /// True when a run holds the lock right now. Only looks: no run that begins meanwhile is refused for it.
+    static bool IsHeld();
+
     /// True when another run holds the lock.
     bool IsTaken() const { return m_isTaken; }
 

@@ -73,6 +73,10 @@ class CommandBasedApp : public Application {
     /// the version and returns 0.
     int Run();
 
+  protected:
+    /// The command line, from the command word on.
+    const std::vector<String>& Arguments() const { return m_arguments; }
+
   private:
     struct Entry {
         String word;

@@ -2,12 +2,21 @@
 # shellcheck shell=bash
 
 _qdn_configure() {
-    local word=${COMP_WORDS[COMP_CWORD]} command=${COMP_WORDS[1]}
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]} at
     local -a words=()
     COMPREPLY=()
+    if [ "$command" = -preview ]; then # the command that it shows has options of its own
+        for ((at = 2; at < COMP_CWORD; ++at)); do
+            case ${COMP_WORDS[at]} in -configure | -iconfigure | -clean) command=${COMP_WORDS[at]} && break ;; esac
+        done
+    fi
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(-configure -iconfigure -clean -help -version)
-    elif [ "${COMP_WORDS[COMP_CWORD - 1]}" = -dir ] || { [ "$command" = -clean ] && [ "$COMP_CWORD" -eq 2 ]; }; then
+        words=(-configure -iconfigure -clean -preview -help -version)
+    elif [ "$command" = -preview ] && [ "$before" = -out ]; then
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+    elif [ "$before" = -dir ] || [ "$command/$before" = -clean/-clean ]; then
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -d -- "$word")
         return
@@ -16,7 +25,8 @@ _qdn_configure() {
             -configure) words=(-quiet -noimode -nosearch -dir) ;;
             -iconfigure) words=(-quiet -nosearch -dir) ;;
             -clean) words=(-quiet) ;;
-            -help | -h | --help | help) words=(-configure -iconfigure -clean) ;;
+            -preview) words=(-json -exit-code -out -configure -iconfigure -clean) ;;
+            -help | -h | --help | help) words=(-configure -iconfigure -clean -preview) ;;
         esac
     fi
     mapfile -t COMPREPLY < <(compgen -W "${words[*]}" -- "$word")

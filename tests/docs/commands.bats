@@ -156,7 +156,7 @@ as_in_the_document() {
 @test "the synopsis in README.md is that of the manual page" {
     block "qdn-configure.bin -configure " | sed '/^$/d' | tr -s ' ' | sed 's/^qdn-configure.bin/qdn-configure/' >"$desk/readme"
     MANWIDTH=1000 man "$project/docs/qdn-configure.8" | col -bx | sed -n '/^SYNOPSIS/,/^DESCRIPTION/s/^ *\(qdn-configure .*\)/\1/p' |
-        sed -e 's/Agent-Base-Dir/<&>/' -e '/-help\|-version/d' -e 's/ *$//' | same "the synopsis" "$desk/readme"
+        sed -e 's/Agent-Base-Dir\|\<file\>\|\<command\>\|\<options\>/<&>/g' -e '/-help\|-version/d' -e 's/ *$//' | same "the synopsis" "$desk/readme"
 }
 
 each_test_is_a_session

@@ -8,15 +8,15 @@ of_page() { section qdn-configure.8 "$@"; }
 # The options that the page's synopsis has for a command, operands too.
 synopsis() {
     of_page SYNOPSIS |
-        awk -v command="$1" '/^\.Fl / { inside = $2 == command; next } inside && /^\.(Op|Ar)/' |
-        sed -e 's/^\.Op Fl \([a-z]*\).*/-\1/' -e 's/^\.Ar \(.*\)/<\1>/'
+        awk -v command="$1" '/^\.Fl / { inside = $2 == command; next } inside && /^\.(Op|Ar command|Ar [A-Z])/' |
+        sed -e 's/^\.Op Fl \([a-z-]*\).*/-\1/' -e 's/^\.Ar \(.*\)/<\1>/'
 }
 
 # Those that its usage text explains.
 usage() {
     qdn_configure "-$1" nowhere -nonsense
     expect_status 120
-    sed -n 's/^\(-[a-z]*\|<[^>]*>\)\( .*\)\{0,1\}$/\1/p' "$desk/out"
+    sed -n 's/^\(-[a-z-]*\|<[^>]*>\)\( .*\)\{0,1\}$/\1/p' "$desk/out"
 }
 
 @test "its synopsis has the commands that -help lists" {
@@ -27,7 +27,7 @@ usage() {
 }
 
 @test "its options are those that the commands' usage explains" {
-    for command in configure iconfigure clean; do
+    for command in configure iconfigure clean preview; do
         usage "$command" >"$desk/usage"
         same_lists "options of -$command" "$desk/usage" <(synopsis "$command")
         grep '^-' "$desk/usage" >>"$desk/all"
@@ -52,7 +52,7 @@ releases() {
 # what is looked up in an old agent's script, is none of ours.
 variables() {
     sources | xargs sed -e '/ kLeftOut\[\] = {/,/^};/d' -e '/ kLeftOutPrefixes\[\] = /d' |
-        grep -oE '"[A-Z][A-Z_]{3,}"' | tr -d '"' | grep -vx LD_LIBRARY_PATH
+        grep -oE '"[A-Z][A-Z_]{3,}"' | tr -d '"' | grep -vxE 'LD_LIBRARY_PATH|ERROR|WARNING'
 }
 
 @test "its variables are those that the program reads" {
@@ -60,12 +60,16 @@ variables() {
 }
 
 @test "its exit statuses are those that commands return, and each is returned" {
-    sources | xargs sed -n 's/.*constexpr unsigned k\(Success\|Failure\|UsageError\) = \([0-9]*\);/\2/p' >"$desk/statuses"
+    sources | xargs sed -n 's/.*constexpr unsigned k\(Success\|Failure\|UsageError\|WouldChange\) = \([0-9]*\);/\2/p' >"$desk/statuses"
     same_lists statuses "$desk/statuses" <(of_page "EXIT STATUS" | sed -n 's/^\.It //p')
     qdn_configure -clean /nowhere
     expect_status 0
     qdn_configure -configure -noimode
     expect_status 1
+    given_the_package
+    given_plain_xml
+    qdn_configure -preview -exit-code -configure -noimode
+    expect_status 2
     qdn_configure -configure -nonsense
     expect_status 120
 }

@@ -10,6 +10,7 @@ Commands:
   -configure   Automatically configure/upgrade an installation from an XML config file.
   -iconfigure  Interactively configure/reconfigure an installation ignoring any XML file.
   -clean       Remove qdn-configure created files prior to uninstall.
+  -preview     Show what a command would do, and change nothing.
   -help        List the commands and tell the version; with a command, show how it is used.
   -version     Tell the version.
 

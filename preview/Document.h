@@ -1,0 +1,41 @@
+// What a preview found, as the JSON document that programs read and the text report is made from.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "preview/Rehearse.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+
+inline constexpr const char* kFormat = "qdn-configure/preview/1";
+
+/// What is known before the command runs in the copy.
+struct Request {
+    std::string version;                 // of the program
+    std::vector<std::string> command;    // its word and its options
+    std::optional<std::string> refused;  // why the command would do nothing right now
+    std::string banner;                  // what the program says before every command
+};
+
+/// The document of what `rehearsal` left in the copy; its result is the text of a JSON object with `status`,
+/// `start`, `settings`, `client_conf` (an object or null), `stores` (directories whose files are not shown)
+/// and `places` (directories that must have been writable). Fails where one of those cannot be written in the
+/// copy.
+Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal);
+
+/// The document of a preview that was not possible.
+std::string MakeFailedDocument(const Request& request, const std::string& error);
+
+/// The document as it is printed: files with secrets have no `sha256`. One line end at its end.
+std::string Printed(nlohmann::ordered_json document);
+
+/// The document as it is kept in a file, with every `sha256`.
+std::string Kept(nlohmann::ordered_json document);
+
+/// A document that `MakeDocument` or `MakeFailedDocument` made.
+nlohmann::ordered_json Parsed(const std::string& document);
+
+}  // namespace Zorvane::AgentInstaller::Preview

@@ -1,0 +1,227 @@
+// Lays the document out in columns.
+#include "preview/TextReport.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <string_view>
+
+#include "corekit/text/Text.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+
+using corekit::String;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+constexpr std::size_t kWidestValue = 44;
+
+struct ActionWord {
+    std::string_view action;
+    const char* counted;
+    const char* colour;
+};
+constexpr ActionWord kActions[] = {
+    {"create", "created", "\033[32m"}, {"replace", "replaced", "\033[33m"}, {"change", "changed", "\033[33m"},
+    {"move", "moved", "\033[36m"},     {"remove", "removed", "\033[31m"},
+};
+constexpr const char* kBold = "\033[1m";
+constexpr const char* kPlain = "\033[0m";
+
+std::string Text(const Json& object, const char* name) {
+    const auto found = object.find(name);
+    return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+std::size_t Width(const std::string& text) {
+    return String::FromUtf8(text).Length();
+}
+
+std::string Padded(const std::string& text, std::size_t width) {
+    return text + std::string(width - std::min(width, Width(text)), ' ');
+}
+
+std::string Shown(const std::string& text) {
+    return corekit::Text::Printable(String::FromUtf8(text)).Utf8();
+}
+
+std::string FileAndLine(const Json& source) {
+    const auto line = source.find("line");
+    const bool hasLine = line != source.end() && line->is_number();
+    return Shown(Text(source, "file")) + (hasLine ? ":" + std::to_string(line->get<unsigned long>()) : "");
+}
+
+std::string SourceText(const Json& holder) {
+    const auto source = holder.find("source");
+    if (source == holder.end() || !source->is_object()) return {};
+    const std::string kind = Text(*source, "kind");
+    if (kind == "xml" || kind == "installed" || kind == "template") return FileAndLine(*source);
+    if (kind == "environment") return "variable " + Shown(Text(*source, "variable"));
+    if (kind == "option") return "command line";
+    return kind == "package-manager" ? "package manager" : kind;
+}
+
+/// "-rwxr-xr-x" without the type: "rwxr-xr-x", with the bits of others' rights as ls shows them.
+std::string ModeText(const std::string& octal) {
+    const unsigned mode = static_cast<unsigned>(std::strtoul(octal.c_str(), nullptr, 8));
+    std::string text = "rwxrwxrwx";
+    for (unsigned bit = 0; bit < 9; ++bit) {
+        if ((mode >> (8 - bit) & 1U) == 0) text[bit] = '-';
+    }
+    constexpr struct {
+        unsigned bit;
+        std::size_t at;
+        char letter;
+    } kSpecial[] = {{04000, 2, 's'}, {02000, 5, 's'}, {01000, 8, 't'}};
+    for (const auto& row : kSpecial) {
+        if ((mode & row.bit) != 0)
+            text[row.at] = text[row.at] == 'x' ? row.letter : static_cast<char>(row.letter - 32);
+    }
+    return text;
+}
+
+std::string AccessText(const Json& state) {
+    return ModeText(Text(state, "mode")) + " " + std::to_string(state.value("uid", 0U)) + ":" +
+           std::to_string(state.value("gid", 0U));
+}
+
+class Report {
+  public:
+    Report(const Json& document, Colours colours)
+        : m_document(document), m_hasColours(colours == Colours::Terminal) {}
+
+    std::string Make(Output output) {
+        AddSettings();
+        AddChanges();
+        AddDifferences();
+        if (output == Output::Shown) AddOutput();
+        AddClosing();
+        return m_text;
+    }
+
+  private:
+    std::string Coloured(const std::string& text, const char* colour) const {
+        return m_hasColours ? colour + text + kPlain : text;
+    }
+    void AddTitle(const char* title) { m_text += "\n" + Coloured(title, kBold) + "\n"; }
+
+    void AddSettings();
+    void AddChanges();
+    void AddDifferences();
+    void AddOutput();
+    void AddClosing();
+    std::string ChangeLine(const Json& change) const;
+
+    const Json& m_document;
+    bool m_hasColours;
+    std::string m_text;
+};
+
+void Report::AddSettings() {
+    const Json& settings = m_document["settings"];
+    if (settings.empty()) return;
+    std::size_t names = 0;
+    std::size_t values = 0;
+    for (const Json& setting : settings) {
+        names = std::max(names, Width(Text(setting, "name")));
+        values = std::max(values, std::min(kWidestValue, Width(Shown(Text(setting, "value")))));
+    }
+    AddTitle("Settings");
+    for (const Json& setting : settings) {
+        m_text += "  " + Padded(Text(setting, "name"), names) + "  " +
+                  Padded(Shown(Text(setting, "value")), values) + "  " + SourceText(setting) + "\n";
+        const auto unused = setting.find("unused");
+        if (unused == setting.end()) continue;
+        for (const Json& value : *unused)
+            m_text += "  " + std::string(names, ' ') + "  not used: " + Shown(Text(value, "value")) + " (" +
+                      SourceText(value) + ")\n";
+    }
+}
+
+std::string Report::ChangeLine(const Json& change) const {
+    const std::string action = Text(change, "action");
+    const auto* const word = std::ranges::find(kActions, action, &ActionWord::action);
+    const Json& shown = change["after"].is_null() ? change["before"] : change["after"];
+    std::string line = "  " + Coloured(Padded(action, 7), word == std::end(kActions) ? "" : word->colour) +
+                       "  " +
+                       (Text(change, "type") == "directory" ? "d"
+                        : Text(change, "type") == "link"    ? "l"
+                                                            : "-") +
+                       AccessText(shown) + "  " + Shown(Text(change, "path"));
+    if (const std::string to = Text(change, "to"); !to.empty()) line += " => " + Shown(to);
+    if (const std::string target = Text(shown, "target"); !target.empty()) line += " -> " + Shown(target);
+    if (action == "change" && AccessText(change["before"]) != AccessText(shown))
+        line += " (was " + AccessText(change["before"]) + ")";
+    const auto entries = change.find("entries");
+    if (entries != change.end() && entries->is_number() && *entries != 0)
+        line += " (with " + std::to_string(entries->get<std::uint64_t>()) +
+                (*entries == 1 ? " entry)" : " entries)");
+    return line + "\n";
+}
+
+void Report::AddChanges() {
+    if (m_document["changes"].empty()) return;
+    AddTitle("Changes");
+    for (const Json& change : m_document["changes"]) m_text += ChangeLine(change);
+}
+
+void Report::AddDifferences() {
+    bool isFirst = true;
+    for (const Json& change : m_document["changes"]) {
+        // What is created or goes is told by its line: its text would fill the screen.
+        if (Text(change, "action") != "replace" || Text(change, "diff").empty()) continue;
+        if (std::exchange(isFirst, false)) AddTitle("Differences");
+        const std::string diff = Text(change, "diff");
+        for (std::size_t at = 0; at < diff.size();) {
+            const std::size_t end = std::min(diff.find('\n', at), diff.size());
+            const std::string line = Shown(diff.substr(at, end - at));
+            const char sign = line.empty() ? ' ' : line.front();
+            const char* colour = sign == '+'   ? "\033[32m"
+                                 : sign == '-' ? "\033[31m"
+                                 : sign == '@' ? "\033[36m"
+                                               : nullptr;
+            m_text += (colour == nullptr ? line : Coloured(line, colour)) + "\n";
+            at = end + 1;
+        }
+    }
+}
+
+void Report::AddOutput() {
+    const std::string output = Text(m_document, "output");
+    const std::string own =
+        output.substr(std::min(output.find('\n'), output.size() - 1) + 1);  // without the banner
+    if (own.empty()) return;
+    AddTitle("Output of the command");
+    m_text += own + (own.ends_with('\n') ? "" : "\n");
+}
+
+void Report::AddClosing() {
+    if (m_text.empty() || !m_text.ends_with("\n\n")) m_text += "\n";
+    const Json& changes = m_document["changes"];
+    m_text += changes.empty()
+                  ? "Nothing would change"
+                  : std::to_string(changes.size()) + (changes.size() == 1 ? " change" : " changes");
+    const char* separator = ": ";
+    for (const ActionWord& word : kActions) {
+        const auto count = std::ranges::count_if(
+            changes, [&](const Json& change) { return Text(change, "action") == word.action; });
+        if (count == 0) continue;
+        m_text += std::exchange(separator, ", ") + std::to_string(count) + " " + word.counted;
+    }
+    m_text += ". ";
+    if (m_document["agent"].value("start", false)) m_text += "The agent would be started. ";
+    const int status = m_document.value("status", 1);
+    m_text += std::string("The command would ") + (status == 0 ? "succeed" : "fail") + " (status " +
+              std::to_string(status) + ").\n";
+    if (const std::string refused = Text(m_document, "refused"); !refused.empty())
+        m_text += "Right now it would do nothing: " + refused + "\n";
+}
+
+}  // namespace
+
+String TextReport(const Json& document, Colours colours, Output output) {
+    return String::FromUtf8(Report(document, colours).Make(output));
+}
+
+}  // namespace Zorvane::AgentInstaller::Preview
