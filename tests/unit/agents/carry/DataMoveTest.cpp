@@ -115,7 +115,11 @@ TEST_F(Relocation, LosesNoDataWhateverFails) {
     };
     int points = 0;
     testsupport::Captured([&] {
-        points = testsupport::FailInTurn(testsupport::kFileCalls, EIO, prepare, relocate, expectData);
+        // Each call that fails takes another run: the many looks at the links of the host's directories fail
+        // below.
+        std::vector<int> calls = testsupport::kFileCalls;
+        std::erase(calls, SYS_readlink);
+        points = testsupport::FailInTurn(calls, EIO, prepare, relocate, expectData);
         for (const int call : testsupport::kFileCalls) {
             prepare();
             expectData(testsupport::WithFailing({{call, EIO}}, relocate));

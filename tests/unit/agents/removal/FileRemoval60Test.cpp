@@ -238,7 +238,7 @@ TEST_F(FileRemoval60, KeepsClientConf_UntilEverythingElseHasGone) {
     }
 }
 
-TEST_F(FileRemoval60, LeavesNoFile_WhenACallFailsAndTheNextRunIsUndisturbed) {
+TEST_F(FileRemoval60, LeavesNoFileWhateverFails_WhenTheNextRunIsUndisturbed) {
     // Each call that fails takes another run: with one store, and without the many looks at what is there.
     const std::vector<int> calls = {SYS_openat, SYS_getdents64, SYS_unlink, SYS_unlinkat, SYS_rmdir};
     const std::string content =
