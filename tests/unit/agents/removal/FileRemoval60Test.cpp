@@ -253,12 +253,15 @@ TEST_F(FileRemoval60, LeavesNoFileWhateverFails_WhenTheNextRunIsUndisturbed) {
         RemoveInstalledFiles60(conf);
         return 0;
     };
-    const int points = testsupport::FailInTurn(calls, EIO, prepare, remove, [&](int) {
-        if (Exists("/opt/agent/etc/client.conf")) remove();
-        // Without client.conf nothing but empty directories can be left.
-        for (const auto& entry : std::filesystem::recursive_directory_iterator("/opt"))
-            EXPECT_TRUE(entry.is_directory()) << entry.path();
-        std::filesystem::remove_all(kAgent);
+    int points = 0;
+    testsupport::Captured([&] {
+        points = testsupport::FailInTurn(calls, EIO, prepare, remove, [&](int) {
+            if (Exists("/opt/agent/etc/client.conf")) remove();
+            // Without client.conf nothing but empty directories can be left.
+            for (const auto& entry : std::filesystem::recursive_directory_iterator("/opt"))
+                EXPECT_TRUE(entry.is_directory()) << entry.path();
+            std::filesystem::remove_all(kAgent);
+        });
     });
     EXPECT_GE(points, 100) << points;
 }
