@@ -21,9 +21,9 @@ corekit::Expected<std::string> Agent::ReadConf() const {
 }
 
 corekit::IniFile Agent::OldConf() const {
-    constexpr auto keyCase = corekit::IniFile::KeyCase::FallBack;
-    return m_confBytes ? corekit::IniFile(m_confPath, *m_confBytes, keyCase)
-                       : corekit::IniFile(m_confPath, keyCase);
+    constexpr auto kKeyCase = corekit::IniFile::KeyCase::FallBack;
+    return m_confBytes ? corekit::IniFile(m_confPath, *m_confBytes, kKeyCase)
+                       : corekit::IniFile(m_confPath, kKeyCase);
 }
 
 }  // namespace Zorvane::AgentInstaller

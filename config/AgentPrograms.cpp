@@ -16,8 +16,8 @@ String ProgramDirectory(const String& installDir) {
 
 corekit::Result FindPrograms(const String& programDir, std::vector<String>& programs) {
     return corekit::Dir::Scan(programDir, L"qdn-*.bin", [&](const corekit::FileInfo& file) {
-        constexpr std::size_t suffixLength = 4;  // of ".bin"
-        if (!file.isDirectory) programs.push_back(file.name.Left(file.name.Length() - suffixLength));
+        constexpr std::size_t kSuffixLength = 4;  // of ".bin"
+        if (!file.isDirectory) programs.push_back(file.name.Left(file.name.Length() - kSuffixLength));
         return true;
     });
 }

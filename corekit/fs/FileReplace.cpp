@@ -44,14 +44,14 @@ Result ReplaceByLink(const std::string& target, const EntryRef& link) {
 
 /// Small pieces are collected; large ones are written from where they lie.
 Result WriteTogether(int fd, std::span<const std::string_view> pieces) {
-    constexpr std::size_t most = 65536;
+    constexpr std::size_t kMost = 65536;
     std::string collected;
     for (const std::string_view piece : pieces) {
-        if (collected.size() + piece.size() > most) {
+        if (collected.size() + piece.size() > kMost) {
             if (const Result result = WriteAll(fd, collected); !result) return result;
             collected.clear();
         }
-        if (piece.size() <= most) {
+        if (piece.size() <= kMost) {
             collected += piece;
         } else if (const Result result = WriteAll(fd, piece); !result) {
             return result;

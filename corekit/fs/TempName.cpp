@@ -20,9 +20,9 @@ constexpr std::size_t kLongestStem = 200;  // leaves room in the 255 bytes of a 
 
 /// Chance only spares attempts: what stands at a name already is never touched.
 std::string RandomSuffix() {
-    constexpr std::size_t length = 6;
+    constexpr std::size_t kLength = 6;
     std::string suffix;
-    for (std::uint64_t rest = RandomNumber(); suffix.size() < length; rest /= kLetters.size())
+    for (std::uint64_t rest = RandomNumber(); suffix.size() < kLength; rest /= kLetters.size())
         suffix += kLetters[rest % kLetters.size()];
     return suffix;
 }

@@ -29,13 +29,13 @@ bool Fill(int fd, std::string& buffer) {
 }
 
 bool HaveSameContent(const EntryRef& copy, const EntryRef& original) {
-    constexpr std::size_t chunk = 65536;
+    constexpr std::size_t kChunk = 65536;
     const auto one = OpenRegular(copy.directory, copy.name, Links::Refused);
     const auto other = OpenRegular(original.directory, original.name, Links::Refused);
     if (!one || !other) return false;
     for (;;) {
-        std::string left(chunk, '\0');
-        std::string right(chunk, '\0');
+        std::string left(kChunk, '\0');
+        std::string right(kChunk, '\0');
         if (!Fill(one->file.Get(), left) || !Fill(other->file.Get(), right) || left != right) return false;
         if (left.empty()) return true;
     }
@@ -56,13 +56,13 @@ bool HoldsAll(const EntryRef& copy, const EntryRef& original) {
     const auto one = OpenDirectoryItself(copy.directory, copy.name);
     const auto other = OpenDirectoryItself(original.directory, original.name);
     if (!one || !other) return false;
-    DirectoryBatch chunk;
+    DirectoryBatch batch;
     do {
-        if (!chunk.Read(other->Get())) return false;
-        for (const DirEntry& entry : chunk) {
+        if (!batch.Read(other->Get())) return false;
+        for (const DirEntry& entry : batch) {
             if (!ContainsCopyOf({one->Get(), entry.name}, {other->Get(), entry.name})) return false;
         }
-    } while (!chunk.IsEnd());
+    } while (!batch.IsEnd());
     return true;
 }
 

@@ -58,8 +58,8 @@ void EndGroup(pid_t group, int signal) {
     sigemptyset(&mask);
     sigaddset(&mask, signal);
     sigprocmask(SIG_UNBLOCK, &mask, nullptr);
-    constexpr int shellStatus = 128;
-    _exit(shellStatus + signal);  // the first process of a container is not ended by a signal of its own
+    constexpr int kShellStatus = 128;
+    _exit(kShellStatus + signal);  // the first process of a container is not ended by a signal of its own
 }
 
 void End(int signal) {

@@ -9,12 +9,12 @@ namespace corekit {
 std::uint64_t RandomNumber() {
     std::uint64_t number = 0;
     if (getrandom(&number, sizeof number, GRND_NONBLOCK) == sizeof number) return number;
-    constexpr std::uint64_t spread = 0x9E3779B97F4A7C15;  // to all bits
+    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;  // to all bits
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
     return (static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 +
             static_cast<std::uint64_t>(now.tv_nsec)) *
-           spread;
+           kSpread;
 }
 
 }  // namespace corekit

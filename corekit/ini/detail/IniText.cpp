@@ -54,10 +54,10 @@ bool IsSameInAnyCase(std::string_view left, std::string_view right) {
 
 /// The bytes with a blank for each byte that would end the line.
 std::string OneLine(std::string_view bytes) {
-    constexpr std::string_view lineBreakers("\n\r\0", 3);
+    constexpr std::string_view kLineBreakers("\n\r\0", 3);
     std::string line(bytes);
     std::ranges::replace_if(
-        line, [&](char byte) { return lineBreakers.find(byte) != lineBreakers.npos; }, ' ');
+        line, [&](char byte) { return kLineBreakers.find(byte) != kLineBreakers.npos; }, ' ');
     return line;
 }
 
