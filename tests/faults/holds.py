@@ -20,7 +20,10 @@ SERVICE = "/etc/init.d/zorvane"  # what a link of a run level may also lead to
 HALF_MADE = re.compile(r"/\.[^/]+\.unfinished(/|$)|/\.qdn-configure\.\w{6}(/|$)|^/tmp/\.{1,2}zorvane-agent-installer\.|"
                        r"^/run/lock/qdn-configure\.lock$")
 DATA = re.compile(r"/var/(queue|tasks|packages|swd)/")
-KEPT = re.compile(r"^WARNING! (\S+) is kept: ", re.MULTILINE)
+# What a run that has not come to its end leaves for the next one.
+MARKS = re.compile(r"/etc/\.(unfinished|unmoved|moved)$")
+# Of a pattern, the directory that its files are in.
+KEPT = re.compile(r"^WARNING! ([^\s*?\[]+?)(?:/[^\s/]*[*?\[]\S*)? (?:is kept|is not edited|could not be removed): ", re.MULTILINE)
 
 REFUSAL = re.compile(r"solutions that depend on|is (already )?running|Another run")  # told on standard output
 
@@ -86,13 +89,15 @@ class Checks:
                 yield f"{path} is neither old nor new: {left[path]}"
         is_stopped = self.kind == "kill" and self.disturbed
         if outcome.first.status == 0 and not is_stopped:
+            yield from (f"the mark of an unfinished run is left: {path}" for path in left
+                        if path.endswith("/.unfinished") and left[path])
             whole = not self.disturbed or self.is_interruption(point)
             yield from (f"undone with status 0: {line}" for line in self.undone(left, whole))
 
     def may_be_left(self, path, seen):
         """The host's own is as it was or as it should be; the agent's may be gone, be where it was or will be, and what
         is half made is hidden."""
-        if seen in (machine.before(path), self.should_be(path)) or HALF_MADE.search(path):
+        if seen in (machine.before(path), self.should_be(path)) or HALF_MADE.search(path) or MARKS.search(path):
             return True
         if path.startswith(OURS):
             return seen is None or seen.content in self.known_contents
