@@ -7,6 +7,7 @@
 #include "app/InstalledAgentSteps.h"
 #include "app/PlatformSupport.h"
 #include "app/Refusals.h"
+#include "corekit/os/Env.h"
 #include "integration/AgentStart.h"
 #include "integration/SetupSequence.h"
 #include "run/Args.h"
@@ -45,6 +46,11 @@ Outcome<> AskQuestions(ConfigureRun& run) {
     return {};
 }
 
+/// Where services are not to be started, the package's scriptlets say so; no other source says otherwise.
+void ForbidStart(Settings& settings) {
+    if (corekit::Env::Get(L"QDN_INSTALL_START") == String(L"never")) settings.Value(L"Start") = L"no";
+}
+
 /// What the configuration lacks, and the run goes on without.
 void WarnAboutConfiguration(const Settings& settings) {
     if (!settings.IsSet(L"KSName")) Messages::Warn(L"WARNING! No Kell Server name is configured.\n");
@@ -81,6 +87,7 @@ unsigned ConfigureCommand::Configure() {
     if (outcome) outcome = DecideOnUpgrade(run);
     if (const auto created = CreateNewAgent(run, m_sDir); outcome) outcome = created;
     if (outcome && m_bInteractive) outcome = AskQuestions(run);
+    ForbidStart(*run.settings);
     CompleteInstallDir(run);
     if (outcome) outcome = CheckInstallDir(*run.settings);
     if (outcome) {

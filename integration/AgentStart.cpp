@@ -1,9 +1,11 @@
 // Starting the configured agent: the control script's start and status.
 #include "integration/AgentStart.h"
 
+#include "corekit/ini/IniFile.h"
 #include "corekit/os/Sys.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
+#include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "run/Rehearsal.h"
@@ -15,8 +17,17 @@ using corekit::String;
 namespace PosixLocaleProgram = corekit::PosixLocaleProgram;
 
 namespace {
+
 constexpr unsigned kSecondsToComeUp = 10;
+
+void WarnOfStoppedAgent(const Settings& settings) {
+    const corekit::IniFile conf(settings.Get(L"InstallDir") + Names::kClientConf);
+    const String log = GetValue(conf, Key::kDebugOutput);
+    const String shown = log.IsEmpty() ? String(L"its log") : Messages::Shown(log);
+    Messages::Warn(String(L"WARNING! The agent does not run. See %1.\n").Arg(shown));
 }
+
+}  // namespace
 
 void StartAgent(const Settings& settings) {
     if (settings.Exists(L"Start") && !settings.IsYes(L"Start")) {
@@ -31,8 +42,10 @@ void StartAgent(const Settings& settings) {
     corekit::StringToMapFilter filter;
     Forgive(PosixLocaleProgram::Run(control + L" start", filter));
     corekit::Sys::Sleep(kSecondsToComeUp);
-    Forgive(PosixLocaleProgram::Run(control + L" status", filter));
+    // The status itself comes on a line of its own, after whatever the script prints.
+    Forgive(PosixLocaleProgram::Run(control + L" status; printf '\\n%s\\n' $?", filter));
     Messages::Say(Messages::Shown(filter.RawData(0)) + L"\n");
+    if (filter.Count() == 0 || filter.RawData(filter.Count() - 1) != L"0") WarnOfStoppedAgent(settings);
 }
 
 }  // namespace Zorvane::AgentInstaller

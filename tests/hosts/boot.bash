@@ -88,7 +88,7 @@ on_booted() { on_host bash -c 'source /session/session.bash; source /dev/stdin';
 # The service manager stopped the agent, rather than the kernel or a last signal to all.
 expect_orderly_stop() {
     if is_sysvinit; then
-        sed -n '/concurrent boot in runlevel 0/,/^Asking all remaining/p' "$console" | grep 'Zorvane Agent is not running.'
+        sed -n '/concurrent boot in runlevel 0/,/^Asking all remaining/p' "$console" | grep 'Zorvane Agent is stopped.'
     else
         grep 'Stopped zorvane.service' "$console"
     fi

@@ -24,7 +24,7 @@ END
 
 @test "where no init runs, the agent is made ready for boot, but not started" {
     in_root <<'END'
-given_xml
+given_xml 'Start="yes"'
 install 6.0.350
 expect_status 0
 expect_not_running
@@ -34,7 +34,9 @@ END
 
 @test "a started agent keeps no pipe open that somebody reads to its end" {
     in_root <<'END'
-given_xml 'Start="yes"'
+given_xml
+install 6.0.340
+"$agent/bin/rcscript" start
 timeout 60 bash -c '"$@" | cat' pipe $(install_command 6.0.350) >/session/out
 expect_running
 END
@@ -110,14 +112,31 @@ grep -qx 'qdn-ksclt: The Zorvane Agent is installed, but not configured. Answer 
 END
 }
 
-@test "a package that was never configured is erased" {
+@test "a package that was never configured is erased without a word" {
     in_root <<'END'
 remember_files
 install 6.0.350
 erase
 expect_status 0
+expect_nothing_told
+expect_same "" "$(grep "Can't find" /session/out)"
 expect_same "" "$(installed_version)"
 expect_no_new_files
+END
+}
+
+@test "a package whose agent was cleaned by hand is erased without a word" {
+    in_root <<'END'
+remember_files
+given_xml
+install 6.0.350
+"$program" -clean "$agent" -quiet
+erase
+expect_status 0
+expect_nothing_told
+expect_same "" "$(installed_version)"
+expect_no_new_files
+[ ! -L /usr/bin/qdn-configure ]
 END
 }
 
@@ -176,10 +195,7 @@ sed -i 's/^Location=.*/Location=Rack 7/' "$conf"
 
 install 6.0.350
 expect_failed_configuration
-case $1 in
-    early) former=/tmp/ksclt/.migrate-client.conf ;;
-    late) former=$agent/etc/client.conf.old ;;
-esac
+former=/tmp/ksclt/.migrate-client.conf
 expect_told <<TOLD
 qdn-ksclt: The Zorvane Agent has not been configured, for the reason above. Mend what is wrong, then run
 qdn-ksclt:     $(repair_command)

@@ -53,7 +53,7 @@ lives "$pid" || echo gone
 ls "$dir/var"
 "$script" stop; echo $?
 END
-        lines_are "Zorvane Agent is not running." 0 gone "Zorvane Agent is not running." 0
+        lines_are "Zorvane Agent is stopped." 0 gone "Zorvane Agent is not running." 0
     done
 }
 
@@ -65,7 +65,7 @@ old=$(cat "$pid_file")
 new=$(cat "$pid_file")
 lives "$old" || echo "old one gone"
 lives "$new" && [ "$new" != "$old" ] && echo "new one runs"
-printf 'Zorvane Agent is not running.\nZorvane Agent is running (pid %s).\n' "$new" | cmp - /opt/told
+printf 'Zorvane Agent is stopped.\nZorvane Agent is running (pid %s).\n' "$new" | cmp - /opt/told
 END
     lines_are 0 "old one gone" "new one runs"
 }
@@ -185,7 +185,7 @@ environment SERVICE_SCRIPT_CALLER "$pid"
 "$script" stop; echo $?
 lives "$pid" || echo gone
 END
-    lines_are 0 "systemctl stop zorvane.service" "Zorvane Agent is not running." 0 gone
+    lines_are 0 "systemctl stop zorvane.service" "Zorvane Agent is stopped." 0 gone
 }
 
 @test "systemd is not asked for a service that it does not know, nor for the status" {
@@ -197,7 +197,7 @@ rm /etc/systemd/system/zorvane.service
 ln -s /dev/null /etc/systemd/system/zorvane.service
 "$script" stop
 END
-    lines_are "Zorvane Agent is not running." 0 "Zorvane Agent is not running."
+    lines_are "Zorvane Agent is not running." 0 "Zorvane Agent is stopped."
 }
 
 @test "an agent that systemd did not start is stopped all the same" {
@@ -209,7 +209,7 @@ run_systemd
 "$script" stop; echo $?
 lives "$pid" || echo gone
 END
-    lines_are "systemctl stop zorvane.service" "Zorvane Agent is not running." 0 gone
+    lines_are "systemctl stop zorvane.service" "Zorvane Agent is stopped." 0 gone
 }
 
 @test "on Red Hat a lock file says that there is something to stop" {
@@ -220,7 +220,7 @@ ls /var/lock/subsys
 "$script" stop
 ls /var/lock/subsys
 END
-    lines_are zorvane "Zorvane Agent is not running."
+    lines_are zorvane "Zorvane Agent is stopped."
 }
 
 @test "HP-UX gets the lines of its check list" {

@@ -19,6 +19,44 @@ conf_value() {
     [ "$(conf_value tmpdir)" = "" ]
 }
 
+# Runs a function of the scriptlets with `agent` in a directory of the test's.
+scriptlet() {
+    sh -c '. "$1" && agent=$2 && program=$agent/bin/qdn-configure.bin && hand_over=$2/hand-over &&
+        kept_conf=$hand_over/kept && shift 2 && "$@"' sh "$functions" "$BATS_TEST_TMPDIR" "$@"
+}
+
+@test "a package without its program, or that was never configured, is cleaned without a word" {
+    run scriptlet clean
+    [ "$status" -eq 0 ]
+    [ -z "$output" ]
+    mkdir -p "$BATS_TEST_TMPDIR/bin"
+    printf '#!/bin/sh\necho called; exit 1\n' >"$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
+    chmod 0755 "$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
+    run scriptlet clean
+    [ "$status" -eq 0 ]
+    [ -z "$output" ]
+    mkdir "$BATS_TEST_TMPDIR/etc"
+    : >"$BATS_TEST_TMPDIR/etc/.unfinished"
+    run scriptlet clean
+    [ "$status" -eq 1 ]
+    [ "${lines[0]}" = called ]
+}
+
+@test "where no service is to be started, the program is told never to" {
+    mkdir -p "$BATS_TEST_TMPDIR/bin" "$BATS_TEST_TMPDIR/allow" "$BATS_TEST_TMPDIR/forbid"
+    printf '#!/bin/sh\necho "${QDN_INSTALL_START:-unset} ${QDN_INSTALL_AUTOSTART:-unset}"\n' \
+        >"$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
+    printf '#!/bin/sh\nexit 104\n' >"$BATS_TEST_TMPDIR/allow/policy-rc.d"
+    printf '#!/bin/sh\nexit 101\n' >"$BATS_TEST_TMPDIR/forbid/policy-rc.d"
+    chmod 0755 "$BATS_TEST_TMPDIR"/*/*
+    PATH=$BATS_TEST_TMPDIR/allow:$PATH run scriptlet eval 'host_runs_services() { return 0; }; configure'
+    [ "$output" = "unset unset" ]
+    PATH=$BATS_TEST_TMPDIR/allow:$PATH run scriptlet eval 'host_runs_services() { return 1; }; configure'
+    [ "$output" = "never unset" ]
+    PATH=$BATS_TEST_TMPDIR/forbid:$PATH run scriptlet eval 'host_runs_services() { return 0; }; configure'
+    [ "$output" = "never unset" ]
+}
+
 @test "a client.conf that is not there has no values" {
     [ "$(conf_value installdir)" = "" ]
 }

@@ -67,6 +67,45 @@ END
     expect_no_changes
 }
 
+@test "an install directory that would be two words or two paths is refused, and nothing is made" {
+    for name in 'a b' 'a:b'; do
+        given_the_package "/opt/$name"
+        given_plain_xml /tmp "/opt/$name"
+        qdn_configure -configure -noimode -quiet
+        expect_status 1
+        expect_errors <<<"ERROR: Install directory /opt/$name contains characters that are not allowed."
+        expect_missing "/opt/$name/etc/client.conf" "/opt/$name/bin/qdn-env" /etc/init.d/zorvane
+    done
+    qdn_configure -configure -noimode -quiet -dir $'/opt/a\tb'
+    expect_errors <<<$'ERROR: Install directory /opt/a\tb contains characters that are not allowed.'
+}
+
+@test "an install directory that is the host's own is refused, and nothing changes" {
+    given_plain_xml
+    for directory in /usr /etc/ / /opt/zorvane/../../usr/bin; do
+        qdn_configure -configure -noimode -quiet -dir "$directory"
+        expect_status 1
+        grep -x "ERROR: Install directory .* is a directory of the host." "$desk/err"
+        expect_no_changes
+    done
+}
+
+@test "an ordinary user is refused before any question" {
+    given_plain_xml
+    mkdir -p /opt/tool
+    cp "$program" /opt/tool/qdn-configure.bin
+    for command in "-configure" "-iconfigure" "-clean $agent"; do
+        # shellcheck disable=SC2086 # words
+        list_files >"$desk/before"
+        status=0
+        setpriv --reuid=65534 --clear-groups /opt/tool/qdn-configure.bin $command >"$desk/out" 2>"$desk/err" || status=$?
+        expect_status 1
+        expect_output <<<"$banner"
+        expect_errors <<<"ERROR: qdn-configure has to be run as root."
+        expect_no_changes
+    done
+}
+
 @test "an install directory that a shell would misread is refused before anything changes" {
     for name in "it's" 'a"b' 'a\b' 'a$b' 'a&b' 'a;b' 'a|b' 'a<b' 'a(b' 'a`b'; do
         given_the_package "/opt/$name"

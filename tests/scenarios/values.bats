@@ -50,19 +50,6 @@ END
     [ -d "/opt/%INSTDIR%/var/queue" ]
 }
 
-@test "an install directory with blanks works" {
-    given_the_package "/opt/the agent"
-    given_plain_xml /tmp "/opt/the agent"
-    qdn_configure -configure -noimode -quiet
-    expect_status 0
-    expect_value Configuration var "/opt/the agent/var" "/opt/the agent/etc/client.conf"
-    "/opt/the agent/bin/rcscript" status >"$desk/status" || true
-    expect_file "$desk/status" <<<"Zorvane Agent is not running."
-    qdn_configure -clean "/opt/the agent" -quiet
-    expect_status 0
-    expect_missing "/opt/the agent"
-}
-
 @test "an install directory of bytes that are no UTF-8 works" {
     directory=$'/opt/caf\xe9'
     given_the_package "$directory"

@@ -48,5 +48,41 @@ TEST_F(AgentStart, StartsAndTenSecondsLaterShowsTheStatusLine) {
     EXPECT_EQ(testfiles::Read("/opt/agent/calls"), "start\nstatus\n");
 }
 
+TEST_F(AgentStart, WarnsOfAnAgentThatDoesNotRun) {
+    Configure("debug_output=/var/log/qdn-client.log\n");
+    const auto start = [&] {
+        return Captured([&] {
+            static_cast<void>(SecondsPaused([&] {
+                StartAgent(m_settings);
+                corekit::Console::Flush();
+            }));
+        });
+    };
+    testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n[ $1 = start ] || { echo It is dead.; exit 3; }\n",
+                     0755);
+    auto output = start();
+    EXPECT_EQ(output.out, "Starting Zorvane Agent for UNIX and Linux.\nIt is dead.\n");
+    EXPECT_EQ(output.err, "WARNING! The agent does not run. See /var/log/qdn-client.log.\n");
+
+    Configure("");
+    Args::bQuiet = true;
+    testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\nexit 1\n", 0755);
+    output = start();
+    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err, "WARNING! The agent does not run. See its log.\n");
+}
+
+TEST_F(AgentStart, ShowsAnEmptyLine_WhenTheStatusIsWithoutAWord) {
+    testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n", 0755);
+    const auto output = Captured([&] {
+        static_cast<void>(SecondsPaused([&] {
+            StartAgent(m_settings);
+            corekit::Console::Flush();
+        }));
+    });
+    EXPECT_EQ(output.out, "Starting Zorvane Agent for UNIX and Linux.\n\n");
+    EXPECT_EQ(output.err, "");
+}
+
 }  // namespace
 }  // namespace Zorvane::AgentInstaller
