@@ -15,4 +15,8 @@ corekit::String ProgramDirectory(const corekit::String& installDir);
 /// directory cannot be read; what was read of it counts.
 corekit::Result FindPrograms(const corekit::String& programDir, std::vector<corekit::String>& programs);
 
+/// True if `path` is a symbolic link that leads below an install directory of the agent's: `installDir`, the
+/// usual one, or one where the agent's package has been laid down.
+bool IsAgentLink(const corekit::String& path, const corekit::String& installDir);
+
 }  // namespace Zorvane::AgentInstaller

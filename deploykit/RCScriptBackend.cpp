@@ -69,21 +69,15 @@ void RunLinkTool(const wchar_t* LinkTool::*action, const String& name) {
     }
 }
 
-bool WriteScript(const String& path, const String& script) {
-    return Dir::CreateR(Path::GetDirectory(path)).Ok() && File::WriteBytes(path, script.Utf8(), 0755).Ok() &&
-           File::Chmod(path, 0755).Ok();
-}
-
-/// A tool's status says nothing: what counts is the start links, and those that it did not make are made
-/// here. Where systemd starts the service, directories of levels that the host does not have are not missed.
-bool RegisterLinks(const String& name, const ServiceLevels& levels) {
-    if (levels.start.IsEmpty() && levels.stop.IsEmpty()) return true;
+/// A tool's status proves nothing: the levels for which it made no link get one here. Directories of levels
+/// that the host does not have are only made where systemd does not start the service.
+Result RegisterLinks(const String& name, const ServiceLevels& levels) {
+    if (levels.start.IsEmpty() && levels.stop.IsEmpty()) return Result();
     RunLinkTool(&LinkTool::add, name);
-    if (RunLevelLinks::AreStartedIn(name, levels.start)) return true;
-
     if (!SystemdUnit::IsSupported()) RunLevelLinks::MakeDirectories(levels);
-    RunLevelLinks::Make(name, levels);
-    return RunLevelLinks::AreStartedIn(name, levels.start);
+    const Result made = RunLevelLinks::Make(name, levels);
+    if (RunLevelLinks::AreStartedIn(name, levels.start)) return Result();
+    return Worse(made, Result(ENOENT).About(L"/etc/rc" + levels.start.Left(1) + L".d"));
 }
 
 }  // namespace
@@ -92,30 +86,40 @@ bool IsRunLevelSupported(const String& level) {
     return level.Length() == 1 && String(kLevels).Contains(level);
 }
 
-bool Install(const String& name, const String& templatePath, const String& installDir,
-             const String& startLevels, const String& stopLevels) {
+Result Install(const String& name, const String& templatePath, const String& installDir,
+               const String& startLevels, const String& stopLevels) {
+    if (!IsServiceName(name)) return Result(EINVAL);
     const auto text = File::Read(templatePath);
-    if (!IsServiceName(name) || !text || text->IsEmpty()) return false;
+    if (!text) return text.error();
+    if (text->IsEmpty()) return Result(ENODATA).About(templatePath);
 
+    const String path = GetLocation(name);
     const ServiceLevels levels = {SupportedLevels(startLevels), SupportedLevels(stopLevels)};
     const String script = ExpandServiceTemplate(*text, installDir, levels);
     // Links of other levels, from an earlier installation, would count as well.
-    if (!RunLevelLinks::Remove(name) || !WriteScript(GetLocation(name), script)) return false;
+    Result result = RunLevelLinks::Remove(name);
+    if (result) result = Dir::CreateR(Path::GetDirectory(path));
+    if (result) result = File::WriteScript(path, script);
+    if (!result) return result;
 
-    const bool isStartedByLinks = RegisterLinks(name, levels);
+    const Result byLinks = RegisterLinks(name, levels);
     const bool isStartedByUnit =
-        SystemdUnit::IsSupported() && SystemdUnit::Install(name, script, levels.start);
-    return levels.start.IsEmpty() || isStartedByLinks || isStartedByUnit;
+        SystemdUnit::IsSupported() && SystemdUnit::Install(name, script, levels.start).Ok();
+    return levels.start.IsEmpty() || isStartedByUnit ? Result() : byLinks;
 }
 
 Result Uninstall(const String& name) {
     if (!IsServiceName(name)) return Result(EINVAL);
     const String script = GetLocation(name);
+    const bool hasScript = File::Exists(script);
+    const bool isThere = hasScript || RunLevelLinks::Exist(name) || SystemdUnit::Exists(name);
     Result result = SystemdUnit::Remove(name);
-    // The tools know a service only as long as its script is there.
-    if (File::Exists(script)) RunLinkTool(&LinkTool::remove, name);
+    // The tools know a service only as long as its script exists.
+    if (hasScript) RunLinkTool(&LinkTool::remove, name);
     result = Worse(result, RunLevelLinks::Remove(name));
     const Result removal = File::Remove(script);
+    // Systemd makes a unit of its own from a service script, and keeps it until it reads its units again.
+    if (isThere) SystemdUnit::Reload();
     return removal.Code() == ENOENT ? result : Worse(result, removal);
 }
 

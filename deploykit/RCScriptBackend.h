@@ -15,15 +15,16 @@ bool IsRunLevelSupported(const corekit::String& level);
 
 /// Creates the service script NAME from a template: %INSTDIR% and %ETCDIR% are expanded, and its LSB header
 /// (Default-Start, Default-Stop) and "# chkconfig:" line get the levels. Registers it with the first found of
-/// chkconfig, insserv and update-rc.d, by links where that made none, and on a host with systemd as a native
-/// unit too: then the script's "# pidfile:" line tells the unit's process, and SERVICE_SCRIPT_CALLER=systemd
-/// in its environment tells the script who calls. False when the script or, with a start level, its
-/// registration could not be made.
-bool Install(const corekit::String& name, const corekit::String& templatePath,
-             const corekit::String& installDir, const corekit::String& startLevels,
-             const corekit::String& stopLevels);
+/// chkconfig, insserv and update-rc.d; levels for which that made no link get direct ones. On a host with
+/// systemd it gets a native unit, too: the script's "# pidfile:" line then tells the unit's process, and
+/// SERVICE_SCRIPT_CALLER=systemd in its environment tells the script who calls it. Fails if the script cannot
+/// be made or, with a start level, nothing would start it.
+corekit::Result Install(const corekit::String& name, const corekit::String& templatePath,
+                        const corekit::String& installDir, const corekit::String& startLevels,
+                        const corekit::String& stopLevels);
 
-/// Undoes all of `Install`, whichever way the service was registered; a service that is not there is success.
+/// Undoes all of `Install`, whichever way the service was registered, and tells a running systemd when the
+/// last of it is gone. A service that does not exist is success.
 corekit::Result Uninstall(const corekit::String& name);
 
 /// The path of the service script: /etc/init.d/NAME.

@@ -53,12 +53,32 @@ String LinkTarget(const String& directory, const String& name) {
     return File::Exists(Path::Join(directory, relative)) ? relative : ServiceScriptPath(name);
 }
 
-void LinkIn(const String& levels, const String& links, const String& prefix, const String& name) {
+Result LinkIn(const String& levels, const String& links, const String& prefix, const String& name) {
+    Result result;
     for (const wchar_t level : levels) {
         const String directory = LevelDirectory(level);
-        if (!directory.IsEmpty() && !HasLink(directory, links, name))
-            Forgive(File::SymLink(LinkTarget(directory, name), Path::Join(directory, prefix + name)));
+        if (directory.IsEmpty() || HasLink(directory, links, name)) continue;
+        const String link = Path::Join(directory, prefix + name);
+        result = Worse(result, File::SymLink(LinkTarget(directory, name), link));
     }
+    return result;
+}
+
+/// All links of the service; what cannot be read is told by `result`.
+std::vector<FileInfo> FindLinks(const String& name, Result& result) {
+    std::vector<FileInfo> links;
+    const auto read = [&result](const String& directory, const String& pattern,
+                                std::vector<FileInfo>& entries) {
+        const Result reading = Dir::ReadEntries(directory, pattern, entries);
+        if (IsTransient(reading)) result = Worse(result, reading);
+    };
+    for (const wchar_t* parent : kParents) {
+        std::vector<FileInfo> levels;
+        read(parent, L"rc?.d", levels);
+        for (const FileInfo& level : levels) read(level.path, kAllLinks + name, links);
+    }
+    std::erase_if(links, [](const FileInfo& link) { return link.isDirectory; });
+    return links;
 }
 
 }  // namespace
@@ -68,9 +88,9 @@ bool AreStartedIn(const String& name, const String& levels) {
         levels, [&](wchar_t level) { return HasLink(LevelDirectory(level), kStartLinks, name); });
 }
 
-void Make(const String& name, const ServiceLevels& levels) {
-    LinkIn(levels.start, kStartLinks, kStartPrefix, name);
-    LinkIn(levels.stop, kStopLinks, kStopPrefix, name);
+Result Make(const String& name, const ServiceLevels& levels) {
+    return Worse(LinkIn(levels.start, kStartLinks, kStartPrefix, name),
+                 LinkIn(levels.stop, kStopLinks, kStopPrefix, name));
 }
 
 void MakeDirectories(const ServiceLevels& levels) {
@@ -80,20 +100,14 @@ void MakeDirectories(const ServiceLevels& levels) {
     }
 }
 
+bool Exist(const String& name) {
+    Result unread;
+    return !FindLinks(name, unread).empty();
+}
+
 Result Remove(const String& name) {
     Result result;
-    const auto entriesOf = [&result](const String& directory, const String& pattern) {
-        std::vector<FileInfo> entries;
-        const Result read = Dir::ReadEntries(directory, pattern, entries);
-        if (IsTransient(read)) result = Worse(result, read);
-        return entries;
-    };
-    for (const wchar_t* parent : kParents) {
-        for (const FileInfo& level : entriesOf(parent, L"rc?.d")) {
-            for (const FileInfo& link : entriesOf(level.path, kAllLinks + name))
-                result = Worse(result, link.isDirectory ? Result() : File::Remove(link.path));
-        }
-    }
+    for (const FileInfo& link : FindLinks(name, result)) result = Worse(result, File::Remove(link.path));
     return result;
 }
 

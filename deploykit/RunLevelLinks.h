@@ -7,17 +7,20 @@
 
 namespace deploykit::RunLevelLinks {
 
-/// Does the service have a start link in each of the levels, given as digits?
+/// True if the service has a start link in each of the levels, given as digits.
 bool AreStartedIn(const corekit::String& name, const corekit::String& levels);
 
 /// Links S99NAME in the start levels and K01NAME in the stop levels to /etc/init.d/NAME, where no link of the
-/// kind stands yet. Levels without a directory get none.
-void Make(const corekit::String& name, const ServiceLevels& levels);
+/// kind stands yet. Levels without a directory get none. Returns the gravest failure.
+corekit::Result Make(const corekit::String& name, const ServiceLevels& levels);
 
 /// Makes the directories of levels that have none.
 void MakeDirectories(const ServiceLevels& levels);
 
-/// Removes every start and stop link of the service; fails when one is left.
+/// True if the service has a start or stop link in any level.
+bool Exist(const corekit::String& name);
+
+/// Removes every start and stop link of the service; fails if one is left.
 corekit::Result Remove(const corekit::String& name);
 
 }  // namespace deploykit::RunLevelLinks

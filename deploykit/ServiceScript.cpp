@@ -13,19 +13,45 @@ namespace {
 constexpr const wchar_t* kDefaultStart = L"Default-Start";
 constexpr const wchar_t* kDefaultStop = L"Default-Stop";
 constexpr const wchar_t* kChkconfig = L"chkconfig";
+constexpr const wchar_t* kPidFile = L"pidfile";
 
-bool IsHeaderLine(const String& line) {
-    return line.StartsWith(L"#") || line.Trim().IsEmpty();
-}
+constexpr const wchar_t* kBlockBegin = L"### BEGIN INIT INFO";
+constexpr const wchar_t* kBlockEnd = L"### END INIT INFO";
 
-/// True, and the value, when the line is "# KEYWORD: value".
-bool ReadField(const String& line, const String& keyword, String& value) {
-    if (!line.StartsWith(L"#")) return false;
-    const String field = line.Mid(1).TrimLeft();
-    if (!field.StartsWith(keyword + L":")) return false;
-    value = field.Mid(keyword.Length() + 1).Trim();
-    return true;
-}
+/// Walks the lines of a script and tells which fields count on each: those of the LSB header within its block
+/// (in a script without a block: before its first line of code), those that chkconfig reads on every comment
+/// line.
+class HeaderReader {
+  public:
+    explicit HeaderReader(const String& script)
+        : m_lines(script, L"\n"), m_hasBlock((L"\n" + script).Contains(L"\n" + String(kBlockBegin))) {}
+
+    bool GetLine(String& line) {
+        if (!m_lines.GetToken(line)) return false;
+        const bool isComment = line.StartsWith(L"#") || line.Trim().IsEmpty();
+        if (m_hasBlock) {
+            m_isLsb = isComment && (m_isLsb || line.StartsWith(kBlockBegin)) && !line.StartsWith(kBlockEnd);
+        } else {
+            m_isLsb = m_isLsb && isComment;
+        }
+        return true;
+    }
+
+    /// True, and the value, if the last line is "# KEYWORD: value" and the keyword counts there.
+    bool ReadField(const String& line, const String& keyword, String& value) const {
+        const bool countsAnywhere = keyword == kChkconfig || keyword == kPidFile;
+        if (!line.StartsWith(L"#") || !(m_isLsb || countsAnywhere)) return false;
+        const String field = line.Mid(1).TrimLeft();
+        if (!field.StartsWith(keyword + L":")) return false;
+        value = field.Mid(keyword.Length() + 1).Trim();
+        return true;
+    }
+
+  private:
+    StringTokenizer m_lines;
+    bool m_hasBlock;
+    bool m_isLsb = !m_hasBlock;  // true if fields of the LSB header count on the last line
+};
 
 String FieldLine(const String& keyword, const String& value) {
     return (L"# " + keyword + L": " + value).TrimRight();
@@ -45,11 +71,13 @@ String ChkconfigValue(const String& value, const String& levels) {
     return (levels.IsEmpty() ? String(L"-") : levels) + value.Mid(value.FindOneOf(L" \t"));
 }
 
-String WithLevels(const String& line, const ServiceLevels& levels) {
+String WithLevels(const HeaderReader& header, const String& line, const ServiceLevels& levels) {
     String value;
-    if (ReadField(line, kDefaultStart, value)) return FieldLine(kDefaultStart, Spaced(levels.start));
-    if (ReadField(line, kDefaultStop, value)) return FieldLine(kDefaultStop, Spaced(levels.stop));
-    if (ReadField(line, kChkconfig, value)) return FieldLine(kChkconfig, ChkconfigValue(value, levels.start));
+    if (header.ReadField(line, kDefaultStart, value)) return FieldLine(kDefaultStart, Spaced(levels.start));
+    if (header.ReadField(line, kDefaultStop, value)) return FieldLine(kDefaultStop, Spaced(levels.stop));
+    if (header.ReadField(line, kChkconfig, value)) {
+        return FieldLine(kChkconfig, ChkconfigValue(value, levels.start));
+    }
     return line;
 }
 
@@ -65,14 +93,10 @@ String ExpandServiceTemplate(const String& text, const String& installDir, const
 
     String script;
     String line;
-    bool isFirst = true;
-    bool inHeader = true;
-    StringTokenizer lines(expanded, L"\n");
-    while (lines.GetToken(line)) {
+    HeaderReader header(expanded);
+    for (bool isFirst = true; header.GetLine(line); isFirst = false) {
         if (!isFirst) script += L'\n';
-        inHeader = inHeader && IsHeaderLine(line);
-        script += inHeader ? WithLevels(line, levels) : line;
-        isFirst = false;
+        script += WithLevels(header, line, levels);
     }
     return script;
 }
@@ -80,9 +104,9 @@ String ExpandServiceTemplate(const String& text, const String& installDir, const
 String ServiceHeaderField(const String& script, const String& keyword) {
     String line;
     String value;
-    StringTokenizer lines(script, L"\n");
-    while (lines.GetToken(line) && IsHeaderLine(line)) {
-        if (ReadField(line, keyword, value)) return value;
+    HeaderReader header(script);
+    while (header.GetLine(line)) {
+        if (header.ReadField(line, keyword, value)) return value;
     }
     return String();
 }

@@ -15,12 +15,15 @@ struct ServiceLevels {
 };
 
 /// The script that a template becomes: %ETCDIR% and %INSTDIR% are replaced, and the levels written into
-/// "Default-Start", "Default-Stop" and the "chkconfig" line (its priorities stay) of the header. A header is
-/// the comment and blank lines before the first line of code.
+/// "Default-Start", "Default-Stop" and the "# chkconfig:" line, whose priorities stay. The first two count
+/// within the LSB header, from "### BEGIN INIT INFO" to "### END INIT INFO" wherever it stands, or in a
+/// script that has none among the comments before its first line of code; the third counts on every comment
+/// line.
 corekit::String ExpandServiceTemplate(const corekit::String& text, const corekit::String& installDir,
                                       const ServiceLevels& levels);
 
-/// What the header says under a keyword, as in "# pidfile: /run/a.pid"; "" when it does not.
+/// What the script says under a keyword such as "Short-Description" (in its LSB header) or "pidfile" (on any
+/// comment line); "" if it does not have it.
 corekit::String ServiceHeaderField(const corekit::String& script, const corekit::String& keyword);
 
 }  // namespace deploykit

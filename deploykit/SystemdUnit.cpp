@@ -2,14 +2,12 @@
 #include "deploykit/SystemdUnit.h"
 
 #include <cerrno>
-#include <unistd.h>
 #include <vector>
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/process/Program.h"
-#include "deploykit/UnitText.h"
 
 namespace deploykit::SystemdUnit {
 
@@ -46,16 +44,15 @@ String UnitPath(const String& name) {
     return Path::Join(kUnitDir, FileName(name));
 }
 
-/// Refuses (EPERM) a unit that the administrator masked; where the system does not tell, the result is why.
-Result RefuseMask(const String& name) {
+/// Fails with EPERM if the administrator has masked the unit, or with the reason why that cannot be told.
+Result CheckUnmasked(const String& name) {
     const auto target = Path::Canonicalise(UnitPath(name));
     if (IsTransient(target.Outcome())) return target.error();
-    return target && *target == L"/dev/null" ? Result(EPERM) : Result();
+    return target && *target == L"/dev/null" ? Result(EPERM).About(UnitPath(name)) : Result();
 }
 
-void TellSystemd() {
-    if (File::IsDirectory(L"/run/systemd/system"))
-        Program::RunSilently(Program::Locate(kSystemctl), L"daemon-reload");
+bool HasUnit(const String& name) {
+    return CheckUnmasked(name) && !Dir::Entries(kUnitDir, FileName(name)).empty();
 }
 
 std::vector<String> TargetsOf(const String& levels) {
@@ -67,14 +64,15 @@ std::vector<String> TargetsOf(const String& levels) {
 }
 
 /// Links the unit as `systemctl enable` would.
-bool Enable(const String& name, const std::vector<String>& targets) {
-    bool isEnabled = true;
+Result Enable(const String& name, const std::vector<String>& targets) {
+    Result result;
     for (const String& target : targets) {
         const String wants = Path::Join(kUnitDir, target + L".wants");
-        isEnabled = Dir::CreateR(wants).Ok() &&
-                    File::SymLink(UnitPath(name), Path::Join(wants, FileName(name))).Ok() && isEnabled;
+        Result made = Dir::CreateR(wants);
+        if (made) made = File::SymLink(UnitPath(name), Path::Join(wants, FileName(name)));
+        result = Worse(result, made);
     }
-    return isEnabled;
+    return result;
 }
 
 /// All links by which targets, or units that an administrator chose, pull the unit in.
@@ -93,23 +91,14 @@ Result EnablingLinks(const String& name, std::vector<FileInfo>& links) {
     return result;
 }
 
-Result RemoveLink(const FileInfo& link) {
-    if (const Result result = File::Remove(link.path); !result) return result;
-    // A directory that holds no link any more goes too, as with `systemctl disable`; any other stays.
-    rmdir(Path::GetDirectory(link.path).Utf8().c_str());
-    return Result();
-}
-
 Result RemoveLinks(const std::vector<FileInfo>& links) {
     Result result;
-    for (const FileInfo& link : links) result = Worse(result, RemoveLink(link));
+    for (const FileInfo& link : links) {
+        result = Worse(result, File::Remove(link.path));
+        // A directory that holds no link any more goes too, as with `systemctl disable`; any other stays.
+        Forgive(Dir::RemoveIfEmpty(Path::GetDirectory(link.path)));
+    }
     return result;
-}
-
-Result RemoveEnablingLinks(const String& name) {
-    std::vector<FileInfo> links;
-    const Result result = EnablingLinks(name, links);
-    return Worse(result, RemoveLinks(links));
 }
 
 }  // namespace
@@ -118,28 +107,40 @@ bool IsSupported() {
     return !Program::Locate(kSystemctl).IsEmpty();
 }
 
-bool Install(const String& name, const String& script, const String& startLevels) {
-    if (const Result mask = RefuseMask(name); !mask) return mask.Code() == EPERM;
+Result Install(const String& name, const String& script, const String& startLevels) {
+    if (const Result unmasked = CheckUnmasked(name); !unmasked) {
+        return unmasked.Code() == EPERM ? Result() : unmasked;
+    }
     const std::vector<String> targets = TargetsOf(startLevels);
-    const bool isReady = RemoveEnablingLinks(name) && Dir::CreateR(kUnitDir).Ok() &&
-                         File::Write(UnitPath(name), UnitText(name, script, targets)).Ok() &&
-                         Enable(name, targets);
-    TellSystemd();
-    return isReady;
+    std::vector<FileInfo> oldLinks;
+    Result result = EnablingLinks(name, oldLinks);
+    result = Worse(result, RemoveLinks(oldLinks));
+    if (result) result = Dir::CreateR(kUnitDir);
+    if (result) result = File::Write(UnitPath(name), UnitText(name, script, targets));
+    if (result) result = Enable(name, targets);
+    Reload();
+    return result;
+}
+
+bool Exists(const String& name) {
+    std::vector<FileInfo> links;
+    Forgive(EnablingLinks(name, links));
+    return HasUnit(name) || !links.empty();
 }
 
 Result Remove(const String& name) {
     std::vector<FileInfo> links;
     Result result = EnablingLinks(name, links);
-    const Result mask = RefuseMask(name);
-    if (IsTransient(mask)) result = Worse(result, mask);
-    const bool hasUnit = mask && !Dir::Entries(kUnitDir, FileName(name)).empty();
-    if (links.empty() && !hasUnit) return result;
-
+    const Result unmasked = CheckUnmasked(name);
+    if (IsTransient(unmasked)) result = Worse(result, unmasked);
+    const bool hasUnit = HasUnit(name);
     result = Worse(result, RemoveLinks(links));
-    if (hasUnit) result = Worse(result, File::Remove(UnitPath(name)));
-    TellSystemd();
-    return result;
+    return hasUnit ? Worse(result, File::Remove(UnitPath(name))) : result;
+}
+
+void Reload() {
+    if (!File::IsDirectory(L"/run/systemd/system")) return;
+    Program::RunSilently(Program::Locate(kSystemctl), L"daemon-reload");
 }
 
 }  // namespace deploykit::SystemdUnit

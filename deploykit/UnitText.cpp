@@ -1,16 +1,15 @@
 // Native units made from the headers of service scripts.
-#include "deploykit/UnitText.h"
-
 #include "deploykit/ServiceScript.h"
+#include "deploykit/SystemdUnit.h"
 
-namespace deploykit {
+namespace deploykit::SystemdUnit {
 
 using corekit::String;
 
 namespace {
 
-/// A facility that service scripts require, and the target that stands for it. Facilities that are not here
-/// are there before any service is started.
+/// A facility that service scripts require, and the target that stands for it. All other facilities are
+/// available before any service is started.
 struct Facility {
     const wchar_t* name;
     const wchar_t* target;
@@ -24,10 +23,10 @@ constexpr Facility kFacilities[] = {
 constexpr const wchar_t* kRequirements[] = {L"Required-Start", L"Should-Start",
                                             L"X-UnitedLinux-Should-Start"};
 
-/// Systemd does not reach this one unless somebody asks for it.
+/// Systemd reaches this target only if a unit wants it.
 constexpr const wchar_t* kNetworkTarget = L"network-online.target";
 
-/// A value in which systemd is to see no specifiers.
+/// The value, escaped so that systemd expands nothing in it.
 String Literal(const String& value) {
     return String(value).Replace(L"%", L"%%");
 }
@@ -36,7 +35,7 @@ bool HasWord(const String& list, const String& word) {
     return (L" " + list + L" ").Contains(L" " + word + L" ");
 }
 
-/// The targets, separated by blanks, after which the script wants to be started.
+/// The targets, separated by blanks, after which the script has to be started.
 String TargetsBefore(const String& script) {
     String facilities;
     for (const wchar_t* keyword : kRequirements) facilities += ServiceHeaderField(script, keyword) + L" ";
@@ -88,4 +87,4 @@ String UnitText(const String& name, const String& script, const std::vector<Stri
            InstallSection(wantedBy);
 }
 
-}  // namespace deploykit
+}  // namespace deploykit::SystemdUnit

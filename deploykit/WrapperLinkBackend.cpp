@@ -17,7 +17,7 @@ namespace Path = corekit::Path;
 
 namespace {
 
-/// Always in quotes, whatever the directory is called: no character of it means anything to the shell.
+/// Always in quotes, so that no character of a directory's name means anything to the shell.
 String Quoted(const String& path) {
     return L"'" + corekit::Text::InShellQuotes(path) + L"'";
 }
@@ -32,31 +32,44 @@ String WrapperText(const String& binary, const String& environmentScript) {
            Quoted(binary) + L" \"$@\"\n";
 }
 
-bool WriteWrapper(const String& wrapper, const String& text) {
-    return File::WriteBytes(wrapper, text.Utf8(), 0755).Ok() && File::Chmod(wrapper, 0755).Ok();
+/// A link in the place of what stands there, if that is one that may be replaced.
+Result MakeLink(const String& wrapper, const String& link, const OwnsLink& owns) {
+    const Result made = File::SymLink(wrapper, link, File::IfPresent::Keep);
+    if (made.Code() != EEXIST || !owns(link)) return made;
+    return File::SymLink(wrapper, link);
 }
 
-/// Success when no file or link stands there afterwards; a directory of the name is none of ours.
+/// Success if no file or link stands there afterwards; a directory of the name is not ours.
 Result RemoveFile(const String& path) {
     const Result removal = File::Remove(path);
     const bool isGone = removal.Code() == ENOENT || removal.Code() == ENOTDIR || File::IsDirectory(path);
     return isGone ? Result() : removal;
 }
 
-}  // namespace
-
-bool Install(const String& program, const String& linkDir, const String& programDir,
-             const String& environmentScript) {
-    const String wrapper = Path::Join(programDir, program);
-    if (!WriteWrapper(wrapper, WrapperText(wrapper + L".bin", environmentScript))) return false;
-    if (Path::IsMatch(linkDir, programDir)) return true;
-    return !linkDir.IsEmpty() && File::SymLink(wrapper, Path::Join(linkDir, program)).Ok();
+/// True if a file, or a link wherever it leads, stands there that is not the caller's.
+bool IsForeign(const String& path, const OwnsLink& owns) {
+    const bool isLink = File::ReadLink(path).has_value();
+    const bool isFile = File::Exists(path) && !File::IsDirectory(path);
+    return (isLink || isFile) && !owns(path);
 }
 
-Result Uninstall(const String& program, const String& linkDir, const String& programDir) {
+}  // namespace
+
+Result Install(const String& program, const String& linkDir, const String& programDir,
+               const String& environmentScript, const OwnsLink& owns) {
+    const String wrapper = Path::Join(programDir, program);
+    const Result written = File::WriteScript(wrapper, WrapperText(wrapper + L".bin", environmentScript));
+    if (!written || linkDir.IsEmpty() || Path::IsMatch(linkDir, programDir)) return written;
+    return MakeLink(wrapper, Path::Join(linkDir, program), owns);
+}
+
+Result Uninstall(const String& program, const String& linkDir, const String& programDir,
+                 const OwnsLink& owns) {
     Result result;
-    if (!linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir))
-        result = RemoveFile(Path::Join(linkDir, program));
+    if (!linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir)) {
+        const String link = Path::Join(linkDir, program);
+        result = IsForeign(link, owns) ? Result(EEXIST).About(link) : RemoveFile(link);
+    }
     return Worse(result, RemoveFile(Path::Join(programDir, program)));
 }
 

@@ -1,6 +1,7 @@
 // Links to the agent's programs: which programs get one, and the helper's link.
 #include "integration/ProgramLinks.h"
 
+#include <cerrno>
 #include <string_view>
 #include <vector>
 
@@ -10,11 +11,11 @@
 #include "corekit/ini/IniFile.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "run/Keys.h"
+#include "run/Messages.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
-using corekit::Forgive;
 using corekit::String;
 namespace WrapperLinkBackend = deploykit::ItemInstallers::WrapperLinkBackend;
 
@@ -30,14 +31,24 @@ bool GetsLink(const String& program) {
     return program != L"qdn-env" && kKnownPrograms.find(program.View()) != String::npos;
 }
 
+/// The step succeeds whatever could not be made; the operator is told.
+void Warn(const corekit::Result& failure) {
+    if (failure.Code() == EEXIST) {
+        Messages::WarnNotReplaced(failure.Path());
+    } else if (!failure) {
+        Messages::WarnNotMade(failure);
+    }
+}
+
 void LinkPrograms(const String& installDir, const String& linkDir) {
     const String programDir = ProgramDirectory(installDir);
+    const String environment = installDir + Names::kEnvironmentScript;
+    const auto isOurs = [&](const String& link) { return IsAgentLink(link, installDir); };
     std::vector<String> programs;
-    Forgive(FindPrograms(programDir, programs));
+    corekit::Forgive(FindPrograms(programDir, programs));  // without programs there is nothing to link
     for (const String& program : programs) {
         if (!GetsLink(program)) continue;
-        const String environment = installDir + Names::kEnvironmentScript;
-        Forgive(WrapperLinkBackend::Install(program, linkDir, programDir, environment));
+        Warn(WrapperLinkBackend::Install(program, linkDir, programDir, environment, isOurs));
     }
 }
 
@@ -45,7 +56,10 @@ void LinkPrograms(const String& installDir, const String& linkDir) {
 void LinkHelper(const String& linkDir) {
     if (linkDir.IsEmpty() || corekit::Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = corekit::Path::Join(linkDir, Names::kHelperName);
-    Forgive(corekit::File::SymLink(Names::kHelperProgram, link, corekit::File::IfPresent::Keep));
+    const corekit::Result made =
+        corekit::File::SymLink(Names::kHelperProgram, link, corekit::File::IfPresent::Keep);
+    const auto target = corekit::File::ReadLink(link);
+    if (!target || *target != Names::kHelperProgram) Warn(made.About(link));
 }
 
 }  // namespace

@@ -56,10 +56,10 @@ Outcome<> InstallService(const SetupContext& context) {
     if (!conf.ReadResult()) return FailFor(context.confPath, conf.ReadResult());
     const RunLevels levels = SplitRunLevels(GetValue(conf, Key::kStartLevels));
     Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
-    const bool isInstalled =
+    const Result installed =
         RCScriptBackend::Install(Names::kServiceName, TemplatePath(context),
                                  context.settings->Get(L"InstallDir"), levels.startList, levels.stopList);
-    if (!isInstalled) return Fail(kFailed);
+    if (!installed) return FailFor(installed.Path(), installed);
     return {};
 }
 

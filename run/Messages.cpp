@@ -26,6 +26,15 @@ void WarnKept(const String& path, const String& why) {
     Warn(L"WARNING! " + Shown(path) + L" is kept: " + Shown(why) + L".\n");
 }
 
+void WarnNotMade(const corekit::Result& failure) {
+    Warn(L"WARNING! " + Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".\n");
+}
+
+void WarnNotReplaced(const String& path) {
+    if (!g_notReplaced.insert(path).second) return;
+    Warn(L"WARNING! " + Shown(path) + L" is not replaced: it is not a link of the agent's.\n");
+}
+
 String Ascii(const String& text) {
     return String::FromUtf8(corekit::StringEncoder::Ascii(text));
 }

@@ -2,6 +2,9 @@
 // printable by `Shown` first, so that nothing from a file steers the terminal.
 #pragma once
 
+#include <set>
+
+#include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 #include "corekit/text/Text.h"
 
@@ -18,6 +21,15 @@ void Warn(const corekit::String& text);
 
 /// "WARNING! <path> is kept: <why>.", of what should go and does not.
 void WarnKept(const corekit::String& path, const corekit::String& why);
+
+/// "WARNING! <path> could not be made: <why>.", of what the run goes on without.
+void WarnNotMade(const corekit::Result& failure);
+
+/// "WARNING! <path> is not replaced: it is not a link of the agent's.", once for each path in a run.
+void WarnNotReplaced(const corekit::String& path);
+
+/// The paths that WarnNotReplaced has told.
+inline std::set<corekit::String, corekit::Ltstr> g_notReplaced;
 
 /// The value as it may stand in a message: control characters as \xNN.
 inline corekit::String Shown(const corekit::String& value) {

@@ -11,6 +11,7 @@ inline constexpr const wchar_t* kSavedClientConf = L"/etc/client.conf.old";
 inline constexpr const wchar_t* kUnfinished = L"/etc/.unfinished";
 inline constexpr const wchar_t* kUnmoved = L"/etc/.unmoved";
 inline constexpr const wchar_t* kMovedMark = L"/etc/.moved";
+inline constexpr const wchar_t* kUsualInstallDir = L"/opt/zorvane/kell/ksagent";
 inline constexpr const wchar_t* kClientProto = L"/etc/client.proto";
 inline constexpr const wchar_t* kEnvironmentScript = L"/bin/qdn-env";
 inline constexpr const wchar_t* kControlScript = L"/bin/rcscript";

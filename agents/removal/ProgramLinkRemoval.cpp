@@ -1,8 +1,7 @@
 // Which links of each agent version go, and which stay.
 #include "agents/removal/ProgramLinkRemoval.h"
 
-#include <filesystem>
-#include <system_error>
+#include <cerrno>
 #include <vector>
 
 #include "config/AgentPrograms.h"
@@ -29,19 +28,22 @@ void SayRemoving(const String& linkDir) {
 void RemoveHelperLinks(const String& linkDir, RemovalOutcome& left) {
     if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = Path::Join(linkDir, Names::kHelperName);
-    std::error_code error;
-    const auto target = std::filesystem::read_symlink(link.Utf8(), error);
-    if (!linkDir.IsEmpty() && target == String(Names::kHelperProgram).Utf8())
+    const auto target = corekit::File::ReadLink(link);
+    if (!linkDir.IsEmpty() && target && *target == Names::kHelperProgram)
         left.Add(link, corekit::File::Remove(link));
     left.Add(Names::kHelperProgram, corekit::File::Remove(Names::kHelperProgram));
 }
 
-void RemoveWrappers(const String& programDir, const String& linkDir, RemovalOutcome& left) {
+void RemoveWrappers(const String& installDir, const String& linkDir, RemovalOutcome& left) {
+    const String programDir = ProgramDirectory(installDir);
     // Without a link directory there are only the wrappers beside the programs.
     const String& whereLinksAre = linkDir.IsEmpty() ? programDir : linkDir;
+    const auto isOurs = [&](const String& link) { return IsAgentLink(link, installDir); };
     const auto removeLink = [&](const String& program) {
         namespace Backend = deploykit::ItemInstallers::WrapperLinkBackend;
-        left.Add(Path::Join(whereLinksAre, program), Backend::Uninstall(program, whereLinksAre, programDir));
+        const corekit::Result removal = Backend::Uninstall(program, whereLinksAre, programDir, isOurs);
+        if (removal.Code() == EEXIST) Messages::WarnNotReplaced(removal.Path());
+        left.Add(removal.Path(), removal);
     };
     std::vector<String> programs;
     left.Add(programDir, FindPrograms(programDir, programs));
@@ -71,7 +73,7 @@ RemovalOutcome RemoveWrapperLinks(const String& installDir, const String& linkDi
     if (installDir.IsEmpty()) return {};
     SayRemoving(linkDir);
     RemovalOutcome left;
-    RemoveWrappers(ProgramDirectory(installDir), linkDir, left);
+    RemoveWrappers(installDir, linkDir, left);
     return left;
 }
 

@@ -102,6 +102,10 @@ Result Dir::CreateR(const String& path) {
     return above ? Create(path) : above;
 }
 
+Result Dir::RemoveIfEmpty(const String& path) {
+    return Outcome(rmdir(NativePath(path).c_str())).About(path);
+}
+
 Result Dir::FlushEntries(const String& path) {
     const auto directory = OpenDirectory(NativePath(path));
     return (directory ? Flush(directory->Get()) : directory.error()).About(path);

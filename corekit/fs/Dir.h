@@ -54,6 +54,9 @@ class Dir {
     /// number of entries.
     static Result Remove(const String& path);
 
+    /// Removes a directory that is empty; any other stays (ENOTEMPTY).
+    static Result RemoveIfEmpty(const String& path);
+
     /// Moves the entries of `from` into `to` (made when missing, with the owner and the mode of `from`),
     /// across file systems too. What stands in `to` already stays, and what would replace it by something
     /// else stays in `from`: then the result is EEXIST. So does what cannot be moved, whole; the rest is

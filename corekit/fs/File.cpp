@@ -2,6 +2,7 @@
 #include "corekit/fs/File.h"
 
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -80,6 +81,13 @@ Expected<std::string> ReadBytes(const Descriptor& file) {
     if (!info) return info.error();
     if (info->st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
     return ReadAll(file.Get(), kLargestRead);
+}
+
+Expected<String> ReadLink(const String& link) {
+    std::string target(PATH_MAX, '\0');
+    const ssize_t length = readlink(NativePath(link).c_str(), target.data(), target.size());
+    if (length < 0) return Result::FromErrno().About(link);
+    return String::FromUtf8({target.data(), static_cast<std::size_t>(length)});
 }
 
 Result Chmod(const String& path, unsigned mode) {

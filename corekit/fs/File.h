@@ -48,6 +48,9 @@ Result Write(const String& path, const String& text, const Encoding& encoding = 
 Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);
 Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode = 0644);
 
+/// Writes an executable script in the same way; it has mode 0755 even if it replaces a file of another mode.
+Result WriteScript(const String& path, const String& text);
+
 /// Removes a file or link; not a directory, nor a name that the file-system standard gives the host.
 Result Remove(const String& path);
 
@@ -72,6 +75,9 @@ Result Copy(const String& from, const String& to);
 /// or kept (EEXIST).
 enum class IfPresent { Keep, Replace };
 Result SymLink(const String& target, const String& link, IfPresent ifPresent = IfPresent::Replace);
+
+/// Where a symbolic link leads, as it stands in the link; EINVAL for anything else.
+Expected<String> ReadLink(const String& link);
 
 /// Both work on the file itself: a symbolic link is refused (ELOOP).
 Result Chmod(const String& path, unsigned mode);

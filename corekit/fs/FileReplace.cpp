@@ -81,6 +81,12 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
     return (result ? replacement.Commit() : result).About(path);
 }
 
+Result WriteScript(const String& path, const String& text) {
+    constexpr unsigned mode = 0755;
+    const Result result = WriteBytes(path, text.Utf8(), mode);
+    return result ? Chmod(path, mode) : result;
+}
+
 Result Copy(const String& from, const String& to) {
     const auto place = ParentDirectory::Of(to);
     if (!place) return place.error().About(to);

@@ -16,6 +16,7 @@
 
 #include "run/Args.h"
 #include "run/Error.h"
+#include "run/Messages.h"
 
 namespace {
 
@@ -45,6 +46,7 @@ class FreshGlobals : public testing::EmptyTestEventListener {
     void OnTestEnd(const testing::TestInfo&) override {
         Zorvane::AgentInstaller::Args::bQuiet = false;
         Zorvane::AgentInstaller::Args::bNoSearch = false;
+        Zorvane::AgentInstaller::Messages::g_notReplaced.clear();
         Zorvane::AgentInstaller::Error::m_sErrorText = corekit::String();
         clearenv();
         for (std::string& variable : m_environment) putenv(variable.data());

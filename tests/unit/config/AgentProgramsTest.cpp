@@ -41,5 +41,47 @@ TEST(Programs, AreNoneWithoutTheirDirectory) {
     EXPECT_THAT(programs, IsEmpty());
 }
 
+TEST(AgentLink, LeadsBelowAnInstallDirectoryOfTheAgents) {
+    const TempDir dir;
+    const String path = String::FromUtf8(dir / "links/qdn-monitor");
+    const String installDir = String::FromUtf8(dir / "agent");
+    Write(dir / "agent/bin/qdn-monitor", "");
+    Write(dir / "second/etc/client.proto", "");
+    Write(dir / "stranger/bin/qdn-monitor", "");
+    std::filesystem::create_directory(dir / "links");
+    std::filesystem::create_directory_symlink(dir / "agent", dir / "alias");
+    const struct {
+        std::string target;
+        bool isOurs;
+    } table[] = {
+        {dir / "agent/bin/qdn-monitor", true},
+        {dir / "agent/bin/gone", true},
+        {"../agent/bin/qdn-monitor", true},
+        {dir / "alias/bin/qdn-monitor", true},
+        {dir / "second/bin/qdn-monitor", true},
+        {"/opt/zorvane/kell/ksagent/bin/qdn-monitor", true},
+        {dir / "second/other/qdn-monitor", false},
+        {dir / "stranger/bin/qdn-monitor", false},
+        {dir / "agents/bin/qdn-monitor", false},
+        {dir / "agent/../stranger/bin/qdn-monitor", false},
+        {"/usr/bin/true", false},
+        {"true", false},
+    };
+    for (const auto& row : table) {
+        std::filesystem::remove(dir / "links/qdn-monitor");
+        std::filesystem::create_symlink(row.target, dir / "links/qdn-monitor");
+        EXPECT_EQ(IsAgentLink(path, installDir), row.isOurs) << row.target;
+    }
+    EXPECT_FALSE(IsAgentLink(path, L"")) << "the whole host is no install directory";
+    EXPECT_FALSE(IsAgentLink(path, L"/")) << "the whole host is no install directory";
+}
+
+TEST(AgentLink, IsALink) {
+    const TempDir dir;
+    Write(dir / "bin/qdn-monitor", "");
+    EXPECT_FALSE(IsAgentLink(String::FromUtf8(dir / "bin/qdn-monitor"), String::FromUtf8(dir.Path())));
+    EXPECT_FALSE(IsAgentLink(String::FromUtf8(dir / "bin/none"), String::FromUtf8(dir.Path())));
+}
+
 }  // namespace
 }  // namespace Zorvane::AgentInstaller

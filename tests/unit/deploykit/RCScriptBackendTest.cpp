@@ -1,4 +1,5 @@
 // Services installed on hosts of every kind.
+#include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
 
@@ -83,11 +84,27 @@ TEST_F(RCScriptBackendTest, CallsTheFirstToolThatIsFound) {
 }
 
 TEST_F(RCScriptBackendTest, KeepsTheLinksThatAToolMade) {
-    m_host.AddTool("chkconfig", "for n in 2 3 5; do /bin/ln -s ../init.d/agent /etc/rc$n.d/S90agent; done");
+    m_host.AddTool("chkconfig",
+                   "for n in 2 3 5; do /bin/ln -s ../init.d/agent /etc/rc$n.d/S90agent; done\n"
+                   "for n in 0 1 4 6; do /bin/ln -s ../init.d/agent /etc/rc$n.d/K10agent; done");
     EXPECT_TRUE(Install());
     EXPECT_THAT(ServiceHost::Links(),
-                ElementsAre("rc2.d/S90agent -> ../init.d/agent", "rc3.d/S90agent -> ../init.d/agent",
-                            "rc5.d/S90agent -> ../init.d/agent"));
+                ElementsAre("rc0.d/K10agent -> ../init.d/agent", "rc1.d/K10agent -> ../init.d/agent",
+                            "rc2.d/S90agent -> ../init.d/agent", "rc3.d/S90agent -> ../init.d/agent",
+                            "rc4.d/K10agent -> ../init.d/agent", "rc5.d/S90agent -> ../init.d/agent",
+                            "rc6.d/K10agent -> ../init.d/agent"));
+}
+
+TEST_F(RCScriptBackendTest, MakesTheLinksOfTheLevelsThatAToolPassedOver) {
+    m_host.AddTool("chkconfig",
+                   "for n in 2 3 5; do /bin/ln -s ../init.d/agent /etc/rc$n.d/S90agent; done\n"
+                   "/bin/ln -s ../init.d/agent /etc/rc0.d/K10agent");
+    EXPECT_TRUE(Install());
+    EXPECT_THAT(ServiceHost::Links(),
+                ElementsAre("rc0.d/K10agent -> ../init.d/agent", "rc1.d/K01agent -> ../init.d/agent",
+                            "rc2.d/S90agent -> ../init.d/agent", "rc3.d/S90agent -> ../init.d/agent",
+                            "rc4.d/K01agent -> ../init.d/agent", "rc5.d/S90agent -> ../init.d/agent",
+                            "rc6.d/K01agent -> ../init.d/agent"));
 }
 
 TEST_F(RCScriptBackendTest, MakesTheLinksThatAToolLeftOutWhateverItsStatus) {
@@ -122,7 +139,8 @@ TEST_F(RCScriptBackendTest, StartsAServiceWithoutStartLevelsNowhere) {
     m_host.AddTool("chkconfig");
     EXPECT_TRUE(Install(L"", L"0 6"));
     EXPECT_EQ(m_host.Calls(), "chkconfig --add agent\n");
-    EXPECT_THAT(ServiceHost::Links(), IsEmpty());
+    EXPECT_THAT(ServiceHost::Links(),
+                ElementsAre("rc0.d/K01agent -> ../init.d/agent", "rc6.d/K01agent -> ../init.d/agent"));
     EXPECT_TRUE(testfiles::Read(kScript).starts_with("#!/bin/sh\n# chkconfig: - 90 10\n"));
 }
 
@@ -147,12 +165,17 @@ TEST_F(RCScriptBackendTest, MakesNoDirectoriesOfLevelsOnAHostThatHasSystemdInste
 }
 
 TEST_F(RCScriptBackendTest, FailsWithoutAUsableTemplate) {
+    const auto expectFailure = [&](int code) {
+        const corekit::Result result = Install();
+        EXPECT_EQ(result.Code(), code);
+        EXPECT_EQ(result.Path(), String::FromUtf8(m_template));
+    };
     testfiles::Write(m_template, "");
-    EXPECT_FALSE(Install());
+    expectFailure(ENODATA);
     fs::remove(m_template);
-    EXPECT_FALSE(Install());
+    expectFailure(ENOENT);
     fs::create_directory(m_template);
-    EXPECT_FALSE(Install());
+    expectFailure(EISDIR);
     EXPECT_FALSE(testfiles::Exists(kScript));
     EXPECT_THAT(ServiceHost::Links(), IsEmpty());
 }
@@ -168,7 +191,7 @@ TEST_F(RCScriptBackendTest, FailsWhereTheScriptCannotBeWritten) {
 TEST_F(RCScriptBackendTest, FailsWhereNothingWouldStartTheService) {
     fs::remove("/etc/rc3.d");
     testfiles::Write("/etc/rc3.d", "in the way");
-    EXPECT_FALSE(Install(L"3", L""));
+    EXPECT_EQ(Install(L"3", L"").Path(), L"/etc/rc3.d");
     EXPECT_TRUE(Install(L"", L"3"));
     m_host.AddTool("systemctl");
     EXPECT_TRUE(Install(L"3", L""));

@@ -39,8 +39,8 @@ class RCScriptBackendTest : public testing::Test {
   protected:
     RCScriptBackendTest() { testfiles::Write(m_template, kTemplate); }
 
-    bool Install(const corekit::String& start = L"2 3 5", const corekit::String& stop = L"0 1 4 6",
-                 const corekit::String& name = L"agent") const {
+    corekit::Result Install(const corekit::String& start = L"2 3 5", const corekit::String& stop = L"0 1 4 6",
+                            const corekit::String& name = L"agent") const {
         return deploykit::ItemInstallers::RCScriptBackend::Install(
             name, corekit::String::FromUtf8(m_template), L"/opt/z", start, stop);
     }

@@ -62,6 +62,45 @@ TEST_F(RCScriptBackendTest, UninstallRemovesTheUnitAfterSystemctlIsGone) {
     EXPECT_TRUE(fs::is_empty("/etc/systemd/system"));
 }
 
+TEST_F(RCScriptBackendTest, UninstallTellsSystemdWhenTheLastOfTheServiceIsGone) {
+    m_host.AddTool("systemctl", "[ -e /etc/init.d/agent ] && echo 'the script is there' >>$0.saw");
+    fs::create_directories("/run/systemd/system");
+    const std::string tellings = "systemctl daemon-reload\n";
+    struct Case {
+        const char* remains;
+        void (*remove)();
+    };
+    const Case cases[] = {
+        {"all", [] {}},
+        {"script",
+         [] {
+             fs::remove(kUnit);
+             fs::remove_all("/etc/rc3.d");
+         }},
+        {"links",
+         [] {
+             fs::remove(kScript);
+             fs::remove(kUnit);
+         }},
+        {"unit",
+         [] {
+             fs::remove(kScript);
+             fs::remove_all("/etc/rc3.d");
+         }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.remains);
+        fs::create_directories("/etc/rc3.d");
+        ASSERT_TRUE(Install(L"3", L""));
+        c.remove();
+        testfiles::Write(m_host.ToolPath("calls"), "");
+        fs::remove(m_host.ToolPath("systemctl") + ".saw");
+        EXPECT_TRUE(Backend::Uninstall(L"agent"));
+        EXPECT_EQ(m_host.Calls(), tellings);
+        EXPECT_FALSE(testfiles::Exists(m_host.ToolPath("systemctl") + ".saw"));
+    }
+}
+
 TEST_F(RCScriptBackendTest, UninstallSaysThatSomethingStays) {
     const int points = testsupport::FailInTurn(
         {SYS_unlink, SYS_unlinkat}, EIO, [&] { ASSERT_TRUE(Install()); },

@@ -29,7 +29,7 @@ class RunLevelLinksTest : public testing::Test {
 
 TEST_F(RunLevelLinksTest, MakesRelativeLinksInTheLevelsDirectories) {
     testfiles::Write("/etc/init.d/agent", "");
-    RunLevelLinks::Make(L"agent", kLevels);
+    EXPECT_TRUE(RunLevelLinks::Make(L"agent", kLevels));
     EXPECT_THAT(ServiceHost::Links(),
                 ElementsAre("rc0.d/K01agent -> ../init.d/agent", "rc2.d/S99agent -> ../init.d/agent",
                             "rc3.d/S99agent -> ../init.d/agent", "rc5.d/S99agent -> ../init.d/agent",
@@ -43,7 +43,7 @@ TEST_F(RunLevelLinksTest, MakesLinksBelowRcDWhereTheLevelsAreThere) {
     testfiles::Write("/etc/rc.d/init.d/agent", "");
     for (const char* level : {"0", "2", "3", "5", "6"})
         fs::create_directory(std::string("/etc/rc.d/rc") + level + ".d");
-    RunLevelLinks::Make(L"agent", kLevels);
+    EXPECT_TRUE(RunLevelLinks::Make(L"agent", kLevels));
     EXPECT_THAT(ServiceHost::Links("/etc/rc.d"),
                 ElementsAre("rc0.d/K01agent -> ../init.d/agent", "rc2.d/S99agent -> ../init.d/agent",
                             "rc3.d/S99agent -> ../init.d/agent", "rc5.d/S99agent -> ../init.d/agent",
@@ -58,7 +58,7 @@ TEST_F(RunLevelLinksTest, MakesLinksThatLeadToTheScriptWhereTheLevelsAreBesideIt
     fs::create_directory_symlink("init.d", "/etc/rc.d");
     testfiles::Write("/etc/init.d/agent", "");
     fs::create_directory("/etc/init.d/rc3.d");
-    RunLevelLinks::Make(L"agent", {L"3", L""});
+    EXPECT_TRUE(RunLevelLinks::Make(L"agent", {L"3", L""}));
     EXPECT_THAT(ServiceHost::Links("/etc/init.d"), ElementsAre("rc3.d/S99agent -> /etc/init.d/agent"));
     EXPECT_TRUE(RunLevelLinks::Remove(L"agent"));
     EXPECT_THAT(ServiceHost::Links("/etc/init.d"), IsEmpty());
@@ -68,7 +68,7 @@ TEST_F(RunLevelLinksTest, KeepsLinksOfTheKindThatStandThere) {
     testfiles::Write("/etc/init.d/agent", "");
     fs::create_symlink("../init.d/agent", "/etc/rc2.d/S20agent");
     fs::create_symlink("../init.d/agent", "/etc/rc0.d/K90agent");
-    RunLevelLinks::Make(L"agent", {L"23", L"0"});
+    EXPECT_TRUE(RunLevelLinks::Make(L"agent", {L"23", L"0"}));
     EXPECT_THAT(ServiceHost::Links(),
                 ElementsAre("rc0.d/K90agent -> ../init.d/agent", "rc2.d/S20agent -> ../init.d/agent",
                             "rc3.d/S99agent -> ../init.d/agent"));
@@ -76,7 +76,7 @@ TEST_F(RunLevelLinksTest, KeepsLinksOfTheKindThatStandThere) {
 
 TEST_F(RunLevelLinksTest, MakesNoLinkForALevelWithoutADirectory) {
     fs::remove("/etc/rc4.d");
-    RunLevelLinks::Make(L"agent", {L"4", L""});
+    EXPECT_TRUE(RunLevelLinks::Make(L"agent", {L"4", L""}));
     EXPECT_FALSE(testfiles::Exists("/etc/rc4.d"));
     EXPECT_FALSE(RunLevelLinks::AreStartedIn(L"agent", L"4"));
 }

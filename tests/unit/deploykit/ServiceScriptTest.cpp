@@ -56,6 +56,31 @@ TEST(ServiceScript, LeavesCodeAlone) {
         L"#!/bin/sh\n\n# Default-Stop: 0 1 4 6\nrun\n# Default-Start: 9\n");
 }
 
+TEST(ServiceScript, WritesTheLevelsIntoAHeaderThatFollowsCode) {
+    const String script =
+        L"#!/bin/sh\nPATH=/bin\n# chkconfig: 345 90 10\n"
+        L"### BEGIN INIT INFO\n# Default-Start: 3\n# Default-Stop: 0\n### END INIT INFO\n"
+        L"run\n# Default-Start: 9\n# Default-Stop: 9\n";
+    EXPECT_EQ(ExpandServiceTemplate(script, L"/", kLevels),
+              L"#!/bin/sh\nPATH=/bin\n# chkconfig: 235 90 10\n"
+              L"### BEGIN INIT INFO\n# Default-Start: 2 3 5\n# Default-Stop: 0 1 4 6\n### END INIT INFO\n"
+              L"run\n# Default-Start: 9\n# Default-Stop: 9\n");
+}
+
+TEST(ServiceScript, TakesFieldsOfTheLsbHeaderFromItsBlockOnly) {
+    const String script =
+        L"#!/bin/sh\n# Default-Start: 1\n# Provides: no\nA=b\n### BEGIN INIT INFO\n# Provides: yes\n"
+        L"### END INIT INFO\n# Required-Start: no\n";
+    EXPECT_EQ(ServiceHeaderField(script, L"Provides"), L"yes");
+    EXPECT_EQ(ServiceHeaderField(script, L"Required-Start"), L"");
+    EXPECT_EQ(ExpandServiceTemplate(script, L"/", kLevels), script);
+}
+
+TEST(ServiceScript, ReadsThePidFileWhereverItStands) {
+    EXPECT_EQ(ServiceHeaderField(L"#!/bin/sh\nA=b\n# pidfile: /run/a.pid\n", L"pidfile"), L"/run/a.pid");
+    EXPECT_EQ(ServiceHeaderField(L"#!/bin/sh\npidfile: /run/a.pid\n", L"pidfile"), L"");
+}
+
 TEST(ServiceScript, KeepsAMissingLastLineEndAndBlankLines) {
     EXPECT_EQ(ExpandServiceTemplate(L"\n\na\n\n\nb", L"/", kLevels), L"\n\na\n\n\nb");
 }

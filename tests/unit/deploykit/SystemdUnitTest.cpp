@@ -111,13 +111,29 @@ TEST_F(SystemdUnitTest, TellsARunningSystemd) {
     EXPECT_TRUE(SystemdUnit::Install(L"agent", kScript, L"3"));
     EXPECT_EQ(m_host.Calls(), "systemctl daemon-reload\n");
     EXPECT_TRUE(SystemdUnit::Remove(L"agent"));
+    EXPECT_EQ(m_host.Calls(), "systemctl daemon-reload\n") << "the script has to go first";
+    SystemdUnit::Reload();
     EXPECT_EQ(m_host.Calls(), "systemctl daemon-reload\nsystemctl daemon-reload\n");
+}
+
+TEST_F(SystemdUnitTest, ExistsAsLongAsItsFileOrALinkDoes) {
+    EXPECT_FALSE(SystemdUnit::Exists(L"agent"));
+    ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L""));
+    EXPECT_TRUE(SystemdUnit::Exists(L"agent"));
+    ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"5"));
+    fs::remove(kUnit);
+    EXPECT_TRUE(SystemdUnit::Exists(L"agent"));
+    ASSERT_TRUE(SystemdUnit::Remove(L"agent"));
+    EXPECT_FALSE(SystemdUnit::Exists(L"agent"));
+    fs::create_symlink("/dev/null", kUnit);
+    EXPECT_FALSE(SystemdUnit::Exists(L"agent")) << "a mask is the administrator's";
 }
 
 TEST_F(SystemdUnitTest, TellsNobodyWhereSystemdDoesNotRun) {
     m_host.AddTool("systemctl");
     EXPECT_TRUE(SystemdUnit::Install(L"agent", kScript, L"3"));
     EXPECT_TRUE(SystemdUnit::Remove(L"agent"));
+    SystemdUnit::Reload();
     EXPECT_EQ(m_host.Calls(), "");
 }
 

@@ -1,11 +1,11 @@
 // Units made from the headers of service scripts.
 #include <gtest/gtest.h>
 
-#include "deploykit/UnitText.h"
+#include "deploykit/SystemdUnit.h"
 #include "tests/support/PrintString.h"
 
 using corekit::String;
-using deploykit::UnitText;
+using deploykit::SystemdUnit::UnitText;
 
 TEST(UnitText, SaysWhatTheHeaderSays) {
     EXPECT_EQ(UnitText(L"agent",

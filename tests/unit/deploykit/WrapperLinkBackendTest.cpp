@@ -1,4 +1,5 @@
 // Program links: what is written, what an operator's call does, and what stays.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -6,9 +7,12 @@
 #include "corekit/text/String.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/PrintResult.h"
+#include "tests/support/PrintString.h"
 #include "tests/support/Printed.h"
 #include "tests/support/TestFiles.h"
 
+using corekit::Result;
 using corekit::String;
 using testsupport::Printed;
 
@@ -31,12 +35,13 @@ class Installation {
     std::string LinkDir() const { return m_dir / "links"; }
     std::string Link() const { return LinkDir() + "/qdn-monitor"; }
 
-    bool Install(const std::string& linkDir) const {
+    Result Install(const std::string& linkDir, bool ownsAll = true) const {
         return Backend::Install(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()),
-                                String::FromUtf8(Bin() + "/qdn-env"));
+                                String::FromUtf8(Bin() + "/qdn-env"), [=](const String&) { return ownsAll; });
     }
-    bool Uninstall(const std::string& linkDir) const {
-        return Backend::Uninstall(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin())).Ok();
+    Result Uninstall(const std::string& linkDir, bool ownsAll = true) const {
+        return Backend::Uninstall(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()),
+                                  [=](const String&) { return ownsAll; });
     }
 
   private:
@@ -71,6 +76,14 @@ TEST(WrapperLinkBackend, PassesArgumentsAndEnvironmentOnInDirectoriesOfAnyName) 
     }
 }
 
+TEST(WrapperLinkBackend, MakesOnlyTheWrapperWithoutADirectoryOfLinks) {
+    const Installation agent;
+    EXPECT_TRUE(agent.Install(""));
+    EXPECT_TRUE(testfiles::Exists(agent.Wrapper()));
+    EXPECT_FALSE(testfiles::Exists("/qdn-monitor"));
+    EXPECT_FALSE(testfiles::Exists("qdn-monitor"));
+}
+
 TEST(WrapperLinkBackend, MakesOnlyTheWrapperWhereBothDirectoriesAreOne) {
     const Installation agent;
     fs::create_directory_symlink(agent.Bin(), agent.LinkDir() + "/bin");
@@ -82,7 +95,7 @@ TEST(WrapperLinkBackend, MakesOnlyTheWrapperWhereBothDirectoriesAreOne) {
     }
 }
 
-TEST(WrapperLinkBackend, ReplacesWhatStandsInItsPlaces) {
+TEST(WrapperLinkBackend, ReplacesWhatIsTheCallersInItsPlaces) {
     const Installation agent;
     testfiles::Write(agent.LinkDir() + "/bystander", "kept");
     testfiles::Write(agent.Wrapper(), "old", 0600);
@@ -98,9 +111,49 @@ TEST(WrapperLinkBackend, ReplacesWhatStandsInItsPlaces) {
     EXPECT_EQ(fs::read_symlink(agent.Link()), agent.Wrapper());
 }
 
+TEST(WrapperLinkBackend, ReplacesNoFileOrLinkThatIsNotTheCallers) {
+    const Installation agent;
+    testfiles::Write(agent.LinkDir() + "/bystander", "kept");
+    const auto expectForeign = [&](const Result& result) {
+        EXPECT_EQ(result, Result(EEXIST));
+        EXPECT_EQ(result.Path(), String::FromUtf8(agent.Link()));
+    };
+
+    testfiles::Write(agent.Link(), "another program");
+    expectForeign(agent.Install(agent.LinkDir(), false));
+    EXPECT_EQ(testfiles::Read(agent.Link()), "another program");
+    EXPECT_EQ(Printed(agent.Wrapper()), "<env>");
+
+    for (const std::string target : {"bystander", "/nowhere", agent.Bin().c_str()}) {
+        fs::remove(agent.Link());
+        fs::create_symlink(target, agent.Link());
+        expectForeign(agent.Install(agent.LinkDir(), false));
+        EXPECT_EQ(fs::read_symlink(agent.Link()), target);
+    }
+}
+
+TEST(WrapperLinkBackend, RemovesNoFileOrLinkThatIsNotTheCallers) {
+    const Installation agent;
+    testfiles::Write(agent.Link(), "another program");
+    testfiles::Write(agent.Wrapper(), "a wrapper");
+    EXPECT_EQ(agent.Uninstall(agent.LinkDir(), false), Result(EEXIST));
+    EXPECT_EQ(testfiles::Read(agent.Link()), "another program");
+    EXPECT_FALSE(testfiles::Exists(agent.Wrapper()));
+
+    for (const std::string target : {"bystander", "/nowhere", agent.Bin().c_str()}) {
+        fs::remove(agent.Link());
+        fs::create_symlink(target, agent.Link());
+        const Result result = agent.Uninstall(agent.LinkDir(), false);
+        EXPECT_EQ(result, Result(EEXIST));
+        EXPECT_EQ(result.Path(), String::FromUtf8(agent.Link()));
+        EXPECT_EQ(fs::read_symlink(agent.Link()), target);
+    }
+}
+
 TEST(WrapperLinkBackend, LeavesDirectoriesInItsPlacesAlone) {
     const Installation agent;
     testfiles::Write(agent.Link() + "/file", "kept");
+    EXPECT_EQ(agent.Install(agent.LinkDir(), false), Result(EEXIST));
     EXPECT_FALSE(agent.Install(agent.LinkDir()));
     EXPECT_TRUE(agent.Uninstall(agent.LinkDir()));
     EXPECT_EQ(testfiles::Read(agent.Link() + "/file"), "kept");
@@ -113,12 +166,13 @@ TEST(WrapperLinkBackend, LeavesDirectoriesInItsPlacesAlone) {
 
 TEST(WrapperLinkBackend, FailsWithoutAPlaceForTheLinkOrTheWrapper) {
     const Installation agent;
-    EXPECT_FALSE(agent.Install(""));
-    EXPECT_FALSE(testfiles::Exists("/qdn-monitor"));
-    EXPECT_FALSE(testfiles::Exists("qdn-monitor"));
-    EXPECT_FALSE(agent.Install(agent.LinkDir() + "/none"));
+    const Result noLink = agent.Install(agent.LinkDir() + "/none");
+    EXPECT_EQ(noLink, Result(ENOENT));
+    EXPECT_EQ(noLink.Path(), String::FromUtf8(agent.LinkDir() + "/none/qdn-monitor"));
     fs::remove_all(agent.Bin());
-    EXPECT_FALSE(agent.Install(agent.LinkDir()));
+    const Result noWrapper = agent.Install(agent.LinkDir());
+    EXPECT_EQ(noWrapper, Result(ENOENT));
+    EXPECT_EQ(noWrapper.Path(), String::FromUtf8(agent.Wrapper()));
     EXPECT_FALSE(testfiles::Exists(agent.Link()));
 }
 

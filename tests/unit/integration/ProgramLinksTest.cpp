@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "integration/ProgramLinks.h"
+#include "tests/support/Captured.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {
@@ -18,6 +19,13 @@ class ProgramLinks : public testsupport::Installation {
              {"qdn-monitor.bin", "qdn-configure.bin", "qdn-foo.bin", "qdn-env.bin", "other.bin"}) {
             testfiles::Write(std::string("/opt/agent/bin/") + program, "#!/bin/sh\n", 0755);
         }
+    }
+
+    /// What the step writes to standard error; it succeeds in any case.
+    std::string Warnings() {
+        const auto output = testsupport::Captured([&] { EXPECT_TRUE(CreateProgramLinks(m_context)); });
+        EXPECT_EQ(output.out, "");
+        return output.err;
     }
 
     static std::vector<std::string> Names(const std::string& directory) {
@@ -73,10 +81,45 @@ TEST_F(ProgramLinks, WithoutADirectoryThereAreNone) {
     EXPECT_EQ(Names(dir.Path()), std::vector<std::string>{});
 }
 
-TEST_F(ProgramLinks, SomebodyElsesHelperStays) {
+TEST_F(ProgramLinks, LeaveTheHelperOfSomebodyElseAloneAndSaySo) {
     testfiles::Write("/opt/agent/links/qdn-helper", "theirs");
-    EXPECT_TRUE(CreateProgramLinks(m_context));
+    EXPECT_EQ(Warnings(),
+              "WARNING! /opt/agent/links/qdn-helper is not replaced: it is not a link of the agent's.\n");
     EXPECT_EQ(testfiles::Read("/opt/agent/links/qdn-helper"), "theirs");
+}
+
+TEST_F(ProgramLinks, LeaveAProgramOfSomebodyElseAloneAndSaySo) {
+    testfiles::Write("/opt/agent/links/qdn-monitor", "theirs");
+    std::filesystem::create_symlink("/usr/bin/true", "/opt/agent/links/qdn-configure");
+    const std::string warnings = Warnings();
+    for (const std::string path : {"/opt/agent/links/qdn-monitor", "/opt/agent/links/qdn-configure"}) {
+        const std::string warning =
+            "WARNING! " + path + " is not replaced: it is not a link of the agent's.\n";
+        EXPECT_NE(warnings.find(warning), std::string::npos) << warnings;
+    }
+    EXPECT_EQ(testfiles::Read("/opt/agent/links/qdn-monitor"), "theirs");
+    EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/links/qdn-configure"), "/usr/bin/true");
+    EXPECT_TRUE(testfiles::Exists("/opt/agent/bin/qdn-monitor"));
+    EXPECT_EQ(Warnings(), "") << "each is told once in a run";
+}
+
+TEST_F(ProgramLinks, ReplaceThoseOfAnAgentInAnotherDirectory) {
+    testfiles::Write("/opt/former/etc/client.proto", "");
+    std::filesystem::create_symlink("/opt/former/bin/qdn-monitor", "/opt/agent/links/qdn-monitor");
+    EXPECT_EQ(Warnings(), "");
+    EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/links/qdn-monitor"), "/opt/agent/bin/qdn-monitor");
+}
+
+TEST_F(ProgramLinks, TellWhyOneCouldNotBeMade) {
+    std::filesystem::remove_all("/opt/agent/links");
+    std::filesystem::create_directories("/opt/agent/bin/qdn-monitor");
+    const std::string warnings = Warnings();
+    for (const std::string warning :
+         {"WARNING! /opt/agent/bin/qdn-monitor could not be made: Is a directory.\n",
+          "WARNING! /opt/agent/links/qdn-configure could not be made: No such file or directory.\n",
+          "WARNING! /opt/agent/links/qdn-helper could not be made: No such file or directory.\n"}) {
+        EXPECT_NE(warnings.find(warning), std::string::npos) << warnings;
+    }
 }
 
 TEST_F(ProgramLinks, AMissingProgramDirectoryIsNoFailure) {

@@ -128,6 +128,22 @@ TEST_F(WrapperLinks, AreThoseOfTheAgentsProgramsOnly) {
     EXPECT_TRUE(HasLink("qdn-directory"));
 }
 
+TEST_F(WrapperLinks, StayWithAWarningWhereTheyAreNotTheAgents) {
+    for (const char* program : {"qdn-policymanager", "qdn-monitor"})
+        std::filesystem::remove(m_links + "/" + program);
+    Write(m_links + "/qdn-monitor", "an administrator's own");
+    Link(m_links + "/qdn-policymanager", "/usr/bin/true");
+    const auto output =
+        Captured([&] { RemoveWrapperLinks(String::FromUtf8(m_agent), String::FromUtf8(m_links)); });
+    for (const char* program : {"qdn-policymanager", "qdn-monitor"}) {
+        EXPECT_TRUE(HasLink(program)) << program;
+        EXPECT_FALSE(Exists(Program(program))) << program;
+        const std::string warning =
+            "WARNING! " + m_links + "/" + program + " is not replaced: it is not a link of the agent's.\n";
+        EXPECT_NE(output.err.find(warning), std::string::npos) << output.err;
+    }
+}
+
 TEST_F(WrapperLinks, OfTheMonitorGoEvenWithoutItsProgram) {
     std::filesystem::remove(Program("qdn-monitor.bin"));
     RemoveWrappers(m_links);

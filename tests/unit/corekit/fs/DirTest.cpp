@@ -164,6 +164,20 @@ TEST(DirCreateR, FailsOnAReadOnlyFileSystemUnlessAllIsThere) {
     EXPECT_EQ(Dir::CreateR(dir("mounted/a/c")), Result(EROFS));
 }
 
+TEST(DirRemoveIfEmpty, LeavesEverythingElse) {
+    const Workspace dir;
+    fs::create_directories(dir / "full/empty");
+    testfiles::Write(dir / "file", "");
+    fs::create_directory_symlink("full/empty", dir / "link");
+    EXPECT_EQ(Dir::RemoveIfEmpty(dir("full")), Result(ENOTEMPTY));
+    EXPECT_EQ(Dir::RemoveIfEmpty(dir("file")), Result(ENOTDIR));
+    EXPECT_EQ(Dir::RemoveIfEmpty(dir("link")), Result(ENOTDIR));
+    EXPECT_EQ(Dir::RemoveIfEmpty(dir("none")), Result(ENOENT));
+    EXPECT_EQ(Dir::RemoveIfEmpty(L""), Result(ENOENT));
+    EXPECT_TRUE(Dir::RemoveIfEmpty(dir("full/empty")));
+    EXPECT_FALSE(testfiles::Exists(dir / "full/empty"));
+}
+
 TEST(DirFlushEntries, TakesADirectoryAlone) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");

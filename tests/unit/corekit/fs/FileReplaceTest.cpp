@@ -196,6 +196,18 @@ TEST(FileWrite, NeedsNeitherAFlushNorRandomNumbersFromASystemThatHasNone) {
     EXPECT_EQ(testfiles::Read(dir / "file"), "new");
 }
 
+TEST(FileWriteScript, MakesAScriptExecutableWhateverStoodThere) {
+    const Workspace dir;
+    EXPECT_TRUE(File::WriteScript(dir("new"), L"#!/bin/sh\n"));
+    EXPECT_EQ(testfiles::Mode(dir / "new"), 0755U);
+    EXPECT_EQ(testfiles::Read(dir / "new"), "#!/bin/sh\n");
+    testfiles::Write(dir / "old", "old", 0600);
+    EXPECT_TRUE(File::WriteScript(dir("old"), L"new"));
+    EXPECT_EQ(testfiles::Mode(dir / "old"), 0755U);
+    EXPECT_EQ(testfiles::Read(dir / "old"), "new");
+    EXPECT_EQ(File::WriteScript(dir("none/script"), L""), Result(ENOENT));
+}
+
 TEST(FileCopy, CopiesContentAndModeInOneStep) {
     const Workspace dir;
     testfiles::Write(dir / "from", std::string(200000, 'x'), 0751);

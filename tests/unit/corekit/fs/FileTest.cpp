@@ -150,6 +150,27 @@ TEST(FileRead, RefusesWhatNoMemoryShouldHold) {
     EXPECT_EQ(File::ReadBytes(dir("file")), Result(EFBIG));
 }
 
+TEST(FileReadLink, GivesWhatTheLinkSays) {
+    const Workspace dir;
+    const std::string longest(4095, 'x');
+    for (const std::string& target : {std::string("../a"), std::string("/nowhere/caf\xe9"), longest}) {
+        fs::remove(dir / "link");
+        fs::create_symlink(target, dir / "link");
+        const auto read = File::ReadLink(dir("link"));
+        ASSERT_TRUE(read);
+        EXPECT_EQ(*read, String::FromUtf8(target));
+    }
+}
+
+TEST(FileReadLink, FailsForAnythingElse) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    EXPECT_EQ(File::ReadLink(dir("file")).Outcome(), Result(EINVAL));
+    EXPECT_EQ(File::ReadLink(dir("")).Outcome(), Result(EINVAL));
+    EXPECT_EQ(File::ReadLink(dir("none")).Outcome(), Result(ENOENT));
+    EXPECT_EQ(File::ReadLink(dir("none")).error().Path(), dir("none"));
+}
+
 TEST(FileChmod, SetsTheModeToTheBit) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
