@@ -5,13 +5,15 @@ namespace Zorvane::AgentInstaller::Names {
 
 inline constexpr const wchar_t* kServiceName = L"zorvane";
 
+// Where the package is installed unless it is told otherwise.
+inline constexpr const wchar_t* kUsualInstallDir = L"/opt/zorvane/kell/ksagent";
+
 // Below an install directory.
 inline constexpr const wchar_t* kClientConf = L"/etc/client.conf";
 inline constexpr const wchar_t* kSavedClientConf = L"/etc/client.conf.old";
 inline constexpr const wchar_t* kUnfinished = L"/etc/.unfinished";
 inline constexpr const wchar_t* kUnmoved = L"/etc/.unmoved";
 inline constexpr const wchar_t* kMovedMark = L"/etc/.moved";
-inline constexpr const wchar_t* kUsualInstallDir = L"/opt/zorvane/kell/ksagent";
 inline constexpr const wchar_t* kClientProto = L"/etc/client.proto";
 inline constexpr const wchar_t* kEnvironmentScript = L"/bin/qdn-env";
 inline constexpr const wchar_t* kControlScript = L"/bin/rcscript";

@@ -56,6 +56,66 @@ END
     expect_missing /etc/rc?.d/*zorvane /etc/init.d/zorvane
 }
 
+# A systemd that runs, whose tool notes what it is told and what there is of the service then.
+given_systemd() {
+    mkdir -p /run/systemd/system /usr/local/bin
+    cat >/usr/local/bin/systemctl <<'END'
+#!/bin/sh
+for path in /etc/init.d/zorvane /etc/rc?.d/*zorvane /etc/systemd/system/zorvane.service; do
+    [ ! -e "$path" ] || there=yes
+done
+echo "$* ${there:-nothing is there}" >>/run/systemd/told
+END
+    chmod 0755 /usr/local/bin/systemctl
+}
+
+@test "systemd is told when the last of the service is gone, by a clean and where it is not started at boot" {
+    given_the_package
+    given_systemd
+    given_plain_xml
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    [ "$(tail -n 1 /run/systemd/told)" = "daemon-reload yes" ]
+    qdn_configure -clean "$agent" -quiet
+    expect_status 0
+    [ "$(tail -n 1 /run/systemd/told)" = "daemon-reload nothing is there" ]
+
+    given_the_package
+    given_plain_xml
+    sed -i 's/StartupOnBoot="yes"/StartupOnBoot="no"/' "/tmp/$xml"
+    : >/run/systemd/told
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    [ "$(tail -n 1 /run/systemd/told)" = "daemon-reload nothing is there" ]
+}
+
+@test "a template whose header follows code gets the run levels too" {
+    given_the_package
+    sed -i '1a PATH=/usr/sbin:/usr/bin:/sbin:/bin' "$agent/etc/"rcscript.proto.*
+    given_plain_xml
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    [ "$(sed -n 2p /etc/init.d/zorvane)" = PATH=/usr/sbin:/usr/bin:/sbin:/bin ]
+    grep -qx '# Default-Start: 3 5' /etc/init.d/zorvane
+    grep -qx '# Default-Stop: 0 1 2 4 6' /etc/init.d/zorvane
+    grep -q '^# chkconfig: 35 ' /etc/init.d/zorvane
+}
+
+@test "a program of the host's in the place of a link stays, when the agent is configured and when it is cleaned" {
+    given_the_package
+    given_plain_xml
+    echo theirs >/usr/bin/qdn-monitor
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    grep -qxF "WARNING! /usr/bin/qdn-monitor is not replaced: it is not a link of the agent's." "$desk/err"
+    [ "$(cat /usr/bin/qdn-monitor)" = theirs ]
+    [ -x "$agent/bin/qdn-monitor" ]
+    [ "$(readlink /usr/bin/qdn-configure)" = "$agent/bin/qdn-configure" ]
+    qdn_configure -clean "$agent" -quiet
+    expect_status 0
+    [ "$(cat /usr/bin/qdn-monitor)" = theirs ]
+}
+
 @test "not started at boot, the agent keeps a control script of its own and no registration" {
     given_the_package
     given_plain_xml
