@@ -3,7 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
+#include "preview/ClientConfKeys.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 #include "run/Rehearsal.h"
@@ -30,6 +32,13 @@ void AddStores(const String& installDir, Json& stores) {
     }
 }
 
+/// The keys of the new client.conf; null without one.
+Json ConfigurationAt(const String& path) {
+    const auto bytes = corekit::File::ReadBytes(path);
+    if (!bytes) return nullptr;
+    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(*bytes)}};
+}
+
 void AddPlaces(const Settings& settings, Json& places) {
     for (const SettingName name : kDirectories) {
         const String directory = ExpandPathMacros(settings.Get(name), settings.Get(kInstallDir));
@@ -54,7 +63,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
         const String installDir = settings->Get(kInstallDir);
         AddStores(installDir, record["stores"]);
         AddPlaces(*settings, record["places"]);
-        record["client_conf"] = {{"path", (installDir + Names::kClientConf).Utf8()}};
+        record["client_conf"] = ConfigurationAt(installDir + Names::kClientConf);
     }
     return record.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -25,13 +25,12 @@ constexpr std::size_t kLongestFile = std::size_t{8} << 20;
 constexpr std::size_t kLongest = std::size_t{64} << 10;
 constexpr const char* kNoFile = "/dev/null";
 
-/// One side: what stands in the file, none of one that is no text.
-std::optional<std::string> ReadText(const std::string& path) {
+/// What stands in the file; none where it is too long or cannot be read.
+std::optional<std::string> ReadShort(const std::string& path) {
     const auto file = corekit::OpenAt(AT_FDCWD, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
     if (!file) return std::nullopt;
     const auto bytes = corekit::ReadAll(file->Get(), kLongestFile);
-    if (!bytes || !IsText(*bytes)) return std::nullopt;
-    return *bytes;
+    return bytes ? std::optional(*bytes) : std::nullopt;
 }
 
 /// All lines with the sign of one side.
@@ -105,12 +104,13 @@ Difference DifferenceOf(const Change& change, const std::string& notesDir, std::
     const bool hasBefore = IsFile(change.before);
     const bool hasAfter = IsFile(change.after);
     if ((change.before && !hasBefore) || (change.after && !hasAfter)) return difference;
-    const auto before = hasBefore ? ReadText(change.beforeAt) : std::string();
-    const auto after = hasAfter ? ReadText(change.afterAt) : std::string();
+    const auto before = hasBefore ? ReadShort(change.beforeAt) : std::string();
+    const auto after = hasAfter ? ReadShort(change.afterAt) : std::string();
     if (!before || !after) return difference;
     const std::string maskedBefore = Masked(*before, &secrets);
     const std::string maskedAfter = Masked(*after, &secrets);
     difference.hasSecrets = maskedBefore != *before || maskedAfter != *after;
+    if (change.action == Action::Change || !IsText(*before) || !IsText(*after)) return difference;
 
     const std::string label = corekit::Text::Printable(String::FromUtf8(change.path)).Utf8();
     if (!hasBefore || !hasAfter) {

@@ -59,11 +59,6 @@ Json StateAsJson(const std::optional<FileState>& state, const std::string& at, b
     return json;
 }
 
-bool HasDiff(const Change& change) {
-    return change.action == Action::Create || change.action == Action::Replace ||
-           change.action == Action::Remove;
-}
-
 bool IsInStore(const Change& change, const std::vector<std::string>& stores) {
     return std::ranges::any_of(stores,
                                [&](const std::string& store) { return IsAtOrBelow(change.path, store); });
@@ -86,7 +81,7 @@ Json ChangeAsJson(const Change& change, const HostCopy& copy, const std::vector<
     json["after"] = StateAsJson(change.after, change.afterAt, withHash);
     if (!change.attributes.empty()) json["attributes"] = change.attributes;
     json["diff"] = nullptr;
-    if (!HasDiff(change)) return json;
+    if (change.action == Action::Move) return json;
     const Difference difference = DifferenceOf(change, copy.NotesDir(), secrets);
     if (difference.text && !IsInStore(change, stores)) json["diff"] = *difference.text;
     if (difference.hasSecrets) json[kSecret] = true;

@@ -39,6 +39,9 @@ constexpr std::string_view kKernelDirs[] = {"/proc", "/sys", "/dev"};
 constexpr const char* kOverlayOptions[] = {",redirect_dir=on,metacopy=on,index=off",
                                            ",redirect_dir=on,index=off", ",userxattr", ""};
 
+/// Every command may write here, whatever its settings are.
+constexpr std::string_view kNeededDirs[] = {"/", "/etc", "/etc/init.d", "/usr/bin", "/opt", "/tmp", "/run"};
+
 constexpr const char* kDevices[] = {"null", "zero", "full", "random", "urandom", "tty"};
 
 Failure Impossible(const String& why) {
@@ -78,6 +81,11 @@ bool IsDirectory(const std::string& path) {
 bool IsKernels(const Mount& mount) {
     return std::ranges::any_of(kKernelDirs,
                                [&](std::string_view dir) { return IsAtOrBelow(mount.point, dir); });
+}
+
+bool IsNeeded(const Mount& mount, const std::vector<Mount>& mounts) {
+    return std::ranges::any_of(kNeededDirs,
+                               [&](std::string_view dir) { return *MountOf(mounts, dir) == mount; });
 }
 
 /// In a changed root that is no mount point, the mounts of the namespace are reached from its own root only.
@@ -150,7 +158,7 @@ Outcome<> HostCopy::CopyMount(const Mount& mount) {
     const bool isOwn = std::ranges::find(kOwnTypes, mount.type) != std::end(kOwnTypes);
     if (isOwn && (mount.flags & MS_RDONLY) == 0) {
         Outcome<> copied = Overlay(mount, layer);
-        if (copied || mount.point == "/") return copied;
+        if (copied || IsNeeded(mount, m_mounts)) return copied;
     }
     return ShowReadOnly(mount, layer.lower);
 }

@@ -1,0 +1,84 @@
+# Whatever is configured, upgraded or cleaned on whatever host: a preview changes nothing, and what it says is what the
+# run then does. Random installations; SEED=number repeats those of a run that failed, NUMBER=number makes more of them.
+load support
+load old-agent
+load random-installation
+
+eval "seed() { echo ${SEED:-$SRANDOM}; }" # functions are what a session is given
+eval "how_many() { echo ${NUMBER:-70}; }"
+
+truth() { "$project/tests/support/preview-truth.py" "$@"; }
+
+# What the picked agent is configured on: nothing, an old agent in its place, or one that is somewhere else.
+given_what_is_there() {
+    unset QDNCLIENT_CONFIG_FILE
+    pick nothing "in place" moving && there=$picked
+    pick 5.6 6.0 6.0SP1 6.0SP2 6.1 6.2 && old=$picked
+    [ "$there" != nothing ] || return 0
+    olddir=$installdir
+    [ "$there" = "in place" ] || olddir=/opt/old/agent
+    mkdir -p /usr/bin
+    given_an_old_agent "$old" "$olddir"
+    export QDNCLIENT_CONFIG_FILE=$olddir/etc/client.conf
+}
+
+lay_the_package_over() {
+    mkdir -p "$installdir"
+    cp -a "$desk/package/." "$installdir"
+    sed -i "s/^agent_minor=.*/agent_minor=${version% *}/; s/^agent_build=.*/agent_build=${version#* }/" \
+        "$installdir/etc/client.proto"
+}
+
+# The run, with the words of the preview before it.
+run_it() {
+    status=0
+    (cd / && QDNCLIENT_CONFIG_XML_DIR=$desk "$program" "$@" >"$desk/out" 2>"$desk/err") || status=$?
+}
+
+prove() {
+    truth snapshot "$desk/tree-before"
+    run_it -preview -json -out "$desk/document" "$@"
+    local foretold=$status
+    truth snapshot "$desk/tree-previewed"
+    truth same "$desk/tree-before" "$desk/tree-previewed"
+    cp "$desk/err" "$desk/err-foretold"
+    run_it "$@"
+    truth snapshot "$desk/tree-after"
+    truth predict "$desk/tree-before" "$desk/document" "$desk/tree-after"
+    [ "$status" -eq "$foretold" ] || fail "status $status, and $foretold was foretold"
+    same "standard error" "$desk/err" <"$desk/err-foretold"
+    python3 -c 'import json, sys; sys.stdout.write(json.load(open(sys.argv[1]))["output"])' "$desk/document" >"$desk/out-foretold"
+    same "standard output" "$desk/out" <"$desk/out-foretold"
+}
+
+prove_one() {
+    pick_installation
+    given_the_picked_xml
+    given_a_foreign_host
+    given_what_is_there
+    lay_the_package_over
+    prove -configure -noimode -nosearch
+    mkdir -p "$(expanded "$logdir")" # an upgrade has its log where it was
+    if [ "$status" -eq 0 ]; then given_a_life_of_the_agent; fi
+    in_one_of 2 || prove -clean "$installdir"
+}
+
+clear_all() {
+    clear_the_host
+    rm -rf /opt/old /etc/inetd.conf /usr/bin/qdn-* /etc/init.d/zorvane
+    find /etc -name '[SK][0-9][0-9]zorvane' -delete
+}
+
+@test "what a preview says is what the run does, and the preview changes nothing" {
+    echo "seed $(seed)"
+    trap 'declare -p number there old installdir bindir queue tasks packages swd logdir tempdir guiddir version boot \
+        anyone guid levels helper foreign; cp "$desk/document" /tmp 2>/dev/null' EXIT
+    "$project/package/lay-down" "$desk/package" "$program"
+    RANDOM=$(seed)
+    for ((number = 1; number <= $(how_many); ++number)); do
+        prove_one
+        clear_all
+    done
+}
+
+each_test_is_a_session

@@ -1,0 +1,261 @@
+# What a preview shows, how it ends, and that the host is as it was whatever becomes of it.
+load support
+load old-agent
+
+truth() { "$project/tests/support/preview-truth.py" "$@"; }
+
+# The document, checked against its schema.
+expect_valid() {
+    python3 - "$project/docs/schema/preview-1.json" "$1" <<'END'
+import json, sys
+import jsonschema
+schema, document = (json.load(open(name, encoding="utf-8")) for name in sys.argv[1:])
+jsonschema.Draft202012Validator.check_schema(schema)
+jsonschema.validate(document, schema, jsonschema.Draft202012Validator)
+END
+}
+
+# field EXPRESSION [FILE]: a part of the document, `d`, as JSON.
+field() {
+    python3 -c 'import json, sys; d = json.load(open(sys.argv[1])); print(json.dumps(eval(sys.argv[2])))' "${2:-$desk/out}" "$1"
+}
+
+expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expected $2"; }
+
+@test "the report lists what would change, and nothing is changed" {
+    given_the_package
+    given_plain_xml
+    truth snapshot "$desk/tree-before"
+    qdn_configure -preview -configure -noimode
+    truth snapshot "$desk/tree-after"
+    truth same "$desk/tree-before" "$desk/tree-after"
+    expect_no_changes
+    expect_status 0
+    expect_no_errors
+    grep -qx "  create   -r-xr--r-- 0:0  /etc/init.d/zorvane" "$desk/out"
+    grep -qx "  change   -r--r--r-- 0:0  $agent/etc/client.proto (was rw-r--r-- 0:0)" "$desk/out"
+    grep -qx "  remove   -rw------- 0:0  /tmp/$xml" "$desk/out"
+    grep -qx "Creating directory: $agent/var/queue  Result: OK" "$desk/out"
+    [ "$(head -n 1 "$desk/out")" = "$banner" ]
+    tail -n 1 "$desk/out" | grep -qx '[0-9]* changes: [0-9]* created, [0-9]* changed, 1 removed\. The command would succeed (status 0)\.'
+}
+
+@test "the differences of a file that is replaced are shown" {
+    given_an_old_agent 6.2
+    sed -i '/^Location=/d' "$agent/etc/client.conf" # it is no UTF-8
+    given_the_package
+    qdn_configure -preview -configure -noimode
+    expect_status 0
+    grep -qx -e "--- $agent/etc/client.conf" "$desk/out"
+    grep -qx -e "+++ $agent/etc/client.conf" "$desk/out"
+    grep -qx -e "-# Configuration of the agent" "$desk/out"
+}
+
+@test "the document is valid and is all that standard output holds" {
+    given_the_package
+    given_plain_xml
+    qdn_configure -preview -json -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_valid "$desk/out"
+    expect_field 'd["command"]' '["-configure", "-noimode"]'
+    expect_field 'd["version"] + d["output"].split("\n")[0]' "\"$("$program" -version | sed -n 's/^qdn-configure //p')$banner\""
+    expect_field '[c["action"] for c in d["changes"] if c["path"] == "/etc/init.d/zorvane"]' '["create"]'
+    expect_field '[k["value"] for k in d["client_conf"]["keys"] if k["key"] == "installdir"]' "[\"$agent\"]"
+    expect_field 'd["agent"]' '{"stop": false, "start": false}'
+    [ "$(tail -c 1 "$desk/out" | od -An -c | tr -d ' ')" = '\n' ]
+}
+
+@test "that the agent would be started is said, and it is not" {
+    given_the_package
+    given_plain_xml
+    sed -i 's/Start="no"/Start="yes"/' "/tmp/$xml"
+    qdn_configure -preview -json -configure -noimode
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_field 'd["agent"]["start"]' true
+    if ps -e | grep qdn-; then fail "something runs"; fi
+}
+
+@test "with -exit-code, 2 says that something would change" {
+    given_the_package
+    given_plain_xml
+    qdn_configure -preview -exit-code -configure -noimode
+    expect_status 2
+    qdn_configure -preview -exit-code -clean /nowhere
+    expect_status 0
+    tail -n 1 "$desk/out" | grep -qx 'Nothing would change\. The command would succeed (status 0)\.'
+}
+
+@test "a command that would fail gives its error and its status" {
+    given_the_package
+    qdn_configure -preview -exit-code -configure -noimode
+    expect_status 1
+    grep -q '^ERROR: No configuration file found' "$desk/err"
+    tail -n 1 "$desk/out" | grep -q 'The command would fail (status 1)\.$'
+    qdn_configure -preview -json -configure -noimode
+    expect_status 1
+    expect_valid "$desk/out"
+    expect_field 'd["error"].startswith("No configuration file found")' true
+}
+
+@test "a wrong command line shows its usage, of the previewed command too" {
+    local words
+    for words in "" "-json" "-out" "-bogus" "-preview -configure" "-help" "-json -nothing"; do
+        # shellcheck disable=SC2086 # several words
+        qdn_configure -preview $words
+        expect_status 120
+        grep -q '^Usage: qdn-configure.bin -preview \[-json\]' "$desk/out"
+    done
+    qdn_configure -preview -json -configure -bogus
+    expect_status 120
+    grep -q '^Usage: qdn-configure.bin -preview -configure \[options\]' "$desk/out"
+    qdn_configure -preview -configure -dir
+    expect_status 120
+    expect_errors <<<"Option '-dir' requires an argument."
+    qdn_configure -preview -clean
+    expect_status 120
+    grep -q '^Usage: qdn-configure.bin -preview -clean <Agent-Base-Dir>' "$desk/out"
+    expect_no_changes
+}
+
+@test "what would refuse the command is said, and the preview goes on" {
+    given_the_package
+    given_plain_xml
+    cp "$(command -v sleep)" /tmp/qdn-plugin
+    /tmp/qdn-plugin 600 >/dev/null 2>&1 &
+    qdn_configure -preview -json -configure -noimode
+    kill $!
+    wait
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_field 'd["refused"]' '"The Zorvane Agent for UNIX and Linux is already running. Stop the agent before running qdn-configure."'
+    expect_field 'd["changed"]' true
+
+    flock /run/lock/qdn-configure.lock sleep 600 &
+    local holder=$!
+    until grep -q FLOCK.*WRITE /proc/locks; do sleep 0.01; done
+    qdn_configure -preview -json -configure -noimode
+    pkill -P $holder sleep
+    wait $holder || true
+    expect_status 0
+    expect_field 'd["refused"]' '"Another run of qdn-configure is in progress."'
+
+    echo '<Solution name="x"/>' >"$agent/etc/config.xml"
+    qdn_configure -preview -json -clean "$agent"
+    expect_status 0
+    expect_field 'd["refused"].split("\n")[0]' '"There are some solutions that depend on Zorvane Agent for UNIX and Linux."'
+}
+
+@test "no password is shown, and its file is told apart by -out alone" {
+    given_an_old_agent 6.2
+    given_the_package
+    printf '[Client Transport]\nProxy_PassWord = geheim!\n' >>"$agent/etc/client.conf"
+    given_plain_xml
+    sed -i 's,</KSAgentConfiguration>,<ExtraConfigSettings><Setting Section="Proxy" Name="password" Value="secret!"/></ExtraConfigSettings>&,' "/tmp/$xml"
+    qdn_configure -preview -json -out "$desk/kept" -configure -noimode
+    expect_status 0
+    local document
+    for document in "$desk/out" "$desk/kept"; do
+        expect_valid "$document"
+        expect_no_line 'geheim\|secret!' "$document"
+    done
+    grep -q 'Name=..password.. Value=..\*\*\*' "$desk/out"
+    expect_field '[c["before"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf")]' '[null]'
+    expect_field '[c["after"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf.old")]' '[null]'
+    [ "$(stat -c %a "$desk/kept")" = 600 ]
+    qdn_configure -preview -configure -noimode
+    expect_no_line 'geheim\|secret!' "$desk/out"
+    qdn_configure -configure -noimode
+    expect_status 0
+    grep -q 'geheim' "$agent/etc/client.conf.old"
+    [ "$(field '[c["after"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf.old")][0]' "$desk/kept")" = "\"$(sha256sum <"$agent/etc/client.conf.old" | cut -d ' ' -f 1)\"" ]
+}
+
+@test "questions are asked before the preview is shown" {
+    given_the_package
+    printf '%s\n' https://kell.example.com:8083 "$agent" no 'rc3;rc5' '' '' '' '' '' '' '' '' '' no >"$desk/answers"
+    list_files >"$desk/before"
+    status=0
+    "$program" -preview -json -iconfigure <"$desk/answers" >"$desk/out" 2>"$desk/err" || status=$?
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_field '[k["value"] for k in d["client_conf"]["keys"] if k["key"] == "server-1"]' '["kell.example.com:8083"]'
+    expect_no_changes
+}
+
+@test "where it is not possible, one line says why, and the status is 1" {
+    given_the_package
+    given_plain_xml
+    chmod 755 /run /run/session
+    status=0
+    setpriv --reuid 1234 --clear-groups "$program" -preview -configure -noimode >"$desk/out" 2>"$desk/err" || status=$?
+    expect_status 1
+    expect_output <<<"$banner"
+    grep -q '^ERROR: A preview is not possible here: ' "$desk/err"
+    [ "$(wc -l <"$desk/err")" -eq 1 ]
+    status=0
+    setpriv --reuid 1234 --clear-groups "$program" -preview -json -configure -noimode >"$desk/out" 2>"$desk/err" || status=$?
+    expect_status 1
+    expect_valid "$desk/out"
+    expect_field 'd["possible"]' false
+}
+
+@test "an agent on a file system that cannot be copied is refused" {
+    given_the_package
+    given_plain_xml
+    mkdir -p /opt/other/lower /opt/other/upper /opt/other/work /opt/other/top
+    local deep=/opt/other/deep
+    mkdir -p $deep/upper $deep/work
+    mount -t overlay overlay -o lowerdir=/usr/share,upperdir=/opt/other/upper,workdir=/opt/other/work /opt/other/top
+    mkdir /opt/other/deepest
+    mount -t overlay overlay -o lowerdir=/opt/other/lower:/etc/init.d,upperdir=$deep/upper,workdir=$deep/work /opt/other/deepest
+    sed -i "s,<InstallDir>,<BinDir>/opt/other/top</BinDir>&," "/tmp/$xml"
+    qdn_configure -preview -configure -noimode
+    expect_status 1
+    grep -q '^ERROR: A preview is not possible here: /opt/other/top is on a file system (overlay at /opt/other/top) that cannot be copied' "$desk/err"
+}
+
+# What runs here, but for this shell's own children.
+processes() { ps -e -o pid=,comm= | grep -v ' ps$\| grep$\| bash$\| cut$' | sort; }
+
+@test "a preview that is interrupted or killed at any moment leaves nothing" {
+    given_the_package
+    given_plain_xml
+    truth snapshot "$desk/tree-before"
+    local signal delay
+    for signal in INT KILL TERM; do
+        for delay in 0.00 0.01 0.02 0.03 0.04 0.05 0.07 0.1 0.15 0.2; do
+            "$program" -preview -configure -noimode >/dev/null 2>&1 &
+            local pid=$!
+            sleep $delay
+            kill -$signal $pid 2>/dev/null || true
+            wait $pid || true
+        done
+    done
+    # Those that it had started end with it, at once but not before it.
+    local tries
+    for ((tries = 0; tries < 100; ++tries)); do
+        processes | grep -q qdn-configure || break
+        sleep 0.1
+    done
+    if processes | grep qdn-configure; then fail "a process is left"; fi
+    truth snapshot "$desk/tree-after"
+    truth same "$desk/tree-before" "$desk/tree-after"
+}
+
+@test "previews run beside each other and beside a run" {
+    given_the_package
+    given_plain_xml
+    local number
+    for number in 1 2 3 4 5 6 7 8 9; do
+        "$program" -preview -json -configure -noimode >"$desk/document$number" 2>/dev/null &
+    done
+    qdn_configure -configure -noimode
+    expect_status 0
+    wait
+    for number in 1 2 3 4 5 6 7 8 9; do expect_valid "$desk/document$number"; done
+    expect_value Configuration installdir "$agent"
+}
+
+each_test_is_a_session
