@@ -6,11 +6,13 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::IniFile;
 using corekit::String;
 using testfiles::TempDir;
 using testfiles::Write;
-using namespace Zorvane::AgentInstaller;
 
 TEST(ConfiguredPaths, GivesADirectoryOneSlashAtItsEnd) {
     EXPECT_EQ(UsableDirectory(L"/opt/agent"), L"/opt/agent/");
@@ -91,3 +93,6 @@ TEST(ConfiguredPaths, FollowsLinks) {
     EXPECT_EQ(NamedWithin(conf, String::FromUtf8(temp / "real")),
               std::vector<String>{String::FromUtf8(temp / "link/var")});
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

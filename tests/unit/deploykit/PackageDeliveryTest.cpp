@@ -7,6 +7,8 @@
 using deploykit::PackageDelivery::Package;
 using deploykit::PackageDelivery::PackageUser;
 
+namespace {
+
 TEST(PackageDelivery, WritesAPackageWithItsUser) {
     PackageUser user;
     user.Set(L"Name", L"Zorvane.SWD");
@@ -41,3 +43,5 @@ TEST(PackageDelivery, HasNoRecordForATextThatXmlCannotHold) {
     package.AddUser(user);
     EXPECT_EQ(package.ToString(), L"");
 }
+
+}  // namespace

@@ -7,6 +7,8 @@
 using corekit::String;
 using deploykit::SystemdUnit::UnitText;
 
+namespace {
+
 TEST(UnitText, SaysWhatTheHeaderSays) {
     EXPECT_EQ(UnitText(L"agent",
                        L"#!/bin/sh\n"
@@ -86,3 +88,5 @@ TEST(UnitText, KnowsTheFacilitiesOfBothSpellings) {
         EXPECT_TRUE(UnitText(L"a", c.header, {}).Contains(expected)) << String(c.header).Utf8();
     }
 }
+
+}  // namespace

@@ -6,8 +6,7 @@
 #include "tests/support/Captured.h"
 #include "tests/support/TestFiles.h"
 
-using Zorvane::AgentInstaller::IsReinstallPending;
-
+namespace Zorvane::AgentInstaller {
 namespace {
 
 constexpr const char* kMarker = "/tmp/ksclt/.reinstall-client.conf";
@@ -21,8 +20,6 @@ class ReinstallMarker : public testing::Test {
         return testsupport::Captured([&] { EXPECT_EQ(IsReinstallPending(), expected); }).err;
     }
 };
-
-}  // namespace
 
 TEST_F(ReinstallMarker, SaysNoWhereThereIsNone) {
     EXPECT_EQ(Ask(false), "");
@@ -45,3 +42,6 @@ TEST_F(ReinstallMarker, IsNotBelievedWhenItIsALink) {
     EXPECT_EQ(Ask(false),
               "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: it is not a regular file.\n");
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -10,17 +10,15 @@
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::IniFile;
 using corekit::String;
 using testfiles::Exists;
 using testfiles::Read;
 using testfiles::TempDir;
 using testfiles::Write;
-using Zorvane::AgentInstaller::DataMove;
-using Zorvane::AgentInstaller::MoveData;
-using Zorvane::AgentInstaller::RemoveOldInstallation;
-
-namespace {
 
 constexpr const char* kStoreKeys[] = {"event_queue_dir", "task_storage_path", "swd_storage_path",
                                       "package_storage_path"};
@@ -68,8 +66,6 @@ class SmallDisk {
   private:
     const char* m_path;
 };
-
-}  // namespace
 
 TEST_F(Relocation, MovesEachStoreThatHasAnotherPlace) {
     for (const std::string key : kStoreKeys) {
@@ -357,3 +353,6 @@ TEST_F(Relocation, RemovesNoHostDirectory) {
     EXPECT_TRUE(Exists("/usr/local/lib/any"));
     std::filesystem::remove("/usr/local/lib/any");
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

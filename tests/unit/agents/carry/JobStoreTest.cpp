@@ -7,12 +7,12 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::String;
 using testfiles::Read;
 using testfiles::Write;
-using Zorvane::AgentInstaller::ConvertJobs;
-
-namespace {
 
 const std::string kStore = "/opt/jobs/";
 const std::string kOld = kStore + "{ab-1}";
@@ -46,8 +46,6 @@ class JobStore : public testing::Test {
     void SetUp() override { std::filesystem::create_directories(kStore); }
     void TearDown() override { std::filesystem::remove_all(kStore); }
 };
-
-}  // namespace
 
 TEST_F(JobStore, CarriesAJobIntoTodaysLayout) {
     Write(kOld + ".qdn-job-info", kInfo, 0640);
@@ -118,3 +116,6 @@ TEST_F(JobStore, DoesNothingWithoutAStore) {
     for (const String store : {L"", L"/", L"jobs", L"/opt/missing"}) ConvertJobs(store);
     EXPECT_EQ(Contents(), contents);
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

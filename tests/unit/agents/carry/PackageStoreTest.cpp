@@ -12,14 +12,14 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::AttributeMap;
 using corekit::BasicXml;
 using corekit::String;
 using testfiles::Read;
 using testfiles::Write;
-using Zorvane::AgentInstaller::ConvertPackages;
-
-namespace {
 
 const std::string kStore = "/opt/packages/";
 const std::string kOld = kStore + "{ab-1}";
@@ -62,8 +62,6 @@ class PackageStore : public testing::Test {
     void SetUp() override { std::filesystem::create_directories(kOld); }
     void TearDown() override { std::filesystem::remove_all("/opt/packages"); }
 };
-
-}  // namespace
 
 TEST_F(PackageStore, CarriesAPackageIntoTodaysLayout) {
     Write(kOld + "/data", "data");
@@ -264,3 +262,6 @@ TEST_F(PackageStore, DoesNothingWithoutAStore) {
     std::filesystem::current_path(before);
     EXPECT_EQ(Contents(), contents);
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

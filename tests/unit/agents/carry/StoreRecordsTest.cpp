@@ -8,14 +8,14 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::String;
 using testfiles::Exists;
 using testfiles::Read;
 using testfiles::TempDir;
 using testfiles::Write;
-using namespace Zorvane::AgentInstaller;
-
-namespace {
 
 String PathOf(const TempDir& directory, const std::string& name) {
     return String::FromUtf8(directory / name);
@@ -26,8 +26,6 @@ bool ReadInfo(const std::string& content, Fields& fields) {
     Write(temp / "info", content);
     return ReadFields(PathOf(temp, "info"), L"Info", fields);
 }
-
-}  // namespace
 
 TEST(StoreRecords, NamesFieldsInCamelCase) {
     const std::pair<const wchar_t*, const wchar_t*> names[] = {
@@ -170,3 +168,6 @@ TEST(StoreRecords, SaysThatAFileIsMovedOnlyWhenItIs) {
     };
     EXPECT_GT(testsupport::FailInTurn(testsupport::kFileCalls, EACCES, prepare, move, check), 3);
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

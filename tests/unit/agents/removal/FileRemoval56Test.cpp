@@ -11,15 +11,14 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::IniFile;
 using corekit::String;
 using testfiles::Exists;
 using testfiles::TempDir;
 using testfiles::Write;
-using Zorvane::AgentInstaller::RemovalOutcome;
-using Zorvane::AgentInstaller::RemoveInstalledFiles56;
-
-namespace {
 
 constexpr const char* kUsualDir = "/opt/zorvane/kell/ksagent";
 
@@ -133,8 +132,6 @@ std::set<std::string> NamesIn(const std::string& directory) {
         names.insert(entry.path().filename());
     return names;
 }
-
-}  // namespace
 
 TEST_F(FileRemoval56, RemovesNothing_WhenClientConfCannotBeRead) {
     WriteAll({kGo.begin(), kGo.end()});
@@ -419,3 +416,6 @@ TEST_F(FileRemoval56, KeepsThePathsThatTheNewConfigurationNames) {
     EXPECT_TRUE(Exists("/tmp/qdn-agent/var/a"));
     std::filesystem::remove_all("/tmp/qdn-agent");
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -15,16 +15,15 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::IniFile;
 using corekit::String;
 using testfiles::Exists;
 using testfiles::TempDir;
 using testfiles::Write;
 using testsupport::WithRoot;
-using Zorvane::AgentInstaller::RemoveGeneratedFiles60;
-using Zorvane::AgentInstaller::RemoveInstalledFiles60;
-
-namespace {
 
 constexpr const char* kAgent = "/opt/agent";
 constexpr const char* kMarker = "/tmp/ksclt/.reinstall-client.conf";
@@ -118,8 +117,6 @@ constexpr const char* kNotGenerated[] = {
     "etc/client.proto",  "etc/client.conf.12345", "etc/client.conf.1234567", "etc/other",
     "bin/qdn-agent.bin", "var/qdn-client.log.1",  "qdn-bootstrap",
 };
-
-}  // namespace
 
 // The stores are links here: of a store that is one, the link goes and the agent's files behind it go,
 // nothing else.
@@ -458,3 +455,6 @@ TEST_F(FileRemoval60, KeepsGeneratedFilesThatTheNewConfigurationNames) {
         EXPECT_EQ(Exists("/opt/agent/" + file), isNamed) << file;
     }
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -7,13 +7,13 @@
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
+namespace Zorvane::AgentInstaller {
+namespace {
+
 using corekit::String;
 using corekit::File::HostDirectory;
 using testfiles::Exists;
 using testfiles::Write;
-using Zorvane::AgentInstaller::KeepList;
-
-namespace {
 
 Zorvane::AgentInstaller::RemovalOutcome left;  // by all of them
 
@@ -38,8 +38,6 @@ class KeepListTest : public testing::Test {
         return names;
     }
 };
-
-}  // namespace
 
 TEST_F(KeepListTest, KeepsNothingOnAClean) {
     const KeepList none = Of("");
@@ -128,3 +126,6 @@ TEST_F(KeepListTest, EmptiesNoHostDirectoryBehindALink) {
     Of("installdir=/opt/agent\n").RemoveOthersInTree(L"/opt/agent/etc", left);
     EXPECT_TRUE(Exists("/etc/passwd"));
 }
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller

@@ -12,7 +12,10 @@
 #include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
 
-namespace corekit {
+using corekit::Descriptor;
+using corekit::Result;
+using corekit::TakeExtendedAttributes;
+
 namespace {
 
 class ExtendedAttributes : public testing::Test {
@@ -65,4 +68,3 @@ TEST_F(ExtendedAttributes, AreNone_WhenTheFileSystemHasNone) {
 }
 
 }  // namespace
-}  // namespace corekit

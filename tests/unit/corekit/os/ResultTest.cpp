@@ -12,6 +12,8 @@ using corekit::IsTransient;
 using corekit::Result;
 using corekit::Worse;
 
+namespace {
+
 TEST(Result, IsSuccessByDefault) {
     const Result result;
     EXPECT_TRUE(result.Ok());
@@ -94,3 +96,5 @@ TEST(Expected, TellsThePathThatAFailureConcerns) {
     EXPECT_EQ(Expected<int>(Result(EIO)).About(L"/a").error().Path(), L"/a");
     EXPECT_EQ(*Expected<int>(7).About(L"/a"), 7);
 }
+
+}  // namespace

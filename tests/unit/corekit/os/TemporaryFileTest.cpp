@@ -11,6 +11,8 @@ using testfiles::NamesIn;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+namespace {
+
 TEST(TemporaryFile, GoesWithItsOwner) {
     const testfiles::TempDir dir;
     testfiles::Write(dir / "file", "");
@@ -59,3 +61,5 @@ TEST(TemporaryFile, IsIndependentOfTheOthers) {
     TemporaryFile::RemoveAll();
     EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
 }
+
+}  // namespace

@@ -7,6 +7,8 @@
 
 using corekit::String;
 
+namespace {
+
 TEST(String, GivesPartsThatMayReachPastTheEnd) {
     const String text = L"configure";
     EXPECT_EQ(text.Mid(3), L"figure");
@@ -131,3 +133,5 @@ TEST(String, KeepsNulCharacters) {
     EXPECT_EQ(text.Utf8(), std::string("a\0b", 3));
     EXPECT_EQ(String::FromUtf8(std::string("a\0b", 3)), text);
 }
+
+}  // namespace

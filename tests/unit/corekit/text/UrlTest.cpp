@@ -7,6 +7,8 @@
 using corekit::String;
 using corekit::Url;
 
+namespace {
+
 TEST(Url, ReadsSchemeHostAndPort) {
     const struct {
         const wchar_t* text;
@@ -111,3 +113,5 @@ TEST(Url, TakesAnotherProtocol) {
     EXPECT_EQ(url.GetHost(), L"srv");
     EXPECT_TRUE(url.IsValid());
 }
+
+}  // namespace

@@ -6,6 +6,8 @@
 
 using corekit::Version;
 
+namespace {
+
 TEST(Version, HoldsThreeNumbers) {
     Version version;
     EXPECT_EQ(version, Version(0, 0, 0));
@@ -27,3 +29,5 @@ TEST(Version, IsWrittenAsMajorAndMinor) {
     EXPECT_EQ(Version(10, 12, 0).ToString(L"_"), L"10_12");
     EXPECT_EQ(Version(6, 0, 0).ToString(L""), L"60");
 }
+
+}  // namespace

@@ -7,6 +7,8 @@
 using corekit::HasWildcard;
 using corekit::MatchesWildcard;
 
+namespace {
+
 TEST(Wildcard, IsAnyOfStarQuestionMarkAndBracket) {
     for (const char* pattern : {"*", "a?", "[", "x[a]"}) EXPECT_TRUE(HasWildcard(pattern)) << pattern;
     for (const char* pattern : {"", "a", "{a,b}", "]", "\\", ".", "a b"})
@@ -48,3 +50,5 @@ TEST(Wildcard, MatchesNothingWithANul) {
     EXPECT_FALSE(MatchesWildcard(std::string("a\0*", 3), "a"));
     EXPECT_FALSE(MatchesWildcard(std::string("\0", 1), "a"));
 }
+
+}  // namespace
