@@ -88,14 +88,11 @@ END
     mkdir -m 0600 "$agent/etc/client.conf.old"
     QDN_INSTALL_AUTOSTART=no qdn_configure -configure -noimode
     expect_status 1
-    expect_errors <<<"ERROR: Unable to write to file: $agent/etc/client.conf.old"
+    expect_errors <<END
+ERROR: Unable to write to file: $agent/etc/client.conf.old
+  $agent/etc/client.conf.old: Is a directory
+END
     expect_no_changes
-}
-
-# The first call of the host's tool is the end of the program.
-given_a_tool_that_kills() {
-    printf '#!/bin/sh\nkill -KILL "$(pgrep -x qdn-configure.b)"\n' >/usr/sbin/chkconfig
-    chmod 0755 /usr/sbin/chkconfig
 }
 
 @test "a run that was killed is run again" {
@@ -112,19 +109,19 @@ given_a_tool_that_kills() {
     expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
 }
 
-@test "an upgrade to another directory that ended between the two configurations is finished from etc/client.conf.old" {
+@test "an upgrade to another directory that was killed is finished from etc/client.conf.old" {
     given_an_old_agent 6.2 "$elsewhere"
     given_the_package
-    mkdir "$agent/etc/client.conf"
+    given_a_tool_that_kills
     export QDN_INSTALL_AUTOSTART=no
     QDNCLIENT_CONFIG_FILE=$elsewhere/etc/client.conf qdn_configure -configure -noimode -dir "$agent"
-    expect_status 1
-    expect_errors <<<"ERROR: Failed to create the new config file: $agent/etc/client.conf"
-    expect_missing "$elsewhere"
-    rmdir "$agent/etc/client.conf"
+    expect_status 137
+    rm /usr/sbin/chkconfig
+    expect_plain_files "$agent/etc/client.conf.old" "$agent/etc/.unfinished"
     example 3
     expect_value "Kell Servers" server-1 old.example:8083
     expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
+    expect_missing "$agent/etc/.unfinished"
 }
 
 @test "a clean that was killed is repeated" {

@@ -61,6 +61,12 @@ given_plain_xml() {
 END
 }
 
+# A tool for services whose first call is the end of the program.
+given_a_tool_that_kills() {
+    printf '#!/bin/sh\nkill -KILL "$(pgrep -x qdn-configure.b)"\n' >/usr/sbin/chkconfig
+    chmod 0755 /usr/sbin/chkconfig
+}
+
 # --- The program
 
 # Runs the program, without a terminal and unless told otherwise without input; keeps both streams, the status, and
