@@ -11,8 +11,8 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
+#include "corekit/text/Regex.h"
 #include "corekit/text/Url.h"
-#include "corekit/text/Wildcard.h"
 #include "corekit/xml/BasicXml.h"
 
 using corekit::BasicXml;

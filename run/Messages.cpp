@@ -31,7 +31,7 @@ void WarnNotMade(const corekit::Result& failure) {
 }
 
 void WarnNotReplaced(const String& path) {
-    if (!g_notReplaced.insert(path).second) return;
+    if (!pathsNotReplaced.insert(path).second) return;
     Warn(L"WARNING! " + Shown(path) + L" is not replaced: it is not a link of the agent's.\n");
 }
 

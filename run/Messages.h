@@ -29,7 +29,7 @@ void WarnNotMade(const corekit::Result& failure);
 void WarnNotReplaced(const corekit::String& path);
 
 /// The paths that WarnNotReplaced has told.
-inline std::set<corekit::String, corekit::Ltstr> g_notReplaced;
+inline std::set<corekit::String, corekit::Ltstr> pathsNotReplaced;
 
 /// The value as it may stand in a message: control characters as \xNN.
 inline corekit::String Shown(const corekit::String& value) {

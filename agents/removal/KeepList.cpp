@@ -8,7 +8,7 @@
 #include "config/ConfiguredPaths.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/HostDirectories.h"
-#include "corekit/text/Wildcard.h"
+#include "corekit/text/Regex.h"
 #include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {

@@ -8,7 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
-#include "corekit/text/Wildcard.h"
+#include "corekit/text/Regex.h"
 #include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {

@@ -12,7 +12,7 @@
 #include "corekit/fs/Path.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
-#include "corekit/text/Wildcard.h"
+#include "corekit/text/Regex.h"
 
 namespace corekit {
 

@@ -10,7 +10,7 @@
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "corekit/os/SystemCall.h"
-#include "corekit/text/Wildcard.h"
+#include "corekit/text/Regex.h"
 
 namespace corekit::File {
 

@@ -12,7 +12,7 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
-#include "corekit/text/Wildcard.h"
+#include "corekit/text/Regex.h"
 
 namespace corekit {
 

@@ -1,6 +1,7 @@
-// POSIX extended regular expressions on the platform's own matcher.
+// Patterns on the platform's own matchers.
 #include "corekit/text/Regex.h"
 
+#include <fnmatch.h>
 #include <regex.h>
 
 namespace corekit {
@@ -62,6 +63,15 @@ bool RegexMatcher::Match() {
 
 String RegexMatcher::Text(std::size_t index) const {
     return index < m_groups.size() ? m_groups[index] : String();
+}
+
+bool HasWildcard(const std::string& pattern) {
+    return pattern.find_first_of("*?[") != std::string::npos;
+}
+
+bool MatchesWildcard(const std::string& pattern, const char* name) {
+    if (pattern.find('\0') != std::string::npos) return false;
+    return pattern.empty() || fnmatch(pattern.c_str(), name, FNM_PERIOD | FNM_NOESCAPE) == 0;
 }
 
 }  // namespace corekit

@@ -1,6 +1,7 @@
-// POSIX extended regular expressions over wide text.
+// Patterns: POSIX extended regular expressions over wide text, and shell wildcards for names.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "corekit/text/String.h"
@@ -14,7 +15,7 @@ class Regex {
     explicit Regex(const String& pattern) : m_pattern(pattern) {}
     const String& Pattern() const { return m_pattern; }
 
-    /// Does the pattern occur in the text?
+    /// True if the pattern occurs in the text.
     static bool IsMatch(const String& pattern, const String& text);
 
   private:
@@ -26,11 +27,11 @@ class RegexMatcher {
   public:
     RegexMatcher(const Regex& regex, const String& text);
 
-    /// Searches; true when the expression occurs.
+    /// Searches; true if the expression occurs.
     bool Match();
 
-    /// What group `index` matched (0 is the whole match); empty without a match or for a group that took no
-    /// part.
+    /// What group `index` matched (0 is the whole match); "" without a match, or if the group took no part in
+    /// it.
     String Text(std::size_t index) const;
 
   private:
@@ -38,5 +39,12 @@ class RegexMatcher {
     String m_text;
     std::vector<String> m_groups;
 };
+
+/// True if the pattern has any of "*", "?" and "[".
+bool HasWildcard(const std::string& pattern);
+
+/// True if the name matches a shell wildcard: "*" takes no leading dot, "\" stands for itself. An empty
+/// pattern matches every name, one with a NUL none.
+bool MatchesWildcard(const std::string& pattern, const char* name);
 
 }  // namespace corekit

@@ -25,7 +25,9 @@ class Version {
     constexpr auto operator<=>(const Version&) const = default;
 
     /// Major and minor number joined by the separator, as in 6.0.
-    String ToString(const String& separator) const;
+    String ToString(const String& separator) const {
+        return String::FromInt(m_major) + separator + String::FromInt(m_minor);
+    }
 
   private:
     int m_major = 0;

@@ -46,7 +46,7 @@ class FreshGlobals : public testing::EmptyTestEventListener {
     void OnTestEnd(const testing::TestInfo&) override {
         Zorvane::AgentInstaller::Args::bQuiet = false;
         Zorvane::AgentInstaller::Args::bNoSearch = false;
-        Zorvane::AgentInstaller::Messages::g_notReplaced.clear();
+        Zorvane::AgentInstaller::Messages::pathsNotReplaced.clear();
         Zorvane::AgentInstaller::Error::m_sErrorText = corekit::String();
         clearenv();
         for (std::string& variable : m_environment) putenv(variable.data());
