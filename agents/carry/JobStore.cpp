@@ -18,6 +18,7 @@ namespace {
 constexpr const wchar_t* kSection = L"JobInfo";
 constexpr const wchar_t* kDownload = L"Download";
 constexpr const wchar_t* kInfoSuffix = L".qdn-job-info";
+constexpr const wchar_t* kXmlSuffix = L".qdn-job-xml";
 
 XmlElement Element(const wchar_t* name, const Fields& fields) {
     XmlElement element(name);
@@ -36,14 +37,23 @@ String JobRecord(const Fields& fields, const String& oldXml) {
     return job.ToString();
 }
 
-void ConvertJob(const String& store, const String& name) {
-    const String infoPath = store + name + kInfoSuffix;
-    Fields fields;
-    String xml;
-    if (!ReadFields(infoPath, kSection, fields)) return;
-    if (!ReadXmlRecord(store + name + L".qdn-job-xml", xml)) return;
-    if (!WriteRecord(store + L".qdn-job-xml-" + name.Upper(), JobRecord(fields, xml), infoPath)) return;
-    corekit::Forgive(corekit::File::Remove(infoPath));
+/// `stem` is the path of the old records without their suffixes.
+Outcome<> ConvertJob(const String& stem, const String& newPath) {
+    const String infoPath = stem + kInfoSuffix;
+    const auto fields = ReadFields(infoPath, kSection);
+    if (!fields) return tl::unexpected(fields.error());
+    const auto xml = ReadXmlRecord(stem + kXmlSuffix);
+    if (!xml) return tl::unexpected(xml.error());
+    const auto written = WriteRecord(newPath, JobRecord(*fields, *xml), infoPath);
+    if (written) corekit::Forgive(corekit::File::Remove(infoPath));
+    return written;
+}
+
+/// Converts the job whose record is there; nothing where there is none.
+void ConvertIfPresent(const String& stem, const String& store, const String& name) {
+    const String infoPath = stem + kInfoSuffix;
+    if (!corekit::File::Exists(infoPath) || corekit::File::IsDirectory(infoPath)) return;
+    WarnUnlessConverted(infoPath, ConvertJob(stem, store + kXmlSuffix + L"-" + name.Upper()));
 }
 
 }  // namespace
@@ -51,10 +61,14 @@ void ConvertJob(const String& store, const String& name) {
 void ConvertJobs(const String& jobStore) {
     const String store = UsableDirectory(jobStore);
     if (store.IsEmpty()) return;
-    const String pattern = String(L"{*") + kInfoSuffix;
-    corekit::Forgive(corekit::Dir::Scan(store, pattern, [&store](const corekit::FileInfo& entry) {
-        if (!entry.isDirectory) {
-            ConvertJob(store, entry.name.Left(entry.name.Length() - String(kInfoSuffix).Length()));
+    corekit::Forgive(corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
+        const String directory = store + entry.name + L"/";
+        if (entry.isDirectory) {
+            ConvertIfPresent(directory + entry.name, store, entry.name);
+            ConvertIfPresent(directory, store, entry.name);
+        } else if (entry.name.EndsWith(kInfoSuffix)) {
+            const String name = entry.name.Left(entry.name.Length() - String(kInfoSuffix).Length());
+            ConvertIfPresent(store + name, store, name);
         }
         return true;
     }));

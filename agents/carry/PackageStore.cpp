@@ -37,12 +37,17 @@ bool IsUserField(const String& name) {
     return std::ranges::any_of(kUserFields, [&](const wchar_t* field) { return name == field; });
 }
 
-/// The old records as fields; false when they cannot all be read.
-bool ReadPackage(const String& infoPath, const String& xmlPath, Fields& fields) {
-    String xml;
-    if (!ReadFields(infoPath, kSection, fields) || !ReadXmlRecord(xmlPath, xml)) return false;
-    const String version = corekit::BasicXml(xml).GetText(kInternalVersion).Trim();
-    return version.IsEmpty() || AddField(fields, kInternalVersion, version);
+/// The old records as fields.
+Outcome<Fields> ReadPackage(const String& infoPath, const String& xmlPath) {
+    auto fields = ReadFields(infoPath, kSection);
+    if (!fields) return fields;
+    const auto xml = ReadXmlRecord(xmlPath);
+    if (!xml) return tl::unexpected(xml.error());
+    const String version = corekit::BasicXml(*xml).GetText(kInternalVersion).Trim();
+    if (version.IsEmpty()) return fields;
+    const auto added = AddField(*fields, kInternalVersion, version);
+    if (!added) return tl::unexpected(added.error());
+    return fields;
 }
 
 /// The record of today; what older agents did not record goes ahead, so that what they did prevails.
@@ -64,17 +69,18 @@ String PackageRecord(const Fields& fields) {
     return package.ToString();
 }
 
-void ConvertPackage(const String& store, const String& name) {
+Outcome<> ConvertPackage(const String& store, const String& name) {
     const String infoPath = store + name + L".qdn-pkg-info";
     const String newName = name.Upper();
-    Fields fields;
-    if (!ReadPackage(infoPath, store + name + L".qdn-pkg-xml", fields)) return;
-    if (!WriteRecord(store + L".qdn-pkg-xml-" + newName, PackageRecord(fields), infoPath)) return;
-    bool areMoved = true;
-    for (const wchar_t* file : {L".qdn-pkg-codebases", L".qdn-pkg-snapshot"})
-        areMoved = MoveIfPresent(store + name + file, store + file + L"-" + newName) && areMoved;
+    const auto fields = ReadPackage(infoPath, store + name + L".qdn-pkg-xml");
+    if (!fields) return tl::unexpected(fields.error());
+    Outcome<> converted = WriteRecord(store + L".qdn-pkg-xml-" + newName, PackageRecord(*fields), infoPath);
+    for (const wchar_t* file : {L".qdn-pkg-codebases", L".qdn-pkg-snapshot"}) {
+        if (converted) converted = MoveIfPresent(store + name + file, store + file + L"-" + newName);
+    }
     // As long as it is there, the next run converts the package again.
-    if (areMoved) corekit::Forgive(corekit::File::Remove(infoPath));
+    if (converted) corekit::Forgive(corekit::File::Remove(infoPath));
+    return converted;
 }
 
 }  // namespace
@@ -83,7 +89,9 @@ void ConvertPackages(const String& packageStore) {
     const String store = UsableDirectory(packageStore);
     if (store.IsEmpty()) return;
     corekit::Forgive(corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
-        if (entry.isDirectory) ConvertPackage(store, entry.name);
+        const String infoPath = store + entry.name + L".qdn-pkg-info";
+        if (entry.isDirectory && corekit::File::Exists(infoPath))
+            WarnUnlessConverted(infoPath, ConvertPackage(store, entry.name));
         return true;
     }));
 }

@@ -14,8 +14,8 @@ namespace Zorvane::AgentInstaller {
 /// stand there too where the old record does not say otherwise. Code bases and snapshot take their new names;
 /// NAME.qdn-pkg-info goes.
 ///
-/// A package whose record cannot be read, or written as XML without loss, stays as it is; nothing is
-/// reported. The second time nothing changes.
+/// A package whose record cannot be read, or written as XML without loss, stays as it is and is told:
+/// "WARNING! <path> is not converted: <why>." The second time nothing changes.
 void ConvertPackages(const corekit::String& packageStore);
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,11 +1,10 @@
 // Reading and replacing the records of older stores so that nothing they held is lost.
 #include "agents/carry/StoreRecords.h"
 
-#include <filesystem>
-#include <optional>
+#include <cerrno>
+#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
-#include <utility>
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/ParentDirectory.h"
@@ -13,6 +12,7 @@
 #include "corekit/ini/IniFile.h"
 #include "corekit/os/SystemCall.h"
 #include "corekit/text/Text.h"
+#include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -23,37 +23,20 @@ namespace File = corekit::File;
 
 namespace {
 
-/// Is there an entry before the section, or another section?
-bool HoldsMoreThan(const String& section, const String& text) {
-    const String header = L"[" + section + L"]";
-    bool isWithin = false;
-    corekit::StringTokenizer lines(text, L"\r\n");
-    for (String line; lines.GetToken(line);) {
-        line = line.Trim();
-        isWithin = isWithin || line == header;
-        const bool isHeader = line.StartsWith(L"[");
-        if (isHeader ? line != header : !isWithin && line.Contains(L"=")) return true;
-    }
-    return false;
+constexpr mode_t kPermissions = 0777;
+
+/// The records of a package or job are small; a larger file is none.
+constexpr std::size_t kLargestRecord = std::size_t(16) << 20;
+
+/// The entry itself, if only a link that leads nowhere.
+corekit::Expected<struct stat> Find(const String& path) {
+    return corekit::StatOf(AT_FDCWD, corekit::NativePath(path));
 }
 
-std::optional<unsigned> ModeOf(const String& path) {
-    constexpr unsigned kPermissions = 0777;
-    std::error_code error;
-    const auto status = std::filesystem::status(path.Utf8(), error);
-    if (error) return std::nullopt;
-    return static_cast<unsigned>(status.permissions()) & kPermissions;
-}
-
-/// Success when there is something of that name, if only a link that leads nowhere.
-Result Find(const String& path) {
-    struct stat info {};
-    return corekit::Outcome(lstat(corekit::NativePath(path).c_str(), &info));
-}
-
-/// What the system does not tell may well be there.
+/// Where the system does not tell, the path counts as existing.
 bool IsThere(const String& path) {
-    return !IsNotFound(Find(path));
+    const auto found = Find(path);
+    return found || !IsNotFound(found.error());
 }
 
 bool IsCopy(const String& path, const String& original) {
@@ -71,43 +54,64 @@ String FieldName(const String& key) {
     return name;
 }
 
-bool AddField(Fields& fields, const String& name, const String& text) {
+Outcome<> AddField(Fields& fields, const String& name, const String& text) {
     const auto [field, isNew] = fields.emplace(name, text);
-    return isNew || field->second == text;
+    if (isNew || field->second == text) return {};
+    return Fail(L"it has two values for ", name);
 }
 
-bool ReadFields(const String& path, const String& section, Fields& fields) {
-    auto bytes = File::ReadBytes(path);
-    if (!bytes || HoldsMoreThan(section, String::FromUtf8(*bytes))) return false;
+Outcome<Fields> ReadFields(const String& path, const String& section) {
+    const IniFile record(path, IniFile::KeyCase::Exact, kLargestRecord);
+    if (!record.ReadResult()) return Fail(GetErrorMsg(record.ReadResult()));
     IniFile::Entries entries;
-    IniFile(path, std::move(*bytes), IniFile::KeyCase::Exact).GetEntries(section, entries);
+    record.GetEntries(section, entries);
+    if (entries.empty() && !record.Values().empty()) return Fail(L"it has no section ", section);
+    Fields fields;
     for (const auto& [key, value] : entries) {
-        if (!AddField(fields, FieldName(key), value)) return false;
+        if (const auto added = AddField(fields, FieldName(key), value); !added)
+            return tl::unexpected(added.error());
     }
-    return true;
+    return fields;
 }
 
-bool ReadXmlRecord(const String& path, String& text) {
-    if (!IsThere(path)) return true;
-    const auto read = File::Read(path);
-    if (read) text = *read;
-    return read.has_value();
+Outcome<String> ReadXmlRecord(const String& path) {
+    if (!IsThere(path)) return String();
+    const auto bytes = File::ReadBytes(path);
+    if (!bytes) return Fail(path + L": " + GetErrorMsg(bytes.error()));
+    if (bytes->size() > kLargestRecord) return Fail(path + L": " + GetErrorMsg(Result(EFBIG)));
+    return String::FromUtf8(*bytes);
 }
 
-bool WriteRecord(const String& path, const String& text, const String& oldPath) {
-    if (text.IsEmpty()) return false;
+Outcome<> WriteRecord(const String& path, const String& text, const String& oldPath) {
+    if (text.IsEmpty()) return Fail(L"XML cannot hold its text");
     const std::string bytes = text.Utf8();
-    if (IsThere(path)) return File::ReadBytes(path).value_or(std::string()) == bytes;
-    const auto mode = ModeOf(oldPath);
-    return mode && File::WriteBytes(path, bytes, *mode).Ok();
+    if (IsThere(path)) {
+        if (File::ReadBytes(path).value_or(std::string()) == bytes) return {};
+        return Fail(L"there is another record: ", path);
+    }
+    const auto old = Find(oldPath);
+    if (!old) return Fail(GetErrorMsg(old.error()));
+    const Result written = File::WriteBytes(path, bytes, old->st_mode & kPermissions);
+    if (!written) return Fail(path + L": " + GetErrorMsg(written));
+    return {};
 }
 
-bool MoveIfPresent(const String& from, const String& to) {
-    if (!IsThere(from)) return true;
-    const Result found = Find(to);
-    if (IsNotFound(found)) return File::Rename(from, to).Ok();
-    if (found && IsCopy(to, from)) corekit::Forgive(File::Remove(from));
-    return found.Ok();
+Outcome<> MoveIfPresent(const String& from, const String& to) {
+    if (!IsThere(from)) return {};
+    const auto found = Find(to);
+    if (found) {
+        if (IsCopy(to, from)) corekit::Forgive(File::Remove(from));
+        return {};
+    }
+    const Result moved = IsNotFound(found.error()) ? File::Rename(from, to) : found.error();
+    if (!moved) return Fail(from + L": " + GetErrorMsg(moved));
+    return {};
+}
+
+void WarnUnlessConverted(const String& path, const Outcome<>& converted) {
+    if (!converted)
+        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not converted: " +
+                       Messages::Shown(converted.error().text) + L".\n");
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "corekit/text/String.h"
+#include "run/Failure.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -14,23 +15,30 @@ using Fields = std::map<corekit::String, corekit::String, corekit::Ltstr>;
 /// ("pkg_total_size" is "PkgTotalSize").
 corekit::String FieldName(const corekit::String& key);
 
-/// Adds a field. False when there is one of that name with another text.
-bool AddField(Fields& fields, const corekit::String& name, const corekit::String& text);
+// The operations below fail with the reason why a record is not converted, as `WarnUnlessConverted` tells it.
 
-/// Reads all entries of the record's one section; there may be none. False when not everything that the file
-/// holds would become a field: it cannot be read, has entries or a section elsewhere, or two keys have the
-/// same name.
-bool ReadFields(const corekit::String& path, const corekit::String& section, Fields& fields);
+/// Adds a field. Fails when there is one of that name with another text.
+Outcome<> AddField(Fields& fields, const corekit::String& name, const corekit::String& text);
 
-/// Reads an XML record; one that is missing is empty. False when it cannot be read.
-bool ReadXmlRecord(const corekit::String& path, corekit::String& text);
+/// Reads the entries of the record's one section; there may be none. Lines that are no entries of it are
+/// skipped. Fails when the file cannot be read, is over 16 MiB or has entries but not that section, and when
+/// two keys with different values have the same field name.
+Outcome<Fields> ReadFields(const corekit::String& path, const corekit::String& section);
 
-/// Writes a new record, in one step and as private as the old one. False when the text is empty, another
+/// Reads an XML record; one that is missing is empty. Fails when it cannot be read or is over 16 MiB.
+Outcome<corekit::String> ReadXmlRecord(const corekit::String& path);
+
+/// Writes a new record, in one step and as private as the old one. Fails when the text is empty, another
 /// record stands there, or it cannot be written. A record with that text is left as it is.
-bool WriteRecord(const corekit::String& path, const corekit::String& text, const corekit::String& oldPath);
+Outcome<> WriteRecord(const corekit::String& path, const corekit::String& text,
+                      const corekit::String& oldPath);
 
 /// Renames a file that exists, unless the target does; where that is a copy of it, as an upgrade leaves that
-/// was cut off, the file goes. False when the rename fails, or nobody can tell whether the target is there.
-bool MoveIfPresent(const corekit::String& from, const corekit::String& to);
+/// was cut off, the file goes. Fails when the rename does, or when the system does not tell whether the
+/// target exists.
+Outcome<> MoveIfPresent(const corekit::String& from, const corekit::String& to);
+
+/// Writes "WARNING! <path> is not converted: <why>." to standard error after a failure.
+void WarnUnlessConverted(const corekit::String& path, const Outcome<>& converted);
 
 }  // namespace Zorvane::AgentInstaller

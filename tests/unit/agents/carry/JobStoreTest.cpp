@@ -4,6 +4,7 @@
 #include <map>
 
 #include "agents/carry/JobStore.h"
+#include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -80,10 +81,28 @@ TEST_F(JobStore, ConvertsAJobWithoutADownload) {
     }
 }
 
-TEST_F(JobStore, LeavesWhatItCannotCarryWhole) {
+TEST_F(JobStore, FindsTheRecordInTheDirectoryOfTheJob) {
+    for (const std::string& stem : {kOld + "/{ab-1}", kOld + "/"}) {
+        SCOPED_TRACE(stem);
+        Write(stem + ".qdn-job-info", kInfo);
+        Write(stem + ".qdn-job-xml", kXml);
+        ConvertJobs(L"/opt/jobs");
+        EXPECT_EQ(Read(kStore + ".qdn-job-xml-{AB-1}"), kRecord);
+        EXPECT_FALSE(testfiles::Exists(stem + ".qdn-job-info"));
+        std::filesystem::remove(kStore + ".qdn-job-xml-{AB-1}");
+    }
+}
+
+TEST_F(JobStore, SkipsLinesThatAreNoEntriesOfTheSection) {
+    Write(kOld + ".qdn-job-info", "junk\n[JobInfo]\nPriority=low\n[Other]\na=1\n");
+    ConvertJobs(L"/opt/jobs");
+    EXPECT_EQ(Read(kStore + ".qdn-job-xml-{AB-1}"),
+              "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Job Priority=\"low\"/>\n");
+}
+
+TEST_F(JobStore, LeavesAndTellsAJobThatItCannotCarryWhole) {
     const std::pair<const char*, const char*> records[] = {
         {"[PackageInfo]\nPriority=low\n", kXml},
-        {"[JobInfo]\nPriority=low\n[Other]\na=1\n", kXml},
         {"[JobInfo]\njob_refcount=1\nJobRefcount=2\n", kXml},
         {"[JobInfo]\nPriority=\xff\n", kXml},
         {"[JobInfo]\nPriority=low\n", "<Job><Download \xc3\xa4='1'/></Job>"},
@@ -92,8 +111,10 @@ TEST_F(JobStore, LeavesWhatItCannotCarryWhole) {
         Write(kOld + ".qdn-job-info", info);
         Write(kOld + ".qdn-job-xml", xml);
         const auto contents = Contents();
-        ConvertJobs(L"/opt/jobs");
+        const auto output = testsupport::Captured([] { ConvertJobs(L"/opt/jobs"); });
         EXPECT_EQ(Contents(), contents) << info << xml;
+        EXPECT_TRUE(output.err.starts_with("WARNING! /opt/jobs/{ab-1}.qdn-job-info is not converted: "))
+            << output.err;
     }
 }
 

@@ -8,6 +8,7 @@
 
 #include "agents/carry/PackageStore.h"
 #include "corekit/xml/BasicXml.h"
+#include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -174,15 +175,14 @@ TEST_F(PackageStore, GivesEveryTextBackThroughAParser) {
     EXPECT_EQ(user[L"Codebases"], L"http://h/?a=1&b=2");
 }
 
-TEST_F(PackageStore, LeavesWhatItCannotCarryWhole) {
+TEST_F(PackageStore, LeavesAndTellsAPackageThatItCannotCarryWhole) {
     const std::pair<const char*, const char*> records[] = {
-        {"pkg_status=1\n", "<P/>"},                      // no section
-        {"[PackageInfo]\na=1\n[Other]\nb=2\n", "<P/>"},  // another section
-        {"[PackageInfo]\na_b=1\nAB=2\n", "<P/>"},        // two keys, one name
-        {"[PackageInfo]\n1key=1\n", "<P/>"},             // no XML name
-        {"[PackageInfo]\nsome key=1\n", "<P/>"},         // no XML name
-        {"[PackageInfo]\na=caf\xe9\n", "<P/>"},          // no valid text
-        {"[PackageInfo]\na=\x1b[2J\n", "<P/>"},          // a control character
+        {"pkg_status=1\n", "<P/>"},                // no section
+        {"[PackageInfo]\na_b=1\nAB=2\n", "<P/>"},  // two keys, one name
+        {"[PackageInfo]\n1key=1\n", "<P/>"},       // no XML name
+        {"[PackageInfo]\nsome key=1\n", "<P/>"},   // no XML name
+        {"[PackageInfo]\na=caf\xe9\n", "<P/>"},    // no valid text
+        {"[PackageInfo]\na=\x1b[2J\n", "<P/>"},    // a control character
         {"[PackageInfo]\nInternalVersion=1\n", "<InternalVersion>2</InternalVersion>"},  // a contradiction
     };
     for (const auto& [info, xml] : records) {
@@ -190,9 +190,21 @@ TEST_F(PackageStore, LeavesWhatItCannotCarryWhole) {
         Write(kOld + ".qdn-pkg-xml", xml);
         Write(kOld + ".qdn-pkg-snapshot", "snapshot");
         const auto contents = Contents();
-        ConvertPackages(L"/opt/packages");
+        const auto output = testsupport::Captured([] { ConvertPackages(L"/opt/packages"); });
         EXPECT_EQ(Contents(), contents) << info << xml;
+        EXPECT_TRUE(output.err.starts_with("WARNING! /opt/packages/{ab-1}.qdn-pkg-info is not converted: "))
+            << output.err;
     }
+}
+
+TEST_F(PackageStore, ConvertsARecordWithOddLines) {
+    Write(kOld + ".qdn-pkg-info", "stray=1\njunk\n[PackageInfo]\nPackageName=a\n???\n[Other]\nb=2\n");
+    const auto output = testsupport::Captured([] { ConvertPackages(L"/opt/packages"); });
+    EXPECT_EQ(output.err, "");
+    AttributeMap attributes;
+    BasicXml(String::FromUtf8(Read(kNewRecord))).GetAttributes(attributes);
+    EXPECT_EQ(attributes,
+              (AttributeMap{{L"Enabled", L"true"}, {L"Deleted", L"false"}, {L"PackageName", L"a"}}));
 }
 
 TEST_F(PackageStore, LeavesAPackageWhoseNewNameIsTaken) {

@@ -21,10 +21,10 @@ String PathOf(const TempDir& directory, const std::string& name) {
     return String::FromUtf8(directory / name);
 }
 
-bool ReadInfo(const std::string& content, Fields& fields) {
+Outcome<Fields> ReadInfo(const std::string& content) {
     const TempDir temp;
     Write(temp / "info", content);
-    return ReadFields(PathOf(temp, "info"), L"Info", fields);
+    return ReadFields(PathOf(temp, "info"), L"Info");
 }
 
 TEST(StoreRecords, NamesFieldsInCamelCase) {
@@ -51,30 +51,33 @@ TEST(StoreRecords, AddsAFieldOnceWithOneText) {
 }
 
 TEST(StoreRecords, ReadsEveryEntry) {
-    Fields fields;
-    EXPECT_TRUE(ReadInfo("# comment\n[Info]\npkg_name = a = b \nempty=\nOther_key=\xc3\xa4\n", fields));
-    EXPECT_EQ(fields, (Fields{{L"PkgName", L"a = b"}, {L"Empty", L""}, {L"OtherKey", L"\xe4"}}));
+    const auto fields = ReadInfo("# comment\n[Info]\npkg_name = a = b \nempty=\nOther_key=\xc3\xa4\n");
+    EXPECT_EQ(fields.value(), (Fields{{L"PkgName", L"a = b"}, {L"Empty", L""}, {L"OtherKey", L"\xe4"}}));
 }
 
 TEST(StoreRecords, ReadsNoFieldsFromARecordThatHoldsNone) {
     for (const std::string content : {"", "\n", "[Info]\n", "# comment\n[Info]\n"}) {
-        Fields fields;
-        EXPECT_TRUE(ReadInfo(content, fields)) << content;
-        EXPECT_EQ(fields, Fields()) << content;
+        EXPECT_EQ(ReadInfo(content).value(), Fields()) << content;
     }
 }
 
-TEST(StoreRecords, RefusesARecordThatItCannotCarryWhole) {
-    for (const std::string content : {"pkg_name=a\n", "pkg_name=a\n[Info]\na=1\n", "[info]\npkg_name=a\n",
-                                      "[Info]\na=1\n[Other]\nb=2\n", "[Info]\na_b=1\nAB=2\n"}) {
-        Fields fields;
-        EXPECT_FALSE(ReadInfo(content, fields)) << content;
-    }
+TEST(StoreRecords, SkipsLinesThatAreNoEntriesOfTheSection) {
+    for (const std::string content : {"pkg_name=a\n[Info]\na=1\n", "[Info]\na=1\n[Other]\nb=2\n",
+                                      "[Info]\njunk\na=1\n=2\n<<<\n", "[Info]\na=1\na=2\n"})
+        EXPECT_EQ(ReadInfo(content).value(), (Fields{{L"A", L"1"}})) << content;
+}
+
+TEST(StoreRecords, SaysWhyARecordCannotBeRead) {
+    const std::pair<const char*, const wchar_t*> records[] = {
+        {"pkg_name=a\n", L"it has no section Info"},
+        {"[info]\npkg_name=a\n", L"it has no section Info"},
+        {"[Info]\na_b=1\nAB=2\n", L"it has two values for AB"},
+    };
+    for (const auto& [content, why] : records) EXPECT_EQ(ReadInfo(content).error().text, why) << content;
+    EXPECT_EQ(ReadInfo("[Info]\n" + std::string(17 << 20, '\n')).error().text, L"File too large");
     const TempDir temp;
-    Fields fields;
-    EXPECT_FALSE(ReadFields(PathOf(temp, "missing"), L"Info", fields));
-    EXPECT_FALSE(ReadFields(PathOf(temp, "."), L"Info", fields));
-    EXPECT_EQ(fields, Fields());
+    EXPECT_EQ(ReadFields(PathOf(temp, "missing"), L"Info").error().text, L"No such file or directory");
+    EXPECT_EQ(ReadFields(PathOf(temp, "."), L"Info").error().text, L"Is a directory");
 }
 
 TEST(StoreRecords, ReadsTheWholeRecordOrSaysThatItCannot) {
@@ -83,9 +86,8 @@ TEST(StoreRecords, ReadsTheWholeRecordOrSaysThatItCannot) {
     const int points = testsupport::FailInTurn(
         testsupport::kFileCalls, EACCES, [&] { Write(temp / "info", "[Info]\na=1\n"); },
         [&] {
-            Fields fields;
-            const bool isRead = ReadFields(path, L"Info", fields);
-            EXPECT_EQ(isRead, fields == Fields({{L"A", L"1"}}));
+            const auto fields = ReadFields(path, L"Info");
+            EXPECT_TRUE(!fields || *fields == Fields({{L"A", L"1"}}));
             return 0;
         },
         [](int) {});
@@ -94,13 +96,10 @@ TEST(StoreRecords, ReadsTheWholeRecordOrSaysThatItCannot) {
 
 TEST(StoreRecords, ReadsAnXmlRecordThatIsThere) {
     const TempDir temp;
-    String text;
-    EXPECT_TRUE(ReadXmlRecord(PathOf(temp, "missing"), text));
-    EXPECT_EQ(text, L"");
+    EXPECT_EQ(ReadXmlRecord(PathOf(temp, "missing")).value(), L"");
     Write(temp / "record", "<a/>");
-    EXPECT_TRUE(ReadXmlRecord(PathOf(temp, "record"), text));
-    EXPECT_EQ(text, L"<a/>");
-    EXPECT_FALSE(ReadXmlRecord(PathOf(temp, "."), text));
+    EXPECT_EQ(ReadXmlRecord(PathOf(temp, "record")).value(), L"<a/>");
+    EXPECT_FALSE(ReadXmlRecord(PathOf(temp, ".")));
 }
 
 TEST(StoreRecords, WritesARecordAsPrivateAsTheOldOne) {
