@@ -31,10 +31,21 @@ HostDirectory LogDirectoryOf(const String& log) {
     return std::ranges::any_of(kLogDirectories, holdsLogs) ? HostDirectory::Meant : HostDirectory::Refused;
 }
 
+/// The path as a wildcard that matches nothing else: the name of a log may hold any character.
+String Literal(const String& path) {
+    String name;
+    for (const wchar_t character : Path::GetFileName(path)) {
+        const bool isSpecial = character == L'*' || character == L'?' || character == L'[';
+        name +=
+            isSpecial ? L"[" + String(std::wstring(1, character)) + L"]" : String(std::wstring(1, character));
+    }
+    return path.Left(path.Length() - Path::GetFileName(path).Length()) + name;
+}
+
 /// Removes the numbered rotations of a log; the log itself stays.
 RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
     RemovalOutcome left;
-    const String pattern = log + L".[0-9]*";
+    const String pattern = Literal(log) + L".[0-9]*";
     if (!Path::GetFileName(log).IsEmpty()) left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory));
     return left;
 }

@@ -42,6 +42,9 @@ constexpr LoadedKey kLoadedKeys[] = {
     {Generation::Agent60, L"Description", Key::kDescription},
 };
 
+// Where agents of version 5.6 had it when their client.conf did not say.
+constexpr const wchar_t* kGuidFile56 = L"/opt/zorvane/kell/ksagent/etc/host.GUID";
+
 /// A setting pair that is the directory and the name of a file.
 struct LoadedFile {
     SettingName directorySetting;
@@ -74,8 +77,9 @@ String CarriedPath(const IniFile& conf, String path) {
     return path;
 }
 
-Outcome<> LoadGuid(const IniFile& conf, Settings& settings) {
-    const String usual = GetValue(conf, Key::kGuidFile);
+Outcome<> LoadGuid(const IniFile& conf, Generation generation, Settings& settings) {
+    String usual;
+    if (!GetValue(conf, Key::kGuidFile, usual) && generation == Generation::Agent56) usual = kGuidFile56;
     if (usual.IsEmpty()) return {};
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
         const auto text = corekit::File::Read(path);
@@ -104,9 +108,13 @@ void LoadRunLevel(const IniFile& conf, Settings& settings) {
     if (GetValue(conf, Key::kStartLevels, digits)) settings.Value(L"RunLevel") = RunLevelItems(digits);
 }
 
+/// A file of version 5.6 need not have any: then there is no such setting.
 void LoadDescription(const IniFile& conf, Settings& settings) {
-    String& description = settings.Value(L"Description");
-    if (description.IsEmpty()) description = GetValue(conf, Key::kDescriptions);
+    for (const ConfKey& key : {Key::kDescription, Key::kDescriptions}) {
+        const String description = GetValue(conf, key);
+        if (!settings.IsSet(L"Description") && !description.IsEmpty())
+            settings.Value(L"Description") = description;
+    }
 }
 
 }  // namespace
@@ -123,9 +131,7 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
         settings->Value(row.nameSetting) = Path::GetFileName(path);
     }
     if (settings->IsSet(L"NICError")) settings->Value(L"EnableNICError") = L"yes";
-    if (generation == Generation::Agent56) return settings;
-
-    if (const auto loaded = LoadGuid(conf, *settings); !loaded) return loaded.error();
+    if (const auto loaded = LoadGuid(conf, generation, *settings); !loaded) return loaded.error();
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);
     return settings;

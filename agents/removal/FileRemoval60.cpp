@@ -182,7 +182,9 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
 }  // namespace
 
 void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
-    const String installDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
+    // An install directory that is a link is cleaned like the directory behind it, and the link goes last.
+    const String configuredDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
+    const String installDir = UsableDirectory(DirectoryBehindLink(configuredDir));
     const bool isReinstall = IsReinstallPending();
     RemoveAllButClientConf(oldConf, installDir, isReinstall, left);
     left.Tell();
@@ -190,6 +192,8 @@ void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
         const String path = installDir + kClientConf;
         if (!left.Any()) {
             RemoveClientConf(installDir, isReinstall, left);
+            const bool isGone = IsNotFound(File::Probe(installDir));
+            if (isGone && installDir != configuredDir) left.Add(configuredDir, File::Remove(configuredDir));
         } else if (File::Exists(path)) {
             Messages::WarnKept(path, L"not everything could be removed");
         }

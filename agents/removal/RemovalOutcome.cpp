@@ -38,8 +38,10 @@ bool MayPass(const String& path, const Result& removal) {
 
 void RemovalOutcome::Add(const String& path, const Result& removal) {
     if (removal || !MayPass(path, removal)) return;
-    const bool endsInSlash = path.Length() > 1 && path.EndsWith(L"/");
-    m_left.try_emplace(endsInSlash ? path.Left(path.Length() - 1) : path, Remainder{removal});
+    // Of a tree, the entry that could not be removed.
+    const String& entry = removal.Path().StartsWith(L"/") ? removal.Path() : path;
+    const bool endsInSlash = entry.Length() > 1 && entry.EndsWith(L"/");
+    m_left.try_emplace(endsInSlash ? entry.Left(entry.Length() - 1) : entry, Remainder{removal});
 }
 
 void RemovalOutcome::Add(const RemovalOutcome& others) {
@@ -54,6 +56,12 @@ void RemovalOutcome::Tell() {
                        GetErrorMsg(remainder.why) + L".\n");
         remainder.isTold = true;
     }
+}
+
+String DirectoryBehindLink(const String& directory) {
+    if (corekit::File::RefuseLink(directory).Code() != ELOOP) return directory;
+    const auto target = corekit::Path::Canonicalise(directory);
+    return target ? *target : directory;
 }
 
 Result CheckOwnDirectory(const String& directory) {

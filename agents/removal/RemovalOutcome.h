@@ -37,6 +37,9 @@ class RemovalOutcome {
     bool m_toldElsewhere = false;
 };
 
+/// The directory that a symbolic link leads to; any other path, and a link that leads nowhere, as it is.
+corekit::String DirectoryBehindLink(const corekit::String& directory);
+
 /// Refuses the host's own directories (EPERM) and symbolic links (ELOOP): a whole tree may only be removed
 /// inside the agent's own directory.
 corekit::Result CheckOwnDirectory(const corekit::String& directory);

@@ -250,7 +250,7 @@ kept() { echo "WARNING! $1/etc/client.conf is kept: not everything could be remo
     done
     clean
     expect_status 0
-    { busy "$agent/mounted" "${directories[@]:1}"; kept "$agent"; } | expect_errors
+    { busy "${directories[@]/%//mounted}"; kept "$agent"; } | expect_errors
     # shellcheck disable=SC2046 # three paths
     expect_only_gone "$agent"/{bin,etc/host.GUID,lib,var} "${directories[@]/%//1.kse}" "${directories[@]/%//tree}" \
         "${directories[@]/%//plain}" /usr/bin/qdn-{clientevent,monitor} $(service_links)

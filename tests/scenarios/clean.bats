@@ -1,5 +1,7 @@
 # -clean before the package is removed: what the program made goes, and nothing else.
 load support
+load old-agent
+load removal
 
 # From now on, changes are those since the host had no agent.
 remember_the_host() { list_files >"$desk/host"; }
@@ -73,6 +75,25 @@ END
     expect_plain_files /etc/passwd /etc/1234.kse "/etc/{12345678-1234-1234-1234-123456789012}"
     [ -d /usr/bin ]
     [ -x /usr/bin/env ]
+}
+
+@test "what a read-only file system keeps is told, and goes with the next clean" {
+    given_an_old_agent 6.0SP2
+    mount --bind /usr/bin /usr/bin
+    mount -o remount,ro,bind /usr/bin
+    clean
+    expect_status 0
+    expect_errors <<END
+WARNING! /usr/bin/qdn-clientevent could not be removed: Read-only file system.
+WARNING! /usr/bin/qdn-monitor could not be removed: Read-only file system.
+WARNING! $agent/etc/client.conf is kept: not everything could be removed.
+END
+    expect_plain_files "$agent/etc/client.conf"
+    umount -l /usr/bin
+    clean
+    expect_status 0
+    expect_no_errors
+    expect_missing "$agent" /usr/bin/qdn-monitor
 }
 
 each_test_is_a_session

@@ -223,6 +223,7 @@ expect_no_56_in_the_system() {
     expect_no_errors
     grep -qx "Migrating Agent 5.6 settings..." "$desk/out"
     expect_carried_56 "$agent"
+    grep -qFx "$guid" "$agent/etc/host.GUID"
     expect_data "$agent"
     expect_old_conf_kept "$agent"
     expect_no_56_in_the_system
@@ -239,12 +240,16 @@ expect_no_56_in_the_system() {
     expect_data "$elsewhere"
 }
 
-@test "5.6 moves to another directory" {
+@test "5.6 moves to another directory with its identifier, run levels and description" {
     given_an_old_agent 5.6
+    LC_ALL=C sed -i 's/^debug_level.*/&\nrunlevels_start = 3/; s/^Location.*/&\nDescription = a host/' "$agent/etc/client.conf"
     upgrade_to "$elsewhere"
     expect_status 0
     expect_no_errors
     expect_carried_56 "$elsewhere"
+    grep -qFx "$guid" "$elsewhere/etc/host.GUID"
+    expect_value Configuration runlevels_start "3" "$elsewhere/etc/client.conf"
+    expect_value "Client Details" Description "a host" "$elsewhere/etc/client.conf"
     expect_data "$elsewhere"
     expect_old_conf_kept "$elsewhere"
     expect_no_56_in_the_system

@@ -4,7 +4,9 @@
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
+#include <filesystem>
 #include <string>
+#include <system_error>
 #include <unistd.h>
 
 #include "corekit/fs/detail/TreeWalk.h"
@@ -24,6 +26,13 @@ bool IsNotEmpty(const Result& result) {
     return result.Code() == ENOTEMPTY || result.Code() == EEXIST;
 }
 
+/// The path of an entry in an open directory, for whoever reads of the failure.
+String PathOf(int directory, const std::string& name) {
+    std::error_code error;
+    const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(directory), error);
+    return error ? String() : String::FromUtf8((path / name).string());
+}
+
 class TreeRemoval : public TreeWalk {
   public:
     TreeRemoval() : TreeWalk(AfterFailure::GoOn) {}
@@ -36,14 +45,14 @@ class TreeRemoval : public TreeWalk {
         // EBUSY.
         if (result.Code() == EISDIR) result = Removed(directory, entry.name, AT_REMOVEDIR);
         if (IsNotEmpty(result)) return Action::GoIn;
-        if (!result) Fail(result);
+        if (!result) Fail(result.About(PathOf(directory, entry.name)));
         return Action::Done;
     }
 
     Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) override {
         const Result result = Removed(parent, name.c_str(), AT_REMOVEDIR);
         if (IsNotEmpty(result) && !HasFailed() && reading < kMostReadings) return Reading::Again;
-        if (!result) Fail(result);
+        if (!result) Fail(result.About(PathOf(parent, name)));
         return Reading::Done;
     }
 };

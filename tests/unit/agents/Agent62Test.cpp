@@ -51,6 +51,14 @@ TEST_F(RotatedDebugLogs, GoByTheirNumbersAndTheLogStays) {
     for (const char* kept : {"log", "log.old", "log.", "other.1"}) EXPECT_TRUE(Exists(var + kept)) << kept;
 }
 
+TEST_F(RotatedDebugLogs, AreThoseOfALogWithWildcardCharactersInItsName) {
+    for (const char* name : {"l[o]g.1", "log.1", "a*b.1", "aXb.1", "a?b.2", "a]b.1", "a\\b.1"})
+        Write(m_dir / name, "");
+    for (const char* log : {"l[o]g", "a*b", "a?b", "a]b", "a\\b"})
+        RemoveDebugLogs("debug_output=" + m_dir / log + "\n");
+    EXPECT_EQ(testfiles::NamesIn(m_dir.Path()), (std::vector<std::string>{"aXb.1", "client.conf", "log.1"}));
+}
+
 TEST_F(RotatedDebugLogs, GoFromOutsideOfTheVariableDataDirectoryToo) {
     Write(m_dir / "elsewhere/log.1", "");
     Write(m_dir / "var/log.1", "");

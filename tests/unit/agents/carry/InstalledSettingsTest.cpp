@@ -72,14 +72,23 @@ constexpr Expected kOfBoth[] = {
 };
 
 constexpr Expected kOf60[] = {
-    {L"KSName", L"ks.example:8080"},         {L"PackagesDir", L"/opt/agent/packages"},
-    {L"SWDDir", L"/opt/agent/swd"},          {L"SysLogLevel", L"error"},
-    {L"RunLevel", L"rc2;rc3;rc5;"},          {L"KSUrlFormat", L"https://%server%/Zorvane/"},
+    {L"KSName", L"ks.example:8080"},
+    {L"PackagesDir", L"/opt/agent/packages"},
+    {L"SWDDir", L"/opt/agent/swd"},
+    {L"SysLogLevel", L"error"},
+    {L"KSUrlFormat", L"https://%server%/Zorvane/"},
+};
+
+// A file of version 5.6 need not have them.
+constexpr Expected kOfBothWhereTheyAre[] = {
+    {L"RunLevel", L"rc2;rc3;rc5;"},
     {L"Description", L"the printer's host"},
 };
 
 TEST_F(InstalledSettings, OfVersion6AreAllThatTheFileKnows) {
     const auto settings = Load(kConf);
+    for (const Expected& row : kOfBothWhereTheyAre)
+        EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
     for (const Expected& row : kOfBoth)
         EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
     for (const Expected& row : kOf60)
@@ -90,6 +99,8 @@ TEST_F(InstalledSettings, OfVersion6AreAllThatTheFileKnows) {
 TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
     testfiles::Write(m_dir / "host.GUID", "{1234}\n");
     const auto settings = Load(kConf, Generation::Agent56);
+    for (const Expected& row : kOfBothWhereTheyAre)
+        EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
     for (const Expected& row : kOfBoth)
         EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
     for (const Expected& row : kOf60)
@@ -97,12 +108,23 @@ TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
     EXPECT_FALSE(settings->Exists(L"Guid"));
 }
 
-TEST_F(InstalledSettings, OfVersion56HaveNoGuidEvenWithAFile) {
-    testfiles::Write(m_dir / "host.GUID", "{1234}\n");
-    const auto settings =
-        Load("[Configuration]\nguid_guid_file=" + m_dir / "host.GUID" + "\n", Generation::Agent56);
-    EXPECT_EQ(settings->Value(L"GuidFile"), L"host.GUID");
-    EXPECT_FALSE(settings->Exists(L"Guid"));
+TEST_F(InstalledSettings, OfVersion56HaveTheGuidAndTheRunLevelsAndTheDescriptionThatAreThere) {
+    testfiles::Write(m_dir / "host.GUID", "{56}\n");
+    const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "host.GUID" +
+                                   "\nrunlevels_start=2 4\n[Client Details]\ndescriptions=a host\n",
+                               Generation::Agent56);
+    EXPECT_EQ(settings->Get(L"Guid"), L"{56}");
+    EXPECT_EQ(settings->Get(L"RunLevel"), L"rc2;rc4;");
+    EXPECT_EQ(settings->Get(L"Description"), L"a host");
+}
+
+TEST_F(InstalledSettings, OfVersion56HaveTheGuidOfTheUsualFile_WhenNoneIsNamed) {
+    const std::string usual = "/opt/zorvane/kell/ksagent/etc/host.GUID";
+    testfiles::Write(usual, "{usual}");
+    EXPECT_EQ(Load("[Configuration]\n", Generation::Agent56)->Get(L"Guid"), L"{usual}");
+    EXPECT_FALSE(Load("[Configuration]\nguid_guid_file=\n", Generation::Agent56)->Exists(L"Guid"));
+    EXPECT_FALSE(Load("[Configuration]\n", Generation::Agent60)->Exists(L"Guid"));
+    std::filesystem::remove_all("/opt/zorvane");
 }
 
 TEST_F(InstalledSettings, OfAnEmptyFileArePresentAndEmpty) {

@@ -282,9 +282,10 @@ TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {
         std::filesystem::remove_all("/opt/" + name);
 }
 
-TEST_F(FileRemoval56, RemovesNoTreesOfADirectoryBehindALink) {
-    const std::vector<std::string> stay = {"/opt/data/etc/a", "/opt/data/backups/a", "/opt/data/lib/a"};
-    const std::vector<std::string> go = {"/opt/data/bin/qdn-a", "/opt/data/etc/client.conf"};
+TEST_F(FileRemoval56, CleansTheDirectoryBehindALink) {
+    const std::vector<std::string> stay = {"/opt/data/other"};
+    const std::vector<std::string> go = {"/opt/data/bin/qdn-a", "/opt/data/etc/client.conf",
+                                         "/opt/data/etc/a", "/opt/data/backups/a", "/opt/data/lib/a"};
     std::filesystem::create_directories("/opt/zorvane/kell");
     std::filesystem::create_directory_symlink("/opt/data", kUsualDir);
     for (const std::string newConfiguration : {"", "installdir=/opt/elsewhere\n"}) {

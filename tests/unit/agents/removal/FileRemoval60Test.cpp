@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/mount.h>
 #include <sys/syscall.h>
 #include <vector>
 
@@ -361,13 +362,37 @@ TEST_F(FileRemoval60, EmptiesNoHostDirectoryForAPendingReinstall) {
     std::filesystem::remove_all("/usr/local/lib/qdn-precious");
 }
 
-TEST_F(FileRemoval60, EmptiesNoDirectoryBehindALinkForAPendingReinstall) {
+TEST_F(FileRemoval60, CleansTheDirectoryBehindALinkAndRemovesTheLinkLast) {
+    Write("/opt/data/bin/qdn-agent.bin", "");
+    Write("/opt/data/etc/client.conf", "");
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/link");
+    Remove("installdir=/opt/link/\n");
+    EXPECT_FALSE(Exists("/opt/data"));
+    EXPECT_FALSE(Exists("/opt/link"));
+}
+
+TEST_F(FileRemoval60, KeepsTheLinkToTheInstallersFiles_WhenAReinstallIsPending) {
     Write(kMarker, "");
-    Write("/opt/data/bin/precious", "");
+    Write("/opt/data/bin/qdn-agent.bin", "");
+    Write("/opt/data/qdn-bootstrap", "");
     std::filesystem::create_directory_symlink("/opt/data", "/opt/link");
     Remove("installdir=/opt/link\n");
-    EXPECT_TRUE(Exists("/opt/data/bin/precious"));
+    EXPECT_TRUE(Exists("/opt/link/qdn-bootstrap"));
+    EXPECT_FALSE(Exists("/opt/link/bin"));
     std::filesystem::remove("/opt/link");
+}
+
+TEST_F(FileRemoval60, TellsTheEntryOfATreeThatCouldNotBeRemoved_AndTheNextRunFinishes) {
+    Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
+    std::filesystem::create_directories("/opt/agent/var/deep/mounted");
+    ASSERT_EQ(mount("tmpfs", "/opt/agent/var/deep/mounted", "tmpfs", 0, nullptr), 0);
+    const auto remove = [] { RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf")); };
+    EXPECT_EQ(testsupport::Captured(remove).err,
+              "WARNING! /opt/agent/var/deep/mounted could not be removed: Device or resource busy.\n"
+              "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
+    ASSERT_EQ(umount("/opt/agent/var/deep/mounted"), 0);
+    EXPECT_EQ(testsupport::Captured(remove).err, "");
+    EXPECT_FALSE(Exists(kAgent));
 }
 
 TEST_F(FileRemoval60, TakesWildcardCharactersOfADirectoryLiterally) {
