@@ -54,8 +54,9 @@ Range ValueOf(std::string_view text, std::string_view lower, std::size_t end) {
     if (text[end] == '"' || text[end] == '\'') return ValueBeside(text, lower, end);
     if (text[next] == '=') {
         const std::size_t value = std::min(text.find_first_not_of(kBlanks, next + 1), text.size());
-        const bool isInTag =
-            text.rfind('<', end) != kNone && text.rfind('<', end) > text.rfind('\n', end) + 1;
+        const std::size_t open = text.rfind('<', end);
+        const std::size_t close = text.rfind('>', end);
+        const bool isInTag = open != kNone && (close == kNone || close < open);
         if (value < text.size() && (text[value] == '"' || text[value] == '\'') && isInTag)
             return Quoted(text, value);
         return {value, std::min(text.find_first_of("\r\n", value), text.size())};

@@ -1,0 +1,65 @@
+// Differences are those of diff -u, without passwords, and only of texts.
+#include <gmock/gmock.h>
+
+#include "preview/Diff.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+namespace {
+
+class Diff : public testing::Test {
+  protected:
+    /// The difference of a file /x between two contents; null stands for no file.
+    Difference Of(const char* before, const char* after) {
+        Change change;
+        change.path = "/x";
+        change.action = before == nullptr  ? Action::Create
+                        : after == nullptr ? Action::Remove
+                                           : Action::Replace;
+        change.beforeAt = m_dir / "old";
+        change.afterAt = m_dir / "new";
+        if (before != nullptr) testfiles::Write(change.beforeAt, before);
+        if (after != nullptr) testfiles::Write(change.afterAt, after);
+        if (before != nullptr) change.before = StateOf(change.beforeAt);
+        if (after != nullptr) change.after = StateOf(change.afterAt);
+        return DifferenceOf(change, m_dir.Path(), m_secrets);
+    }
+    std::string TextOf(const char* before, const char* after) {
+        return Of(before, after).text.value_or("none");
+    }
+
+    testfiles::TempDir m_dir;
+    std::set<std::string> m_secrets;
+};
+
+TEST_F(Diff, IsThatOfTheHostsTool) {
+    EXPECT_EQ(TextOf("a\nb\n", "a\nc\n"), "--- /x\n+++ /x\n@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
+}
+
+TEST_F(Diff, OfOneSideIsAsTheHostsToolWritesIt) {
+    EXPECT_EQ(TextOf(nullptr, "a\nb\n"), "--- /dev/null\n+++ /x\n@@ -0,0 +1,2 @@\n+a\n+b\n");
+    EXPECT_EQ(TextOf("a\n", nullptr), "--- /x\n+++ /dev/null\n@@ -1 +0,0 @@\n-a\n");
+    EXPECT_EQ(TextOf(nullptr, "a"),
+              "--- /dev/null\n+++ /x\n@@ -0,0 +1 @@\n+a\n\\ No newline at end of file\n");
+    EXPECT_EQ(TextOf(nullptr, ""), "");
+}
+
+TEST_F(Diff, IsOfTextsOnly) {
+    EXPECT_EQ(TextOf("a\n", "\xff\n"), "none");
+    EXPECT_EQ(TextOf("\xff\n", nullptr), "none");
+    EXPECT_EQ(TextOf(nullptr, std::string(70000, 'x').c_str()), "none");
+    EXPECT_FALSE(IsText(std::string("a\0b", 3)));
+    EXPECT_TRUE(IsText("Zürich\n"));
+}
+
+TEST_F(Diff, HasNoPasswords) {
+    const Difference difference = Of("a_password=old!\n", "a_password=new!\nb=1\n");
+    EXPECT_EQ(difference.text, "--- /x\n+++ /x\n@@ -1 +1,2 @@\n a_password=***\n+b=1\n");
+    EXPECT_TRUE(difference.hasSecrets);
+    EXPECT_THAT(m_secrets, testing::ElementsAre("new!", "old!"));
+    EXPECT_TRUE(Of("a_password=\xff\n", nullptr).hasSecrets);
+    EXPECT_FALSE(Of("a=1\n", nullptr).hasSecrets);
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Preview

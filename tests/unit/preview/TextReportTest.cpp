@@ -1,0 +1,77 @@
+// How a preview looks to people.
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "preview/TextReport.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+namespace {
+
+constexpr const char* kDocument = R"({
+  "format": "qdn-configure/preview/1", "version": "1.1.0", "command": ["-configure"], "possible": true, "status": 0,
+  "error": null, "refused": "The agent is running.", "changed": true, "output": "Banner.\nDone.\n", "warnings": [],
+  "settings": [
+    {"name": "KSName", "value": "kell.example", "source": {"kind": "environment", "variable": "QDN_INSTALL_KSNAME"}, "unused": []},
+    {"name": "LogSize", "value": "512", "source": {"kind": "xml", "file": "/tmp/a.xml", "line": 4, "column": 13},
+     "unused": [{"value": "256", "source": {"kind": "default"}}]}],
+  "client_conf": null,
+  "changes": [
+    {"path": "/a", "action": "create", "type": "link", "before": null,
+     "after": {"mode": "0777", "uid": 0, "gid": 0, "size": null, "sha256": null, "target": "b"}, "diff": null},
+    {"path": "/c", "action": "change", "type": "file",
+     "before": {"mode": "0644", "uid": 0, "gid": 0, "size": 1, "sha256": null, "target": null},
+     "after": {"mode": "4750", "uid": 1, "gid": 2, "size": 1, "sha256": null, "target": null}, "diff": null},
+    {"path": "/d", "action": "move", "to": "/e", "type": "directory", "entries": 3,
+     "before": {"mode": "0755", "uid": 0, "gid": 0, "size": null, "sha256": null, "target": null},
+     "after": {"mode": "0755", "uid": 0, "gid": 0, "size": null, "sha256": null, "target": null}, "diff": null},
+    {"path": "/f", "action": "replace", "type": "file",
+     "before": {"mode": "0644", "uid": 0, "gid": 0, "size": 1, "sha256": null, "target": null},
+     "after": {"mode": "0644", "uid": 0, "gid": 0, "size": 1, "sha256": null, "target": null},
+     "diff": "--- /f\n+++ /f\n@@ -1 +1 @@\n-a\n+\u001bb\n"}],
+  "agent": {"stop": false, "start": true}
+})";
+
+std::string Report(Colours colours, Output output) {
+    return TextReport(nlohmann::ordered_json::parse(kDocument), colours, output).Utf8();
+}
+
+TEST(TextReport, HasSettingsChangesDifferencesOutputAndAClosingLine) {
+    EXPECT_EQ(Report(Colours::None, Output::Shown), R"(
+Settings
+  KSName   kell.example  variable QDN_INSTALL_KSNAME
+  LogSize  512           /tmp/a.xml:4
+           not used: 256 (default)
+
+Changes
+  create   lrwxrwxrwx 0:0  /a -> b
+  change   -rwsr-x--- 1:2  /c (was rw-r--r-- 0:0)
+  move     drwxr-xr-x 0:0  /d => /e (with 3 entries)
+  replace  -rw-r--r-- 0:0  /f
+
+Differences
+--- /f
++++ /f
+@@ -1 +1 @@
+-a
++\x1bb
+
+Output of the command
+Done.
+
+4 changes: 1 created, 1 replaced, 1 changed, 1 moved. The agent would be started. The command would succeed (status 0).
+Right now it would do nothing: The agent is running.
+)");
+}
+
+TEST(TextReport, LeavesOutWhatHasBeenSeenAlready) {
+    EXPECT_EQ(Report(Colours::None, Output::SeenAlready).find("Done."), std::string::npos);
+}
+
+TEST(TextReport, IsColouredOnATerminal) {
+    const std::string report = Report(Colours::Terminal, Output::Shown);
+    EXPECT_NE(report.find("\033[1mChanges\033[0m\n  \033[32mcreate \033[0m  lrwxrwxrwx"), std::string::npos);
+    EXPECT_NE(report.find("\033[31m-a\033[0m\n\033[32m+\\x1bb\033[0m\n"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Preview
