@@ -8,6 +8,7 @@
 #include "agents/carry/DataMove.h"
 #include "config/ConfiguredPaths.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/text/Text.h"
 #include "run/Keys.h"
@@ -72,10 +73,18 @@ bool WriteMark(const String& path, const std::vector<String>& lines) {
     return Write(path, text.Utf8());
 }
 
-/// Where the old client.conf stays. In place the new one takes its name, so that it gets another one, which
-/// no other content has.
+/// True if this client.conf lies in the install directory that it names: a damaged one may name any
+/// directory, those of the host among them.
+bool LiesIn(const String& oldDir, const std::string& bytes) {
+    const auto present = File::ReadBytes(oldDir + Names::kClientConf);
+    return present && *present == bytes && corekit::RefuseHostDirectory(oldDir);
+}
+
+/// Where the old client.conf stays. In place the new one takes its name; then, and where it lies nowhere, it
+/// gets another name, which no other content has, beside the new one.
 String KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
-    if (!oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir)) return oldDir + Names::kClientConf;
+    const bool isElsewhere = !oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir);
+    if (isElsewhere && LiesIn(oldDir, bytes)) return oldDir + Names::kClientConf;
     const String name = newDir + kCopyInPlace;
     for (int number = 1;; ++number) {
         const String path = number == 1 ? name : name + L"." + String::FromInt(number);

@@ -7,9 +7,10 @@
 namespace Zorvane::AgentInstaller {
 
 /// Keeps the old agent's client.conf for the data that still lies where it says: in the old install directory
-/// or, when that is the new one, as a copy in etc/client.conf.unmoved. etc/.unmoved below the new install
-/// directory names it. etc/.moved in the old one, which holds the new install directory, says that no agent
-/// is installed there any more. A failure is told on standard error: "WARNING! <path> is not written: <why>."
+/// or, when that is the new one or the file does not lie there, as a copy in etc/client.conf.unmoved.
+/// etc/.unmoved below the new install directory names it. etc/.moved in the old one, which holds the new
+/// install directory, says that no agent is installed there any more. A failure is told on standard error:
+/// "WARNING! <path> is not written: <why>."
 void KeepConfOfUnmovedData(const corekit::IniFile& oldConf, const corekit::IniFile& newConf);
 
 /// Goes on moving the data that an earlier configuration of the agent of `newConf` had to leave. When all of

@@ -95,6 +95,25 @@ TEST_F(UnmovedData, IsFoundByACopyOfTheOldConfiguration_WhenTheUpgradeIsInPlace)
     EXPECT_FALSE(Exists(kMark));
 }
 
+TEST_F(UnmovedData, IsFoundByACopy_WhenTheOldConfigurationNamesADirectoryThatItIsNotIn) {
+    for (const std::string claimed : {"/usr", "/usr/local", "/", "/opt/elsewhere"}) {
+        SCOPED_TRACE(claimed);
+        Write("/opt/new/etc/client.conf.old",
+              "[Configuration]\ninstalldir=" + claimed + "\nevent_queue_dir=/opt/old/queue\n");
+        std::filesystem::remove(kMark);
+        std::filesystem::remove("/opt/new/etc/client.conf.unmoved");
+        KeepConfOfUnmovedData(IniFile(L"/opt/new/etc/client.conf.old"), IniFile(L"/opt/new/etc/client.conf"));
+        EXPECT_EQ(Read(kMark), "/opt/new/etc/client.conf.unmoved\n");
+        for (const std::string name : {"client.conf", ".moved"})
+            EXPECT_FALSE(Exists(claimed + "/etc/" + name)) << name;
+    }
+    // Not even where such a file happens to lie.
+    Write("/usr/etc/client.conf", "[Configuration]\ninstalldir=/usr\nevent_queue_dir=/opt/old/queue\n");
+    KeepConfOfUnmovedData(IniFile(L"/usr/etc/client.conf"), IniFile(L"/opt/new/etc/client.conf"));
+    EXPECT_FALSE(Exists("/usr/etc/.moved"));
+    std::filesystem::remove("/usr/etc/client.conf");
+}
+
 TEST_F(UnmovedData, IsRememberedOfTwoUpgrades) {
     Keep();
     for (const std::string store : {"one", "two"}) {
