@@ -18,6 +18,8 @@ import sys
 LITERAL = re.compile(r'L?"((?:[^"\\]|\\.)*)"')
 CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout)\s*\(|\bFailure\{")
 FALLBACK = re.compile(r'IsEmpty\(\)\s*\?[^"?:]*(?:::[^"?:]*)*"([A-Z][^"]+\.)"')
+# What fails here gives the reason of the warning that a record is not converted.
+REASONS = "agents/carry/StoreRecords.cpp"
 # The step that asks says more than what the questionnaire fails with.
 REPLACED = {"Error reading from standard input"}
 
@@ -28,7 +30,10 @@ def code_of(folders):
             for name in sorted(names):
                 if name.endswith((".cpp", ".h")):
                     with open(os.path.join(place, name), encoding="utf-8") as file:
-                        text = re.sub(r'("(?:[^"\\\n]|\\.)*")|//[^\n]*', lambda found: found.group(1) or "", file.read())
+                        text = file.read()
+                    if os.path.join(place, name).endswith(REASONS):
+                        text = re.sub(r"\bFail(At|Because)?\(", "Reason(", text)
+                    text = re.sub(r'("(?:[^"\\\n]|\\.)*")|//[^\n]*', lambda found: found.group(1) or "", text)
                     yield re.sub(r'"\s*L?"', "", text)  # adjacent literals are one
 
 
