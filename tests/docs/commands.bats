@@ -20,6 +20,7 @@ known() {
 .ci/run|person
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -configure -noimode|here
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
+/opt/zorvane/kell/ksagent/bin/qdn-configure.bin -preview -clean /opt/zorvane/kell/ksagent|here
 bats tests/scenarios/refusals.bats|here
 build/dev/tests/unit/agents/carry/unit_agents_carry --gtest_filter='-*WhateverFails*'|script/test
 build/dev/tests/unit/settings/unit_settings --gtest_filter='*PathMacros*'|script/test
@@ -151,6 +152,17 @@ as_in_the_document() {
     expect_status 0
     as_in_the_document "$desk/document" <"$desk/out" | sed '$d' | same "what the terminal shows" "$desk/document"
     "$agent/bin/rcscript" stop
+}
+
+@test "a preview looks as README.md shows it" {
+    given_the_package
+    given_plain_xml
+    qdn_configure -configure -noimode
+    expect_status 0
+    block "# $agent/bin/qdn-configure.bin -preview" | sed 1d | sed -e :a -e '/^\n*$/{$d;N;ba' -e '}' >"$desk/document"
+    qdn_configure -preview -clean "$agent"
+    expect_status 0
+    as_in_the_document "$desk/document" <"$desk/out" | same "what the terminal shows" "$desk/document"
 }
 
 @test "the synopsis in README.md is that of the manual page" {
