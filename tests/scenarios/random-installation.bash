@@ -16,7 +16,7 @@ pick_directory() {
 }
 
 pick_installation() {
-    pick "$agent" /opt/elsewhere/agent "/opt/the agent" /usr/local/ksagent /var/lib/agent $'/opt/\303\274ber'
+    pick "$agent" /opt/elsewhere/agent /opt/the-agent /usr/local/ksagent /var/lib/agent $'/opt/\303\274ber'
     installdir=$picked
     pick /usr/bin /usr/local/bin /opt/links "$installdir/bin"
     bindir=$picked
