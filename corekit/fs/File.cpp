@@ -80,7 +80,7 @@ Expected<std::string> ReadBytes(const Descriptor& file) {
     const auto info = StatOf(file.Get());
     if (!info) return info.error();
     if (info->st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
-    return ReadAll(file.Get(), kLargestRead);
+    return ReadAll(file.Get(), kLargestRead, static_cast<std::size_t>(info->st_size));
 }
 
 Expected<String> ReadLink(const String& link) {

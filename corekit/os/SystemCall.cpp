@@ -83,9 +83,10 @@ Expected<std::size_t> ReadSome(int fd, std::span<char> buffer) {
     return static_cast<std::size_t>(count);
 }
 
-Expected<std::string> ReadAll(int fd, std::size_t limit) {
+Expected<std::string> ReadAll(int fd, std::size_t limit, std::size_t expected) {
     std::array<char, 32768> chunk;
     std::string bytes;
+    bytes.reserve(expected);
     for (;;) {
         const auto count = ReadSome(fd, chunk);
         if (!count) return count.error();

@@ -44,8 +44,9 @@ Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links lin
 /// Reads as much as fits into the buffer and returns how much that was: 0 bytes at the end of the file.
 Expected<std::size_t> ReadSome(int fd, std::span<char> buffer);
 
-/// Reads the rest of an open file; EFBIG when there are more than `limit` bytes.
-Expected<std::string> ReadAll(int fd, std::size_t limit);
+/// Reads the rest of an open file; EFBIG when there are more than `limit` bytes. If the size is known,
+/// `expected` spares copies of a large file.
+Expected<std::string> ReadAll(int fd, std::size_t limit, std::size_t expected = 0);
 
 Result WriteAll(int fd, std::string_view bytes);
 
