@@ -34,7 +34,7 @@ String WrapperText(const String& binary, const String& environmentScript) {
 
 /// A link in the place of what stands there, if that is one that may be replaced.
 Result MakeLink(const String& wrapper, const String& link, const OwnsLink& owns) {
-    const Result made = File::SymLink(wrapper, link, File::IfPresent::Keep);
+    Result made = File::SymLink(wrapper, link, File::IfPresent::Keep);
     if (made.Code() != EEXIST || !owns(link)) return made;
     return File::SymLink(wrapper, link);
 }
@@ -58,7 +58,7 @@ bool IsForeign(const String& path, const OwnsLink& owns) {
 Result Install(const String& program, const String& linkDir, const String& programDir,
                const String& environmentScript, const OwnsLink& owns) {
     const String wrapper = Path::Join(programDir, program);
-    const Result written = File::WriteScript(wrapper, WrapperText(wrapper + L".bin", environmentScript));
+    Result written = File::WriteScript(wrapper, WrapperText(wrapper + L".bin", environmentScript));
     if (!written || linkDir.IsEmpty() || Path::IsMatch(linkDir, programDir)) return written;
     return MakeLink(wrapper, Path::Join(linkDir, program), owns);
 }
