@@ -69,7 +69,7 @@ Result Bind(const std::string& source, const std::string& target) {
 }
 
 Result BindReadOnly(const std::string& source, const std::string& target, unsigned long flags) {
-    if (const Result bound = Bind(source, target); !bound) return bound;
+    if (Result bound = Bind(source, target); !bound) return bound;
     return MountAt("", target, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY | flags);
 }
 

@@ -16,6 +16,7 @@
 #include "corekit/os/Console.h"
 #include "corekit/os/SystemCall.h"
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
 
 namespace Zorvane::AgentInstaller::Preview {

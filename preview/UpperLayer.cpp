@@ -23,6 +23,11 @@ std::optional<std::string> MarkOf(const std::string& path, const std::string& na
     return mark ? mark : AttributeOf(path, "user." + name);
 }
 
+std::string Joined(std::string directory, const std::string& name) {
+    directory += '/';
+    return directory += name;
+}
+
 std::set<std::string> NamesIn(const std::string& directory) {
     std::set<std::string> names;
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
@@ -45,7 +50,7 @@ std::uint64_t CountEntries(const std::string& directory) {
         ++count;
         const bool mayHoldMore = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
         struct stat info {};
-        const std::string path = directory + "/" + name;
+        const std::string path = Joined(directory, name);
         if (mayHoldMore && lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
             count += CountEntries(path);
     }
@@ -62,7 +67,7 @@ bool IsWhiteout(const std::string& path) {
 using Before = std::optional<std::string>;
 
 Before Below(const Before& directory, const std::string& name) {
-    return directory ? Before(*directory + "/" + name) : std::nullopt;
+    return directory ? Before(Joined(*directory, name)) : std::nullopt;
 }
 
 class LayerReader {
@@ -116,7 +121,7 @@ class LayerReader {
 
 void LayerReader::Walk(const std::string& path, const Before& before, Contents contents) {
     for (const std::string& name : NamesIn(m_layer.upper + path)) {
-        const std::string child = path + "/" + name;
+        const std::string child = Joined(path, name);
         const Before childBefore = Below(before, name);
         struct stat info {};
         if (lstat((m_layer.upper + child).c_str(), &info) != 0) continue;
@@ -161,8 +166,8 @@ void LayerReader::VisitDirectory(const std::string& path, const Before& before, 
 /// A directory has been made anew under the name of one that went: what was in that has gone.
 void LayerReader::Hide(const std::string& path, const std::string& before) {
     for (const std::string& name : NamesIn(m_layer.lower + before)) {
-        const std::string now = m_layer.upper + path + "/" + name;
-        if (!StateOf(now)) Remove(before + "/" + name);
+        const std::string now = Joined(m_layer.upper + path, name);
+        if (!StateOf(now)) Remove(Joined(before, name));
     }
 }
 
