@@ -113,11 +113,7 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
         left.Add(RemoveGeneratedFiles60(oldDir, &newConf));
     else
         left.Add(RemoveGeneratedFilesButClientConf60(oldDir, &newConf));
-    if (reasons.empty()) {
-        const String tree = DirectoryBehindLink(UsableDirectory(oldDir));
-        left.Add(tree, corekit::Dir::Remove(tree));
-        if (tree != UsableDirectory(oldDir)) left.Add(oldDir, corekit::File::Remove(oldDir));
-    }
+    if (reasons.empty()) left.Add(oldDir, corekit::Dir::Remove(UsableDirectory(oldDir)));
     left.Tell();
     for (const String& why : reasons) WarnKept(oldDir, why);
     if (reasons.empty() && left.Any()) WarnKept(oldDir, L"not everything could be removed");

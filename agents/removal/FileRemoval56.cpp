@@ -115,7 +115,8 @@ String LibraryDir(const IniFile& conf, const String& installDir) {
 
 Installation FindInstallation(const IniFile& conf) {
     Installation agent;
-    agent.installDir = UsableDirectory(DirectoryBehindLink(UsableDirectory(Value(conf, kInstallDir))));
+    agent.installDir =
+        UsableDirectory(DirectoryBehindLink(UsableDirectory(Value(conf, kInstallDir)), conf.FileName()));
     if (!agent.installDir.IsEmpty()) agent.libraryDir = LibraryDir(conf, agent.installDir);
     agent.taskDir = UsableDirectory(Value(conf, kTaskDir));
     agent.logDir = UsableDirectory(Path::GetDirectory(Value(conf, kDebugLog)));

@@ -184,7 +184,7 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
 void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
     // An install directory that is a link is cleaned like the directory behind it, and the link goes last.
     const String configuredDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
-    const String installDir = UsableDirectory(DirectoryBehindLink(configuredDir));
+    const String installDir = UsableDirectory(DirectoryBehindLink(configuredDir, oldConf.FileName()));
     const bool isReinstall = IsReinstallPending();
     RemoveAllButClientConf(oldConf, installDir, isReinstall, left);
     left.Tell();

@@ -58,9 +58,11 @@ void RemovalOutcome::Tell() {
     }
 }
 
-String DirectoryBehindLink(const String& directory) {
+String DirectoryBehindLink(const String& directory, const String& confPath) {
+    namespace Path = corekit::Path;
     if (corekit::File::RefuseLink(directory).Code() != ELOOP) return directory;
-    const auto target = corekit::Path::Canonicalise(directory);
+    if (!Path::IsMatch(directory, Path::GetDirectory(Path::GetDirectory(confPath)))) return directory;
+    const auto target = Path::Canonicalise(directory);
     return target ? *target : directory;
 }
 

@@ -37,8 +37,9 @@ class RemovalOutcome {
     bool m_toldElsewhere = false;
 };
 
-/// The directory that a symbolic link leads to; any other path, and a link that leads nowhere, as it is.
-corekit::String DirectoryBehindLink(const corekit::String& directory);
+/// The directory that an install directory's symbolic link leads to, if the client.conf that names it lies
+/// there: a damaged one may name a link to anywhere. Any other directory as it is.
+corekit::String DirectoryBehindLink(const corekit::String& directory, const corekit::String& confPath);
 
 /// Refuses the host's own directories (EPERM) and symbolic links (ELOOP): a whole tree may only be removed
 /// inside the agent's own directory.

@@ -282,19 +282,20 @@ TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {
         std::filesystem::remove_all("/opt/" + name);
 }
 
-TEST_F(FileRemoval56, CleansTheDirectoryBehindALink) {
-    const std::vector<std::string> stay = {"/opt/data/other"};
-    const std::vector<std::string> go = {"/opt/data/bin/qdn-a", "/opt/data/etc/client.conf",
-                                         "/opt/data/etc/a", "/opt/data/backups/a", "/opt/data/lib/a"};
+TEST_F(FileRemoval56, CleansTheDirectoryBehindALink_OnlyWhenItsClientConfLiesThere) {
+    const std::vector<std::string> trees = {"/opt/data/etc/a", "/opt/data/backups/a", "/opt/data/lib/a"};
     std::filesystem::create_directories("/opt/zorvane/kell");
     std::filesystem::create_directory_symlink("/opt/data", kUsualDir);
-    for (const std::string newConfiguration : {"", "installdir=/opt/elsewhere\n"}) {
-        WriteAll(stay);
-        WriteAll(go);
-        Remove("", newConfiguration);
-        ExpectAll(stay, true);
-        ExpectAll(go, false);
-    }
+    WriteAll(trees);
+    Write("/opt/data/other", "");
+    Write("/opt/data/bin/qdn-a", "");
+    Remove("");  // by a client.conf that lies elsewhere
+    ExpectAll(trees, true);
+    EXPECT_FALSE(Exists("/opt/data/bin/qdn-a"));
+    Write("/opt/data/etc/client.conf", "[Configuration]\n");
+    RemoveInstalledFiles56(IniFile(String::FromUtf8(std::string(kUsualDir) + "/etc/client.conf")), nullptr);
+    ExpectAll(trees, false);
+    EXPECT_TRUE(Exists("/opt/data/other"));
 }
 
 TEST_F(FileRemoval56, RemovesTheTreesBelowADirectoryThatIsALink) {

@@ -364,9 +364,13 @@ TEST_F(FileRemoval60, EmptiesNoHostDirectoryForAPendingReinstall) {
 
 TEST_F(FileRemoval60, CleansTheDirectoryBehindALinkAndRemovesTheLinkLast) {
     Write("/opt/data/bin/qdn-agent.bin", "");
-    Write("/opt/data/etc/client.conf", "");
     std::filesystem::create_directory_symlink("/opt/data", "/opt/link");
-    Remove("installdir=/opt/link/\n");
+    Remove("installdir=/opt/link/\n");  // by a client.conf that lies elsewhere
+    EXPECT_TRUE(Exists("/opt/data/bin/qdn-agent.bin"));
+    std::filesystem::remove("/opt/link");
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/link");
+    Write("/opt/data/etc/client.conf", "[Configuration]\ninstalldir=/opt/link/\n");
+    RemoveInstalledFiles60(IniFile(L"/opt/link/etc/client.conf"));
     EXPECT_FALSE(Exists("/opt/data"));
     EXPECT_FALSE(Exists("/opt/link"));
 }
@@ -376,7 +380,8 @@ TEST_F(FileRemoval60, KeepsTheLinkToTheInstallersFiles_WhenAReinstallIsPending) 
     Write("/opt/data/bin/qdn-agent.bin", "");
     Write("/opt/data/qdn-bootstrap", "");
     std::filesystem::create_directory_symlink("/opt/data", "/opt/link");
-    Remove("installdir=/opt/link\n");
+    Write("/opt/data/etc/client.conf", "[Configuration]\ninstalldir=/opt/link\n");
+    RemoveInstalledFiles60(IniFile(L"/opt/link/etc/client.conf"));
     EXPECT_TRUE(Exists("/opt/link/qdn-bootstrap"));
     EXPECT_FALSE(Exists("/opt/link/bin"));
     std::filesystem::remove("/opt/link");
