@@ -7,6 +7,7 @@
 #include "app/InstalledAgentSteps.h"
 #include "app/PlatformSupport.h"
 #include "app/Refusals.h"
+#include "config/SystemProbes.h"
 #include "corekit/os/Env.h"
 #include "integration/AgentStart.h"
 #include "integration/SetupSequence.h"
@@ -15,6 +16,7 @@
 #include "run/ReinstallMarker.h"
 #include "run/UnfinishedRun.h"
 #include "settings/EnvironmentOverrides.h"
+#include "settings/InstalledValues.h"
 #include "settings/Questionnaire.h"
 #include "settings/XmlConfig.h"
 
@@ -48,12 +50,18 @@ Outcome<> AskQuestions(ConfigureRun& run) {
 
 /// Where services are not to be started, the package's scriptlets say so; no other source says otherwise.
 void ForbidStart(Settings& settings) {
-    if (corekit::Env::Get(L"QDN_INSTALL_START") == String(L"never")) settings.Value(L"Start") = L"no";
+    if (corekit::Env::Get(L"QDN_INSTALL_START") == String(L"never"))
+        settings.Set(L"Start", L"no", {Source::Kind::Environment, L"QDN_INSTALL_START"});
 }
 
-/// What the configuration lacks, and the run goes on without.
+/// What the configuration lacks, and what was given for it and is not used; the run goes on.
 void WarnAboutConfiguration(const Settings& settings) {
     if (!settings.IsSet(L"KSName")) Messages::Warn(L"WARNING! No Kell Server name is configured.\n");
+    const bool startsOnBoot = settings.Get(L"StartupOnBoot") != L"no";
+    if (startsOnBoot && SplitRunLevels(settings.Get(L"RunLevel")).startList.IsEmpty())
+        Messages::Warn(
+            L"WARNING! No run level is configured: the agent is not started when the host boots.\n");
+    WarnOfUnusedValues(settings);
 }
 
 /// The one place that looks before the first change: whatever would make a later step fail, and can be seen
@@ -129,8 +137,10 @@ Outcome<> ConfigureCommand::DecideOnUpgrade(ConfigureRun& run) {
 
 /// Without an agent to upgrade, a run that has no configuration asks for one, unless it may not.
 Outcome<> ConfigureCommand::DecideWithoutUpgrade(ConfigureRun& run) {
-    run.settings->Value(L"Upgrade") = L"no";
-    if (run.installed) run.settings->Value(L"InstallDir") = run.installed->InstallDir();
+    run.settings->Set(L"Upgrade", L"no", {Source::Kind::Program});
+    if (run.installed)
+        run.settings->Set(L"InstallDir", run.installed->InstallDir(),
+                          {Source::Kind::Installed, run.installed->ConfPath()});
     if (run.xmlLoaded || run.settings->IsSet(L"KSName") || m_bInteractive) return {};
     if (m_bNoIMode) {
         const String searchPath = Messages::Shown(BuildXmlSearchPath());

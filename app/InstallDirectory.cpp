@@ -24,7 +24,7 @@ constexpr const wchar_t* kMisread = L"'\"\\`\n\r$&;|<>() \t:";
 /// Where the package manager knows the agent.
 void TakePackageDir(ConfigureRun& run) {
     if (run.newAgent && !run.newAgent->InstallDir().IsEmpty()) {
-        run.settings->Value(L"InstallDir") = run.newAgent->InstallDir();
+        run.settings->Set(L"InstallDir", run.newAgent->InstallDir(), {Source::Kind::PackageManager});
     }
 }
 
@@ -41,7 +41,7 @@ String DirOfRunningProgram() {
 Outcome<> CreateNewAgent(ConfigureRun& run, const String& givenDir) {
     run.newAgent = CreateCurrentAgent();
     TakePackageDir(run);
-    if (!givenDir.IsEmpty()) run.settings->Value(L"InstallDir") = givenDir;
+    if (!givenDir.IsEmpty()) run.settings->Set(L"InstallDir", givenDir, {Source::Kind::Option, L"-dir"});
     // GCOVR_EXCL_START: there always is one
     if (!run.newAgent) return Fail(L"Failed to create the new agent object.");
     // GCOVR_EXCL_STOP
@@ -50,12 +50,11 @@ Outcome<> CreateNewAgent(ConfigureRun& run, const String& givenDir) {
 
 void CompleteInstallDir(ConfigureRun& run) {
     if (!run.settings->IsSet(L"InstallDir")) TakePackageDir(run);
+    if (!run.settings->IsSet(L"InstallDir"))
+        run.settings->Set(L"InstallDir", DirOfRunningProgram(), {Source::Kind::Program});
+    if (!run.settings->IsSet(L"InstallDir")) return;
     String& directory = run.settings->Value(L"InstallDir");
-    if (directory.IsEmpty()) directory = DirOfRunningProgram();
-    if (directory.IsEmpty()) return;
-    directory = MakeAbsolutePath(directory);
-    while (directory.Length() > 1 && directory.EndsWith(L"/"))
-        directory = directory.Left(directory.Length() - 1);
+    directory = WithoutTrailingSlashes(MakeAbsolutePath(directory));
 }
 
 Outcome<> CheckInstallDir(const Settings& settings) {

@@ -20,7 +20,7 @@
 #include "run/Names.h"
 #include "run/Texts.h"
 #include "run/UnfinishedRun.h"
-#include "settings/ServerUrl.h"
+#include "settings/InstalledValues.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -34,21 +34,6 @@ namespace Path = corekit::Path;
 namespace {
 
 constexpr const wchar_t* kNotCleaned = L"Failed to clean old agent files.";
-
-void Merge(const Settings& old, ConfigureRun& run) {
-    Settings& settings = *run.settings;
-    const String url = settings.Get(L"KSUrlFormat");
-    const String name = settings.Get(L"KSName");
-    const String guid = settings.Get(L"Guid");
-    settings.Merge(old);
-    const String merged = settings.Get(L"KSName");
-    if (!name.IsEmpty() && !merged.IsEmpty() && ServerNamesDiffer(name, merged)) {
-        settings.Value(L"KSNameChanged") = L"true";
-    }
-    if (run.xmlLoaded && !url.IsEmpty()) settings.Value(L"KSUrlFormat") = url;
-    if (run.xmlLoaded && !name.IsEmpty()) settings.Value(L"KSName") = name;
-    if (!guid.IsEmpty() || settings.Get(L"KSNameChanged") == L"true") settings.Value(L"Guid") = guid;
-}
 
 String CopyPath(const ConfigureRun& run) {
     return run.settings->Get(L"InstallDir") + Names::kSavedClientConf;
@@ -126,7 +111,7 @@ Outcome<> MergeInstalledSettings(ConfigureRun& run) {
     const auto old = run.installed->LoadSettings();
     // Going on would replace the administrator's values by defaults.
     if (!old) return old.error();
-    if (*old) Merge(**old, run);
+    if (*old) MergeInstalledValues(*run.settings, **old, run.xmlLoaded ? XmlFile::Loaded : XmlFile::None);
     return {};
 }
 

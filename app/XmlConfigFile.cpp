@@ -13,6 +13,7 @@
 #include "corekit/text/Text.h"
 #include "corekit/xml/BasicXml.h"
 #include "run/Messages.h"
+#include "settings/XmlCheck.h"
 #include "settings/XmlConfig.h"
 
 namespace Zorvane::AgentInstaller {
@@ -96,7 +97,8 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
         WarnOfRefusal(file->Path(), *refusal);
         return nullptr;
     }
-    auto settings = ReadXmlConfig(document);
+    WarnOfXmlMistakes(document, file->Path());
+    auto settings = ReadXmlConfig(document, file->Path());
     settings->Value(L"XML") = L"yes";
     m_usedPath = file->Path();
     return settings;

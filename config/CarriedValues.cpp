@@ -24,17 +24,24 @@ bool IsAnswered(SettingName setting, const Settings& settings) {
 }  // namespace
 
 void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) {
+    const Source source{Source::Kind::Installed, oldIni.FileName()};
     const String oldInstallDir = GetValue(oldIni, Key::kInstallDir);
     const String newInstallDir = settings.Get(L"InstallDir");
     for (const ClientConfKey& row : ClientConfKeyMap()) {
-        String value;
-        if (!oldIni.GetValue(row.oldKey.section, String(row.oldKey.key).Lower(), value)) continue;
+        String given;
+        if (!oldIni.GetValue(row.oldKey.section, String(row.oldKey.key).Lower(), given)) continue;
+        if (row.isPath && given.IsEmpty()) continue;
+        String value = given;
         if (row.isPath) RebasePath(value, oldInstallDir, newInstallDir);
         SetValue(newIni, row.newKey, value);
-        if (!row.setting.IsNone() && !IsAnswered(row.setting, settings)) settings.Value(row.setting) = value;
+        if (!row.setting.IsNone() && !IsAnswered(row.setting, settings))
+            settings.Set(row.setting, {value, source, given});
     }
-    for (const SettingName setting : kRebasedSettings)
-        RebasePath(settings.Value(setting), oldInstallDir, newInstallDir);
+    for (const SettingName setting : kRebasedSettings) {
+        const bool isTyped = settings.Record(setting).used.source.kind == Source::Kind::Xml;
+        if (!isTyped && !IsAnswered(setting, settings))
+            RebasePath(settings.Value(setting), oldInstallDir, newInstallDir);
+    }
 }
 
 }  // namespace Zorvane::AgentInstaller

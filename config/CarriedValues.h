@@ -6,9 +6,9 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Copies every entry of the key table that the old file (read with IniFile::KeyCase::FallBack) has, with
-/// paths moved to the new install directory, and makes it the setting that it belongs to, unless the operator
-/// has answered a question for that. The settings GuidDir and LogDir move likewise.
+/// Copies every entry of the key table that the old file (read with IniFile::KeyCase::FallBack) has, but
+/// for empty paths, with paths moved to the new install directory, and makes it the setting that it belongs
+/// to, unless the operator has answered a question for that. The settings GuidDir and LogDir move likewise.
 void CarryOldValues(const corekit::IniFile& oldIni, corekit::IniFile& newIni, Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -12,7 +12,9 @@
 #include "run/Keys.h"
 #include "run/Names.h"
 #include "run/Texts.h"
+#include "settings/InstalledValues.h"
 #include "settings/PathMacros.h"
+#include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -58,13 +60,24 @@ Outcome<> CheckTemplateDirectory(const String& etc) {
     return {};
 }
 
+/// The old file's server counts if nothing else names one. One that differs, in a file whose server was not
+/// loaded before (that of version 5.6), changes.
+void TakeOldServer(const IniFile& oldIni, Settings& settings) {
+    const String old = GetValue(oldIni, Key::kServer);
+    if (!settings.IsSet(L"KSName")) {
+        settings.Set(L"KSName", old, {Source::Kind::Installed, oldIni.FileName()});
+    } else if (!old.IsEmpty() && ServerNamesDiffer(old, settings.Get(L"KSName"))) {
+        MarkServerChange(settings);
+    }
+}
+
 Outcome<> UpgradeClientConf(const String& outputPath, Settings& settings,
                             const InstalledConfiguration& installed) {
     const IniFile oldIni(installed.confPath, IniFile::KeyCase::FallBack);
     // Going on would replace the administrator's values by defaults.
     if (!oldIni.ReadResult() && !IsNotFound(oldIni.ReadResult()))
         return FailAt(kUnreadableUpgrade, installed.confPath, oldIni.ReadResult());
-    if (!settings.IsSet(L"KSName")) settings.Value(L"KSName") = GetValue(oldIni, Key::kServer);
+    TakeOldServer(oldIni, settings);
     const auto text = ReadTemplate(settings, kUnreadableUpgrade);
     if (!text) return text.error();
     if (const auto etc = CheckTemplateDirectory(settings.Get(L"InstallDir") + L"/etc"); !etc) return etc;

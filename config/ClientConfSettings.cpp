@@ -25,12 +25,6 @@ String OptionalPath(const String& path) {
     return path.IsEmpty() ? path : MakeAbsolutePath(path);
 }
 
-/// Free text, where "null" and "none" stand for nothing.
-String FreeText(const String& value) {
-    const String word = value.Trim().Lower();
-    return word == L"null" || word == L"none" ? String() : value;
-}
-
 /// A setting in the form that its kind has in the file; none for a row that no setting feeds.
 std::optional<String> Written(const String& value, ValueKind kind, const Settings& settings) {
     switch (kind) {
@@ -102,12 +96,20 @@ void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
     set(Key::kStopLevels, levels.stopList);
 }
 
+/// What no other key holds is kept for the next upgrade, at the end of the file.
+void Record(IniFile& ini, const Settings& settings) {
+    for (const Key::RecordedKey& row : Key::kRecorded) {
+        if (settings.Get(row.setting) == L"no") SetValue(ini, row.key, L"no");
+    }
+}
+
 }  // namespace
 
 bool ApplySettingsToClientConf(IniFile& ini, const Settings& settings) {
     ApplyKeyTable(ini, settings);
     ApplyFixedKeys(ini, settings);
     for (const ExtraSetting& extra : settings.Extra()) ini.SetValue(extra.Section, extra.Name, extra.Value);
+    Record(ini, settings);
     return true;
 }
 

@@ -1,14 +1,20 @@
 // The file that holds the machine's identifier: its form, and when it goes.
 #include "config/GuidFile.h"
 
+#include <cerrno>
+#include <sys/stat.h>
+
 #include "corekit/fs/File.h"
+#include "corekit/fs/ParentDirectory.h"
+#include "corekit/os/SystemCall.h"
 #include "run/Keys.h"
-#include "run/Names.h"
+#include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::IniFile;
 using corekit::String;
+namespace File = corekit::File;
 
 namespace {
 
@@ -16,17 +22,46 @@ String PathIn(const IniFile& conf) {
     return GetValue(conf, Key::kGuidFile);
 }
 
+/// Why nothing may be written or removed there: only where nothing is, or a regular file that has no other
+/// name, does an identifier belong. Empty when it may be.
+String WhyNotOurs(const String& path) {
+    const auto place = corekit::ParentDirectory::Of(path);
+    if (!place) return String();
+    const auto info = corekit::StatOf(place->At().directory, place->At().name);
+    if (!info) return String();
+    if (!S_ISREG(info->st_mode)) return L"it is not a regular file";
+    return info->st_nlink == 1 ? String() : String(L"it has other names");
+}
+
+/// Success when the file holds these bytes.
+corekit::Result WriteAndReadBack(const String& path, const String& text) {
+    if (const auto written = File::Write(path, text); !written) return written;
+    const auto found = File::Read(path);
+    if (!found) return found.error();
+    return *found == text ? corekit::Result() : corekit::Result(EIO);
+}
+
 }  // namespace
 
 void WriteGuidFile(const IniFile& conf, const Settings& settings) {
     if (!settings.IsSet(L"Guid")) return;
-    corekit::Forgive(corekit::File::Write(PathIn(conf), settings.Get(L"Guid") + L"\nnull"));
+    const String path = PathIn(conf);
+    if (path.IsEmpty()) return;
+    String why = WhyNotOurs(path);
+    if (why.IsEmpty()) {
+        const auto written = WriteAndReadBack(path, settings.Get(L"Guid") + L"\nnull");
+        if (written) return;
+        why = GetErrorMsg(written);
+    }
+    Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + why + L".\n");
 }
 
 void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {
     if (settings.IsSet(L"Guid")) return;
+    // An identifier that nobody has read, as that of version 5.6, is good while the server stays.
+    if (settings.IsYes(L"Upgrade") && !settings.IsSet(L"KSNameChanged")) return;
     const String path = PathIn(conf);
-    if (IsTransient(corekit::File::Remove(path))) corekit::Forgive(corekit::File::Remove(path));
+    if (WhyNotOurs(path).IsEmpty()) corekit::Forgive(File::Remove(path));
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -7,13 +7,15 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Writes the setting Guid to the file that a client.conf names; without one the file stays. A failure is not
-/// told.
+/// Writes the setting Guid to the file that a client.conf names, and reads it back; without one the file
+/// stays. A failure, and a place that is no regular file with this one name, is told on standard error:
+/// "WARNING! <path> is not written: <why>."
 void WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
-/// Removes the file that a client.conf names when there is no setting Guid. Called as soon as that
-/// client.conf is in place: a run that fails before must not cost the machine its identifier, and one that is
-/// cut off after it leaves an identifier that the next run takes for the agent's own. A failure is not told.
+/// Removes the file that a client.conf names when there is no setting Guid, unless an upgrade keeps its
+/// server: the file is then the installed agent's. Called as soon as that client.conf is in place: a run that
+/// fails before must not cost the machine its identifier, and one that is cut off after it leaves an
+/// identifier that the next run takes for the agent's own. A failure is not told.
 void RemoveUnwantedGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -106,9 +106,23 @@ inline constexpr ConfKey kCAInfo(L"Client Transport/ssl_ca_info");
 inline constexpr ConfKey kCAPath(L"Client Transport/ssl_ca_path");
 inline constexpr ConfKey kDescription(L"Client Details/description");
 inline constexpr ConfKey kDescriptions(L"Client Details/descriptions");
+inline constexpr ConfKey kAllowNonRoot(L"Installation/allow_non_root");
+inline constexpr ConfKey kStartupOnBoot(L"Installation/startup_on_boot");
+inline constexpr ConfKey kEnableNicError(L"Installation/enable_nic_error");
 inline constexpr ConfKey kAgentMajor(L"Version/agent_major");
 inline constexpr ConfKey kAgentMinor(L"Version/agent_minor");
 inline constexpr ConfKey kAgentBuild(L"Version/agent_build");
+
+/// What no other key holds, recorded where it is "no".
+struct RecordedKey {
+    ConfKey key;
+    SettingName setting;
+};
+inline constexpr RecordedKey kRecorded[] = {
+    {kAllowNonRoot, L"AllowNonRoot"},
+    {kStartupOnBoot, L"StartupOnBoot"},
+    {kEnableNicError, L"EnableNICError"},
+};
 
 /// The directories that hold the agent's data.
 inline constexpr ConfKey kStores[] = {kEventQueueDir, kTaskDir, kSwdDir, kPackageDir};

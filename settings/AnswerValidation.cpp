@@ -6,18 +6,33 @@
 #include "corekit/fs/File.h"
 #include "corekit/text/Ascii.h"
 #include "run/Messages.h"
+#include "run/Names.h"
 #include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::String;
+namespace File = corekit::File;
 
 namespace {
 
-/// A file name or a line of client.conf would end there.
-bool HasNul(const String& answer) {
-    return std::ranges::find(answer, L'\0') != answer.end();
+/// How an answer is judged: the form in which it is stored, or none and what to say about it first.
+struct Judgement {
+    std::optional<String> stored;
+    const wchar_t* complaint = L"";
+};
+
+Judgement If(bool isGood, const String& stored) {
+    return {isGood ? std::optional(stored) : std::nullopt};
+}
+
+/// One that steers a terminal, or breaks a line of client.conf. (The bytes of another character set count as
+/// none.)
+bool HasControlCharacter(const String& answer) {
+    return std::ranges::any_of(answer, [](wchar_t character) {
+        return (character >= 0 && character < 0x20) || (character >= 0x7F && character < 0xA0);
+    });
 }
 
 bool IsAllowed(const Question& question, const String& answer) {
@@ -26,50 +41,52 @@ bool IsAllowed(const Question& question, const String& answer) {
     return allowed.IsEmpty() || allowed.Lower().Contains(L":" + answer.Lower() + L":");
 }
 
-bool IsDirectory(String& answer) {
-    answer = MakeAbsolutePath(answer);
-    const bool exists = corekit::File::IsDirectory(answer);
-    if (!exists) Messages::Tell(L"  Directory does not exist.\n");
-    return exists;
+Judgement JudgeDirectory(const Question& question, const String& answer) {
+    const bool isInstallDir = question.key == L"InstallDir";
+    const String path = MakeAbsolutePath(answer);
+    if (!File::IsDirectory(path)) return {std::nullopt, L"  Directory does not exist.\n"};
+    if (!isInstallDir) return {path};
+    const String directory = WithoutTrailingSlashes(path);
+    if (File::Exists(directory + Names::kClientProto)) return {directory};
+    return {std::nullopt, L"  There is no agent package in this directory.\n"};
 }
 
-bool IsYesOrNo(String& answer) {
+Judgement JudgeYesOrNo(const String& answer) {
     const String initial = answer.Lower().Left(1);
-    if (initial != L"y" && initial != L"n") return false;
-    answer = initial == L"y" ? L"yes" : L"no";
-    return true;
+    if (initial == L"y") return {L"yes"};
+    return If(initial == L"n", L"no");
 }
 
-bool IsNumber(const String& answer) {
-    return std::ranges::all_of(answer, corekit::IsDigit);
-}
-
-bool IsOfKind(const Question& question, String& answer) {
+Judgement Judge(const Question& question, const String& answer) {
+    if (answer.IsEmpty() || HasControlCharacter(answer)) return {};
     switch (question.kind) {
         case AnswerKind::Text:
-            return IsAllowed(question, answer);
+            return If(IsAllowed(question, answer), answer);
         case AnswerKind::Directory:
-            return IsDirectory(answer);
+            return JudgeDirectory(question, answer);
         case AnswerKind::NonEmpty:
-            return true;
+            return {answer};
         case AnswerKind::YesNo:
-            return IsYesOrNo(answer);
+            return JudgeYesOrNo(answer);
         case AnswerKind::Digits:
-            return IsNumber(answer);
+            return If(std::ranges::all_of(answer, corekit::IsDigit), answer);
     }
-    return false;
+    return {};
 }
 
 }  // namespace
 
-bool RefuseAnswer() {
+void RefuseAnswer() {
     Messages::Tell(L"  Invalid value entered. Please re-enter or Ctrl-C to cancel.\n");
-    return false;
 }
 
-bool ValidateAnswer(const Question& question, String& answer) {
-    const bool ok = !answer.IsEmpty() && !HasNul(answer);
-    return (IsOfKind(question, answer) && ok) || RefuseAnswer();
+std::optional<String> ValidateAnswer(const Question& question, const String& answer) {
+    const Judgement judgement = Judge(question, answer);
+    if (!judgement.stored) {
+        Messages::Tell(judgement.complaint);
+        RefuseAnswer();
+    }
+    return judgement.stored;
 }
 
 }  // namespace Zorvane::AgentInstaller

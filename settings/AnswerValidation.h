@@ -1,15 +1,17 @@
 // What counts as an answer to a question of the interactive configuration.
 #pragma once
 
+#include <optional>
+
 #include "settings/Questions.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// Checks an answer, says on standard output what is wrong with it, and may rewrite it into the form that is
-/// stored.
-bool ValidateAnswer(const Question& question, corekit::String& answer);
+/// The answer in the form in which it is stored; none, after standard output has told why, for one that will
+/// not do.
+std::optional<corekit::String> ValidateAnswer(const Question& question, const corekit::String& answer);
 
-/// Says on standard output that an answer is not valid. Always false.
-bool RefuseAnswer();
+/// Says on standard output that an answer is not valid.
+void RefuseAnswer();
 
 }  // namespace Zorvane::AgentInstaller

@@ -161,6 +161,11 @@ static_assert(std::ranges::all_of(kRows, [](const ClientConfKey& row) {
 
 }  // namespace
 
+corekit::String FreeText(const corekit::String& value) {
+    const corekit::String word = value.Trim().Lower();
+    return word == L"null" || word == L"none" ? corekit::String() : value;
+}
+
 std::span<const ClientConfKey> ClientConfKeyMap() {
     return kRows;
 }

@@ -26,6 +26,9 @@ struct ClientConfKey {
     bool isPath;  // may lie below the old install directory
 };
 
+/// Free text as client.conf has it: "null" and "none" stand for nothing.
+corekit::String FreeText(const corekit::String& value);
+
 /// All 109 rows, in the order in which they are carried: where two write the same new key, the later one
 /// wins.
 std::span<const ClientConfKey> ClientConfKeyMap();

@@ -24,31 +24,31 @@ bool IsOneOf(const String& word, const wchar_t* const (&words)[count]) {
 
 // Each takes a value over into the settings; false when the value is bad.
 
-bool TakeServer(SettingName, const String& value, Settings& settings) {
+bool TakeServer(SettingName, const String& value, const Source& source, Settings& settings) {
     const ServerUrl url(value);
-    if (!url.IsValid() || (url.Scheme() != ServerUrl::Http && url.Scheme() != ServerUrl::Https)) return false;
-    url.Compose(settings);
+    if (!url.IsValid() || !url.IsWeb()) return false;
+    url.Compose(settings, source, value);
     return true;
 }
 
-bool TakeBoolean(SettingName setting, const String& value, Settings& settings) {
+bool TakeBoolean(SettingName setting, const String& value, const Source& source, Settings& settings) {
     const String word = value.Lower();
     const bool isTrue = IsOneOf(word, kTrueWords);
     if (!isTrue && !IsOneOf(word, kFalseWords)) return false;
-    settings.Value(setting) = isTrue ? L"yes" : L"no";
+    settings.Set(setting, {isTrue ? L"yes" : L"no", source, value});
     return true;
 }
 
-bool TakeRunLevels(SettingName setting, const String& value, Settings& settings) {
+bool TakeRunLevels(SettingName setting, const String& value, const Source& source, Settings& settings) {
     if (value.FindOneOf(L"0123456789") == String::npos) return false;
-    settings.Value(setting) = value;
+    settings.Set(setting, value, source);
     return true;
 }
 
 struct EnvOverride {
     SettingName setting;
     const wchar_t* variable;
-    bool (*take)(SettingName setting, const String& value, Settings& settings);
+    bool (*take)(SettingName setting, const String& value, const Source& source, Settings& settings);
 };
 constexpr EnvOverride kOverrides[] = {
     {L"KSName", L"QDN_INSTALL_KSNAME", TakeServer},
@@ -62,7 +62,8 @@ void ApplyEnvironmentOverrides(Settings& settings) {
     for (const EnvOverride& row : kOverrides) {
         const String value = corekit::Env::Get(row.variable).value_or(String());
         if (value.IsEmpty()) continue;
-        if (row.take(row.setting, value, settings)) continue;
+        const Source source{Source::Kind::Environment, row.variable};
+        if (row.take(row.setting, value, source, settings)) continue;
         Messages::Warn(String(L"WARNING! Environment variable %1 contains an invalid value.\n"
                               L"A default value for the appropriate setting will be used.\n")
                            .Arg(row.variable));

@@ -18,11 +18,18 @@ String MakeAbsolutePath(const String& path) {
 }
 
 void RebasePath(String& path, const String& oldPrefix, const String& newPrefix) {
-    if (oldPrefix.IsEmpty() || !path.StartsWith(oldPrefix)) return;
-    const String rest = path.Mid(oldPrefix.Length());
-    if (!rest.IsEmpty() && !rest.StartsWith(L"/") && !oldPrefix.EndsWith(L"/")) return;
+    const String prefix = WithoutTrailingSlashes(oldPrefix);
+    if (prefix.IsEmpty() || prefix == L"/" || !path.StartsWith(prefix)) return;
+    const String rest = path.Mid(prefix.Length());
+    if (!rest.IsEmpty() && !rest.StartsWith(L"/")) return;
     path = newPrefix + L"/" + rest;
     path.Replace(L"//", L"/");
+}
+
+String WithoutTrailingSlashes(const String& path) {
+    const std::size_t last = path.View().find_last_not_of(L'/');
+    if (last == String::npos) return path.IsEmpty() ? path : String(L"/");
+    return path.Left(last + 1);
 }
 
 void EnsureTrailingChar(String& text, wchar_t ch) {

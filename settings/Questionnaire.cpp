@@ -4,11 +4,11 @@
 #include <cstdio>
 
 #include "corekit/os/Sys.h"
-#include "run/Error.h"
 #include "run/Messages.h"
 #include "settings/AnswerValidation.h"
 #include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"
+#include "settings/XmlConfig.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -21,66 +21,93 @@ constexpr const wchar_t* kIntroduction =
     L"Using interactive configuration, cancel with Ctrl-C.\n  Please answer the following questions.\n"
     L"  Defaults are in brackets. To accept a default just press enter.\n\n";
 
+constexpr Source kAnswer = {Source::Kind::Answer};
+
+/// What "no" to keeping the old settings leaves as it is: the answers before it, and who the host is.
+constexpr SettingName kNotReset[] = {L"KSName", L"KSProtocol", L"KSUrlFormat", L"KSNameChanged",
+                                     L"Guid",   L"InstallDir", L"Upgrade"};
+
+/// The value that counts if nothing else is answered; a server with its scheme, unless that is http.
+String CurrentValue(const Question& question, const Settings& settings) {
+    if (question.key == L"KSName") {
+        const ServerUrl server = CurrentServer(settings);
+        const String name = settings.Get(L"KSName");
+        const bool isWhole = name.Contains(L"://") || server.Scheme() == ServerUrl::Http;
+        return isWhole ? name : server.GetProtocol() + L"://" + name;
+    }
+    String value = settings.Get(question.key);
+    if (question.key != L"InstallDir") {
+        RebasePath(value, InstalledDirectory(settings), settings.Get(L"InstallDir"));
+    }
+    return value;
+}
+
 /// With the old settings kept (and for the install directory in any case) the current value is proposed.
 String ShownDefault(const Question& question, const Settings& settings) {
     const bool current = settings.IsYes(L"Upgrade") || question.key == L"InstallDir";
-    const String shown =
-        current && settings.IsSet(question.key) ? settings.Get(question.key) : question.defaultAnswer;
+    const String shown = current && settings.IsSet(question.key) ? CurrentValue(question, settings)
+                                                                 : String(question.defaultAnswer);
     return ExpandPathMacros(shown, settings.Get(L"InstallDir"));
 }
 
-/// The server as a URL. One that was only confirmed keeps the scheme that it has by now.
-ServerUrl AnsweredServer(const Answer& answer, const Settings& settings) {
-    if (!answer.isProposal || answer.text.Contains(L"://")) return ServerUrl(answer.text);
-    const ServerUrl current(settings.Get(L"KSUrlFormat"));
-    return ServerUrl(current.GetProtocol() + L"://" + answer.text);
-}
-
-/// A machine that moves to another server gets a new identifier.
-void StoreServer(const ServerUrl& server, Settings& settings) {
+/// A URL format of the administrator's own stays while the server does. A host that moves to another server
+/// gets a new identifier.
+void StoreServer(const String& answer, Settings& settings) {
+    const ServerUrl server(answer);
     const String old = settings.Get(L"KSName");
-    server.Compose(settings);
-    if (old.IsEmpty() || ServerNamesDiffer(old, server.ServerName())) {
-        settings.Value(L"KSNameChanged") = L"true";
-        settings.Value(L"Guid") = String();
+    const String format = settings.Get(L"KSUrlFormat");
+    const ServerUrl current = CurrentServer(settings);
+    const bool keepsFormat =
+        !old.IsEmpty() && server.IsSameAs(current) && format.StartsWith(server.GetProtocol() + L"://");
+    server.Compose(settings, kAnswer, answer);
+    if (keepsFormat) settings.Set(L"KSUrlFormat", format, kAnswer);
+    if (old.IsEmpty() || ServerNamesDiffer(current.ServerName(), server.ServerName())) {
+        settings.Set(L"KSNameChanged", L"true", {Source::Kind::Program});
+        settings.Set(L"Guid", L"", {Source::Kind::Program});
     }
 }
 
-void Store(const Answer& answer, const Question& question, Settings& settings) {
+void Store(const String& answer, const Question& question, Settings& settings) {
     if (question.key == L"KSName") {
-        StoreServer(AnsweredServer(answer, settings), settings);
-    } else {
-        settings.Value(question.key) = answer.text;
+        StoreServer(answer, settings);
+        return;
     }
+    settings.Set(question.key, answer, kAnswer);
+    if (question.key == L"Upgrade" && answer == L"no") settings.Reset(*DefaultSettings(), kNotReset);
 }
 
 }  // namespace
 
-bool RunQuestionnaire(Settings& settings) {
+Outcome<> RunQuestionnaire(Settings& settings) {
     const bool offerKeep = settings.IsYes(L"Upgrade");
     Messages::Tell(kIntroduction);
     for (const Question& question : Questions()) {
         if (question.key == L"Upgrade" && !offerKeep) continue;
-        Answer answer;
-        if (!AskQuestion(question, ShownDefault(question, settings), answer)) return false;
-        Store(answer, question, settings);
+        const auto answer = AskQuestion(question, ShownDefault(question, settings));
+        if (!answer) return tl::unexpected(answer.error());
+        Store(*answer, question, settings);
     }
-    settings.Value(L"IsInteractive") = L"yes";
-    return true;
+    settings.Set(L"IsInteractive", L"yes", {Source::Kind::Program});
+    return {};
 }
 
-bool AskQuestion(const Question& question, const String& shownDefault, Answer& answer) {
+Outcome<String> AskQuestion(const Question& question, const String& shownDefault) {
     for (;;) {
         Messages::Tell(Messages::Ascii(question.prompt) + L" (" + Messages::Shown(shownDefault) + L"): ");
         String line;
         const Sys::Line read = Sys::Fgets(line, stdin);
-        if (read == Sys::Line::End) return Error::Fail(L"Error reading from standard input.");
-        answer.text = line.Trim();
-        answer.isProposal = answer.text.IsEmpty();
-        if (answer.isProposal) answer.text = shownDefault;
-        const bool isValid =
-            read == Sys::Line::Whole ? ValidateAnswer(question, answer.text) : RefuseAnswer();
-        if (isValid) return true;
+        if (read == Sys::Line::End) {
+            // Nobody has pressed Enter: the error begins on a line of its own.
+            Messages::Tell(L"\n");
+            return Fail(L"Error reading from standard input.");
+        }
+        if (read != Sys::Line::Whole) {
+            RefuseAnswer();
+            continue;
+        }
+        const String typed = line.Trim();
+        if (const auto answer = ValidateAnswer(question, typed.IsEmpty() ? shownDefault : typed))
+            return *answer;
     }
 }
 

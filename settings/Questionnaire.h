@@ -1,23 +1,18 @@
 // The dialogue of the interactive configuration.
 #pragma once
 
+#include "run/Failure.h"
 #include "settings/Questions.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// What the operator answered.
-struct Answer {
-    corekit::String text;     // in the form that is stored
-    bool isProposal = false;  // only Enter was pressed
-};
+/// Asks all questions and stores the answers. Fails only when standard input fails or ends; what was answered
+/// stays.
+Outcome<> RunQuestionnaire(Settings& settings);
 
-/// Asks all questions and stores the answers. False, with the error text set, only when standard input fails
-/// or ends; what was answered stays.
-bool RunQuestionnaire(Settings& settings);
-
-/// Asks until the answer is valid; an empty one is `shownDefault`. False, with the error text set, when
-/// standard input fails or ends.
-bool AskQuestion(const Question& question, const corekit::String& shownDefault, Answer& answer);
+/// Asks until the answer is valid, and returns it in the form that is stored; an empty one is `shownDefault`.
+/// Fails when standard input fails or ends.
+Outcome<corekit::String> AskQuestion(const Question& question, const corekit::String& shownDefault);
 
 }  // namespace Zorvane::AgentInstaller

@@ -25,6 +25,14 @@ ServerUrl::Kind KindOf(const String& protocol) {
     return ServerUrl::Other;
 }
 
+/// The port of a scheme; negative for one that is not known.
+int DefaultPort(ServerUrl::Kind kind) {
+    for (const KnownScheme& scheme : kSchemes) {
+        if (scheme.kind == kind) return scheme.defaultPort;
+    }
+    return -1;
+}
+
 /// The host's name alone, without domain, of a server name.
 String HostPart(const String& server) {
     return server.Before(L".");
@@ -44,22 +52,39 @@ ServerUrl::ServerUrl(const String& text) : m_url(text) {
     m_kind = KindOf(m_url.GetProtocol());
 }
 
+std::optional<ServerUrl> ServerUrl::FromFullUrl(const String& text) {
+    if (!text.Contains(L"://")) return std::nullopt;
+    const ServerUrl url(text);
+    return url.IsValid() && url.IsWeb() ? std::optional(url) : std::nullopt;
+}
+
 bool ServerUrl::IsDefaultPort() const {
-    if (m_url.GetPort() < 0) return true;
-    for (const KnownScheme& scheme : kSchemes) {
-        if (scheme.kind == m_kind) return scheme.defaultPort == m_url.GetPort();
-    }
-    return false;
+    return m_url.GetPort() < 0 || m_url.GetPort() == DefaultPort(m_kind);
+}
+
+int ServerUrl::Port() const {
+    return m_url.GetPort() < 0 ? DefaultPort(m_kind) : m_url.GetPort();
+}
+
+bool ServerUrl::IsSameAs(const ServerUrl& other) const {
+    return GetProtocol() == other.GetProtocol() && Port() == other.Port() &&
+           m_url.GetHost().Lower() == other.m_url.GetHost().Lower();
 }
 
 String ServerUrl::ServerName() const {
     return IsDefaultPort() ? m_url.GetHost() : m_url.GetHost() + L":" + String::FromInt(m_url.GetPort());
 }
 
-void ServerUrl::Compose(Settings& settings) const {
-    settings.Value(L"KSProtocol") = GetProtocol();
-    settings.Value(L"KSName") = ServerName();
-    settings.Value(L"KSUrlFormat") = UrlFormat(GetProtocol());
+void ServerUrl::Compose(Settings& settings, const Source& source, const String& given) const {
+    settings.Set(L"KSProtocol", {GetProtocol(), source, given});
+    settings.Set(L"KSName", {ServerName(), source, given});
+    settings.Set(L"KSUrlFormat", {UrlFormat(GetProtocol()), source, given});
+}
+
+ServerUrl CurrentServer(const Settings& settings) {
+    const String name = settings.Get(L"KSName");
+    if (name.Contains(L"://")) return ServerUrl(name);
+    return ServerUrl(ServerUrl(settings.Get(L"KSUrlFormat")).GetProtocol() + L"://" + name);
 }
 
 String UrlFormat(const String& protocol) {

@@ -1,6 +1,8 @@
 // The management server's URL, and the three settings that are always composed from it together.
 #pragma once
 
+#include <optional>
+
 #include "corekit/text/Url.h"
 #include "settings/Settings.h"
 
@@ -13,24 +15,37 @@ class ServerUrl {
     /// From a text like "https://kell.example.com:8083"; one without a scheme counts as http.
     explicit ServerUrl(const corekit::String& text);
 
+    /// A text that has a scheme and is a valid URL of http or https; none for any other.
+    static std::optional<ServerUrl> FromFullUrl(const corekit::String& text);
+
     /// The kind of the scheme.
     int Scheme() const { return m_kind; }
+    bool IsWeb() const { return m_kind == Http || m_kind == Https; }
     bool IsValid() const { return m_url.IsValid(); }
     const corekit::String& GetProtocol() const { return m_url.GetProtocol(); }
 
     /// No port, or the one that the scheme has anyway.
     bool IsDefaultPort() const;
 
+    /// The port, also where it is the scheme's own; negative when nobody knows.
+    int Port() const;
+
+    /// The same scheme, host (in any case) and port?
+    bool IsSameAs(const ServerUrl& other) const;
+
     /// The host, followed by ":" and the port unless that is the scheme's own.
     corekit::String ServerName() const;
 
-    /// Sets KSProtocol, KSName and KSUrlFormat.
-    void Compose(Settings& settings) const;
+    /// Sets KSProtocol, KSName and KSUrlFormat, from a source that gives the server by this text.
+    void Compose(Settings& settings, const Source& source, const corekit::String& given) const;
 
   private:
     corekit::Url m_url;
     Kind m_kind;
 };
+
+/// The server that the settings name: KSName with the scheme of KSUrlFormat.
+ServerUrl CurrentServer(const Settings& settings);
 
 /// The KSUrlFormat of a scheme, such as "http://%server%/Zorvane/".
 corekit::String UrlFormat(const corekit::String& protocol);

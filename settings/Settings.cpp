@@ -1,6 +1,7 @@
-// The settings store: tests, merging and the diagnostic dump.
+// The settings store: sources, merging and the diagnostic dump.
 #include "settings/Settings.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "run/Messages.h"
@@ -10,23 +11,44 @@ namespace Zorvane::AgentInstaller {
 using corekit::String;
 using Messages::Shown;
 
-String Settings::Get(SettingName name) const {
+const SettingRecord& Settings::Record(SettingName name) const {
+    static const SettingRecord kAbsent;
     const auto found = m_usual.find(name);
-    return found == m_usual.end() ? String() : found->second;
+    return found == m_usual.end() ? kAbsent : found->second;
 }
 
-bool Settings::IsSet(SettingName name) const {
-    return !Get(name).IsEmpty();
-}
-
-bool Settings::IsYes(SettingName name) const {
-    return Get(name) == L"yes";
+void Settings::Set(SettingName name, const SourcedValue& value) {
+    SettingRecord& record = m_usual[name];
+    if (!record.used.value.IsEmpty()) record.unused.push_back(record.used);
+    std::erase_if(record.unused,
+                  [&](const SourcedValue& former) { return former.source.kind == value.source.kind; });
+    record.used = value;
 }
 
 void Settings::Merge(const Settings& other) {
-    for (const auto& [name, value] : other.m_usual) {
-        if (!value.IsEmpty() || name == L"RunLevel") m_usual[name] = value;
+    for (const auto& [name, record] : other.m_usual) {
+        if (!record.used.value.IsEmpty() || name == L"RunLevel") Set(name, record.used);
     }
+    m_unusedExtra.insert(m_unusedExtra.end(), other.m_extra.begin(), other.m_extra.end());
+}
+
+void Settings::Reset(const Settings& defaults, std::span<const SettingName> kept) {
+    std::erase_if(m_usual, [&](const auto& entry) {
+        return !defaults.Exists(entry.first) && std::ranges::find(kept, entry.first) == kept.end();
+    });
+    for (const auto& [name, record] : defaults.m_usual) {
+        if (std::ranges::find(kept, name) == kept.end()) Set(name, record.used);
+    }
+}
+
+String InstalledDirectory(const Settings& settings) {
+    const SettingRecord& record = settings.Record(L"InstallDir");
+    const auto isInstalled = [](const SourcedValue& value) {
+        return value.source.kind == Source::Kind::Installed;
+    };
+    if (isInstalled(record.used)) return record.used.value;
+    const auto found = std::ranges::find_if(record.unused, isInstalled);
+    return found == record.unused.end() ? String() : found->value;
 }
 
 namespace {
@@ -45,7 +67,9 @@ String Address(const void* pointer) {
 
 void Settings::Print() const {
     String dump = L"Usual settings:\n";
-    for (const auto& [name, value] : m_usual) dump += Shown(name) + L"=" + Shown(value) + L"\n";
+    for (const auto& [name, record] : m_usual) {
+        dump += Shown(name) + L"=" + Shown(record.used.value) + L"\n";
+    }
     dump += L"\nExtra settings:\n";
     for (const ExtraSetting& extra : m_extra) {
         dump += Shown(extra.Section) + Address(kColon) + Shown(extra.Name) + Address(kEquals) +

@@ -1,7 +1,8 @@
-// The settings of one run: named text values, and raw entries for client.conf.
+// The settings of one run: named text values, where each is from, and raw entries for client.conf.
 #pragma once
 
 #include <map>
+#include <span>
 #include <vector>
 
 #include "corekit/text/String.h"
@@ -9,48 +10,108 @@
 
 namespace Zorvane::AgentInstaller {
 
+/// Where a value comes from.
+struct Source {
+    enum class Kind {
+        Default,         // the built-in document
+        Environment,     // a variable
+        Xml,             // the XML configuration file
+        Installed,       // a file of the installed agent
+        Answer,          // typed, or confirmed by Enter, at a question
+        Option,          // the command line
+        PackageManager,  // what it knows of the installed package
+        Program,         // the program's own place, or a conclusion of its own
+        Template,        // the package's template; only of keys of client.conf
+    };
+
+    Kind kind = Kind::Program;
+    corekit::String name = {};  // the variable, or the path of the file
+    unsigned long line = 0;     // in the file; 0 where nothing tells
+    unsigned long column = 0;   // of the XML file's element or attribute
+
+    bool operator==(const Source&) const = default;
+};
+
+/// A value and its source.
+struct SourcedValue {
+    corekit::String value;
+    Source source;
+    corekit::String given;  // as it stands at its source; it may differ from what becomes of it
+
+    bool operator==(const SourcedValue&) const = default;
+};
+
+/// A setting: the value that counts, and those that lost against it, the oldest first.
+struct SettingRecord {
+    SourcedValue used;
+    std::vector<SourcedValue> unused;
+};
+
 /// One raw client.conf entry, written as it stands.
 struct ExtraSetting {
     corekit::String Section;
     corekit::String Name;
     corekit::String Value;
+    Source source = {};
 };
 
 /// Every input of a run ends up here and every output reads from here. Booleans are "yes" and "no", numbers
-/// decimal digits, run levels a list like "rc2;rc3;rc5"; directories may hold %INSTDIR% and %ETCDIR%. Names
-/// are case-sensitive.
+/// decimal digits, run levels a list like "rc2;rc3;rc5"; directories may hold %INSTDIR% and %ETCDIR%.
 class Settings {
   public:
     virtual ~Settings() = default;
 
-    /// The value, to read or assign; a setting that is absent is made, empty.
-    corekit::String& Value(SettingName name) { return m_usual[name]; }
+    /// The value, to read or assign; a setting that is absent is made, empty. Its source stays.
+    corekit::String& Value(SettingName name) { return m_usual[name].used.value; }
+
+    /// Gives a setting its value. The former one becomes unused, unless it is empty; of each
+    /// kind of source the last value counts.
+    void Set(SettingName name, const SourcedValue& value);
+    void Set(SettingName name, const corekit::String& value, const Source& source) {
+        Set(name, {value, source, value});
+    }
 
     /// The value, "" for a setting that is absent. Makes nothing.
-    corekit::String Get(SettingName name) const;
+    corekit::String Get(SettingName name) const { return Record(name).used.value; }
+
+    /// The value, its source and what lost against it; an empty record for a setting that is absent.
+    const SettingRecord& Record(SettingName name) const;
+
+    /// All settings that are present, ordered by name.
+    const std::map<SettingName, SettingRecord>& Records() const { return m_usual; }
 
     /// Present and not empty? Makes nothing.
-    bool IsSet(SettingName name) const;
+    bool IsSet(SettingName name) const { return !Record(name).used.value.IsEmpty(); }
 
     /// Present, be it empty? Makes nothing.
     bool Exists(SettingName name) const { return m_usual.contains(name); }
 
     /// Is the value exactly "yes"? Makes nothing.
-    bool IsYes(SettingName name) const;
+    bool IsYes(SettingName name) const { return Record(name).used.value == L"yes"; }
 
-    /// Takes over the other's usual settings that are not empty, and its RunLevel even when that is empty.
-    /// Extra settings are not taken over.
+    /// Takes over the other's usual settings that are not empty, and its RunLevel even when that is empty,
+    /// with their sources. The other's extra settings do not count; they become unused ones.
     void Merge(const Settings& other);
+
+    /// Gives all settings but the named ones the values that `defaults` has, and removes those that it lacks.
+    void Reset(const Settings& defaults, std::span<const SettingName> kept);
 
     void AddExtra(ExtraSetting extra) { m_extra.push_back(std::move(extra)); }
     const std::vector<ExtraSetting>& Extra() const { return m_extra; }
+
+    /// The extra settings of what was merged.
+    const std::vector<ExtraSetting>& UnusedExtra() const { return m_unusedExtra; }
 
     /// A dump of all settings to standard output, for whoever looks for a fault: no command writes it.
     void Print() const;
 
   private:
-    std::map<corekit::String, corekit::String, corekit::Ltstr> m_usual;
+    std::map<SettingName, SettingRecord> m_usual;
     std::vector<ExtraSetting> m_extra;
+    std::vector<ExtraSetting> m_unusedExtra;
 };
+
+/// The install directory of the installed agent, as it told it; "" when there is none.
+corekit::String InstalledDirectory(const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,52 +1,105 @@
-// The XML configuration document: which of its elements and attributes are which settings.
+// The XML configuration document: how its elements and attributes become settings.
 #include "settings/XmlConfig.h"
 
-#include <span>
+#include <map>
+#include <optional>
 
+#include "corekit/text/Text.h"
 #include "kDefaultConfig.embedded.h"
 #include "settings/ServerUrl.h"
+#include "settings/XmlFormat.h"
 
 namespace Zorvane::AgentInstaller {
 
-using corekit::AttributeMap;
 using corekit::BasicXml;
 using corekit::String;
 
 namespace {
 
-constexpr SettingName kElementSettings[] = {
-    L"KSName",       L"KSProtocol", L"Guid",          L"InstallDir",  L"BinDir",       L"TempDir",
-    L"GuidDir",      L"GuidFile",   L"EventQueueDir", L"TasksDir",    L"PackagesDir",  L"SWDDir",
-    L"SerialNumber", L"AssetTag",   L"EmployeeID",    L"ContactName", L"ContactPhone", L"ContactEmail",
-    L"Location",     L"Department", L"Description",
+/// The attributes that were read so far: one map serves the whole document, so that an attribute counts in
+/// whichever of the elements it stands.
+using Attributes = std::map<String, BasicXml::Attribute>;
+
+/// The server that a document names.
+struct Server {
+    SourcedValue name;             // with its port; empty when there is none
+    std::optional<ServerUrl> url;  // when it is given as a URL
 };
 
-constexpr SettingName kSettingsAttributes[] = {L"UseKSIPAddress", L"UseDomain", L"EnableNICError",
-                                               L"Upgrade",        L"Start",     L"AllowNonRoot",
-                                               L"StartupOnBoot",  L"RunLevel"};
-constexpr SettingName kCurlSslAttributes[] = {L"SSLVerifyPeer", L"SSLVerifyHost", L"CAInfo", L"CAPath"};
-constexpr SettingName kEventLogAttributes[] = {L"LogDir", L"LogFile", L"LogSize", L"LogLevel",
-                                               L"SysLogLevel"};
+/// A document and the source that its values have.
+class Reader {
+  public:
+    Reader(const BasicXml& document, const Source& source) : m_document(document), m_source(source) {
+        document.ForEachElement(
+            [&](const BasicXml::Element& element) { m_firstElements.try_emplace(element.name, element); });
+    }
 
-/// The settings that are attributes of one element.
-struct AttributeSettings {
-    const wchar_t* element;
-    std::span<const SettingName> attributes;
-};
-constexpr AttributeSettings kAttributeSettings[] = {
-    {L"Settings", kSettingsAttributes},
-    {L"CurlSSL", kCurlSslAttributes},
-    {L"EventLog", kEventLogAttributes},
+    SourcedValue Text(const String& element) const {
+        const auto found = m_firstElements.find(element);
+        if (found == m_firstElements.end()) return {L"", m_source, L""};
+        return At(found->second.text.Trim(), found->second.position);
+    }
+
+    /// Adds an element's attributes to the map.
+    void ReadAttributes(const String& element, Attributes& attributes) const {
+        const auto found = m_firstElements.find(element);
+        if (found != m_firstElements.end()) Add(found->second, attributes);
+    }
+
+    SourcedValue Value(const Attributes& attributes, const String& name) const {
+        const auto found = attributes.find(name);
+        if (found == attributes.end()) return {L"", m_source, L""};
+        return At(found->second.value, found->second.position);
+    }
+
+    Server NamedServer() const;
+    void ReadExtraSettings(Attributes& attributes, Settings& settings) const;
+
+  private:
+    SourcedValue At(const String& value, const BasicXml::Position& position) const {
+        Source source = m_source;
+        if (source.kind == Source::Kind::Default) return {value, source, value};
+        source.line = position.line;
+        source.column = position.column;
+        return {value, source, value};
+    }
+
+    static void Add(const BasicXml::Element& element, Attributes& attributes) {
+        for (const BasicXml::Attribute& attribute : element.attributes) {
+            attributes.insert_or_assign(attribute.name, attribute);
+        }
+    }
+
+    BasicXml m_document;
+    Source m_source;
+    std::map<String, BasicXml::Element> m_firstElements;
 };
 
-/// The server's name, or its address where that is to be used, with the port if there is one.
-String ServerName(const BasicXml& document) {
-    AttributeMap attributes;
-    document.GetAttributes(L"Settings", attributes);
-    const bool useAddress = attributes[L"UseKSIPAddress"] == L"yes" && attributes.contains(L"KSIPAddress");
-    const String name = useAddress ? attributes[L"KSIPAddress"] : document.GetText(L"KSName").Trim();
-    const String port = document.GetText(L"KSPort").Trim();
-    return port.IsEmpty() ? name : name + L":" + port;
+Server Reader::NamedServer() const {
+    Attributes attributes;
+    ReadAttributes(XmlFormat::kSettings, attributes);
+    const bool useAddress =
+        Value(attributes, L"UseKSIPAddress").value == L"yes" && attributes.contains(L"KSIPAddress");
+    Server server{useAddress ? Value(attributes, L"KSIPAddress") : Text(L"KSName"), std::nullopt};
+    if (const auto url = ServerUrl::FromFullUrl(server.name.value)) {
+        server.url = url;
+        server.name.value = url->ServerName();
+        return server;
+    }
+    const String port = Text(L"KSPort").value;
+    if (!server.name.value.IsEmpty() && !port.IsEmpty()) server.name.value += L":" + port;
+    return server;
+}
+
+/// An attribute that an entry lacks has the value that the shared map holds from what was read before.
+void Reader::ReadExtraSettings(Attributes& attributes, Settings& settings) const {
+    const BasicXml extra = m_document.GetNode(XmlFormat::kExtraSettings);
+    extra.ForEachElement([&](const BasicXml::Element& element) {
+        if (element.name != XmlFormat::kExtraSetting) return;
+        Add(element, attributes);
+        settings.AddExtra({Value(attributes, L"Section").value, Value(attributes, L"Name").value,
+                           Value(attributes, L"Value").value, At(L"", element.position).source});
+    });
 }
 
 /// Upper case, in braces.
@@ -55,43 +108,63 @@ String NormalisedGuid(const String& guid) {
     return upper.StartsWith(L"{") ? upper : L"{" + upper + L"}";
 }
 
-/// An attribute that an entry lacks has the value that the shared map holds from what was read before.
-void ReadExtraSettings(const BasicXml& document, AttributeMap& attributes, Settings& settings) {
-    const BasicXml extra = document.GetNode(L"ExtraConfigSettings");
-    const String& section = attributes[L"Section"];
-    const String& name = attributes[L"Name"];
-    const String& value = attributes[L"Value"];
-    for (std::size_t index = 0;; ++index) {
-        const BasicXml entry = extra.GetNode(L"Setting", index);
-        if (!entry.Exists()) return;
-        entry.GetAttributes(attributes);
-        settings.AddExtra({section, name, value});
+/// A value in the form that its setting has.
+String Normalised(const String& value, XmlValue kind) {
+    if (value.IsEmpty()) return value;
+    if (kind == XmlValue::YesNo && corekit::Text::StrToBool(value)) return L"yes";
+    // Nothing is thrown away by mistake.
+    if (kind == XmlValue::Upgrade && value != L"no") return L"yes";
+    if (kind == XmlValue::Protocol) return value.Lower();
+    return value;
+}
+
+void SetServer(const Server& server, Settings& settings) {
+    const Source source = server.name.source;
+    if (server.url) {
+        server.url->Compose(settings, source, server.name.given);
+        return;
     }
+    settings.Set(L"KSName", server.name);
+    if (!settings.IsSet(L"KSProtocol")) settings.Set(L"KSProtocol", L"http", source);
+    settings.Set(L"KSUrlFormat", UrlFormat(settings.Get(L"KSProtocol")), source);
+}
+
+std::unique_ptr<Settings> Read(const BasicXml& document, const Source& source) {
+    const Reader reader(document, source);
+    auto settings = std::make_unique<Settings>();
+    Attributes attributes;
+    for (const XmlItem& item : XmlFormat::kItems) {
+        if (XmlFormat::HoldsAttributes(item)) reader.ReadAttributes(item.name, attributes);
+        if (item.setting.IsNone()) continue;
+        SourcedValue read =
+            item.part == XmlPart::Element ? reader.Text(item.name) : reader.Value(attributes, item.name);
+        read.value = Normalised(read.value, item.value);
+        settings->Set(item.setting, read);
+    }
+    if (settings->IsSet(L"Guid")) settings->Value(L"Guid") = NormalisedGuid(settings->Get(L"Guid"));
+    SetServer(reader.NamedServer(), *settings);
+    reader.ReadExtraSettings(attributes, *settings);
+    return settings;
 }
 
 }  // namespace
 
 void ReadElementSetting(Settings& settings, const BasicXml& document, SettingName name) {
-    settings.Value(name) = name == L"KSName" ? ServerName(document) : document.GetText(name).Trim();
+    const Reader reader(document, {Source::Kind::Xml});
+    settings.Set(name, name == L"KSName" ? reader.NamedServer().name : reader.Text(name));
 }
 
-std::unique_ptr<Settings> ReadXmlConfig(const BasicXml& document) {
-    auto settings = std::make_unique<Settings>();
-    for (const SettingName name : kElementSettings) ReadElementSetting(*settings, document, name);
-    AttributeMap attributes;
-    for (const AttributeSettings& row : kAttributeSettings) {
-        document.GetAttributes(row.element, attributes);
-        for (const SettingName name : row.attributes) settings->Value(name) = attributes[name];
+std::unique_ptr<Settings> ReadXmlConfig(const BasicXml& document, const String& path) {
+    auto settings = Read(document, {Source::Kind::Xml, path});
+    if (!settings->IsSet(L"KSName")) {
+        settings->Value(L"KSProtocol") = String();
+        settings->Value(L"KSUrlFormat") = String();
     }
-    if (settings->IsSet(L"Guid")) settings->Value(L"Guid") = NormalisedGuid(settings->Value(L"Guid"));
-    if (!settings->IsSet(L"KSProtocol")) settings->Value(L"KSProtocol") = L"http";
-    settings->Value(L"KSUrlFormat") = UrlFormat(settings->Value(L"KSProtocol"));
-    ReadExtraSettings(document, attributes, *settings);
     return settings;
 }
 
 std::unique_ptr<Settings> DefaultSettings() {
-    return ReadXmlConfig(BasicXml(std::string_view(kDefaultConfig)));
+    return Read(BasicXml(std::string_view(kDefaultConfig)), {Source::Kind::Default});
 }
 
 }  // namespace Zorvane::AgentInstaller

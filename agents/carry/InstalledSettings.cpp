@@ -57,6 +57,11 @@ constexpr LoadedFile kLoadedFiles[] = {
     {L"LogDir", L"LogFile", Key::kDebugOutput},
 };
 
+/// The installed agent's file as the source of a value.
+Source SourceOf(const IniFile& conf) {
+    return {Source::Kind::Installed, conf.FileName()};
+}
+
 /// The text of a GUID file without the line "null" that ends it.
 String GuidIn(const String& text) {
     corekit::StringTokenizer lines(text, L"\n");
@@ -85,7 +90,7 @@ Outcome<> LoadGuid(const IniFile& conf, Generation generation, Settings& setting
         const auto text = corekit::File::Read(path);
         if (IsTransient(text.Outcome())) return FailAt(Texts::kUnreadableFile, path, text.error());
         if (!text) continue;
-        settings.Value(L"Guid") = GuidIn(*text);
+        settings.Set(L"Guid", GuidIn(*text), {Source::Kind::Installed, path, 1});
         break;
     }
     return {};
@@ -105,7 +110,8 @@ String RunLevelItems(const String& digits) {
 
 void LoadRunLevel(const IniFile& conf, Settings& settings) {
     String digits;
-    if (GetValue(conf, Key::kStartLevels, digits)) settings.Value(L"RunLevel") = RunLevelItems(digits);
+    if (GetValue(conf, Key::kStartLevels, digits))
+        settings.Set(L"RunLevel", {RunLevelItems(digits), SourceOf(conf), digits});
 }
 
 /// A file of version 5.6 need not have any: then there is no such setting.
@@ -113,7 +119,14 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
     for (const ConfKey& key : {Key::kDescription, Key::kDescriptions}) {
         const String description = GetValue(conf, key);
         if (!settings.IsSet(L"Description") && !description.IsEmpty())
-            settings.Value(L"Description") = description;
+            settings.Set(L"Description", description, SourceOf(conf));
+    }
+}
+
+/// What no other key holds; only a "no" is recorded.
+void LoadRecord(const IniFile& conf, Settings& settings) {
+    for (const Key::RecordedKey& row : Key::kRecorded) {
+        if (GetValue(conf, row.key) == L"no") settings.Set(row.setting, L"no", SourceOf(conf));
     }
 }
 
@@ -123,17 +136,18 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
     if (!conf.ReadResult()) return FailAt(Texts::kUnreadableFile, conf.FileName(), conf.ReadResult());
     auto settings = std::make_unique<Settings>();
     for (const LoadedKey& row : kLoadedKeys) {
-        if (row.since <= generation) settings->Value(row.setting) = GetValue(conf, row.key);
+        if (row.since <= generation) settings->Set(row.setting, GetValue(conf, row.key), SourceOf(conf));
     }
     for (const LoadedFile& row : kLoadedFiles) {
         const String path = GetValue(conf, row.key);
-        settings->Value(row.directorySetting) = Path::GetDirectory(path);
-        settings->Value(row.nameSetting) = Path::GetFileName(path);
+        settings->Set(row.directorySetting, Path::GetDirectory(path), SourceOf(conf));
+        settings->Set(row.nameSetting, Path::GetFileName(path), SourceOf(conf));
     }
-    if (settings->IsSet(L"NICError")) settings->Value(L"EnableNICError") = L"yes";
+    if (settings->IsSet(L"NICError")) settings->Set(L"EnableNICError", L"yes", SourceOf(conf));
     if (const auto loaded = LoadGuid(conf, generation, *settings); !loaded) return loaded.error();
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);
+    LoadRecord(conf, *settings);
     return settings;
 }
 

@@ -41,7 +41,7 @@ void CheckUrl(const String& text) {
 void CheckServer(const String& text) {
     const ServerUrl server(text);
     Zorvane::AgentInstaller::Settings settings;
-    server.Compose(settings);
+    server.Compose(settings, {}, {});
     Holds(settings.Get(L"KSName") == server.ServerName(), "KSName is the server's name");
     Holds(settings.Get(L"KSUrlFormat") == server.GetProtocol() + L"://%server%/Zorvane/",
           "KSUrlFormat has the scheme");

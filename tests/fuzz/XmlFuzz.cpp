@@ -147,7 +147,9 @@ void CheckSettings(const BasicXml& document) {
     const String guid = settings->Get(L"Guid");
     Holds(guid.IsEmpty() || (guid.StartsWith(L"{") && guid == guid.Upper()),
           "an identifier is in braces and upper case");
-    Holds(settings->Get(L"KSUrlFormat") == settings->Get(L"KSProtocol") + L"://%server%/Zorvane/",
+    Holds(settings->IsSet(L"KSName") == settings->IsSet(L"KSUrlFormat"), "KSUrlFormat comes with a server");
+    Holds(!settings->IsSet(L"KSName") ||
+              settings->Get(L"KSUrlFormat") == settings->Get(L"KSProtocol") + L"://%server%/Zorvane/",
           "KSUrlFormat has the scheme");
 }
 

@@ -96,7 +96,7 @@ END
         expect_status 1
         expect_same_terminal
         expect_untouched
-        tail -n 1 "$desk/screen" | grep -q $'): ERROR: Interactive configuration failed\.\r$'
+        tail -n 1 "$desk/screen" | grep -q $'^ERROR: Interactive configuration failed\.\r$'
     }
     interrupt_at_each press '\x04'
     expect_that_the_next_run_works

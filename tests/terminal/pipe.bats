@@ -32,7 +32,7 @@ Using interactive configuration, cancel with Ctrl-C.
   Defaults are in brackets. To accept a default just press enter.
 
 Name or IP of Kell Server? If your server uses HTTPS or a non-default port, it is necessary to specify the full URL.
-Example:  https://kellserver.example.com:8083 (old.example:8083): \
+Example:  https://kellserver.example.com:8083 (https://old.example:8083): \
 The directory the Agent package has been installed to? ($agent): \
 Do you want to keep old settings? (yes): \
 Allow program execution by unprivileged users? (yes): \
@@ -83,7 +83,7 @@ END
     expect_errors <<<"ERROR: Interactive configuration failed."
     expect_untouched
     tail -n 1 "$desk/out" >"$desk/last"
-    printf 'Do you want the Agent started after configuration? (yes): ' | expect_file "$desk/last"
+    expect_file "$desk/last" <<<'Do you want the Agent started after configuration? (yes): '
 }
 
 @test "answers left over are not read as anything else" {
@@ -109,7 +109,7 @@ END
         expect_status 1
         sed -n 7,8p "$desk/out" >"$desk/said"
         expect_file "$desk/said" <<'END'
-Example:  https://kellserver.example.com:8083 (old.example:8083):   Invalid value entered. Please re-enter or Ctrl-C to cancel.
+Example:  https://kellserver.example.com:8083 (https://old.example:8083):   Invalid value entered. Please re-enter or Ctrl-C to cancel.
 Name or IP of Kell Server? If your server uses HTTPS or a non-default port, it is necessary to specify the full URL.
 END
         expect_untouched

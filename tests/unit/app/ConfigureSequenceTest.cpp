@@ -66,6 +66,7 @@ TEST_F(ConfigureSequence, AnXmlFileThatForbidsTheUpgradeNeedsNoServer) {
     EXPECT_EQ(Run({L"-quiet", L"-dir", L"/opt/agent"}), 1U);
     EXPECT_EQ(m_output.err,
               "WARNING! No Kell Server name is configured.\n"
+              "WARNING! No run level is configured: the agent is not started when the host boots.\n"
               "ERROR: Missing file in install. File:/opt/agent/etc/client.proto\n");
     EXPECT_TRUE(testfiles::Exists("/tmp/.qdn-agent-install-config.xml"));
 }

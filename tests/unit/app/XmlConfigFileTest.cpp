@@ -78,8 +78,9 @@ TEST_F(XmlConfigFileTest, TheFirstDirectoryThatHoldsAFileWins) {
                                               "/var",
                                               "/opt/zorvane"};
     for (auto directory = inOrder.rbegin(); directory != inOrder.rend(); ++directory) {
-        testfiles::Write(*directory + kName, Document(*directory));
-        EXPECT_EQ(Server(), *directory);
+        const std::string server = "server-" + std::to_string(directory - inOrder.rbegin());
+        testfiles::Write(*directory + kName, Document(server));
+        EXPECT_EQ(Server(), server) << *directory;
     }
     EXPECT_EQ(m_output.err, "");
 }

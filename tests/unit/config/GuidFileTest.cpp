@@ -1,11 +1,13 @@
 // The file that holds the machine's identifier: when it is written, and when it goes.
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
 
 #include "config/GuidFile.h"
-#include "tests/support/FailingInTurn.h"
+#include "tests/support/Captured.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
@@ -60,15 +62,38 @@ TEST_F(GuidFile, GoesWithoutAnIdentifier) {
     }
 }
 
-TEST_F(GuidFile, GoesEvenIfThatFailsForAMoment) {
-    const int points = testsupport::FailInTurn(
-        testsupport::kFileCalls, EIO, [&] { testfiles::Write(m_file, "{OLD}"); },
-        [&] {
-            RemoveUnwantedGuidFile(Conf(), m_settings);
-            return 0;
-        },
-        [&](int) { EXPECT_FALSE(testfiles::Exists(m_file)); });
-    EXPECT_GT(points, 2);
+TEST_F(GuidFile, StaysOnAnUpgradeWhileTheServerStays) {
+    testfiles::Write(m_file, "{OLD}");
+    m_settings.Value(L"Upgrade") = L"yes";
+    RemoveUnwantedGuidFile(Conf(), m_settings);
+    EXPECT_EQ(testfiles::Read(m_file), "{OLD}");
+    m_settings.Value(L"KSNameChanged") = L"true";
+    RemoveUnwantedGuidFile(Conf(), m_settings);
+    EXPECT_FALSE(testfiles::Exists(m_file));
+}
+
+TEST_F(GuidFile, IsNeitherWrittenNorRemovedWhereItIsNoFileOfItsOwn) {
+    testfiles::Write(m_dir / "secret", "secret");
+    const struct {
+        const char* why;
+        std::function<void()> make;
+    } table[] = {
+        {"it is not a regular file", [&] { std::filesystem::create_symlink("secret", m_file); }},
+        {"it is not a regular file", [&] { ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0); }},
+        {"it is not a regular file", [&] { std::filesystem::create_directory(m_file); }},
+        {"it has other names", [&] { std::filesystem::create_hard_link(m_dir / "secret", m_file); }},
+    };
+    for (const auto& row : table) {
+        row.make();
+        m_settings.Value(L"Guid") = L"{NEW}";
+        const auto output = testsupport::Captured([&] { WriteGuidFile(Conf(), m_settings); });
+        EXPECT_EQ(output.err, "WARNING! " + m_file + " is not written: " + row.why + ".\n");
+        m_settings.Value(L"Guid") = L"";
+        RemoveUnwantedGuidFile(Conf(), m_settings);
+        EXPECT_TRUE(std::filesystem::exists(std::filesystem::symlink_status(m_file)));
+        EXPECT_EQ(testfiles::Read(m_dir / "secret"), "secret");
+        std::filesystem::remove(m_file);
+    }
 }
 
 TEST_F(GuidFile, IsWantedWithAnIdentifier) {

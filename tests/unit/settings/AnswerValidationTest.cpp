@@ -67,22 +67,24 @@ constexpr Answer kAnswers[] = {
 
 TEST(ValidateAnswer, AcceptsAndRewritesByTheKindOfTheQuestion) {
     for (const Answer& row : kAnswers) {
-        String answer = row.typed;
-        bool ok = false;
-        const auto output = Captured([&] { ok = ValidateAnswer(QuestionFor(row.key), answer); });
+        std::optional<String> answer;
+        const auto output = Captured([&] { answer = ValidateAnswer(QuestionFor(row.key), row.typed); });
         const std::string what = String(row.key).Utf8() + " " + String(row.typed).Utf8();
-        EXPECT_EQ(ok, row.stored != nullptr) << what;
+        EXPECT_EQ(answer.has_value(), row.stored != nullptr) << what;
         EXPECT_EQ(output.out, row.stored ? "" : kInvalid) << what;
-        EXPECT_TRUE(!row.stored || answer == row.stored) << what << " became " << answer.Utf8();
+        EXPECT_TRUE(!row.stored || answer == String(row.stored)) << what << " became " << answer->Utf8();
     }
 }
 
-TEST(ValidateAnswer, RefusesANul) {
+TEST(ValidateAnswer, RefusesControlCharacters) {
     for (const SettingName key :
          std::initializer_list<SettingName>{L"KSName", L"Upgrade", L"RunLevel", L"LogFile", L"LogSize"}) {
         SCOPED_TRACE(String(key).Utf8());
-        String answer(std::wstring(L"yes\0", 4));
-        EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(QuestionFor(key), answer)); }).out, kInvalid);
+        for (const wchar_t control : {L'\0', L'\t', L'\033', L'\x7f', L'\x85'}) {
+            const String answer = String(L"yes") + String(std::wstring(1, control));
+            EXPECT_EQ(Captured([&] { EXPECT_FALSE(ValidateAnswer(QuestionFor(key), answer)); }).out,
+                      kInvalid);
+        }
     }
 }
 
@@ -95,7 +97,7 @@ TEST(ValidateAnswer, RefusesAKindThatItDoesNotKnow) {
 class ValidateDirectory : public testing::Test {
   protected:
     ValidateDirectory() {
-        std::filesystem::create_directories(m_directory / "agent");
+        std::filesystem::create_directories(m_directory / "agent/etc");
         std::filesystem::create_directory_symlink(m_directory / "agent", m_directory / "link");
         testfiles::Write(m_directory / "file", "");
         std::filesystem::current_path(m_directory.Path());
@@ -103,11 +105,11 @@ class ValidateDirectory : public testing::Test {
     ~ValidateDirectory() override { std::filesystem::current_path("/"); }
 
     /// What is written about the answer; "" when it is accepted.
-    std::string Refusal(const String& typed) {
-        m_answer = typed;
-        bool ok = false;
-        const auto output = Captured([&] { ok = ValidateAnswer(QuestionFor(L"InstallDir"), m_answer); });
-        EXPECT_EQ(ok, output.out.empty());
+    std::string Refusal(const String& typed, SettingName key = L"BinDir") {
+        std::optional<String> answer;
+        const auto output = Captured([&] { answer = ValidateAnswer(QuestionFor(key), typed); });
+        EXPECT_EQ(answer.has_value(), output.out.empty());
+        m_answer = answer.value_or(typed);
         return output.out;
     }
     String Below(const std::string& name) { return String::FromUtf8(m_directory / name); }
@@ -128,6 +130,20 @@ TEST_F(ValidateDirectory, TakesADirectoryInItsAbsoluteForm) {
 TEST_F(ValidateDirectory, RefusesWhatIsNoDirectoryInTwoLines) {
     EXPECT_EQ(Refusal(L"missing"), std::string(kNoDirectory) + kInvalid);
     EXPECT_EQ(Refusal(Below("file")), std::string(kNoDirectory) + kInvalid);
+}
+
+TEST_F(ValidateDirectory, RefusesAnInstallDirectoryWithoutAnAgentPackage) {
+    EXPECT_EQ(Refusal(Below("agent"), L"InstallDir"),
+              std::string("  There is no agent package in this directory.\n") + kInvalid);
+    EXPECT_EQ(Refusal(Below("missing"), L"InstallDir"), std::string(kNoDirectory) + kInvalid);
+    testfiles::Write(m_directory / "agent/etc/client.proto", "");
+    EXPECT_EQ(Refusal(Below("agent"), L"InstallDir"), "");
+}
+
+TEST_F(ValidateDirectory, DropsTheSlashesAtTheEndOfAnInstallDirectory) {
+    testfiles::Write(m_directory / "agent/etc/client.proto", "");
+    EXPECT_EQ(Refusal(Below("agent//"), L"InstallDir"), "");
+    EXPECT_EQ(m_answer, Below("agent"));
 }
 
 TEST_F(ValidateDirectory, RefusesAnEmptyAnswerInOneLine) {

@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -36,7 +37,8 @@ inline std::string Asked(SettingName key, const std::string& shownDefault) {
 class Questionnaire : public testing::Test {
   protected:
     Questionnaire() {
-        std::filesystem::create_directories("/opt/zorvane/kell/ksagent");
+        GivenAPackage("/opt/zorvane/kell/ksagent");
+        GivenAPackage("/opt/zorvane");
         m_settings = DefaultSettings();
     }
     ~Questionnaire() override { std::filesystem::remove_all("/opt/zorvane"); }
@@ -44,16 +46,27 @@ class Questionnaire : public testing::Test {
     /// Runs the questionnaire on what is typed; "" for each line that is only Enter.
     bool Run(const std::string& typed) {
         const testsupport::StandardInput input(typed);
-        bool ok = false;
-        m_output = testsupport::Captured([&] { ok = RunQuestionnaire(*m_settings); });
+        m_output = testsupport::Captured([&] { m_outcome = RunQuestionnaire(*m_settings); });
         EXPECT_EQ(m_output.err, "");
-        return ok;
+        return m_outcome.has_value();
+    }
+    /// The answer to one question, asked with this proposal of what is typed, or the text of its failure.
+    corekit::String Ask(SettingName key, const corekit::String& proposal, const std::string& typed) {
+        const testsupport::StandardInput input(typed);
+        Outcome<corekit::String> answer;
+        m_output = testsupport::Captured([&] { answer = AskQuestion(QuestionFor(key), proposal); });
+        return answer ? *answer : answer.error().text;
+    }
+    static void GivenAPackage(const std::filesystem::path& directory) {
+        std::filesystem::create_directories(directory / "etc");
+        std::ofstream(directory / "etc/client.proto") << "[Configuration]\n";
     }
     corekit::String& Setting(SettingName name) { return m_settings->Value(name); }
 
     const testsupport::EnvironmentVariable m_charset{"LC_ALL", "C.UTF-8"};
     std::unique_ptr<Settings> m_settings;
     testsupport::Output m_output;
+    Outcome<> m_outcome;
 };
 
 /// Enter fourteen times: accepts what is proposed from the second question on.

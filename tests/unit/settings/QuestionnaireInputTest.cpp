@@ -1,7 +1,6 @@
 // The dialogue of the interactive configuration: input that ends, is too long, or would steer the terminal.
 #include <cstdio>
 
-#include "run/Error.h"
 #include "tests/unit/settings/QuestionnaireFixture.h"
 
 namespace Zorvane::AgentInstaller {
@@ -14,12 +13,12 @@ using testsupport::StandardInput;
 
 TEST_F(Questionnaire, TheEndOfTheInputEndsItAndKeepsWhatWasAnswered) {
     EXPECT_FALSE(Run("srv\n/opt/zorvane\n"));
-    EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
+    EXPECT_EQ(m_outcome.error().text, L"Error reading from standard input.");
     EXPECT_EQ(Setting(L"KSName"), L"srv");
     EXPECT_EQ(Setting(L"InstallDir"), L"/opt/zorvane");
     EXPECT_EQ(Setting(L"RunLevel"), L"rc2;rc3;rc5");
     EXPECT_FALSE(m_settings->Exists(L"IsInteractive"));
-    EXPECT_TRUE(m_output.out.ends_with(Asked(L"Upgrade", "yes"))) << m_output.out;
+    EXPECT_TRUE(m_output.out.ends_with(Asked(L"Upgrade", "yes") + "\n")) << m_output.out;
 }
 
 TEST_F(Questionnaire, TheInputMayEndAtAnyQuestion) {
@@ -48,9 +47,8 @@ TEST_F(Questionnaire, TheInputMayEndAtAnyQuestion) {
     for (std::size_t given = 0; given < std::size(answers); ++given) {
         SCOPED_TRACE(std::to_string(given) + " answers");
         m_settings = DefaultSettings();
-        Error::m_sErrorText = String();
         EXPECT_FALSE(Run(typed));
-        EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
+        EXPECT_EQ(m_outcome.error().text, L"Error reading from standard input.");
         const auto before = DefaultSettings();
         for (std::size_t i = 0; i < std::size(answers); ++i) {
             SettingName setting = answers[i].setting;
@@ -65,10 +63,9 @@ TEST_F(Questionnaire, TheInputMayEndAtAnyQuestion) {
 TEST_F(Questionnaire, InputThatCannotBeReadEndsItToo) {
     const StandardInput none("");
     ASSERT_NE(std::freopen("/", "r", stdin), nullptr);
-    bool ok = true;
-    Captured([&] { ok = RunQuestionnaire(*m_settings); });
-    EXPECT_FALSE(ok);
-    EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
+    Captured([&] { m_outcome = RunQuestionnaire(*m_settings); });
+    ASSERT_FALSE(m_outcome);
+    EXPECT_EQ(m_outcome.error().text, L"Error reading from standard input.");
 }
 
 TEST_F(Questionnaire, ALineThatIsTooLongIsRefusedAsAWhole) {
@@ -80,47 +77,37 @@ TEST_F(Questionnaire, ALineThatIsTooLongIsRefusedAsAWhole) {
 }
 
 TEST_F(Questionnaire, TheLongestLineFits) {
-    const StandardInput input(std::string(4094, 'x') + "\nrest\n");
-    Answer answer;
-    Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-    EXPECT_EQ(answer.text, String(std::wstring(4094, L'x')));
+    EXPECT_EQ(Ask(L"LogFile", L"d", std::string(4094, 'x') + "\nrest\n"), String(std::wstring(4094, L'x')));
 }
 
 TEST_F(Questionnaire, ALineOneByteLongerDoesNotFit) {
-    const StandardInput input(std::string(4095, 'x') + "\nnext\n");
-    Answer answer;
-    const auto output = Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-    EXPECT_EQ(output.out, Asked(L"LogFile", "d") + kInvalid + Asked(L"LogFile", "d"));
-    EXPECT_EQ(answer.text, L"next");
+    EXPECT_EQ(Ask(L"LogFile", L"d", std::string(4095, 'x') + "\nnext\n"), L"next");
+    EXPECT_EQ(m_output.out, Asked(L"LogFile", "d") + kInvalid + Asked(L"LogFile", "d"));
 }
 
 TEST_F(Questionnaire, ALineThatIsTooLongMayBeTheLast) {
-    const StandardInput input(std::string(5000, 'x'));
-    Answer answer;
-    Captured([&] { EXPECT_FALSE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-    EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
+    EXPECT_EQ(Ask(L"LogFile", L"d", std::string(5000, 'x')), L"Error reading from standard input.");
 }
 
 TEST_F(Questionnaire, BlanksAroundAnAnswerDoNotCount) {
     for (const char* typed : {"  two  words \t\n", "two  words\r\n", "\ttwo  words\v\f\n", "two  words"}) {
         SCOPED_TRACE(typed);
-        const StandardInput input(typed);
-        Answer answer;
-        Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogFile"), L"d", answer)); });
-        EXPECT_EQ(answer.text, L"two  words");
+        EXPECT_EQ(Ask(L"LogFile", L"d", typed), L"two  words");
     }
 }
 
 TEST_F(Questionnaire, NothingThatWasTypedComesBackOnTheTerminal) {
     EXPECT_FALSE(Run("\033[31mred\n"));
-    EXPECT_EQ(m_output.out, kIntroduction + Asked(L"KSName", "") + kInvalid + Asked(L"KSName", ""));
+    EXPECT_EQ(m_output.out, kIntroduction + Asked(L"KSName", "") + kInvalid + Asked(L"KSName", "") + "\n");
 }
 
-TEST_F(Questionnaire, AProposalIsShownWithoutControlCharactersAndStoredWithThem) {
+TEST_F(Questionnaire, RefusesAControlCharacterThatWasTypedOrProposed) {
     Setting(L"LogFile") = L"a\033[31m\u0085b\u00e4";
-    EXPECT_TRUE(Run("srv\n" + kRestByDefault));
-    EXPECT_NE(m_output.out.find(Asked(L"LogFile", "a\\x1b[31m\\x85b\xc3\xa4")), std::string::npos);
-    EXPECT_EQ(Setting(L"LogFile"), L"a\033[31m\u0085b\u00e4");
+    EXPECT_TRUE(Run("srv\n\n\n\n\n\n\nx\ty\nx.log\n" + kRestByDefault));
+    const std::string asked = Asked(L"LogFile", "a\\x1b[31m\\x85b\xc3\xa4");
+    EXPECT_NE(m_output.out.find(asked + kInvalid + asked + kInvalid + asked), std::string::npos)
+        << m_output.out;
+    EXPECT_EQ(Setting(L"LogFile"), L"x.log");
 }
 
 TEST_F(Questionnaire, AProposalIsInTheLocalCharacterSet) {
@@ -137,19 +124,13 @@ TEST_F(Questionnaire, TheLastLineMayLackItsEnd) {
 }
 
 TEST_F(Questionnaire, OneQuestionIsAskedUntilItsAnswerIsValid) {
-    const StandardInput input("loud\n12k\n\n");
-    Answer answer;
-    const auto output = Captured([&] { EXPECT_TRUE(AskQuestion(QuestionFor(L"LogSize"), L"256", answer)); });
+    EXPECT_EQ(Ask(L"LogSize", L"256", "loud\n12k\n\n"), L"256");
     const std::string asked = Asked(L"LogSize", "256");
-    EXPECT_EQ(output.out, asked + kInvalid + asked + kInvalid + asked);
-    EXPECT_EQ(answer.text, L"256");
+    EXPECT_EQ(m_output.out, asked + kInvalid + asked + kInvalid + asked);
 }
 
 TEST_F(Questionnaire, OneQuestionEndsWithTheInput) {
-    const StandardInput input("loud\n");
-    Answer answer;
-    Captured([&] { EXPECT_FALSE(AskQuestion(QuestionFor(L"LogSize"), L"256", answer)); });
-    EXPECT_EQ(Error::m_sErrorText, L"Error reading from standard input.");
+    EXPECT_EQ(Ask(L"LogSize", L"256", "loud\n"), L"Error reading from standard input.");
 }
 
 }  // namespace

@@ -21,8 +21,8 @@ class LogFileQuestion : public Terminal {
   public:
     explicit LogFileQuestion(const String& expected)
         : Terminal([&] {
-              Answer answer;
-              return AskQuestion(QuestionFor(L"LogFile"), L"d", answer) && answer.text == expected;
+              const auto answer = AskQuestion(QuestionFor(L"LogFile"), L"d");
+              return answer && *answer == expected;
           }) {
         EXPECT_EQ(ReadUntil("): "), Asked(L"LogFile", "d"));
     }
@@ -31,7 +31,7 @@ class LogFileQuestion : public Terminal {
 TEST_F(Questionnaire, OnATerminalEachAnswerIsTypedBehindItsQuestion) {
     testsupport::Terminal terminal([] {
         const auto settings = DefaultSettings();
-        return RunQuestionnaire(*settings) && settings->Get(L"KSName") == L"srv:8083" &&
+        return RunQuestionnaire(*settings).has_value() && settings->Get(L"KSName") == L"srv:8083" &&
                settings->Get(L"KSProtocol") == L"https" && settings->Get(L"LogSize") == L"512";
     });
     terminal.ReadUntil("https://kellserver.example.com:8083 (): ");
@@ -56,9 +56,8 @@ TEST_F(Questionnaire, OnATerminalEachAnswerIsTypedBehindItsQuestion) {
 
 TEST(QuestionnaireOnATerminal, CtrlDEndsIt) {
     Terminal terminal([] {
-        Answer answer;
-        return !AskQuestion(QuestionFor(L"LogFile"), L"d", answer) &&
-               Error::m_sErrorText == L"Error reading from standard input.";
+        const auto answer = AskQuestion(QuestionFor(L"LogFile"), L"d");
+        return !answer && answer.error().text == L"Error reading from standard input.";
     });
     terminal.ReadUntil("): ");
     terminal.Type(kCtrlD);

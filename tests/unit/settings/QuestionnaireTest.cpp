@@ -1,4 +1,5 @@
 // The dialogue of the interactive configuration: which questions, which proposals, and what is stored.
+#include "settings/ServerUrl.h"
 #include "tests/unit/settings/QuestionnaireFixture.h"
 
 namespace Zorvane::AgentInstaller {
@@ -73,7 +74,7 @@ TEST_F(Questionnaire, TypedAnswersReplaceTheProposals) {
 }
 
 TEST_F(Questionnaire, DirectoriesBelowAnInstallDirectoryThatWasTypedAreProposed) {
-    std::filesystem::create_directories("/opt/zorvane/agent");
+    GivenAPackage("/opt/zorvane/agent");
     EXPECT_TRUE(Run("srv\n/opt/zorvane/agent\n" + kRestByDefault));
     EXPECT_NE(m_output.out.find(" (/opt/zorvane/agent/var): "), std::string::npos);
     EXPECT_EQ(Setting(L"LogDir"), L"/opt/zorvane/agent/var");
@@ -195,11 +196,105 @@ TEST_F(Questionnaire, ConfirmingTheServerKeepsItsScheme) {
     }
 }
 
-TEST_F(Questionnaire, TypingABareNameMeansHttpEvenWhereItWasHttps) {
+TEST_F(Questionnaire, ProposesTheServerWithItsSchemeUnlessThatIsHttp) {
+    const struct {
+        const wchar_t* name;
+        const wchar_t* format;
+        const char* proposal;
+    } table[] = {
+        {L"srv", L"http://%server%/Zorvane/", "srv"},
+        {L"srv:8080", L"http://%server%/Zorvane/", "srv:8080"},
+        {L"srv", L"https://%server%/Zorvane/", "https://srv"},
+        {L"srv:8083", L"https://%server%/own/path/", "https://srv:8083"},
+        {L"https://srv", L"http://%server%/Zorvane/", "https://srv"},
+    };
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.proposal);
+        for (const std::string typed : {"", row.proposal}) {
+            Setting(L"KSName") = row.name;
+            Setting(L"KSUrlFormat") = row.format;
+            EXPECT_TRUE(Run(typed + "\n" + kRestByDefault));
+            EXPECT_TRUE(m_output.out.starts_with(kIntroduction + Asked(L"KSName", row.proposal)))
+                << m_output.out;
+            EXPECT_EQ(CurrentServer(*m_settings).GetProtocol(),
+                      ServerUrl(String::FromUtf8(row.proposal)).GetProtocol());
+            EXPECT_FALSE(m_settings->IsSet(L"KSNameChanged"));
+        }
+    }
+}
+
+TEST_F(Questionnaire, KeepsAUrlFormatOfTheAdministratorsOwnWhileTheServerStays) {
+    const struct {
+        const char* typed;
+        const wchar_t* format;
+    } table[] = {
+        {"", L"https://%server%/own/path/"},
+        {"https://srv:8083", L"https://%server%/own/path/"},
+        {"https://SRV:8083/", L"https://%server%/own/path/"},
+        {"https://srv", L"https://%server%/Zorvane/"},
+        {"http://srv:8083", L"http://%server%/Zorvane/"},
+        {"https://other:8083", L"https://%server%/Zorvane/"},
+    };
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.typed);
+        Setting(L"KSName") = L"srv:8083";
+        Setting(L"KSUrlFormat") = L"https://%server%/own/path/";
+        EXPECT_TRUE(Run(std::string(row.typed) + "\n" + kRestByDefault));
+        EXPECT_EQ(Setting(L"KSUrlFormat"), row.format);
+    }
+}
+
+TEST_F(Questionnaire, TypingABareNameMeansHttpWhereItWasHttps) {
     Setting(L"KSName") = L"srv";
     Setting(L"KSUrlFormat") = L"https://%server%/Zorvane/";
     EXPECT_TRUE(Run("srv\n" + kRestByDefault));
     EXPECT_EQ(Setting(L"KSUrlFormat"), L"http://%server%/Zorvane/");
+}
+
+TEST_F(Questionnaire, ProposesWhatLiesBelowTheOldInstallDirectoryBelowTheNewOne) {
+    GivenAPackage("/opt/zorvane/new");
+    const Source installed{Source::Kind::Installed};
+    m_settings->Set(L"InstallDir", L"/opt/zorvane/old", installed);
+    m_settings->Set(L"LogDir", L"/opt/zorvane/old/log", installed);
+    m_settings->Set(L"EventQueueDir", L"/opt/zorvane/older/queue", installed);
+    m_settings->Set(L"TasksDir", L"/opt/zorvane/old/tasks", installed);
+    // The last one is typed.
+    EXPECT_TRUE(Run("srv\n/opt/zorvane/new\n" + std::string(11, '\n') + "/opt/zorvane/old/t\n\n"));
+    EXPECT_EQ(Setting(L"LogDir"), L"/opt/zorvane/new/log");
+    EXPECT_EQ(Setting(L"EventQueueDir"), L"/opt/zorvane/older/queue");
+    EXPECT_EQ(Setting(L"TasksDir"), L"/opt/zorvane/old/t");
+    EXPECT_NE(m_output.out.find(Asked(L"TasksDir", "/opt/zorvane/new/tasks")), std::string::npos);
+}
+
+TEST_F(Questionnaire, ANoToTheOldSettingsRestoresEveryDefaultButWhoTheHostIs) {
+    const Source installed{Source::Kind::Installed};
+    for (const SettingName name : std::initializer_list<SettingName>{
+             L"PackagesDir", L"SWDDir", L"NICError", L"Description", L"GuidDir", L"CAInfo", L"UseDomain"}) {
+        m_settings->Set(name, L"old", installed);
+    }
+    Setting(L"Guid") = L"{A}";
+    Setting(L"KSName") = L"srv";
+    EXPECT_TRUE(Run("\n\nn\n" + kRestByDefault));
+    EXPECT_EQ(Setting(L"Guid"), L"{A}");
+    EXPECT_EQ(Setting(L"InstallDir"), L"/opt/zorvane/kell/ksagent");
+    EXPECT_EQ(Setting(L"PackagesDir"), L"%INSTDIR%/var/packages");
+    EXPECT_EQ(Setting(L"SWDDir"), L"%INSTDIR%/var/swd");
+    EXPECT_EQ(Setting(L"GuidDir"), L"%INSTDIR%/etc");
+    EXPECT_EQ(Setting(L"CAInfo"), L"");
+    EXPECT_EQ(Setting(L"UseDomain"), L"yes");
+    EXPECT_EQ(Setting(L"Description"), L"");
+    EXPECT_FALSE(m_settings->Exists(L"NICError"));
+}
+
+TEST_F(Questionnaire, EveryAnswerIsTheSourceOfItsSetting) {
+    EXPECT_TRUE(Run("srv\n" + kRestByDefault));
+    for (const Question& question : Questions()) {
+        EXPECT_EQ(m_settings->Record(question.key).used.source.kind, Source::Kind::Answer)
+            << String(question.key).Utf8();
+    }
+    const auto& logSize = m_settings->Record(L"LogSize");
+    ASSERT_EQ(logSize.unused.size(), 1U);
+    EXPECT_EQ(logSize.unused[0].source.kind, Source::Kind::Default);
 }
 
 TEST_F(Questionnaire, AnotherServerMeansAnotherIdentifier) {

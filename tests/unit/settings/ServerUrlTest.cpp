@@ -93,7 +93,7 @@ TEST(ServerUrl, ComposesTheThreeSettingsTogether) {
         SCOPED_TRACE(row.text);
         Settings settings;
         settings.Value(L"KSUrlFormat") = L"before";
-        ServerUrl(row.text).Compose(settings);
+        ServerUrl(row.text).Compose(settings, {}, row.text);
         EXPECT_EQ(settings.Get(L"KSProtocol"), row.protocol);
         EXPECT_EQ(settings.Get(L"KSName"), row.name);
         EXPECT_EQ(settings.Get(L"KSUrlFormat"), row.format);

@@ -98,15 +98,15 @@ TEST(XmlConfig, ADocumentThatIsRefusedIsLikeAnEmptyOne) {
         const auto settings = Read(document);
         ASSERT_TRUE(settings);
         EXPECT_EQ(settings->Get(L"KSName"), L"");
-        EXPECT_EQ(settings->Get(L"KSUrlFormat"), L"http://%server%/Zorvane/");
+        EXPECT_EQ(settings->Get(L"KSUrlFormat"), L"");
         EXPECT_TRUE(settings->Extra().empty());
     }
 }
 
 TEST(XmlConfig, EveryItemBecomesTheSettingOfItsName) {
     const auto settings = ReadRoot(
-        "<KSProtocol>https</KSProtocol><Guid>{A}</Guid>"
-        "<Settings UseKSIPAddress='a1' UseDomain='a2' EnableNICError='a3' Upgrade='a4' Start='a5'"
+        "<KSName>srv</KSName><KSProtocol>HTTPS</KSProtocol><Guid>{A}</Guid>"
+        "<Settings UseKSIPAddress='a1' UseDomain='a2' EnableNICError='a3' Upgrade='no' Start='a5'"
         " AllowNonRoot='a6' StartupOnBoot='a7' RunLevel='a8'>"
         "<CurlSSL SSLVerifyPeer='b1' SSLVerifyHost='b2' CAInfo='b3' CAPath='b4'/>"
         "<EventLog LogDir='c1' LogFile='c2' LogSize='c3' LogLevel='c4' SysLogLevel='c5'/>"
@@ -119,7 +119,7 @@ TEST(XmlConfig, EveryItemBecomesTheSettingOfItsName) {
     const Default expected[] = {
         {L"KSProtocol", L"https"},  {L"Guid", L"{A}"},
         {L"UseKSIPAddress", L"a1"}, {L"UseDomain", L"a2"},
-        {L"EnableNICError", L"a3"}, {L"Upgrade", L"a4"},
+        {L"EnableNICError", L"a3"}, {L"Upgrade", L"no"},
         {L"Start", L"a5"},          {L"AllowNonRoot", L"a6"},
         {L"StartupOnBoot", L"a7"},  {L"RunLevel", L"a8"},
         {L"SSLVerifyPeer", L"b1"},  {L"SSLVerifyHost", L"b2"},
@@ -139,6 +139,86 @@ TEST(XmlConfig, EveryItemBecomesTheSettingOfItsName) {
     };
     for (const Default& row : expected)
         EXPECT_EQ(settings->Get(row.setting), row.value) << String(row.setting).Utf8();
+}
+
+TEST(XmlConfig, ADocumentWithoutAServerGivesNeitherAProtocolNorAUrlFormat) {
+    for (const char* content :
+         {"", "<KSProtocol>https</KSProtocol>", "<KSName> </KSName><KSPort>8080</KSPort>",
+          "<KSPort>8080</KSPort><Settings UseKSIPAddress='no' KSIPAddress='10.0.0.5'/>",
+          "<KSName>srv</KSName><KSPort>80</KSPort><Settings UseKSIPAddress='yes' KSIPAddress=''/>"}) {
+        SCOPED_TRACE(content);
+        const auto settings = ReadRoot(content);
+        for (const SettingName name :
+             std::initializer_list<SettingName>{L"KSName", L"KSProtocol", L"KSUrlFormat"}) {
+            EXPECT_EQ(settings->Get(name), L"");
+            EXPECT_TRUE(settings->Exists(name));
+        }
+    }
+}
+
+TEST(XmlConfig, AServerThatIsAUrlWinsOverThePortAndTheProtocol) {
+    const struct {
+        const char* content;
+        const wchar_t* name;
+        const wchar_t* format;
+    } table[] = {
+        {"<KSName>https://srv</KSName>", L"srv", L"https://%server%/Zorvane/"},
+        {"<KSName>https://srv:8443/x</KSName><KSPort>80</KSPort><KSProtocol>http</KSProtocol>", L"srv:8443",
+         L"https://%server%/Zorvane/"},
+        {"<KSName>http://srv:80</KSName><KSProtocol>https</KSProtocol>", L"srv", L"http://%server%/Zorvane/"},
+        {"<KSName>ftp://srv</KSName><KSPort>1</KSPort>", L"ftp://srv:1", L"http://%server%/Zorvane/"},
+    };
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.content);
+        EXPECT_EQ(ReadRoot(row.content)->Get(L"KSName"), row.name);
+        EXPECT_EQ(ReadRoot(row.content)->Get(L"KSUrlFormat"), row.format);
+    }
+}
+
+TEST(XmlConfig, EveryWordForYesIsYes) {
+    for (const char* word : {"yes", "YES", " y", "true", "On", "1"}) {
+        SCOPED_TRACE(word);
+        const auto settings =
+            ReadRoot("<Settings Start='" + std::string(word) + "' StartupOnBoot='" + word + "'/>");
+        EXPECT_TRUE(settings->IsYes(L"Start"));
+        EXPECT_TRUE(settings->IsYes(L"StartupOnBoot"));
+        EXPECT_EQ(settings->Record(L"Start").used.given, String::FromUtf8(word));
+    }
+    EXPECT_EQ(ReadRoot("<Settings Start='maybe'/>")->Get(L"Start"), L"maybe");
+}
+
+TEST(XmlConfig, AnUpgradeThatIsNeitherYesNorNoIsYes) {
+    for (const char* word : {"yes", "Yes", "NO", "0", "maybe"})
+        EXPECT_EQ(ReadRoot("<Settings Upgrade='" + std::string(word) + "'/>")->Get(L"Upgrade"), L"yes")
+            << word;
+    EXPECT_EQ(ReadRoot("<Settings Upgrade='no'/>")->Get(L"Upgrade"), L"no");
+    EXPECT_EQ(ReadRoot("<Settings Upgrade=''/>")->Get(L"Upgrade"), L"");
+}
+
+TEST(XmlConfig, EachValueHasThePlaceWhereItStands) {
+    const auto settings = ReadXmlConfig(BasicXml(L"<KSAgentConfiguration>\n"
+                                                 L" <KSName>srv</KSName><KSPort>1</KSPort><Guid>ab</Guid>\n"
+                                                 L" <Settings Start='no'\n"
+                                                 L"   RunLevel='rc3'><EventLog LogSize='1'/></Settings>\n"
+                                                 L"</KSAgentConfiguration>"),
+                                        L"/tmp/x.xml");
+    const struct {
+        SettingName setting;
+        const wchar_t* given;
+        unsigned long line;
+        unsigned long column;
+    } table[] = {
+        {L"KSName", L"srv", 2, 2},   {L"KSUrlFormat", L"http://%server%/Zorvane/", 2, 2},
+        {L"Guid", L"ab", 2, 40},     {L"Start", L"no", 3, 12},
+        {L"RunLevel", L"rc3", 4, 4}, {L"LogSize", L"1", 4, 29},
+    };
+    for (const auto& row : table) {
+        SCOPED_TRACE(String(row.setting).Utf8());
+        const SourcedValue& used = settings->Record(row.setting).used;
+        EXPECT_EQ(used.given, row.given);
+        EXPECT_EQ(used.source, (Source{Source::Kind::Xml, L"/tmp/x.xml", row.line, row.column}));
+    }
+    EXPECT_EQ(DefaultSettings()->Record(L"LogSize").used.source.kind, Source::Kind::Default);
 }
 
 TEST(XmlConfig, TheTextOfAnElementIsTrimmed) {

@@ -160,6 +160,15 @@ TEST_F(InstalledSettings, AreFoundInWhicheverCaseAnOldAgentWroteTheKeys) {
     EXPECT_EQ(settings->Value(L"Description"), L"host");
 }
 
+TEST_F(InstalledSettings, TakeTheNoThatIsRecorded) {
+    const auto settings =
+        Load("[Installation]\nallow_non_root=no\nstartup_on_boot=no\nenable_nic_error=no\n");
+    for (const SettingName setting :
+         std::initializer_list<SettingName>{L"AllowNonRoot", L"StartupOnBoot", L"EnableNICError"})
+        EXPECT_EQ(settings->Get(setting), L"no") << String(setting).Utf8();
+    EXPECT_FALSE(Load("[Installation]\nallow_non_root=yes\n")->Exists(L"AllowNonRoot"));
+}
+
 TEST_F(InstalledSettings, TurnDigitsIntoRunLevels) {
     const struct {
         const wchar_t* digits;
