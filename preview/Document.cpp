@@ -163,7 +163,7 @@ void CollectSecrets(Json& settings, std::set<std::string>& secrets) {
     for (Json& setting : settings) {
         if (!IsSecretName(setting.value("name", ""))) continue;
         const auto mask = [&](Json& value) {
-            if (value.is_string() && value != "")
+            if (value.is_string() && !value.get_ref<const std::string&>().empty())
                 secrets.insert(std::exchange(value, kMask).get<std::string>());
         };
         mask(setting["value"]);

@@ -81,4 +81,19 @@ clear_all() {
     done
 }
 
+@test "a change that a preview left out, or told wrongly, would be noticed" {
+    given_the_package
+    given_plain_xml
+    prove -configure -noimode
+    local wrong
+    for wrong in 'changes.pop()' 'changes.pop(0)' 'changes[0]["after"].update(mode="0123")' \
+        'next(c for c in changes if c["diff"])["after"].update(sha256="0" * 64)' \
+        'next(c for c in changes if c["type"] == "link")["after"].update(target="elsewhere")' \
+        'changes.append(dict(changes[0], path="/opt/never"))'; do
+        python3 -c 'import json, sys; d = json.load(open(sys.argv[1])); changes = d["changes"]; exec(sys.argv[3]); json.dump(d, open(sys.argv[2], "w"))' \
+            "$desk/document" "$desk/wrong" "$wrong"
+        if truth predict "$desk/tree-before" "$desk/wrong" "$desk/tree-after"; then fail "not noticed: $wrong"; fi
+    done
+}
+
 each_test_is_a_session

@@ -74,7 +74,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     expect_status 0
     expect_valid "$desk/out"
     expect_field 'd["agent"]["start"]' true
-    if ps -e | grep qdn-; then fail "something runs"; fi
+    if pgrep qdn-; then fail "something runs"; fi
 }
 
 @test "with -exit-code, 2 says that something would change" {
@@ -134,7 +134,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
 
     flock /run/lock/qdn-configure.lock sleep 600 &
     local holder=$!
-    until grep -q FLOCK.*WRITE /proc/locks; do sleep 0.01; done
+    until grep -q 'FLOCK.*WRITE' /proc/locks; do sleep 0.01; done
     qdn_configure -preview -json -configure -noimode
     pkill -P $holder sleep
     wait $holder || true
@@ -216,9 +216,6 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     grep -q '^ERROR: A preview is not possible here: /opt/other/top is on a file system (overlay at /opt/other/top) that cannot be copied' "$desk/err"
 }
 
-# What runs here, but for this shell's own children.
-processes() { ps -e -o pid=,comm= | grep -v ' ps$\| grep$\| bash$\| cut$' | sort; }
-
 @test "a preview that is interrupted or killed at any moment leaves nothing" {
     given_the_package
     given_plain_xml
@@ -236,10 +233,10 @@ processes() { ps -e -o pid=,comm= | grep -v ' ps$\| grep$\| bash$\| cut$' | sort
     # Those that it had started end with it, at once but not before it.
     local tries
     for ((tries = 0; tries < 100; ++tries)); do
-        processes | grep -q qdn-configure || break
+        pgrep qdn-configure >/dev/null || break
         sleep 0.1
     done
-    if processes | grep qdn-configure; then fail "a process is left"; fi
+    if pgrep qdn-configure; then fail "a process is left"; fi
     truth snapshot "$desk/tree-after"
     truth same "$desk/tree-before" "$desk/tree-after"
 }

@@ -1,4 +1,5 @@
 # Random installations, on a host with what others have left there. RANDOM is what picks: seed it to repeat one.
+# shellcheck disable=SC2034 # variables are for the tests
 
 # --- A random installation. What is picked goes into variables: a subshell would not advance the generator.
 
