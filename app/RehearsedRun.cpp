@@ -6,6 +6,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
 #include "preview/ClientConfKeys.h"
+#include "preview/SettingsList.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 #include "run/Rehearsal.h"
@@ -61,6 +62,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
     record["start"] = Rehearsal::bStartsAgent;
     if (const Settings* settings = command.LastSettings()) {
         const String installDir = settings->Get(kInstallDir);
+        record["settings"] = Preview::SettingsList(*settings);
         AddStores(installDir, record["stores"]);
         AddPlaces(*settings, record["places"]);
         record["client_conf"] = ConfigurationAt(installDir + Names::kClientConf);

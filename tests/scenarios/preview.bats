@@ -63,6 +63,10 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     expect_field '[c["action"] for c in d["changes"] if c["path"] == "/etc/init.d/zorvane"]' '["create"]'
     expect_field '[k["value"] for k in d["client_conf"]["keys"] if k["key"] == "installdir"]' "[\"$agent\"]"
     expect_field 'd["agent"]' '{"stop": false, "start": false}'
+    expect_field '[s for s in d["settings"] if s["name"] == "KSName"]' \
+        "[{\"name\": \"KSName\", \"value\": \"kell.example\", \"source\": {\"kind\": \"xml\", \"file\": \"/tmp/$xml\", \"line\": 2, \"column\": 3}, \"unused\": []}]"
+    expect_field '[(s["value"], s["source"], [u["source"]["kind"] for u in s["unused"]]) for s in d["settings"] if s["name"] == "Start"]' \
+        "[[\"no\", {\"kind\": \"xml\", \"file\": \"/tmp/$xml\", \"line\": 3, \"column\": 13}, [\"default\"]]]"
     [ "$(tail -c 1 "$desk/out" | od -An -c | tr -d ' ')" = '\n' ]
 }
 
