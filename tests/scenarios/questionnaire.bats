@@ -73,6 +73,23 @@ short_answers() {
     echo no
 }
 
+@test "a directory that holds no package is no answer, and is asked for again" {
+    given_the_package
+    mkdir -p /opt/empty/etc
+    { echo srv.example; echo /opt/empty; short_answers "$agent" | sed 2d; } >"$desk/answers"
+    qdn_configure -iconfigure -nosearch <"$desk/answers"
+    expect_status 0
+    expect_no_errors
+    sed -n '7,9p' "$desk/out" | sed 's/^Example: .* (): //; s/: Allow program .*/:/' >"$desk/refusal"
+    expect_file "$desk/refusal" <<END
+The directory the Agent package has been installed to? ($agent):   There is no agent package in this directory.
+  Invalid value entered. Please re-enter or Ctrl-C to cancel.
+The directory the Agent package has been installed to? ($agent):
+END
+    expect_value "Kell Servers" server-1 srv.example
+    expect_missing /opt/empty/etc/client.conf
+}
+
 @test "-iconfigure neither reads an XML file nor removes it" {
     given_the_package
     given_plain_xml
