@@ -60,6 +60,7 @@ END
     local command escape
     escape=$(steering)
     for command in "-configure -noimode" "-clean $agent"; do
+        rm -rf "$agent" /etc/init.d/zorvane /etc/rc?.d/*zorvane /usr/bin/qdn-*
         given_an_old_agent 6.2
         sed -i "s|^event_queue_dir=.*|event_queue_dir=/opt/q$escape|; s|^debug_output=.*|debug_output=/dev/null/$escape|
             s|^sub_agent_names=.*|sub_agent_names=$escape|; s|^server-1=.*|server-1=kell$escape|" "$agent/etc/client.conf"

@@ -108,7 +108,7 @@ configure_with_planted() {
     echo "precious" >/opt/zorvane/secret/file
     chmod 0600 /opt/zorvane/secret/file
     given_an_old_agent 6.2
-    for path in "$agent/etc/client.conf.old" "$agent/etc/host.GUID" "$agent/var/qdn-client.log" "$agent/bin/qdn-env" \
+    for path in "$agent/etc/client.conf.old" "$agent/var/qdn-client.log" "$agent/bin/qdn-env" \
         "$agent/var/tasks/two.kst"; do
         ln -f /opt/zorvane/secret/file "$path"
     done

@@ -287,18 +287,16 @@ END
 @test "a link where a file is to be written is replaced, and what it leads to is left alone" {
     given_the_package
     given_plain_xml
-    for path in "$agent/etc/host.GUID" "$agent/bin/qdn-env" "$agent/bin/rcscript" /etc/init.d/zorvane; do
+    for path in "$agent/bin/qdn-env" "$agent/bin/rcscript" /etc/init.d/zorvane; do
         echo "precious" >"/opt/precious-${path##*/}"
         ln -s "/opt/precious-${path##*/}" "$path"
     done
     ln -s /opt/client.conf "$agent/etc/client.conf" # to nothing: it is not an installed agent's
-    sed -i 's,</KSName>,</KSName><Guid>12345678</Guid>,' "/tmp/$xml"
     qdn_configure -configure -noimode -quiet
     expect_status 0
-    for name in host.GUID qdn-env rcscript zorvane; do expect_file "/opt/precious-$name" <<<"precious"; done
+    for name in qdn-env rcscript zorvane; do expect_file "/opt/precious-$name" <<<"precious"; done
     expect_missing /opt/client.conf
     expect_plain_files "$agent/etc/client.conf" "$agent/bin/qdn-env" /etc/init.d/zorvane
-    printf '{12345678}\nnull' | same "$agent/etc/host.GUID" "$agent/etc/host.GUID"
 }
 
 each_test_is_a_session

@@ -57,6 +57,12 @@ remains() {
 
 # --- One installation, from before the package to the host as it was
 
+# An agent that is to start with the host, and in no run level, is told.
+warning_of_run_levels() {
+    [ "$boot" = no ] || [[ $levels == *rc[0-6]* ]] ||
+        echo "WARNING! No run level is configured: the agent is not started when the host boots."
+}
+
 prove_one() {
     pick_installation
     given_the_picked_xml
@@ -66,7 +72,8 @@ prove_one() {
 
     lay_the_package_down
     run_quietly -configure -noimode -nosearch
-    expect_nothing_told
+    expect_status 0
+    expect_errors < <(warning_of_run_levels)
     given_a_life_of_the_agent
     run_quietly -clean "$installdir"
     expect_nothing_told

@@ -278,7 +278,10 @@ END
     cp "$agent/etc/client.conf" "$desk/old.conf"
     qdn_configure -configure -noimode -nosearch
     expect_status 1
-    expect_errors <<<"ERROR: Missing file in install. File://etc/client.proto"
+    expect_errors <<'END'
+WARNING! No run level is configured: the agent is not started when the host boots.
+ERROR: Missing file in install. File://etc/client.proto
+END
     expect_missing /etc/client.conf.old
     expect_file "$agent/etc/client.conf" <"$desk/old.conf"
 }
