@@ -67,10 +67,12 @@ bool RunLock::IsHeld() {
     if (table) locks = corekit::ReadAll(table->Get(), kLongestTable).value_or("");
     for (const wchar_t* place : kPlaces) {
         struct stat info {};
-        if (!IsSafeDirectory(place) || lstat((String(place) + kFileName).Utf8().c_str(), &info) != 0) continue;
+        if (!IsSafeDirectory(place) || lstat((String(place) + kFileName).Utf8().c_str(), &info) != 0)
+            continue;
         // "1: FLOCK  ADVISORY  WRITE 4711 fe:00:131 0 EOF": device and inode of the file that is locked.
         char file[64];
-        std::snprintf(file, sizeof file, " %02x:%02x:%lu ", major(info.st_dev), minor(info.st_dev), info.st_ino);
+        std::snprintf(file, sizeof file, " %02x:%02x:%lu ", major(info.st_dev), minor(info.st_dev),
+                      info.st_ino);
         if (locks.find(file) != std::string::npos) return true;
     }
     return false;

@@ -44,6 +44,7 @@ scriptlet() {
 
 @test "where no service is to be started, the program is told never to" {
     mkdir -p "$BATS_TEST_TMPDIR/bin" "$BATS_TEST_TMPDIR/allow" "$BATS_TEST_TMPDIR/forbid"
+    # shellcheck disable=SC2016 # as it stands
     printf '#!/bin/sh\necho "${QDN_INSTALL_START:-unset} ${QDN_INSTALL_AUTOSTART:-unset}"\n' \
         >"$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
     printf '#!/bin/sh\nexit 104\n' >"$BATS_TEST_TMPDIR/allow/policy-rc.d"

@@ -95,9 +95,9 @@ END
     mkdir -p /opt/tool
     cp "$program" /opt/tool/qdn-configure.bin
     for command in "-configure" "-iconfigure" "-clean $agent"; do
-        # shellcheck disable=SC2086 # words
         list_files >"$desk/before"
         status=0
+        # shellcheck disable=SC2086 # words
         setpriv --reuid=65534 --clear-groups /opt/tool/qdn-configure.bin $command >"$desk/out" 2>"$desk/err" || status=$?
         expect_status 1
         expect_output <<<"$banner"

@@ -147,8 +147,15 @@ TEST_F(Migration, PathsMoveToTheNewInstallDirectory) {
 
 TEST_F(Migration, OddValuesAreCarriedByteForByte) {
     const std::string values[] = {
-        "a=b == c",   "two  words\tand a tab", "K\xf6ln",      "K\xc3\xb6ln \xe2\x82\xac", "# no comment",
-        "\"quoted\"", "%INSTDIR%/as it is",    "\xff\xfe\x80", std::string((1 << 20) - 100, 'x'),
+        "a=b == c",
+        "two  words\tand a tab",
+        "K\xf6ln",
+        "K\xc3\xb6ln \xe2\x82\xac",
+        "# no comment",
+        "\"quoted\"",
+        "%INSTDIR%/as it is",
+        "\xff\xfe\x80",
+        std::string((1 << 20) - 100, 'x'),
     };
     for (const std::string& value : values) {
         for (const std::string lineEnd : {"\n", "\r\n", " \t\n", ""}) {

@@ -58,8 +58,8 @@ TEST_F(AgentStart, WarnsOfAnAgentThatDoesNotRun) {
             }));
         });
     };
-    testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n[ $1 = start ] || { echo It is dead.; exit 3; }\n",
-                     0755);
+    testfiles::Write("/opt/agent/bin/rcscript",
+                     "#!/bin/sh\n[ $1 = start ] || { echo It is dead.; exit 3; }\n", 0755);
     auto output = start();
     EXPECT_EQ(output.out, "Starting Zorvane Agent for UNIX and Linux.\nIt is dead.\n");
     EXPECT_EQ(output.err, "WARNING! The agent does not run. See /var/log/qdn-client.log.\n");
