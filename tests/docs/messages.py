@@ -5,7 +5,7 @@
 
 Prints each message that no item of the page's DIAGNOSTICS explains, each item that no source writes, and each item
 without a cause or a remedy; ends 0 when there are none. A value in a message is "..."; an item that ends in it explains
-all messages that begin as it does.
+all messages that begin as it does, unless it consists of values only.
 
 A message is an expression with a literal that begins with "WARNING!" or "ERROR:", what is given to Messages::Warn or
 Console::Err, or what a step fails with: what Failure begins with, or the first argument of Fail, FailAt or FailBecause.
@@ -20,6 +20,8 @@ CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fa
 FALLBACK = re.compile(r'IsEmpty\(\)\s*\?[^"?:]*(?:::[^"?:]*)*"([A-Z][^"]+\.)"')
 # What fails here gives the reason of the warning that a record is not converted.
 REASONS = "agents/carry/StoreRecords.cpp"
+# What is left of a message that consists of values.
+VALUES_ONLY = {"", "WARNING!"}
 # The step that asks says more than what the questionnaire fails with.
 REPLACED = {"Error reading from standard input"}
 
@@ -34,7 +36,7 @@ def code_of(folders):
                     if os.path.join(place, name).endswith(REASONS):
                         text = re.sub(r"\bFail(At|Because)?\(", "Reason(", text)
                     text = re.sub(r'("(?:[^"\\\n]|\\.)*")|//[^\n]*', lambda found: found.group(1) or "", text)
-                    yield re.sub(r'"\s*L?"', "", text)  # adjacent literals are one
+                    yield re.sub(r'(?<!\\)"\s*L?"', "", text)  # adjacent literals are one
 
 
 def arguments(text, start):
@@ -75,7 +77,7 @@ def message_of(expression, constants):
         return None
     if re.search(r"\w", expression[at:]):
         message += "..."
-    return re.sub(r"%\d", "...", message)
+    return re.sub(r"%\d", "...", message).replace('\\"', '"')
 
 
 def normal(message):
@@ -108,7 +110,7 @@ def items_of(page):
     for item in re.split(r"^\.It ", section, flags=re.M)[1:]:
         head, _, text = item.partition("\n")
         text = text.partition("\n.El")[0]
-        waiting.append(re.sub(r'^Li "|"$', "", head))
+        waiting.append(re.sub(r'^Li "|"$', "", head).replace('""', '"'))
         if text.strip():
             yield from ((head, text) for head in waiting)
             waiting = []
@@ -119,7 +121,8 @@ def main():
     messages = {normal(text) for text in messages_of(folders) if text is not None} - REPLACED - {""}
     items = dict(items_of(page))
     covered_by = {item: {text for text in messages
-                         if text == normal(item) or (item.endswith("...") and text.startswith(normal(item)))}
+                         if text == normal(item) or (item.endswith("...") and normal(item) not in VALUES_ONLY
+                                                       and text.startswith(normal(item)))}
                   for item in items}
     faults = [f"not in the page: {text}" for text in messages - set().union(*covered_by.values())]
     faults += [f"written by no source: {item}" for item in items if not covered_by[item]]
