@@ -1,0 +1,121 @@
+# What an administrator gives and does not get is told, with its place and the reason; the run succeeds all the same.
+load support
+
+# given_settings ATTRIBUTES [SERVER] [MORE]: an XML file in /tmp with these attributes of Settings, which begin on line 3.
+given_settings() {
+    given_xml /tmp <<END
+<KSAgentConfiguration>
+  ${2-<KSName>kell.example</KSName>}
+  <Settings $1 Start="no">
+    <InstallDir>$agent</InstallDir>
+    ${3:-}
+  </Settings>
+</KSAgentConfiguration>
+END
+}
+
+given_a_configured_agent() {
+    given_the_package
+    given_settings "RunLevel=\"rc3;rc5\" ${1:-}"
+    configure
+    expect_no_errors
+}
+
+configure() {
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+}
+
+@test "misspelt names and values that cannot be are told in the file's order" {
+    given_the_package
+    given_settings 'RunLevel="rc3" AllowNonRot="no"' '<KSname>kell</KSname><KSName>kell.example</KSName>' \
+        '<EventLog LogLevl="Debug" LogSize="1MB"/>'
+    configure
+    expect_errors <<END
+WARNING! /tmp/$xml:2:3: unknown element KSname (KSName?).
+WARNING! /tmp/$xml:3:28: unknown attribute AllowNonRot (AllowNonRoot?).
+WARNING! /tmp/$xml:5:15: unknown attribute LogLevl (LogLevel?).
+WARNING! /tmp/$xml:5:31: LogSize "1MB": a number of kilobytes.
+END
+    expect_value "Kell Servers" server-1 kell.example
+    expect_value Configuration debug_level Error
+    expect_value Configuration debug_file_size 1MB
+}
+
+@test "a value that loses against the installed agent's is told, and one that means the same is not" {
+    given_a_configured_agent
+    given_settings 'RunLevel="rc5;rc3"' '<KSName>kell.example</KSName><Location>Bern</Location>' \
+        '<EventLog LogLevel="error" LogSize="512"/>'
+    configure
+    expect_errors <<END
+WARNING! /tmp/$xml:2:32: Location "Bern" is not used: the installed agent has "".
+WARNING! /tmp/$xml:5:32: LogSize "512" is not used: the installed agent has "256".
+END
+    expect_value Configuration debug_file_size 256
+}
+
+@test "a server of the environment that loses against the installed agent's is told by its variable, and drops no identifier" {
+    given_a_configured_agent
+    printf '{0A1B2C3D-0000-1111-2222-333344445555}\nnull' >"$agent/etc/host.GUID"
+    QDN_INSTALL_KSNAME=other.example QDN_INSTALL_AUTOSTART=no configure
+    expect_errors <<<'WARNING! QDN_INSTALL_KSNAME: KSName "other.example" is not used: the installed agent has "kell.example".'
+    expect_value "Kell Servers" server-1 kell.example
+    printf '{0A1B2C3D-0000-1111-2222-333344445555}\nnull' | expect_file "$agent/etc/host.GUID"
+}
+
+@test "Upgrade=\"Yes\" counts as yes" {
+    given_a_configured_agent
+    sed -i 's/^package_retry_delay=.*/package_retry_delay=61/' "$agent/etc/client.conf"
+    given_settings 'RunLevel="rc3;rc5" Upgrade="Yes"'
+    configure
+    expect_errors <<<'WARNING! Upgrade is neither "yes" nor "no": Yes. It counts as "yes".'
+    expect_value Configuration package_retry_delay 61
+}
+
+@test "a configuration without a run level is told, unless the agent is not to be started at boot" {
+    given_the_package
+    given_settings 'StartupOnBoot="yes"'
+    configure
+    expect_errors <<<"WARNING! No run level is configured: the agent is not started when the host boots."
+    given_settings 'Upgrade="no" StartupOnBoot="no"'
+    configure
+    expect_no_errors
+}
+
+@test "a port without a server is told and not used" {
+    given_the_package
+    given_settings 'RunLevel="rc3"' '<KSPort>8080</KSPort>'
+    QDN_INSTALL_KSNAME=https://kell.example:8443 configure
+    expect_errors <<<"WARNING! /tmp/$xml:2:3: KSPort \"8080\": only together with KSName or KSIPAddress."
+    expect_value "Kell Servers" server-1 kell.example:8443
+    expect_value "Client Transport" ks_url_format https://%server%/Zorvane/
+}
+
+@test "AllowNonRoot=\"no\" outlives the next upgrades, until something says otherwise" {
+    given_a_configured_agent 'AllowNonRoot="no"'
+    expect_value Installation allow_non_root no
+    for _ in 1 2; do
+        QDN_INSTALL_AUTOSTART=no configure
+        expect_no_errors
+        expect_value Installation allow_non_root no
+        [ "$(stat -c %a "$agent/bin/qdn-monitor")" = 544 ]
+    done
+    given_settings 'AllowNonRoot="yes" RunLevel="rc3;rc5"'
+    configure
+    expect_no_errors
+    expect_no_line Installation "$agent/etc/client.conf"
+    [ "$(stat -c %a "$agent/bin/qdn-monitor")" = 555 ]
+}
+
+@test "Upgrade=\"no\" drops what was recorded for the next upgrade" {
+    given_a_configured_agent 'AllowNonRoot="no" EnableNICError="no" StartupOnBoot="no"'
+    tail -n 4 "$agent/etc/client.conf" | same "end of client.conf" <(
+        printf '%s\n' '[Installation]' allow_non_root=no startup_on_boot=no enable_nic_error=no
+    )
+    given_settings 'Upgrade="no" RunLevel="rc3;rc5"'
+    configure
+    expect_no_errors
+    expect_no_line Installation "$agent/etc/client.conf"
+}
+
+each_test_is_a_session
