@@ -38,7 +38,8 @@ class SettingName {
     constexpr bool IsNone() const { return m_name.empty(); }
     operator corekit::String() const { return m_name; }
 
-    constexpr auto operator<=>(const SettingName&) const = default;
+    // The analyser takes the comparison that the compiler makes for one with a null pointer.
+    constexpr auto operator<=>(const SettingName&) const = default;  // NOLINT(modernize-use-nullptr)
 
   private:
     std::wstring_view m_name;

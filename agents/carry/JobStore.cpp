@@ -44,7 +44,7 @@ Outcome<> ConvertJob(const String& stem, const String& newPath) {
     if (!fields) return tl::unexpected(fields.error());
     const auto xml = ReadXmlRecord(stem + kXmlSuffix);
     if (!xml) return tl::unexpected(xml.error());
-    const auto written = WriteRecord(newPath, JobRecord(*fields, *xml), infoPath);
+    auto written = WriteRecord(newPath, JobRecord(*fields, *xml), infoPath);
     if (written) corekit::Forgive(corekit::File::Remove(infoPath));
     return written;
 }

@@ -85,9 +85,9 @@ bool LiesIn(const String& oldDir, const std::string& bytes) {
 String KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
     const bool isElsewhere = !oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir);
     if (isElsewhere && LiesIn(oldDir, bytes)) return oldDir + Names::kClientConf;
-    const String name = newDir + kCopyInPlace;
+    String name = newDir + kCopyInPlace;
     for (int number = 1;; ++number) {
-        const String path = number == 1 ? name : name + L"." + String::FromInt(number);
+        String path = number == 1 ? name : name + L"." + String::FromInt(number);
         const auto present = File::ReadBytes(path);
         if (!present ? IsNotFound(present.error()) : *present == bytes) return path;
         if (number == kMostCopies) return name;

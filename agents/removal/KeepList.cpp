@@ -38,7 +38,7 @@ constexpr const char* kLaidDown[] = {
 }  // namespace
 
 KeepList::KeepList(const IniFile* newConf, const String& oldInstallDir) : m_isClean(newConf == nullptr) {
-    if (m_isClean) return;
+    if (newConf == nullptr) return;
     for (const String& path : NamedPaths(*newConf)) Keep(path);
     const String newInstallDir = ConfiguredDirectory(*newConf, Key::kInstallDir);
     if (oldInstallDir.IsEmpty() || !Path::IsMatch(newInstallDir, oldInstallDir)) return;
