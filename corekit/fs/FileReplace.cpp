@@ -82,9 +82,9 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
 }
 
 Result WriteScript(const String& path, const String& text) {
-    constexpr unsigned mode = 0755;
-    const Result result = WriteBytes(path, text.Utf8(), mode);
-    return result ? Chmod(path, mode) : result;
+    constexpr unsigned kMode = 0755;
+    const Result result = WriteBytes(path, text.Utf8(), kMode);
+    return result ? Chmod(path, kMode) : result;
 }
 
 Result Copy(const String& from, const String& to) {
