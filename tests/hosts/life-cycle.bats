@@ -226,7 +226,7 @@ given_xml
 install 6.0.340
 sed -i 's/^Location=.*/Location=Rack 7/' "$conf"
 mv "$conf" "$conf.old"
-chmod 600 "$conf.old" # only a run that comes to its end opens it to others
+touch "${conf%/*}/.unfinished" # only a run that comes to its end takes its mark away
 install 6.0.350
 expect_status 0
 expect_nothing_told
