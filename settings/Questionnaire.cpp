@@ -21,7 +21,7 @@ constexpr const wchar_t* kIntroduction =
     L"Using interactive configuration, cancel with Ctrl-C.\n  Please answer the following questions.\n"
     L"  Defaults are in brackets. To accept a default just press enter.\n\n";
 
-constexpr Source kAnswer = {Source::Kind::Answer};
+const Source kAnswer = {Source::Kind::Answer};
 
 /// What "no" to keeping the old settings leaves as it is: the answers before it, and who the host is.
 constexpr SettingName kNotReset[] = {L"KSName", L"KSProtocol", L"KSUrlFormat", L"KSNameChanged",
