@@ -135,17 +135,15 @@ END
     expect_value "Kell Servers" server-1 kell.example
 }
 
-@test "an install directory without the package in it fails the run, and nothing has changed" {
+@test "a directory without the package in it is refused, and nothing has changed" {
     mkdir /opt/empty
     list_files >"$desk/before"
     at_the_terminal -iconfigure -dir /opt/empty <<'END'
 answer "Name or IP" kell.example
-accept "been installed to" /opt/empty
-accept_until "Agent started"
-answer "Agent started" n
-see "ERROR: Missing file in install. File:/opt/empty/etc/client.proto\r\n"
+refused "been installed to" "" "  There is no agent package in this directory.\r\n"
+press "been installed to" \003
 END
-    expect_status 1
+    expect_status 130
     expect_no_changes
 }
 

@@ -21,7 +21,7 @@ expect_the_old_identifier() { printf '%s\nnull' "$guid" | expect_file "$agent/et
 @test "to keep the old settings, Enter is enough" {
     given_an_agent_to_upgrade
     at_the_terminal -iconfigure <<'END'
-accept "Name or IP" old.example:8083
+accept "Name or IP" https://old.example:8083
 accept "been installed to" /opt/zorvane/kell/ksagent
 accept "keep old settings" yes
 accept "unprivileged users" yes
@@ -94,7 +94,7 @@ END
 @test "without the old settings, the usual ones are proposed, where the agent is now" {
     given_an_agent_to_upgrade
     at_the_terminal -iconfigure <<'END'
-accept "Name or IP" old.example:8083
+accept "Name or IP" https://old.example:8083
 accept "been installed to" /opt/zorvane/kell/ksagent
 answer "keep old settings" n
 accept "unprivileged users" yes
@@ -186,7 +186,7 @@ END
     expect_status 0
     cp "$agent/etc/client.conf" "$desk/first.conf"
     at_the_terminal -iconfigure <<'END'
-accept "Name or IP" kell.example:8083
+accept "Name or IP" https://kell.example:8083
 accept_until "Agent started"
 answer "Agent started" n
 END
@@ -194,24 +194,24 @@ END
     expect_file "$agent/etc/client.conf" <"$desk/first.conf"
 }
 
-@test "an agent that moves keeps its data: where Enter left it, and where it was told to be" {
+@test "an agent that moves takes its data along where Enter proposes it, and leaves it where an answer says" {
     given_an_old_agent 6.2
     given_the_package "$elsewhere"
     at_the_terminal -iconfigure <<'END'
-accept "Name or IP" old.example:8083
+accept "Name or IP" https://old.example:8083
 answer "been installed to" /opt/elsewhere/agent
 accept_until "event queue"
-accept "event queue" /opt/zorvane/kell/ksagent/var/queue
-answer "tasks directory" /opt/elsewhere/agent/var/tasks
+accept "event queue" /opt/elsewhere/agent/var/queue
+answer "tasks directory" /opt/zorvane/kell/ksagent/var/tasks
 answer "Agent started" n
 END
     expect_status 0
-    expect_on_screen "WARNING! $agent is kept: the new configuration names $agent/var/queue."
+    expect_on_screen "WARNING! $agent is kept: the new configuration names $agent/var/tasks."
     expect_value Configuration installdir "$elsewhere" "$elsewhere/etc/client.conf"
-    expect_value Configuration event_queue_dir "$agent/var/queue" "$elsewhere/etc/client.conf"
-    expect_value Configuration task_storage_path "$elsewhere/var/tasks" "$elsewhere/etc/client.conf"
-    expect_file "$agent/var/queue/one.kse" <<<"event one"
-    expect_file "$elsewhere/var/tasks/one.kst" <<<"task one"
+    expect_value Configuration event_queue_dir "$elsewhere/var/queue" "$elsewhere/etc/client.conf"
+    expect_value Configuration task_storage_path "$agent/var/tasks" "$elsewhere/etc/client.conf"
+    expect_file "$elsewhere/var/queue/one.kse" <<<"event one"
+    expect_file "$agent/var/tasks/one.kst" <<<"task one"
 }
 
 each_test_is_a_session
