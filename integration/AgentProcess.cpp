@@ -1,0 +1,84 @@
+// Looks through /proc for processes whose program is that of the agent.
+#include "integration/AgentProcess.h"
+
+#include <algorithm>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/text/Text.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+constexpr const wchar_t* kProgram = L"qdn-plug";  // how the name of the agent's own program begins
+constexpr const wchar_t* kPidFileLine = L"# pidfile:";
+
+/// The programs that a process may be running: the first two words of its command line, since a script is the
+/// second one, and the file that the kernel runs, where this user may know it.
+std::vector<String> ProgramsOf(const String& process) {
+    std::vector<String> programs;
+    const std::string commandLine = File::ReadBytes(process + L"/cmdline").value_or(std::string());
+    for (std::size_t at = 0; at < commandLine.size() && programs.size() < 2;) {
+        const std::string word = commandLine.c_str() + at;
+        programs.push_back(String::FromUtf8(word));
+        at += word.size() + 1;
+    }
+    if (const auto file = File::ReadLink(process + L"/exe")) programs.push_back(*file);
+    return programs;
+}
+
+/// True where the process has this process's root directory, and where that cannot be told.
+bool SharesOurRoot(const String& process) {
+    struct stat theirs {};
+    struct stat ours {};
+    if (stat((process + L"/root/").Utf8().c_str(), &theirs) != 0 || stat("/", &ours) != 0) return true;
+    return theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino;
+}
+
+bool IsOfAgent(const String& process, const String& installDir) {
+    const auto name = File::Read(process + L"/comm");
+    if (!name || !name->StartsWith(kProgram)) return false;
+    const auto isProgram = [&](const String& program) {
+        return program.StartsWith(L"/") && Path::GetFileName(program).StartsWith(kProgram) &&
+               Path::IsMatch(Path::GetDirectory(program), installDir + L"/bin");
+    };
+    return std::ranges::any_of(ProgramsOf(process), isProgram) && SharesOurRoot(process);
+}
+
+/// The id in the pid file that the agent's control script names; 0 without one.
+int RecordedId(const String& installDir) {
+    corekit::StringTokenizer lines(File::Read(installDir + Names::kControlScript).value_or(String()), L"\n");
+    for (String line; lines.GetToken(line);) {
+        if (line.StartsWith(kPidFileLine))
+            return File::Read(line.Mid(String(kPidFileLine).Length()).Trim())
+                .value_or(String())
+                .Trim()
+                .ToInt();
+    }
+    return 0;
+}
+
+}  // namespace
+
+std::optional<pid_t> FindAgentProcess(const String& installDir) {
+    std::vector<int> ids;
+    for (const corekit::FileInfo& process : corekit::Dir::Entries(L"/proc", L"[1-9]*")) {
+        if (IsOfAgent(process.path, installDir)) ids.push_back(Path::GetFileName(process.path).ToInt());
+    }
+    if (ids.empty()) return std::nullopt;
+    const int recorded = RecordedId(installDir);
+    return std::ranges::count(ids, recorded) > 0 ? recorded : std::ranges::min(ids);
+}
+
+}  // namespace Zorvane::AgentInstaller

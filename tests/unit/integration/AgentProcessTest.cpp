@@ -1,0 +1,103 @@
+// Which processes count as the running agent, and which of them is named.
+#include <csignal>
+#include <fcntl.h>
+#include <sys/wait.h>
+
+#include "integration/AgentProcess.h"
+#include "tests/support/Installation.h"
+
+namespace Zorvane::AgentInstaller {
+namespace {
+
+/// A script that runs until it is ended. It has begun once the object is there.
+class RunningScript {
+  public:
+    explicit RunningScript(const std::string& path) {
+        testfiles::Write(path, "#!/bin/sh\necho >&3\nexec 3>&-\nread line\n", 0755);
+        int begun[2] = {};
+        int input[2] = {};
+        EXPECT_EQ(pipe2(begun, O_CLOEXEC), 0);
+        EXPECT_EQ(pipe2(input, O_CLOEXEC), 0);
+        m_id = fork();
+        if (m_id == 0) {
+            dup2(input[0], 0);
+            dup2(begun[1], 3);
+            execl(path.c_str(), path.c_str(), nullptr);
+            _exit(127);
+        }
+        close(begun[1]);
+        close(input[0]);
+        m_input = input[1];
+        char byte = 0;
+        EXPECT_EQ(read(begun[0], &byte, 1), 1) << path;
+        close(begun[0]);
+    }
+    ~RunningScript() {
+        kill(m_id, SIGKILL);
+        waitpid(m_id, nullptr, 0);
+        close(m_input);
+    }
+    RunningScript(const RunningScript&) = delete;
+    RunningScript& operator=(const RunningScript&) = delete;
+
+    pid_t Id() const { return m_id; }
+
+  private:
+    pid_t m_id = 0;
+    int m_input = -1;
+};
+
+constexpr const char* kProgram = "/opt/agent/bin/qdn-pluginmanager.bin";
+
+class AgentProcess : public testsupport::Installation {};
+
+TEST_F(AgentProcess, NoneRuns_WhenNoneWasStarted) {
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt);
+    EXPECT_EQ(FindAgentProcess(L""), std::nullopt);
+}
+
+TEST_F(AgentProcess, IsFoundByItsProgram_AsLongAsItRuns) {
+    {
+        const RunningScript agent(kProgram);
+        EXPECT_EQ(FindAgentProcess(L"/opt/agent"), agent.Id());
+        std::filesystem::create_directory_symlink("/opt/agent", "/opt/link");
+        EXPECT_EQ(FindAgentProcess(L"/opt/link"), agent.Id()) << "by another name of its directory";
+        EXPECT_EQ(FindAgentProcess(L"/opt/other"), std::nullopt) << "that of another directory";
+        std::filesystem::remove("/opt/link");
+    }
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt);
+}
+
+TEST_F(AgentProcess, AnotherProgramOfTheDirectoryIsNotTheAgent) {
+    const RunningScript other("/opt/agent/bin/qdn-monitor.bin");
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt);
+}
+
+TEST_F(AgentProcess, AProcessThatHasEndedIsNotTheAgent_WhenNobodyHasWaitedForItYet) {
+    testfiles::Write(kProgram, "#!/bin/sh\n", 0755);
+    const pid_t id = fork();
+    if (id == 0) {
+        execl(kProgram, kProgram, nullptr);
+        _exit(127);
+    }
+    siginfo_t ended{};
+    ASSERT_EQ(waitid(P_PID, static_cast<id_t>(id), &ended, WEXITED | WNOWAIT), 0);
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt);
+    waitpid(id, nullptr, 0);
+}
+
+TEST_F(AgentProcess, ThePidFileTellsWhichOfSeveralItIs) {
+    const RunningScript first(kProgram);
+    const RunningScript second(kProgram);
+    testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n# pidfile: /opt/agent/agent.pid\n", 0755);
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::min(first.Id(), second.Id())) << "no pid file yet";
+    for (const pid_t id : {first.Id(), second.Id()}) {
+        testfiles::Write("/opt/agent/agent.pid", std::to_string(id) + "\n");
+        EXPECT_EQ(FindAgentProcess(L"/opt/agent"), id);
+    }
+    testfiles::Write("/opt/agent/agent.pid", "1\n");
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::min(first.Id(), second.Id())) << "one of another program";
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller
