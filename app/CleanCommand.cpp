@@ -7,7 +7,6 @@
 #include "app/Refusals.h"
 #include "config/SystemProbes.h"
 #include "run/Args.h"
-#include "run/Error.h"
 #include "run/Messages.h"
 #include "run/Rehearsal.h"
 

@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include "config/SystemProbes.h"
-#include "run/Error.h"
+#include "run/Failure.h"
 #include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {

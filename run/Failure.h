@@ -34,6 +34,11 @@ class [[nodiscard]] Outcome : public tl::expected<Value, Failure> {
     }
 };
 
+namespace Error {
+inline corekit::String
+    m_sErrorText;  // of the run's last failure that was told; empty: none with a text of its own
+}
+
 /// Drops an outcome on purpose: the caller goes on whatever it was.
 template <typename Value>
 void Forgive(const Outcome<Value>&) {}

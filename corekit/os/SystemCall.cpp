@@ -11,13 +11,6 @@ namespace corekit {
 
 namespace {
 
-template <typename Call>
-auto Uninterrupted(Call&& call) {
-    auto returned = call();
-    while (returned < 0 && errno == EINTR) returned = call();
-    return returned;
-}
-
 Result CheckRegular(const struct stat& info) {
     if (S_ISDIR(info.st_mode)) return Result(EISDIR);
     if (S_ISLNK(info.st_mode)) return Result(ELOOP);

@@ -1,6 +1,7 @@
 // What the file operations ask of the system, tried again when a signal interrupts it.
 #pragma once
 
+#include <cerrno>
 #include <span>
 #include <string>
 #include <string_view>
@@ -11,6 +12,14 @@
 #include "corekit/text/String.h"
 
 namespace corekit {
+
+/// The result of a system call, which is made again for as long as a signal interrupts it.
+template <typename Call>
+auto Uninterrupted(Call&& call) {
+    auto returned = call();
+    while (returned < 0 && errno == EINTR) returned = call();
+    return returned;
+}
 
 /// Success for 0, else what errno tells.
 Result Outcome(int returned);

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "run/Args.h"
-#include "run/Error.h"
+#include "run/Failure.h"
 #include "run/Messages.h"
 
 namespace {

@@ -9,6 +9,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "corekit/os/SystemCall.h"
+
 namespace corekit {
 
 namespace {
@@ -67,8 +69,7 @@ bool DirectoryBatch::IsInOrder() const {
 }
 
 Result DirectoryBatch::ReadOn(int directory, std::size_t size) {
-    ssize_t length = getdents64(directory, m_buffer.get(), size);
-    while (length < 0 && errno == EINTR) length = getdents64(directory, m_buffer.get(), size);
+    const ssize_t length = Uninterrupted([&] { return getdents64(directory, m_buffer.get(), size); });
     m_isEnd = length <= 0;
     if (length < 0) return errno == ENOENT ? Result() : Result::FromErrno();
     for (ssize_t at = 0; at < length;) {

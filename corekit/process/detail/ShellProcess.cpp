@@ -1,7 +1,6 @@
 // A shell as a child process: what it inherits, and how its end is noticed.
 #include "corekit/process/detail/ShellProcess.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/signalfd.h>
@@ -9,6 +8,7 @@
 #include <unistd.h>
 
 #include "corekit/os/Interruption.h"
+#include "corekit/os/SystemCall.h"
 #include "corekit/process/detail/ShellEnvironment.h"
 
 namespace corekit {
@@ -117,9 +117,7 @@ bool ShellProcess::HasEnded() {
     if (m_pid == 0) return true;
     // Once it has been waited for, its number may be another process's.
     const SignalBlock untilRecorded;
-    pid_t ended = waitpid(m_pid, nullptr, WNOHANG);
-    while (ended < 0 && errno == EINTR) ended = waitpid(m_pid, nullptr, WNOHANG);
-    if (ended == 0) return false;
+    if (Uninterrupted([&] { return waitpid(m_pid, nullptr, WNOHANG); }) == 0) return false;
     SetRunning(0);
     return true;
 }

@@ -5,7 +5,6 @@
 
 #include "app/ConfigureCommand.h"
 #include "run/Args.h"
-#include "run/Error.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"

@@ -2,7 +2,6 @@
 #include <cerrno>
 #include <gtest/gtest.h>
 
-#include "run/Error.h"
 #include "run/Failure.h"
 #include "tests/support/PrintString.h"
 
@@ -44,14 +43,6 @@ TEST(Failure, GivesTheValue_WhenThereIsNone) {
     ASSERT_TRUE(outcome);
     EXPECT_EQ(*outcome, 3);
     EXPECT_TRUE(Outcome<>());
-}
-
-TEST(Error, OutcomeOfTakesTheRecordedText) {
-    EXPECT_TRUE(Error::OutcomeOf(true));
-    const Outcome<> outcome = Error::OutcomeOf(Error::Fail(L"Unable to write to file: ", L"/opt/x"));
-    ASSERT_FALSE(outcome);
-    EXPECT_EQ(outcome.error().text, L"Unable to write to file: /opt/x");
-    EXPECT_EQ(Error::m_sErrorText, L"");
 }
 
 }  // namespace

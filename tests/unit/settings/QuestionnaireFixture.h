@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "run/Error.h"
 #include "settings/Questionnaire.h"
 #include "settings/XmlConfig.h"
 #include "tests/support/Captured.h"
