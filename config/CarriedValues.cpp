@@ -4,6 +4,7 @@
 #include "run/Keys.h"
 #include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
+#include "settings/InstalledValues.h"
 #include "settings/PathMacros.h"
 #include "settings/Questions.h"
 
@@ -21,6 +22,11 @@ bool IsAnswered(SettingName setting, const Settings& settings) {
     return settings.IsYes(L"IsInteractive") && IsQuestionKey(setting);
 }
 
+/// True if the setting does not take the old value: it is this run's that counts.
+bool KeepsItsValue(SettingName setting, const Settings& settings) {
+    return IsAnswered(setting, settings) || OverridesInstalled(settings, setting);
+}
+
 }  // namespace
 
 void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) {
@@ -34,7 +40,7 @@ void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) 
         String value = given;
         if (row.isPath) RebasePath(value, oldInstallDir, newInstallDir);
         SetValue(newIni, row.newKey, value);
-        if (!row.setting.IsNone() && !IsAnswered(row.setting, settings))
+        if (!row.setting.IsNone() && !KeepsItsValue(row.setting, settings))
             settings.Set(row.setting, {value, source, given});
     }
     for (const SettingName setting : kRebasedSettings) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "corekit/os/Env.h"
 #include "corekit/text/Text.h"
 #include "run/Messages.h"
 #include "settings/ClientConfKeyMap.h"
@@ -121,6 +122,11 @@ void WarnOfUnused(SettingName name, const SettingRecord& record, const Settings&
 
 }  // namespace
 
+bool OverridesInstalled(const Settings& settings, SettingName name) {
+    return settings.IsSet(name) && settings.Record(name).used.source.kind == Source::Kind::Xml &&
+           StrToBool(corekit::Env::Get(L"QDN_INSTALL_OVERRIDE").value_or(String()));
+}
+
 void MergeInstalledValues(Settings& settings, const Settings& installed, XmlFile xmlFile) {
     const Settings gathered = settings;
     settings.Merge(installed);
@@ -134,6 +140,9 @@ void MergeInstalledValues(Settings& settings, const Settings& installed, XmlFile
     for (const Key::RecordedKey& row : Key::kRecorded) {
         const bool isRecord = installed.Get(row.setting) == L"no";
         if (isRecord && IsGiven(gathered.Record(row.setting).used)) restore(row.setting);
+    }
+    for (const auto& [name, record] : gathered.Records()) {
+        if (OverridesInstalled(gathered, name)) restore(name);
     }
     if (installed.IsSet(L"KSName") && ServerNamesDiffer(settings.Get(L"KSName"), installed.Get(L"KSName")))
         MarkServerChange(settings);

@@ -11,8 +11,13 @@ enum class XmlFile { None, Loaded };
 /// Merges what the installed agent's client.conf provides. KSName, KSProtocol and KSUrlFormat come from one
 /// source together: with an XML file the server that was gathered wins over the installed agent's. A server
 /// that is another one in the end than the agent's sets KSNameChanged and drops the agent's identifier. A
-/// recorded AllowNonRoot, StartupOnBoot or EnableNICError counts only if nothing else gives one.
+/// recorded AllowNonRoot, StartupOnBoot or EnableNICError counts only if nothing else gives one. A value that
+/// overrides the installed agent's counts, whatever setting it is of.
 void MergeInstalledValues(Settings& settings, const Settings& installed, XmlFile xmlFile);
+
+/// True if the XML file gives the setting, and QDN_INSTALL_OVERRIDE says that what the file gives overrides
+/// what the installed agent has.
+bool OverridesInstalled(const Settings& settings, SettingName name);
 
 /// Marks that the server of this run is another one than the old agent's, and drops an identifier that is not
 /// given by an XML file.

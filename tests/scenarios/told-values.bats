@@ -118,4 +118,21 @@ END
     expect_no_line Installation "$agent/etc/client.conf"
 }
 
+@test "an XML file that overrides changes what it gives, and carries all else over" {
+    given_a_configured_agent
+    sed -i -e 's/^level1-delay=.*/level1-delay=77/' -e 's/^Location=.*/Location=Rack 7/' "$agent/etc/client.conf"
+    echo event >"$agent/var/queue/1.kse"
+    given_settings 'EnableNICError="no"' "" '<EventQueueDir>%INSTDIR%/var/events</EventQueueDir><EventLog LogSize="512"/>'
+    QDN_INSTALL_OVERRIDE=yes configure
+    expect_no_errors
+    expect_value Configuration debug_file_size 512
+    expect_value Configuration basicinv_ip_error_return_value ""
+    expect_value Configuration event_queue_dir "$agent/var/events"
+    [ "$(cat "$agent/var/events/1.kse")" = event ]
+    expect_value "Kell Servers" server-1 kell.example
+    expect_value Configuration runlevels_start "3 5"
+    expect_value "Event Queue" level1-delay 77
+    expect_value "Client Details" Location "Rack 7"
+}
+
 each_test_is_a_session

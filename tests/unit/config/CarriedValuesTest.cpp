@@ -5,6 +5,7 @@
 #include "config/CarriedValues.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/Questions.h"
+#include "tests/support/EnvironmentVariable.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -142,6 +143,18 @@ TEST_F(CarryValues, AnAnsweredQuestionKeepsItsAnswer) {
     EXPECT_EQ(m_settings.Get(L"UseDomain"), L"31");
     EXPECT_EQ(m_settings.Get(L"CAInfo"), L"38");
     EXPECT_EQ(m_settings.Get(L"Description"), L"106");
+}
+
+TEST_F(CarryValues, AValueOfTheXmlFileStaysWhereItOverrides) {
+    const testsupport::EnvironmentVariable override("QDN_INSTALL_OVERRIDE", "yes");
+    m_settings.Set(L"Location", L"Bern", {Source::Kind::Xml, L"/tmp/x.xml"});
+    m_settings.Set(L"TasksDir", L"/srv/tasks", {Source::Kind::Xml, L"/tmp/x.xml"});
+    m_settings.Set(L"AssetTag", L"built in", {Source::Kind::Default});
+    Carry(
+        "[Configuration]\ntask_storage_path=/old/tasks\n[Client Details]\nLocation=Rack 7\nAssetTag=4711\n");
+    EXPECT_EQ(m_settings.Get(L"Location"), L"Bern");
+    EXPECT_EQ(m_settings.Get(L"TasksDir"), L"/srv/tasks");
+    EXPECT_EQ(m_settings.Get(L"AssetTag"), L"4711");
 }
 
 TEST_F(CarryValues, OnlyExactlyYesMakesARunInteractive) {

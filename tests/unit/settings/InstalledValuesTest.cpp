@@ -110,6 +110,30 @@ TEST_F(InstalledValues, ARecordedNoCountsOnlyWhereNothingElseSaysOtherwise) {
     }
 }
 
+TEST_F(InstalledValues, EachValueOfTheXmlFileCounts_WhenItOverrides) {
+    const EnvironmentVariable override("QDN_INSTALL_OVERRIDE", "yes");
+    Installed(L"LogSize", L"512");
+    Installed(L"LogLevel", L"Debug");
+    Installed(L"RunLevel", L"rc3;");
+    Merge("<Location>Bern</Location><Settings><EventLog LogSize=\"1024\"/></Settings>");
+    EXPECT_EQ(Get(L"LogSize"), L"1024");
+    EXPECT_EQ(Get(L"Location"), L"Bern");
+    EXPECT_EQ(Get(L"LogLevel"), L"Debug");
+    EXPECT_EQ(Get(L"RunLevel"), L"rc3;");
+    EXPECT_EQ(Get(L"KSName"), L"kell.example.com");
+    EXPECT_EQ(Get(L"Guid"), L"{OLD}");
+    EXPECT_EQ(Told(), "");
+}
+
+TEST_F(InstalledValues, OnlyAYesMakesTheXmlFileOverride) {
+    Installed(L"LogSize", L"512");
+    for (const char* value : {"no", "", "never"}) {
+        const EnvironmentVariable override("QDN_INSTALL_OVERRIDE", value);
+        Merge("<Settings><EventLog LogSize=\"1024\"/></Settings>");
+        EXPECT_EQ(Get(L"LogSize"), L"512") << value;
+    }
+}
+
 TEST_F(InstalledValues, AValueThatLosesIsToldWithItsPlace) {
     Installed(L"LogSize", L"512");
     Installed(L"TempDir", L"/var/tmp");
