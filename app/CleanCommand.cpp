@@ -6,9 +6,11 @@
 #include "agents/AgentDetection.h"
 #include "app/Refusals.h"
 #include "config/SystemProbes.h"
+#include "corekit/ini/IniFile.h"
 #include "run/Args.h"
 #include "run/Messages.h"
 #include "run/Rehearsal.h"
+#include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -33,9 +35,17 @@ bool ParseArguments(const std::vector<String>& arguments) {
     return onlyQuiet;
 }
 
+/// The server that the agent reports to; empty when its client.conf names none.
+String ServerOf(const Agent& agent) {
+    const corekit::IniFile conf(agent.ConfPath(), agent.ReadConf().value_or(std::string()),
+                                corekit::IniFile::KeyCase::FallBack);
+    return ConfiguredServer(conf);
+}
+
 }  // namespace
 
-unsigned CleanCommand::Run(const std::vector<String>& arguments) {
+unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
+    if (!arguments.empty() && arguments.front().StartsWith(L"/")) RunRecord::SetInstallDir(arguments.front());
     if (RefuseOrdinaryUser() || RefuseRunningAgent(kRunning)) return kFailure;
     if (!ParseArguments(arguments)) return kUsageError;
     const String& baseDir = arguments.front();
@@ -50,6 +60,7 @@ unsigned CleanCommand::Run(const std::vector<String>& arguments) {
         Messages::Tell(String(kNoClientConf).Arg(Messages::Shown(baseDir)));
         return kSuccess;
     }
+    RunRecord::SetServer(ServerOf(*agent));
     if (const auto cleaned = agent->Clean(); !cleaned)
         return cleaned.error().text.IsEmpty() ? kFailure : Report(cleaned.error());
     return kSuccess;

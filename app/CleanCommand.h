@@ -7,10 +7,13 @@ namespace Zorvane::AgentInstaller {
 
 class CleanCommand : public ChangingCommand {
   public:
-    unsigned Run(const std::vector<corekit::String>& arguments) override;
+    corekit::String Word() const override { return L"-clean"; }
     void Usage(const corekit::String& prefix) const override;
     corekit::String Description() const override;
     corekit::String Refusal(const std::vector<corekit::String>& arguments) const override;
+
+  private:
+    unsigned Perform(const std::vector<corekit::String>& arguments) override;
 };
 
 }  // namespace Zorvane::AgentInstaller

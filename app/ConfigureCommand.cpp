@@ -16,7 +16,7 @@ constexpr const wchar_t* kAlreadyRunning =
     L"qdn-configure.";
 }
 
-unsigned ConfigureCommand::Run(const std::vector<String>& arguments) {
+unsigned ConfigureCommand::Perform(const std::vector<String>& arguments) {
     return RunWithOptions(arguments, NoIMode::Accepted);
 }
 
@@ -47,6 +47,7 @@ unsigned ConfigureCommand::ParseOptions(const std::vector<String>& arguments, No
             return kUsageError;
         } else {
             m_sDir = *++option;
+            RunRecord::SetInstallDir(m_sDir);
         }
     }
     return kSuccess;
@@ -82,7 +83,7 @@ String ConfigureCommand::Description() const {
     return L"Automatically configure/upgrade an installation from an XML config file.";
 }
 
-unsigned InteractiveConfigureCommand::Run(const std::vector<String>& arguments) {
+unsigned InteractiveConfigureCommand::Perform(const std::vector<String>& arguments) {
     SetInteractive();
     return RunWithOptions(arguments, NoIMode::Unknown);
 }

@@ -14,7 +14,7 @@ struct ConfigureRun;
 
 class ConfigureCommand : public ChangingCommand {
   public:
-    unsigned Run(const std::vector<corekit::String>& arguments) override;
+    corekit::String Word() const override { return L"-configure"; }
     void Usage(const corekit::String& prefix) const override;
     corekit::String Description() const override;
     corekit::String Refusal(const std::vector<corekit::String>& arguments) const override;
@@ -39,6 +39,7 @@ class ConfigureCommand : public ChangingCommand {
     void SetInteractive() { m_bInteractive = true; }
 
   private:
+    unsigned Perform(const std::vector<corekit::String>& arguments) override;
     unsigned ParseOptions(const std::vector<corekit::String>& arguments, NoIMode noIMode);
 
     Outcome<> GatherSettings(ConfigureRun& run);
@@ -55,12 +56,15 @@ class ConfigureCommand : public ChangingCommand {
 /// -iconfigure: the configure sequence with the questionnaire, and without any XML configuration file.
 class InteractiveConfigureCommand : public ConfigureCommand {
   public:
-    unsigned Run(const std::vector<corekit::String>& arguments) override;
+    corekit::String Word() const override { return L"-iconfigure"; }
     void Usage(const corekit::String& prefix) const override;
     corekit::String Description() const override;
 
     std::unique_ptr<Settings> LoadXmlSettings() override { return nullptr; }
     bool RemoveXmlConfigFile() override { return true; }
+
+  private:
+    unsigned Perform(const std::vector<corekit::String>& arguments) override;
 };
 
 }  // namespace Zorvane::AgentInstaller

@@ -18,6 +18,7 @@
 #include "settings/EnvironmentOverrides.h"
 #include "settings/InstalledValues.h"
 #include "settings/Questionnaire.h"
+#include "settings/ServerUrl.h"
 #include "settings/XmlConfig.h"
 
 namespace Zorvane::AgentInstaller {
@@ -64,6 +65,12 @@ void WarnAboutConfiguration(const Settings& settings) {
     WarnOfUnusedValues(settings);
 }
 
+/// The record of the run names the server and the directory that the settings have.
+void TellRecord(const Settings& settings) {
+    if (settings.IsSet(L"KSName")) RunRecord::SetServer(CurrentServer(settings).Text());
+    if (settings.IsSet(L"InstallDir")) RunRecord::SetInstallDir(settings.Get(L"InstallDir"));
+}
+
 /// The one place that looks before the first change: whatever would make a later step fail, and can be seen
 /// now, stops the run here.
 Outcome<> LookBeforeChange(const ConfigureRun& run) {
@@ -97,6 +104,7 @@ unsigned ConfigureCommand::Configure() {
     if (outcome && m_bInteractive) outcome = AskQuestions(run);
     ForbidStart(*run.settings);
     CompleteInstallDir(run);
+    TellRecord(*run.settings);
     if (outcome) outcome = CheckInstallDir(*run.settings);
     if (outcome) {
         outcome = BuildConfiguration(run);

@@ -8,11 +8,13 @@
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "corekit/os/Env.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "corekit/xml/BasicXml.h"
 #include "run/Messages.h"
+#include "run/RunRecord.h"
 #include "settings/XmlCheck.h"
 #include "settings/XmlConfig.h"
 
@@ -101,6 +103,7 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
     auto settings = ReadXmlConfig(document, file->Path());
     settings->Value(L"XML") = L"yes";
     m_usedPath = file->Path();
+    RunRecord::SetXmlFile(corekit::Path::MakeAbsolute(m_usedPath).value_or(m_usedPath));
     return settings;
 }
 
@@ -110,7 +113,9 @@ void XmlConfigFile::Remove() {
                std::ranges::find(m_unread, candidate.Path()) == m_unread.end() &&
                (candidate.Path() == m_usedPath || IsWellFormedOrEmpty(candidate));
     });
-    if (file) corekit::Forgive(corekit::File::Remove(file->Path()));
+    if (!file) return;
+    const corekit::Result removed = corekit::File::Remove(file->Path());
+    if (removed && file->Path() == m_usedPath) RunRecord::SetXmlFileRemoved();
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,6 +1,8 @@
 // The management server's URL: its scheme, its port and the settings composed from it.
 #include "settings/ServerUrl.h"
 
+#include "run/Keys.h"
+
 namespace Zorvane::AgentInstaller {
 
 using corekit::String;
@@ -85,6 +87,15 @@ ServerUrl CurrentServer(const Settings& settings) {
     const String name = settings.Get(L"KSName");
     if (name.Contains(L"://")) return ServerUrl(name);
     return ServerUrl(ServerUrl(settings.Get(L"KSUrlFormat")).GetProtocol() + L"://" + name);
+}
+
+String ConfiguredServer(const corekit::IniFile& conf) {
+    const String name = GetValue(conf, Key::kServer);
+    if (name.IsEmpty()) return name;
+    Settings settings;
+    settings.Value(L"KSName") = name;
+    settings.Value(L"KSUrlFormat") = GetValue(conf, Key::kUrlFormat);
+    return CurrentServer(settings).Text();
 }
 
 String UrlFormat(const String& protocol) {

@@ -3,6 +3,7 @@
 
 #include <optional>
 
+#include "corekit/ini/IniFile.h"
 #include "corekit/text/Url.h"
 #include "settings/Settings.h"
 
@@ -36,6 +37,9 @@ class ServerUrl {
     /// The host, followed by ":" and the port unless that is the scheme's own.
     corekit::String ServerName() const;
 
+    /// The scheme and the server's name, as in "https://kell.example.com:8083".
+    corekit::String Text() const { return GetProtocol() + L"://" + ServerName(); }
+
     /// Sets KSProtocol, KSName and KSUrlFormat, from a source that gives the server by this text.
     void Compose(Settings& settings, const Source& source, const corekit::String& given) const;
 
@@ -46,6 +50,9 @@ class ServerUrl {
 
 /// The server that the settings name: KSName with the scheme of KSUrlFormat.
 ServerUrl CurrentServer(const Settings& settings);
+
+/// The URL of the server that a client.conf names; empty without one.
+corekit::String ConfiguredServer(const corekit::IniFile& conf);
 
 /// The KSUrlFormat of a scheme, such as "http://%server%/Zorvane/".
 corekit::String UrlFormat(const corekit::String& protocol);

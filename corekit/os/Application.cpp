@@ -53,6 +53,7 @@ void EndWithoutMemory() {
     const SignalBlock untilTheEnd;
     TemporaryFile::RemoveAll();
     Console::Err("ERROR: Not enough memory.\n");
+    Interruption::TellEnd(EXIT_FAILURE);
     _exit(EXIT_FAILURE);
 }
 

@@ -18,6 +18,9 @@ constexpr int kLooks = 200;
 constexpr int kMillisecondsBetween = 10;
 
 volatile pid_t endsWithUs = 0;
+void (*volatile beforeEnd)(int status) = nullptr;
+
+constexpr int kShellStatus = 128;  // and the signal's number, for a process that a signal ended
 
 sigset_t Signals() {
     sigset_t signals;
@@ -58,13 +61,13 @@ void EndGroup(pid_t group, int signal) {
     sigemptyset(&mask);
     sigaddset(&mask, signal);
     sigprocmask(SIG_UNBLOCK, &mask, nullptr);
-    constexpr int kShellStatus = 128;
     _exit(kShellStatus + signal);  // the first process of a container is not ended by a signal of its own
 }
 
 void End(int signal) {
     if (endsWithUs != 0) EndGroup(endsWithUs, signal);
     TemporaryFile::RemoveAll();
+    TellEnd(kShellStatus + signal);
     EndBy(signal);
 }
 // GCOVR_EXCL_STOP
@@ -80,6 +83,14 @@ void Prepare() {
         sigaction(signal, nullptr, &before);
         if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
     }
+}
+
+void BeforeEnd(void (*last)(int status)) {
+    beforeEnd = last;
+}
+
+void TellEnd(int status) {
+    if (beforeEnd != nullptr) beforeEnd(status);
 }
 
 void EndWithUs(pid_t group) {

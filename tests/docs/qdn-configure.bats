@@ -49,14 +49,20 @@ releases() {
 }
 
 # Names of variables stand in the sources as they are. What is only taken from the environment of the host's tools, and
-# what is looked up in an old agent's script, is none of ours.
+# what is looked up in an old agent's script, is none of ours; nor are the fields of a run's record.
 variables() {
-    sources | xargs sed -e '/ kLeftOut\[\] = {/,/^};/d' -e '/ kLeftOutPrefixes\[\] = /d' |
+    sources | xargs sed -e '/ kLeftOut\[\] = {/,/^};/d' -e '/ kLeftOutPrefixes\[\] = /d' \
+        -e 's/\(Field\|add\)("[A-Z_]*"//g' |
         grep -oE '"[A-Z][A-Z_]{3,}"' | tr -d '"' | grep -vxE 'LD_LIBRARY_PATH|ERROR|WARNING'
 }
 
 @test "its variables are those that the program reads" {
     same_lists variables <(variables) <(of_page ENVIRONMENT | items Ev)
+}
+
+@test "the fields of a record that it lists are those that the program writes" {
+    same_lists fields <(grep -oE 'add\("QDN_[A-Z_]*' "$project/run/RunRecord.cpp" | sed 's/.*"//') \
+        <(of_page DESCRIPTION "The record of a run" | items Cm | grep '^QDN_')
 }
 
 @test "its exit statuses are those that commands return, and each is returned" {

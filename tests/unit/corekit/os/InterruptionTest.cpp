@@ -106,6 +106,17 @@ TEST(Interruption, EndsAShellThatIsStopped) {
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
+TEST(Interruption, TellsTheStatusBeforeItEndsTheProcess) {
+    EXPECT_EXIT(
+        {
+            Interruption::Prepare();
+            Interruption::BeforeEnd([](int status) { _exit(status - 100); });
+            raise(SIGTERM);
+            _exit(0);
+        },
+        testing::ExitedWithCode(28 + SIGTERM), "");
+}
+
 TEST(Interruption, RemovesTemporaryFiles) {
     const testfiles::TempDir dir;
     testfiles::Write(dir / "one", "");
