@@ -97,7 +97,9 @@ std::optional<TrustedFile> Open(const Candidate& candidate) {
     if (!corekit::File::Exists(candidate.path) || IsKeptForUnmovedData(candidate.path)) return std::nullopt;
     TrustedFile file(candidate.path, candidate.chosenBy);
     if (file.IsAbsent()) return std::nullopt;
-    const bool decides = (file.IsUnreadable() && !file.IsExposed()) || file.MayBeUsed();
+    const bool isRootsSecret = file.IsUnreadable() && !file.IsExposed();
+    const bool decides = isRootsSecret || file.MayBeUsed();
+    if (!decides) file.WarnNotUsed(file.WhyNot());
     return decides ? std::optional(std::move(file)) : std::nullopt;
 }
 
@@ -116,6 +118,11 @@ std::unique_ptr<Agent> FindInstalledAgent(const std::vector<String>& moreDirs) {
     if (auto agent = AgentFromFirst(Candidates(packageDir, moreDirs))) return agent;
     if (packageDir.IsEmpty()) return nullptr;
     return std::make_unique<UnsupportedAgent>(String(), packageDir);
+}
+
+std::unique_ptr<Agent> AgentOfUnfinishedUpgrade(const String& installDir) {
+    if (FindUnfinishedRun(installDir) != Unfinished::Upgrade) return nullptr;
+    return AgentFromFirst({{ConfOf(installDir), ChosenBy::Administrator}});
 }
 
 std::unique_ptr<Agent> CreateCurrentAgent() {

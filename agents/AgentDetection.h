@@ -14,6 +14,10 @@ namespace Zorvane::AgentInstaller {
 /// below `moreDirs`, where no other agent is.
 std::unique_ptr<Agent> FindInstalledAgent(const std::vector<corekit::String>& moreDirs = {});
 
+/// The agent that a run which did not finish was upgrading into this directory, as its saved copy says; else
+/// null.
+std::unique_ptr<Agent> AgentOfUnfinishedUpgrade(const corekit::String& installDir);
+
 /// The agent that is being configured: a CurrentAgent with the directory that the package manager knows
 /// (empty when it knows none or was not to be asked).
 std::unique_ptr<Agent> CreateCurrentAgent();

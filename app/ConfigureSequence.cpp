@@ -45,7 +45,10 @@ void WarnAboutPlatform() {
 }
 
 Outcome<> AskQuestions(ConfigureRun& run) {
-    if (!RunQuestionnaire(*run.settings)) return Fail(L"Interactive configuration failed.");
+    const auto takeUp = [&run](const String& installDir, Settings& unanswered) {
+        return TakeUpUpgrade(run, installDir, unanswered);
+    };
+    if (!RunQuestionnaire(*run.settings, takeUp)) return Fail(L"Interactive configuration failed.");
     return {};
 }
 
@@ -123,6 +126,7 @@ unsigned ConfigureCommand::Configure() {
 /// Defaults, then the environment, then the XML file: what comes later wins.
 Outcome<> ConfigureCommand::GatherSettings(ConfigureRun& run) {
     run.reinstall = IsReinstallPending();
+    WarnOfUnusedReinstallMarker();
     run.settings = DefaultSettings();
     if (!run.settings) {  // GCOVR_EXCL_START: the built-in document always gives settings
         run.settings = std::make_unique<Settings>();

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "agents/AgentDetection.h"
 #include "agents/carry/UnmovedData.h"
 #include "config/Migration.h"
 #include "corekit/fs/Access.h"
@@ -88,6 +89,32 @@ Outcome<> WriteCopy(const String& copy, const std::string& bytes) {
     return {};
 }
 
+/// Where an upgrade that did not finish was going: the directory that the agent's saved configuration lies
+/// in, or the one that the run's sources name, where they name such a directory. Else empty.
+String DirOfUnfinishedUpgrade(const Agent& installed, const String& named) {
+    const Unfinished left = FindUnfinishedRun(named);
+    if (left == Unfinished::Upgrade || left == Unfinished::Saving) return named;
+    const String conf = installed.ConfPath();
+    if (!conf.EndsWith(Names::kSavedClientConf)) return String();
+    return conf.Left(conf.Length() - String(Names::kSavedClientConf).Length());
+}
+
+/// Merges the configuration of an agent into the settings.
+Outcome<> Merge(Agent& installed, XmlFile xmlFile, Settings& settings) {
+    const SourcedValue named = settings.Record(L"InstallDir").used;
+    const auto old = installed.LoadSettings();
+    // Going on would replace the administrator's values by defaults.
+    if (!old) return old.error();
+    if (!*old) return {};
+    MergeInstalledValues(settings, **old, xmlFile);
+    const String directory = DirOfUnfinishedUpgrade(installed, named.value);
+    if (directory.IsEmpty()) return {};
+    const bool isNamed = Path::IsMatch(directory, named.value);
+    settings.Set(L"InstallDir",
+                 isNamed ? named : SourcedValue{directory, {Source::Kind::Program}, directory});
+    return {};
+}
+
 /// What removing the old agent's registration has to change, where it is there.
 std::vector<String> PlacesOfIntegration(const Agent& agent) {
     const corekit::IniFile conf(agent.ConfPath(), agent.ReadConf().value_or(std::string()),
@@ -108,11 +135,17 @@ std::vector<String> PlacesOfIntegration(const Agent& agent) {
 }  // namespace
 
 Outcome<> MergeInstalledSettings(ConfigureRun& run) {
-    const auto old = run.installed->LoadSettings();
-    // Going on would replace the administrator's values by defaults.
-    if (!old) return old.error();
-    if (*old) MergeInstalledValues(*run.settings, **old, run.xmlLoaded ? XmlFile::Loaded : XmlFile::None);
-    return {};
+    return Merge(*run.installed, run.xmlLoaded ? XmlFile::Loaded : XmlFile::None, *run.settings);
+}
+
+Outcome<bool> TakeUpUpgrade(ConfigureRun& run, const String& installDir, Settings& unanswered) {
+    if (run.reinstall || run.Upgradable() != nullptr) return false;
+    auto agent = AgentOfUnfinishedUpgrade(installDir);
+    if (!agent || !agent->IsUpgradeSupported()) return false;
+    if (const auto merged = Merge(*agent, XmlFile::None, unanswered); !merged) return merged.error();
+    unanswered.Set(L"Upgrade", L"yes", {Source::Kind::Program});
+    run.installed = std::move(agent);
+    return true;
 }
 
 Outcome<> CheckInstalledAgent(const ConfigureRun& run) {

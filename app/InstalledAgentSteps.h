@@ -8,8 +8,13 @@ namespace Zorvane::AgentInstaller {
 
 /// Merges what the installed agent's configuration provides into the settings. The server and identifier of
 /// an XML file win over the installed agent's; a server that changes is marked, and then an identifier of the
-/// old one is dropped.
+/// old one is dropped. An upgrade into another directory that did not finish goes on there.
 Outcome<> MergeInstalledSettings(ConfigureRun& run);
+
+/// Where no agent to upgrade was found before the questions: takes up the upgrade that did not finish below
+/// the directory of an answer. Its agent is the installed one from then on, and its configuration is merged
+/// into `unanswered`. False, and nothing has changed, where there is no such upgrade.
+Outcome<bool> TakeUpUpgrade(ConfigureRun& run, const corekit::String& installDir, Settings& unanswered);
 
 /// Whether SaveInstalledConfiguration and RemoveInstalledIntegration can succeed. Changes nothing.
 Outcome<> CheckInstalledAgent(const ConfigureRun& run);

@@ -84,6 +84,7 @@ String BuildXmlSearchPath() {
 std::unique_ptr<Settings> XmlConfigFile::Load() {
     const auto file = FindFile(SearchPieces(), [&](const TrustedFile& candidate) {
         if (candidate.IsUnreadable()) m_unread.push_back(candidate.Path());
+        if (!candidate.MayBeUsed()) candidate.WarnNotUsed(candidate.WhyNot());
         return candidate.MayBeUsed();
     });
     if (!file) return nullptr;
@@ -109,8 +110,7 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
 
 void XmlConfigFile::Remove() {
     const auto file = FindFile({{kDefaultSearchPath, ChosenBy::Program}}, [&](const TrustedFile& candidate) {
-        return candidate.WhyNot().IsEmpty() &&
-               std::ranges::find(m_unread, candidate.Path()) == m_unread.end() &&
+        return candidate.MayBeUsed() && std::ranges::find(m_unread, candidate.Path()) == m_unread.end() &&
                (candidate.Path() == m_usedPath || IsWellFormedOrEmpty(candidate));
     });
     if (!file) return;

@@ -33,8 +33,9 @@ String WhyNotOurs(const String& path) {
     return info->st_nlink == 1 ? String() : String(L"it has other names");
 }
 
-/// Success when the file holds these bytes.
+/// Success when the file holds this text.
 corekit::Result WriteAndReadBack(const String& path, const String& text) {
+    if (const auto present = File::Read(path); present && *present == text) return corekit::Result();
     if (const auto written = File::Write(path, text); !written) return written;
     const auto found = File::Read(path);
     if (!found) return found.error();
@@ -43,13 +44,19 @@ corekit::Result WriteAndReadBack(const String& path, const String& text) {
 
 }  // namespace
 
+String GuidFileText(const String& guid) {
+    return guid + L"\nnull";
+}
+
 void WriteGuidFile(const IniFile& conf, const Settings& settings) {
     if (!settings.IsSet(L"Guid")) return;
     const String path = PathIn(conf);
     if (path.IsEmpty()) return;
     String why = WhyNotOurs(path);
     if (why.IsEmpty()) {
-        const auto written = WriteAndReadBack(path, settings.Get(L"Guid") + L"\nnull");
+        const SourcedValue& guid = settings.Record(L"Guid").used;
+        const bool isInstalled = guid.source.kind == Source::Kind::Installed;
+        const auto written = WriteAndReadBack(path, isInstalled ? guid.given : GuidFileText(guid.value));
         if (written) return;
         why = GetErrorMsg(written);
     }

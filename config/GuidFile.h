@@ -7,8 +7,12 @@
 
 namespace Zorvane::AgentInstaller {
 
+/// What the file of an identifier holds.
+corekit::String GuidFileText(const corekit::String& guid);
+
 /// Writes the setting Guid to the file that a client.conf names, and reads it back; without one the file
-/// stays. A failure, and a place that is no regular file with this one name, is told on standard error:
+/// stays. An installed agent's identifier is written as it was given, and a file that holds it already stays
+/// untouched. A failure, and a place that is no regular file with this one name, is told on standard error:
 /// "WARNING! <path> is not written: <why>."
 void WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 

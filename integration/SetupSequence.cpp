@@ -61,9 +61,7 @@ Outcome<> CheckDirectories(const SetupContext& context) {
 Outcome<> PrepareDirectories(const SetupContext& context) {
     const IniFile conf(context.confPath);
     RemoveUnwantedGuidFile(conf, *context.settings);
-    const Outcome<> prepared = PrepareConfiguredDirectories(conf);
-    WriteGuidFile(conf, *context.settings);
-    return prepared;
+    return PrepareConfiguredDirectories(conf);
 }
 
 /// The identifier is on the host before the old agent's file of it goes. Where its directory cannot be made,

@@ -7,9 +7,22 @@
 
 namespace Zorvane::AgentInstaller {
 
+namespace {
+
+bool IsThere() {
+    return corekit::File::Probe(Names::kReinstallClientConf).Ok();
+}
+
+}  // namespace
+
 bool IsReinstallPending() {
-    return corekit::File::Probe(Names::kReinstallClientConf).Ok() &&
-           TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
+    return IsThere() && TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
+}
+
+void WarnOfUnusedReinstallMarker() {
+    if (!IsThere()) return;
+    const TrustedFile marker(Names::kReinstallClientConf, ChosenBy::Program);
+    if (!marker.MayBeUsed()) marker.WarnNotUsed(marker.WhyNot());
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -3,7 +3,10 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Is a reinstall of the agent under way? Only a marker that can be trusted counts; another one is warned of.
+/// Is a reinstall of the agent under way? Only a marker that can be trusted counts.
 bool IsReinstallPending();
+
+/// Warns of a marker that is there and does not count.
+void WarnOfUnusedReinstallMarker();
 
 }  // namespace Zorvane::AgentInstaller

@@ -93,11 +93,6 @@ TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     if (file) m_file = std::move(file->file);
 }
 
-bool TrustedFile::MayBeUsed() const {
-    if (!m_whyNot.IsEmpty()) WarnNotUsed(m_whyNot);
-    return m_whyNot.IsEmpty();
-}
-
 void TrustedFile::WarnNotUsed(const String& why) const {
     Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + why + L".\n");
 }

@@ -39,8 +39,7 @@ class TrustedFile {
     /// Why the file must not be used: empty when it may be.
     const corekit::String& WhyNot() const { return m_whyNot; }
 
-    /// The same question; a file that must not be used is warned of.
-    bool MayBeUsed() const;
+    bool MayBeUsed() const { return m_whyNot.IsEmpty(); }
 
     /// Writes "WARNING! <path> is not used: <why>." to standard error.
     void WarnNotUsed(const corekit::String& why) const;

@@ -78,13 +78,23 @@ void Store(const String& answer, const Question& question, Settings& settings) {
 
 }  // namespace
 
-Outcome<> RunQuestionnaire(Settings& settings) {
-    const bool offerKeep = settings.IsYes(L"Upgrade");
+Outcome<> RunQuestionnaire(Settings& settings, const TakeUp& takeUp) {
+    Settings unanswered = settings;
+    String server;
     Messages::Tell(kIntroduction);
     for (const Question& question : Questions()) {
-        if (question.key == L"Upgrade" && !offerKeep) continue;
+        if (question.key == L"Upgrade" && !settings.IsYes(L"Upgrade")) continue;
         const auto answer = AskQuestion(question, ShownDefault(question, settings));
         if (!answer) return tl::unexpected(answer.error());
+        if (question.key == L"KSName") server = *answer;
+        if (question.key == L"InstallDir" && takeUp) {
+            const auto taken = takeUp(*answer, unanswered);
+            if (!taken) return taken.error();
+            if (*taken) {
+                settings = unanswered;
+                StoreServer(server, settings);
+            }
+        }
         Store(*answer, question, settings);
     }
     settings.Set(L"IsInteractive", L"yes", {Source::Kind::Program});

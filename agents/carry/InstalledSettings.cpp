@@ -1,6 +1,7 @@
 // Which key of an installed agent's client.conf is which setting.
 #include "agents/carry/InstalledSettings.h"
 
+#include "config/GuidFile.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/text/Ascii.h"
@@ -90,7 +91,10 @@ Outcome<> LoadGuid(const IniFile& conf, Generation generation, Settings& setting
         const auto text = corekit::File::Read(path);
         if (IsTransient(text.Outcome())) return FailAt(Texts::kUnreadableFile, path, text.error());
         if (!text) continue;
-        settings.Set(L"Guid", GuidIn(*text), {Source::Kind::Installed, path, 1});
+        const String guid = GuidIn(*text);
+        // The file of version 5.6 stays as it is; that of a later one gets this version's form.
+        const String given = generation == Generation::Agent56 ? *text : GuidFileText(guid);
+        settings.Set(L"Guid", {guid, {Source::Kind::Installed, path, 1}, given});
         break;
     }
     return {};

@@ -84,6 +84,7 @@ constexpr const wchar_t* kBelowInstallDir[] = {
     L"bin/wait_for_proc",
     L"etc/filescan.*",
 };
+constexpr const wchar_t* kEnvironmentScript = L"bin/qdn-env";
 constexpr const wchar_t* kBackups = L"backups";
 constexpr const wchar_t* kLibraryTree = L"lib";
 constexpr const wchar_t* kEtc = L"etc";
@@ -108,7 +109,7 @@ String Value(const IniFile& conf, const OldKey& key) {
 
 /// The environment script knows best where the libraries are: before the search path that it inherits.
 String LibraryDir(const IniFile& conf, const String& installDir) {
-    const String path = QueryValue(L"LD_LIBRARY_PATH", installDir + L"bin/qdn-env").Before(L":$");
+    const String path = QueryValue(L"LD_LIBRARY_PATH", installDir + kEnvironmentScript).Before(L":$");
     const String directory = UsableDirectory(path);
     return directory.IsEmpty() ? UsableDirectory(Value(conf, kLibraryDir)) : directory;
 }
@@ -164,6 +165,15 @@ void RemoveTemporaryFiles(const String& directory, const KeepList& keep, Removal
                       isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
 }
 
+/// Libraries may stay that nobody knows of: the next run looks again.
+void WarnOfUnreadableScript(const Installation& agent, RemovalOutcome& left) {
+    const String script = agent.installDir + kEnvironmentScript;
+    const Result read = File::ReadBytes(script).Outcome();
+    if (agent.installDir.IsEmpty() || !IsTransient(read)) return;
+    Messages::Warn(L"WARNING! " + Messages::Shown(script) + L" is not used: " + GetErrorMsg(read) + L".\n");
+    left.AddTold();
+}
+
 void RemoveAllButClientConf(const Installation& agent, KeepList keep, RemovalOutcome& left) {
     if (!agent.installDir.IsEmpty()) keep.Keep(agent.installDir + kClientConf);
     RemoveLogs(agent, left);
@@ -207,6 +217,7 @@ void RemoveInstalledFiles56(const IniFile& conf, const IniFile* newConf, Removal
         keep.Keep(movedMark);
         keep.Keep(agent.installDir + kClientConf);
     }
+    WarnOfUnreadableScript(agent, left);
     RemoveAllButClientConf(agent, keep, left);
     // Only client.conf, which goes now, leads the next run to them.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));

@@ -186,6 +186,7 @@ void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
     const String configuredDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
     const String installDir = UsableDirectory(DirectoryBehindLink(configuredDir, oldConf.FileName()));
     const bool isReinstall = IsReinstallPending();
+    WarnOfUnusedReinstallMarker();
     RemoveAllButClientConf(oldConf, installDir, isReinstall, left);
     left.Tell();
     if (!installDir.IsEmpty()) {

@@ -24,13 +24,16 @@ void SayRemoving(const String& linkDir) {
     Messages::Say(L"  Removing qdn-* links in " + Messages::Shown(linkDir) + L"\n");
 }
 
+bool IsHelperLink(const String& path) {
+    const auto target = corekit::File::ReadLink(path);
+    return target && *target == Names::kHelperProgram;
+}
+
 /// The helper is the host's own program in its own directory; elsewhere there is a link to it.
 void RemoveHelperLinks(const String& linkDir, RemovalOutcome& left) {
     if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = Path::Join(linkDir, Names::kHelperName);
-    const auto target = corekit::File::ReadLink(link);
-    if (!linkDir.IsEmpty() && target && *target == Names::kHelperProgram)
-        left.Add(link, corekit::File::Remove(link));
+    if (!linkDir.IsEmpty() && IsHelperLink(link)) left.Add(link, corekit::File::Remove(link));
     left.Add(Names::kHelperProgram, corekit::File::Remove(Names::kHelperProgram));
 }
 
@@ -64,7 +67,11 @@ RemovalOutcome RemoveProgramLinks60(const String& installDir, const String& link
     std::vector<FileInfo> links;
     left.Add(linkDir, corekit::Dir::ReadEntries(linkDir, L"qdn-*", links));
     for (const FileInfo& link : links) {
-        if (!link.isDirectory) left.Add(link.path, corekit::File::Remove(link.path));
+        if (link.isDirectory || Path::IsMatch(link.path, Names::kHelperProgram)) continue;
+        if (IsAgentLink(link.path, installDir) || IsHelperLink(link.path))
+            left.Add(link.path, corekit::File::Remove(link.path));
+        else
+            Messages::WarnNotReplaced(link.path);
     }
     return left;
 }

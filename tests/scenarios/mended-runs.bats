@@ -172,6 +172,79 @@ END
     expect_missing "$elsewhere/etc/.unfinished" "$agent"
 }
 
+# taken_up_where_the_xml_file_says KILLED: an upgrade to another directory that was killed goes on where the XML file says.
+taken_up_where_the_xml_file_says() {
+    given_an_upgrade_to_make "$elsewhere"
+    "$1" -configure -noimode -dir "$elsewhere"
+    given_xml /tmp <<END
+<KSAgentConfiguration><Settings Start="no"><InstallDir>$elsewhere/</InstallDir></Settings></KSAgentConfiguration>
+END
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_output < <(upgrade_output)
+    expect_old_values "$elsewhere"
+    expect_missing "$elsewhere/etc/.unfinished" "$agent/etc/client.conf"
+}
+
+@test "an upgrade to another directory that was killed early is found where the XML file says" {
+    taken_up_where_the_xml_file_says killed_early
+}
+
+@test "an upgrade to another directory that was killed half-way is found where the XML file says" {
+    taken_up_where_the_xml_file_says killed_half_way
+}
+
+@test "an upgrade to another directory that was killed is found where the XML file says, whatever saving had come to" {
+    given_an_upgrade_to_make "$elsewhere"
+    echo saving >"$elsewhere/etc/.unfinished"
+    given_xml /tmp <<END
+<KSAgentConfiguration><Settings Start="no"><InstallDir>$elsewhere</InstallDir></Settings></KSAgentConfiguration>
+END
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_old_values "$elsewhere"
+}
+
+# answered SERVER KEEP: the questions, with the new directory as the answer to the second one.
+answered() {
+    printf '%s\n' "$1" "$elsewhere" "$2" "" "" "" "" "" "" "" "" "" "" "" no >"$desk/answers"
+    qdn_configure -iconfigure -nosearch <"$desk/answers"
+    expect_status 0
+    expect_no_errors
+}
+
+@test "an upgrade to another directory that was killed is found where an answer says, and its values are proposed" {
+    given_an_upgrade_to_make "$elsewhere"
+    killed_half_way -configure -noimode -dir "$elsewhere"
+    answered https://old.example:8083 yes
+    grep -qF "Do you want to keep old settings? (yes): " "$desk/out"
+    grep -qF "size, in kilobytes, of the Agent's log file? (777): " "$desk/out"
+    grep -qF "event queue directory (default recommended)? ($elsewhere/var/queue): " "$desk/out"
+    expect_old_values "$elsewhere"
+    printf '%s\nnull' "$guid" | expect_file "$elsewhere/etc/host.GUID"
+    expect_missing "$elsewhere/etc/.unfinished" "$agent"
+}
+
+@test "an upgrade that is found where an answer says gets a new identifier for another server" {
+    given_an_upgrade_to_make "$elsewhere"
+    killed_half_way -configure -noimode -dir "$elsewhere"
+    answered other.example yes
+    expect_value "Kell Servers" server-1 other.example "$elsewhere/etc/client.conf"
+    expect_value Configuration debug_file_size 777 "$elsewhere/etc/client.conf"
+    expect_missing "$elsewhere/etc/host.GUID" "$elsewhere/etc/.unfinished"
+}
+
+@test "an upgrade that is found where an answer says is put aside by a no to its settings" {
+    given_an_upgrade_to_make "$elsewhere"
+    killed_half_way -configure -noimode -dir "$elsewhere"
+    answered other.example no
+    expect_value Configuration debug_file_size 256 "$elsewhere/etc/client.conf"
+    expect_value "Client Details" SerialNumber "" "$elsewhere/etc/client.conf"
+    expect_file "$elsewhere/etc/client.conf.old" <"$desk/old.conf"
+}
+
 @test "an agent unpacked anywhere is configured by its own program and the server's name alone" {
     local program=$program
     given_the_package /opt/unpacked/here

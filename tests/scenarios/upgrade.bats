@@ -223,12 +223,28 @@ expect_no_56_in_the_system() {
     expect_no_errors
     grep -qx "Migrating Agent 5.6 settings..." "$desk/out"
     expect_carried_56 "$agent"
-    grep -qFx "$guid" "$agent/etc/host.GUID"
+    expect_file "$agent/etc/host.GUID" <<<"$guid"
     expect_data "$agent"
     expect_old_conf_kept "$agent"
     expect_no_56_in_the_system
     expect_missing "$agent/bin/runit.sh" "$agent/bin/whose" "$agent/var/qdn-client.log"
     expect_plain_files "$agent/etc/client.proto" "$agent/bin/qdn-monitor.bin" "$agent/lib/service-functions"
+}
+
+@test "the identifier of 5.6 is dropped when the server changes, and replaced by the XML file's" {
+    given_an_old_agent 5.6
+    given_plain_xml /tmp
+    cp -a "$agent" "$desk/agent"
+    upgrade_to "$agent"
+    expect_status 0
+    expect_missing "$agent/etc/host.GUID"
+    rm -rf "$agent"
+    cp -a "$desk/agent" "$agent"
+    given_plain_xml /tmp
+    sed -i 's,</KSName>,</KSName><Guid>{12345678-AAAA}</Guid>,' "/tmp/$xml"
+    upgrade_to "$agent"
+    expect_status 0
+    printf '{12345678-AAAA}\nnull' | expect_file "$agent/etc/host.GUID"
 }
 
 @test "5.6 without keys of its stores takes its data to another directory" {
@@ -247,7 +263,7 @@ expect_no_56_in_the_system() {
     expect_status 0
     expect_no_errors
     expect_carried_56 "$elsewhere"
-    grep -qFx "$guid" "$elsewhere/etc/host.GUID"
+    expect_file "$elsewhere/etc/host.GUID" <<<"$guid"
     expect_value Configuration runlevels_start "3" "$elsewhere/etc/client.conf"
     expect_value "Client Details" Description "a host" "$elsewhere/etc/client.conf"
     expect_data "$elsewhere"

@@ -1,4 +1,5 @@
 // How an agent of version 6.0 is read, moved and taken off the host, and in which order.
+#include <filesystem>
 #include <gtest/gtest.h>
 
 #include "agents/Agent60.h"
@@ -50,7 +51,8 @@ class Agent60OnDisk : public testing::Test {
                                                    "\nBinDir=" + m_dir / "links" + "\nvar=" + m_agentDir +
                                                    "/var\n");
         Write(m_dir / "new.conf", "[Configuration]\nname=new\ninstalldir=" + m_dir / "new" + "\n");
-        Write(m_dir / "links/qdn-monitor", "");
+        std::filesystem::create_directories(m_dir / "links");
+        std::filesystem::create_symlink(m_agentDir + "/bin/qdn-monitor", m_dir / "links/qdn-monitor");
         for (const char* tool : {"chkconfig", "insserv -r"}) m_tools.Add(tool);
         m_agent.SetConfPath(Conf());
         m_oldest.SetConfPath(Conf());

@@ -6,9 +6,7 @@
 #include <unistd.h>
 
 #include "app/InstalledAgentSteps.h"
-#include "run/ReinstallMarker.h"
 #include "run/UnfinishedRun.h"
-#include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -261,17 +259,6 @@ TEST_F(InstalledAgentSteps, APlantedHandOverDirectoryIsRemovedWithoutFollowingIt
     EXPECT_TRUE(RemoveInstalledFiles(m_run));
     EXPECT_FALSE(testfiles::Exists("/tmp/ksclt"));
     EXPECT_EQ(testfiles::Read(target / ".migrate-client.conf"), "keep");
-}
-
-TEST_F(InstalledAgentSteps, AReinstallIsPendingOnlyByAMarkerOfOurs) {
-    EXPECT_FALSE(IsReinstallPending());
-    testfiles::Write("/tmp/ksclt/.reinstall-client.conf", "x", 0666);
-    const auto output = testsupport::Captured([] { EXPECT_FALSE(IsReinstallPending()); });
-    EXPECT_EQ(output.err,
-              "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: other users can write to it.\n");
-    testfiles::Write("/tmp/ksclt/.reinstall-client.conf", "x", 0644);
-    EXPECT_TRUE(IsReinstallPending());
-    std::filesystem::remove_all("/tmp/ksclt");
 }
 
 }  // namespace

@@ -122,6 +122,46 @@ TEST_F(CarryValues, WithoutAnOldInstallDirectoryNothingMoves) {
     EXPECT_EQ(m_settings.Get(L"LogDir"), L"/var/log");
 }
 
+TEST_F(CarryValues, AnOldInstallDirectoryThatIsTheRootMovesNothing) {
+    m_settings.Value(L"LogDir") = L"/var/log";
+    Carry("[Configuration]\ninstalldir=/\ntmpdir=/tmp\nbindir=/usr/bin\n");
+    EXPECT_EQ(New(L"Configuration", L"tmpdir"), L"/tmp");
+    EXPECT_EQ(New(L"Configuration", L"bindir"), L"/usr/bin");
+    EXPECT_EQ(m_settings.Get(L"TempDir"), L"/tmp");
+    EXPECT_EQ(m_settings.Get(L"LogDir"), L"/var/log");
+}
+
+TEST_F(CarryValues, AnEmptyPathLeavesTheTemplatesValueAndTheSettingsOwn) {
+    std::string emptyPaths = "[Configuration]\ninstalldir=/opt/old\n";
+    int count = 0;
+    for (const ClientConfKey& row : ClientConfKeyMap()) {
+        if (!row.isPath) continue;
+        ++count;
+        emptyPaths += "[" + String(row.oldKey.section).Utf8() + "]\n" + String(row.oldKey.key).Utf8() + "=\n";
+        m_new.SetValue(row.newKey.section, row.newKey.key, L"/template");
+        if (!row.setting.IsNone()) m_settings.Value(row.setting) = L"/setting";
+    }
+    m_settings.Value(L"InstallDir") = L"/opt/new";
+    Carry(emptyPaths);
+    EXPECT_GT(count, 5);
+    for (const ClientConfKey& row : ClientConfKeyMap()) {
+        if (!row.isPath || row.setting == L"InstallDir") continue;
+        EXPECT_EQ(New(row.newKey.section, row.newKey.key), L"/template") << String(row.newKey.key).Utf8();
+        EXPECT_EQ(m_settings.Get(row.setting), row.setting.IsNone() ? L"" : L"/setting");
+    }
+}
+
+TEST_F(CarryValues, ATypedLogDirectoryIsNotMoved) {
+    m_settings.Set(L"LogDir", L"/opt/old/var", {Source::Kind::Answer});
+    m_settings.Value(L"IsInteractive") = L"yes";
+    Carry("[Configuration]\ninstalldir=/opt/old\n");
+    EXPECT_EQ(m_settings.Get(L"LogDir"), L"/opt/old/var");
+    m_settings.Set(L"LogDir", L"/opt/old/var", {Source::Kind::Xml, L"/tmp/x.xml", 1, 1});
+    m_settings.Value(L"IsInteractive") = L"no";
+    Carry("[Configuration]\ninstalldir=/opt/old\n");
+    EXPECT_EQ(m_settings.Get(L"LogDir"), L"/opt/old/var");
+}
+
 TEST_F(CarryValues, TheDirectoriesOfTheIdentifierAndTheLogMoveToo) {
     m_settings.Value(L"GuidDir") = L"/opt/old/etc";
     m_settings.Value(L"LogDir") = L"/opt/old/var";

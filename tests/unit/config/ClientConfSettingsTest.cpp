@@ -194,6 +194,30 @@ TEST_F(ApplySettings, ExtraSettingsComeLastAndInOrder) {
     EXPECT_EQ(Applied(L"My Section/My Key"), L"%INSTDIR%");
 }
 
+TEST_F(ApplySettings, RecordsEachNoThatNoOtherKeyHolds_AtTheEndOfTheFile) {
+    Setting(L"AllowNonRoot") = L"no";
+    Setting(L"StartupOnBoot") = L"no";
+    Setting(L"EnableNICError") = L"no";
+    m_settings.AddExtra({L"Extra", L"key", L"value"});
+    EXPECT_EQ(Applied(L"Installation/allow_non_root"), L"no");
+    EXPECT_EQ(Applied(L"Installation/startup_on_boot"), L"no");
+    EXPECT_EQ(Applied(L"Installation/enable_nic_error"), L"no");
+    IniFile ini(L"/tmp/no such file");
+    EXPECT_TRUE(ApplySettingsToClientConf(ini, m_settings));
+    const auto values = ini.Values();
+    EXPECT_EQ(std::vector(values.end() - 4, values.end()),
+              (std::vector<String>{L"value", L"no", L"no", L"no"}));
+}
+
+TEST_F(ApplySettings, RecordsNothingButANo) {
+    for (const wchar_t* value : {L"yes", L"", L"No"}) {
+        for (const Key::RecordedKey& row : Key::kRecorded) Setting(row.setting) = value;
+        for (const wchar_t* path : {L"Installation/allow_non_root", L"Installation/startup_on_boot",
+                                    L"Installation/enable_nic_error"})
+            EXPECT_EQ(Applied(path), L"(missing)") << String(value).Utf8();
+    }
+}
+
 TEST_F(ApplySettings, WritesNoFileOfTheIdentifier) {
     const testfiles::TempDir dir;
     Setting(L"GuidDir") = String::FromUtf8(dir.Path());

@@ -1,13 +1,16 @@
 // The file that holds the machine's identifier: when it is written, and when it goes.
 #include <cerrno>
+#include <cstdio>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include "config/GuidFile.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
@@ -19,6 +22,12 @@ class GuidFile : public testing::Test {
   protected:
     corekit::IniFile Conf() const {
         return {L"client.conf", String::FromUtf8("[Configuration]\nguid_guid_file=" + m_file)};
+    }
+
+    static ino_t InodeOf(const std::string& path) {
+        struct stat info {};
+        EXPECT_EQ(lstat(path.c_str(), &info), 0) << path;
+        return info.st_ino;
     }
 
     testfiles::TempDir m_dir;
@@ -51,6 +60,32 @@ TEST_F(GuidFile, IsReplacedByAnotherIdentifier) {
     m_settings.Value(L"Guid") = L"{NEW}";
     WriteGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{NEW}\nnull");
+}
+
+TEST_F(GuidFile, HoldsTheInstalledIdentifierAsItWasGiven) {
+    m_settings.Set(L"Guid", {L"{OLD}", {Source::Kind::Installed, L"/old", 1}, L"{OLD}\r\n"});
+    WriteGuidFile(Conf(), m_settings);
+    EXPECT_EQ(testfiles::Read(m_file), "{OLD}\r\n");
+}
+
+TEST_F(GuidFile, IsNotTouched_WhenItHoldsTheIdentifierAlready) {
+    testfiles::Write(m_file, "{OLD}\n");
+    const auto inode = InodeOf(m_file);
+    m_settings.Set(L"Guid", {L"{OLD}", {Source::Kind::Installed, L"/old", 1}, L"{OLD}\n"});
+    WriteGuidFile(Conf(), m_settings);
+    EXPECT_EQ(InodeOf(m_file), inode);
+}
+
+TEST_F(GuidFile, IsToldAsNotWritten_WhenItCannotBeReadBack) {
+    const std::string errors = m_dir / "errors";
+    m_settings.Value(L"Guid") = L"{NEW}";
+    const int status = testsupport::WithFailing({{SYS_read, EIO}}, [&] {
+        if (std::freopen(errors.c_str(), "w", stderr) == nullptr) return 1;
+        WriteGuidFile(Conf(), m_settings);
+        return 0;
+    });
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(testfiles::Read(errors), "WARNING! " + m_file + " is not written: Input/output error.\n");
 }
 
 TEST_F(GuidFile, GoesWithoutAnIdentifier) {

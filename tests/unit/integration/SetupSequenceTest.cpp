@@ -84,6 +84,13 @@ TEST_F(SetupSequence, WritesTheIdentifierBeforeClientConfMoves) {
     EXPECT_FALSE(testfiles::Exists("/opt/agent/q"));
 }
 
+TEST_F(SetupSequence, TellsOnceThatTheIdentifierCannotBeWritten) {
+    testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
+    std::filesystem::create_directories("/opt/agent/id/host.GUID");
+    const auto output = testsupport::Captured([&] { EXPECT_TRUE(PlaceAndRun()); });
+    EXPECT_EQ(output.err, "WARNING! /opt/agent/id/host.GUID is not written: it is not a regular file.\n");
+}
+
 TEST_F(SetupSequence, RemovesAnUnwantedIdentifierWithTheOldFile) {
     testfiles::Write("/opt/agent/id/host.GUID", "{OLD}\nnull");
     m_settings.Value(L"Guid") = L"";

@@ -15,9 +15,11 @@ class ReinstallMarker : public testing::Test {
   protected:
     void TearDown() override { std::filesystem::remove_all("/tmp/ksclt"); }
 
-    /// What is said to standard error; the answer is expected.
+    /// What is warned of; the answer is expected, and asking says nothing.
     static std::string Ask(bool expected) {
-        return testsupport::Captured([&] { EXPECT_EQ(IsReinstallPending(), expected); }).err;
+        const auto asked = testsupport::Captured([&] { EXPECT_EQ(IsReinstallPending(), expected); });
+        EXPECT_EQ(asked.err + asked.out, "");
+        return testsupport::Captured(WarnOfUnusedReinstallMarker).err;
     }
 };
 

@@ -172,12 +172,17 @@ TEST_F(TrustedFileOfAnother, IsUsedInADirectoryThatTheAdministratorNamed) {
     }
 }
 
-TEST(TrustedFile, AFileThatIsPassedOverIsWarnedOf) {
+TEST(TrustedFile, JudgesInSilence_AndWarnsWhenToldTo) {
     testfiles::Write("/tmp/op\nen", "x", 0666);
     const auto output = testsupport::Captured(
         [] { EXPECT_FALSE(TrustedFile(L"/tmp/op\nen", ChosenBy::Program).MayBeUsed()); });
-    EXPECT_EQ(output.err, "WARNING! /tmp/op\\x0aen is not used: other users can write to it.\n");
-    EXPECT_EQ(output.out, "");
+    EXPECT_EQ(output.err + output.out, "");
+    const auto warned = testsupport::Captured([] {
+        const TrustedFile file(L"/tmp/op\nen", ChosenBy::Program);
+        file.WarnNotUsed(file.WhyNot());
+    });
+    EXPECT_EQ(warned.err, "WARNING! /tmp/op\\x0aen is not used: other users can write to it.\n");
+    EXPECT_EQ(warned.out, "");
 }
 
 }  // namespace

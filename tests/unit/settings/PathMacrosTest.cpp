@@ -86,6 +86,9 @@ TEST(RebasePath, MovesWhatIsThePrefixOrLiesBelowIt) {
         {L"/old/a", L"", L"/new", L"/old/a"},
         {L"a//b", L"", L"/new", L"a//b"},
         {L"/other//a", L"/old", L"/new", L"/other//a"},
+        {L"/old/a", L"/", L"/new", L"/old/a"},
+        {L"/old/a", L"//", L"/new", L"/old/a"},
+        {L"/", L"/", L"/new", L"/"},
     };
     for (const auto& row : table) {
         String path = row.path;

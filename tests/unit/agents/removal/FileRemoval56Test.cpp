@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <set>
 #include <string>
+#include <sys/mount.h>
 #include <vector>
 
 #include "agents/removal/FileRemoval56.h"
@@ -208,6 +209,22 @@ TEST_F(FileRemoval56, FindsItsLibrariesThroughTheEnvironmentScript) {
         ExpectAll(kOtherLibraries, true, "/opt/data/lib/");
         EXPECT_TRUE(Exists("/opt/zorvane/kell/ksagent/lib/libssl.so"));
     }
+}
+
+TEST_F(FileRemoval56, KeepsClientConf_WhenTheEnvironmentScriptCannotBeRead) {
+    const std::string script = std::string(kUsualDir) + "/bin/qdn-env";
+    const std::string conf = std::string(kUsualDir) + "/etc/client.conf";
+    Write(script, "LD_LIBRARY_PATH=/opt/data/lib:$LD_LIBRARY_PATH\n");
+    Write(conf, "");
+    // A regular file whose first byte cannot be read.
+    ASSERT_EQ(mount("/proc/self/mem", script.c_str(), nullptr, MS_BIND, nullptr), 0);
+    const auto output = testsupport::Captured([&] { Remove(""); });
+    EXPECT_EQ(umount(script.c_str()), 0);
+    const std::string warning = "WARNING! " + script + " is not used: Input/output error.\n";
+    EXPECT_EQ(output.err.substr(0, warning.size()), warning);
+    EXPECT_TRUE(Exists(conf));
+    Remove("");
+    EXPECT_FALSE(Exists(conf));
 }
 
 TEST_F(FileRemoval56, RemovesTheConfiguredLibraries_WhenTheEnvironmentScriptNamesNoDirectory) {

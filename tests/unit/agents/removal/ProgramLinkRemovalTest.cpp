@@ -57,16 +57,17 @@ class ProgramLinks : public testing::Test {
 using Links60 = ProgramLinks;
 using WrapperLinks = ProgramLinks;
 
-TEST_F(Links60, AreEverythingOfTheNameThatIsNoDirectory) {
-    Write(m_links + "/qdn-file", "");
-    Link(m_links + "/qdn-dangling", "/nowhere");
+TEST_F(Links60, AreThoseThatLeadToTheAgent) {
+    Link(m_links + "/qdn-dangling", m_agent + "/bin/gone");
+    Link(m_links + "/qdn-helper", kHelper);
     Write(m_links + "/qdn-directory/file", "");
     Write(m_links + "/other-qdn-file", "");
     Write(m_links + "/qdn", "");
 
     EXPECT_EQ(Remove60(m_links), "  Removing qdn-* links in " + m_links + "\n");
 
-    for (const char* gone : {"qdn-configure", "qdn-policymanager", "qdn-monitor", "qdn-file", "qdn-dangling"})
+    for (const char* gone :
+         {"qdn-configure", "qdn-policymanager", "qdn-monitor", "qdn-dangling", "qdn-helper"})
         EXPECT_FALSE(HasLink(gone)) << gone;
     for (const char* kept : {"qdn-directory/file", "other-qdn-file", "qdn"})
         EXPECT_TRUE(HasLink(kept)) << kept;
@@ -74,11 +75,32 @@ TEST_F(Links60, AreEverythingOfTheNameThatIsNoDirectory) {
 }
 
 TEST_F(Links60, GoThroughALinkThatIsADirectory) {
-    Write(m_dir / "target/file", "");
-    Link(m_links + "/qdn-to-directory", m_dir / "target");
+    Write(m_agent + "/target/file", "");
+    Link(m_links + "/qdn-to-directory", m_agent + "/target");
     Remove60(m_links);
     EXPECT_FALSE(HasLink("qdn-to-directory"));
-    EXPECT_TRUE(Exists(m_dir / "target/file"));
+    EXPECT_TRUE(Exists(m_agent + "/target/file"));
+}
+
+TEST_F(Links60, AreToldAndLeftAlone_WhereTheyAreNotTheAgents) {
+    Write(m_links + "/qdn-file", "an administrator's own");
+    Link(m_links + "/qdn-foreign", "/usr/bin/true");
+    const auto output =
+        Captured([&] { RemoveProgramLinks60(String::FromUtf8(m_agent), String::FromUtf8(m_links)); });
+    for (const char* name : {"qdn-file", "qdn-foreign"}) {
+        EXPECT_TRUE(HasLink(name)) << name;
+        const std::string warning =
+            "WARNING! " + m_links + "/" + name + " is not replaced: it is not a link of the agent's.\n";
+        EXPECT_NE(output.err.find(warning), std::string::npos) << output.err;
+    }
+    EXPECT_FALSE(HasLink("qdn-monitor"));
+}
+
+TEST_F(Links60, LeaveTheHelperWhereItsDirectoryIsTheLinkDirectory) {
+    Write(kHelper, "");
+    const auto output = Captured([&] { RemoveProgramLinks60(String::FromUtf8(m_agent), L"/usr/bin"); });
+    EXPECT_TRUE(Exists(kHelper));
+    EXPECT_EQ(output.err, "");
 }
 
 TEST_F(Links60, AreNotThereWhenTheLinkDirectoryIsTheProgramDirectory) {
