@@ -110,6 +110,15 @@ TEST_F(ProgramLinks, ReplaceThoseOfAnAgentInAnotherDirectory) {
     EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/links/qdn-monitor"), "/opt/agent/bin/qdn-monitor");
 }
 
+TEST_F(ProgramLinks, ReplaceThoseIntoTheDirectoryThatTheAgentHasMovedFrom) {
+    std::filesystem::create_symlink("/opt/gone/bin/qdn-monitor", "/opt/agent/links/qdn-monitor");
+    EXPECT_NE(Warnings(), "");
+    m_settings.Set(L"InstallDir", L"/opt/gone", {Source::Kind::Installed});
+    m_settings.Set(L"InstallDir", L"/opt/agent", {Source::Kind::Option});
+    EXPECT_EQ(Warnings(), "");
+    EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/links/qdn-monitor"), "/opt/agent/bin/qdn-monitor");
+}
+
 TEST_F(ProgramLinks, TellWhyOneCouldNotBeMade) {
     std::filesystem::remove_all("/opt/agent/links");
     std::filesystem::create_directories("/opt/agent/bin/qdn-monitor");
