@@ -46,7 +46,8 @@ String Literal(const String& path) {
 RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
     RemovalOutcome left;
     const String pattern = Literal(log) + L".[0-9]*";
-    if (!Path::GetFileName(log).IsEmpty()) left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory));
+    if (!Path::GetFileName(log).IsEmpty())
+        left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory), hostDirectory);
     return left;
 }
 

@@ -6,6 +6,7 @@
 #include "agents/AgentDetection.h"
 #include "app/Refusals.h"
 #include "config/SystemProbes.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/ini/IniFile.h"
 #include "run/Args.h"
 #include "run/Messages.h"
@@ -61,6 +62,7 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
         return kSuccess;
     }
     RunRecord::SetServer(ServerOf(*agent));
+    corekit::DeclareOwn(baseDir);
     if (const auto cleaned = agent->Clean(); !cleaned)
         return cleaned.error().text.IsEmpty() ? kFailure : Report(cleaned.error());
     return kSuccess;

@@ -110,6 +110,7 @@ unsigned ConfigureCommand::Configure() {
     TellRecord(*run.settings);
     if (outcome) outcome = CheckInstallDir(*run.settings);
     if (outcome) {
+        DeclareInstallDirs(run);
         outcome = BuildConfiguration(run);
         WarnAboutConfiguration(*run.settings);
     }

@@ -62,9 +62,14 @@ Outcome<> CheckInstallDir(const Settings& settings) {
     const String shown = Messages::Shown(directory);
     if (directory.FindOneOf(kMisread) != String::npos)
         return Fail(String(L"Install directory %1 contains characters that are not allowed.").Arg(shown));
-    if (!directory.IsEmpty() && !corekit::RefuseHostDirectory(directory))
+    if (!directory.IsEmpty() && !corekit::CheckInstallable(directory))
         return Fail(String(L"Install directory %1 is a directory of the host.").Arg(shown));
     return {};
+}
+
+void DeclareInstallDirs(const ConfigureRun& run) {
+    corekit::DeclareOwn(run.settings->Get(L"InstallDir"));
+    if (run.installed) corekit::DeclareOwn(Path::GetDirectory(Path::GetDirectory(run.installed->ConfPath())));
 }
 
 }  // namespace Zorvane::AgentInstaller

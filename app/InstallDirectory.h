@@ -19,4 +19,8 @@ void CompleteInstallDir(ConfigureRun& run);
 /// that is the host's own.
 Outcome<> CheckInstallDir(const Settings& settings);
 
+/// Lets the run remove the install directories of the new and of the installed agent even where they lie
+/// directly in a directory that many share, such as /usr/share.
+void DeclareInstallDirs(const ConfigureRun& run);
+
 }  // namespace Zorvane::AgentInstaller

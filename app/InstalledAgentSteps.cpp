@@ -20,6 +20,7 @@
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "run/Texts.h"
+#include "run/TrustedFile.h"
 #include "run/UnfinishedRun.h"
 #include "settings/InstalledValues.h"
 
@@ -83,8 +84,9 @@ Outcome<> WriteCopy(const String& copy, const std::string& bytes) {
     Forgive(corekit::Dir::CreateR(Path::GetDirectory(copy)));
     if (const Result replaceable = Access::CheckReplaceable(copy); !replaceable)
         return FailToSave(copy, copy, replaceable);
-    Forgive(File::Chmod(copy, kPrivate));
-    if (const Result written = File::WriteBytes(copy, bytes, kPrivate); !written)
+    if (const Result written =
+            File::WriteBytes(copy, bytes, {.mode = kPrivate, .attributes = File::Attributes::New});
+        !written)
         return FailToSave(copy, copy, written);
     return {};
 }
@@ -205,7 +207,7 @@ Outcome<> BuildConfiguration(ConfigureRun& run) {
 Outcome<> RemoveInstalledFiles(const ConfigureRun& run) {
     MoveUnmovedData(corekit::IniFile(run.setup.confPath));
     const Outcome<> removed = run.installed ? run.installed->RemoveFiles(run.setup.confPath) : Outcome<>();
-    if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
+    Forgive(RemoveHandOverDirectory());  // what is left of it is warned of, or goes with the next run
     return removed;
 }
 

@@ -138,7 +138,7 @@ unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
     if (!isPossible) return kFailure;
     if (!m_options.outFile.IsEmpty()) {
         const corekit::Result written =
-            corekit::File::WriteBytes(m_options.outFile, Preview::Kept(document), 0600);
+            corekit::File::WriteBytes(m_options.outFile, Preview::Kept(document), {.mode = 0600});
         if (!written) {
             Messages::Warn(L"ERROR: Unable to write to file: " + Messages::ShownAscii(m_options.outFile) +
                            L"\n  " + GetErrorMsg(written) + L"\n");

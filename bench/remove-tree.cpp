@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "corekit/fs/Dir.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/SystemCall.h"
 
 namespace {

@@ -117,7 +117,7 @@ Result Uninstall(const String& name) {
     // The tools know a service only as long as its script exists.
     if (hasScript) RunLinkTool(&LinkTool::remove, name);
     result = Worse(result, RunLevelLinks::Remove(name));
-    const Result removal = File::Remove(script);
+    const Result removal = File::Remove(script, corekit::HostDirectory::Meant);
     // Systemd makes a unit of its own from a service script, and keeps it until it reads its units again.
     if (isThere) SystemdUnit::Reload();
     return removal.Code() == ENOENT ? result : Worse(result, removal);

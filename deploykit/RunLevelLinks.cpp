@@ -107,7 +107,8 @@ bool Exist(const String& name) {
 
 Result Remove(const String& name) {
     Result result;
-    for (const FileInfo& link : FindLinks(name, result)) result = Worse(result, File::Remove(link.path));
+    for (const FileInfo& link : FindLinks(name, result))
+        result = Worse(result, File::Remove(link.path, corekit::HostDirectory::Meant));
     return result;
 }
 

@@ -41,7 +41,7 @@ Result MakeLink(const String& wrapper, const String& link, const OwnsLink& owns)
 
 /// Success if no file or link stands there afterwards; a directory of the name is not ours.
 Result RemoveFile(const String& path) {
-    const Result removal = File::Remove(path);
+    const Result removal = File::Remove(path, corekit::HostDirectory::Meant);
     const bool isGone = removal.Code() == ENOENT || removal.Code() == ENOTDIR || File::IsDirectory(path);
     return isGone ? Result() : removal;
 }

@@ -41,7 +41,9 @@ Outcome<> WriteEnvironmentScript(const String& scriptPath, const String& install
     String text = String::FromUtf8(kEnvironmentScript);
     text.Replace(L"%INSTDIR%", installDir);
     Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(scriptPath)));
-    if (const auto written = corekit::File::Write(scriptPath, text); !written)
+    if (const auto written =
+            corekit::File::Write(scriptPath, text, {.attributes = corekit::File::Attributes::New});
+        !written)
         return FailToWrite(scriptPath, written);
     if (const auto set = corekit::File::Chmod(scriptPath, 0755); !set)
         return FailAt(L"Unable to set permissions on file: ", scriptPath, set);

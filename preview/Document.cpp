@@ -22,7 +22,8 @@ constexpr const char* kTypes[] = {"file", "directory", "link", "other"};
 constexpr const char* kSecret = "secret";  // marks a file with masked values, until the document leaves
 
 // The lock of a run; it is there only while the run is.
-constexpr const char* kLocks[] = {"/run/lock/qdn-configure.lock", "/run/qdn-configure.lock"};
+constexpr const char* kLocks[] = {"/run/qdn-configure.lock", "/var/lock/qdn-configure.lock",
+                                  "/run/lock/qdn-configure.lock", "/etc/qdn-configure.lock"};
 
 std::string Base64(const std::string& bytes) {
     constexpr const char* kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

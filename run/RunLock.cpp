@@ -9,6 +9,7 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"
 
@@ -19,77 +20,72 @@ using corekit::String;
 
 namespace {
 
-constexpr const wchar_t* kPlaces[] = {L"/run/lock", L"/run"};
+// Where everybody may make files, as in /run/lock, anybody could hold up every run.
+constexpr const wchar_t* kPlaces[] = {L"/run", L"/var/lock", L"/etc"};
 constexpr std::size_t kLongestTable = 1 << 24;
-constexpr const wchar_t* kFileName = L"/qdn-configure.lock";
+constexpr const char* kFileName = "qdn-configure.lock";
 
-/// Nobody else can take away what this user makes there.
-bool IsSafeDirectory(const String& directory) {
-    struct stat info {};
-    return lstat(directory.Utf8().c_str(), &info) == 0 && S_ISDIR(info.st_mode) && info.st_uid == geteuid() &&
-           ((info.st_mode & S_IWOTH) == 0 || (info.st_mode & S_ISVTX) != 0);
+/// A directory where nobody else can make or take away anything; none otherwise.
+Descriptor OpenOwnDirectory(const String& path) {
+    auto directory = corekit::OpenDirectory(path);
+    const auto info = directory ? corekit::StatOf(directory->Get()) : directory.error();
+    const bool isOurs = info && info->st_uid == geteuid() && (info->st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return isOurs ? std::move(*directory) : Descriptor();
 }
 
 /// The lock file, made when missing; none when it is somebody else's or no plain file.
-Descriptor OpenLockFile(const String& path) {
-    Descriptor file(open(path.Utf8().c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0600));
-    struct stat info {};
-    const bool ours =
-        file && fstat(file.Get(), &info) == 0 && S_ISREG(info.st_mode) && info.st_uid == geteuid();
-    return ours ? std::move(file) : Descriptor();
+Descriptor OpenLockFile(const Descriptor& directory) {
+    auto file = corekit::OpenAt(directory.Get(), kFileName, O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK, 0600);
+    const auto info = file ? corekit::StatOf(file->Get()) : file.error();
+    const bool isOurs = info && S_ISREG(info->st_mode) && info->st_uid == geteuid();
+    return isOurs ? std::move(*file) : Descriptor();
 }
 
-int Lock(const Descriptor& file) {
-    int result = flock(file.Get(), LOCK_EX | LOCK_NB);
-    while (result != 0 && errno == EINTR) result = flock(file.Get(), LOCK_EX | LOCK_NB);
-    return result;
-}
-
-/// A run that ends removes its lock file: the one that was locked may no longer be the one of that name.
-bool IsStillThere(const Descriptor& file, const String& path) {
-    struct stat opened {};
-    struct stat named {};
-    return fstat(file.Get(), &opened) == 0 && lstat(path.Utf8().c_str(), &named) == 0 &&
-           opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+/// True if the locked file still has its name: a run that ends removes its lock file.
+bool IsStillThere(const Descriptor& file, const Descriptor& directory) {
+    const auto opened = corekit::StatOf(file.Get());
+    const auto named = corekit::StatOf(directory.Get(), kFileName);
+    return opened && named && corekit::IsSameFile(*opened, *named);
 }
 
 }  // namespace
 
 RunLock::RunLock() {
     for (const wchar_t* place : kPlaces) {
-        if (IsSafeDirectory(place) && TryIn(place)) return;
+        if (TryIn(place)) return;
     }
 }
 
 bool RunLock::IsHeld() {
-    std::string locks;
-    const corekit::Expected<Descriptor> table = corekit::OpenAt(AT_FDCWD, "/proc/locks", O_RDONLY);
-    if (table) locks = corekit::ReadAll(table->Get(), kLongestTable).value_or("");
+    const auto table = corekit::OpenAt(AT_FDCWD, "/proc/locks", O_RDONLY);
+    if (!table) return false;
+    const std::string locks = corekit::ReadAll(table->Get(), kLongestTable).value_or("");
     for (const wchar_t* place : kPlaces) {
-        struct stat info {};
-        if (!IsSafeDirectory(place) || lstat((String(place) + kFileName).Utf8().c_str(), &info) != 0)
-            continue;
+        const Descriptor directory = OpenOwnDirectory(place);
+        const auto info = corekit::StatOf(directory.Get(), kFileName);
+        if (!info) continue;
         // "1: FLOCK  ADVISORY  WRITE 4711 fe:00:131 0 EOF": device and inode of the file that is locked.
         char file[64];
-        std::snprintf(file, sizeof file, " %02x:%02x:%lu ", major(info.st_dev), minor(info.st_dev),
-                      info.st_ino);
+        std::snprintf(file, sizeof file, " %02x:%02x:%lu ", major(info->st_dev), minor(info->st_dev),
+                      info->st_ino);
         if (locks.find(file) != std::string::npos) return true;
     }
     return false;
 }
 
 /// False when the directory gives no lock file; else the lock is held, or known to be taken.
-bool RunLock::TryIn(const String& directory) {
+bool RunLock::TryIn(const String& path) {
+    const Descriptor directory = OpenOwnDirectory(path);
+    if (!directory) return false;
     const corekit::SignalBlock untilItIsOwned;
-    const String path = directory + kFileName;
-    while (Descriptor file = OpenLockFile(path)) {
-        if (Lock(file) != 0) {
+    while (Descriptor file = OpenLockFile(directory)) {
+        if (corekit::Uninterrupted([&] { return flock(file.Get(), LOCK_EX | LOCK_NB); }) != 0) {
             m_isTaken = errno == EWOULDBLOCK;
             return m_isTaken;
         }
-        if (IsStillThere(file, path)) {
+        if (IsStillThere(file, directory)) {
             m_file = std::move(file);
-            m_name.Take(path.Utf8());
+            m_name.Take(path.Utf8() + "/" + kFileName);
             return true;
         }
     }

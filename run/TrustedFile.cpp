@@ -7,7 +7,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/Env.h"
 #include "corekit/os/SystemCall.h"
@@ -16,6 +18,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::ParentDirectory;
 using corekit::Result;
 using corekit::String;
 namespace Path = corekit::Path;
@@ -45,18 +48,31 @@ bool OthersCanWrite(const struct stat& info) {
     return (info.st_mode & S_IWOTH) != 0 || ((info.st_mode & S_IWGRP) != 0 && !IsOurGroup(info.st_gid));
 }
 
-/// Can others put files into the directory, or put another one in its place? `directory` is canonical.
-Result FindExposure(const String& directory, ChosenBy chosenBy, bool& exposed) {
-    for (String place = directory; !exposed; place = Path::GetDirectory(place)) {
-        struct stat info {};
-        if (stat(place.Utf8().c_str(), &info) != 0) return Result::FromErrno();
+/// Judges an open directory and all above it: can others put files into it, or put another one in its place?
+Result FindExposure(const ParentDirectory& place, ChosenBy chosenBy, bool& exposed) {
+    corekit::Descriptor held;
+    for (int at = place.Fd(); !exposed; at = held.Get()) {
+        const auto info = corekit::StatOf(at);
+        if (!info) return info.error();
         // The sticky bit keeps all others from replacing what lies there, but not the directory's owner.
-        const bool byItsOwner = chosenBy == ChosenBy::Program && !IsOurs(info.st_uid);
-        const bool isSticky = place != directory && (info.st_mode & S_ISVTX) != 0;
-        exposed = byItsOwner || ((info.st_mode & S_IWOTH) != 0 && !isSticky);
-        if (place == L"/") break;
+        const bool byItsOwner = chosenBy == ChosenBy::Program && !IsOurs(info->st_uid);
+        const bool isSticky = at != place.Fd() && (info->st_mode & S_ISVTX) != 0;
+        exposed = byItsOwner || ((info->st_mode & S_IWOTH) != 0 && !isSticky);
+        auto above = corekit::OpenAt(at, "..", O_PATH | O_DIRECTORY);
+        if (!above) return above.error();
+        const auto aboveInfo = corekit::StatOf(above->Get());
+        if (!aboveInfo) return aboveInfo.error();
+        if (corekit::IsSameFile(*aboveInfo, *info)) break;  // the root
+        held = std::move(*above);
     }
     return Result();
+}
+
+/// Is the directory of hand-over files root's, and closed to others? Anybody could have renamed a file of
+/// root's into one that is not.
+bool IsRootsAlone(const struct stat& info) {
+    const bool isRoots = info.st_uid == 0 || info.st_uid == geteuid();
+    return isRoots && (S_ISLNK(info.st_mode) || !OthersCanWrite(info));
 }
 
 /// Why a file in a directory that others can write must not be used; empty when it may be.
@@ -64,33 +80,49 @@ String WhyNotOurs(const struct stat& info) {
     if (!S_ISREG(info.st_mode)) return L"it is not a regular file";
     if (!IsOurs(info.st_uid)) return L"it belongs to another user";
     if (OthersCanWrite(info)) return L"other users can write to it";
+    if (info.st_nlink != 1) return L"it has a second name";
     return String();
 }
 
 }  // namespace
 
 TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
-    String directory = Path::GetDirectory(path);
-    if (directory.IsEmpty()) directory = L".";
-    m_isExposed = directory == Names::kHandOverDir;
-    const auto canonical = Path::Canonicalise(directory);
-    m_opened = canonical ? FindExposure(*canonical, chosenBy, m_isExposed) : canonical.error();
+    const bool isHandOver = Path::GetDirectory(path) == Names::kHandOverDir;
+    m_isExposed = isHandOver;
+    const auto place = ParentDirectory::Of(path);
+    m_opened = place ? FindExposure(*place, chosenBy, m_isExposed) : place.error();
     if (!m_opened) {
         m_whyNot = GetErrorMsg(m_opened);
         return;
     }
-    const auto links = m_isExposed ? corekit::Links::Refused : corekit::Links::Followed;
-    // By the path that was judged, which no link leads elsewhere meanwhile.
-    const std::string canonicalPath = corekit::NativePath(Path::Join(*canonical, Path::GetFileName(path)));
-    auto file = corekit::OpenRegular(AT_FDCWD, canonicalPath, links);
-    m_opened = file.Outcome();
-    if (m_isExposed) {
-        const auto found = corekit::StatOf(AT_FDCWD, canonicalPath);
-        m_isThere = found.has_value();
-        m_whyNot = file ? WhyNotOurs(file->info) : found ? WhyNotOurs(*found) : String();
-        if (m_whyNot.IsEmpty() && !file) m_whyNot = GetErrorMsg(m_opened);
+    if (!m_isExposed) {
+        OpenFollowing();
+        return;
     }
+    auto file = corekit::OpenRegular(place->Fd(), place->name, corekit::Links::Refused);
+    const auto found = corekit::StatOf(place->Fd(), place->name);
+    m_opened = file.Outcome();
+    m_isThere = file || found;
+    m_whyNot = file ? WhyNotOurs(file->info) : found ? WhyNotOurs(*found) : String();
+    if (m_whyNot.IsEmpty() && !file) m_whyNot = GetErrorMsg(m_opened);
+    const auto holder = corekit::StatOf(place->Fd());
+    if (m_isThere && isHandOver && !(holder && IsRootsAlone(*holder)))
+        m_whyNot = String(Names::kHandOverDir) + L" belongs to another user";
     if (file) m_file = std::move(file->file);
+}
+
+/// Nobody else can have put a link there.
+void TrustedFile::OpenFollowing() {
+    const auto place = ParentDirectory::OfTarget(m_path);
+    if (place) {
+        auto file = corekit::OpenRegular(place->Fd(), place->name, corekit::Links::Refused);
+        m_opened = file.Outcome();
+        if (file) m_file = std::move(file->file);
+    } else {
+        m_opened = place.error();
+    }
+    m_isThere = m_opened.Ok();
+    if (m_opened.Code() == corekit::kBelongsToOthers) m_whyNot = GetErrorMsg(m_opened);
 }
 
 void TrustedFile::WarnNotUsed(const String& why) const {
@@ -99,7 +131,21 @@ void TrustedFile::WarnNotUsed(const String& why) const {
 
 corekit::Expected<std::string> TrustedFile::Read() const {
     if (!m_opened) return m_opened;
-    return corekit::File::ReadBytes(m_file);
+    return corekit::File::ReadBytes(m_file).About(m_path);
+}
+
+Result RemoveHandOverDirectory() {
+    const String path = Names::kHandOverDir;
+    const auto place = ParentDirectory::Of(path);
+    const auto info = place ? corekit::StatOf(place->Fd(), place->name) : place.error();
+    if (!info) return IsNotFound(info.error()) ? Result() : info.error();
+    if (IsRootsAlone(*info)) {
+        return S_ISDIR(info->st_mode) ? corekit::Dir::Remove(path)
+                                      : corekit::File::Remove(path, corekit::HostDirectory::Meant);
+    }
+    const Result refused = Result(corekit::kBelongsToOthers).About(path);
+    Messages::Warn(L"WARNING! " + path + L" is not used: " + GetErrorMsg(refused) + L".\n");
+    return refused;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -18,9 +18,9 @@ enum class ChosenBy {
 
 /// A file that is opened once: what was opened is judged, and what was judged is read, whatever others put in
 /// its place meanwhile. In a directory that others can write, it must be a regular file, owned by root or the
-/// invoking user (real user, SUDO_UID) and not writable by others. A directory counts as one when it is
-/// /tmp/ksclt, when it or one above belongs to somebody else, when it is writable by all, or when one above
-/// is that without a sticky bit.
+/// invoking user (real user, SUDO_UID), not writable by others and without a second name. A directory counts
+/// as one when it is /tmp/ksclt, when it or one above belongs to somebody else, when it is writable by all,
+/// or when one above is that without a sticky bit.
 class TrustedFile {
   public:
     TrustedFile(const corekit::String& path, ChosenBy chosenBy);
@@ -48,6 +48,8 @@ class TrustedFile {
     corekit::Expected<std::string> Read() const;
 
   private:
+    void OpenFollowing();
+
     corekit::String m_path;
     corekit::String m_whyNot;
     corekit::Result m_opened;
@@ -55,5 +57,9 @@ class TrustedFile {
     bool m_isExposed = false;  // known to be
     corekit::Descriptor m_file;
 };
+
+/// Removes the directory of hand-over files, unless it is another user's, who could make that slow: then it
+/// is warned of, and stays. One that is missing is removed.
+corekit::Result RemoveHandOverDirectory();
 
 }  // namespace Zorvane::AgentInstaller

@@ -91,7 +91,7 @@ Outcome<> WriteRecord(const String& path, const String& text, const String& oldP
     }
     const auto old = Find(oldPath);
     if (!old) return Fail(GetErrorMsg(old.error()));
-    const Result written = File::WriteBytes(path, bytes, old->st_mode & kPermissions);
+    const Result written = File::WriteBytes(path, bytes, {.mode = old->st_mode & kPermissions});
     if (!written) return Fail(path + L": " + GetErrorMsg(written));
     return {};
 }

@@ -45,7 +45,7 @@ String BaseOf(const String& confPath) {
 /// Writes a file unless it is there with this content. A failure is told.
 bool Write(const String& path, const std::string& bytes) {
     if (const auto present = File::ReadBytes(path); present && *present == bytes) return true;
-    const Result written = File::WriteBytes(path, bytes, kPrivate);
+    const Result written = File::WriteBytes(path, bytes, {.mode = kPrivate});
     if (!written)
         Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + GetErrorMsg(written) +
                        L".\n");
@@ -77,7 +77,7 @@ bool WriteMark(const String& path, const std::vector<String>& lines) {
 /// directory, those of the host among them.
 bool LiesIn(const String& oldDir, const std::string& bytes) {
     const auto present = File::ReadBytes(oldDir + Names::kClientConf);
-    return present && *present == bytes && corekit::RefuseHostDirectory(oldDir);
+    return present && *present == bytes && corekit::CheckRemovable(oldDir);
 }
 
 /// Where the old client.conf stays. In place the new one takes its name; then, and where it lies nowhere, it

@@ -181,7 +181,8 @@ void RemoveAllButClientConf(const Installation& agent, KeepList keep, RemovalOut
         const String& directory = agent.*row.directory;
         if (!directory.IsEmpty()) keep.RemoveOthers(directory + row.pattern, left);
     }
-    for (const wchar_t* program : kPrograms) keep.RemoveOthers(String(kProgramDir) + program, left);
+    for (const wchar_t* program : kPrograms)
+        keep.RemoveOthers(String(kProgramDir) + program, left, File::HostDirectory::Meant);
     if (!agent.installDir.IsEmpty()) {
         RemoveInstallDir(agent, keep, left);
         RemoveLibraries(agent.libraryDir, keep, left);

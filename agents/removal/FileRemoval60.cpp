@@ -194,7 +194,8 @@ void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
         if (!left.Any()) {
             RemoveClientConf(installDir, isReinstall, left);
             const bool isGone = IsNotFound(File::Probe(installDir));
-            if (isGone && installDir != configuredDir) left.Add(configuredDir, File::Remove(configuredDir));
+            if (isGone && installDir != configuredDir)
+                left.Add(configuredDir, File::Remove(configuredDir, corekit::HostDirectory::Meant));
         } else if (File::Exists(path)) {
             Messages::WarnKept(path, L"not everything could be removed");
         }

@@ -88,11 +88,11 @@ void KeepList::RemoveOthers(const String& pattern, RemovalOutcome& left,
     const String directory = Path::GetDirectory(pattern);
     const String name = Path::GetFileName(pattern);
     if (m_isClean || !corekit::HasWildcard(name.Utf8())) {
-        if (!Includes(pattern)) left.Add(pattern, File::RemoveEx(pattern, hostDirectory));
+        if (!Includes(pattern)) left.Add(pattern, File::RemoveEx(pattern, hostDirectory), hostDirectory);
         return;
     }
     if (hostDirectory == File::HostDirectory::Refused) {
-        const Result allowed = corekit::RefuseHostDirectory(directory);
+        const Result allowed = corekit::CheckRemovable(directory);
         if (!allowed) return left.Add(directory, allowed);
     }
     RemoveOtherEntries(directory, name, left);
@@ -100,7 +100,7 @@ void KeepList::RemoveOthers(const String& pattern, RemovalOutcome& left,
 
 void KeepList::RemoveOthersInTree(const String& directory, RemovalOutcome& left) const {
     if (!Includes(directory)) return left.Add(directory, Dir::Remove(directory));
-    const Result allowed = corekit::RefuseHostDirectory(directory);
+    const Result allowed = corekit::CheckRemovable(directory);
     if (!allowed) return left.Add(directory, allowed);
     RemoveOtherEntries(directory, String(), left);
 }

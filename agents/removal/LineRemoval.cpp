@@ -38,7 +38,9 @@ Result DeleteLines(const String& path, std::span<const DeletedLines> deleted) {
     const auto content = corekit::File::ReadBytes(*file);
     if (!content) return content.error();
     const std::string remaining = WithoutLines(*content, deleted);
-    return remaining == *content ? Result() : corekit::File::WriteBytes(*file, remaining);
+    return remaining == *content ? Result()
+                                 : corekit::File::WriteBytes(
+                                       *file, remaining, {.hostDirectory = corekit::HostDirectory::Meant});
 }
 
 }  // namespace Zorvane::AgentInstaller

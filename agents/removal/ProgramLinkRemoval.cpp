@@ -15,6 +15,7 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::FileInfo;
+using corekit::HostDirectory;
 using corekit::String;
 namespace Path = corekit::Path;
 
@@ -33,8 +34,8 @@ bool IsHelperLink(const String& path) {
 void RemoveHelperLinks(const String& linkDir, RemovalOutcome& left) {
     if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = Path::Join(linkDir, Names::kHelperName);
-    if (!linkDir.IsEmpty() && IsHelperLink(link)) left.Add(link, corekit::File::Remove(link));
-    left.Add(Names::kHelperProgram, corekit::File::Remove(Names::kHelperProgram));
+    if (!linkDir.IsEmpty() && IsHelperLink(link)) RemoveFromHostDirectory(link, left);
+    RemoveFromHostDirectory(Names::kHelperProgram, left);
 }
 
 void RemoveWrappers(const String& installDir, const String& linkDir, RemovalOutcome& left) {
@@ -46,7 +47,7 @@ void RemoveWrappers(const String& installDir, const String& linkDir, RemovalOutc
         namespace Backend = deploykit::ItemInstallers::WrapperLinkBackend;
         const corekit::Result removal = Backend::Uninstall(program, whereLinksAre, programDir, isOurs);
         if (removal.Code() == EEXIST) Messages::WarnNotReplaced(removal.Path());
-        left.Add(removal.Path(), removal);
+        left.Add(removal.Path(), removal, HostDirectory::Meant);
     };
     std::vector<String> programs;
     left.Add(programDir, FindPrograms(programDir, programs));
@@ -69,7 +70,7 @@ RemovalOutcome RemoveProgramLinks60(const String& installDir, const String& link
     for (const FileInfo& link : links) {
         if (link.isDirectory || Path::IsMatch(link.path, Names::kHelperProgram)) continue;
         if (IsAgentLink(link.path, installDir) || IsHelperLink(link.path))
-            left.Add(link.path, corekit::File::Remove(link.path));
+            RemoveFromHostDirectory(link.path, left);
         else
             Messages::WarnNotReplaced(link.path);
     }

@@ -13,31 +13,35 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::HostDirectory;
 using corekit::Result;
 using corekit::String;
 
 namespace {
 
 /// Refusals of the system that may pass: a file system is mounted read-only, a file is immutable, something
-/// is mounted in the tree.
-constexpr std::array kPassing = {EROFS, EPERM, EBUSY};
+/// is mounted in the tree. The link of another user may go as well.
+constexpr std::array kPassing = {EROFS, EPERM, EBUSY, corekit::kBelongsToOthers};
 
 /// True if the program itself refuses to remove the path because it belongs to the host.
 bool IsHosts(const String& path) {
     namespace Path = corekit::Path;
-    const bool hasWildcard = corekit::HasWildcard(Path::GetFileName(path).Utf8());
-    return corekit::IsHostDirectory(hasWildcard ? Path::GetDirectory(path) : path);
+    const Result refused(EPERM);
+    if (corekit::HasWildcard(Path::GetFileName(path).Utf8()))
+        return corekit::CheckRemovable(Path::GetDirectory(path)) == refused;
+    return corekit::CheckRemovable(path) == refused || corekit::File::CheckRemovable(path) == refused;
 }
 
-bool MayPass(const String& path, const Result& removal) {
+bool MayPass(const String& path, const Result& removal, HostDirectory hostDirectory) {
     if (corekit::IsTransient(removal)) return true;
-    return std::ranges::find(kPassing, removal.Code()) != kPassing.end() && !IsHosts(path);
+    const bool isRefusal = removal.Code() == EPERM && hostDirectory == HostDirectory::Refused;
+    return std::ranges::find(kPassing, removal.Code()) != kPassing.end() && !(isRefusal && IsHosts(path));
 }
 
 }  // namespace
 
-void RemovalOutcome::Add(const String& path, const Result& removal) {
-    if (removal || !MayPass(path, removal)) return;
+void RemovalOutcome::Add(const String& path, const Result& removal, HostDirectory hostDirectory) {
+    if (removal || !MayPass(path, removal, hostDirectory)) return;
     // Of a tree, the entry that could not be removed.
     const String& entry = removal.Path().StartsWith(L"/") ? removal.Path() : path;
     const bool endsInSlash = entry.Length() > 1 && entry.EndsWith(L"/");
@@ -52,10 +56,18 @@ void RemovalOutcome::Add(const RemovalOutcome& others) {
 void RemovalOutcome::Tell() {
     for (auto& [path, remainder] : m_left) {
         if (remainder.isTold) continue;
-        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" could not be removed: " +
-                       GetErrorMsg(remainder.why) + L".\n");
+        const String shown = Messages::Shown(path);
+        const String why = Messages::Shown(GetErrorMsg(remainder.why));
+        if (remainder.why.Code() == corekit::kBelongsToOthers)
+            Messages::Warn(L"WARNING! " + shown + L" is not used: " + why + L".\n");
+        else
+            Messages::Warn(L"WARNING! " + shown + L" could not be removed: " + why + L".\n");
         remainder.isTold = true;
     }
+}
+
+void RemoveFromHostDirectory(const String& path, RemovalOutcome& left) {
+    left.Add(path, corekit::File::Remove(path, HostDirectory::Meant), HostDirectory::Meant);
 }
 
 String DirectoryBehindLink(const String& directory, const String& confPath) {
@@ -67,7 +79,7 @@ String DirectoryBehindLink(const String& directory, const String& confPath) {
 }
 
 Result CheckOwnDirectory(const String& directory) {
-    const Result allowed = corekit::RefuseHostDirectory(directory);
+    const Result allowed = corekit::CheckRemovable(directory);
     return allowed ? corekit::File::RefuseLink(directory) : allowed;
 }
 

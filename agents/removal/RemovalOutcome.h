@@ -3,6 +3,7 @@
 
 #include <map>
 
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 
@@ -12,8 +13,10 @@ namespace Zorvane::AgentInstaller {
 class RemovalOutcome {
   public:
     /// Takes the result of removing `path`, which may end in a wildcard. A failure that will not pass does
-    /// not count: the path is missing, is one of the host's own directories, or is not what it was taken for.
-    void Add(const corekit::String& path, const corekit::Result& removal);
+    /// not count: the path is missing, is the host's own, or is not what it was taken for. What was meant to
+    /// go from a directory of the host's is not the host's own.
+    void Add(const corekit::String& path, const corekit::Result& removal,
+             corekit::HostDirectory hostDirectory = corekit::HostDirectory::Refused);
 
     /// Counts something that stays and has been told already.
     void AddTold() { m_toldElsewhere = true; }
@@ -36,6 +39,9 @@ class RemovalOutcome {
     std::map<corekit::String, Remainder, corekit::Ltstr> m_left;
     bool m_toldElsewhere = false;
 };
+
+/// Removes a file that is meant to lie in a directory of the host's, and takes the result.
+void RemoveFromHostDirectory(const corekit::String& path, RemovalOutcome& left);
 
 /// The directory that an install directory's symbolic link leads to, if the client.conf that names it lies
 /// there: a damaged one may name a link to anywhere. Any other directory as it is.

@@ -63,12 +63,12 @@ void RemoveLevelLinks(RemovalOutcome& left) {
     for (int level = 0; level <= kHighestLevel; ++level) {
         const String directory = L"etc/rc" + String::FromInt(level) + L".d";
         for (const wchar_t* link : {L"/S99zorvane", L"/K99zorvane"})
-            left.Add(directory + link, corekit::File::Remove(directory + link));
+            RemoveFromHostDirectory(directory + link, left);
     }
 }
 
 void RemoveServiceScript(RemovalOutcome& left) {
-    left.Add(kServiceScript, corekit::File::Remove(kServiceScript));
+    RemoveFromHostDirectory(kServiceScript, left);
 }
 
 }  // namespace

@@ -80,7 +80,7 @@ Result CheckReplaceable(const String& path) {
     struct stat info {};
     if (lstat(NativePath(place).c_str(), &info) != 0) return errno == ENOENT ? Result() : Result::FromErrno();
     if (S_ISDIR(info.st_mode)) return Result(EISDIR);
-    if (const Result allowed = RefuseHostDirectory(place); !allowed) return allowed;
+    if (const Result allowed = corekit::CheckRemovable(place); !allowed) return allowed;
     return CheckNotPinned(NativePath(place));
 }
 

@@ -3,12 +3,14 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
 #include "corekit/fs/File.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
@@ -19,7 +21,8 @@ namespace corekit {
 namespace {
 
 Result Create(const String& path) {
-    const Result made = Outcome(mkdir(NativePath(path).c_str(), 0755));
+    const auto place = ParentDirectory::Of(path);
+    const Result made = place ? Outcome(mkdirat(place->Fd(), place->name.c_str(), 0755)) : place.error();
     return made || !File::IsDirectory(path) ? made.About(path) : Result();
 }
 
@@ -47,7 +50,7 @@ Dir::Dir() = default;
 Dir::~Dir() = default;
 
 Result Dir::Open(const String& path, const String& pattern) {
-    auto directory = OpenDirectory(NativePath(path));
+    auto directory = OpenDirectory(path);
     if (!directory) return directory.error().About(path);
     m_stream = std::make_unique<Stream>();
     m_stream->directory = std::move(*directory);
@@ -103,11 +106,13 @@ Result Dir::CreateR(const String& path) {
 }
 
 Result Dir::RemoveIfEmpty(const String& path) {
-    return Outcome(rmdir(NativePath(path).c_str())).About(path);
+    const auto place = ParentDirectory::Of(path);
+    if (!place) return place.error().About(path);
+    return Outcome(unlinkat(place->Fd(), place->name.c_str(), AT_REMOVEDIR)).About(path);
 }
 
 Result Dir::FlushEntries(const String& path) {
-    const auto directory = OpenDirectory(NativePath(path));
+    const auto directory = OpenDirectory(path);
     return (directory ? Flush(directory->Get()) : directory.error()).About(path);
 }
 

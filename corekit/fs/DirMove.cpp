@@ -34,7 +34,7 @@ Expected<Descriptor> OpenOrMake(const String& path, int model) {
     if (IsTransient(found)) return found;
     const bool isNew = !found;
     if (const Result result = Dir::CreateR(path); !result) return result;
-    auto directory = OpenDirectory(NativePath(path));
+    auto directory = OpenDirectory(path);
     if (!directory || !isNew) return directory;
     const auto info = StatOf(model);
     if (!info) return info.error();
@@ -46,14 +46,15 @@ Expected<Descriptor> OpenOrMake(const String& path, int model) {
 
 Result Dir::Move(const String& from, const String& to) {
     if (Path::IsWithin(to, from)) return Result(EINVAL).About(to);
-    const auto source = OpenDirectory(NativePath(from));
+    const auto source = OpenDirectory(from);
     if (!source) return source.error().About(from);
-    if (const Result allowed = RefuseHostDirectory(*source); !allowed) return allowed.About(from);
+    if (const Result allowed = CheckRemovable(*source); !allowed) return allowed.About(from);
     const auto target = OpenOrMake(to, source->Get());
     if (!target) return target.error().About(to);
     const Result moved = MoveEntries(source->Get(), target->Get());
     const Result flushed = Flush(target->Get());
-    Forgive(Outcome(rmdir(NativePath(from).c_str())));
+    // A directory that still holds something, or that is reached by a link, stays.
+    Forgive(RemoveIfEmpty(from));
     return moved ? flushed.About(to) : moved.About(from);
 }
 

@@ -2,7 +2,6 @@
 #include "corekit/fs/File.h"
 
 #include <cerrno>
-#include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,17 +15,21 @@ namespace corekit::File {
 
 namespace {
 
-/// No file that the program has any business with comes near it.
-constexpr std::size_t kLargestRead = 256UL * 1024 * 1024;
-
 Expected<struct stat> Follow(const String& path) {
-    struct stat info {};
-    if (stat(NativePath(path).c_str(), &info) != 0) return Result::FromErrno().About(path);
-    return info;
+    const auto place = ParentDirectory::OfTarget(path);
+    if (!place) return place.error().About(path);
+    return StatOf(place->Fd(), place->name).About(path);
+}
+
+/// The place of a path; of "/" and its like the directory itself.
+Expected<ParentDirectory> Find(const String& path) {
+    auto place = ParentDirectory::Of(path);
+    return place == Result(EISDIR) ? ParentDirectory::OfTarget(path) : std::move(place);
 }
 
 bool IsAccessible(const String& path, int access) {
-    return faccessat(AT_FDCWD, NativePath(path).c_str(), access, AT_EACCESS) == 0;
+    const auto place = ParentDirectory::OfTarget(path);
+    return place && faccessat(place->Fd(), place->name.c_str(), access, AT_EACCESS) == 0;
 }
 
 }  // namespace
@@ -70,32 +73,38 @@ Expected<String> Read(const String& path, const Encoding& encoding) {
     return encoding.Decode(*bytes);
 }
 
-Expected<std::string> ReadBytes(const String& path) {
-    const auto file = OpenRegular(AT_FDCWD, NativePath(path), Links::Followed);
+Expected<std::string> ReadBytes(const String& path, std::size_t limit) {
+    const auto place = ParentDirectory::OfTarget(path);
+    if (!place) return place.error().About(path);
+    const auto file = OpenRegular(place->Fd(), place->name, Links::Refused);
     if (!file) return file.error().About(path);
-    return ReadBytes(file->file).About(path);
+    if (const Result only = CheckOnlyName(place->Fd(), file->info); !only) return only.About(path);
+    return ReadBytes(file->file, limit).About(path);
 }
 
-Expected<std::string> ReadBytes(const Descriptor& file) {
+Expected<std::string> ReadBytes(const Descriptor& file, std::size_t limit) {
     const auto info = StatOf(file.Get());
     if (!info) return info.error();
-    if (info->st_size > static_cast<off_t>(kLargestRead)) return Result(EFBIG);
-    return ReadAll(file.Get(), kLargestRead, static_cast<std::size_t>(info->st_size));
+    if (info->st_size > 0 && static_cast<std::size_t>(info->st_size) > limit) return Result(EFBIG);
+    return ReadAll(file.Get(), limit, static_cast<std::size_t>(info->st_size));
 }
 
 Expected<String> ReadLink(const String& link) {
-    std::string target(PATH_MAX, '\0');
-    const ssize_t length = readlink(NativePath(link).c_str(), target.data(), target.size());
-    if (length < 0) return Result::FromErrno().About(link);
-    return String::FromUtf8({target.data(), static_cast<std::size_t>(length)});
+    const auto place = ParentDirectory::Of(link);
+    if (!place) return place.error().About(link);
+    const auto target = corekit::ReadLink(place->Fd(), place->name);
+    if (!target) return target.error().About(link);
+    return String::FromUtf8(*target);
 }
 
 Result Chmod(const String& path, unsigned mode) {
-    return SetMode(EntryRef{AT_FDCWD, NativePath(path)}, mode).About(path);
+    const auto place = Find(path);
+    return (place ? SetMode(place->At(), mode) : place.error()).About(path);
 }
 
 Result Chowngrp(const String& path, unsigned user, unsigned group) {
-    return SetOwner(EntryRef{AT_FDCWD, NativePath(path)}, user, group).About(path);
+    const auto place = Find(path);
+    return (place ? SetOwner(place->At(), user, group) : place.error()).About(path);
 }
 
 }  // namespace corekit::File

@@ -5,12 +5,15 @@
 #include <string>
 #include <string_view>
 
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/os/Descriptor.h"
 #include "corekit/os/Result.h"
 #include "corekit/text/Encoding.h"
 #include "corekit/text/String.h"
 
 namespace corekit::File {
+
+using corekit::HostDirectory;
 
 /// Success when the path names anything, else why not (see `IsNotFound`). Links are followed: a dangling link
 /// does not exist.
@@ -32,54 +35,72 @@ bool IsReadable(const String& path);
 /// By the effective user, on a file system that takes writes.
 bool IsWritable(const String& path);
 
+/// More than any file has that the program has any business with.
+inline constexpr std::size_t kLargestRead = std::size_t{64} << 20;
+
 /// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL),
-/// and what is over 256 MiB (EFBIG).
+/// and so is what is larger than `limit` (EFBIG), and a file with a second name where others can write
+/// (`kBelongsToOthers`).
 Expected<String> Read(const String& path, const Encoding& encoding = Utf8Encoding());
-Expected<std::string> ReadBytes(const String& path);
+Expected<std::string> ReadBytes(const String& path, std::size_t limit = kLargestRead);
 /// The rest of a regular file that is open.
-Expected<std::string> ReadBytes(const Descriptor& file);
+Expected<std::string> ReadBytes(const Descriptor& file, std::size_t limit = kLargestRead);
 
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
-/// flush of the directory. A present regular file's mode, owner and extended attributes are kept; a new one
-/// is made with `mode`. A link in its place is replaced, never followed. On failure the old file stands whole
-/// (the new one when nothing but the last flush failed) and nothing else is left. Pieces go one after the
+/// flush of the directory. A present regular file's mode, owner and extended attributes are kept. A link in
+/// its place is replaced, never followed. On failure the old file stands whole (the new one when nothing but
+/// the last flush failed) and nothing else is left. Refused are the names of the host (EPERM) and, where
+/// others can write in the directory, a file with a second name (`kBelongsToOthers`). Pieces go one after the
 /// other, large ones without being copied together.
-Result Write(const String& path, const String& text, const Encoding& encoding = Utf8Encoding());
-Result WriteBytes(const String& path, std::string_view bytes, unsigned mode = 0644);
-Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode = 0644);
+enum class Attributes { Kept, New };
+struct WriteAs {
+    unsigned mode = 0644;                      // of a new file
+    Attributes attributes = Attributes::Kept;  // New: those of a new file, whoever had the old one
+    HostDirectory hostDirectory = HostDirectory::Refused;  // Meant: a file directly in /etc or its like
+};
+Result Write(const String& path, const String& text, const WriteAs& as = {});
+Result WriteBytes(const String& path, std::string_view bytes, const WriteAs& as = {});
+Result WritePieces(const String& path, std::span<const std::string_view> pieces, const WriteAs& as = {});
 
 /// Writes an executable script in the same way; it has mode 0755 even if it replaces a file of another mode.
 Result WriteScript(const String& path, const String& text);
 
-/// Removes a file or link; not a directory, nor a name that the file-system standard gives the host.
-Result Remove(const String& path);
+/// Removes a file or link; not a directory. Refused (EPERM) are the names of the host, and devices and links
+/// in its directories; `HostDirectory::Meant` leaves nothing of that but the names of the standard.
+Result Remove(const String& path, HostDirectory hostDirectory = HostDirectory::Refused);
 
 /// Removes what the path names: a file or link, or a directory as a tree. What something is mounted on stays
-/// as it is (EBUSY), and so do the names of the host (EPERM).
-Result RemoveAny(const String& path);
+/// as it is (EBUSY), and so does what `Remove` refuses (EPERM).
+Result RemoveAny(const String& path, HostDirectory hostDirectory = HostDirectory::Refused);
+
+/// Success for a path that `Remove` would not refuse; EPERM for one of the host's. What does not exist cannot
+/// be judged (ENOENT).
+Result CheckRemovable(const String& path);
 
 /// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
 /// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
-/// the pattern has it. Wildcards in one of the host's own directories are not expanded unless `hostDirectory`
-/// says that it is meant. An empty pattern names nothing; the result is the gravest failure.
-enum class HostDirectory { Refused, Meant };
+/// the pattern has it. Wildcards in one of the host's own directories are not expanded unless it is meant. An
+/// empty pattern names nothing; the result is the gravest failure.
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
 
-/// Renames, replacing an existing target; to another file system by copy, flush and rename there.
+/// Renames, replacing an existing target; to another file system by copy, flush and rename there. Neither
+/// name may be one of the host's (EPERM).
 Result Rename(const String& from, const String& to);
 
-/// Copies a regular file with its mode (and owner, where allowed), replacing an existing target in one step.
+/// Copies a regular file with its mode (and owner, where allowed), replacing an existing target in one step;
+/// refused as by `Write`.
 Result Copy(const String& from, const String& to);
 
 /// Makes `link` a symbolic link to `target`. An existing file or link of that name is replaced in one step,
-/// or kept (EEXIST).
+/// or kept (EEXIST). No name of the host is replaced (EPERM).
 enum class IfPresent { Keep, Replace };
 Result SymLink(const String& target, const String& link, IfPresent ifPresent = IfPresent::Replace);
 
 /// Where a symbolic link leads, as it stands in the link; EINVAL for anything else.
 Expected<String> ReadLink(const String& link);
 
-/// Both work on the file itself: a symbolic link is refused (ELOOP).
+/// Both work on the file itself: a symbolic link is refused (ELOOP), and a file with a second name where
+/// others can write (`kBelongsToOthers`).
 Result Chmod(const String& path, unsigned mode);
 Result Chowngrp(const String& path, unsigned user, unsigned group);
 

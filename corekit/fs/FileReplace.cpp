@@ -20,10 +20,12 @@ namespace {
 
 /// A new file gets the mode that is asked for; one in the place of a regular file takes over mode, owner and
 /// extended attributes.
-Result SetUpAttributes(int fd, const EntryRef& target, unsigned mode) {
+Result SetUpAttributes(int fd, const EntryRef& target, const WriteAs& as) {
     const auto present = StatOf(target.directory, target.name);
     if (!present && present != Result(ENOENT)) return present.error();
-    if (!present || !S_ISREG(present->st_mode)) return Outcome(fchmod(fd, mode));
+    if (!present || !S_ISREG(present->st_mode)) return Outcome(fchmod(fd, as.mode));
+    if (const Result only = CheckOnlyName(target.directory, *present); !only) return only;
+    if (as.attributes == Attributes::New) return Outcome(fchmod(fd, as.mode));
     const Result taken = TakeOwnerAndMode(fd, *present, IfRefused::Fail);
     // The attributes come last: a change of owner takes some of them away.
     return taken ? TakeExtendedAttributes(fd, target) : taken;
@@ -62,36 +64,42 @@ Result WriteTogether(int fd, std::span<const std::string_view> pieces) {
 
 }  // namespace
 
-Result Write(const String& path, const String& text, const Encoding& encoding) {
-    return WriteBytes(path, encoding.Encode(text));
+Result Write(const String& path, const String& text, const WriteAs& as) {
+    return WriteBytes(path, text.Utf8(), as);
 }
 
-Result WriteBytes(const String& path, std::string_view bytes, unsigned mode) {
-    return WritePieces(path, {&bytes, 1}, mode);
+Result WriteBytes(const String& path, std::string_view bytes, const WriteAs& as) {
+    return WritePieces(path, {&bytes, 1}, as);
 }
 
-Result WritePieces(const String& path, std::span<const std::string_view> pieces, unsigned mode) {
+Result WritePieces(const String& path, std::span<const std::string_view> pieces, const WriteAs& as) {
     const auto place = ParentDirectory::Of(path);
     if (!place) return place.error().About(path);
+    if (const Result allowed = CheckReplaceable(place->At(), as.hostDirectory); !allowed)
+        return allowed.About(path);
     AtomicFile replacement(place->At());
     Result result = replacement.Begin();
     // Mode and owner come first: a content that others must not read is never theirs to read.
-    if (result) result = SetUpAttributes(replacement.Fd(), place->At(), mode);
+    if (result) result = SetUpAttributes(replacement.Fd(), place->At(), as);
     if (result) result = WriteTogether(replacement.Fd(), pieces);
     return (result ? replacement.Commit() : result).About(path);
 }
 
 Result WriteScript(const String& path, const String& text) {
     constexpr unsigned kMode = 0755;
-    const Result result = WriteBytes(path, text.Utf8(), kMode);
+    const Result result = WriteBytes(path, text.Utf8(), {.mode = kMode});
     return result ? Chmod(path, kMode) : result;
 }
 
 Result Copy(const String& from, const String& to) {
     const auto place = ParentDirectory::Of(to);
     if (!place) return place.error().About(to);
-    const auto source = OpenRegular(AT_FDCWD, NativePath(from), Links::Followed);
+    if (const Result allowed = CheckReplaceable(place->At()); !allowed) return allowed.About(to);
+    const auto origin = ParentDirectory::OfTarget(from);
+    if (!origin) return origin.error().About(from);
+    const auto source = OpenRegular(origin->Fd(), origin->name, Links::Refused);
     if (!source) return source.error().About(from);
+    if (const Result only = CheckOnlyName(origin->Fd(), source->info); !only) return only.About(from);
     AtomicFile replacement(place->At());
     Result result = replacement.Begin();
     if (result) result = TakeOwnerAndMode(replacement.Fd(), source->info, IfRefused::GoOn);
@@ -104,6 +112,8 @@ Result Rename(const String& from, const String& to) {
     if (!source) return source.error().About(from);
     const auto target = ParentDirectory::Of(to);
     if (!target) return target.error().About(to);
+    if (const Result allowed = CheckReplaceable(source->At()); !allowed) return allowed.About(from);
+    if (const Result allowed = CheckReplaceable(target->At()); !allowed) return allowed.About(to);
     Result result = Outcome(renameat(source->Fd(), source->name.c_str(), target->Fd(), target->name.c_str()));
     if (result.Code() == EXDEV) {
         result = MoveEntry(source->At(), target->At(), Existing::Replaced);
@@ -119,6 +129,8 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
     const std::string content = NativePath(target);
     const Result result = Outcome(symlinkat(content.c_str(), place->Fd(), place->name.c_str()));
     const bool replace = result.Code() == EEXIST && ifPresent == IfPresent::Replace;
+    if (const Result allowed = replace ? CheckReplaceable(place->At()) : Result(); !allowed)
+        return allowed.About(link);
     return (replace ? ReplaceByLink(content, place->At()) : result).About(link);
 }
 

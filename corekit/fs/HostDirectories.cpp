@@ -19,11 +19,12 @@ namespace corekit {
 /// The host's own entries of one directory.
 struct HostEntries {
     const wchar_t* directory;
-    std::span<const char* const> patterns;
+    std::span<const char* const> patterns;  // none: all of them, but for directories of `DeclareOwn`
 
-    bool Hold(const char* name) const {
-        return std::ranges::any_of(patterns,
-                                   [&](const char* pattern) { return MatchesWildcard(pattern, name); });
+    bool Hold(const std::string& name) const {
+        if (patterns.empty()) return true;
+        return std::ranges::any_of(
+            patterns, [&](const char* pattern) { return MatchesWildcard(pattern, name.c_str()); });
     }
 };
 
@@ -40,69 +41,125 @@ constexpr std::array kHostEntries = {
     HostEntries{L"/var", kOfVar}, HostEntries{L"/etc", kOfEtc},
 };
 
+/// Packages and users have what lies in these; so may the one package that calls it its own.
+constexpr std::array kSharedEntries = {
+    HostEntries{L"/etc", {}},       HostEntries{L"/home", {}},        HostEntries{L"/usr/lib", {}},
+    HostEntries{L"/usr/lib64", {}}, HostEntries{L"/usr/libexec", {}}, HostEntries{L"/usr/share", {}},
+};
+
+std::vector<String> ownDirectories;
+
+/// True for a directory of `DeclareOwn`, and for one above it.
+bool IsOwn(const String& path) {
+    return std::ranges::any_of(ownDirectories, [&](const String& own) { return Path::IsWithin(own, path); });
+}
+
 bool IsListed(const String& resolved) {
     if (resolved == L"/") return true;
     const std::string name = Path::GetFileName(resolved).Utf8();
+    const String directory = Path::GetDirectory(resolved);
     const auto holds = [&](const HostEntries& entries) {
-        return Path::GetDirectory(resolved) == entries.directory && entries.Hold(name.c_str());
+        return directory == entries.directory && entries.Hold(name);
     };
     return std::ranges::any_of(kHostEntries, holds);
 }
 
-bool IsSame(const struct stat& one, const struct stat& other) {
-    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
-}
-
-/// Refuses the directory when the path leads to it, and when it might.
-Result RefuseTargetOf(const String& path, const struct stat& directory) {
+/// EPERM when the path leads to the directory; why when that cannot be told.
+Result CheckIsNot(const String& path, const struct stat& directory) {
     struct stat info {};
     const Result found = Outcome(stat(NativePath(path).c_str(), &info));
-    if (found) return IsSame(info, directory) ? Result(EPERM) : Result();
+    if (found) return IsSameFile(info, directory) ? Result(EPERM) : Result();
     return IsTransient(found) ? found : Result();
 }
 
-/// Refuses the directory when one of these entries leads there, over whichever links and mounts.
-Result RefuseTargetOf(const HostEntries& entries, const struct stat& directory) {
+/// EPERM when one of these entries leads to the directory, over whichever links and mounts.
+Result CheckIsNoneOf(const HostEntries& entries, const struct stat& directory) {
     Result result;
     const Result read = Dir::Scan(entries.directory, String(), [&](const FileInfo& entry) {
-        if (entries.Hold(entry.name.Utf8().c_str())) result = RefuseTargetOf(entry.path, directory);
+        if (entries.Hold(entry.name.Utf8())) result = CheckIsNot(entry.path, directory);
         return result.Ok();
     });
     return result && IsTransient(read) ? read : result;
 }
 
-}  // namespace
-
-Result RefuseHostDirectory(const String& path) {
-    if (IsListed(Path::Resolve(path))) return Result(EPERM);
-    const auto directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
-    if (directory) return RefuseHostDirectory(*directory);
-    return IsTransient(directory.error()) ? directory.error() : Result();
-}
-
-Result RefuseHostDirectory(const Descriptor& directory) {
-    const auto info = StatOf(directory.Get());
-    if (!info) return info.error();
-    Result result = RefuseTargetOf(L"/", *info);
+Result CheckIsNotTheStandards(const struct stat& directory) {
+    Result result = CheckIsNot(L"/", directory);
     for (const HostEntries& entries : kHostEntries) {
-        if (result) result = RefuseTargetOf(entries, *info);
+        if (result) result = CheckIsNoneOf(entries, directory);
     }
     return result;
 }
 
-HostNames::HostNames(int directory) {
+/// EPERM when the directory lies in one whose entries are the host's, and is no own one.
+Result CheckIsNotShared(const Descriptor& directory) {
+    const auto above = OpenAt(directory.Get(), "..", O_PATH | O_DIRECTORY);
+    if (!above) return above.error();
+    const auto info = StatOf(above->Get());
+    if (!info) return info.error();
+    for (const HostEntries& entries : kSharedEntries) {
+        const Result elsewhere = CheckIsNot(entries.directory, *info);
+        if (elsewhere) continue;
+        const String self = String::FromUtf8("/proc/self/fd/" + std::to_string(directory.Get()));
+        return elsewhere.Code() == EPERM && IsOwn(self) ? Result() : elsewhere;
+    }
+    return Result();
+}
+
+/// Looks at a directory that may be missing.
+template <typename Check>
+Result CheckDirectory(const String& path, Check&& check) {
+    if (IsListed(Path::Resolve(path))) return Result(EPERM);
+    const auto directory = OpenAt(AT_FDCWD, NativePath(path), O_PATH | O_DIRECTORY);
+    if (directory) return check(*directory);
+    return IsTransient(directory.error()) ? directory.error() : Result();
+}
+
+}  // namespace
+
+Result CheckRemovable(const String& directory) {
+    return CheckDirectory(directory, [](const Descriptor& open) { return CheckRemovable(open); });
+}
+
+Result CheckRemovable(const Descriptor& directory) {
+    const auto info = StatOf(directory.Get());
+    if (!info) return info.error();
+    const Result allowed = CheckIsNotTheStandards(*info);
+    return allowed ? CheckIsNotShared(directory) : allowed;
+}
+
+Result CheckInstallable(const String& directory) {
+    return CheckDirectory(directory, [](const Descriptor& open) {
+        const auto info = StatOf(open.Get());
+        return info ? CheckIsNotTheStandards(*info) : info.error();
+    });
+}
+
+void DeclareOwn(const String& directory) {
+    if (!directory.IsEmpty()) ownDirectories.push_back(directory);
+}
+
+void ForgetOwn() {
+    ownDirectories.clear();
+}
+
+HostNames::HostNames(int directory, HostDirectory hostDirectory) {
     const auto info = StatOf(directory);
     m_known = info.Outcome();
     if (!info) return;
-    for (const HostEntries& entries : kHostEntries) {
-        const Result result = RefuseTargetOf(entries.directory, *info);
-        if (result.Code() == EPERM) m_entries.push_back(&entries);
-        if (IsTransient(result)) m_known = result;
-    }
+    const auto add = [&](const HostEntries& entries) {
+        const Result elsewhere = CheckIsNot(entries.directory, *info);
+        if (elsewhere.Code() == EPERM) m_entries.push_back(&entries);
+        if (IsTransient(elsewhere)) m_known = elsewhere;
+    };
+    std::ranges::for_each(kHostEntries, add);
+    if (hostDirectory == HostDirectory::Refused) std::ranges::for_each(kSharedEntries, add);
 }
 
-Result HostNames::Refuse(const char* name) const {
-    const auto hold = [&](const HostEntries* entries) { return entries->Hold(name); };
+Result HostNames::Check(const char* name) const {
+    const auto hold = [&](const HostEntries* entries) {
+        if (!entries->Hold(name)) return false;
+        return !entries->patterns.empty() || !IsOwn(Path::Join(entries->directory, String::FromUtf8(name)));
+    };
     return std::ranges::any_of(m_entries, hold) ? Result(EPERM) : m_known;
 }
 

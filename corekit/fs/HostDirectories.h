@@ -1,4 +1,5 @@
-// The directories that the file-system standard gives the host: no clean-up may remove, empty or move them.
+// The directories and names that belong to the host: nothing that a configuration names by mistake removes,
+// empties, moves or replaces them.
 #pragma once
 
 #include <vector>
@@ -9,29 +10,41 @@
 
 namespace corekit {
 
-/// Refuses (EPERM) "/" and the directories of the host itself (/usr, /etc, /var/lib, /etc/init.d ...),
-/// however the path is spelled or whichever links and mounts lead there. Where the system does not tell which
-/// directory it is, the result is why. What does not exist is not refused.
-Result RefuseHostDirectory(const String& path);
+/// Success for a directory that may be removed, emptied or moved. EPERM for "/" and for the directories of
+/// the host itself: those that the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...), and
+/// what lies directly in /etc, /home, /usr/lib, /usr/lib64, /usr/libexec or /usr/share, unless it is, or
+/// holds, a directory of `DeclareOwn`. It does not matter how the path is spelled or which links and mounts
+/// lead there. Where the system does not tell which directory it is, the result is why. What does not exist
+/// is no directory of the host.
+Result CheckRemovable(const String& directory);
 
 /// The same for a directory that is open, and that nobody can change for another one meanwhile.
-Result RefuseHostDirectory(const Descriptor& directory);
+Result CheckRemovable(const Descriptor& directory);
 
-/// Is it refused, for either reason?
-template <typename Directory>
-bool IsHostDirectory(const Directory& directory) {
-    return !RefuseHostDirectory(directory);
-}
+/// Success for a directory that somebody may install to: EPERM for those that the standard names.
+Result CheckInstallable(const String& directory);
+
+/// From now on this directory is the caller's own, even where it lies directly in a directory of the host.
+void DeclareOwn(const String& directory);
+
+/// Forgets all directories of `DeclareOwn`.
+void ForgetOwn();
+
+/// Whether an operation that the host's directories are closed to is meant for one of them: true of the few
+/// whose names the program itself fixes, never of what a file or the environment names.
+enum class HostDirectory { Refused, Meant };
 
 struct HostEntries;
 
-/// Their names in one open directory, whatever stands there (on many hosts /lib is a link). Most have none.
+/// The names that belong to the host in one open directory, whatever stands there (on many hosts /lib is a
+/// link). Most directories have none.
 class HostNames {
   public:
-    explicit HostNames(int directory);
+    HostNames(int directory, HostDirectory hostDirectory);
 
-    /// EPERM for one of them; for every name why the system did not tell which directory it is.
-    Result Refuse(const char* name) const;
+    /// Success for a name that may be written, renamed or removed, EPERM for one of the host's; for every
+    /// name the reason why the system did not tell which directory it is.
+    Result Check(const char* name) const;
 
   private:
     Result m_known;
@@ -39,8 +52,8 @@ class HostNames {
 };
 
 /// The same for a single name.
-inline Result RefuseHostName(const EntryRef& entry) {
-    return HostNames(entry.directory).Refuse(entry.name.c_str());
+inline Result CheckReplaceable(const EntryRef& entry, HostDirectory hostDirectory = HostDirectory::Refused) {
+    return HostNames(entry.directory, hostDirectory).Check(entry.name.c_str());
 }
 
 }  // namespace corekit

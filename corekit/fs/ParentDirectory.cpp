@@ -1,23 +1,180 @@
-// Splits a path into an open directory and a name.
+// Walks paths component by component.
 #include "corekit/fs/ParentDirectory.h"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <fcntl.h>
+#include <linux/openat2.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <utility>
 
 #include "corekit/os/SystemCall.h"
 
 namespace corekit {
 
+namespace {
+
+constexpr int kMostLinks = 40;  // as many as the kernel follows
+
+/// Root, as far as this process can tell: in a user namespace the host's root has another number, but still
+/// owns "/".
+bool IsRoots(uid_t user) {
+    if (user == 0 || user == geteuid()) return true;
+    struct stat root {};
+    return stat("/", &root) == 0 && user == root.st_uid;
+}
+
+bool IsRootsAlone(const struct stat& directory) {
+    const bool isGroups =
+        (directory.st_mode & S_IWGRP) != 0 && directory.st_gid != 0 && directory.st_gid != getegid();
+    return IsRoots(directory.st_uid) && !isGroups && (directory.st_mode & S_IWOTH) == 0;
+}
+
+/// A way over open directories, and its text for whoever has to be told where it ends.
+class Walk {
+  public:
+    /// An absolute path begins at the root wherever the walk has been.
+    Result Along(const std::string& path) {
+        if (path.starts_with('/') || !m_place) {
+            auto start = OpenAt(AT_FDCWD, path.starts_with('/') ? "/" : ".", O_PATH | O_DIRECTORY);
+            if (!start) return start.error();
+            m_place = std::move(*start);
+            m_text.assign(path.starts_with('/') ? 0 : 1, '.');
+        }
+        for (std::size_t at = 0; at < path.size();) {
+            const std::size_t end = std::min(path.find('/', at), path.size());
+            if (const Result entered = Enter(path.substr(at, end - at)); !entered) return entered;
+            at = end + 1;
+        }
+        return Result();
+    }
+
+    /// Where a link leads that may be followed; ENOTDIR when the name is no link.
+    Expected<std::string> TargetOf(const std::string& name) {
+        const auto link = StatOf(m_place.Get(), name);
+        if (!link) return link.error();
+        if (!S_ISLNK(link->st_mode)) return Result(ENOTDIR);
+        const auto holder = StatOf(m_place.Get());
+        if (!holder) return holder.error();
+        const std::string text = m_text.empty() ? "/" : m_text;
+        if (!IsRootsAlone(*holder)) return Result(kBelongsToOthers).About(String::FromUtf8(text));
+        if (!IsRoots(link->st_uid))
+            return Result(kBelongsToOthers).About(String::FromUtf8(m_text + "/" + name));
+        if (++m_links > kMostLinks) return Result(ELOOP);
+        return ReadLink(m_place.Get(), name);
+    }
+
+    /// The directory that was reached, open for reading.
+    Expected<Descriptor> Open() const { return OpenDirectoryItself(m_place.Get(), "."); }
+
+  private:
+    Result Enter(const std::string& name) {
+        if (name.empty() || name == ".") return Result();
+        auto next = OpenAt(m_place.Get(), name, O_PATH | O_DIRECTORY | O_NOFOLLOW);
+        if (next) {
+            m_place = std::move(*next);
+            m_text = name == ".." ? m_text.substr(0, m_text.rfind('/')) : m_text + "/" + name;
+            return Result();
+        }
+        if (next != Result(ENOTDIR)) return next.error();
+        const auto target = TargetOf(name);
+        return target ? Along(*target) : target.error();
+    }
+
+    Descriptor m_place;
+    std::string m_text;  // "" is the root
+    int m_links = 0;
+};
+
+/// Most paths hold no link at all, and then one call is the whole walk.
+Expected<Descriptor> OpenWithoutLinks(const std::string& path) {
+    open_how how{};
+    how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    how.resolve = RESOLVE_NO_SYMLINKS;
+    const long fd = syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how);
+    if (fd < 0) return Result::FromErrno();
+    return Descriptor(static_cast<int>(fd));
+}
+
+/// True when a link is on the way, and where the kernel or a sandbox does not know the call.
+bool NeedsWalk(const Result& opened) {
+    constexpr std::array kUnanswered = {ELOOP, ENOSYS, EPERM, EAGAIN};
+    return std::ranges::find(kUnanswered, opened.Code()) != kUnanswered.end();
+}
+
+struct Split {
+    std::string directory;  // "." or with a "/" at its end
+    std::string name;       // empty or "." or "..": the path names no entry
+};
+
+Split SplitPath(std::string path) {
+    path.erase(path.find_last_not_of('/') + 1);
+    const std::size_t nameStart = path.rfind('/') + 1;  // 0 without any "/"
+    return {nameStart == 0 ? "." : path.substr(0, nameStart), path.substr(nameStart)};
+}
+
+bool NamesEntry(const std::string& name) {
+    return !name.empty() && name != "." && name != "..";
+}
+
+}  // namespace
+
 Expected<ParentDirectory> ParentDirectory::Of(const String& path) {
-    std::string bytes = NativePath(path);
+    const std::string bytes = NativePath(path);
     if (bytes.empty()) return Result(ENOENT);
-    bytes.erase(bytes.find_last_not_of('/') + 1);
-    const std::size_t nameStart = bytes.rfind('/') + 1;  // 0 without any "/"
-    const std::string name = bytes.substr(nameStart);
-    if (name.empty() || name == "." || name == "..") return Result(EISDIR);
-    auto directory = OpenDirectory(nameStart == 0 ? "." : bytes.substr(0, nameStart));
+    const Split split = SplitPath(bytes);
+    if (!NamesEntry(split.name)) return Result(EISDIR);
+    auto directory = OpenDirectory(split.directory);
     if (!directory) return directory.error();
-    return ParentDirectory{std::move(*directory), name};
+    return ParentDirectory{std::move(*directory), split.name};
+}
+
+Expected<ParentDirectory> ParentDirectory::OfTarget(const String& path) {
+    auto place = Of(path);
+    if (place) {
+        const auto info = StatOf(place->Fd(), place->name);
+        if (!info && info != Result(ENOENT)) return info.error();
+        if (!info || !S_ISLNK(info->st_mode)) return place;
+    } else if (place != Result(EISDIR)) {
+        return place;
+    }
+    Walk walk;
+    for (std::string rest = NativePath(path);;) {
+        const Split split = SplitPath(rest);
+        const bool namesEntry = NamesEntry(split.name);
+        if (const Result walked = walk.Along(namesEntry ? split.directory : rest); !walked) return walked;
+        const auto target = namesEntry ? walk.TargetOf(split.name) : Result(ENOTDIR);
+        if (!target) {
+            const bool isEnd = target == Result(ENOTDIR) || target == Result(ENOENT);
+            if (!isEnd) return target.error();
+            auto directory = walk.Open();
+            if (!directory) return directory.error();
+            return ParentDirectory{std::move(*directory), namesEntry ? split.name : "."};
+        }
+        rest = *target;
+    }
+}
+
+Expected<Descriptor> OpenDirectory(const String& path) {
+    return OpenDirectory(NativePath(path));
+}
+
+Expected<Descriptor> OpenDirectory(const std::string& path) {
+    if (path.empty()) return Result(ENOENT);
+    auto directory = OpenWithoutLinks(path);
+    if (directory || !NeedsWalk(directory.error())) return directory;
+    Walk walk;
+    if (const Result walked = walk.Along(path); !walked) return walked;
+    return walk.Open();
+}
+
+Result CheckOnlyName(int directory, const struct stat& file) {
+    if (S_ISDIR(file.st_mode) || file.st_nlink == 1) return Result();
+    const auto holder = StatOf(directory);
+    if (!holder) return holder.error();
+    return IsRootsAlone(*holder) ? Result() : Result(kBelongsToOthers);
 }
 
 }  // namespace corekit

@@ -1,7 +1,9 @@
-// Where a path points: the open directory that holds the last component, and its name.
+// The one way to a file: paths are walked from the root by open directories, through no link that others
+// could have put there.
 #pragma once
 
 #include <string>
+#include <sys/stat.h>
 
 #include "corekit/os/Descriptor.h"
 #include "corekit/os/Result.h"
@@ -15,19 +17,39 @@ struct EntryRef {
     std::string name;
 };
 
-/// A name in a directory of its own. Links on the way to the directory are followed; what the name stands for
-/// is not looked at.
+/// Where a path points: the open directory that holds the last component, and its name.
+///
+/// A symbolic link on the way is followed only where the link and the directory that holds it belong to root
+/// and nobody else can write there. At any other link the walk ends with `kBelongsToOthers` about the link or
+/// its directory. Root is also whoever runs this process, and whoever owns "/".
 struct ParentDirectory {
     Descriptor directory;
     std::string name;
 
-    /// The place of a path; a "/" at its end does not count. Fails when the directory cannot be opened, and
-    /// for paths that name no entry of one: empty (ENOENT), or the root or one that ends in "." or ".."
-    /// (EISDIR).
+    /// The place that a path names; the last name itself is not looked at, and a "/" at its end does not
+    /// count. Fails when the directory cannot be opened, and for paths that name no entry of one: empty
+    /// (ENOENT), or the root or one that ends in "." or ".." (EISDIR).
     static Expected<ParentDirectory> Of(const String& path);
+
+    /// The place that a path leads to: links in the place of the last name are followed as well, whether
+    /// anything is there or not. The name of a directory that is no entry is ".".
+    static Expected<ParentDirectory> OfTarget(const String& path);
 
     int Fd() const { return directory.Get(); }
     EntryRef At() const { return {Fd(), name}; }
 };
+
+/// Opens the directory that a path leads to for reading, over links that may be followed.
+Expected<Descriptor> OpenDirectory(const String& path);
+Expected<Descriptor> OpenDirectory(const std::string& path);
+
+/// Success when no one but root can have put a second name of a file there: the file has no other name, or
+/// nobody else can write in the directory. `kBelongsToOthers` otherwise.
+Result CheckOnlyName(int directory, const struct stat& file);
+
+/// True for one file or directory, whichever names led there.
+inline bool IsSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
 
 }  // namespace corekit

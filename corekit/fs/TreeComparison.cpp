@@ -1,12 +1,9 @@
 // Compares files and links by their content, directories entry by entry.
 #include "corekit/fs/TreeComparison.h"
 
-#include <array>
-#include <climits>
 #include <span>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
@@ -41,15 +38,10 @@ bool HaveSameContent(const EntryRef& copy, const EntryRef& original) {
     }
 }
 
-std::string Target(const EntryRef& link) {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length = readlinkat(link.directory, link.name.c_str(), target.data(), target.size());
-    return length < 0 ? std::string() : std::string(target.data(), static_cast<std::size_t>(length));
-}
-
 bool HaveSameTarget(const EntryRef& copy, const EntryRef& original) {
-    const std::string target = Target(original);
-    return !target.empty() && target == Target(copy);
+    const auto one = ReadLink(copy.directory, copy.name);
+    const auto other = ReadLink(original.directory, original.name);
+    return one && other && *one == *other;
 }
 
 bool HoldsAll(const EntryRef& copy, const EntryRef& original) {

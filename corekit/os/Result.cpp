@@ -13,8 +13,8 @@ namespace {
 constexpr std::array kAbsences = {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG};
 
 /// What the next try would be told as well.
-constexpr std::array kRefusals = {EPERM,  EBUSY,  EROFS, EEXIST, ENOTEMPTY,
-                                  EISDIR, EINVAL, EFBIG, ENXIO,  ENODEV};
+constexpr std::array kRefusals = {EPERM,  EBUSY, EROFS, EEXIST, ENOTEMPTY,       EISDIR,
+                                  EINVAL, EFBIG, ENXIO, ENODEV, kBelongsToOthers};
 
 }  // namespace
 
@@ -42,6 +42,8 @@ Result Worse(const Result& first, const Result& second) {
 }
 
 String GetErrorMsg(const Result& result) {
+    if (result.Code() == kBelongsToOthers)
+        return (result.Path().IsEmpty() ? String(L"it") : result.Path()) + L" belongs to another user";
     return String::FromUtf8(std::strerror(result.Code()));
 }
 

@@ -2,6 +2,7 @@
 // that it is about.
 #pragma once
 
+#include <cerrno>
 #include <concepts>
 #include <tl/expected.hpp>
 #include <utility>
@@ -9,6 +10,10 @@
 #include "corekit/text/String.h"
 
 namespace corekit {
+
+/// The errno value of a path that is not followed or not used because others could have put it there, and
+/// the system's own in no call that this program makes.
+inline constexpr int kBelongsToOthers = ENOLINK;
 
 /// Success, or an errno value, with the path that the failure concerns as soon as somebody knows it. A result
 /// that is not looked at is a compile-time warning; one that does not matter is given to `Forgive`.
@@ -79,7 +84,8 @@ template <typename T>
 void Forgive(const Expected<T>&) {}
 constexpr void Forgive(std::same_as<bool> auto) {}
 
-/// The system's text for a failure, such as "No such file or directory".
+/// The system's text for a failure, such as "No such file or directory"; "<path> belongs to another user" for
+/// `kBelongsToOthers`, with the path of the component that does.
 String GetErrorMsg(const Result& result);
 
 }  // namespace corekit

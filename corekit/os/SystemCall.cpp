@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <fcntl.h>
 #include <unistd.h>
 #include <utility>
@@ -35,10 +36,6 @@ Expected<Descriptor> OpenAt(int directory, const std::string& name, int flags, u
     return Descriptor(fd);
 }
 
-Expected<Descriptor> OpenDirectory(const std::string& path) {
-    return OpenAt(AT_FDCWD, path, O_RDONLY | O_DIRECTORY);
-}
-
 Expected<Descriptor> OpenDirectoryItself(int parent, const std::string& name) {
     return OpenAt(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
@@ -53,6 +50,13 @@ Expected<struct stat> StatOf(int directory, const std::string& name) {
     struct stat info {};
     if (fstatat(directory, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) != 0) return Result::FromErrno();
     return info;
+}
+
+Expected<std::string> ReadLink(int directory, const std::string& name) {
+    std::array<char, PATH_MAX> target;
+    const ssize_t length = readlinkat(directory, name.c_str(), target.data(), target.size());
+    if (length < 0) return Result::FromErrno();
+    return std::string(target.data(), static_cast<std::size_t>(length));
 }
 
 Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links links) {

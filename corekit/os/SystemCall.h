@@ -31,13 +31,15 @@ std::string NativePath(const String& path);
 /// openat(2), closed when a program is executed.
 Expected<Descriptor> OpenAt(int directory, const std::string& name, int flags, unsigned mode = 0);
 
-/// Opens a directory for reading; OpenDirectoryItself refuses a symbolic link (ENOTDIR).
-Expected<Descriptor> OpenDirectory(const std::string& path);
+/// Opens a directory for reading; a symbolic link is refused (ENOTDIR).
 Expected<Descriptor> OpenDirectoryItself(int parent, const std::string& name);
 
 /// fstat(2) and fstatat(2); the latter of the entry itself, never of what a link leads to.
 Expected<struct stat> StatOf(int fd);
 Expected<struct stat> StatOf(int directory, const std::string& name);
+
+/// Where a symbolic link leads.
+Expected<std::string> ReadLink(int directory, const std::string& name);
 
 /// A file that is open, and what fstat(2) told of it then.
 struct OpenFile {

@@ -104,7 +104,7 @@ files_made() {
     note_made_files
     # Only while a run lasts.
     sources | xargs sed -n 's,.*kTemplate = L"\(/tmp/[^"]*\)".*,\1,p' >>"$desk/made"
-    echo /run/lock/qdn-configure.lock >>"$desk/made"
+    echo /run/qdn-configure.lock >>"$desk/made"
 }
 
 # A tool of the host's makes its own directories.

@@ -14,11 +14,11 @@ TIMED = ("ioctl", "poll", "read", "rt_sigprocmask", "wait4", "waitid")
 # kernel gives it, but a file system in user space might.
 INTERRUPTED = ("dup2", "dup3", "fcntl", "flock", "fsync", "getrandom", "openat", "poll", "read", "wait4", "waitid",
                "write")
-OURS = ("/opt/", "/tmp/", "/var/tmp/", "/run/lock/")  # the rest is the host's
+OURS = ("/opt/", "/tmp/", "/var/tmp/", "/run/qdn-configure.lock")  # the rest is the host's
 AGENTS = re.compile(r"/qdn-[\w.-]+$|zorvane(\.service)?$")
 SERVICE = "/etc/init.d/zorvane"  # what a link of a run level may also lead to
 HALF_MADE = re.compile(r"/\.[^/]+\.unfinished(/|$)|/\.qdn-configure\.\w{6}(/|$)|^/tmp/\.{1,2}zorvane-agent-installer\.|"
-                       r"^/run/lock/qdn-configure\.lock$")
+                       r"^/run/qdn-configure\.lock$")
 DATA = re.compile(r"/var/(queue|tasks|packages|swd)/")
 # What a run that has not come to its end leaves for the next one.
 MARKS = re.compile(r"/etc/\.(unfinished|unmoved|moved)$")

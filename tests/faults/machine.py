@@ -12,7 +12,7 @@ import traceback
 
 LARGE_TREES = ("/etc", "/usr", "/var")
 SMALL = ("/opt", "/tmp", "/var/tmp")
-EMPTY = ("/run/lock",)
+RUN = "/run"
 POINT = "/run/faults/point"
 SECONDS = 60  # that a point may take
 
@@ -22,6 +22,7 @@ LARGE = 256 * 1024  # the content of a file beyond that is told by size and time
 libc = ctypes.CDLL(None, use_errno=True)
 CLONE_NEWNS = 0x00020000
 MS_BIND = 0x1000
+MS_REC = 0x4000
 PR_SET_CHILD_SUBREAPER = 36
 
 
@@ -36,7 +37,7 @@ def mount(kind, target, options=""):
 
 
 def bind(source, target):
-    check(libc.mount(source.encode(), target.encode(), None, MS_BIND, None))
+    check(libc.mount(source.encode(), target.encode(), None, MS_BIND | MS_REC, None))
 
 
 def is_everyone_mapped():
@@ -49,6 +50,25 @@ def enter_namespace():
     mount("tmpfs", POINT)
 
 
+def cover(tree, lower):
+    """Puts a copy over a directory, of which `lower` is an open descriptor; what changes goes below POINT."""
+    upper, work = (f"{POINT}/{kind}/{tree.replace('/', '-')}" for kind in ("changes", "work"))
+    os.makedirs(upper)
+    os.makedirs(work)
+    shutil.copymode(tree, upper)
+    options = f"lowerdir=/proc/self/fd/{lower},upperdir={upper},workdir={work}"
+    mount("overlay", tree, options + ("" if is_everyone_mapped() else ",userxattr"))
+
+
+def cover_run():
+    """Puts a copy over /run, where the lock of a run is; POINT, which lies there, stays what it is."""
+    point, lower = (os.open(path, os.O_PATH | os.O_DIRECTORY) for path in (POINT, RUN))
+    cover(RUN, lower)
+    bind(f"/proc/self/fd/{point}", POINT)
+    os.close(point)
+    os.close(lower)
+
+
 def enter_copy():
     """Puts this process on a copy of its own, which goes with it."""
     here = os.getcwd()
@@ -57,16 +77,10 @@ def enter_copy():
     # Held open: /var, once it is covered, would cover /var/tmp.
     lower = {tree: os.open(tree, os.O_PATH | os.O_DIRECTORY) for tree in trees}
     for tree in trees:
-        upper, work = (f"{POINT}/{kind}/{tree.replace('/', '-')}" for kind in ("changes", "work"))
-        os.makedirs(upper)
-        os.makedirs(work)
-        shutil.copymode(tree, upper)
-        options = f"lowerdir=/proc/self/fd/{lower[tree]},upperdir={upper},workdir={work}"
-        mount("overlay", tree, options + ("" if is_everyone_mapped() else ",userxattr"))
+        cover(tree, lower[tree])
     for descriptor in lower.values():
         os.close(descriptor)
-    for directory in EMPTY:
-        mount("tmpfs", directory, "mode=1777")
+    cover_run()
     os.chdir(here)
 
 
@@ -133,8 +147,8 @@ def paths_below(top):
 
 def tree():
     """What stands on this copy, by path; of the large trees only what may have changed."""
-    paths = {path for directory in SMALL + EMPTY for path in paths_below(directory)}
-    for overlaid in LARGE_TREES:
+    paths = {path for directory in SMALL for path in paths_below(directory)}
+    for overlaid in LARGE_TREES + (RUN,):
         upper = f"{POINT}/changes/{overlaid.replace('/', '-')}"
         paths.update(overlaid + path[len(upper):] for path in paths_below(upper))
     return {path: look_at(path) for path in paths}
@@ -153,7 +167,7 @@ def before(path):
 
 def value_in(seen, path):
     """What a tree has at a path; of the large ones it tells only of what may have changed."""
-    if path in seen or path.startswith(SMALL + EMPTY):
+    if path in seen or path.startswith(SMALL):
         return seen.get(path)
     return before(path)
 

@@ -95,8 +95,7 @@ def attach(images):
             machine.bind(on_disk(name, tree), tree)
     upper, work = (f"{machine.POINT}/system/{directory}" for directory in ("programs", "work"))
     machine.mount("overlay", PROGRAMS, f"lowerdir={PROGRAMS},upperdir={upper},workdir={work}")
-    for directory in machine.EMPTY:
-        machine.mount("tmpfs", directory, "mode=1777")
+    machine.cover_run()
     with contextlib.suppress(FileNotFoundError):  # the project may be below /tmp
         os.chdir(here)
 

@@ -250,7 +250,7 @@ given_a_reinstall() {
     chmod 0666 /tmp/ksclt/.reinstall-client.conf
     clean
     expect_status 0
-    expect_errors <<<"WARNING! /tmp/ksclt/.reinstall-client.conf is not used: other users can write to it."
+    expect_errors <<<"WARNING! /tmp/ksclt/.reinstall-client.conf is not used: /tmp/ksclt belongs to another user."
     expect_60SP2_gone
 }
 

@@ -215,9 +215,8 @@ END
 @test "while another run holds the lock, a run that changes things is refused" {
     given_the_package
     given_plain_xml
-    mkdir -p /run/lock
-    (umask 077 && touch /run/lock/qdn-configure.lock)
-    exec 7>/run/lock/qdn-configure.lock
+    (umask 077 && touch /run/qdn-configure.lock)
+    exec 7>/run/qdn-configure.lock
     flock 7
     for arguments in "-configure -noimode" "-iconfigure" "-clean $agent"; do
         # shellcheck disable=SC2086 # several arguments

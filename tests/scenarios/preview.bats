@@ -136,7 +136,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     expect_field 'd["refused"]' '"The Zorvane Agent for UNIX and Linux is already running. Stop the agent before running qdn-configure."'
     expect_field 'd["changed"]' true
 
-    flock /run/lock/qdn-configure.lock sleep 600 &
+    flock /run/qdn-configure.lock sleep 600 &
     local holder=$!
     until grep -q 'FLOCK.*WRITE' /proc/locks; do sleep 0.01; done
     qdn_configure -preview -json -configure -noimode

@@ -147,7 +147,7 @@ expect_no_changes() { expect_changes </dev/null; }
 list_files() {
     { find /etc /opt /tmp /run /var /usr/bin /usr/sbin /usr/local \
         \( -path "$project" -o -path "$desk" -o -path /run/private-machine -o -path /run/lock \
-        -o -path /var/cache -o -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o \
+        -o -path /run/qdn-configure.lock -o -path /var/cache -o -path /var/lib/apt -o -path /var/lib/dpkg \) -prune -o \
         \( -type d -o -type l \) -printf '%p\t%M\t%l\t%U:%G\0' -o \
         -printf '%p\t%M\t%l\t%U:%G %s %T@ %i\0' 2>/dev/null ||
         true; } | tr '\n\0' '?\n' | LC_ALL=C sort # an ordinary user may not look everywhere

@@ -386,7 +386,8 @@ END
     QDN_INSTALL_AUTOSTART=no QDN_INSTALL_KSNAME=good.example qdn_configure -configure -noimode -dir "$agent"
     expect_status 0
     expect_errors <<END
-WARNING! /tmp/ksclt/.migrate-client.conf is not used: other users can write to it.
+WARNING! /tmp/ksclt/.migrate-client.conf is not used: /tmp/ksclt belongs to another user.
+WARNING! /tmp/ksclt is not used: /tmp/ksclt belongs to another user.
 END
     expect_value "Kell Servers" server-1 good.example
 }

@@ -18,10 +18,10 @@ namespace testsupport {
 /// The calls that work on files, but for those that take a name away: where these fail, too, what should go
 /// stays.
 inline const std::vector<int> kFileCallsButUnlink = {
-    SYS_openat,     SYS_newfstatat, SYS_fstat,   SYS_read,     SYS_write,     SYS_lseek,  SYS_getdents64,
-    SYS_readlinkat, SYS_readlink,   SYS_fchmod,  SYS_fchmodat, SYS_chmod,     SYS_fchown, SYS_fchownat,
-    SYS_utimensat,  SYS_fsync,      SYS_rename,  SYS_renameat, SYS_renameat2, SYS_link,   SYS_linkat,
-    SYS_symlinkat,  SYS_mkdir,      SYS_mkdirat, SYS_mknodat,  SYS_getrandom};
+    SYS_openat,     SYS_openat2,    SYS_newfstatat, SYS_fstat,   SYS_read,     SYS_write,     SYS_lseek,
+    SYS_getdents64, SYS_readlinkat, SYS_readlink,   SYS_fchmod,  SYS_fchmodat, SYS_chmod,     SYS_fchown,
+    SYS_fchownat,   SYS_utimensat,  SYS_fsync,      SYS_rename,  SYS_renameat, SYS_renameat2, SYS_link,
+    SYS_linkat,     SYS_symlinkat,  SYS_mkdir,      SYS_mkdirat, SYS_mknodat,  SYS_getrandom};
 
 inline const std::vector<int> kFileCalls = [] {
     std::vector<int> calls = kFileCallsButUnlink;

@@ -14,6 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "corekit/fs/HostDirectories.h"
 #include "run/Args.h"
 #include "run/Failure.h"
 #include "run/Messages.h"
@@ -48,6 +49,7 @@ class FreshGlobals : public testing::EmptyTestEventListener {
         Zorvane::AgentInstaller::Args::bNoSearch = false;
         Zorvane::AgentInstaller::Messages::pathsNotReplaced.clear();
         Zorvane::AgentInstaller::Error::m_sErrorText = corekit::String();
+        corekit::ForgetOwn();
         clearenv();
         for (std::string& variable : m_environment) putenv(variable.data());
         umask(022);

@@ -3,7 +3,6 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
@@ -34,10 +33,9 @@ Result CopyRegular(const EntryRef& from, const EntryRef& to) {
 }
 
 Result CopyLink(const EntryRef& from, const EntryRef& to, const struct stat& info) {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t length = readlinkat(from.directory, from.name.c_str(), target.data(), target.size() - 1);
-    if (length < 0) return Result::FromErrno();
-    if (symlinkat(target.data(), to.directory, to.name.c_str()) != 0) return Result::FromErrno();
+    const auto target = ReadLink(from.directory, from.name);
+    if (!target) return target.error();
+    if (symlinkat(target->c_str(), to.directory, to.name.c_str()) != 0) return Result::FromErrno();
     // Nothing depends on the owner and the times of a link.
     const std::array times = {info.st_atim, info.st_mtim};
     Forgive(Outcome(fchownat(to.directory, to.name.c_str(), info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW)));

@@ -23,26 +23,37 @@ Result SetModeByName(const Descriptor& file, unsigned mode) {
     return Outcome(chmod(name.c_str(), mode));
 }
 
-}  // namespace
-
-Result SetMode(const EntryRef& entry, unsigned mode) {
-    const auto file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
-    if (!file) return file.error();
+/// Holds an entry, so that nobody can change it for another one; no link, and no file that others may have
+/// given a second name here.
+Expected<Descriptor> OpenItself(const EntryRef& entry) {
+    auto file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
+    if (!file) return file;
     const auto info = StatOf(file->Get());
     if (!info) return info.error();
     if (S_ISLNK(info->st_mode)) return Result(ELOOP);
+    if (const Result only = CheckOnlyName(entry.directory, *info); !only) return only;
+    return file;
+}
+
+}  // namespace
+
+Result SetMode(const EntryRef& entry, unsigned mode) {
+    const auto file = OpenItself(entry);
+    if (!file) return file.error();
+    const auto info = StatOf(file->Get());
+    if (!info) return info.error();
     if (S_ISREG(info->st_mode) || S_ISDIR(info->st_mode)) {
         const auto open = OpenAt(entry.directory, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        if (open) return Outcome(fchmod(open->Get(), mode));
+        const auto opened = open ? StatOf(open->Get()) : Expected<struct stat>(open.error());
+        if (opened && IsSameFile(*opened, *info)) return Outcome(fchmod(open->Get(), mode));
     }
     return SetModeByName(*file, mode);
 }
 
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group) {
-    const auto info = StatOf(entry.directory, entry.name);
-    if (!info) return info.error();
-    if (S_ISLNK(info->st_mode)) return Result(ELOOP);
-    return Outcome(fchownat(entry.directory, entry.name.c_str(), user, group, AT_SYMLINK_NOFOLLOW));
+    const auto file = OpenItself(entry);
+    if (!file) return file.error();
+    return Outcome(fchownat(file->Get(), "", user, group, AT_EMPTY_PATH));
 }
 
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused) {

@@ -233,7 +233,7 @@ TEST_F(InstalledAgent, IsDecidedByTheFirstFileThatExists) {
 TEST_F(InstalledAgent, WhoseFileCannotBeReadNowIsNeitherPassedOverNorTouched) {
     Lay(kDefault, 1);
     Lay(kMigrate, 2);
-    for (const int call : {SYS_newfstatat, SYS_readlink, SYS_openat, SYS_read}) {
+    for (const int call : {SYS_newfstatat, SYS_openat2, SYS_openat, SYS_read}) {
         const int verdict = testsupport::WithFailing({{call, EIO}}, [] {
             const auto agent = FindInstalledAgent();
             if (!Is<UnreadableAgent>(agent)) return 1;

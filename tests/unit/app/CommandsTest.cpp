@@ -146,7 +146,7 @@ TEST_F(Commands, CleanOfAConfigurationThatCannotBeReadNowFails) {
         Captured([&] { status = CleanCommand().Run({L"/opt/base", L"-quiet"}); });
         return static_cast<int>(status);
     };
-    for (const int call : {SYS_readlink, SYS_newfstatat}) {
+    for (const int call : {SYS_openat2, SYS_newfstatat}) {
         EXPECT_EQ(testsupport::WithFailing({{call, EIO}}, clean), 1) << call;
         EXPECT_TRUE(testfiles::Exists("/opt/base/etc/client.conf"));
     }

@@ -1,6 +1,8 @@
 // One run at a time: who gets the lock, and what is no lock file.
 #include <cerrno>
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -14,7 +16,8 @@
 namespace Zorvane::AgentInstaller {
 namespace {
 
-constexpr const char* kLock = "/run/lock/qdn-configure.lock";
+constexpr const char* kLock = "/run/qdn-configure.lock";
+constexpr const char* kOtherLock = "/etc/qdn-configure.lock";
 
 TEST(RunLock, TheFirstRunGetsItAndASecondIsTold) {
     const RunLock first;
@@ -63,7 +66,7 @@ TEST(RunLock, APlantedLinkSendsItToTheOtherPlace) {
     {
         const RunLock lock;
         EXPECT_FALSE(lock.IsTaken());
-        EXPECT_TRUE(testfiles::Exists("/run/qdn-configure.lock"));
+        EXPECT_TRUE(testfiles::Exists(kOtherLock));
         EXPECT_FALSE(testfiles::Exists(target / "planted"));
     }
     ASSERT_EQ(unlink(kLock), 0);
@@ -71,13 +74,13 @@ TEST(RunLock, APlantedLinkSendsItToTheOtherPlace) {
 
 TEST(RunLock, WithoutAPlaceTheRunGoesOn) {
     ASSERT_EQ(mkdir(kLock, 0700), 0);
-    ASSERT_EQ(mkdir("/run/qdn-configure.lock", 0700), 0);
+    ASSERT_EQ(mkdir(kOtherLock, 0700), 0);
     const RunLock first;
     const RunLock second;
     EXPECT_FALSE(first.IsTaken());
     EXPECT_FALSE(second.IsTaken());
     rmdir(kLock);
-    rmdir("/run/qdn-configure.lock");
+    rmdir(kOtherLock);
 }
 
 TEST(RunLock, APlantedFifoSendsItToTheOtherPlace) {
@@ -85,19 +88,29 @@ TEST(RunLock, APlantedFifoSendsItToTheOtherPlace) {
     {
         const RunLock lock;
         EXPECT_FALSE(lock.IsTaken());
-        EXPECT_TRUE(testfiles::Exists("/run/qdn-configure.lock"));
+        EXPECT_TRUE(testfiles::Exists(kOtherLock));
     }
     ASSERT_EQ(unlink(kLock), 0);
 }
 
-TEST(RunLock, ADirectoryThatOthersCanEmptyIsNoPlace) {
-    ASSERT_EQ(chmod("/run/lock", 0777), 0);
-    {
+TEST(RunLock, IsOnlyWhereNobodyElseCanMakeFiles) {
+    for (const mode_t mode : {01777, 0777, 0775}) {
+        ASSERT_EQ(chmod("/run", mode), 0);
         const RunLock lock;
-        EXPECT_FALSE(testfiles::Exists(kLock));
-        EXPECT_TRUE(testfiles::Exists("/run/qdn-configure.lock"));
+        EXPECT_FALSE(testfiles::Exists(kLock)) << mode;
+        EXPECT_TRUE(testfiles::Exists(kOtherLock)) << mode;
+        EXPECT_TRUE(RunLock().IsTaken()) << mode;
     }
-    ASSERT_EQ(chmod("/run/lock", 01777), 0);
+    ASSERT_EQ(chmod("/run", 0755), 0);
+}
+
+TEST(RunLock, NobodyHoldsUpARunByTheDirectoryThatIsForEverybody) {
+    testfiles::Write("/run/lock/qdn-configure.lock", "", 0600);
+    const int held = open("/run/lock/qdn-configure.lock", O_RDWR);
+    ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
+    EXPECT_FALSE(RunLock().IsTaken());
+    close(held);
+    unlink("/run/lock/qdn-configure.lock");
 }
 
 TEST(RunLock, WhereNothingCanBeLockedTheRunGoesOn) {

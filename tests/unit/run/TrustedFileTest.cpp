@@ -93,6 +93,52 @@ TEST(TrustedFile, TheHandOverDirectoryAlwaysCounts) {
     EXPECT_EQ(Why("/tmp/ksclt/.migrate-client.conf"), L"other users can write to it");
 }
 
+TEST(TrustedFile, AFileInAHandOverDirectoryOfOthersIsNotUsed) {
+    testfiles::Write("/tmp/ksclt/.reinstall-client.conf", "x", 0600);
+    ASSERT_EQ(chmod("/tmp/ksclt", 0777), 0);
+    EXPECT_EQ(Why("/tmp/ksclt/.reinstall-client.conf"), L"/tmp/ksclt belongs to another user");
+    ASSERT_EQ(chmod("/tmp/ksclt", 0755), 0);
+    EXPECT_EQ(Why("/tmp/ksclt/.reinstall-client.conf"), L"");
+    if (chown("/tmp/ksclt", 12345, 0) != 0) return;  // only root is known where this is not root's machine
+    EXPECT_EQ(Why("/tmp/ksclt/.reinstall-client.conf"), L"/tmp/ksclt belongs to another user");
+    ASSERT_EQ(chown("/tmp/ksclt", 0, 0), 0);
+}
+
+TEST(RemoveHandOverDirectory, LeavesThatOfAnotherUserAndSaysSo) {
+    testfiles::Write("/tmp/ksclt/file", "x");
+    ASSERT_EQ(chmod("/tmp/ksclt", 0777), 0);
+    const auto remove = [] {
+        EXPECT_EQ(RemoveHandOverDirectory(), corekit::Result(corekit::kBelongsToOthers));
+    };
+    EXPECT_EQ(testsupport::Captured(remove).err,
+              "WARNING! /tmp/ksclt is not used: /tmp/ksclt belongs to another user.\n");
+    EXPECT_TRUE(testfiles::Exists("/tmp/ksclt/file"));
+    ASSERT_EQ(chmod("/tmp/ksclt", 0755), 0);
+    EXPECT_TRUE(RemoveHandOverDirectory());
+    EXPECT_FALSE(testfiles::Exists("/tmp/ksclt"));
+    EXPECT_TRUE(RemoveHandOverDirectory());
+}
+
+TEST(TrustedFile, AFileWithASecondNameIsNotUsed) {
+    testfiles::Write("/tmp/one", "x", 0644);
+    ASSERT_EQ(link("/tmp/one", "/tmp/two"), 0);
+    EXPECT_EQ(Why("/tmp/one"), L"it has a second name");
+    ASSERT_EQ(unlink("/tmp/two"), 0);
+    EXPECT_EQ(Why("/tmp/one"), L"");
+}
+
+TEST(TrustedFile, ALinkOfOthersOnTheWayIsNotFollowed) {
+    testfiles::TempDir directory;
+    testfiles::Write(directory / "real/file", "x", 0600);
+    std::filesystem::create_directory(directory / "theirs");
+    std::filesystem::create_directory_symlink(directory / "real", directory / "theirs/way");
+    std::filesystem::create_directory_symlink(directory / "real", directory / "way");
+    ASSERT_EQ(chmod((directory / "theirs").c_str(), 0777), 0);
+    EXPECT_EQ(Why(directory / "theirs/way/file", ChosenBy::Administrator),
+              String::FromUtf8(directory / "theirs") + L" belongs to another user");
+    EXPECT_EQ(Why(directory / "way/file"), L"");
+}
+
 TEST(TrustedFile, AMissingFileIsNotUsed) {
     EXPECT_EQ(Why("/tmp/missing"), L"No such file or directory");
 }

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/AtomicFile.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"

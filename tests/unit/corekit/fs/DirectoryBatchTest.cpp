@@ -10,6 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingInTurn.h"

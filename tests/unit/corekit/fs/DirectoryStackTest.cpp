@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <vector>
 
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/DirectoryStack.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/PrintResult.h"

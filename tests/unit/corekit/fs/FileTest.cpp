@@ -146,8 +146,11 @@ TEST(FileRead, RefusesWithoutWaitingWhatIsNoRegularFile) {
 TEST(FileRead, RefusesWhatNoMemoryShouldHold) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
-    ASSERT_EQ(truncate((dir / "file").c_str(), 256 * 1024 * 1024 + 1), 0);
+    ASSERT_EQ(truncate((dir / "file").c_str(), static_cast<off_t>(File::kLargestRead) + 1), 0);
     EXPECT_EQ(File::ReadBytes(dir("file")), Result(EFBIG));
+    testfiles::Write(dir / "small", "12345");
+    EXPECT_EQ(File::ReadBytes(dir("small"), 4), Result(EFBIG));
+    EXPECT_EQ(File::ReadBytes(dir("small"), 5).value(), "12345");
 }
 
 TEST(FileReadLink, GivesWhatTheLinkSays) {

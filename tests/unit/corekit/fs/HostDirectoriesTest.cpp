@@ -5,14 +5,15 @@
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 
+#include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/Workspace.h"
 
-using corekit::IsHostDirectory;
 using corekit::ParentDirectory;
 using corekit::String;
 using testsupport::Mount;
@@ -23,8 +24,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
+template <typename Directory>
+bool IsHostDirectory(const Directory& directory) {
+    return corekit::CheckRemovable(directory) == corekit::Result(EPERM);
+}
+
 bool NamesHost(const String& path) {
-    return !corekit::RefuseHostName(ParentDirectory::Of(path).value().At());
+    return !corekit::CheckReplaceable(ParentDirectory::Of(path).value().At());
 }
 
 }  // namespace
@@ -122,22 +128,22 @@ TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
     for (const int errnoValue : {EIO, EACCES, EMFILE}) {
         const auto refused = [&](const corekit::String& place) {
             return testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
-                                            [&] { return corekit::RefuseHostDirectory(place).Code(); });
+                                            [&] { return corekit::CheckRemovable(place).Code(); });
         };
         EXPECT_EQ(refused(path), errnoValue);
         EXPECT_EQ(refused(L"/usr"), EPERM);  // known by its name
         EXPECT_EQ(testsupport::WithFailing({{SYS_openat, errnoValue}},
-                                           [&] { return corekit::RefuseHostDirectory(path).Code(); }),
+                                           [&] { return corekit::CheckRemovable(path).Code(); }),
                   errnoValue);
         EXPECT_EQ(testsupport::WithFailing({{SYS_getdents64, errnoValue}},
-                                           [&] { return corekit::RefuseHostDirectory(path).Code(); }),
+                                           [&] { return corekit::CheckRemovable(path).Code(); }),
                   errnoValue);
         const ParentDirectory place = ParentDirectory::Of(path + L"/file").value();
         EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
-                                           [&] { return corekit::RefuseHostName(place.At()).Code(); }),
+                                           [&] { return corekit::CheckReplaceable(place.At()).Code(); }),
                   errnoValue);
     }
-    EXPECT_TRUE(corekit::RefuseHostDirectory(path));
+    EXPECT_TRUE(corekit::CheckRemovable(path));
 }
 
 TEST(HostNames, AreThoseOfTheStandardWhateverStandsThere) {
@@ -152,4 +158,72 @@ TEST(HostNames, AreThoseOfTheStandardWhateverStandsThere) {
     EXPECT_FALSE(NamesHost(dir("etc")));  // a name of ours, wherever it leads
     EXPECT_FALSE(NamesHost(L"/usr/bin/lib"));
     EXPECT_FALSE(NamesHost(dir("lib")));
+}
+
+TEST(HostDirectories, HoldWhatLiesDirectlyInTheDirectoriesThatManyShare) {
+    for (const char* parent : {"/etc", "/usr/lib", "/usr/libexec", "/usr/share"}) {
+        const std::string entry = std::string(parent) + "/host-entry";
+        fs::create_directories(entry + "/below");
+        EXPECT_TRUE(IsHostDirectory(String::FromUtf8(entry))) << entry;
+        EXPECT_TRUE(NamesHost(String::FromUtf8(entry))) << entry;
+        EXPECT_FALSE(IsHostDirectory(String::FromUtf8(entry + "/below"))) << entry;
+        EXPECT_FALSE(NamesHost(String::FromUtf8(entry + "/below"))) << entry;
+        EXPECT_TRUE(corekit::CheckInstallable(String::FromUtf8(entry))) << entry;
+        corekit::DeclareOwn(String::FromUtf8(entry + "/below"));
+        EXPECT_FALSE(IsHostDirectory(String::FromUtf8(entry))) << entry;
+        EXPECT_FALSE(NamesHost(String::FromUtf8(entry))) << entry;
+        corekit::ForgetOwn();
+        EXPECT_TRUE(IsHostDirectory(String::FromUtf8(entry))) << entry;
+        fs::remove_all(entry);
+    }
+}
+
+TEST(HostDirectories, HoldTheHomesOfUsers) {
+    EXPECT_TRUE(NamesHost(L"/home/somebody"));
+}
+
+TEST(HostDirectories, AreNoPlaceToInstallTo) {
+    for (const wchar_t* path : {L"/", L"/usr", L"/usr/bin", L"/etc", L"/home", L"/var/lib", L"/bin"})
+        EXPECT_EQ(corekit::CheckInstallable(path), corekit::Result(EPERM)) << path;
+    for (const wchar_t* path : {L"/opt/zorvane", L"/usr/share/zorvane", L"/srv/agent"})
+        EXPECT_TRUE(corekit::CheckInstallable(path)) << path;
+}
+
+// guid_guid_file=/lib64 with an identifier would leave a host on which no program starts any more.
+TEST(HostDirectories, NoNameOfTheHostIsWrittenRenamedOrLinkedOver) {
+    const Workspace root;
+    fs::create_directories(root / "usr/lib64");
+    fs::create_directories(root / "opt");
+    fs::create_symlink("usr/lib64", root / "lib64");
+    testfiles::Write(root / "etc/passwd", "root");
+    testfiles::Write(root / "opt/file", "x");
+    WithRoot(root.Path(), [] {
+        const corekit::Result refused(EPERM);
+        namespace File = corekit::File;
+        for (const wchar_t* path : {L"/lib64", L"/etc/passwd", L"/bin", L"/usr/../lib64", L"//lib64/"}) {
+            EXPECT_EQ(File::Write(path, L"x"), refused) << path;
+            EXPECT_EQ(File::Copy(L"/opt/file", path), refused) << path;
+            EXPECT_EQ(File::Rename(L"/opt/file", path), refused) << path;
+            EXPECT_EQ(File::Remove(path), refused) << path;
+            EXPECT_EQ(File::RemoveAny(path), refused) << path;
+        }
+        EXPECT_EQ(File::Rename(L"/lib64", L"/opt/lib64"), refused);
+        EXPECT_EQ(File::SymLink(L"/opt/file", L"/lib64"), refused);
+        EXPECT_TRUE(File::Write(L"/etc/passwd", L"edited", {.hostDirectory = File::HostDirectory::Meant}));
+        EXPECT_TRUE(File::Write(L"/opt/new", L"x"));
+    });
+    EXPECT_TRUE(fs::is_symlink(root / "lib64"));
+    EXPECT_EQ(testfiles::Read(root / "opt/file"), "x");
+    EXPECT_EQ(testfiles::Read(root / "etc/passwd"), "edited");
+}
+
+TEST(HostDirectories, ALinkOfTheHostIsRemovedOnlyWhereThatIsMeant) {
+    fs::create_symlink("true", "/usr/bin/host-link");
+    namespace File = corekit::File;
+    EXPECT_EQ(File::Remove(L"/usr/bin/host-link"), corekit::Result(EPERM));
+    EXPECT_EQ(File::RemoveEx(L"/bin/host-link"), corekit::Result(EPERM));
+    EXPECT_EQ(File::Remove(L"/dev/null"), corekit::Result(EPERM));
+    EXPECT_TRUE(fs::is_symlink("/usr/bin/host-link"));
+    EXPECT_TRUE(File::Remove(L"/usr/bin/host-link", File::HostDirectory::Meant));
+    EXPECT_FALSE(fs::is_symlink("/usr/bin/host-link"));
 }

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/TempName.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"

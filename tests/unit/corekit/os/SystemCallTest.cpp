@@ -80,16 +80,23 @@ TEST(OpenAt, KeepsTheDescriptorFromOtherPrograms) {
     EXPECT_EQ(fcntl(file.Get(), F_GETFD), FD_CLOEXEC);
 }
 
-TEST(OpenDirectory, FollowsALinkUnlessItMustBeTheDirectoryItself) {
+TEST(OpenDirectoryItself, RefusesLinksAndFiles) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
     testfiles::Write(dir / "file", "");
-    const Descriptor parent = corekit::OpenDirectory(dir.Path()).value();
-    EXPECT_TRUE(corekit::OpenDirectory(dir / "link"));
+    const Descriptor parent = corekit::OpenDirectoryItself(AT_FDCWD, dir.Path()).value();
     EXPECT_TRUE(corekit::OpenDirectoryItself(parent.Get(), "sub"));
     EXPECT_EQ(corekit::OpenDirectoryItself(parent.Get(), "link"), Result(ENOTDIR));
     EXPECT_EQ(corekit::OpenDirectoryItself(parent.Get(), "file"), Result(ENOTDIR));
+}
+
+TEST(ReadLink, TellsWhereALinkLeads) {
+    const Workspace dir;
+    fs::create_symlink("some/where", dir / "link");
+    testfiles::Write(dir / "file", "");
+    EXPECT_EQ(corekit::ReadLink(AT_FDCWD, dir / "link").value(), "some/where");
+    EXPECT_EQ(corekit::ReadLink(AT_FDCWD, dir / "file"), Result(EINVAL));
 }
 
 TEST(OpenRegular, RefusesLinksThatAreNotToBeFollowed) {
