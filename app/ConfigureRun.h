@@ -5,7 +5,7 @@
 
 #include "agents/Agent.h"
 #include "config/HandOverFile.h"
-#include "integration/SetupContext.h"
+#include "integration/Steps.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

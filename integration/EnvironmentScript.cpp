@@ -1,10 +1,9 @@
 // The environment script qdn-env: the template filled in for one install directory.
-#include "integration/EnvironmentScript.h"
-
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
+#include "integration/Steps.h"
 #include "kEnvironmentScript.embedded.h"
 #include "run/Messages.h"
 #include "run/Names.h"

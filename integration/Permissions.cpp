@@ -1,6 +1,4 @@
 // Owners and modes of the installation: the tables and the walk over them.
-#include "integration/Permissions.h"
-
 #include <span>
 #include <sys/types.h>
 #include <vector>
@@ -9,6 +7,7 @@
 #include "corekit/fs/Path.h"
 #include "corekit/text/Text.h"
 #include "deploykit/RCScriptBackend.h"
+#include "integration/Steps.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {

@@ -1,6 +1,4 @@
 // Links to the agent's programs: which programs get one, and the helper's link.
-#include "integration/ProgramLinks.h"
-
 #include <cerrno>
 #include <string_view>
 #include <vector>
@@ -10,6 +8,7 @@
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "deploykit/WrapperLinkBackend.h"
+#include "integration/Steps.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"

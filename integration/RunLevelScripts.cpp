@@ -1,6 +1,4 @@
 // The agent's service script: template, registration, control script.
-#include "integration/RunLevelScripts.h"
-
 #include <algorithm>
 #include <iterator>
 
@@ -10,6 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
 #include "deploykit/RCScriptBackend.h"
+#include "integration/Steps.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"

@@ -8,10 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
-#include "integration/EnvironmentScript.h"
-#include "integration/Permissions.h"
-#include "integration/ProgramLinks.h"
-#include "integration/RunLevelScripts.h"
+#include "integration/Steps.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 

@@ -1,7 +1,7 @@
 // The set-up sequence: the new client.conf moves into place and the agent becomes part of the host.
 #pragma once
 
-#include "integration/SetupContext.h"
+#include "integration/Steps.h"
 
 namespace Zorvane::AgentInstaller {
 

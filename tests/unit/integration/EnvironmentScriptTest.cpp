@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "corekit/process/Program.h"
-#include "integration/EnvironmentScript.h"
+#include "integration/Steps.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"
 

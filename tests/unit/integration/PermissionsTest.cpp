@@ -2,7 +2,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "integration/Permissions.h"
+#include "integration/Steps.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {

@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "deploykit/RCScriptBackend.h"
-#include "integration/RunLevelScripts.h"
+#include "integration/Steps.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {

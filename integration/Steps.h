@@ -1,0 +1,50 @@
+// The steps of the set-up sequence, in their order, and what they share: they read it, and change nothing but
+// the host.
+#pragma once
+
+#include <vector>
+
+#include "corekit/fs/Dir.h"
+#include "corekit/text/String.h"
+#include "run/Failure.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// The steps read it, and change nothing but the host.
+struct SetupContext {
+    corekit::String generatedConfPath;   // the new client.conf in its hand-over file
+    corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
+    const Settings* settings = nullptr;  // the run's settings, not owned
+};
+
+/// Whether qdn-env can be written.
+Outcome<> CheckEnvironmentScript(const SetupContext& context);
+
+/// Writes <InstallDir>/bin/qdn-env.
+Outcome<> CreateScriptsStep(const SetupContext& context);
+
+/// Writes qdn-env for an install directory, in full, with mode 0755; its directory is made when missing.
+Outcome<> WriteEnvironmentScript(const corekit::String& scriptPath, const corekit::String& installDir);
+
+/// Whether the template of the service script can be read, and the scripts can be put into their places.
+Outcome<> CheckRunLevelScripts(const SetupContext& context);
+
+/// Installs the service script for the host's distribution family, and the agent's own control script
+/// <InstallDir>/bin/rcscript, a link to it; without StartupOnBoot the control script is a copy and the
+/// service is not registered.
+Outcome<> SetUpRunLevelScripts(const SetupContext& context);
+
+/// Makes a wrapper link in the configured binary directory for each of the agent's known programs that is
+/// installed, and one to the helper. The operator is told of a link that cannot be made; the step never
+/// fails.
+Outcome<> CreateProgramLinks(const SetupContext& context);
+
+/// Sets owner root and the modes of the files in bin, etc and lib and of the directories themselves;
+/// subdirectories are left alone. What cannot be changed is passed over: the step never fails.
+Outcome<> SetInstallPermissions(const SetupContext& context);
+
+/// Adds an entry that is not a directory to the list; always true, so that a scan goes on.
+bool SkipDirs(const corekit::FileInfo& info, std::vector<corekit::FileInfo>& list);
+
+}  // namespace Zorvane::AgentInstaller
