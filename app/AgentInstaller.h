@@ -2,6 +2,7 @@
 #pragma once
 
 #include "app/PreviewCommand.h"
+#include "app/StatusCommand.h"
 #include "corekit/os/Application.h"
 #include "run/Messages.h"
 
@@ -12,7 +13,9 @@ class AgentInstaller : public corekit::CommandBasedApp {
     using CommandBasedApp::CommandBasedApp;
 
     int AppMain() override {
-        if (!PreviewCommand::WantsNoBanner(Arguments())) Messages::Tell(kBanner);
+        const bool isForPrograms =
+            PreviewCommand::WantsNoBanner(Arguments()) || StatusCommand::WantsNoBanner(Arguments());
+        if (!isForPrograms) Messages::Tell(kBanner);
         return Run();
     }
 };

@@ -3,6 +3,7 @@
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
 #include "app/PreviewCommand.h"
+#include "app/StatusCommand.h"
 
 using namespace Zorvane::AgentInstaller;
 
@@ -16,5 +17,6 @@ int main(int argc, char** argv) {
     application.RegisterCommand(L"-iconfigure", std::make_unique<InteractiveConfigureCommand>());
     application.RegisterCommand(L"-clean", std::make_unique<CleanCommand>());
     application.RegisterCommand(L"-preview", std::make_unique<PreviewCommand>(application.Version()));
+    application.RegisterCommand(L"-status", std::make_unique<StatusCommand>(application.Version()));
     return application.AppMain();
 }

@@ -128,6 +128,12 @@ bool Exists(const String& name) {
     return HasUnit(name) || !links.empty();
 }
 
+bool IsEnabled(const String& name) {
+    std::vector<FileInfo> links;
+    Forgive(EnablingLinks(name, links));
+    return HasUnit(name) && !links.empty();
+}
+
 Result Remove(const String& name) {
     std::vector<FileInfo> links;
     Result result = EnablingLinks(name, links);

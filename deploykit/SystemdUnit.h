@@ -22,6 +22,9 @@ corekit::Result Install(const corekit::String& name, const corekit::String& scri
 /// True if there is a unit of that name which is not masked, or a link that enables it.
 bool Exists(const corekit::String& name);
 
+/// True if there is a unit of that name which is not masked, and a link that enables it.
+bool IsEnabled(const corekit::String& name);
+
 /// Removes the unit and every link that enables it; a mask stays. Fails if something of it is left. Systemd
 /// is not told: `Reload` is called when the service script is gone, too.
 corekit::Result Remove(const corekit::String& name);

@@ -44,22 +44,6 @@ void PutPath(Json& object, const char* name, const std::string& path) {
     if (!IsText(path)) object[std::string(name) + "_base64"] = Base64(path);
 }
 
-Json StateAsJson(const std::optional<FileState>& state, const std::string& at, bool withHash) {
-    if (!state) return nullptr;
-    const bool isFile = state->type == FileType::File;
-    char mode[8];
-    std::snprintf(mode, sizeof mode, "%04o", state->mode);
-    Json json = {
-        {"mode", mode}, {"uid", state->uid}, {"gid", state->gid}, {"size", nullptr}, {"sha256", nullptr}};
-    if (isFile) json["size"] = state->size;
-    if (const auto hash = isFile && withHash ? Sha256Of(at) : std::nullopt) json["sha256"] = *hash;
-    json["target"] = nullptr;
-    if (state->type == FileType::Link) PutPath(json, "target", state->target);
-    json["type"] = kTypes[static_cast<int>(state->type)];
-    if (isFile && state->links > 1) json["links"] = state->links;
-    return json;
-}
-
 bool IsInStore(const Change& change, const std::vector<std::string>& stores) {
     return std::ranges::any_of(stores,
                                [&](const std::string& store) { return IsAtOrBelow(change.path, store); });
@@ -174,6 +158,22 @@ void CollectSecrets(Json& settings, std::set<std::string>& secrets) {
 }
 
 }  // namespace
+
+Json StateAsJson(const std::optional<FileState>& state, const std::string& at, bool withHash) {
+    if (!state) return nullptr;
+    const bool isFile = state->type == FileType::File;
+    char mode[8];
+    std::snprintf(mode, sizeof mode, "%04o", state->mode);
+    Json json = {
+        {"mode", mode}, {"uid", state->uid}, {"gid", state->gid}, {"size", nullptr}, {"sha256", nullptr}};
+    if (isFile) json["size"] = state->size;
+    if (const auto hash = isFile && withHash ? Sha256Of(at) : std::nullopt) json["sha256"] = *hash;
+    json["target"] = nullptr;
+    if (state->type == FileType::Link) PutPath(json, "target", state->target);
+    json["type"] = kTypes[static_cast<int>(state->type)];
+    if (isFile && state->links > 1) json["links"] = state->links;
+    return json;
+}
 
 Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal) {
     Json record = Json::parse(rehearsal.result, nullptr, false);

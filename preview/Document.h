@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "preview/FileState.h"
 #include "preview/Rehearse.h"
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -28,6 +29,10 @@ Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, 
 
 /// The document of a preview that was not possible.
 std::string MakeFailedDocument(const Request& request, const std::string& error);
+
+/// What an entry is, as the changes of a document tell it; null for none. The bytes are read from `at`.
+nlohmann::ordered_json StateAsJson(const std::optional<FileState>& state, const std::string& at,
+                                   bool withHash);
 
 /// The document as it is printed: files with secrets have no `sha256`. One line end at its end.
 std::string Printed(nlohmann::ordered_json document);

@@ -23,6 +23,7 @@ class ServerUrl {
     int Scheme() const { return m_kind; }
     bool IsWeb() const { return m_kind == Http || m_kind == Https; }
     bool IsValid() const { return m_url.IsValid(); }
+    const corekit::String& Host() const { return m_url.GetHost(); }
     const corekit::String& GetProtocol() const { return m_url.GetProtocol(); }
 
     /// No port, or the one that the scheme has anyway.

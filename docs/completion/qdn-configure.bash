@@ -11,10 +11,14 @@ _qdn_configure() {
         done
     fi
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(-configure -iconfigure -clean -preview -help -version)
+        words=(-configure -iconfigure -clean -preview -status -help -version)
     elif [ "$command" = -preview ] && [ "$before" = -out ]; then
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
+        return
+    elif [ "$command" = -status ] && [[ $word != -* ]] && [ -n "$word" ]; then
+        compopt -o filenames 2>/dev/null
+        mapfile -t COMPREPLY < <(compgen -d -- "$word")
         return
     elif [ "$before" = -dir ] || [ "$command/$before" = -clean/-clean ]; then
         compopt -o filenames 2>/dev/null
@@ -26,7 +30,8 @@ _qdn_configure() {
             -iconfigure) words=(-quiet -nosearch -dir) ;;
             -clean) words=(-quiet) ;;
             -preview) words=(-json -exit-code -out -configure -iconfigure -clean) ;;
-            -help | -h | --help | help) words=(-configure -iconfigure -clean -preview) ;;
+            -status) words=(-json -connect) ;;
+            -help | -h | --help | help) words=(-configure -iconfigure -clean -preview -status) ;;
         esac
     fi
     mapfile -t COMPREPLY < <(compgen -W "${words[*]}" -- "$word")

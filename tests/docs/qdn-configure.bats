@@ -61,7 +61,7 @@ variables() {
 }
 
 @test "the fields of a record that it lists are those that the program writes" {
-    same_lists fields <(grep -oE 'add\("QDN_[A-Z_]*' "$project/run/RunRecord.cpp" | sed 's/.*"//') \
+    same_lists fields <(grep -oE 'QDN_[A-Z_]*' "$project/run/RunRecord.cpp") \
         <(of_page DESCRIPTION "The record of a run" | items Cm | grep '^QDN_')
 }
 

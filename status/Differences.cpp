@@ -1,0 +1,176 @@
+// Rehearses the configuration, and leaves out of what it changes what is no difference.
+#include "status/Differences.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <unistd.h>
+#include <vector>
+
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/ini/IniFile.h"
+#include "preview/ClientConfKeys.h"
+#include "preview/Document.h"
+#include "run/Messages.h"
+#include "run/Names.h"
+
+namespace Zorvane::AgentInstaller::Status {
+
+using corekit::IniFile;
+using corekit::String;
+using Json = nlohmann::ordered_json;
+namespace File = corekit::File;
+
+namespace {
+
+constexpr const char* kNotReplaced = "not_replaced";  // in the record of the run
+
+unsigned long ModeOf(const Json& state) {
+    constexpr int kOctal = 8;
+    return std::strtoul(state["mode"].get<std::string>().c_str(), nullptr, kOctal);
+}
+
+bool HasSameOwner(const Json& before, const Json& after) {
+    return before["uid"] == after["uid"] && before["gid"] == after["gid"];
+}
+
+/// True if the host gives nobody more than the configuration would.
+bool IsStricter(const Json& change) {
+    const Json& before = change["before"];
+    const Json& after = change["after"];
+    return HasSameOwner(before, after) && (ModeOf(before) & ~ModeOf(after)) == 0 &&
+           !change.contains("attributes");
+}
+
+/// Where a path of the host lies in the copy, in the process that built the copy.
+std::string InCopy(const Preview::HostCopy& copy, const std::string& path) {
+    const Preview::Layer* layer = nullptr;
+    for (const Preview::Layer& candidate : copy.Layers()) {
+        const bool isDeeper = layer == nullptr || candidate.point.size() > layer->point.size();
+        if (Preview::IsAtOrBelow(path, candidate.point) && isDeeper) layer = &candidate;
+    }
+    if (layer == nullptr) return path;
+    return layer->merged + (layer->point == "/" ? path : path.substr(layer->point.size()));
+}
+
+/// True if both files give each key the same value.
+bool HasSameValues(const String& left, const String& right) {
+    const auto leftBytes = File::ReadBytes(left);
+    const auto rightBytes = File::ReadBytes(right);
+    if (!leftBytes || !rightBytes) return false;
+    const IniFile leftConf(left, *leftBytes, IniFile::KeyCase::Exact);
+    const IniFile rightConf(right, *rightBytes, IniFile::KeyCase::Exact);
+    const auto isSame = [&](const Json& key) {
+        const String section = String::FromUtf8(key["section"].get<std::string>());
+        const String name = String::FromUtf8(key["key"].get<std::string>());
+        String leftValue;
+        String rightValue;
+        return leftConf.GetValue(section, name, leftValue) && rightConf.GetValue(section, name, rightValue) &&
+               leftValue == rightValue;
+    };
+    return std::ranges::all_of(Preview::KeysOf(*leftBytes), isSame) &&
+           std::ranges::all_of(Preview::KeysOf(*rightBytes), isSame);
+}
+
+class Comparison {
+  public:
+    Comparison(const Preview::HostCopy& copy, const String& installDir)
+        : m_copy(copy),
+          m_clientConf(Of(installDir, Names::kClientConf)),
+          m_savedClientConf(Of(installDir, Names::kSavedClientConf)) {}
+
+    /// The change as a difference; null when it is none.
+    Json Judge(Json change) const {
+        const std::string path = change["path"].get<std::string>();
+        if (path == m_savedClientConf || Preview::IsAtOrBelow(path, m_handOverDir)) return nullptr;
+        // An upgrade takes the helper away with the old package; no configuration has put it there.
+        if (path == m_helper && change["action"] == "remove") return nullptr;
+        if (path == m_clientConf && change["action"] == "replace" && change["before"]["type"] == "file" &&
+            HasSameValues(String::FromUtf8(path), String::FromUtf8(InCopy(m_copy, path)))) {
+            change["action"] = "change";
+            change["diff"] = nullptr;
+        }
+        if (change["action"] == "change" && IsStricter(change)) return nullptr;
+        return change;
+    }
+
+  private:
+    static std::string Of(const String& installDir, const wchar_t* file) {
+        return (corekit::Path::Resolve(installDir) + file).Utf8();
+    }
+
+    const Preview::HostCopy& m_copy;
+    std::string m_clientConf;
+    std::string m_savedClientConf;
+    std::string m_handOverDir = String(Names::kHandOverDir).Utf8();
+    std::string m_helper = String(Names::kHelperProgram).Utf8();
+};
+
+/// Something else stands where the configuration would put a link to one of the agent's programs.
+Json NotReplaced(const std::string& path, const String& installDir) {
+    const String name = corekit::Path::GetFileName(String::FromUtf8(path));
+    const bool isHelper = name == Names::kHelperName;
+    Json link = {{"mode", "0777"}, {"uid", 0}, {"gid", 0}, {"size", nullptr}, {"sha256", nullptr}};
+    link["target"] = (isHelper ? String(Names::kHelperProgram) : installDir + L"/bin/" + name).Utf8();
+    link["type"] = "link";
+    Json difference = {{"path", path}, {"action", "replace"}, {"type", "link"}};
+    difference["before"] = Preview::StateAsJson(Preview::StateOf(path), path, true);
+    difference["after"] = link;
+    difference["diff"] = nullptr;
+    return difference;
+}
+
+Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsal& rehearsal,
+                          const String& installDir) {
+    const auto text = Preview::MakeDocument(Preview::Request(), copy, rehearsal);
+    if (!text) return text;
+    const Json document = Preview::Parsed(Preview::Printed(Preview::Parsed(*text)));
+    const Comparison comparison(copy, installDir);
+    std::vector<Json> differences;
+    for (const Json& change : document["changes"]) {
+        if (Json difference = comparison.Judge(change); !difference.is_null())
+            differences.push_back(std::move(difference));
+    }
+    for (const Json& path : Preview::Parsed(rehearsal.result).value(kNotReplaced, Json::array()))
+        differences.push_back(NotReplaced(path.get<std::string>(), installDir));
+    std::ranges::stable_sort(differences, {},
+                             [](const Json& difference) { return difference["path"].get<std::string>(); });
+    Json told = {{"differences", differences}, {"error", document["error"]}};
+    // A run without a text of its own that fails all the same.
+    if (document["status"] != 0 && told["error"].is_null()) told["error"] = "Agent configuration failed.";
+    return told.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+void HideOtherSources(const String& clientConf) {
+    std::vector<std::string> names = {"AGENT_INSTALL_DIR"};
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+        const std::string text = *variable;
+        if (text.starts_with("QDN")) names.push_back(text.substr(0, text.find('=')));
+    }
+    for (const std::string& name : names) unsetenv(name.c_str());
+    setenv("QDNCLIENT_CONFIG_FILE", clientConf.Utf8().c_str(), 1);
+    if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
+}
+
+std::string WithPathsNotReplaced(const std::string& record) {
+    Json json = Preview::Parsed(record);
+    json[kNotReplaced] = Json::array();
+    for (const String& path : Messages::pathsNotReplaced) json[kNotReplaced].push_back(path.Utf8());
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+Outcome<Json> FindDifferences(const std::function<std::string()>& run, const String& installDir) {
+    const auto tell = [&](const Preview::HostCopy& copy, const Preview::Rehearsal& rehearsal) {
+        return Tell(copy, rehearsal, installDir);
+    };
+    const Outcome<std::string> told = Preview::Rehearse(run, tell, Preview::Audience());
+    if (!told) return tl::unexpected(told.error());
+    return Preview::Parsed(*told);
+}
+
+}  // namespace Zorvane::AgentInstaller::Status

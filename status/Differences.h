@@ -1,0 +1,26 @@
+// What a configuration of the same client.conf would change: what is not as it was configured.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+
+#include "corekit/text/String.h"
+#include "run/Failure.h"
+
+namespace Zorvane::AgentInstaller::Status {
+
+/// Hides from this process, which is in a copy of the host, what the installed agent was not configured by:
+/// variables, XML and hand-over files. Names the client.conf that is to be configured again.
+void HideOtherSources(const corekit::String& clientConf);
+
+/// The record of a rehearsed run, with the paths that the run has left to somebody else.
+std::string WithPathsNotReplaced(const std::string& record);
+
+/// Rehearses `run`, which returns its record, as a configuration of the agent of `installDir`. Returns an
+/// object with `differences`, changes as a preview's document has them, and `error`, why the configuration
+/// would fail, or null. Fails where no rehearsal is possible.
+Outcome<nlohmann::ordered_json> FindDifferences(const std::function<std::string()>& run,
+                                                const corekit::String& installDir);
+
+}  // namespace Zorvane::AgentInstaller::Status

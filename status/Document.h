@@ -1,0 +1,31 @@
+// The state of the installed agent as the JSON document that programs read.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+
+#include "status/Facts.h"
+
+namespace Zorvane::AgentInstaller::Status {
+
+inline constexpr const char* kFormat = "qdn-configure/status/1";
+
+// As the Linux Standard Base has them for services.
+inline constexpr unsigned kInOrder = 0;
+inline constexpr unsigned kOutOfOrder = 1;
+inline constexpr unsigned kNotRunning = 3;
+inline constexpr unsigned kNotConfigured = 4;
+
+/// What is known of the state besides.
+struct Findings {
+    std::string version;              // of the program
+    std::optional<bool> isReachable;  // none: nobody has asked
+    /// What FindDifferences returned; null where they were not looked for, for the reason `notCompared`.
+    const nlohmann::ordered_json* found = nullptr;
+    std::string notCompared;
+};
+
+nlohmann::ordered_json MakeDocument(const Facts& facts, const Findings& findings);
+
+}  // namespace Zorvane::AgentInstaller::Status

@@ -1,0 +1,103 @@
+// Reads the configuration of the installed agent, and looks for its service and its process.
+#include "status/Facts.h"
+
+#include "agents/AgentDetection.h"
+#include "agents/AgentVersion.h"
+#include "config/SystemProbes.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "corekit/ini/IniFile.h"
+#include "corekit/os/Env.h"
+#include "deploykit/RunLevelLinks.h"
+#include "deploykit/SystemdUnit.h"
+#include "integration/AgentProcess.h"
+#include "run/Keys.h"
+#include "run/Names.h"
+#include "run/UnfinishedRun.h"
+
+namespace Zorvane::AgentInstaller::Status {
+
+using corekit::IniFile;
+using corekit::String;
+namespace File = corekit::File;
+namespace Path = corekit::Path;
+
+namespace {
+
+bool HasConfiguration(const String& installDir) {
+    return !installDir.IsEmpty() && (File::Exists(installDir + Names::kClientConf) ||
+                                     FindUnfinishedRun(installDir) != Unfinished::Nothing);
+}
+
+/// The install directory of a client.conf; empty when the path is not that of one.
+String DirOfClientConf(const String& path) {
+    if (!path.EndsWith(Names::kClientConf)) return String();
+    return path.Left(path.Length() - String(Names::kClientConf).Length());
+}
+
+/// The directory above that of the running program; empty when it cannot be told.
+String DirOfRunningProgram() {
+    const auto program = Path::Canonicalise(L"/proc/self/exe");
+    return program ? Path::GetDirectory(Path::GetDirectory(*program)) : String();
+}
+
+String TextOf(const corekit::Version& version) {
+    return String::FromInt(version.Major()) + L"." + String::FromInt(version.Minor()) + L"." +
+           String::FromInt(version.Build());
+}
+
+Boot FindBoot(const IniFile& conf) {
+    Boot boot;
+    for (int level = 0; level <= 6; ++level) {
+        if (deploykit::RunLevelLinks::AreStartedIn(Names::kServiceName, String::FromInt(level)))
+            boot.levels.push_back(level);
+    }
+    const bool isByLinks = !boot.levels.empty();
+    if (deploykit::SystemdUnit::IsEnabled(Names::kServiceName)) {
+        boot.by.push_back(L"systemd");
+        if (!isByLinks) {
+            for (const wchar_t digit : SplitRunLevels(GetValue(conf, Key::kStartLevels)).startDigits)
+                boot.levels.push_back(digit - L'0');
+        }
+    }
+    if (isByLinks) boot.by.push_back(L"links");
+    return boot;
+}
+
+}  // namespace
+
+String FindInstallDir() {
+    const String named = corekit::Env::Get(L"QDNCLIENT_CONFIG_FILE").value_or(String());
+    for (const String& directory :
+         {DirOfClientConf(named), DirOfRunningProgram(), String(Names::kUsualInstallDir)}) {
+        if (HasConfiguration(directory)) return directory;
+    }
+    const String ofPackage = CreateCurrentAgent()->InstallDir();
+    return HasConfiguration(ofPackage) ? ofPackage : String(Names::kUsualInstallDir);
+}
+
+Facts GatherFacts(const String& installDir) {
+    Facts facts;
+    facts.directory = installDir;
+    facts.process = FindAgentProcess(installDir);
+    if (!HasConfiguration(installDir)) return facts;
+    facts.isInstalled = true;
+    facts.isUnfinished = FindUnfinishedRun(installDir) != Unfinished::Nothing;
+    facts.clientConf = installDir + Names::kClientConf;
+    const auto agent = AgentFromBaseDir(installDir);
+    if (agent) facts.label = agent->VersionLabel();
+    const IniFile conf = agent ? IniFile(agent->ConfPath(), agent->ReadConf().value_or(std::string()),
+                                         IniFile::KeyCase::FallBack)
+                               : IniFile(facts.clientConf);
+    facts.version = TextOf(ReadAgentVersion(conf));
+    const String server = ConfiguredServer(conf);
+    if (!server.IsEmpty()) facts.server = ServerUrl(server);
+    facts.identifierFile = GetValue(conf, Key::kGuidFile);
+    if (!facts.identifierFile.IsEmpty() && !facts.identifierFile.StartsWith(L"/"))
+        facts.identifierFile = Path::Join(installDir, facts.identifierFile);
+    facts.hasIdentifier = !facts.identifierFile.IsEmpty() && File::Exists(facts.identifierFile);
+    facts.boot = FindBoot(conf);
+    return facts;
+}
+
+}  // namespace Zorvane::AgentInstaller::Status

@@ -1,0 +1,40 @@
+// What can be told of the installed agent by looking at the host.
+#pragma once
+
+#include <optional>
+#include <sys/types.h>
+#include <vector>
+
+#include "corekit/text/String.h"
+#include "settings/ServerUrl.h"
+
+namespace Zorvane::AgentInstaller::Status {
+
+struct Boot {
+    std::vector<corekit::String> by;  // "systemd" and "links", those that start the agent
+    std::vector<int> levels;          // the run levels in which it is started
+};
+
+struct Facts {
+    bool isInstalled = false;   // there is a configuration; without one only `directory` is set
+    bool isUnfinished = false;  // a run has begun to configure the agent, and has not come to its end
+    corekit::String directory;
+    corekit::String clientConf;
+    corekit::String version;  // such as 6.0.350
+    corekit::String label;    // such as 6.0SP2; empty for a version that nobody knows
+    std::optional<ServerUrl> server;
+    corekit::String identifierFile;  // empty where client.conf names none
+    bool hasIdentifier = false;
+    Boot boot;
+    std::optional<pid_t> process;
+};
+
+/// The install directory to look at when none is given: the first that has a configuration, of that of
+/// QDNCLIENT_CONFIG_FILE, of the running program, the usual one and the package manager's. The usual one when
+/// none has.
+corekit::String FindInstallDir();
+
+/// Looks at the host; changes nothing, and asks for nothing that only root may know.
+Facts GatherFacts(const corekit::String& installDir);
+
+}  // namespace Zorvane::AgentInstaller::Status

@@ -1,0 +1,104 @@
+// What is told of an installation by looking at it, without a rehearsal.
+#include <filesystem>
+
+#include "status/Facts.h"
+#include "tests/support/EnvironmentVariable.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller::Status {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class StatusFacts : public testing::Test {
+  protected:
+    ~StatusFacts() override {
+        for (const char* path : {"/opt/agent", "/opt/zorvane", "/opt/other", "/etc/init.d/zorvane"})
+            std::filesystem::remove_all(path);
+    }
+    static void Configure(const std::string& directory = "/opt/agent") {
+        testfiles::Write(directory + "/etc/client.conf",
+                         "[Version]\nagent_major=6\nagent_minor=1\nagent_build=500\n"
+                         "[Kell Servers]\nserver-1=kell.example:8083\n"
+                         "[Configuration]\ninstalldir=" +
+                             directory +
+                             "\nguid_guid_file=etc/host.GUID\nrunlevels_start=2 3\n"
+                             "[Client Transport]\nks_url_format=https://%server%/Zorvane/\n");
+    }
+};
+
+TEST_F(StatusFacts, NothingIsInstalledWithoutAConfiguration) {
+    std::filesystem::create_directories("/opt/agent/etc");
+    const Facts facts = GatherFacts(L"/opt/agent");
+    EXPECT_FALSE(facts.isInstalled || facts.isUnfinished || facts.hasIdentifier || facts.process);
+    EXPECT_EQ(facts.directory, L"/opt/agent");
+}
+
+TEST_F(StatusFacts, TheConfigurationTellsVersionServerAndIdentifier) {
+    Configure();
+    Facts facts = GatherFacts(L"/opt/agent");
+    EXPECT_TRUE(facts.isInstalled);
+    EXPECT_FALSE(facts.isUnfinished);
+    EXPECT_EQ(facts.version, L"6.1.500");
+    EXPECT_EQ(facts.label, L"6.1");
+    EXPECT_EQ(facts.server->Text(), L"https://kell.example:8083");
+    EXPECT_EQ(facts.identifierFile, L"/opt/agent/etc/host.GUID") << "a relative name";
+    EXPECT_FALSE(facts.hasIdentifier);
+    testfiles::Write("/opt/agent/etc/host.GUID", "x");
+    facts = GatherFacts(L"/opt/agent");
+    EXPECT_TRUE(facts.hasIdentifier);
+}
+
+TEST_F(StatusFacts, AVersionThatNobodyKnowsHasNoLabel) {
+    testfiles::Write("/opt/agent/etc/client.conf",
+                     "[Version]\nagent_major=9\nagent_minor=0\nagent_build=1\n");
+    const Facts facts = GatherFacts(L"/opt/agent");
+    EXPECT_TRUE(facts.isInstalled);
+    EXPECT_EQ(facts.version, L"9.0.1");
+    EXPECT_EQ(facts.server, std::nullopt);
+}
+
+TEST_F(StatusFacts, AnUnfinishedUpgradeIsDescribedByTheSavedConfiguration) {
+    Configure();
+    std::filesystem::rename("/opt/agent/etc/client.conf", "/opt/agent/etc/client.conf.old");
+    testfiles::Write("/opt/agent/etc/.unfinished", "upgrade\n");
+    const Facts facts = GatherFacts(L"/opt/agent");
+    EXPECT_TRUE(facts.isInstalled && facts.isUnfinished);
+    EXPECT_EQ(facts.version, L"6.1.500");
+}
+
+TEST_F(StatusFacts, LinksAndUnitTellHowTheAgentIsStartedAtBoot) {
+    Configure();
+    EXPECT_THAT(GatherFacts(L"/opt/agent").boot.by, IsEmpty());
+    testfiles::Write("/etc/rc5.d/S99zorvane", "");
+    testfiles::Write("/etc/rc0.d/K01zorvane", "");
+    Boot boot = GatherFacts(L"/opt/agent").boot;
+    EXPECT_THAT(boot.by, ElementsAre(L"links"));
+    EXPECT_THAT(boot.levels, ElementsAre(5));
+    std::filesystem::remove("/etc/rc5.d/S99zorvane");
+    std::filesystem::remove("/etc/rc0.d/K01zorvane");
+
+    testfiles::Write("/etc/systemd/system/zorvane.service", "");
+    EXPECT_THAT(GatherFacts(L"/opt/agent").boot.by, IsEmpty()) << "a unit that nothing pulls in";
+    testfiles::Write("/etc/systemd/system/multi-user.target.wants/zorvane.service", "");
+    boot = GatherFacts(L"/opt/agent").boot;
+    EXPECT_THAT(boot.by, ElementsAre(L"systemd"));
+    EXPECT_THAT(boot.levels, ElementsAre(2, 3)) << "those of client.conf";
+    std::filesystem::remove("/etc/systemd/system/zorvane.service");
+    std::filesystem::remove("/etc/systemd/system/multi-user.target.wants/zorvane.service");
+}
+
+TEST_F(StatusFacts, TheDirectoryIsThatOfTheVariableOrTheUsualOne) {
+    EXPECT_EQ(FindInstallDir(), L"/opt/zorvane/kell/ksagent") << "where none has a configuration";
+    Configure("/opt/other");
+    const testsupport::EnvironmentVariable file("QDNCLIENT_CONFIG_FILE", "/opt/other/etc/client.conf");
+    EXPECT_EQ(FindInstallDir(), L"/opt/other");
+    std::filesystem::remove_all("/opt/other");
+    Configure("/opt/zorvane/kell/ksagent");
+    EXPECT_EQ(FindInstallDir(), L"/opt/zorvane/kell/ksagent");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Status
