@@ -21,6 +21,7 @@ known() {
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -configure -noimode|here
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -preview -clean /opt/zorvane/kell/ksagent|here
+/opt/zorvane/kell/ksagent/bin/qdn-configure.bin -status|here
 bats tests/scenarios/refusals.bats|here
 build/dev/tests/unit/agents/carry/unit_agents_carry --gtest_filter='-*WhateverFails*'|script/test
 build/dev/tests/unit/settings/unit_settings --gtest_filter='*PathMacros*'|script/test
@@ -152,6 +153,22 @@ as_in_the_document() {
     expect_status 0
     as_in_the_document "$desk/document" <"$desk/out" | sed '$d' | same "what the terminal shows" "$desk/document"
     "$agent/bin/rcscript" stop
+}
+
+@test "a state looks as README.md shows it" {
+    given_the_package
+    given_plain_xml
+    sed -i 's,<KSName>.*</KSName>,<KSName>https://kell.example.com:8083</KSName><Guid>0a1b2c3d-0000-1111-2222-333344445555</Guid>,' "/tmp/$xml"
+    qdn_configure -configure -noimode
+    expect_status 0
+    "$agent/bin/rcscript" start >"$desk/started"
+    chmod 0666 "$agent/etc/client.conf"
+    rm /usr/bin/qdn-monitor
+    block "# $agent/bin/qdn-configure.bin -status" | sed 1d | sed -e :a -e '/^\n*$/{$d;N;ba' -e '}' >"$desk/document"
+    qdn_configure -status
+    expect_status 1
+    "$agent/bin/rcscript" stop >"$desk/stopped"
+    as_in_the_document "$desk/document" <"$desk/out" | same "what the terminal shows" "$desk/document"
 }
 
 @test "a preview looks as README.md shows it" {

@@ -9,7 +9,7 @@ of_page() { section qdn-configure.8 "$@"; }
 synopsis() {
     of_page SYNOPSIS |
         awk -v command="$1" '/^\.Fl / { inside = $2 == command; next } inside && /^\.(Op|Ar command|Ar [A-Z])/' |
-        sed -e 's/^\.Op Fl \([a-z-]*\).*/-\1/' -e 's/^\.Ar \(.*\)/<\1>/'
+        sed -e 's/^\.Op Fl \([a-z-]*\).*/-\1/' -e 's/^\.Op Ar \(.*\)/<\1>/' -e 's/^\.Ar \(.*\)/<\1>/'
 }
 
 # Those that its usage text explains.
@@ -27,7 +27,7 @@ usage() {
 }
 
 @test "its options are those that the commands' usage explains" {
-    for command in configure iconfigure clean preview; do
+    for command in configure iconfigure clean preview status; do
         usage "$command" >"$desk/usage"
         same_lists "options of -$command" "$desk/usage" <(synopsis "$command")
         grep '^-' "$desk/usage" >>"$desk/all"
@@ -66,7 +66,7 @@ variables() {
 }
 
 @test "its exit statuses are those that commands return, and each is returned" {
-    sources | xargs sed -n 's/.*constexpr unsigned k\(Success\|Failure\|UsageError\|WouldChange\) = \([0-9]*\);/\2/p' >"$desk/statuses"
+    sources | xargs sed -n 's/.*constexpr unsigned k\(Success\|Failure\|UsageError\|WouldChange\|NotRunning\|NotConfigured\) = \([0-9]*\);/\2/p' >"$desk/statuses"
     same_lists statuses "$desk/statuses" <(of_page "EXIT STATUS" | sed -n 's/^\.It //p')
     qdn_configure -clean /nowhere
     expect_status 0
@@ -76,6 +76,11 @@ variables() {
     given_plain_xml
     qdn_configure -preview -exit-code -configure -noimode
     expect_status 2
+    qdn_configure -status
+    expect_status 4
+    qdn_configure -configure -noimode
+    qdn_configure -status
+    expect_status 3
     qdn_configure -configure -nonsense
     expect_status 120
 }
