@@ -46,6 +46,9 @@ script/demo|.ci/run
 script/fuzz|person
 script/measure|person
 script/measure --fetch-peers|person
+script/mutate|person
+script/mutate --units-only|person
+script/prove|person
 script/sanitize|person
 script/setup|.ci/run
 script/test|.ci/run
