@@ -7,6 +7,7 @@
 #include "app/InstalledAgentSteps.h"
 #include "app/PlatformSupport.h"
 #include "app/Refusals.h"
+#include "config/ClientConfDraft.h"
 #include "config/SystemProbes.h"
 #include "corekit/os/Env.h"
 #include "integration/AgentStart.h"
@@ -50,6 +51,13 @@ Outcome<> AskQuestions(ConfigureRun& run) {
     };
     if (!RunQuestionnaire(*run.settings, takeUp)) return Fail(L"Interactive configuration failed.");
     return {};
+}
+
+/// An agent without a configuration is one that the package manager knows.
+Source SourceOfDir(const Agent& installed) {
+    if (installed.ConfPath().IsEmpty()) return {Source::Kind::PackageManager};
+    const corekit::IniFile conf(installed.ConfPath(), corekit::IniFile::KeyCase::FallBack);
+    return SourceOf(conf, Key::kInstallDir);
 }
 
 /// Where services are not to be started, the package's scriptlets say so; no other source says otherwise.
@@ -152,8 +160,7 @@ Outcome<> ConfigureCommand::DecideOnUpgrade(ConfigureRun& run) {
 Outcome<> ConfigureCommand::DecideWithoutUpgrade(ConfigureRun& run) {
     run.settings->Set(L"Upgrade", L"no", {Source::Kind::Program});
     if (run.installed)
-        run.settings->Set(L"InstallDir", run.installed->InstallDir(),
-                          {Source::Kind::Installed, run.installed->ConfPath()});
+        run.settings->Set(L"InstallDir", run.installed->InstallDir(), SourceOfDir(*run.installed));
     if (run.xmlLoaded || run.settings->IsSet(L"KSName") || m_bInteractive) return {};
     if (m_bNoIMode) {
         const String searchPath = Messages::Shown(BuildXmlSearchPath());

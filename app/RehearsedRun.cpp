@@ -3,7 +3,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "corekit/fs/File.h"
+#include "app/Refusals.h"
 #include "corekit/ini/IniFile.h"
 #include "preview/ClientConfKeys.h"
 #include "preview/SettingsList.h"
@@ -33,11 +33,12 @@ void AddStores(const String& installDir, Json& stores) {
     }
 }
 
-/// The keys of the new client.conf; null without one.
-Json ConfigurationAt(const String& path) {
-    const auto bytes = corekit::File::ReadBytes(path);
-    if (!bytes) return nullptr;
-    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(*bytes)}};
+/// The keys of the client.conf that was made of these settings; null where it is not in its place.
+Json ConfigurationOf(const Settings& settings) {
+    const String path = settings.Get(kInstallDir) + Names::kClientConf;
+    const corekit::IniFile conf(path);
+    if (!conf.ReadResult()) return nullptr;
+    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(conf, settings.Keys())}};
 }
 
 void AddPlaces(const Settings& settings, Json& places) {
@@ -65,7 +66,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
         record["settings"] = Preview::SettingsList(*settings);
         AddStores(installDir, record["stores"]);
         AddPlaces(*settings, record["places"]);
-        record["client_conf"] = ConfigurationAt(installDir + Names::kClientConf);
+        if (record["status"] == kSuccess) record["client_conf"] = ConfigurationOf(*settings);
     }
     return record.dump(-1, ' ', false, Json::error_handler_t::replace);
 }

@@ -32,11 +32,11 @@ int ListKeys() {
 
 int Carry(const char* oldPath, const char* newPath) {
     const IniFile oldIni(String::FromUtf8(oldPath), IniFile::KeyCase::FallBack);
-    IniFile newIni(String::FromUtf8(newPath));
+    ClientConfDraft draft(String::FromUtf8(newPath));
     Settings settings;
     settings.Value(L"InstallDir") = L"/opt/new";
-    CarryOldValues(oldIni, newIni, settings);
-    return newIni.Write().Ok() ? 0 : 1;
+    CarryOldValues(oldIni, draft, settings);
+    return draft.File().Write().Ok() ? 0 : 1;
 }
 
 int Set(const char* valuesPath, const char* path) {

@@ -29,17 +29,18 @@ bool KeepsItsValue(SettingName setting, const Settings& settings) {
 
 }  // namespace
 
-void CarryOldValues(const IniFile& oldIni, IniFile& newIni, Settings& settings) {
-    const Source source{Source::Kind::Installed, oldIni.FileName()};
+void CarryOldValues(const IniFile& oldIni, ClientConfDraft& draft, Settings& settings) {
     const String oldInstallDir = GetValue(oldIni, Key::kInstallDir);
     const String newInstallDir = settings.Get(L"InstallDir");
     for (const ClientConfKey& row : ClientConfKeyMap()) {
         String given;
-        if (!oldIni.GetValue(row.oldKey.section, String(row.oldKey.key).Lower(), given)) continue;
+        const String oldKey = String(row.oldKey.key).Lower();
+        if (!oldIni.GetValue(row.oldKey.section, oldKey, given)) continue;
         if (row.isPath && given.IsEmpty()) continue;
         String value = given;
         if (row.isPath) RebasePath(value, oldInstallDir, newInstallDir);
-        SetValue(newIni, row.newKey, value);
+        const Source source = SourceOf(oldIni, row.oldKey.section, oldKey);
+        draft.Set(row.newKey, value, source);
         if (!row.setting.IsNone() && !KeepsItsValue(row.setting, settings))
             settings.Set(row.setting, {value, source, given});
     }

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "config/CarriedValues.h"
+#include "config/ClientConfDraft.h"
 #include "config/ClientConfSettings.h"
 #include "config/SubAgents.h"
 #include "corekit/fs/Access.h"
@@ -29,27 +30,23 @@ namespace {
 constexpr const wchar_t* kUnreadableFresh = L"Missing or unreadable file in install. File:";
 constexpr const wchar_t* kUnreadableUpgrade = Texts::kUnreadableFile;
 
-/// A value on one line: it brings no lines of its own into the file.
-String OneLine(String value) {
-    return value.Replace(L"\n", L" ").Replace(L"\r", L" ");
-}
-
-/// The package's template with its macros filled in.
-Outcome<String> ReadTemplate(const Settings& settings, const wchar_t* unreadable) {
-    const String installDir = settings.Get(L"InstallDir");
-    const String path = installDir + Names::kClientProto;
+/// The package's template with its macros filled in, which is going to be written to `outputPath`.
+Outcome<ClientConfDraft> ReadTemplate(const String& outputPath, const Settings& settings,
+                                      const wchar_t* unreadable) {
+    const String path = settings.Get(L"InstallDir") + Names::kClientProto;
     if (!File::Exists(path)) return Fail(L"Missing file in install. File:", path);
     auto text = File::Read(path);
     if (!text) return FailAt(unreadable, path, text.error());
     if (text->IsEmpty()) return Fail(unreadable, path);
-    text->Replace(L"%KSNAME%", OneLine(settings.Get(L"KSName")));
-    return ExpandPathMacros(*text, installDir);
+    return ClientConfDraft(outputPath, path, *text, settings);
 }
 
-Outcome<> ApplySettings(IniFile ini, const Settings& settings) {
-    Forgive(ApplySettingsToClientConf(ini, settings));
-    if (const auto written = ini.Write(); !written)
-        return FailAt(Texts::kUnwritableFile, ini.FileName(), written);
+Outcome<> ApplySettings(ClientConfDraft draft, Settings& settings) {
+    Forgive(ApplySettingsToClientConf(draft, settings));
+    const IniFile& file = draft.File();
+    if (const auto written = file.Write(); !written)
+        return FailAt(Texts::kUnwritableFile, file.FileName(), written);
+    settings.SetKeys(draft.Sources());
     return {};
 }
 
@@ -65,7 +62,7 @@ Outcome<> CheckTemplateDirectory(const String& etc) {
 void TakeOldServer(const IniFile& oldIni, Settings& settings) {
     const String old = GetValue(oldIni, Key::kServer);
     if (!settings.IsSet(L"KSName")) {
-        settings.Set(L"KSName", old, {Source::Kind::Installed, oldIni.FileName()});
+        settings.Set(L"KSName", old, SourceOf(oldIni, Key::kServer));
     } else if (!old.IsEmpty() && ServerNamesDiffer(old, settings.Get(L"KSName"))) {
         MarkServerChange(settings);
     }
@@ -78,14 +75,13 @@ Outcome<> UpgradeClientConf(const String& outputPath, Settings& settings,
     if (!oldIni.ReadResult() && !IsNotFound(oldIni.ReadResult()))
         return FailAt(kUnreadableUpgrade, installed.confPath, oldIni.ReadResult());
     TakeOldServer(oldIni, settings);
-    const auto text = ReadTemplate(settings, kUnreadableUpgrade);
-    if (!text) return text.error();
+    auto draft = ReadTemplate(outputPath, settings, kUnreadableUpgrade);
+    if (!draft) return draft.error();
     if (const auto etc = CheckTemplateDirectory(settings.Get(L"InstallDir") + L"/etc"); !etc) return etc;
 
-    IniFile newIni(outputPath, *text);
-    CarryOldValues(oldIni, newIni, settings);
-    if (installed.registersSubAgents) CarryOverSubAgents(oldIni, newIni);
-    return ApplySettings(std::move(newIni), settings);
+    CarryOldValues(oldIni, *draft, settings);
+    if (installed.registersSubAgents) CarryOverSubAgents(oldIni, *draft);
+    return ApplySettings(std::move(*draft), settings);
 }
 
 /// The value of an operation that succeeded.
@@ -107,12 +103,12 @@ Outcome<ClientConfSource> WriteClientConf(const String& outputPath, Settings& se
     return Made(UpgradeClientConf(outputPath, settings, *installed), ClientConfSource::InstalledAgent);
 }
 
-Outcome<ClientConfSource> CreateClientConfFromTemplate(const String& outputPath, const Settings& settings) {
+Outcome<ClientConfSource> CreateClientConfFromTemplate(const String& outputPath, Settings& settings) {
     if (!settings.IsSet(L"InstallDir"))
-        return Made(ApplySettings(IniFile(outputPath), settings), ClientConfSource::Nothing);
-    const auto text = ReadTemplate(settings, kUnreadableFresh);
-    if (!text) return text.error();
-    return Made(ApplySettings(IniFile(outputPath, *text), settings), ClientConfSource::Template);
+        return Made(ApplySettings(ClientConfDraft(outputPath), settings), ClientConfSource::Nothing);
+    auto draft = ReadTemplate(outputPath, settings, kUnreadableFresh);
+    if (!draft) return draft.error();
+    return Made(ApplySettings(std::move(*draft), settings), ClientConfSource::Template);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -19,14 +19,14 @@ struct InstalledConfiguration {
 enum class ClientConfSource { Template, InstalledAgent, Nothing };
 
 /// Writes a new client.conf to `outputPath`. With `installed` (and Upgrade absent or "yes") its values are
-/// carried over and also become the settings they belong to. Nothing else on the host changes, and nothing is
+/// carried over and also become the settings they belong to. The settings know then where each key is from.
+/// Nothing else on the host changes, and nothing is
 /// said. On failure `outputPath` may be half done.
 Outcome<ClientConfSource> WriteClientConf(const corekit::String& outputPath, Settings& settings,
                                           const InstalledConfiguration* installed);
 
 /// The same without an installed agent. Where no install directory is set, there is no template: the settings
 /// are applied to the file as it is.
-Outcome<ClientConfSource> CreateClientConfFromTemplate(const corekit::String& outputPath,
-                                                       const Settings& settings);
+Outcome<ClientConfSource> CreateClientConfFromTemplate(const corekit::String& outputPath, Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

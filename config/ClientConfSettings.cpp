@@ -12,7 +12,6 @@
 
 namespace Zorvane::AgentInstaller {
 
-using corekit::IniFile;
 using corekit::String;
 
 namespace {
@@ -44,16 +43,19 @@ std::optional<String> Written(const String& value, ValueKind kind, const Setting
     return std::nullopt;
 }
 
-void ApplyKeyTable(IniFile& ini, const Settings& settings) {
+void ApplyKeyTable(ClientConfDraft& draft, const Settings& settings) {
     for (const ClientConfKey& row : ClientConfKeyMap()) {
         const auto written = Written(settings.Get(row.setting), row.kind, settings);
-        if (written) SetValue(ini, row.newKey, *written);
+        if (written) draft.Set(row.newKey, *written, SourceOf(row.setting));
     }
 }
 
-String NicError(const Settings& settings) {
-    if (!corekit::Text::StrToBool(settings.Get(L"EnableNICError"))) return String();
-    return settings.Exists(L"NICError") ? settings.Get(L"NICError") : L"NameServ Error";
+void ApplyNicError(ClientConfDraft& draft, const Settings& settings) {
+    const bool isOn = corekit::Text::StrToBool(settings.Get(L"EnableNICError"));
+    if (isOn && settings.Exists(L"NICError"))
+        draft.Set(Key::kNicError, settings.Get(L"NICError"), SourceOf(L"NICError"));
+    else
+        draft.Set(Key::kNicError, isOn ? L"NameServ Error" : L"", SourceOf(L"EnableNICError"));
 }
 
 /// The path of a file: settings name its directory and the file in it.
@@ -79,37 +81,40 @@ constexpr TextKey kTextKeys[] = {
     {Key::kSyslogLevel, L"SysLogLevel", L"none"},
 };
 
-void ApplyFixedKeys(IniFile& ini, const Settings& settings) {
-    const auto set = [&](const ConfKey& key, const String& value) { SetValue(ini, key, value); };
-    set(Key::kNicError, NicError(settings));
+void ApplyFixedKeys(ClientConfDraft& draft, const Settings& settings) {
+    ApplyNicError(draft, settings);
     for (const FileKey& row : kFileKeys) {
-        set(row.key, FileBelow(Expanded(settings.Get(row.directory), settings), settings.Get(row.name)));
+        const String directory = Expanded(settings.Get(row.directory), settings);
+        draft.Set(row.key, FileBelow(directory, settings.Get(row.name)), SourceOf(row.directory));
     }
     for (const TextKey& row : kTextKeys) {
-        set(row.key, settings.IsSet(row.setting) ? settings.Get(row.setting) : row.fallback);
+        if (settings.IsSet(row.setting))
+            draft.Set(row.key, settings.Get(row.setting), SourceOf(row.setting));
+        else
+            draft.Set(row.key, row.fallback, {Source::Kind::Program});
     }
-    if (settings.Exists(L"KSUrlFormat")) {
-        SetValue(ini, Key::kUrlFormat, settings.Get(L"KSUrlFormat"));
-    }
+    if (settings.Exists(L"KSUrlFormat"))
+        draft.Set(Key::kUrlFormat, settings.Get(L"KSUrlFormat"), SourceOf(L"KSUrlFormat"));
     const RunLevels levels = SplitRunLevels(settings.Get(L"RunLevel"));
-    set(Key::kStartLevels, levels.startList);
-    set(Key::kStopLevels, levels.stopList);
+    draft.Set(Key::kStartLevels, levels.startList, SourceOf(L"RunLevel"));
+    draft.Set(Key::kStopLevels, levels.stopList, SourceOf(L"RunLevel"));
 }
 
 /// What no other key holds is kept for the next upgrade, at the end of the file.
-void Record(IniFile& ini, const Settings& settings) {
+void Record(ClientConfDraft& draft, const Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
-        if (settings.Get(row.setting) == L"no") SetValue(ini, row.key, L"no");
+        if (settings.Get(row.setting) == L"no") draft.Set(row.key, L"no", SourceOf(row.setting));
     }
 }
 
 }  // namespace
 
-bool ApplySettingsToClientConf(IniFile& ini, const Settings& settings) {
-    ApplyKeyTable(ini, settings);
-    ApplyFixedKeys(ini, settings);
-    for (const ExtraSetting& extra : settings.Extra()) ini.SetValue(extra.Section, extra.Name, extra.Value);
-    Record(ini, settings);
+bool ApplySettingsToClientConf(ClientConfDraft& draft, const Settings& settings) {
+    ApplyKeyTable(draft, settings);
+    ApplyFixedKeys(draft, settings);
+    for (const ExtraSetting& extra : settings.Extra())
+        draft.Set(extra.Section, extra.Name, extra.Value, extra.source);
+    Record(draft, settings);
     return true;
 }
 

@@ -29,19 +29,20 @@ bool IsOwnTracker(const String& key) {
     return key.Lower() == kOwnTracker;
 }
 
-void CarryClassServers(const IniFile& oldIni, IniFile& newIni) {
-    const IniFile::Entries present = EntriesOf(newIni, kClassServers);
+void CarryClassServers(const IniFile& oldIni, ClientConfDraft& draft) {
+    const IniFile::Entries present = EntriesOf(draft.File(), kClassServers);
     for (const auto& [key, section] : EntriesOf(oldIni, kClassServers)) {
         if (IsOwnTracker(key) || present.contains(key)) continue;
-        newIni.SetValue(kClassServers, key, section);
+        draft.Set(kClassServers, key, section, SourceOf(oldIni, kClassServers, key));
         if (section.IsEmpty()) continue;
-        for (const auto& [name, value] : EntriesOf(oldIni, section)) newIni.SetValue(section, name, value);
+        for (const auto& [name, value] : EntriesOf(oldIni, section))
+            draft.Set(section, name, value, SourceOf(oldIni, section, name));
     }
 }
 
 /// Once a list is carried, one that the old file lacks is emptied: the template's items belong to other
 /// sub-agents.
-void CarryParallelLists(const IniFile& oldIni, IniFile& newIni) {
+void CarryParallelLists(const IniFile& oldIni, ClientConfDraft& draft) {
     bool carriesAny = false;
     for (const ConfKey& list : kParallelLists) {
         if (!GetValue(oldIni, list).IsEmpty()) carriesAny = true;
@@ -49,30 +50,30 @@ void CarryParallelLists(const IniFile& oldIni, IniFile& newIni) {
     if (!carriesAny) return;
     for (const ConfKey& list : kParallelLists) {
         const String old = GetValue(oldIni, list);
-        if (!old.IsEmpty() || !GetValue(newIni, list).IsEmpty()) {
-            SetValue(newIni, list, old);
+        if (!old.IsEmpty() || !GetValue(draft.File(), list).IsEmpty()) {
+            draft.Set(list, old, SourceOf(oldIni, list));
         }
     }
 }
 
-void CarryRoles(const IniFile& oldIni, IniFile& newIni) {
+void CarryRoles(const IniFile& oldIni, ClientConfDraft& draft) {
     const String roles = GetValue(oldIni, Key::kAgentRoles);
-    if (!roles.IsEmpty()) SetValue(newIni, Key::kAgentRoles, roles);
+    if (!roles.IsEmpty()) draft.Set(Key::kAgentRoles, roles, SourceOf(oldIni, Key::kAgentRoles));
 }
 
-void CarryStaticAgents(const IniFile& oldIni, IniFile& newIni) {
+void CarryStaticAgents(const IniFile& oldIni, ClientConfDraft& draft) {
     for (const auto& [key, value] : EntriesOf(oldIni, kStaticAgents)) {
-        if (!IsOwnTracker(key)) newIni.SetValue(kStaticAgents, key, value);
+        if (!IsOwnTracker(key)) draft.Set(kStaticAgents, key, value, SourceOf(oldIni, kStaticAgents, key));
     }
 }
 
 }  // namespace
 
-bool CarryOverSubAgents(const IniFile& oldIni, IniFile& newIni) {
-    CarryClassServers(oldIni, newIni);
-    CarryParallelLists(oldIni, newIni);
-    CarryRoles(oldIni, newIni);
-    CarryStaticAgents(oldIni, newIni);
+bool CarryOverSubAgents(const IniFile& oldIni, ClientConfDraft& draft) {
+    CarryClassServers(oldIni, draft);
+    CarryParallelLists(oldIni, draft);
+    CarryRoles(oldIni, draft);
+    CarryStaticAgents(oldIni, draft);
     return true;
 }
 

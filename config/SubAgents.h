@@ -1,12 +1,12 @@
 // The registrations of sub-agents in client.conf.
 #pragma once
 
-#include "corekit/ini/IniFile.h"
+#include "config/ClientConfDraft.h"
 
 namespace Zorvane::AgentInstaller {
 
 /// Copies the registrations of class servers, sub-agents, roles and static agents from an older client.conf
 /// to the new one; the agent's own tracker is never copied. Always true.
-bool CarryOverSubAgents(const corekit::IniFile& oldIni, corekit::IniFile& newIni);
+bool CarryOverSubAgents(const corekit::IniFile& oldIni, ClientConfDraft& draft);
 
 }  // namespace Zorvane::AgentInstaller

@@ -26,8 +26,15 @@ constexpr KindRow kKinds[] = {
     {Source::Kind::Option, "option", nullptr},
     {Source::Kind::PackageManager, "package-manager", nullptr},
     {Source::Kind::Program, "program", nullptr},
+    {Source::Kind::Setting, "setting", "setting"},
     {Source::Kind::Template, "template", "file"},
 };
+
+Json ValueAsJson(const SourcedValue& value) {
+    return {{"value", value.value.Utf8()}, {"source", SourceAsJson(value.source)}};
+}
+
+}  // namespace
 
 Json SourceAsJson(const Source& source) {
     const auto* const row = std::ranges::find(kKinds, source.kind, &KindRow::kind);
@@ -38,12 +45,6 @@ Json SourceAsJson(const Source& source) {
     if (source.column > 0) json["column"] = source.column;
     return json;
 }
-
-Json ValueAsJson(const SourcedValue& value) {
-    return {{"value", value.value.Utf8()}, {"source", SourceAsJson(value.source)}};
-}
-
-}  // namespace
 
 Json SettingsList(const Settings& settings) {
     Json list = Json::array();

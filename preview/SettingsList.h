@@ -8,6 +8,9 @@
 
 namespace Zorvane::AgentInstaller::Preview {
 
+/// A source as the document has it.
+nlohmann::ordered_json SourceAsJson(const Source& source);
+
 /// All settings that are present, ordered by name. The values of passwords are as they are.
 nlohmann::ordered_json SettingsList(const Settings& settings);
 

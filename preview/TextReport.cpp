@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "corekit/text/Text.h"
 
@@ -86,6 +87,18 @@ std::string AccessText(const Json& state) {
            std::to_string(state.value("gid", 0U));
 }
 
+/// A value and where it is from; notes stand on lines of their own below it.
+struct Row {
+    std::string name;
+    std::string value;
+    std::string source;
+    std::vector<std::string> notes = {};
+};
+
+Row RowOf(const Json& holder, const std::string& name) {
+    return {Shown(name), Shown(Text(holder, "value")), SourceText(holder)};
+}
+
 class Report {
   public:
     Report(const Json& document, Colours colours)
@@ -93,6 +106,7 @@ class Report {
 
     std::string Make(Output output) {
         AddSettings();
+        AddKeys();
         AddChanges();
         AddDifferences();
         if (output == Output::Shown) AddOutput();
@@ -106,7 +120,9 @@ class Report {
     }
     void AddTitle(const char* title) { m_text += "\n" + Coloured(title, kBold) + "\n"; }
 
+    void AddRows(const std::vector<Row>& rows);
     void AddSettings();
+    void AddKeys();
     void AddChanges();
     void AddDifferences();
     void AddOutput();
@@ -118,25 +134,58 @@ class Report {
     std::string m_text;
 };
 
-void Report::AddSettings() {
-    const Json& settings = m_document["settings"];
-    if (settings.empty()) return;
+void Report::AddRows(const std::vector<Row>& rows) {
     std::size_t names = 0;
     std::size_t values = 0;
-    for (const Json& setting : settings) {
-        names = std::max(names, Width(Text(setting, "name")));
-        values = std::max(values, std::min(kWidestValue, Width(Shown(Text(setting, "value")))));
+    for (const Row& row : rows) {
+        names = std::max(names, Width(row.name));
+        values = std::max(values, std::min(kWidestValue, Width(row.value)));
     }
+    for (const Row& row : rows) {
+        m_text +=
+            "  " + Padded(row.name, names) + "  " + Padded(row.value, values) + "  " + row.source + "\n";
+        for (const std::string& note : row.notes)
+            m_text += "  " + std::string(names, ' ') + "  " + note + "\n";
+    }
+}
+
+/// A setting that is empty because nobody gives it a value is not worth a line.
+void Report::AddSettings() {
+    std::vector<Row> rows;
+    for (const Json& setting : m_document["settings"]) {
+        Row row = RowOf(setting, Text(setting, "name"));
+        if (const auto unused = setting.find("unused"); unused != setting.end()) {
+            for (const Json& value : *unused)
+                row.notes.push_back("not used: " + Shown(Text(value, "value")) + " (" + SourceText(value) +
+                                    ")");
+        }
+        if (!row.value.empty() || row.source != "default" || !row.notes.empty())
+            rows.push_back(std::move(row));
+    }
+    if (rows.empty()) return;
     AddTitle("Settings");
-    for (const Json& setting : settings) {
-        m_text += "  " + Padded(Text(setting, "name"), names) + "  " +
-                  Padded(Shown(Text(setting, "value")), values) + "  " + SourceText(setting) + "\n";
-        const auto unused = setting.find("unused");
-        if (unused == setting.end()) continue;
-        for (const Json& value : *unused)
-            m_text += "  " + std::string(names, ' ') + "  not used: " + Shown(Text(value, "value")) + " (" +
-                      SourceText(value) + ")\n";
+    AddRows(rows);
+}
+
+/// The keys that neither a setting nor the package's template gives a value; of the others there are only the
+/// numbers.
+void Report::AddKeys() {
+    if (!m_document["client_conf"].is_object()) return;
+    std::vector<Row> rows;
+    std::size_t fromSettings = 0;
+    std::size_t fromTemplate = 0;
+    for (const Json& key : m_document["client_conf"]["keys"]) {
+        const std::string kind = Text(key["source"], "kind");
+        fromSettings += kind == "setting" ? 1 : 0;
+        fromTemplate += kind == "template" ? 1 : 0;
+        if (kind == "setting" || kind == "template") continue;
+        Row row = RowOf(key, "[" + Text(key, "section") + "] " + Text(key, "key"));
+        if (!row.value.empty()) rows.push_back(std::move(row));
     }
+    AddTitle("Keys of client.conf");
+    AddRows(rows);
+    m_text += std::string("  ") + (rows.empty() ? "" : "and ") + std::to_string(fromSettings) +
+              " from the settings, " + std::to_string(fromTemplate) + " from the package's template\n";
 }
 
 std::string Report::ChangeLine(const Json& change) const {

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <span>
+#include <utility>
 #include <vector>
 
 #include "corekit/text/String.h"
@@ -21,11 +22,12 @@ struct Source {
         Option,          // the command line
         PackageManager,  // what it knows of the installed package
         Program,         // the program's own place, or a conclusion of its own
+        Setting,         // one of these settings; only of keys of client.conf
         Template,        // the package's template; only of keys of client.conf
     };
 
     Kind kind = Kind::Program;
-    corekit::String name = {};  // the variable, or the path of the file
+    corekit::String name = {};  // the variable, the setting, or the path of the file
     unsigned long line = 0;     // in the file; 0 where nothing tells
     unsigned long column = 0;   // of the XML file's element or attribute
 
@@ -54,6 +56,9 @@ struct ExtraSetting {
     corekit::String Value;
     Source source = {};
 };
+
+/// Where each key of a client.conf is from, by section and key.
+using KeySources = std::map<std::pair<corekit::String, corekit::String>, Source>;
 
 /// Every input of a run ends up here and every output reads from here. Booleans are "yes" and "no", numbers
 /// decimal digits, run levels a list like "rc2;rc3;rc5"; directories may hold %INSTDIR% and %ETCDIR%.
@@ -102,6 +107,10 @@ class Settings {
     /// The extra settings of what was merged.
     const std::vector<ExtraSetting>& UnusedExtra() const { return m_unusedExtra; }
 
+    /// Where each key of the client.conf that was made of these settings is from; empty before that.
+    const KeySources& Keys() const { return m_keys; }
+    void SetKeys(KeySources keys) { m_keys = std::move(keys); }
+
     /// A dump of all settings to standard output, for whoever looks for a fault: no command writes it.
     void Print() const;
 
@@ -109,6 +118,7 @@ class Settings {
     std::map<SettingName, SettingRecord> m_usual;
     std::vector<ExtraSetting> m_extra;
     std::vector<ExtraSetting> m_unusedExtra;
+    KeySources m_keys;
 };
 
 /// The install directory of the installed agent, as it told it; "" when there is none.

@@ -12,7 +12,6 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
-#include "preview/ClientConfKeys.h"
 #include "preview/Document.h"
 #include "run/Messages.h"
 #include "run/Names.h"
@@ -63,16 +62,14 @@ bool HasSameValues(const String& left, const String& right) {
     if (!leftBytes || !rightBytes) return false;
     const IniFile leftConf(left, *leftBytes, IniFile::KeyCase::Exact);
     const IniFile rightConf(right, *rightBytes, IniFile::KeyCase::Exact);
-    const auto isSame = [&](const Json& key) {
-        const String section = String::FromUtf8(key["section"].get<std::string>());
-        const String name = String::FromUtf8(key["key"].get<std::string>());
+    const auto isSame = [&](const IniFile::Entry& entry) {
         String leftValue;
         String rightValue;
-        return leftConf.GetValue(section, name, leftValue) && rightConf.GetValue(section, name, rightValue) &&
-               leftValue == rightValue;
+        return leftConf.GetValue(entry.section, entry.key, leftValue) &&
+               rightConf.GetValue(entry.section, entry.key, rightValue) && leftValue == rightValue;
     };
-    return std::ranges::all_of(Preview::KeysOf(*leftBytes), isSame) &&
-           std::ranges::all_of(Preview::KeysOf(*rightBytes), isSame);
+    return std::ranges::all_of(leftConf.AllEntries(), isSame) &&
+           std::ranges::all_of(rightConf.AllEntries(), isSame);
 }
 
 class Comparison {

@@ -1,6 +1,7 @@
 // Which key of an installed agent's client.conf is which setting.
 #include "agents/carry/InstalledSettings.h"
 
+#include "config/ClientConfDraft.h"
 #include "config/GuidFile.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
@@ -58,11 +59,6 @@ constexpr LoadedFile kLoadedFiles[] = {
     {L"LogDir", L"LogFile", Key::kDebugOutput},
 };
 
-/// The installed agent's file as the source of a value.
-Source SourceOf(const IniFile& conf) {
-    return {Source::Kind::Installed, conf.FileName()};
-}
-
 /// The text of a GUID file without the line "null" that ends it.
 String GuidIn(const String& text) {
     corekit::StringTokenizer lines(text, L"\n");
@@ -115,7 +111,7 @@ String RunLevelItems(const String& digits) {
 void LoadRunLevel(const IniFile& conf, Settings& settings) {
     String digits;
     if (GetValue(conf, Key::kStartLevels, digits))
-        settings.Set(L"RunLevel", {RunLevelItems(digits), SourceOf(conf), digits});
+        settings.Set(L"RunLevel", {RunLevelItems(digits), SourceOf(conf, Key::kStartLevels), digits});
 }
 
 /// A file of version 5.6 need not have any: then there is no such setting.
@@ -123,14 +119,14 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
     for (const ConfKey& key : {Key::kDescription, Key::kDescriptions}) {
         const String description = GetValue(conf, key);
         if (!settings.IsSet(L"Description") && !description.IsEmpty())
-            settings.Set(L"Description", description, SourceOf(conf));
+            settings.Set(L"Description", description, SourceOf(conf, key));
     }
 }
 
 /// What no other key holds; only a "no" is recorded.
 void LoadRecord(const IniFile& conf, Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
-        if (GetValue(conf, row.key) == L"no") settings.Set(row.setting, L"no", SourceOf(conf));
+        if (GetValue(conf, row.key) == L"no") settings.Set(row.setting, L"no", SourceOf(conf, row.key));
     }
 }
 
@@ -140,14 +136,16 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
     if (!conf.ReadResult()) return FailAt(Texts::kUnreadableFile, conf.FileName(), conf.ReadResult());
     auto settings = std::make_unique<Settings>();
     for (const LoadedKey& row : kLoadedKeys) {
-        if (row.since <= generation) settings->Set(row.setting, GetValue(conf, row.key), SourceOf(conf));
+        if (row.since <= generation)
+            settings->Set(row.setting, GetValue(conf, row.key), SourceOf(conf, row.key));
     }
     for (const LoadedFile& row : kLoadedFiles) {
         const String path = GetValue(conf, row.key);
-        settings->Set(row.directorySetting, Path::GetDirectory(path), SourceOf(conf));
-        settings->Set(row.nameSetting, Path::GetFileName(path), SourceOf(conf));
+        settings->Set(row.directorySetting, Path::GetDirectory(path), SourceOf(conf, row.key));
+        settings->Set(row.nameSetting, Path::GetFileName(path), SourceOf(conf, row.key));
     }
-    if (settings->IsSet(L"NICError")) settings->Set(L"EnableNICError", L"yes", SourceOf(conf));
+    if (settings->IsSet(L"NICError"))
+        settings->Set(L"EnableNICError", L"yes", SourceOf(conf, Key::kNicError));
     if (const auto loaded = LoadGuid(conf, generation, *settings); !loaded) return loaded.error();
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);

@@ -23,6 +23,20 @@ bool HasOverlongLine(std::string_view bytes) {
     return false;
 }
 
+/// Calls `visit` with each line of the text as it is now.
+template <typename Visit>
+void VisitLines(const IniText& text, Visit visit) {
+    std::string joined;
+    for (const std::string_view piece : text.Pieces()) joined += piece;
+    std::string_view rest = joined;
+    if (rest.starts_with(EditedText::kByteOrderMark)) rest.remove_prefix(EditedText::kByteOrderMark.size());
+    while (!rest.empty()) {
+        const std::string_view line = rest.substr(0, rest.find('\n'));
+        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
+        visit(ParseIniLine(line));
+    }
+}
+
 }  // namespace
 
 IniFile::IniFile(const String& path, KeyCase keyCase, std::size_t limit) : m_path(path) {
@@ -72,17 +86,27 @@ void IniFile::GetEntries(const String& section, Entries& entries) const {
     }
 }
 
+std::vector<IniFile::Entry> IniFile::AllEntries() const {
+    std::vector<Entry> entries;
+    String section;
+    VisitLines(*m_text, [&](const IniLine& line) {
+        if (line.kind == IniLine::Kind::Section) section = String::FromUtf8(line.name);
+        if (line.kind == IniLine::Kind::Entry)
+            entries.push_back({section, String::FromUtf8(line.name), String::FromUtf8(line.value)});
+    });
+    return entries;
+}
+
 std::vector<String> IniFile::Values() const {
-    std::string text;
-    for (const std::string_view piece : m_text->Pieces()) text += piece;
     std::vector<String> values;
-    for (std::string_view rest = text; !rest.empty();) {
-        const std::string_view line = rest.substr(0, rest.find('\n'));
-        rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-        const IniLine parts = ParseIniLine(line);
-        if (parts.kind == IniLine::Kind::Entry) values.push_back(String::FromUtf8(parts.value));
-    }
+    VisitLines(*m_text, [&](const IniLine& line) {
+        if (line.kind == IniLine::Kind::Entry) values.push_back(String::FromUtf8(line.value));
+    });
     return values;
+}
+
+std::size_t IniFile::LineOf(const String& section, const String& key) const {
+    return m_text->LineOf(section.Utf8(), key.Utf8());
 }
 
 void IniFile::SetValue(const String& section, const String& key, const String& value) {

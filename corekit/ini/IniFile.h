@@ -62,8 +62,21 @@ class IniFile {
     /// Adds all entries of a section to the map.
     void GetEntries(const String& section, Entries& entries) const;
 
-    /// The values of all entries of all sections, in the order of the file.
+    /// An entry as it stands in the file, with what is set in it so far.
+    struct Entry {
+        String section;
+        String key;
+        String value;
+    };
+
+    /// All entries of all sections, in the order of the file, those that another one overrides included.
+    std::vector<Entry> AllEntries() const;
+
+    /// The values of these.
     std::vector<String> Values() const;
+
+    /// The number of the line in the file, as it was read, that gives an entry its value; 0 without one.
+    std::size_t LineOf(const String& section, const String& key) const;
 
     /// Sets an entry, unless no line could hold it: its key is empty, has "=" in it or begins with "#", ";"
     /// or "[", or its section has "]" in it.

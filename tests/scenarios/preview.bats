@@ -70,6 +70,136 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     [ "$(tail -c 1 "$desk/out" | od -An -c | tr -d ' ')" = '\n' ]
 }
 
+# Every setting that an XML file can give, one a line, each with a value of its own.
+given_xml_of_all_settings() {
+    given_xml /tmp <<END
+<KSAgentConfiguration>
+  <KSName>kell.example</KSName>
+  <KSProtocol>https</KSProtocol>
+  <Guid>{AB-12}</Guid>
+  <Settings
+    UseKSIPAddress="no"
+    UseDomain="no"
+    EnableNICError="no"
+    Upgrade="yes"
+    Start="no"
+    AllowNonRoot="no"
+    StartupOnBoot="no"
+    RunLevel="rc3">
+    <CurlSSL
+      SSLVerifyPeer="yes"
+      SSLVerifyHost="yes"
+      CAInfo="/etc/ca.pem"
+      CAPath="/etc/ca"/>
+    <EventLog
+      LogDir="/var/log/zorvane"
+      LogFile="a.log"
+      LogSize="512"
+      LogLevel="Warning"
+      SysLogLevel="Error"/>
+    <InstallDir>$agent</InstallDir>
+    <BinDir>/usr/local/bin</BinDir>
+    <TempDir>/var/tmp</TempDir>
+    <GuidDir>/var/zorvane</GuidDir>
+    <GuidFile>id</GuidFile>
+    <EventQueueDir>/var/zorvane/queue</EventQueueDir>
+    <TasksDir>/var/zorvane/tasks</TasksDir>
+    <PackagesDir>/var/zorvane/packages</PackagesDir>
+    <SWDDir>/var/zorvane/swd</SWDDir>
+    <SerialNumber>1</SerialNumber>
+    <AssetTag>2</AssetTag>
+    <EmployeeID>3</EmployeeID>
+    <ContactName>4</ContactName>
+    <ContactPhone>5</ContactPhone>
+    <ContactEmail>6</ContactEmail>
+    <Location>7</Location>
+    <Department>8</Department>
+    <Description>9</Description>
+  </Settings>
+</KSAgentConfiguration>
+END
+}
+
+# The source of every setting is the line and column of its attribute or element, in the document of a
+# preview. The settings that the file has none for are the program's own.
+expect_sources_in_xml() {
+    python3 - "$desk/out" "/tmp/$xml" <<'END'
+import json, re, sys
+document = json.load(open(sys.argv[1], encoding="utf-8"))
+places = {}
+for number, line in enumerate(open(sys.argv[2], encoding="utf-8"), 1):
+    found = re.match(r'\s*(?:<(\w+)>[^<\n]|(\w+)=")', line)
+    if found:
+        name = found.group(1) or found.group(2)
+        places[name] = (number, line.index("<" + name if found.group(1) else name) + 1)
+assert len(places) == 38, len(places)
+seen = set()
+for setting in document["settings"]:
+    name, source = setting["name"], setting["source"]
+    if name == "KSUrlFormat":  # of the server's protocol
+        assert source["kind"] == "xml", setting
+    elif name == "Upgrade":  # there is no agent to upgrade
+        assert source == {"kind": "program"} and setting["unused"][-1]["source"]["kind"] == "xml", setting
+        seen.add(name)
+    elif name in places:
+        line, column = places[name]
+        assert source == {"kind": "xml", "file": sys.argv[2], "line": line, "column": column}, (setting, line, column)
+        assert [lost["source"]["kind"] for lost in setting["unused"]] in (["default"], []), setting
+        seen.add(name)
+    else:
+        assert name in ("XML",), setting
+assert seen == set(places) - {"KSProtocol"} or seen == set(places), set(places) - seen
+keys = {(key["section"], key["key"]): key["source"] for key in document["client_conf"]["keys"]}
+assert keys["Kell Servers", "server-1"] == {"kind": "setting", "setting": "KSName"}
+assert keys["Tickle", "enabled"]["kind"] == "template" and keys["Tickle", "enabled"]["line"] > 1
+END
+}
+
+@test "the source of every setting of a first configuration is its place in the XML file" {
+    given_the_package
+    given_xml_of_all_settings
+    mkdir -p /var/zorvane
+    qdn_configure -preview -json -configure -noimode
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_sources_in_xml
+}
+
+@test "the sources of settings are the defaults, the environment, the command line, and the program's own" {
+    given_the_package "$elsewhere"
+    QDN_INSTALL_KSNAME=kell.example QDN_INSTALL_AUTOSTART=no QDN_INSTALL_RUNLEVELS=35 \
+        qdn_configure -preview -json -configure -noimode -dir "$elsewhere"
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_field '{s["name"]: s["source"].get("variable") for s in d["settings"] if s["source"]["kind"] == "environment"}' \
+        '{"KSName": "QDN_INSTALL_KSNAME", "KSProtocol": "QDN_INSTALL_KSNAME", "KSUrlFormat": "QDN_INSTALL_KSNAME", "RunLevel": "QDN_INSTALL_RUNLEVELS", "Start": "QDN_INSTALL_AUTOSTART"}'
+    expect_field '[s["source"] for s in d["settings"] if s["name"] == "InstallDir"]' '[{"kind": "option"}]'
+    expect_field 'sorted({s["source"]["kind"] for s in d["settings"]} - {"default"})' '["environment", "option", "program"]'
+    expect_field 'len([s for s in d["settings"] if s["source"]["kind"] == "default"]) > 20' true
+}
+
+@test "the sources of an upgrade are the lines of the installed agent's file, and what it overrides is told" {
+    given_an_old_agent 6.2
+    given_the_package
+    given_xml /tmp <<'END'
+<KSAgentConfiguration><Settings Start="no"><EventLog LogSize="512"/></Settings></KSAgentConfiguration>
+END
+    qdn_configure -preview -json -configure -noimode
+    expect_status 0
+    expect_valid "$desk/out"
+    local line
+    line=$(grep -n '^debug_file_size=' "$agent/etc/client.conf" | cut -d : -f 1)
+    expect_field '[(s["source"], [u["value"] for u in s["unused"]]) for s in d["settings"] if s["name"] == "LogSize"]' \
+        "[[{\"kind\": \"installed\", \"file\": \"$agent/etc/client.conf\", \"line\": $line}, [\"256\", \"512\"]]]"
+    line=$(grep -n '^package_retry_delay=' "$agent/etc/client.conf" | cut -d : -f 1)
+    expect_field '[k["source"] for k in d["client_conf"]["keys"] if k["key"] == "package_retry_delay"]' \
+        "[{\"kind\": \"installed\", \"file\": \"$agent/etc/client.conf\", \"line\": $line}]"
+    qdn_configure -preview -configure -noimode
+    grep -qx "  \[Configuration\] package_retry_delay  *61  *$agent/etc/client.conf:$line" "$desk/out"
+    grep -qx "  and [0-9]* from the settings, [0-9]* from the package's template" "$desk/out"
+    expect_no_line '^  Guid  *default' "$desk/out"
+}
+
 @test "that the agent would be started is said, and it is not" {
     given_the_package
     given_plain_xml

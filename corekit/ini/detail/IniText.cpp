@@ -180,6 +180,20 @@ bool IniText::Get(std::string_view section, std::string_view key, std::string_vi
     return place != IniSection::kNone;
 }
 
+std::size_t IniText::LineOf(std::string_view section, std::string_view key) {
+    IniSection* const found = Find(section);
+    const EditedText::Place place =
+        found != nullptr ? found->Find(Trimmed(key), m_keyCase) : IniSection::kNone;
+    const std::string_view text = m_text.Original();
+    if (place == IniSection::kNone || place >= text.size()) return 0;
+    if (m_lineEnds.empty()) {
+        for (std::size_t at = text.find('\n'); at != text.npos; at = text.find('\n', at + 1))
+            m_lineEnds.push_back(at);
+    }
+    const auto before = std::ranges::lower_bound(m_lineEnds, place);
+    return static_cast<std::size_t>(before - m_lineEnds.begin()) + 1;
+}
+
 IniSection* IniText::Find(std::string_view name) {
     const auto found = m_sections.find(Trimmed(name));
     return found != m_sections.end() ? &found->second : nullptr;

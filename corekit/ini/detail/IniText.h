@@ -78,6 +78,9 @@ class IniText {
     /// The value of an entry, valid until the next `Set`; false if there is no such entry.
     bool Get(std::string_view section, std::string_view key, std::string_view& value);
 
+    /// The number of the original line of an entry, from 1; 0 for one that is not there or was added.
+    std::size_t LineOf(std::string_view section, std::string_view key);
+
     /// All entries of a section in the order of the text.
     std::vector<IniLine> Entries(std::string_view section);
 
@@ -96,6 +99,7 @@ class IniText {
     EditedText m_text;
     IniFile::KeyCase m_keyCase;
     std::map<std::string, IniSection, std::less<>> m_sections;
+    std::vector<std::size_t> m_lineEnds;  // offsets; found when the first line is asked for
 };
 
 }  // namespace corekit

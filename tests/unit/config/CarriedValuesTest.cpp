@@ -26,12 +26,12 @@ class CarryValues : public testing::Test {
     }
     String New(const String& section, const String& key) {
         String value = L"(missing)";
-        m_new.GetValue(section, key, value);
+        m_new.File().GetValue(section, key, value);
         return value;
     }
 
     testfiles::TempDir m_dir;
-    IniFile m_new{L"/tmp/no such file"};
+    ClientConfDraft m_new{L"/tmp/no such file"};
     Settings m_settings;
 };
 
@@ -80,7 +80,7 @@ INSTANTIATE_TEST_SUITE_P(CarryValues, EveryRow, testing::Values(Spelling::AsWrit
 
 TEST_F(CarryValues, AMissingEntryChangesNothing) {
     m_settings.Value(L"TempDir") = L"/tmp";
-    m_new.SetValue(L"Configuration", L"tmpdir", L"/template");
+    m_new.Set(L"Configuration", L"tmpdir", L"/template", Source());
     Carry("[Configuration]\nother=1\n[Client Transport]\ntmpdir=/elsewhere\n");
     EXPECT_EQ(New(L"Configuration", L"tmpdir"), L"/template");
     EXPECT_EQ(m_settings.Get(L"TempDir"), L"/tmp");
@@ -90,7 +90,7 @@ TEST_F(CarryValues, AMissingEntryChangesNothing) {
 
 TEST_F(CarryValues, AnEmptyEntryClearsKeyAndSetting) {
     m_settings.Value(L"CAInfo") = L"/ca.pem";
-    m_new.SetValue(L"Client Transport", L"ssl_ca_info", L"/ca.pem");
+    m_new.Set(L"Client Transport", L"ssl_ca_info", L"/ca.pem", Source());
     Carry("[Client Transport]\nssl_ca_info=\n");
     EXPECT_EQ(New(L"Client Transport", L"ssl_ca_info"), L"");
     EXPECT_TRUE(m_settings.Exists(L"CAInfo"));
@@ -138,7 +138,7 @@ TEST_F(CarryValues, AnEmptyPathLeavesTheTemplatesValueAndTheSettingsOwn) {
         if (!row.isPath) continue;
         ++count;
         emptyPaths += "[" + String(row.oldKey.section).Utf8() + "]\n" + String(row.oldKey.key).Utf8() + "=\n";
-        m_new.SetValue(row.newKey.section, row.newKey.key, L"/template");
+        m_new.Set(row.newKey, L"/template", Source());
         if (!row.setting.IsNone()) m_settings.Value(row.setting) = L"/setting";
     }
     m_settings.Value(L"InstallDir") = L"/opt/new";

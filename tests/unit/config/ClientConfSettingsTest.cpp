@@ -11,7 +11,6 @@
 namespace Zorvane::AgentInstaller {
 namespace {
 
-using corekit::IniFile;
 using corekit::String;
 
 class ApplySettings : public testing::Test {
@@ -22,11 +21,11 @@ class ApplySettings : public testing::Test {
 
     /// The value of "Section/key" once the settings have been applied to an empty file.
     String Applied(const wchar_t* path) {
-        IniFile ini(L"/tmp/no such file");
-        EXPECT_TRUE(ApplySettingsToClientConf(ini, m_settings));
+        ClientConfDraft draft(L"/tmp/no such file");
+        EXPECT_TRUE(ApplySettingsToClientConf(draft, m_settings));
         const String text = path;
         String value = L"(missing)";
-        ini.GetValue(text.Before(L"/"), text.Mid(text.Find(L"/") + 1), value);
+        draft.File().GetValue(text.Before(L"/"), text.Mid(text.Find(L"/") + 1), value);
         return value;
     }
     /// That value for this one of a setting.
@@ -202,9 +201,9 @@ TEST_F(ApplySettings, RecordsEachNoThatNoOtherKeyHolds_AtTheEndOfTheFile) {
     EXPECT_EQ(Applied(L"Installation/allow_non_root"), L"no");
     EXPECT_EQ(Applied(L"Installation/startup_on_boot"), L"no");
     EXPECT_EQ(Applied(L"Installation/enable_nic_error"), L"no");
-    IniFile ini(L"/tmp/no such file");
-    EXPECT_TRUE(ApplySettingsToClientConf(ini, m_settings));
-    const auto values = ini.Values();
+    ClientConfDraft draft(L"/tmp/no such file");
+    EXPECT_TRUE(ApplySettingsToClientConf(draft, m_settings));
+    const auto values = draft.File().Values();
     EXPECT_EQ(std::vector(values.end() - 4, values.end()),
               (std::vector<String>{L"value", L"no", L"no", L"no"}));
 }
@@ -230,11 +229,11 @@ TEST_F(ApplySettings, WritesNoFileOfTheIdentifier) {
 TEST_F(ApplySettings, TheDefaultsGiveThisFile) {
     const testfiles::TempDir dir;
     const String path = String::FromUtf8(dir / "client.conf");
-    IniFile ini(path);
+    ClientConfDraft draft(path);
     const auto settings = DefaultSettings();
     settings->Value(L"InstallDir") = L"/opt/z";
-    EXPECT_TRUE(ApplySettingsToClientConf(ini, *settings));
-    ASSERT_TRUE(ini.Write());
+    EXPECT_TRUE(ApplySettingsToClientConf(draft, *settings));
+    ASSERT_TRUE(draft.File().Write());
     EXPECT_EQ(testfiles::Read(dir / "client.conf"),
               "[Configuration]\ntmpdir=/tmp\nbindir=/usr/bin\nevent_queue_dir=/opt/z/var/queue\n"
               "task_storage_path=/opt/z/var/tasks\npackage_storage_path=/opt/z/var/packages\n"

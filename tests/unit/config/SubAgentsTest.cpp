@@ -17,9 +17,9 @@ std::string Carried(const std::string& oldText, const std::string& newText) {
     testfiles::Write(dir / "old", oldText);
     testfiles::Write(dir / "new", newText);
     const IniFile oldIni(String::FromUtf8(dir / "old"), IniFile::KeyCase::FallBack);
-    IniFile newIni(String::FromUtf8(dir / "new"));
-    EXPECT_TRUE(CarryOverSubAgents(oldIni, newIni));
-    EXPECT_TRUE(newIni.Write());
+    ClientConfDraft draft(String::FromUtf8(dir / "new"));
+    EXPECT_TRUE(CarryOverSubAgents(oldIni, draft));
+    EXPECT_TRUE(draft.File().Write());
     return testfiles::Read(dir / "new");
 }
 

@@ -12,9 +12,15 @@ constexpr const char* kDocument = R"({
   "error": null, "refused": "The agent is running.", "changed": true, "output": "Banner.\nDone.\n", "warnings": [],
   "settings": [
     {"name": "KSName", "value": "kell.example", "source": {"kind": "environment", "variable": "QDN_INSTALL_KSNAME"}, "unused": []},
+    {"name": "Guid", "value": "", "source": {"kind": "default"}, "unused": []},
     {"name": "LogSize", "value": "512", "source": {"kind": "xml", "file": "/tmp/a.xml", "line": 4, "column": 13},
      "unused": [{"value": "256", "source": {"kind": "default"}}]}],
-  "client_conf": null,
+  "client_conf": {"path": "/opt/a/etc/client.conf", "keys": [
+    {"section": "Kell Servers", "key": "server-1", "value": "kell.example", "source": {"kind": "setting", "setting": "KSName"}},
+    {"section": "Tickle", "key": "enabled", "value": "no", "source": {"kind": "installed", "file": "/opt/old.conf", "line": 7}},
+    {"section": "Tickle", "key": "empty", "value": "", "source": {"kind": "installed", "file": "/opt/old.conf", "line": 8}},
+    {"section": "SWD", "key": "x", "value": "1", "source": {"kind": "xml", "file": "/tmp/a.xml", "line": 9, "column": 3}},
+    {"section": "SWD", "key": "y", "value": "2", "source": {"kind": "template", "file": "/opt/a/etc/client.proto", "line": 3}}]},
   "changes": [
     {"path": "/a", "action": "create", "type": "link", "before": null,
      "after": {"mode": "0777", "uid": 0, "gid": 0, "size": null, "sha256": null, "target": "b"}, "diff": null},
@@ -41,6 +47,11 @@ Settings
   KSName   kell.example  variable QDN_INSTALL_KSNAME
   LogSize  512           /tmp/a.xml:4
            not used: 256 (default)
+
+Keys of client.conf
+  [Tickle] enabled  no  /opt/old.conf:7
+  [SWD] x           1   /tmp/a.xml:9
+  and 1 from the settings, 1 from the package's template
 
 Changes
   create   lrwxrwxrwx 0:0  /a -> b

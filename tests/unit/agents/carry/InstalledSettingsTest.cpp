@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sstream>
 #include <sys/syscall.h>
 
 #include "agents/carry/InstalledSettings.h"
@@ -94,6 +95,26 @@ TEST_F(InstalledSettings, OfVersion6AreAllThatTheFileKnows) {
     for (const Expected& row : kOf60)
         EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
     EXPECT_FALSE(settings->Exists(L"Guid"));
+}
+
+TEST_F(InstalledSettings, KnowTheLineThatTheyAreFrom) {
+    std::vector<std::string> lines = {""};
+    std::istringstream text(kConf);
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    const auto settings = Load(kConf);
+    std::size_t count = 0;
+    for (const auto& [name, record] : settings->Records()) {
+        SCOPED_TRACE(String(name).Utf8());
+        const Source& source = record.used.source;
+        EXPECT_EQ(source.kind, Source::Kind::Installed);
+        EXPECT_EQ(source.name, String::FromUtf8(m_dir / "client.conf"));
+        ASSERT_TRUE(source.line > 0 && source.line < lines.size()) << source.line;
+        // The name of a file's key says nothing of the setting: its value, or a part of it, does.
+        if (name == L"EnableNICError" || name == L"RunLevel") continue;
+        ++count;
+        EXPECT_NE(lines[source.line].find(record.used.value.Utf8()), std::string::npos) << lines[source.line];
+    }
+    EXPECT_EQ(count, 18U);
 }
 
 TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {

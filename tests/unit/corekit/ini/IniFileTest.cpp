@@ -84,6 +84,31 @@ TEST_F(IniFileTest, ListsTheValuesOfAllSections) {
     EXPECT_TRUE(IniFile(L"/none").Values().empty());
 }
 
+TEST_F(IniFileTest, ListsAllEntriesWithTheirSections) {
+    IniFile file(
+        Make("\xef\xbb\xbf"
+             "first=0\n[s]\nb=1\n#c=2\n[t]\nb = 3\n[s]\nb=4\n"));
+    file.SetValue(L"t", L"d", L"5");
+    std::vector<String> lines;
+    for (const IniFile::Entry& entry : file.AllEntries())
+        lines.push_back(entry.section + L"/" + entry.key + L"=" + entry.value);
+    EXPECT_EQ(lines, (std::vector<String>{L"/first=0", L"s/b=1", L"t/b=3", L"t/d=5", L"s/b=4"}));
+}
+
+TEST_F(IniFileTest, KnowsTheLineThatGivesAnEntryItsValue) {
+    IniFile file(Make("# comment\n[s]\n\na=1\r\nA=2\na=3\n[t]\nb=4"), IniFile::KeyCase::FallBack);
+    EXPECT_EQ(file.LineOf(L"s", L"a"), 4U);
+    EXPECT_EQ(file.LineOf(L"s", L"A"), 5U);
+    EXPECT_EQ(file.LineOf(L"t", L"B"), 8U);
+    EXPECT_EQ(file.LineOf(L"t", L"a"), 0U);
+    EXPECT_EQ(file.LineOf(L"missing", L"a"), 0U);
+    file.SetValue(L"s", L"a", L"other");
+    file.SetValue(L"s", L"new", L"5");
+    EXPECT_EQ(file.LineOf(L"s", L"a"), 4U);
+    EXPECT_EQ(file.LineOf(L"s", L"new"), 0U);
+    EXPECT_EQ(IniFile(L"/none").LineOf(L"s", L"a"), 0U);
+}
+
 TEST_F(IniFileTest, ListsWhatWasSet) {
     IniFile file(Make("[s]\na=1\n"));
     file.SetValue(L"s", L"a", L"2");
