@@ -34,8 +34,10 @@ bool IsAgentLink(const String& path, const String& installDir) {
     if (Path::IsWithin(target, Names::kUsualInstallDir)) return true;
     if (!Path::IsMatch(installDir, L"/") && Path::IsWithin(target, installDir)) return true;
     const String programDir = Path::GetDirectory(target);
-    return Path::GetFileName(programDir) == L"bin" &&
-           corekit::File::Exists(Path::GetDirectory(programDir) + Names::kClientProto);
+    if (Path::GetFileName(programDir) != L"bin") return false;
+    const bool isLeftBehind =
+        Path::GetFileName(target) == Path::GetFileName(path) && !corekit::File::Exists(target);
+    return isLeftBehind || corekit::File::Exists(Path::GetDirectory(programDir) + Names::kClientProto);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -39,15 +39,10 @@ void Warn(const corekit::Result& failure) {
     }
 }
 
-/// A link into the directory that the agent has moved from is replaced, although nothing is there any more.
-void LinkPrograms(const Settings& settings, const String& linkDir) {
-    const String installDir = settings.Get(L"InstallDir");
-    const String formerDir = InstalledDirectory(settings);
+void LinkPrograms(const String& installDir, const String& linkDir) {
     const String programDir = ProgramDirectory(installDir);
     const String environment = installDir + Names::kEnvironmentScript;
-    const auto isOurs = [&](const String& link) {
-        return IsAgentLink(link, installDir) || (!formerDir.IsEmpty() && IsAgentLink(link, formerDir));
-    };
+    const auto isOurs = [&](const String& link) { return IsAgentLink(link, installDir); };
     std::vector<String> programs;
     corekit::Forgive(FindPrograms(programDir, programs));  // without programs there is nothing to link
     for (const String& program : programs) {
@@ -70,7 +65,7 @@ void LinkHelper(const String& linkDir) {
 
 Outcome<> CreateProgramLinks(const SetupContext& context) {
     const String linkDir = GetValue(corekit::IniFile(context.confPath), Key::kBinDir);
-    LinkPrograms(*context.settings, linkDir);
+    LinkPrograms(context.settings->Get(L"InstallDir"), linkDir);
     LinkHelper(linkDir);
     return {};
 }

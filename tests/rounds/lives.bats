@@ -88,6 +88,13 @@ expect_the_agent() {
         [ "$found" = "$identifier" ] || fail "the identifier is '$found', expected '$identifier'"
     fi
     expect_missing "$where/etc/.unfinished"
+    expect_state 3 # in order, but no agent is started here
+}
+
+# -status tells the truth.
+expect_state() {
+    call -status
+    [ "$status" -eq "$1" ] || { cat "$desk/out" "$desk/err"; fail "-status ends with $status, expected $1"; }
 }
 
 expect_no_agent() {
@@ -95,6 +102,7 @@ expect_no_agent() {
     for place in "${places[@]}"; do expect_missing "$place/etc/client.conf"; done
     expect_missing /etc/init.d/zorvane /usr/bin/qdn-monitor
     [ -z "$(find /etc -name '[SK][0-9][0-9]zorvane')" ] || fail "the service is still registered"
+    expect_state 4
 }
 
 # --- The steps
@@ -169,9 +177,11 @@ step_clean() {
 
 step_damage() {
     [ -n "$where" ] || return 0
-    pick "rm -f /usr/bin/qdn-monitor" "chmod 0 $where/bin/qdn-env" "rm -f $where/bin/rcscript" "rm -f /etc/init.d/zorvane" \
+    pick "rm -f /usr/bin/qdn-monitor" "chmod 0777 $where/bin/qdn-env" "rm -f $where/bin/rcscript" "rm -f /etc/init.d/zorvane" \
         "chmod 0666 $where/etc/client.conf" "truncate -s 0 $where/bin/qdn-env" "rmdir $where/var/tasks"
     $picked
+    tell "$picked"
+    expect_state 1
     step_configure
 }
 

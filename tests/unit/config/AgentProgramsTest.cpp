@@ -48,6 +48,7 @@ TEST(AgentLink, LeadsBelowAnInstallDirectoryOfTheAgents) {
     Write(dir / "agent/bin/qdn-monitor", "");
     Write(dir / "second/etc/client.proto", "");
     Write(dir / "stranger/bin/qdn-monitor", "");
+    Write(dir / "agents/bin/qdn-monitor", "");
     std::filesystem::create_directory(dir / "links");
     std::filesystem::create_directory_symlink(dir / "agent", dir / "alias");
     const struct {
@@ -63,6 +64,9 @@ TEST(AgentLink, LeadsBelowAnInstallDirectoryOfTheAgents) {
         {dir / "second/other/qdn-monitor", false},
         {dir / "stranger/bin/qdn-monitor", false},
         {dir / "agents/bin/qdn-monitor", false},
+        {dir / "gone/bin/qdn-monitor", true},
+        {dir / "gone/bin/monitor", false},
+        {dir / "gone/qdn-monitor", false},
         {dir / "agent/../stranger/bin/qdn-monitor", false},
         {"/usr/bin/true", false},
         {"true", false},
