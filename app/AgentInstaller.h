@@ -1,6 +1,7 @@
 // The application: the banner before every command whose output people read.
 #pragma once
 
+#include "app/ApplyCommand.h"
 #include "app/PreviewCommand.h"
 #include "app/StatusCommand.h"
 #include "corekit/os/Application.h"
@@ -13,8 +14,9 @@ class AgentInstaller : public corekit::CommandBasedApp {
     using CommandBasedApp::CommandBasedApp;
 
     int AppMain() override {
-        const bool isForPrograms =
-            PreviewCommand::WantsNoBanner(Arguments()) || StatusCommand::WantsNoBanner(Arguments());
+        const bool isForPrograms = PreviewCommand::WantsNoBanner(Arguments()) ||
+                                   StatusCommand::WantsNoBanner(Arguments()) ||
+                                   ApplyCommand::WantsNoBanner(Arguments());
         if (!isForPrograms) Messages::Tell(kBanner);
         return Run();
     }

@@ -5,6 +5,7 @@
 
 #include "agents/AgentDetection.h"
 #include "app/Refusals.h"
+#include "apply/Recovery.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/ini/IniFile.h"
@@ -56,6 +57,7 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
     }
     const RunLock lock;
     if (RefuseSecondRun(lock)) return kFailure;
+    if (const auto finished = Apply::FinishFormerApply(); !finished) return Report(finished.error());
     const auto agent = AgentFromBaseDir(baseDir);
     if (!agent) {
         Messages::Tell(String(kNoClientConf).Arg(Messages::Shown(baseDir)));
@@ -70,8 +72,12 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
 
 String CleanCommand::Refusal(const std::vector<String>& arguments) const {
     if (IsPluginProcessRunning()) return kRunning;
-    if (!arguments.empty() && HasRegisteredSolutions(arguments.front())) return kSolutionsDepend;
+    if (const String lasting = LastingRefusal(arguments); !lasting.IsEmpty()) return lasting;
     return RunLock::IsHeld() ? kAnotherRun : L"";
+}
+
+String CleanCommand::LastingRefusal(const std::vector<String>& arguments) const {
+    return !arguments.empty() && HasRegisteredSolutions(arguments.front()) ? kSolutionsDepend : L"";
 }
 
 void CleanCommand::Usage(const String& prefix) const {

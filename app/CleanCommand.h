@@ -11,6 +11,7 @@ class CleanCommand : public ChangingCommand {
     void Usage(const corekit::String& prefix) const override;
     corekit::String Description() const override;
     corekit::String Refusal(const std::vector<corekit::String>& arguments) const override;
+    corekit::String LastingRefusal(const std::vector<corekit::String>& arguments) const override;
 
   private:
     unsigned Perform(const std::vector<corekit::String>& arguments) override;

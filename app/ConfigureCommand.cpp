@@ -2,6 +2,7 @@
 #include "app/ConfigureCommand.h"
 
 #include "app/Refusals.h"
+#include "apply/Recovery.h"
 #include "config/SystemProbes.h"
 #include "run/Args.h"
 #include "run/Messages.h"
@@ -24,7 +25,9 @@ unsigned ConfigureCommand::RunWithOptions(const std::vector<String>& arguments, 
     if (RefuseOrdinaryUser() || RefuseRunningAgent(kAlreadyRunning)) return kFailure;
     if (const unsigned status = ParseOptions(arguments, noIMode); status != kSuccess) return status;
     const RunLock lock;
-    return RefuseSecondRun(lock) ? kFailure : Configure();
+    if (RefuseSecondRun(lock)) return kFailure;
+    if (const auto finished = Apply::FinishFormerApply(); !finished) return Report(finished.error());
+    return Configure();
 }
 
 String ConfigureCommand::Refusal(const std::vector<String>&) const {

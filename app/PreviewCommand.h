@@ -1,14 +1,9 @@
 // The command -preview: shows what another command would do, and changes nothing.
 #pragma once
 
-#include <memory>
-
-#include "app/ChangingCommand.h"
+#include "app/PreviewedCommand.h"
 
 namespace Zorvane::AgentInstaller {
-
-/// What is said before every command.
-inline constexpr const wchar_t* kBanner = L"Zorvane Agent for UNIX and Linux Configuration utility.\n";
 
 class PreviewCommand : public corekit::CommandBasedApp::Command {
   public:
@@ -31,15 +26,13 @@ class PreviewCommand : public corekit::CommandBasedApp::Command {
 
     /// The number of arguments before the word of the previewed command.
     std::size_t ParseOptions(const std::vector<corekit::String>& arguments);
-    bool ChooseCommand(const corekit::String& word);
-    std::string Rehearsed(const std::vector<corekit::String>& arguments) const;
+    std::string Rehearsed(const std::vector<corekit::String>& arguments);
     unsigned Report(const std::string& document, bool wasSeen) const;
     unsigned ShowWrongUse(const std::string& document);
 
     corekit::String m_version;
     Options m_options;
-    corekit::String m_word;
-    std::unique_ptr<ChangingCommand> m_command;
+    PreviewedCommand m_command;
     bool m_isWrongUse = false;  // of the previewed command
 };
 

@@ -61,6 +61,8 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
     }
     record["status"] = command.Run(arguments);
     record["start"] = Rehearsal::bStartsAgent;
+    record["answers"] = Json::array();
+    for (const String& answer : Rehearsal::answers) record["answers"].push_back(answer.Utf8());
     if (const Settings* settings = command.LastSettings()) {
         const String installDir = settings->Get(kInstallDir);
         record["settings"] = Preview::SettingsList(*settings);

@@ -1,5 +1,6 @@
 // The program's entry.
 #include "app/AgentInstaller.h"
+#include "app/ApplyCommand.h"
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
 #include "app/PreviewCommand.h"
@@ -17,6 +18,7 @@ int main(int argc, char** argv) {
     application.RegisterCommand(L"-iconfigure", std::make_unique<InteractiveConfigureCommand>());
     application.RegisterCommand(L"-clean", std::make_unique<CleanCommand>());
     application.RegisterCommand(L"-preview", std::make_unique<PreviewCommand>(application.Version()));
+    application.RegisterCommand(L"-apply", std::make_unique<ApplyCommand>(application.Version()));
     application.RegisterCommand(L"-status", std::make_unique<StatusCommand>(application.Version()));
     return application.AppMain();
 }

@@ -16,16 +16,15 @@ constexpr const wchar_t* kTemplate = L"/tmp/.zorvane-agent-installer.XXXXXX";
 constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????",
                                          L"/tmp/..zorvane-agent-installer.??????.*"};
 
-/// No other run is under way that could still need them.
-void RemoveLeftoversOfKilledRuns() {
+}  // namespace
+
+void HandOverFile::RemoveLeftovers() {
     for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, File::HostDirectory::Meant));
 }
 
-}  // namespace
-
 Outcome<> HandOverFile::Create() {
     RemoveHandOverFile();
-    RemoveLeftoversOfKilledRuns();
+    RemoveLeftovers();
     const corekit::SignalBlock untilItIsOwned;
     const auto made = File::MakeTemp(kTemplate);
     if (!made) return Fail(L"Failed to create migration config file: ", GetErrorMsg(made.error()));

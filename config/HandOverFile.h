@@ -13,6 +13,9 @@ class HandOverFile {
     /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed.
     Outcome<> Create();
 
+    /// Removes those of runs that were killed: no other run may be under way.
+    static void RemoveLeftovers();
+
     /// Removes the file, if there is one, and forgets its path.
     void RemoveHandOverFile();
 

@@ -130,7 +130,7 @@ Json Frame(const Request& request, const std::string& output, const std::string&
     document["settings"] = Json::array();
     document["client_conf"] = nullptr;
     document["changes"] = Json::array();
-    document["agent"] = {{"stop", false}, {"start", false}};
+    document["agent"] = {{"stop", request.stopsAgent}, {"start", false}};
     return document;
 }
 

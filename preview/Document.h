@@ -19,6 +19,7 @@ struct Request {
     std::vector<std::string> command;    // its word and its options
     std::optional<std::string> refused;  // why the command would do nothing right now
     std::string banner;                  // what the program says before every command
+    bool stopsAgent = false;             // the agent that runs would be stopped before
 };
 
 /// The document of what `rehearsal` left in the copy; its result is the text of a JSON object with `status`,

@@ -259,6 +259,7 @@ void Report::AddClosing() {
         m_text += std::exchange(separator, ", ") + std::to_string(count) + " " + word.counted;
     }
     m_text += ". ";
+    if (m_document["agent"].value("stop", false)) m_text += "The agent would be stopped. ";
     if (m_document["agent"].value("start", false)) m_text += "The agent would be started. ";
     const int status = m_document.value("status", 1);
     m_text += std::string("The command would ") + (status == 0 ? "succeed" : "fail") + " (status " +

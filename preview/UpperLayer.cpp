@@ -3,41 +3,14 @@
 
 #include <algorithm>
 #include <dirent.h>
-#include <map>
 #include <memory>
 #include <set>
-#include <sys/sysmacros.h>
+
+#include "preview/OverlayMarks.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 
 namespace {
-
-// The marks of the overlay file system are extended attributes, of root's or, in a user namespace, of
-// anyone's.
-constexpr const char* kOpaque = "overlay.opaque";
-constexpr const char* kRedirect = "overlay.redirect";
-constexpr const char* kMetacopy = "overlay.metacopy";
-
-std::optional<std::string> MarkOf(const std::string& path, const std::string& name) {
-    auto mark = AttributeOf(path, "trusted." + name);
-    return mark ? mark : AttributeOf(path, "user." + name);
-}
-
-std::string Joined(std::string directory, const std::string& name) {
-    directory += '/';
-    return directory += name;
-}
-
-std::set<std::string> NamesIn(const std::string& directory) {
-    std::set<std::string> names;
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
-    if (!stream) return names;
-    while (const dirent* entry = readdir(stream.get())) {
-        const std::string name = entry->d_name;
-        if (name != "." && name != "..") names.insert(name);
-    }
-    return names;
-}
 
 /// The number of entries below a directory, at all levels; 0 of anything else.
 std::uint64_t CountEntries(const std::string& directory) {
@@ -55,19 +28,6 @@ std::uint64_t CountEntries(const std::string& directory) {
             count += CountEntries(path);
     }
     return count;
-}
-
-bool IsWhiteout(const std::string& path) {
-    struct stat info {};
-    return lstat(path.c_str(), &info) == 0 && S_ISCHR(info.st_mode) && info.st_rdev == makedev(0, 0);
-}
-
-/// What stood at a name before, as a path in the lower layer ("" is its top); none where nothing can have
-/// been.
-using Before = std::optional<std::string>;
-
-Before Below(const Before& directory, const std::string& name) {
-    return directory ? Before(Joined(*directory, name)) : std::nullopt;
 }
 
 class LayerReader {
@@ -93,10 +53,7 @@ class LayerReader {
         bool isDirectory = false;
     };
 
-    std::string HostPath(const std::string& path) const {
-        if (m_layer.point == "/") return path.empty() ? "/" : path;
-        return m_layer.point + path;
-    }
+    std::string HostPath(const std::string& path) const { return Preview::HostPath(m_layer, path); }
     std::optional<FileState> Lower(const Before& path) const {
         return path ? StateOf(m_layer.lower + *path) : std::nullopt;
     }
@@ -105,7 +62,9 @@ class LayerReader {
     void VisitDirectory(const std::string& path, const Before& before, Contents around);
     void VisitFile(const std::string& path, const Before& before);
     void Hide(const std::string& path, const std::string& before);
-    Before SourceOf(const std::string& path, const Before& before) const;
+    Before SourceOf(const std::string& path, const Before& before) const {
+        return Preview::SourceOf(m_layer, path, before);
+    }
 
     enum class Bytes { MayDiffer, Stay };
     void Compare(const std::string& path, const Before& before, Bytes bytes = Bytes::MayDiffer);
@@ -133,16 +92,6 @@ void LayerReader::Walk(const std::string& path, const Before& before, Contents c
             VisitFile(child, childBefore);
         }
     }
-}
-
-/// Where the contents of a directory, or the bytes of a file, are from; none when that is its own place.
-Before LayerReader::SourceOf(const std::string& path, const Before& before) const {
-    const auto redirect = MarkOf(m_layer.upper + path, kRedirect);
-    if (!redirect || redirect->empty()) return std::nullopt;
-    if (redirect->front() == '/') return redirect == before ? std::nullopt : redirect;
-    const std::string beside = before ? ParentOf(*before) : ParentOf(path);
-    const Before source = (beside == "/" ? "" : beside) + "/" + *redirect;
-    return source == before ? std::nullopt : source;
 }
 
 void LayerReader::VisitDirectory(const std::string& path, const Before& before, Contents around) {

@@ -9,6 +9,7 @@ namespace Zorvane::AgentInstaller {
 
 /// Holds the host-wide lock of a run that changes things, as long as it lives. The kernel releases it however
 /// the process ends; where no place for the lock exists the run goes on without one.
+/// An attempt needs none: its caller holds it.
 class RunLock {
   public:
     RunLock();

@@ -2,7 +2,7 @@
 # shellcheck disable=SC2034 # for them
 
 # The folders of the program, lowest floor first.
-folders=(corekit deploykit run settings config agents integration preview status app)
+folders=(corekit deploykit run settings config agents integration preview apply status app)
 
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi

@@ -5,6 +5,7 @@
 
 #include "corekit/os/Sys.h"
 #include "run/Messages.h"
+#include "run/Rehearsal.h"
 #include "settings/AnswerValidation.h"
 #include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"
@@ -76,6 +77,19 @@ void Store(const String& answer, const Question& question, Settings& settings) {
     if (question.key == L"Upgrade" && answer == L"no") settings.Reset(*DefaultSettings(), kNotReset);
 }
 
+/// A line from standard input, or the one that was typed at the rehearsal.
+Sys::Line ReadAnswer(String& line) {
+    if (!Rehearsal::replayed.empty()) {
+        line = Rehearsal::replayed.front();
+        Rehearsal::replayed.pop_front();
+        Messages::Tell(Messages::Shown(line.Trim()) + L"\n");
+        return Sys::Line::Whole;
+    }
+    const Sys::Line read = Sys::Fgets(line, stdin);
+    if (read == Sys::Line::Whole && Rehearsal::bIsOn) Rehearsal::answers.push_back(line);
+    return read;
+}
+
 }  // namespace
 
 Outcome<> RunQuestionnaire(Settings& settings, const TakeUp& takeUp) {
@@ -105,7 +119,7 @@ Outcome<String> AskQuestion(const Question& question, const String& shownDefault
     for (;;) {
         Messages::Tell(Messages::Ascii(question.prompt) + L" (" + Messages::Shown(shownDefault) + L"): ");
         String line;
-        const Sys::Line read = Sys::Fgets(line, stdin);
+        const Sys::Line read = ReadAnswer(line);
         if (read == Sys::Line::End) {
             // Nobody has pressed Enter: the error begins on a line of its own.
             Messages::Tell(L"\n");

@@ -18,6 +18,7 @@ void TemporaryFile::Take(const std::string& path) {
     Remove();
     if (path.empty()) return;
     m_path = path;
+    m_owner = getpid();
     m_next = first;
     first = this;
 }
@@ -25,7 +26,7 @@ void TemporaryFile::Take(const std::string& path) {
 void TemporaryFile::Remove() {
     if (m_path.empty()) return;
     const SignalBlock untilUnlisted;
-    unlink(m_path.c_str());
+    if (m_owner == getpid()) unlink(m_path.c_str());
     m_path.clear();
     TemporaryFile** place = &first;
     while (*place != this) place = &(*place)->m_next;
@@ -33,8 +34,9 @@ void TemporaryFile::Remove() {
 }
 
 void TemporaryFile::RemoveAll() {
-    for (const TemporaryFile* file = first; file != nullptr; file = file->m_next)
-        unlink(file->m_path.c_str());
+    for (const TemporaryFile* file = first; file != nullptr; file = file->m_next) {
+        if (file->m_owner == getpid()) unlink(file->m_path.c_str());
+    }
 }
 
 }  // namespace corekit

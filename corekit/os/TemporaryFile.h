@@ -2,9 +2,11 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 
 namespace corekit {
 
+/// A process that is forked meanwhile owns none of its maker's.
 class TemporaryFile {
   public:
     TemporaryFile() = default;
@@ -27,6 +29,7 @@ class TemporaryFile {
 
   private:
     std::string m_path;
+    pid_t m_owner = 0;
     TemporaryFile* m_next = nullptr;  // of those that own a file
 };
 

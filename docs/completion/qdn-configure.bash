@@ -5,14 +5,14 @@ _qdn_configure() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]} at
     local -a words=()
     COMPREPLY=()
-    if [ "$command" = -preview ]; then # the command that it shows has options of its own
+    if [ "$command" = -preview ] || [ "$command" = -apply ]; then # the command after it has options of its own
         for ((at = 2; at < COMP_CWORD; ++at)); do
             case ${COMP_WORDS[at]} in -configure | -iconfigure | -clean) command=${COMP_WORDS[at]} && break ;; esac
         done
     fi
     if [ "$COMP_CWORD" -eq 1 ]; then
-        words=(-configure -iconfigure -clean -preview -status -help -version)
-    elif [ "$command" = -preview ] && [ "$before" = -out ]; then
+        words=(-configure -iconfigure -clean -preview -apply -status -help -version)
+    elif [ "$command/$before" = -preview/-out ] || [ "$command/$before" = -apply/-plan ]; then
         compopt -o filenames 2>/dev/null
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
         return
@@ -30,8 +30,9 @@ _qdn_configure() {
             -iconfigure) words=(-quiet -nosearch -dir) ;;
             -clean) words=(-quiet) ;;
             -preview) words=(-json -exit-code -out -configure -iconfigure -clean) ;;
+            -apply) words=(-json -yes -plan -wait -configure -iconfigure -clean) ;;
             -status) words=(-json -connect) ;;
-            -help | -h | --help | help) words=(-configure -iconfigure -clean -preview -status) ;;
+            -help | -h | --help | help) words=(-configure -iconfigure -clean -preview -apply -status) ;;
         esac
     fi
     mapfile -t COMPREPLY < <(compgen -W "${words[*]}" -- "$word")

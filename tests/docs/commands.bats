@@ -18,6 +18,7 @@ commands() {
 known() {
     cat <<'END'
 .ci/run|person
+/opt/zorvane/kell/ksagent/bin/qdn-configure.bin -apply -yes -configure -noimode|tests/scenarios/apply.bats
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -configure -noimode|here
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -preview -clean /opt/zorvane/kell/ksagent|here
@@ -188,7 +189,7 @@ as_in_the_document() {
 @test "the synopsis in README.md is that of the manual page" {
     block "qdn-configure.bin -configure " | sed '/^$/d' | tr -s ' ' | sed 's/^qdn-configure.bin/qdn-configure/' >"$desk/readme"
     MANWIDTH=1000 man "$project/docs/qdn-configure.8" | col -bx | sed -n '/^SYNOPSIS/,/^DESCRIPTION/s/^ *\(qdn-configure .*\)/\1/p' |
-        sed -e 's/Agent-Base-Dir\|\<file\>\|\<command\>\|\<options\>/<&>/g' -e '/-help\|-version/d' -e 's/ *$//' | same "the synopsis" "$desk/readme"
+        sed -e 's/Agent-Base-Dir\|\<file\>\|\<seconds\>\|\<command\>\|\<options\>/<&>/g' -e '/-help\|-version/d' -e 's/ *$//' | same "the synopsis" "$desk/readme"
 }
 
 each_test_is_a_session

@@ -27,7 +27,7 @@ options_of() {
 }
 
 @test "the commands are offered, and those that begin like the word" {
-    expect_offer 'qdn-configure ' -clean -configure -help -iconfigure -preview -status -version
+    expect_offer 'qdn-configure ' -apply -clean -configure -help -iconfigure -preview -status -version
     expect_offer 'qdn-configure.bin -c' -clean -configure
     "$program" -help | sed -n 's/^  \(-[a-z]*\) .*/\1/p' | LC_ALL=C sort >"$desk/commands"
     offered 'qdn-configure ' | same commands "$desk/commands"
@@ -45,7 +45,9 @@ options_of() {
     expect_offer 'qdn-configure -preview -json -configure -no' -noimode -nosearch
     expect_offer 'qdn-configure -preview -json -clean /opt ' -quiet
     expect_offer 'qdn-configure -status ' -connect -json
-    expect_offer 'qdn-configure --help ' -clean -configure -iconfigure -preview -status
+    expect_offer 'qdn-configure -apply ' -clean -configure -iconfigure -json -plan -wait -yes
+    expect_offer 'qdn-configure -apply -yes -clean /opt ' -quiet
+    expect_offer 'qdn-configure --help ' -apply -clean -configure -iconfigure -preview -status
     expect_offer 'qdn-configure -configure -no' -noimode -nosearch
 }
 
@@ -57,6 +59,7 @@ options_of() {
     expect_offer 'qdn-configure -preview -clean /opt/agent/t' /opt/agent/two
     expect_offer 'qdn-configure -status -json /opt/agent/t' /opt/agent/two
     expect_offer 'qdn-configure -preview -out /opt/agent/' /opt/agent/file /opt/agent/one /opt/agent/two
+    expect_offer 'qdn-configure -apply -plan /opt/agent/' /opt/agent/file /opt/agent/one /opt/agent/two
 }
 
 @test "a real bash completes what is typed" {

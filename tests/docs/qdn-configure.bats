@@ -27,7 +27,7 @@ usage() {
 }
 
 @test "its options are those that the commands' usage explains" {
-    for command in configure iconfigure clean preview status; do
+    for command in configure iconfigure clean preview apply status; do
         usage "$command" >"$desk/usage"
         same_lists "options of -$command" "$desk/usage" <(synopsis "$command")
         grep '^-' "$desk/usage" >>"$desk/all"
@@ -87,7 +87,7 @@ variables() {
 
 @test "it tells the cause and the remedy of every warning and error that the program writes, and of no others" {
     "$project/tests/docs/messages.py" "$project/docs/qdn-configure.8" \
-        "$project"/{app,preview,run,settings,config,agents,integration,deploykit,corekit}
+        "$project"/{app,apply,preview,run,settings,config,agents,integration,deploykit,corekit}
 }
 
 # What three runs make: with links for the levels; on an agent that is there; with a unit, and links elsewhere.

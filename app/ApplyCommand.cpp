@@ -1,0 +1,283 @@
+// The command -apply: rehearse, show, ask, save, do, watch, and put back.
+#include "app/ApplyCommand.h"
+
+#include <charconv>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "agents/AgentDetection.h"
+#include "app/Refusals.h"
+#include "apply/AgentWatch.h"
+#include "apply/Plan.h"
+#include "apply/Recovery.h"
+#include "apply/Restore.h"
+#include "config/SystemProbes.h"
+#include "corekit/os/Console.h"
+#include "corekit/os/Sys.h"
+#include "integration/AgentProcess.h"
+#include "run/Messages.h"
+#include "run/Rehearsal.h"
+#include "run/RunRecord.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+constexpr const char* kFormat = "qdn-configure/apply/1";
+constexpr unsigned kShortestWait = 2;
+constexpr unsigned kLongestWait = 3600;
+
+bool HasTerminal() {
+    return isatty(STDIN_FILENO) != 0;
+}
+
+std::optional<unsigned> ParseSeconds(const String& text) {
+    const std::string digits = text.Utf8();
+    unsigned seconds = 0;
+    const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
+    const bool isNumber = read.ec == std::errc() && read.ptr == digits.data() + digits.size();
+    return isNumber && seconds >= kShortestWait && seconds <= kLongestWait ? std::optional(seconds)
+                                                                           : std::nullopt;
+}
+
+/// The install directory of the agent that runs now; empty when none runs that its control script could stop.
+String FindRunningAgent(const String& word, const std::vector<String>& arguments) {
+    if (!IsPluginProcessRunning()) return String();
+    const bool isClean = word == L"-clean" && !arguments.empty();
+    const auto agent = isClean ? AgentFromBaseDir(arguments.front()) : FindInstalledAgent();
+    return agent && FindAgentProcess(agent->InstallDir()) ? agent->InstallDir() : String();
+}
+
+}  // namespace
+
+bool ApplyCommand::WantsNoBanner(const std::vector<String>& commandLine) {
+    if (commandLine.empty() || commandLine.front() != L"-apply") return false;
+    ApplyCommand parser((String()));
+    static_cast<void>(parser.ParseOptions({commandLine.begin() + 1, commandLine.end()}));
+    return parser.m_options.json;
+}
+
+std::optional<std::size_t> ApplyCommand::ParseOptions(const std::vector<String>& arguments) {
+    std::size_t at = 0;
+    for (; at < arguments.size(); ++at) {
+        const bool hasValue = at + 1 < arguments.size();
+        if (arguments[at] == L"-json") {
+            m_options.json = true;
+        } else if (arguments[at] == L"-yes") {
+            m_options.yes = true;
+        } else if (arguments[at] == L"-plan" && hasValue) {
+            m_options.planFile = arguments[++at];
+        } else if (arguments[at] == L"-wait" && hasValue) {
+            const auto seconds = ParseSeconds(arguments[++at]);
+            if (!seconds) return std::nullopt;
+            m_options.wait = *seconds;
+        } else {
+            break;
+        }
+    }
+    return at;
+}
+
+unsigned ApplyCommand::Run(const std::vector<String>& arguments) {
+    const auto word = ParseOptions(arguments);
+    if (!word || *word == arguments.size() || !m_command.Choose(arguments[*word])) return kUsageError;
+    if (!m_options.yes && !HasTerminal()) {
+        Messages::Warn(L"Without a terminal to ask on, -apply needs -yes.\n");
+        return kUsageError;
+    }
+    RunRecord record(L"-apply");
+    return record.End(Apply({arguments.begin() + static_cast<std::ptrdiff_t>(*word) + 1, arguments.end()}));
+}
+
+unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
+    if (geteuid() != 0) return EndFailed(Failure{L"qdn-configure has to be run as root.", {}});
+    const RunLock lock;
+    if (lock.IsTaken()) return EndFailed({String(kAnotherRun).Trim(), {}});
+    if (const auto finished = Apply::FinishFormerApply(); !finished) return EndFailed(finished.error());
+    m_runningAgent = FindRunningAgent(m_command.Word(), arguments);
+    if (const auto rehearsed = Rehearse(arguments); !rehearsed) return EndFailed(rehearsed.error());
+    if ((*m_document)["status"] == kUsageError) {
+        TellErrors(*m_document);
+        m_isWrongUse = true;
+        return kUsageError;
+    }
+    if (const auto checked = CheckRehearsal(arguments); !checked) return EndFailed(checked.error());
+    const bool isShown = !m_options.json || !m_options.yes;
+    const String report = Preview::TextReport(*m_document, ColoursOfOutput(), Preview::Output::SeenAlready);
+    if (isShown) m_options.json ? Messages::Warn(report) : Messages::Tell(report);
+    if (!m_options.yes && !IsAgreed()) return EndFailed(Failure{L"Nothing has been changed.", {}});
+    return Attempt(arguments);
+}
+
+Outcome<> ApplyCommand::Rehearse(const std::vector<String>& arguments) {
+    Preview::Request request = m_command.RequestFor(arguments, m_version);
+    request.stopsAgent = !m_runningAgent.IsEmpty();
+    // The lock that a run would find held is this one's own.
+    const bool isInTheWay = m_runningAgent.IsEmpty() && IsPluginProcessRunning();
+    const String refusal = isInTheWay ? m_command->Refusal(arguments) : m_command->LastingRefusal(arguments);
+    if (!refusal.IsEmpty()) request.refused = refusal.Trim().Utf8();
+    const int shownOn = m_options.json ? STDERR_FILENO : STDOUT_FILENO;
+    m_rehearsed = m_command.Rehearse(arguments, request, {m_command.MayAsk(arguments) ? shownOn : -1});
+    m_document = std::make_shared<Json>(Preview::Parsed(m_rehearsed.document));
+    TellRecord();
+    return {};
+}
+
+/// What the record of the run says of the command, which runs in another process.
+void ApplyCommand::TellRecord() const {
+    for (const Json& setting : (*m_document)["settings"]) {
+        const String value = String::FromUtf8(setting["value"].get<std::string>());
+        if (setting["name"] == "InstallDir") RunRecord::SetInstallDir(value);
+        if (setting["name"] == "KSName") RunRecord::SetServer(value);
+        if (setting["source"]["kind"] == "xml")
+            RunRecord::SetXmlFile(String::FromUtf8(setting["source"].value("file", "")));
+    }
+}
+
+/// What ends the run before anything has been changed.
+Outcome<> ApplyCommand::CheckRehearsal(const std::vector<String>&) const {
+    const Json& document = *m_document;
+    const auto textOf = [&](const char* field) {
+        return document[field].is_string() ? String::FromUtf8(document[field].get<std::string>()) : String();
+    };
+    const String refusal = textOf("refused");
+    if (!refusal.IsEmpty()) return Failure{refusal, {}};
+    const String error = textOf("error");
+    if (document["status"] != kSuccess) return Failure{error, {}};
+    if (!m_options.planFile.IsEmpty()) return Apply::CheckPlan(m_options.planFile, document);
+    return {};
+}
+
+bool ApplyCommand::IsAgreed() const {
+    const String question = L"Apply these changes? (no): ";
+    m_options.json ? Messages::Warn(question) : Messages::Tell(question);
+    String line;
+    if (corekit::Sys::Fgets(line, stdin) != corekit::Sys::Line::Whole) return false;
+    const String answer = line.Trim().Lower();
+    return answer == L"yes" || answer == L"y";
+}
+
+unsigned ApplyCommand::Attempt(const std::vector<String>& arguments) {
+    Apply::Interruptions interruptions;
+    if (const auto saved = Apply::Save(WhatToSave()); !saved) return EndFailed(saved.error());
+    if (const auto done = Perform(arguments, interruptions); !done) {
+        PutBack();
+        return EndFailed(done.error());
+    }
+    return End();
+}
+
+/// From the first change to the point from which on it stays.
+Outcome<> ApplyCommand::Perform(const std::vector<String>& arguments, Apply::Interruptions& interruptions) {
+    const auto interrupted = [] { return Failure{L"The run was interrupted.", {}}; };
+    if (interruptions.HasCome()) return interrupted();
+    const auto command = [&] {
+        Rehearsal::bIsAttempt = true;
+        Rehearsal::replayed.assign(m_rehearsed.answers.begin(), m_rehearsed.answers.end());
+        return m_command->Run(arguments);
+    };
+    const auto output = m_options.json ? Apply::Output::Dropped : Apply::Output::Shown;
+    const Apply::Ending ending = Apply::Attempt(command, output, interruptions);
+    if (ending.wasInterrupted) return interrupted();
+    if (!ending.hasSucceeded) return Failure{String::FromUtf8(ending.error), {}};
+    if ((*m_document)["agent"]["start"] == true) {
+        if (auto stands = WatchAgent(interruptions); !stands) return stands;
+    }
+    if (interruptions.HasCome()) return interrupted();
+    return Apply::Commit();
+}
+
+Outcome<> ApplyCommand::WatchAgent(Apply::Interruptions& interruptions) {
+    const auto pause = [&](unsigned milliseconds) {
+        interruptions.Wait(milliseconds);
+        return !interruptions.HasCome();
+    };
+    m_result.agent = Apply::WatchAgent(InstallDir(), m_options.wait, pause);
+    if (!m_result.agent) return Failure{L"The agent does not stay up.", {}};
+    if (!m_options.json)
+        Messages::Say(L"Zorvane Agent is running (pid " + String::FromInt(*m_result.agent) + L").\n");
+    return {};
+}
+
+void ApplyCommand::PutBack() {
+    if (const auto restored = Apply::UndoAttempt(); !restored) {
+        static_cast<void>(Report(restored.error()));
+        Messages::Warn(L"  The next run of qdn-configure tries again.\n");
+        return;
+    }
+    m_result.wasRestored = true;
+    m_result.hasKeptFiles = Apply::HasKeptFiles();
+    m_result.agent = m_runningAgent.IsEmpty() ? std::nullopt : FindAgentProcess(m_runningAgent);
+}
+
+Apply::ToSave ApplyCommand::WhatToSave() const {
+    Apply::ToSave what;
+    what.names = m_rehearsed.names;
+    what.ownDirs = m_rehearsed.places;
+    what.runningAgent = m_runningAgent.Utf8();
+    for (const String& directory : {InstallDir(), m_runningAgent}) {
+        if (!directory.IsEmpty()) what.agentDirs.push_back(directory.Utf8());
+    }
+    return what;
+}
+
+/// Where the agent is after the run; empty after a clean.
+String ApplyCommand::InstallDir() const {
+    for (const Json& setting : (*m_document)["settings"]) {
+        if (setting["name"] == "InstallDir") return String::FromUtf8(setting["value"].get<std::string>());
+    }
+    return String();
+}
+
+unsigned ApplyCommand::EndFailed(const Failure& failure) {
+    m_result.error = failure.text.IsEmpty() ? String(L"Agent configuration failed.") : failure.text;
+    static_cast<void>(Report(failure));
+    if (m_result.wasRestored) Messages::Warn(L"  The host has been put back as it was.\n");
+    if (m_result.hasKeptFiles)
+        Messages::Warn(String(L"  The files of the attempt are in %1.\n").Arg(Apply::kFailedDir));
+    return End();
+}
+
+unsigned ApplyCommand::End() {
+    const unsigned status = m_result.error.IsEmpty() ? kSuccess : kFailure;
+    if (!m_options.json) return status;
+    Json document = {
+        {"format", kFormat}, {"status", status}, {"error", nullptr}, {"restored", m_result.wasRestored}};
+    if (status != kSuccess) document["error"] = m_result.error.Utf8();
+    document["kept"] = nullptr;
+    if (m_result.hasKeptFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
+    document["preview"] = m_document ? Json::parse(Preview::Printed(*m_document)) : Json(nullptr);
+    document["agent"] = {{"running", m_result.agent.has_value()}, {"pid", nullptr}};
+    if (m_result.agent) document["agent"]["pid"] = *m_result.agent;
+    constexpr int kIndentation = 2;
+    corekit::Console::Out(document.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + "\n");
+    return status;
+}
+
+void ApplyCommand::Usage(const String& prefix) const {
+    if (m_isWrongUse) return m_command->Usage(prefix + L" " + m_command.Word());
+    Messages::Tell(
+        prefix + L" [-json] [-yes] [-plan <file>] [-wait <seconds>] <command> [options of the command]\n\n" +
+        Description() +
+        L"\n\n"
+        L"Options:\n\n"
+        L"-json\n"
+        L"\t[optional] Write one JSON document instead of text.\n\n"
+        L"-yes\n"
+        L"\t[optional] Do not ask; needed where there is no terminal.\n\n"
+        L"-plan <file>\n"
+        L"\t[optional] Refuse if it would do anything but what this document of -preview -out says.\n\n"
+        L"-wait <seconds>\n"
+        L"\t[optional] How long a started agent may take until it stays up: 2 to 3600, usually 10.\n\n"
+        L"<command>\n"
+        L"\t-configure, -iconfigure or -clean, with its options.\n\n");
+}
+
+String ApplyCommand::Description() const {
+    return L"Have a command take effect as a whole, or leave the host as it was.";
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,65 @@
+// The command -apply: has another command take effect as a whole, or leaves the host as it was.
+#pragma once
+
+#include <optional>
+
+#include "app/PreviewedCommand.h"
+#include "apply/Attempt.h"
+#include "apply/SavedState.h"
+
+namespace Zorvane::AgentInstaller {
+
+class ApplyCommand : public corekit::CommandBasedApp::Command {
+  public:
+    explicit ApplyCommand(const corekit::String& version) : m_version(version) {}
+
+    unsigned Run(const std::vector<corekit::String>& arguments) override;
+    void Usage(const corekit::String& prefix) const override;
+    corekit::String Description() const override;
+
+    /// As `PreviewCommand::WantsNoBanner`.
+    static bool WantsNoBanner(const std::vector<corekit::String>& commandLine);
+
+  private:
+    struct Options {
+        bool json = false;
+        bool yes = false;
+        corekit::String planFile;
+        unsigned wait = 10;  // seconds
+    };
+    struct Result {
+        bool wasRestored = false;
+        bool hasKeptFiles = false;
+        corekit::String error;  // empty after a success
+        std::optional<pid_t> agent;
+    };
+
+    /// The number of arguments before the word of the command; none for a mistake in them.
+    std::optional<std::size_t> ParseOptions(const std::vector<corekit::String>& arguments);
+
+    unsigned Apply(const std::vector<corekit::String>& arguments);
+    Outcome<> Rehearse(const std::vector<corekit::String>& arguments);
+    Outcome<> CheckRehearsal(const std::vector<corekit::String>& arguments) const;
+    void TellRecord() const;
+    bool IsAgreed() const;
+    unsigned Attempt(const std::vector<corekit::String>& arguments);
+    Outcome<> Perform(const std::vector<corekit::String>& arguments, Apply::Interruptions& interruptions);
+    Outcome<> WatchAgent(Apply::Interruptions& interruptions);
+    void PutBack();
+    unsigned EndFailed(const Failure& failure);
+    unsigned End();
+
+    Apply::ToSave WhatToSave() const;
+    corekit::String InstallDir() const;
+
+    corekit::String m_version;
+    Options m_options;
+    PreviewedCommand m_command;
+    bool m_isWrongUse = false;       // of the command that is applied
+    corekit::String m_runningAgent;  // the install directory of the agent that runs and has to be stopped
+    RehearsedRun m_rehearsed;
+    std::shared_ptr<const nlohmann::ordered_json> m_document;  // of the rehearsal
+    Result m_result;
+};
+
+}  // namespace Zorvane::AgentInstaller

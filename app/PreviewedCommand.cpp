@@ -1,0 +1,121 @@
+// The commands that can be rehearsed, and what comes back from the copy of the host.
+#include "app/PreviewedCommand.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "app/CleanCommand.h"
+#include "app/ConfigureCommand.h"
+#include "app/RehearsedRun.h"
+#include "corekit/os/Env.h"
+#include "preview/Rehearse.h"
+#include "run/Messages.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+using Json = nlohmann::ordered_json;
+
+namespace {
+
+template <typename Command>
+std::unique_ptr<ChangingCommand> Make() {
+    return std::make_unique<Command>();
+}
+
+struct Previewed {
+    const wchar_t* word;
+    std::unique_ptr<ChangingCommand> (*make)();
+};
+constexpr Previewed kPreviewed[] = {
+    {L"-configure", Make<ConfigureCommand>},
+    {L"-iconfigure", Make<InteractiveConfigureCommand>},
+    {L"-clean", Make<CleanCommand>},
+};
+
+bool Holds(const std::vector<String>& arguments, const wchar_t* option) {
+    return std::ranges::find(arguments, String(option)) != arguments.end();
+}
+
+/// What goes from the process that saw the copy to the one that asked for it: CBOR, which takes any path.
+std::string Packed(const std::string& document, const Preview::TouchedNames& names,
+                   const std::string& result) {
+    Json packed = {{"document", document}, {"names", Json::array()}, {"moves", Json::array()}};
+    for (const Preview::Touched& name : names.names)
+        packed["names"].push_back(Json::array({name.path, static_cast<int>(name.touch)}));
+    for (const Preview::MovedDirectory& move : names.moves)
+        packed["moves"].push_back(Json::array({move.from, move.to}));
+    const Json record = Json::parse(result, nullptr, false);
+    for (const char* list : {"places", "answers"}) packed[list] = record.value(list, Json::array());
+    std::string bytes;
+    Json::to_cbor(packed, bytes);
+    return bytes;
+}
+
+RehearsedRun Unpacked(const std::string& bytes) {
+    const Json packed = Json::from_cbor(bytes);
+    RehearsedRun run;
+    run.document = packed["document"];
+    for (const Json& name : packed["names"])
+        run.names.names.push_back({name[0], static_cast<Preview::Touch>(name[1].get<int>())});
+    for (const Json& move : packed["moves"]) run.names.moves.push_back({move[0], move[1]});
+    for (const Json& place : packed["places"]) run.places.push_back(place);
+    for (const Json& answer : packed["answers"])
+        run.answers.push_back(String::FromUtf8(answer.get<std::string>()));
+    return run;
+}
+
+}  // namespace
+
+bool PreviewedCommand::Choose(const String& word) {
+    const auto* const row = std::ranges::find(kPreviewed, word, &Previewed::word);
+    if (row == std::end(kPreviewed)) return false;
+    m_word = word;
+    m_command = row->make();
+    return true;
+}
+
+bool PreviewedCommand::MayAsk(const std::vector<String>& arguments) const {
+    if (isatty(STDIN_FILENO) == 0) return false;
+    return m_word == L"-iconfigure" ||
+           (m_word == L"-configure" && !Holds(arguments, L"-noimode") && !Holds(arguments, L"-quiet"));
+}
+
+Preview::Request PreviewedCommand::RequestFor(const std::vector<String>& arguments,
+                                              const String& version) const {
+    Preview::Request request;
+    request.version = version.Utf8();
+    request.banner = String(kBanner).Utf8();
+    request.command.push_back(m_word.Utf8());
+    for (const String& argument : arguments) request.command.push_back(argument.Utf8());
+    return request;
+}
+
+RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, const Preview::Request& request,
+                                        Preview::Audience audience) const {
+    const auto run = [&] { return RunInCopy(*m_command, arguments); };
+    const auto tell = [&](const Preview::HostCopy& copy,
+                          const Preview::Rehearsal& rehearsal) -> Outcome<std::string> {
+        const auto document = Preview::MakeDocument(request, copy, rehearsal);
+        if (!document) return document;
+        return Packed(*document, Preview::ReadTouched(copy), rehearsal.result);
+    };
+    const auto told = Preview::Rehearse(run, tell, audience);
+    if (told) return Unpacked(*told);
+    return {Preview::MakeFailedDocument(request, told.error().text.Utf8()), {}, {}, {}};
+}
+
+void TellErrors(const Json& document) {
+    const auto tell = [](const std::string& text) { Messages::Warn(String::FromUtf8(text) + L"\n"); };
+    for (const Json& warning : document["warnings"]) tell(warning.get<std::string>());
+    if (document["error"].is_string())
+        tell(std::string("ERROR") + ": " + document["error"].get<std::string>());
+}
+
+Preview::Colours ColoursOfOutput() {
+    const bool areWanted = isatty(STDOUT_FILENO) != 0 && !corekit::Env::Get(L"NO_COLOR");
+    return areWanted ? Preview::Colours::Terminal : Preview::Colours::None;
+}
+
+}  // namespace Zorvane::AgentInstaller

@@ -1,0 +1,57 @@
+// A command that another one previews or applies: it is chosen by its word, and rehearsed in a copy of the
+// host.
+#pragma once
+
+#include <memory>
+#include <nlohmann/json_fwd.hpp>
+#include <string>
+#include <vector>
+
+#include "app/ChangingCommand.h"
+#include "preview/Document.h"
+#include "preview/TextReport.h"
+#include "preview/Touched.h"
+
+namespace Zorvane::AgentInstaller {
+
+/// What is said before every command.
+inline constexpr const wchar_t* kBanner = L"Zorvane Agent for UNIX and Linux Configuration utility.\n";
+
+/// What a rehearsal found.
+struct RehearsedRun {
+    std::string document;                  // Preview::MakeDocument's, or Preview::MakeFailedDocument's
+    Preview::TouchedNames names;           // that the run has touched
+    std::vector<std::string> places;       // directories that the settings name
+    std::vector<corekit::String> answers;  // to the questions of the run
+};
+
+class PreviewedCommand {
+  public:
+    /// Chooses the command of a word; false when none that changes the host has it.
+    bool Choose(const corekit::String& word);
+
+    const corekit::String& Word() const { return m_word; }
+    ChangingCommand* operator->() const { return m_command.get(); }
+
+    /// True when the command may ask its questions on this terminal.
+    bool MayAsk(const std::vector<corekit::String>& arguments) const;
+
+    /// The request for a preview of it; nothing refuses the command.
+    Preview::Request RequestFor(const std::vector<corekit::String>& arguments,
+                                const corekit::String& version) const;
+
+    RehearsedRun Rehearse(const std::vector<corekit::String>& arguments, const Preview::Request& request,
+                          Preview::Audience audience) const;
+
+  private:
+    corekit::String m_word;
+    std::unique_ptr<ChangingCommand> m_command;
+};
+
+/// Tells again what the rehearsed command said on standard error.
+void TellErrors(const nlohmann::ordered_json& document);
+
+/// Colours on a terminal, unless nobody wants any.
+Preview::Colours ColoursOfOutput();
+
+}  // namespace Zorvane::AgentInstaller

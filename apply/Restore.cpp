@@ -1,0 +1,233 @@
+// Puts back one name after the other: each either stands as it was, or has what it needs among what was
+// saved.
+#include "apply/Restore.h"
+
+#include <algorithm>
+#include <set>
+
+#include "config/HandOverFile.h"
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "deploykit/SystemdUnit.h"
+#include "preview/Mounts.h"
+
+namespace Zorvane::AgentInstaller::Apply {
+
+using corekit::Result;
+using corekit::String;
+using Preview::FileType;
+namespace Keeping = corekit::Keeping;
+
+namespace {
+
+/// Of another file system, no more than this is copied to the files of the attempt.
+constexpr off_t kLargestCopy = 1 << 20;
+
+bool IsThere(const std::string& path) {
+    return Preview::StateOf(path).has_value();
+}
+
+Keeping::Identity IdentityOf(const std::string& path) {
+    return Keeping::IdentityOf(String::FromUtf8(path)).value_or(Keeping::Identity());
+}
+
+bool IsDirectory(const std::string& path) {
+    const auto state = Preview::StateOf(path);
+    return state && state->type == FileType::Directory;
+}
+
+class Restorer {
+  public:
+    explicit Restorer(const Journal& journal) : m_journal(journal) {}
+
+    Outcome<> Restore();
+
+  private:
+    void Note(const std::string& path, const Result& result) {
+        if (!result && m_first)
+            m_first = FailBecause(L"Not everything could be put back.", String::FromUtf8(path), result);
+    }
+    bool IsInMoved(const std::string& path) const {
+        return std::ranges::any_of(
+            m_journal.moves, [&](const SavedMove& move) { return Preview::IsAtOrBelow(path, move.from); });
+    }
+    void CollectSaved();
+    Result Hold(const SavedMove& move) const;
+    Result PutBack(const SavedEntry& entry);
+    Result PutBackWhole(const SavedEntry& entry);
+    Result Retire(const std::string& path);
+    void KeepForReader(const std::string& path);
+    Result KeepCopy(const std::string& path, const std::string& copy);
+    bool IsTemporary(const std::string& directory, const std::string& name) const;
+    void RemoveTemporaries(const SavedEntry& directory);
+
+    const Journal& m_journal;
+    std::set<Keeping::Identity> m_savedFiles;
+    Outcome<> m_first;
+};
+
+void Restorer::CollectSaved() {
+    for (const SavedEntry& entry : m_journal.entries) {
+        if (entry.kind == SavedEntry::Kind::Whole && IsThere(entry.saved))
+            m_savedFiles.insert(IdentityOf(entry.saved));
+    }
+}
+
+/// What moved is taken to a safe place first: the directories around it may be replaced as a whole. A copy
+/// that a move to another file system has made is complete once it stands.
+Result Restorer::Hold(const SavedMove& move) const {
+    if (IsThere(move.held)) return Result();
+    const bool hasMoved =
+        IdentityOf(move.to) == move.identity || (!IsThere(move.from) && IsDirectory(move.to));
+    if (!hasMoved && !IsThere(move.from)) return Result();
+    return Keeping::Move(String::FromUtf8(hasMoved ? move.to : move.from), String::FromUtf8(move.held));
+}
+
+/// Takes away what the attempt has made.
+Result Restorer::Retire(const std::string& path) {
+    KeepForReader(path);
+    return Keeping::Remove(String::FromUtf8(path));
+}
+
+/// That the files of the attempt are kept helps to find out why it failed; where it is not possible, nothing
+/// is put back the worse for it.
+void Restorer::KeepForReader(const std::string& path) {
+    if (m_savedFiles.contains(IdentityOf(path))) return;  // it has only moved here
+    const std::string kept = String(kFailedDir).Utf8() + path;
+    Forgive(Keeping::MakePrivateDirectory(kFailedDir));
+    Forgive(corekit::Dir::CreateR(String::FromUtf8(Preview::ParentOf(kept))));
+    Forgive(KeepCopy(path, kept));
+}
+
+/// Keeps an entry under another path: by its own inode on the same file system, else by a copy of what is
+/// small.
+Result Restorer::KeepCopy(const std::string& path, const std::string& copy) {
+    const auto state = Preview::StateOf(path);
+    if (!state || IsThere(copy)) return Result();
+    const String from = String::FromUtf8(path);
+    const String to = String::FromUtf8(copy);
+    if (state->type != FileType::Directory) {
+        if (state->type == FileType::Other) return Result();
+        const Result linked = Keeping::Link(from, to);
+        return linked || state->size > kLargestCopy ? linked : Keeping::Copy(from, to);
+    }
+    if (const Result made = Keeping::MakePrivateDirectory(to); !made) return made;
+    Result result;
+    for (const corekit::FileInfo& entry : corekit::Dir::Entries(from, String()))
+        result = Worse(result, KeepCopy(entry.path.Utf8(), copy + "/" + entry.name.Utf8()));
+    return result;
+}
+
+Result Restorer::PutBackWhole(const SavedEntry& entry) {
+    if (!IsThere(entry.saved)) return Result();  // it has been put back
+    const String place = String::FromUtf8(entry.path);
+    const bool isDirectory = entry.state.type == FileType::Directory;
+    Forgive(corekit::Dir::CreateR(String::FromUtf8(Preview::ParentOf(entry.path))));
+    if (IsThere(entry.path) && IdentityOf(entry.path) != IdentityOf(entry.saved)) {
+        // What is left of a directory are other names of what was saved.
+        const Result cleared = isDirectory || IsDirectory(entry.path) ? Keeping::Remove(place) : Result();
+        if (!cleared) return cleared;
+        if (IsThere(entry.path)) KeepForReader(entry.path);
+    }
+    if (IdentityOf(entry.path) == IdentityOf(entry.saved)) return Result();
+    return Keeping::Move(String::FromUtf8(entry.saved), place);
+}
+
+Result Restorer::PutBack(const SavedEntry& entry) {
+    const String place = String::FromUtf8(entry.path);
+    switch (entry.kind) {
+        case SavedEntry::Kind::Absent:
+            return IsThere(entry.path) ? Retire(entry.path) : Result();
+        case SavedEntry::Kind::Itself:
+            if (!IsDirectory(entry.path)) {
+                if (IsThere(entry.path)) {
+                    if (const Result removed = Retire(entry.path); !removed) return removed;
+                }
+                if (const Result made = corekit::Dir::CreateR(place); !made) return made;
+            }
+            break;
+        case SavedEntry::Kind::Whole:
+            if (const Result back = PutBackWhole(entry); !back) return back;
+            break;
+    }
+    const auto now = Preview::StateOf(entry.path);
+    if (!now) return Result();
+    Result result;
+    if (!IsSameAccess(*now, entry.state))
+        result = Keeping::SetAccess(place, entry.state.mode, entry.state.uid, entry.state.gid);
+    if (result && now->attributes != entry.state.attributes)
+        result = Keeping::SetAttributes(place, entry.state.attributes);
+    return result;
+}
+
+/// True for a name that the run can have made in a directory, and would have taken away before its end: any
+/// in an installation, and else those of its temporary files.
+bool Restorer::IsTemporary(const std::string& directory, const std::string& name) const {
+    const bool isInstallation = std::ranges::any_of(m_journal.agentDirs, [&](const std::string& agent) {
+        return Preview::IsAtOrBelow(directory, agent);
+    });
+    if (isInstallation) return true;
+    const std::size_t dot = name.rfind('.');
+    if (!name.starts_with('.') || dot == 0) return false;
+    // ".NAME.unfinished" or ".NAME.XXXXXX", beside NAME
+    constexpr std::size_t kRandomLength = 6;
+    const bool hasEnding = name.substr(dot) == ".unfinished" || name.size() - dot - 1 == kRandomLength;
+    const std::string target = directory + "/" + name.substr(1, dot - 1);
+    return hasEnding && std::ranges::count(m_journal.entries, target, &SavedEntry::path) > 0;
+}
+
+/// Takes away what a rehearsal left no trace of, since it was made and removed again.
+void Restorer::RemoveTemporaries(const SavedEntry& directory) {
+    if (directory.kind != SavedEntry::Kind::Itself) return;
+    const std::set<std::string> before(directory.names.begin(), directory.names.end());
+    for (const corekit::FileInfo& entry : corekit::Dir::Entries(String::FromUtf8(directory.path), String())) {
+        const std::string path = entry.path.Utf8();
+        if (before.contains(entry.name.Utf8()) || !IsTemporary(directory.path, entry.name.Utf8())) continue;
+        const auto state = Preview::StateOf(path);
+        if (state && state->uid == 0) Note(path, Retire(path));
+    }
+}
+
+Outcome<> Restorer::Restore() {
+    CollectSaved();
+    for (const SavedMove& move : m_journal.moves) Note(move.from, Hold(move));
+    for (const SavedEntry& entry : m_journal.entries) {
+        if (!IsInMoved(entry.path)) Note(entry.path, PutBack(entry));
+    }
+    for (const SavedMove& move : m_journal.moves) {
+        if (!IsThere(move.held)) continue;
+        if (IsThere(move.from)) Note(move.from, Keeping::Remove(String::FromUtf8(move.from)));
+        Note(move.from, Keeping::Move(String::FromUtf8(move.held), String::FromUtf8(move.from)));
+    }
+    for (const SavedEntry& entry : m_journal.entries) {
+        if (IsInMoved(entry.path)) Note(entry.path, PutBack(entry));
+    }
+    for (const SavedEntry& entry : m_journal.entries) RemoveTemporaries(entry);
+    FlushPlaces(m_journal);
+    return m_first;
+}
+
+}  // namespace
+
+Outcome<> Restore(const Journal& journal) {
+    Outcome<> restored = Restorer(journal).Restore();
+    HandOverFile::RemoveLeftovers();
+    // The unit and the links that enable it are files: a running systemd has to read them again.
+    deploykit::SystemdUnit::Reload();
+    return restored;
+}
+
+bool HasKeptFiles() {
+    return !corekit::Dir::Entries(kFailedDir, String()).empty();
+}
+
+void FlushPlaces(const Journal& journal) {
+    std::set<std::string> directories;
+    for (const SavedEntry& entry : journal.entries) directories.insert(Preview::ParentOf(entry.path));
+    for (const SavedMove& move : journal.moves) directories.insert(Preview::ParentOf(move.from));
+    // One that is not there has nothing to flush.
+    for (const std::string& directory : directories)
+        Forgive(corekit::Dir::FlushEntries(String::FromUtf8(directory)));
+}
+
+}  // namespace Zorvane::AgentInstaller::Apply

@@ -1,0 +1,49 @@
+// Entries that are kept aside, and put back as they were: links, copies, moves and attributes, by name and
+// without judging whose name it is.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "corekit/os/Result.h"
+#include "corekit/text/String.h"
+
+namespace corekit::Keeping {
+
+/// Makes a directory that nobody else can enter (mode 0700); EEXIST when the name is taken.
+Result MakePrivateDirectory(const String& path);
+
+/// Gives a file or a link a second name, which must be free, on the same file system.
+Result Link(const String& from, const String& to);
+
+/// Makes a tree like `from` at a name that is free: its directories are made anew with mode and owner, all
+/// else gets a second name there. Directories for which `isLeftOut` says so, by their path, are not gone into
+/// and not made. All directories are flushed to disk.
+Result LinkTree(const String& from, const String& to, const std::function<bool(const String&)>& isLeftOut);
+
+/// Copies an entry of any kind, a directory with everything in it, with mode, owner and times, to a name that
+/// is free; flushed to disk.
+Result Copy(const String& from, const String& to);
+
+/// Renames an entry of any kind, replacing a file or link by a file or link; to another file system by copy.
+/// Both directories are flushed to disk.
+Result Move(const String& from, const String& to);
+
+/// Removes an entry of any kind; what is mounted on stays.
+Result Remove(const String& path);
+
+/// The device and the inode of an entry itself, which its other names share.
+using Identity = std::pair<std::uint64_t, std::uint64_t>;
+Expected<Identity> IdentityOf(const String& path);
+
+/// Gives an entry, not what it leads to, a mode (no link has one) and an owner.
+Result SetAccess(const String& path, unsigned mode, unsigned user, unsigned group);
+
+/// Gives an entry these extended attributes and takes no others away. Those that the file system knows none
+/// of are left out.
+Result SetAttributes(const String& path, const std::map<std::string, std::string>& attributes);
+
+}  // namespace corekit::Keeping

@@ -1,0 +1,81 @@
+// Walks the upper layers for names.
+#include "preview/Touched.h"
+
+#include <algorithm>
+#include <sys/stat.h>
+
+#include "preview/FileState.h"
+#include "preview/OverlayMarks.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+
+namespace {
+
+class TouchedReader {
+  public:
+    TouchedReader(const Layer& layer, TouchedNames& names) : m_layer(layer), m_names(names) {}
+
+    void Read() {
+        const auto before = StateOf(m_layer.lower);
+        const auto now = StateOf(m_layer.upper);
+        const bool isUntouched = before && now && IsSameAccess(*before, *now);
+        if (!isUntouched || !NamesIn(m_layer.upper).empty()) Visit("", "");
+    }
+
+  private:
+    void Add(const Before& before, Touch touch) {
+        if (before) m_names.names.push_back({HostPath(m_layer, *before), touch});
+    }
+    bool IsDirectoryBefore(const Before& before) const {
+        const auto state = before ? StateOf(m_layer.lower + *before) : std::nullopt;
+        return state && state->type == FileType::Directory;
+    }
+
+    void Visit(const std::string& path, const Before& before);
+    void VisitDirectory(const std::string& path, const Before& before);
+    void Walk(const std::string& path, const Before& before);
+
+    const Layer& m_layer;
+    TouchedNames& m_names;
+};
+
+/// An entry of the upper layer; `before` is its path on the host, none where all that matters has been told.
+void TouchedReader::Visit(const std::string& path, const Before& before) {
+    const std::string upper = m_layer.upper + path;
+    struct stat info {};
+    if (lstat(upper.c_str(), &info) != 0) return;
+    if (S_ISDIR(info.st_mode)) return VisitDirectory(path, before);
+    const bool isCopied = MarkOf(upper, kOrigin).has_value() && !MarkOf(upper, kMetacopy);
+    Add(before, S_ISREG(info.st_mode) && isCopied ? Touch::Edit : Touch::Replace);
+}
+
+void TouchedReader::VisitDirectory(const std::string& path, const Before& before) {
+    if (const Before source = SourceOf(m_layer, path, before)) {
+        Add(before, Touch::Replace);
+        m_names.moves.push_back({HostPath(m_layer, *source), HostPath(m_layer, path)});
+        Add(source, Touch::Access);
+        return Walk(path, source);
+    }
+    const bool isNew = MarkOf(m_layer.upper + path, kOpaque) == "y" || !IsDirectoryBefore(before);
+    Add(before, isNew ? Touch::Replace : Touch::Access);
+    Walk(path, isNew ? std::nullopt : before);
+}
+
+void TouchedReader::Walk(const std::string& path, const Before& before) {
+    for (const std::string& name : NamesIn(m_layer.upper + path))
+        Visit(Joined(path, name), Below(before, name));
+}
+
+}  // namespace
+
+TouchedNames ReadTouched(const HostCopy& copy) {
+    TouchedNames names;
+    for (const Layer& layer : copy.Layers()) TouchedReader(layer, names).Read();
+    std::erase_if(names.names,
+                  [](const Touched& name) { return name.path.ends_with("/qdn-configure.lock"); });
+    std::ranges::stable_sort(names.names, {}, &Touched::path);
+    std::ranges::stable_sort(names.moves, {}, &MovedDirectory::from);
+    return names;
+}
+
+}  // namespace Zorvane::AgentInstaller::Preview

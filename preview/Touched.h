@@ -1,0 +1,37 @@
+// The names that were touched in a copy of the host, whether anything there is different in the end or not.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "preview/HostCopy.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+
+/// What a run that does the same on the host can do to a name.
+enum class Touch {
+    Access,   // the mode, the owner or the attributes of a directory change; entries below it are told apart
+    Replace,  // what stands there, with all that is in it, is removed or replaced, or something is made there
+    Edit,     // the bytes of the file itself change
+};
+
+struct Touched {
+    std::string path;  // as it is on the host before the run
+    Touch touch = Touch::Replace;
+};
+
+/// A directory that is renamed as a whole. What is touched in it is told under the path that it has before.
+struct MovedDirectory {
+    std::string from;
+    std::string to;
+};
+
+struct TouchedNames {
+    std::vector<Touched> names;  // a directory before what is in it
+    std::vector<MovedDirectory> moves;
+};
+
+/// The names of all file systems of the copy; the lock of a run is left out.
+TouchedNames ReadTouched(const HostCopy& copy);
+
+}  // namespace Zorvane::AgentInstaller::Preview

@@ -1,0 +1,216 @@
+// What was saved is put back, whatever has become of it, and however often that is begun.
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+#include "apply/Recovery.h"
+#include "apply/Restore.h"
+#include "apply/SavedState.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller::Apply {
+namespace {
+
+namespace fs = std::filesystem;
+using Preview::Touch;
+using testfiles::Write;
+
+/// Every entry below a directory: type, mode, target or content.
+std::string Tree(const std::string& top) {
+    std::vector<std::string> lines;
+    for (const auto& entry : fs::recursive_directory_iterator(top)) {
+        const std::string path = entry.path();
+        std::string line =
+            path + " " + std::to_string(static_cast<unsigned>(entry.symlink_status().permissions()));
+        if (entry.is_symlink()) line += " -> " + fs::read_symlink(path).string();
+        if (!entry.is_symlink() && entry.is_regular_file()) line += " = " + testfiles::Read(path);
+        lines.push_back(line);
+    }
+    std::ranges::sort(lines);
+    std::string text;
+    for (const std::string& line : lines) text += line + "\n";
+    return text;
+}
+
+corekit::Keeping::Identity Identity(const wchar_t* path) {
+    return corekit::Keeping::IdentityOf(path).value();
+}
+
+/// A tree in /opt/t that is saved, changed and put back.
+class Restoring : public testing::Test {
+  protected:
+    Restoring() {
+        Write("/opt/t/file", "old", 0640);
+        Write("/opt/t/dir/one", "1");
+        Write("/opt/t/dir/deep/two", "2");
+        fs::create_symlink("file", "/opt/t/link");
+        m_before = Tree("/opt/t");
+    }
+    ~Restoring() override {
+        fs::remove_all("/opt/t");
+        fs::remove_all("/var/lib/qdn-configure");
+    }
+
+    void Saved(const std::vector<Preview::Touched>& names,
+               const std::vector<Preview::MovedDirectory>& moves = {}) {
+        m_what.names = {names, moves};
+        const auto saved = Save(m_what);
+        ASSERT_TRUE(saved) << saved.error().text.Utf8() << saved.error().reason.Utf8();
+    }
+    void ExpectPutBack() {
+        const auto undone = UndoAttempt();
+        EXPECT_TRUE(undone) << undone.error().text.Utf8() << undone.error().reason.Utf8();
+        EXPECT_EQ(Tree("/opt/t"), m_before);
+        EXPECT_FALSE(testfiles::Exists("/opt/.qdn-configure-saved"));
+        EXPECT_EQ(FindPhase().value(), Phase::None);
+    }
+
+    ToSave m_what;
+    std::string m_before;
+};
+
+TEST_F(Restoring, AFileThatWasReplacedIsBack_WithItsModeAndInode) {
+    const auto inode = Identity(L"/opt/t/file");
+    Saved({{"/opt/t/file", Touch::Replace}});
+    Write("/opt/t/.file.unfinished", "new");
+    fs::rename("/opt/t/.file.unfinished", "/opt/t/file");
+    chmod("/opt/t/file", 0777);
+    ExpectPutBack();
+    EXPECT_EQ(Identity(L"/opt/t/file"), inode);
+    EXPECT_EQ(testfiles::Read("/var/lib/qdn-configure/failed/opt/t/file"), "new");
+}
+
+TEST_F(Restoring, AFileThatWasEditedInPlaceIsBack) {
+    Saved({{"/opt/t/file", Touch::Edit}});
+    Write("/opt/t/file", "changed");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, AModeThatWasChangedIsBack) {
+    Saved({{"/opt/t/file", Touch::Replace}, {"/opt/t/dir", Touch::Access}});
+    chmod("/opt/t/file", 0777);
+    chmod("/opt/t/dir", 0700);
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, WhatWasMadeIsGone_AndKeptAside) {
+    Saved({{"/opt/t/new", Touch::Replace}});
+    Write("/opt/t/new/deep/file", "made");
+    ExpectPutBack();
+    EXPECT_EQ(testfiles::Read("/var/lib/qdn-configure/failed/opt/t/new/deep/file"), "made");
+    EXPECT_TRUE(HasKeptFiles());
+}
+
+TEST_F(Restoring, ATreeThatWasRemovedIsBack) {
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/link", Touch::Replace}});
+    fs::remove_all("/opt/t/dir");
+    fs::remove("/opt/t/link");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, ATreeThatWasRemovedInPartIsBack) {
+    Saved({{"/opt/t/dir", Touch::Replace}});
+    fs::remove("/opt/t/dir/deep/two");
+    Write("/opt/t/dir/other", "");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, OneTypeIsBack_WhereAnotherStands) {
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/file", Touch::Replace}, {"/opt/t/link", Touch::Replace}});
+    fs::remove_all("/opt/t/dir");
+    Write("/opt/t/dir", "a file");
+    fs::remove("/opt/t/file");
+    fs::create_directories("/opt/t/file/deep");
+    fs::remove("/opt/t/link");
+    Write("/opt/t/link", "no link");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, ADirectoryThatHasMovedIsMovedBack) {
+    const auto moved = Identity(L"/opt/t/dir/deep");
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/to", Touch::Replace}},
+          {{"/opt/t/dir/deep", "/opt/t/to/deep"}});
+    EXPECT_EQ(testfiles::NamesIn("/opt/.qdn-configure-saved/0"), std::vector<std::string>{"one"});
+    fs::create_directory("/opt/t/to");
+    fs::rename("/opt/t/dir/deep", "/opt/t/to/deep");
+    fs::remove_all("/opt/t/dir");
+    ExpectPutBack();
+    EXPECT_EQ(Identity(L"/opt/t/dir/deep"), moved);
+}
+
+TEST_F(Restoring, ADirectoryThatWasToMoveStays) {
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/to", Touch::Replace}},
+          {{"/opt/t/dir/deep", "/opt/t/to/deep"}});
+    fs::create_directory("/opt/t/to");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, ADirectoryThatWasCopiedAwayIsBack_WhetherTheOldOneIsThereOrNot) {
+    for (const bool isOldThere : {true, false}) {
+        Saved({{"/opt/t/dir", Touch::Access}, {"/opt/t/to", Touch::Replace}},
+              {{"/opt/t/dir/deep", "/opt/t/to"}});
+        fs::copy("/opt/t/dir/deep", "/opt/t/to");
+        if (!isOldThere) fs::remove_all("/opt/t/dir/deep");
+        ExpectPutBack();
+    }
+}
+
+TEST_F(Restoring, TemporaryFilesOfARunGo_AndOthersStay) {
+    m_what.agentDirs = {"/opt/t/dir"};
+    Saved({{"/opt/t", Touch::Access}, {"/opt/t/dir", Touch::Access}, {"/opt/t/file", Touch::Replace}});
+    for (const char* name : {"/opt/t/.file.unfinished", "/opt/t/.file.x1Y2z3", "/opt/t/dir/mark"})
+        Write(name, "");
+    for (const char* name : {"/opt/t/other", "/opt/t/.other.unfinished", "/opt/t/.file.none"})
+        Write(name, "");
+    ASSERT_TRUE(UndoAttempt());
+    EXPECT_FALSE(testfiles::Exists("/opt/t/.file.unfinished"));
+    EXPECT_FALSE(testfiles::Exists("/opt/t/.file.x1Y2z3"));
+    EXPECT_FALSE(testfiles::Exists("/opt/t/dir/mark"));
+    for (const char* name : {"/opt/t/other", "/opt/t/.other.unfinished", "/opt/t/.file.none"})
+        EXPECT_TRUE(testfiles::Exists(name)) << name;
+}
+
+TEST_F(Restoring, WhatOthersCanTakeAwayIsCopied) {
+    Write("/tmp/of-run", "old", 0600);
+    Saved({{"/tmp/of-run", Touch::Replace}});
+    EXPECT_EQ(fs::hard_link_count("/tmp/of-run"), 1U);
+    fs::remove("/tmp/of-run");
+    ExpectPutBack();
+    EXPECT_EQ(testfiles::Read("/tmp/of-run"), "old");
+    EXPECT_EQ(testfiles::Mode("/tmp/of-run"), 0600U);
+    fs::remove("/tmp/of-run");
+}
+
+TEST_F(Restoring, NothingIsKeptWhereTheRunRemovesAll) {
+    m_what.ownDirs = {"/opt"};
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/file", Touch::Replace}});
+    EXPECT_FALSE(testfiles::Exists("/opt/.qdn-configure-saved"));
+    fs::remove_all("/opt/t/dir");
+    fs::remove("/opt/t/file");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, NothingIsLeft_WhenItCannotBeSaved) {
+    fs::create_directories("/opt/.qdn-configure-saved");
+    m_what.names.names = {{"/opt/t/file", Touch::Replace}};
+    const auto saved = Save(m_what);
+    ASSERT_FALSE(saved);
+    EXPECT_EQ(saved.error().text, L"What the run would touch cannot be saved.");
+    EXPECT_EQ(FindPhase().value(), Phase::None);
+    EXPECT_EQ(Tree("/opt/t"), m_before);
+}
+
+TEST_F(Restoring, ASecondTimeChangesNothing) {
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/file", Touch::Replace}, {"/opt/t/new", Touch::Replace}});
+    fs::remove_all("/opt/t/dir");
+    Write("/opt/t/new", "");
+    const auto journal = ReadJournal();
+    ASSERT_TRUE(journal);
+    ASSERT_TRUE(Restore(*journal));
+    EXPECT_EQ(Tree("/opt/t"), m_before);
+    ExpectPutBack();
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Apply
