@@ -31,7 +31,7 @@ END
     for word in -help -h --help help; do
         qdn_configure $word
         expect_status 0
-        expect_output < <(list_of_commands && echo 'This is version 1.0.0.')
+        expect_output < <(list_of_commands && echo 'This is version 1.1.0.')
         expect_no_errors
         expect_no_changes
     done
@@ -44,7 +44,7 @@ END
         expect_status 0
         expect_output <<END
 $banner
-qdn-configure 1.0.0
+qdn-configure 1.1.0
 END
         expect_no_errors
         expect_no_changes
