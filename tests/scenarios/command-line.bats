@@ -11,6 +11,8 @@ Commands:
   -iconfigure  Interactively configure/reconfigure an installation ignoring any XML file.
   -clean       Remove qdn-configure created files prior to uninstall.
   -preview     Show what a command would do, and change nothing.
+  -apply       Have a command take effect as a whole, or leave the host as it was.
+  -status      Tell what is installed and whether it is as configured; change nothing.
   -help        List the commands and tell the version; with a command, show how it is used.
   -version     Tell the version.
 
