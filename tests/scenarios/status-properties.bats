@@ -83,6 +83,7 @@ damage() {
 
 # What is damaged, or a directory above it, is named, and nothing else. What went with a directory is named, too.
 expect_named() {
+    local path
     [ "$status" -eq 1 ] || { cat "$desk/status" "$desk/err"; fail "status $status after: $1 $2"; }
     differences >"$desk/differences"
     cut -d ' ' -f 2- "$desk/differences" | grep -qxF "$2" || { cat "$desk/differences"; fail "not named: $1 $2"; }
@@ -120,6 +121,8 @@ END
     "$program" -configure -noimode -quiet >"$desk/out"
     rm -f "/tmp/$xml"
     possible_damages "$desk/document" >"$desk/possible"
+    # On an ordinary user's private machine there is nobody but root.
+    chown 1234 "$desk/possible" 2>/dev/null || sed -i '/^owner /d' "$desk/possible"
     [ "$(wc -l <"$desk/possible")" -ge 60 ] || fail "only $(wc -l <"$desk/possible") damages"
     RANDOM=$(seed)
     look
