@@ -98,13 +98,15 @@ expect_named() {
 mend() {
     # A link that leads elsewhere than to an agent is nobody's to replace.
     if [ "$1" = target ] && [ "${2%/*}" = /usr/local/bin ]; then rm "$2"; fi
+    local -a command=(-configure -noimode -nosearch -quiet -dir "$installdir")
+    ! in_one_of 2 || command=(-apply -yes "${command[@]}")
     status=0
-    QDN_INSTALL_AUTOSTART=no QDNCLIENT_CONFIG_FILE=$installdir/etc/client.conf "$program" -configure -noimode -nosearch -quiet \
-        -dir "$installdir" >"$desk/out" 2>"$desk/err" || status=$?
+    QDN_INSTALL_AUTOSTART=no QDNCLIENT_CONFIG_FILE=$installdir/etc/client.conf "$program" "${command[@]}" \
+        >"$desk/out" 2>"$desk/err" || status=$?
     [ "$status" -eq 0 ] || { cat "$desk/err"; fail "not mended: $1 $2"; }
 }
 
-@test "whatever is damaged of what a configuration has made is named, and configuring again mends it" {
+@test "whatever is damaged of what a configuration has made is named, and configuring again, also by -apply, mends it" {
     echo "seed $(seed)"
     installdir=$agent
     printf '#!/bin/sh\n' >/usr/sbin/systemctl && chmod 0755 /usr/sbin/systemctl
