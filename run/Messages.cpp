@@ -27,9 +27,7 @@ void WarnKept(const String& path, const String& why) {
 }
 
 void WarnNotMade(const corekit::Result& failure) {
-    const String text = Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".";
-    failuresToMake.insert(text);
-    Warn(L"WARNING! " + text + L"\n");
+    Warn(L"WARNING! " + Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".\n");
 }
 
 void WarnNotReplaced(const String& path) {
