@@ -12,12 +12,14 @@
 #include "apply/Recovery.h"
 #include "apply/Restore.h"
 #include "config/SystemProbes.h"
+#include "corekit/fs/File.h"
 #include "corekit/os/Console.h"
 #include "corekit/os/Sys.h"
 #include "integration/AgentProcess.h"
 #include "run/Messages.h"
 #include "run/Rehearsal.h"
 #include "run/RunRecord.h"
+#include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -82,14 +84,18 @@ std::optional<std::size_t> ApplyCommand::ParseOptions(const std::vector<String>&
 }
 
 unsigned ApplyCommand::Run(const std::vector<String>& arguments) {
+    RunRecord record(L"-apply");
     const auto word = ParseOptions(arguments);
-    if (!word || *word == arguments.size() || !m_command.Choose(arguments[*word])) return kUsageError;
+    if (!word || *word == arguments.size() || !m_command.Choose(arguments[*word]))
+        return record.End(kUsageError);
     if (!m_options.yes && !HasTerminal()) {
         Messages::Warn(L"Without a terminal to ask on, -apply needs -yes.\n");
-        return kUsageError;
+        return record.End(kUsageError);
     }
-    RunRecord record(L"-apply");
-    return record.End(Apply({arguments.begin() + static_cast<std::ptrdiff_t>(*word) + 1, arguments.end()}));
+    const unsigned status =
+        Apply({arguments.begin() + static_cast<std::ptrdiff_t>(*word) + 1, arguments.end()});
+    if (!m_xmlFile.IsEmpty() && !corekit::File::Exists(m_xmlFile)) RunRecord::SetXmlFileRemoved();
+    return record.End(status);
 }
 
 unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
@@ -122,19 +128,24 @@ Outcome<> ApplyCommand::Rehearse(const std::vector<String>& arguments) {
     const int shownOn = m_options.json ? STDERR_FILENO : STDOUT_FILENO;
     m_rehearsed = m_command.Rehearse(arguments, request, {m_command.MayAsk(arguments) ? shownOn : -1});
     m_document = std::make_shared<Json>(Preview::Parsed(m_rehearsed.document));
-    TellRecord();
+    TellRecord(arguments);
     return {};
 }
 
 /// What the record of the run says of the command, which runs in another process.
-void ApplyCommand::TellRecord() const {
+void ApplyCommand::TellRecord(const std::vector<String>& arguments) {
+    Settings server;
     for (const Json& setting : (*m_document)["settings"]) {
         const String value = String::FromUtf8(setting["value"].get<std::string>());
-        if (setting["name"] == "InstallDir") RunRecord::SetInstallDir(value);
-        if (setting["name"] == "KSName") RunRecord::SetServer(value);
+        if (setting["name"] == "KSName") server.Value(L"KSName") = value;
+        if (setting["name"] == "KSUrlFormat") server.Value(L"KSUrlFormat") = value;
         if (setting["source"]["kind"] == "xml")
-            RunRecord::SetXmlFile(String::FromUtf8(setting["source"].value("file", "")));
+            m_xmlFile = String::FromUtf8(setting["source"].value("file", ""));
     }
+    if (server.IsSet(L"KSName")) RunRecord::SetServer(CurrentServer(server).Text());
+    const bool isClean = m_command.Word() == L"-clean" && !arguments.empty();
+    RunRecord::SetInstallDir(isClean ? arguments.front() : InstallDir());
+    RunRecord::SetXmlFile(m_xmlFile);
 }
 
 /// What ends the run before anything has been changed.

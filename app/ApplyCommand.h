@@ -40,7 +40,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     unsigned Apply(const std::vector<corekit::String>& arguments);
     Outcome<> Rehearse(const std::vector<corekit::String>& arguments);
     Outcome<> CheckRehearsal(const std::vector<corekit::String>& arguments) const;
-    void TellRecord() const;
+    void TellRecord(const std::vector<corekit::String>& arguments);
     bool IsAgreed() const;
     unsigned Attempt(const std::vector<corekit::String>& arguments);
     Outcome<> Perform(const std::vector<corekit::String>& arguments, Apply::Interruptions& interruptions);
@@ -56,6 +56,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     Options m_options;
     PreviewedCommand m_command;
     bool m_isWrongUse = false;       // of the command that is applied
+    corekit::String m_xmlFile;       // of the rehearsed configuration; empty without one
     corekit::String m_runningAgent;  // the install directory of the agent that runs and has to be stopped
     RehearsedRun m_rehearsed;
     std::shared_ptr<const nlohmann::ordered_json> m_document;  // of the rehearsal

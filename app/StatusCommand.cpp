@@ -36,7 +36,7 @@ Outcome<Json> RehearseSame(const Status::Facts& facts) {
     const auto run = [&] {
         Status::HideOtherSources(facts.clientConf);
         SameConfiguration command;
-        return Status::WithPathsNotReplaced(
+        return Status::WithWhatWasLeft(
             RunInCopy(command, {L"-noimode", L"-nosearch", L"-dir", facts.directory}));
     };
     return Status::FindDifferences(run, facts.directory);

@@ -21,6 +21,8 @@ using corekit::String;
 
 namespace {
 
+constexpr unsigned kPrivate = 0600;  // until the modes are set
+
 /// Makes a directory the current one for as long as it lives: client.conf may name paths relative to it.
 class CurrentDirectory {
   public:
@@ -85,7 +87,7 @@ struct Step {
 constexpr Step kSteps[] = {
     {CheckDirectories, PrepareDirectories},       {CheckEnvironmentScript, CreateScriptsStep},
     {CheckRunLevelScripts, SetUpRunLevelScripts}, {ExpectNothing, CreateProgramLinks},
-    {ExpectNothing, SetInstallPermissions},
+    {ExpectNothing, SetInstallPermissions},       {ExpectNothing, SetSecurityLabels},
 };
 
 }  // namespace
@@ -103,8 +105,14 @@ Outcome<> PlaceClientConf(SetupContext& context) {
     if (const auto placeable = CheckClientConf(context); !placeable) return placeable;
     WriteIdentifier(context);
     const String confPath = ClientConfPath(context);
-    if (const Result moved = corekit::File::Rename(context.generatedConfPath, confPath); !moved)
-        return FailToPlace(confPath, moved);
+    context.isFirst = !corekit::File::Exists(confPath);
+    // It is written anew rather than moved: a file keeps the security label of where it was made, and the one
+    // that is replaced may have attributes of its own.
+    const auto generated = corekit::File::ReadBytes(context.generatedConfPath);
+    const Result placed =
+        generated ? corekit::File::WriteBytes(confPath, *generated, {.mode = kPrivate}) : generated.error();
+    if (!placed) return FailToPlace(confPath, placed);
+    Forgive(corekit::File::Remove(context.generatedConfPath, corekit::HostDirectory::Meant));
     context.confPath = confPath;
     return {};
 }

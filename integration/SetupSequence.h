@@ -9,8 +9,9 @@ namespace Zorvane::AgentInstaller {
 /// they would, as far as that can be known, and changes nothing.
 Outcome<> CheckSetupSequence(const SetupContext& context);
 
-/// Writes the file of the identifier, whose directory is made when missing, and then moves the generated
-/// client.conf into place. The context's confPath is that place then.
+/// Writes the file of the identifier, whose directory is made when missing, and then puts the generated
+/// client.conf into its place, where it takes over the extended attributes of the file that it replaces. The
+/// context's confPath is that place then.
 Outcome<> PlaceClientConf(SetupContext& context);
 
 /// Runs the set-up steps, up to the first that fails; what was done stays. The install directory is the

@@ -16,6 +16,7 @@ struct SetupContext {
     corekit::String generatedConfPath;   // the new client.conf in its hand-over file
     corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
     const Settings* settings = nullptr;  // the run's settings, not owned
+    bool isFirst = false;                // nothing was configured in the install directory before
 };
 
 /// Whether qdn-env can be written.
@@ -43,6 +44,12 @@ Outcome<> CreateProgramLinks(const SetupContext& context);
 /// Sets owner root and the modes of the files in bin, etc and lib and of the directories themselves;
 /// subdirectories are left alone. What cannot be changed is passed over: the step never fails.
 Outcome<> SetInstallPermissions(const SetupContext& context);
+
+/// Gives what the run has made the security labels of its places, by the host's own tool, where the kernel
+/// knows such labels: the service script, and the whole install directory after a first configuration. What
+/// an administrator has labelled otherwise keeps its label on an upgrade. The operator is told when the tool
+/// fails; the step never does.
+Outcome<> SetSecurityLabels(const SetupContext& context);
 
 /// Adds an entry that is not a directory to the list; always true, so that a scan goes on.
 bool SkipDirs(const corekit::FileInfo& info, std::vector<corekit::FileInfo>& list);

@@ -103,27 +103,26 @@ Result MakeMountsPrivate() {
     return isBack ? result : Result::FromErrno();
 }
 
-/// A quarter of the memory, in bytes.
-unsigned long long Bound() {
+}  // namespace
+
+unsigned long long QuarterOfMemory() {
     struct sysinfo info {};
     sysinfo(&info);
     return static_cast<unsigned long long>(info.totalram) * info.mem_unit / 4;
 }
 
-}  // namespace
-
 std::string HostCopy::NotesDir() const {
     return kNotes;
 }
 
-Outcome<> HostCopy::Build() {
+Outcome<> HostCopy::Build(unsigned long long bytes) {
     m_workDir = CurrentDirectory();
     if (const Result isPrivate = MakeMountsPrivate(); !isPrivate)
         return Impossible(L"mounts of its own are not allowed; run it as root, outside of a container",
                           isPrivate);
     if (const Result read = ReadVisibleMounts(m_mounts); !read)
         return Impossible(L"/proc/self/mountinfo cannot be read; mount /proc first", read);
-    if (Outcome<> stage = MountStage(); !stage) return stage;
+    if (Outcome<> stage = MountStage(bytes); !stage) return stage;
     for (const Mount& mount : m_mounts) {
         if (IsKernels(mount)) continue;
         if (Outcome<> copied = CopyMount(mount); !copied) return copied;
@@ -131,8 +130,8 @@ Outcome<> HostCopy::Build() {
     return MountKernelFiles();
 }
 
-Outcome<> HostCopy::MountStage() {
-    const std::string options = "mode=0700,size=" + std::to_string(Bound());
+Outcome<> HostCopy::MountStage(unsigned long long bytes) {
+    const std::string options = "mode=0700,size=" + std::to_string(bytes);
     Result result = MountAt("tmpfs", kStage, "tmpfs", MS_NOSUID | MS_NODEV, options);
     if (result) result = MakeDirs(kRoot);
     if (result) result = MakeDirs(kNotes);
@@ -178,7 +177,8 @@ Outcome<> HostCopy::Overlay(const Mount& mount, const Layer& layer) {
             m_layers.push_back(layer);
             return {};
         }
-        if (result.Code() == EINVAL) result = Result();
+        // Whoever is root in a user namespace only may not ask for what is root's.
+        if (result.Code() == EINVAL || result.Code() == EPERM) result = Result();
     }
     const String point = String::FromUtf8(mount.point);
     if (mount.type == "overlay")

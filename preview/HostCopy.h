@@ -17,12 +17,16 @@ struct Layer {
     std::string merged;  // the copy
 };
 
+/// A quarter of the host's memory, in bytes.
+unsigned long long QuarterOfMemory();
+
 /// Lives in the mount namespace of the process that builds it, and goes with that. The host is never changed.
 class HostCopy {
   public:
     /// Builds the copy. The process must have mount, process and network namespaces of its own, of which it
-    /// is the first process. Fails with a text that says what to do.
-    [[nodiscard]] Outcome<> Build();
+    /// is the first process. No more than so many bytes can be written to it. Fails with a text that says
+    /// what to do.
+    [[nodiscard]] Outcome<> Build(unsigned long long bytes);
 
     /// Makes the copy this process's root, with the same current directory where the copy has it.
     [[nodiscard]] corekit::Result Enter() const;
@@ -40,7 +44,7 @@ class HostCopy {
     std::string NotesDir() const;
 
   private:
-    Outcome<> MountStage();
+    Outcome<> MountStage(unsigned long long bytes);
     Outcome<> CopyMount(const Mount& mount);
     Outcome<> Overlay(const Mount& mount, const Layer& layer);
     Outcome<> ShowReadOnly(const Mount& mount, const std::string& lower);

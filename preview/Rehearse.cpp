@@ -28,7 +28,6 @@ using corekit::String;
 namespace {
 
 constexpr std::size_t kLongestAnswer = std::size_t{1} << 31;
-constexpr auto kLongestRun = std::chrono::minutes(10);
 constexpr int kMillisecondsBetweenLooks = 20;
 
 // The first byte of what the first process answers.
@@ -66,7 +65,8 @@ bool Take(int reader, std::string& bytes, int copyTo) {
 /// The code in the copy, seen from the process that built that.
 class Performance {
   public:
-    Performance(const HostCopy& copy, Audience audience) : m_copy(copy), m_audience(audience) {}
+    Performance(const HostCopy& copy, Audience audience, const Limits& limits)
+        : m_copy(copy), m_audience(audience), m_longestRun(limits.time) {}
 
     Outcome<Rehearsal> Run(const std::function<std::string()>& code);
 
@@ -76,6 +76,7 @@ class Performance {
 
     const HostCopy& m_copy;
     Audience m_audience;
+    std::chrono::milliseconds m_longestRun;
     Pipe m_result;
     Pipe m_output;
     Pipe m_errors;
@@ -126,7 +127,7 @@ bool Performance::Listen() {
     std::string* const texts[] = {&m_rehearsal.result, &m_rehearsal.output, &m_rehearsal.errors};
     // Only the code's own process holds the writing end for the result.
     while (sources[0].fd >= 0) {
-        if (m_audience.terminal < 0 && std::chrono::steady_clock::now() - start > kLongestRun) return false;
+        if (m_audience.terminal < 0 && std::chrono::steady_clock::now() - start > m_longestRun) return false;
         poll(sources, std::size(sources), kMillisecondsBetweenLooks);
         m_wasFull = m_wasFull || m_copy.IsFull();
         for (std::size_t i = std::size(sources); i-- > 0;) {
@@ -154,14 +155,14 @@ std::string Answer(const Outcome<std::string>& told) {
 [[noreturn]] void BuildRunAndTell(
     const std::function<std::string()>& code,
     const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,
-    const Descriptor& answerTo) {
+    const Limits& limits, const Descriptor& answerTo) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     pollfd maker{answerTo.Get(), 0, 0};
     if (poll(&maker, 1, 0) != 0) _exit(1);  // it has ended before
     HostCopy copy;
     const auto answer = [&]() -> Outcome<std::string> {
-        if (Outcome<> built = copy.Build(); !built) return tl::unexpected(built.error());
-        const Outcome<Rehearsal> rehearsal = Performance(copy, audience).Run(code);
+        if (Outcome<> built = copy.Build(limits.bytes); !built) return tl::unexpected(built.error());
+        const Outcome<Rehearsal> rehearsal = Performance(copy, audience, limits).Run(code);
         if (!rehearsal) return tl::unexpected(rehearsal.error());
         return tell(copy, *rehearsal);
     };
@@ -183,7 +184,8 @@ Outcome<std::string> ReadAnswer(const Descriptor& reader) {
 
 Outcome<std::string> Rehearse(
     const std::function<std::string()>& code,
-    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience) {
+    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,
+    const Limits& limits) {
     corekit::Console::Flush();
     Pipe answer;
     if (const Result opened = answer.Open(); !opened)
@@ -192,7 +194,7 @@ Outcome<std::string> Rehearse(
     const long child = syscall(SYS_clone, kNamespaces | SIGCHLD, nullptr, nullptr, nullptr, nullptr);
     if (child == 0) {
         answer.reader = Descriptor();
-        BuildRunAndTell(code, tell, audience, answer.writer);
+        BuildRunAndTell(code, tell, audience, limits, answer.writer);
     }
     if (child < 0) {
         const Result cause = Result::FromErrno();

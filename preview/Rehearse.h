@@ -1,6 +1,7 @@
 // Runs code in a copy of the host, in processes that end with this one.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <string>
 
@@ -20,13 +21,20 @@ struct Audience {
     int terminal = -1;  // -1: nobody
 };
 
+/// What a rehearsal may take; one that takes more fails.
+struct Limits {
+    unsigned long long bytes = QuarterOfMemory();               // for what is written
+    std::chrono::milliseconds time = std::chrono::minutes(10);  // where nobody is asked anything
+};
+
 /// Runs `code` with the copy of the host as its root, then `tell`, which sees the host and the copy, and
 /// returns what that returned. Neither can reach a process of the host or be reached by its sockets. Standard
 /// input is this process's. Fails with a text that says what to do when there can be no copy, when what was
-/// written does not fit into memory, or when the code was ended from outside; without an audience also after
-/// ten minutes.
+/// written does not fit into memory, or when the code was ended from outside; without an audience also when
+/// the time is over.
 Outcome<std::string> Rehearse(
     const std::function<std::string()>& code,
-    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience);
+    const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,
+    const Limits& limits = {});
 
 }  // namespace Zorvane::AgentInstaller::Preview

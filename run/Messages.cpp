@@ -27,7 +27,9 @@ void WarnKept(const String& path, const String& why) {
 }
 
 void WarnNotMade(const corekit::Result& failure) {
-    Warn(L"WARNING! " + Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".\n");
+    const String text = Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".";
+    failuresToMake.insert(text);
+    Warn(L"WARNING! " + text + L"\n");
 }
 
 void WarnNotReplaced(const String& path) {

@@ -31,6 +31,9 @@ void WarnNotReplaced(const corekit::String& path);
 /// The paths that WarnNotReplaced has told.
 inline std::set<corekit::String, corekit::Ltstr> pathsNotReplaced;
 
+/// What WarnNotMade has told: "<path> could not be made: <why>."
+inline std::set<corekit::String, corekit::Ltstr> failuresToMake;
+
 /// The value as it may stand in a message: control characters as \xNN.
 inline corekit::String Shown(const corekit::String& value) {
     return corekit::Text::Printable(value);

@@ -12,3 +12,10 @@ as_root() {
 wait_for_a_turn() {
     while [ "$(jobs -rp | wc -l)" -ge 2 ]; do wait -n || true; done
 }
+
+# mirrors SUITE: where this machine has its own packages from, as lines of sources.
+mirrors() {
+    # shellcheck disable=SC2016 # these are placeholders
+    apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT)' \
+        'Created-By: Packages' 'Origin: Debian' "Codename: $1" | sort -u
+}

@@ -31,7 +31,9 @@ Judgement If(bool isGood, const String& stored) {
 /// none.)
 bool HasControlCharacter(const String& answer) {
     return std::ranges::any_of(answer, [](wchar_t character) {
-        return (character >= 0 && character < 0x20) || (character >= 0x7F && character < 0xA0);
+        const auto code =
+            static_cast<char32_t>(character);  // whether wchar_t has a sign depends on the machine
+        return code < 0x20 || (code >= 0x7F && code < 0xA0);
     });
 }
 

@@ -25,7 +25,9 @@ namespace File = corekit::File;
 
 namespace {
 
-constexpr const char* kNotReplaced = "not_replaced";  // in the record of the run
+// In the record of the run.
+constexpr const char* kNotReplaced = "not_replaced";
+constexpr const char* kNotMade = "not_made";
 
 unsigned long ModeOf(const Json& state) {
     constexpr int kOctal = 8;
@@ -131,11 +133,15 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
         if (Json difference = comparison.Judge(change); !difference.is_null())
             differences.push_back(std::move(difference));
     }
-    for (const Json& path : Preview::Parsed(rehearsal.result).value(kNotReplaced, Json::array()))
+    const Json record = Preview::Parsed(rehearsal.result);
+    for (const Json& path : record.value(kNotReplaced, Json::array()))
         differences.push_back(NotReplaced(path.get<std::string>(), installDir));
     std::ranges::stable_sort(differences, {},
                              [](const Json& difference) { return difference["path"].get<std::string>(); });
     Json told = {{"differences", differences}, {"error", document["error"]}};
+    // The run succeeds without it, but what it could not make is not as it was configured.
+    const Json notMade = record.value(kNotMade, Json::array());
+    if (told["error"].is_null() && !notMade.empty()) told["error"] = notMade.front();
     // A run without a text of its own that fails all the same.
     if (document["status"] != 0 && told["error"].is_null()) told["error"] = "Agent configuration failed.";
     return told.dump(-1, ' ', false, Json::error_handler_t::replace);
@@ -154,10 +160,10 @@ void HideOtherSources(const String& clientConf) {
     if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
 }
 
-std::string WithPathsNotReplaced(const std::string& record) {
+std::string WithWhatWasLeft(const std::string& record) {
     Json json = Preview::Parsed(record);
-    json[kNotReplaced] = Json::array();
     for (const String& path : Messages::pathsNotReplaced) json[kNotReplaced].push_back(path.Utf8());
+    for (const String& text : Messages::failuresToMake) json[kNotMade].push_back(text.Utf8());
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 

@@ -14,8 +14,8 @@ namespace Zorvane::AgentInstaller::Status {
 /// variables, XML and hand-over files. Names the client.conf that is to be configured again.
 void HideOtherSources(const corekit::String& clientConf);
 
-/// The record of a rehearsed run, with the paths that the run has left to somebody else.
-std::string WithPathsNotReplaced(const std::string& record);
+/// The record of a rehearsed run, with what the run has left to somebody else and what it could not make.
+std::string WithWhatWasLeft(const std::string& record);
 
 /// Rehearses `run`, which returns its record, as a configuration of the agent of `installDir`. Returns an
 /// object with `differences`, changes as a preview's document has them, and `error`, why the configuration

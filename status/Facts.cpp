@@ -3,6 +3,7 @@
 
 #include "agents/AgentDetection.h"
 #include "agents/AgentVersion.h"
+#include "apply/Recovery.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
@@ -82,7 +83,7 @@ Facts GatherFacts(const String& installDir) {
     facts.process = FindAgentProcess(installDir);
     if (!HasConfiguration(installDir)) return facts;
     facts.isInstalled = true;
-    facts.isUnfinished = FindUnfinishedRun(installDir) != Unfinished::Nothing;
+    facts.isUnfinished = FindUnfinishedRun(installDir) != Unfinished::Nothing || Apply::IsApplyUnfinished();
     facts.clientConf = installDir + Names::kClientConf;
     const auto agent = AgentFromBaseDir(installDir);
     if (agent) facts.label = agent->VersionLabel();

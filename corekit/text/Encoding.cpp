@@ -35,7 +35,7 @@ wchar_t Latin1Character(char byte) {
 
 char Latin1Byte(wchar_t character) {
     if (IsKeptByte(character)) return ByteOf(character);
-    return character >= 0 && character <= 0xFF ? static_cast<char>(character) : kLacking;
+    return static_cast<char32_t>(character) <= 0xFF ? static_cast<char>(character) : kLacking;
 }
 
 wchar_t Latin9Character(char byte) {
@@ -57,7 +57,7 @@ wchar_t AsciiCharacter(char byte) {
 }
 
 char AsciiByte(wchar_t character) {
-    return character >= 0 && character < 0x80 ? static_cast<char>(character) : kLacking;
+    return static_cast<char32_t>(character) < 0x80 ? static_cast<char>(character) : kLacking;
 }
 
 String DecodeEach(std::string_view bytes, wchar_t (*characterOf)(char)) {

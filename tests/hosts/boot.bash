@@ -5,13 +5,14 @@ console=$HOST_WORK/console
 
 # --- Up and down
 
-# Starts the host and waits until its init has done all that it does at boot.
+# boot [OPTION ...]: starts the host, with options for systemd-nspawn, and waits until its init has done all that it does
+# at boot.
 boot() {
     settle_init
     rm -f "$root/session/up"
     umount "$root/proc" 2>/dev/null || true # it would be taken for the host's own
     systemd-nspawn --quiet --directory="$root" --machine=host --boot --register=no --keep-unit --private-network \
-        --resolv-conf=off --timezone=off --console=read-only --setenv=SYSTEMD_COLORS=0 \
+        --resolv-conf=off --timezone=off --console=read-only --setenv=SYSTEMD_COLORS=0 "$@" \
         </dev/null >"$console" 2>&1 3>&- &
     nspawn=$!
     until_true is_up

@@ -93,6 +93,29 @@ END
     expect_orderly_stop
 }
 
+@test "a preview of an upgrade and of a clean lets the agent run, as the same process" {
+    boot
+    on_booted <<'END'
+given_xml
+install 6.0.350
+expect_status 0
+expect_active
+pid=$(agent_pid)
+files >/session/files-before
+try "$program" -preview -json -configure -noimode
+expect_status 0
+grep -q '"refused": "' /session/out
+try "$program" -preview -clean "$agent"
+expect_status 0
+grep -q '^  remove ' /session/out
+expect_same "$pid" "$(agent_pid)"
+expect_active
+files | diff /session/files-before -
+END
+    shut_down
+    expect_orderly_stop
+}
+
 @test "where the administrator lets no service start, the agent is not started" {
     boot
     on_booted <<'END'

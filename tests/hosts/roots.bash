@@ -8,13 +8,6 @@ root_file() {
     echo "$root_cache/$suite-$1.tar.zst"
 }
 
-# The mirrors that this machine has its own packages from.
-mirrors() {
-    # shellcheck disable=SC2016 # these are placeholders
-    apt-get indextargets --format 'deb $(REPO_URI) $(CODENAME) $(COMPONENT)' \
-        'Created-By: Packages' 'Origin: Debian' "Codename: $suite" | sort -u
-}
-
 make_root() {
     local file
     file=$(root_file "$1")
@@ -22,7 +15,7 @@ make_root() {
     echo "Making a root with $1"
     mkdir -p "$root_cache"
     # shellcheck disable=SC2016 # the hook is run with the root as its argument
-    mirrors | as_root mmdebstrap --quiet --variant=minbase --include="$1" \
+    mirrors "$suite" | as_root mmdebstrap --quiet --variant=minbase --include="$1" \
         --customize-hook='rm -f "$1"/etc/apt/sources.list' "$suite" - - | zstd --quiet -T0 -o "$file.new"
     mv "$file.new" "$file"
 }

@@ -196,6 +196,10 @@ END
     qdn_configure -apply -yes -configure -noimode
     expect_status 137
     [ -e /var/lib/qdn-configure/journal ]
+    rm -f "$agent/etc/.unfinished" # a plain run's own mark would be told as well
+    qdn_configure -status
+    expect_status 1
+    grep -q "has not come to its end: run the command again" "$desk/out"
     qdn_configure -clean /nowhere
     expect_status 0
     expect_errors <<<"WARNING! A former -apply was cut off: the host has been put back as it was before it."

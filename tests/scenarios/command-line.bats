@@ -11,6 +11,8 @@ Commands:
   -iconfigure  Interactively configure/reconfigure an installation ignoring any XML file.
   -clean       Remove qdn-configure created files prior to uninstall.
   -preview     Show what a command would do, and change nothing.
+  -apply       Have a command take effect as a whole, or leave the host as it was.
+  -status      Tell what is installed and whether it is as configured; change nothing.
   -help        List the commands and tell the version; with a command, show how it is used.
   -version     Tell the version.
 
@@ -31,7 +33,7 @@ END
     for word in -help -h --help help; do
         qdn_configure $word
         expect_status 0
-        expect_output < <(list_of_commands && echo 'This is version 1.0.0.')
+        expect_output < <(list_of_commands && echo 'This is version 1.1.0.')
         expect_no_errors
         expect_no_changes
     done
@@ -44,7 +46,7 @@ END
         expect_status 0
         expect_output <<END
 $banner
-qdn-configure 1.0.0
+qdn-configure 1.1.0
 END
         expect_no_errors
         expect_no_changes

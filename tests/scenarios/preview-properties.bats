@@ -1,11 +1,13 @@
 # Whatever is configured, upgraded or cleaned on whatever host: a preview changes nothing, and what it says is what the
-# run then does. Random installations; SEED=number repeats those of a run that failed, NUMBER=number makes more of them.
+# run then does. Random installations; SEED=number repeats those of a run that failed, NUMBER=number makes more of them,
+# and SIGNALS=number more of the moments at which a preview is ended. script/test-preview does.
 load support
 load old-agent
 load random-installation
 
 eval "seed() { echo ${SEED:-$SRANDOM}; }" # functions are what a session is given
 eval "how_many() { echo ${NUMBER:-70}; }"
+eval "how_many_signals() { echo ${SIGNALS:-30}; }"
 
 truth() { "$project/tests/support/preview-truth.py" "$@"; }
 
@@ -79,6 +81,69 @@ clear_all() {
         prove_one
         clear_all
     done
+}
+
+# Somebody's process and its socket, which no preview may touch.
+given_a_service() {
+    python3 -c 'import socket, time; s = socket.socket(socket.AF_UNIX); s.bind("/run/service"); s.listen(); time.sleep(3600)' \
+        >/dev/null 2>&1 &
+    service=$!
+    until [ -S /run/service ]; do sleep 0.05; done
+}
+
+# Those that a preview had started end with it, at once but not before it.
+wait_for_its_end() {
+    local tries
+    for ((tries = 0; tries < 200; ++tries)); do
+        pgrep qdn-configure >/dev/null || return 0
+        sleep 0.05
+    done
+    fail "a process is left"
+}
+
+@test "a preview that is interrupted or killed at a random moment leaves nothing" {
+    echo "seed $(seed)"
+    given_the_package
+    given_plain_xml
+    given_a_service
+    truth snapshot "$desk/tree-before"
+    RANDOM=$(seed)
+    local number signal pid
+    for ((number = 1; number <= $(how_many_signals); ++number)); do
+        pick INT KILL TERM HUP && signal=$picked
+        "$program" -preview -configure -noimode >/dev/null 2>&1 &
+        pid=$!
+        sleep "0.$(printf '%03d' $((RANDOM % 150)))"
+        kill "-$signal" $pid 2>/dev/null || true
+        wait $pid || true
+        wait_for_its_end
+        truth snapshot "$desk/tree-after"
+        truth same "$desk/tree-before" "$desk/tree-after" || fail "after signal $number, $signal"
+    done
+    kill $service
+}
+
+@test "nine previews at once leave the run beside them what it is without them" {
+    given_the_package
+    given_plain_xml
+    given_a_service
+    truth snapshot "$desk/tree-before"
+    run_it -preview -json -out "$desk/document" -configure -noimode
+    local number
+    local -a previews=()
+    for number in 1 2 3 4 5 6 7 8 9; do
+        "$program" -preview -json -configure -noimode >/dev/null 2>&1 &
+        previews+=($!)
+    done
+    qdn_configure -configure -noimode
+    expect_status 0
+    wait "${previews[@]}" || true
+    wait_for_its_end
+    truth snapshot "$desk/tree-after"
+    truth predict "$desk/tree-before" "$desk/document" "$desk/tree-after"
+    python3 -c 'import pickle, sys; a, b = (pickle.load(open(n, "rb")) for n in sys.argv[1:]); sys.exit(a["mounts"] != b["mounts"] or a["processes"] != b["processes"])' \
+        "$desk/tree-before" "$desk/tree-after" || fail "mounts or processes differ"
+    kill $service
 }
 
 @test "a change that a preview left out, or told wrongly, would be noticed" {

@@ -350,31 +350,6 @@ END
     grep -q '^ERROR: A preview is not possible here: /opt/other/top is on a file system (overlay at /opt/other/top) that cannot be copied' "$desk/err"
 }
 
-@test "a preview that is interrupted or killed at any moment leaves nothing" {
-    given_the_package
-    given_plain_xml
-    truth snapshot "$desk/tree-before"
-    local signal delay
-    for signal in INT KILL TERM; do
-        for delay in 0.00 0.01 0.02 0.03 0.04 0.05 0.07 0.1 0.15 0.2; do
-            "$program" -preview -configure -noimode >/dev/null 2>&1 &
-            local pid=$!
-            sleep $delay
-            kill -$signal $pid 2>/dev/null || true
-            wait $pid || true
-        done
-    done
-    # Those that it had started end with it, at once but not before it.
-    local tries
-    for ((tries = 0; tries < 100; ++tries)); do
-        pgrep qdn-configure >/dev/null || break
-        sleep 0.1
-    done
-    if pgrep qdn-configure; then fail "a process is left"; fi
-    truth snapshot "$desk/tree-after"
-    truth same "$desk/tree-before" "$desk/tree-after"
-}
-
 @test "previews run beside each other and beside a run" {
     given_the_package
     given_plain_xml

@@ -81,6 +81,25 @@ expect_ended() { [ "$(tail -n 1 "$desk/log")" = "$1" ] || { cat "$desk/log" "$de
 END
 }
 
+@test "an -apply is recorded once, with what its command used" {
+    given_the_package
+    given_plain_xml
+    log_of journal "$program" -apply -yes -configure -noimode >"$desk/log"
+    expect_ended 0
+    expect_record 'r["MESSAGE"]' "-apply of $agent by root: status 0"
+    expect_record 'r["QDN_SERVER"]' http://kell.example
+    expect_record 'r["QDN_XML_FILE"] + " " + r["QDN_XML_FILE_REMOVED"]' "/tmp/$xml yes"
+    log_of journal "$program" -apply -yes -configure -noimode -dir /usr >"$desk/log"
+    expect_ended 1
+    expect_record 'r["QDN_STATUS"]' 1
+    log_of journal "$program" -apply -yes -clean "$agent" >"$desk/log"
+    expect_ended 0
+    expect_record 'r["QDN_INSTALL_DIR"]' "$agent"
+    log_of journal "$program" -apply -nonsense >"$desk/log"
+    expect_ended 120
+    expect_record 'r["MESSAGE"]' "-apply by root: status 120"
+}
+
 @test "a preview leaves no record, nor does the command that it rehearses" {
     given_the_package
     given_plain_xml

@@ -83,6 +83,7 @@ damage() {
 
 # What is damaged, or a directory above it, is named, and nothing else. What went with a directory is named, too.
 expect_named() {
+    local path
     [ "$status" -eq 1 ] || { cat "$desk/status" "$desk/err"; fail "status $status after: $1 $2"; }
     differences >"$desk/differences"
     cut -d ' ' -f 2- "$desk/differences" | grep -qxF "$2" || { cat "$desk/differences"; fail "not named: $1 $2"; }
@@ -94,13 +95,15 @@ expect_named() {
 mend() {
     # A link that leads elsewhere than to an agent is nobody's to replace.
     if [ "$1" = target ] && [ "${2%/*}" = /usr/local/bin ]; then rm "$2"; fi
+    local -a command=(-configure -noimode -nosearch -quiet -dir "$installdir")
+    ! in_one_of 2 || command=(-apply -yes "${command[@]}")
     status=0
-    QDN_INSTALL_AUTOSTART=no QDNCLIENT_CONFIG_FILE=$installdir/etc/client.conf "$program" -configure -noimode -nosearch -quiet \
-        -dir "$installdir" >"$desk/out" 2>"$desk/err" || status=$?
+    QDN_INSTALL_AUTOSTART=no QDNCLIENT_CONFIG_FILE=$installdir/etc/client.conf "$program" "${command[@]}" \
+        >"$desk/out" 2>"$desk/err" || status=$?
     [ "$status" -eq 0 ] || { cat "$desk/err"; fail "not mended: $1 $2"; }
 }
 
-@test "whatever is damaged of what a configuration has made is named, and configuring again mends it" {
+@test "whatever is damaged of what a configuration has made is named, and configuring again, also by -apply, mends it" {
     echo "seed $(seed)"
     installdir=$agent
     printf '#!/bin/sh\n' >/usr/sbin/systemctl && chmod 0755 /usr/sbin/systemctl
@@ -117,6 +120,8 @@ END
     "$program" -configure -noimode -quiet >"$desk/out"
     rm -f "/tmp/$xml"
     possible_damages "$desk/document" >"$desk/possible"
+    # On an ordinary user's private machine there is nobody but root.
+    chown 1234 "$desk/possible" 2>/dev/null || sed -i '/^owner /d' "$desk/possible"
     [ "$(wc -l <"$desk/possible")" -ge 60 ] || fail "only $(wc -l <"$desk/possible") damages"
     RANDOM=$(seed)
     look

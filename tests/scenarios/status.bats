@@ -166,6 +166,14 @@ END
     [[ $(field 'd["error"]') = *client.proto* ]] || fail "$(field 'd["error"]')"
 }
 
+@test "what a configuration could not make is told with status 1" {
+    given_a_configured_agent
+    rm "$agent/bin/qdn-monitor" && mkdir "$agent/bin/qdn-monitor"
+    qdn_configure -status
+    expect_status 1
+    grep -qx "  Differences a configuration would fail: $agent/bin/qdn-monitor could not be made: Is a directory." "$desk/out"
+}
+
 @test "an ordinary user learns all but the differences" {
     given_a_configured_agent
     rm /usr/bin/qdn-monitor

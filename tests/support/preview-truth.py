@@ -2,7 +2,7 @@
 """Compares what a preview says with what the run then does.
 
   preview-truth.py snapshot FILE          notes what is on this machine
-  preview-truth.py same BEFORE AFTER      both are the same, times and inodes included
+  preview-truth.py same BEFORE AFTER      both are the same: times and inodes, mounts, processes and their sockets
   preview-truth.py predict BEFORE DOCUMENT AFTER
                                           the document of a preview, applied to BEFORE, gives AFTER
 
@@ -62,7 +62,28 @@ def snapshot():
             walk(place)
     with open("/proc/self/mountinfo", encoding="utf-8", errors="surrogateescape") as file:
         mounts = [re.sub(r" - .*", "", line) for line in file]
-    return {"tree": tree, "mounts": mounts}
+    return {"tree": tree, "mounts": mounts, "processes": processes()}
+
+
+def processes():
+    """The processes of this machine and the sockets that they hold open, but for this one and those it is run by."""
+    own, pid = set(), os.getpid()
+    while pid > 0:
+        own.add(pid)
+        with open(f"/proc/{pid}/stat", encoding="utf-8", errors="replace") as file:
+            pid = int(file.read().rpartition(")")[2].split()[1])
+    found = set()
+    for pid in (int(name) for name in os.listdir("/proc") if name.isdigit()):
+        if pid in own:
+            continue
+        try:
+            with open(f"/proc/{pid}/comm", encoding="utf-8", errors="replace") as file:
+                name = file.read().strip()
+            links = [os.readlink(f"/proc/{pid}/fd/{fd}") for fd in os.listdir(f"/proc/{pid}/fd")]
+        except OSError:
+            continue  # it has ended
+        found.add((pid, name, tuple(sorted(link for link in links if link.startswith("socket:")))))
+    return found
 
 
 def patched(before, diff):
@@ -192,6 +213,8 @@ def main():
         before, after = map(load, names)
         faults = list(differences(before["tree"], after["tree"], ("type", "mode", "uid", "gid", "target", "sha256", "stamp")))
         faults += ["the mounts differ"] * (before["mounts"] != after["mounts"])
+        faults += [f"process {process} has {'gone' if process in before['processes'] else 'come'}"
+                   for process in sorted(before["processes"] ^ after["processes"])]
     else:
         with open(names[1], encoding="utf-8") as file:
             document = json.load(file)

@@ -48,6 +48,7 @@ class FreshGlobals : public testing::EmptyTestEventListener {
         Zorvane::AgentInstaller::Args::bQuiet = false;
         Zorvane::AgentInstaller::Args::bNoSearch = false;
         Zorvane::AgentInstaller::Messages::pathsNotReplaced.clear();
+        Zorvane::AgentInstaller::Messages::failuresToMake.clear();
         Zorvane::AgentInstaller::Error::m_sErrorText = corekit::String();
         corekit::ForgetOwn();
         clearenv();

@@ -1,5 +1,6 @@
 // The set-up sequence: the move of client.conf into place, the order of the steps, and where it stops.
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include "integration/SetupSequence.h"
 #include "tests/support/Installation.h"
@@ -49,6 +50,29 @@ TEST_F(SetupSequence, ReplacesTheOldFileByTheGeneratedOne) {
     EXPECT_FALSE(testfiles::Exists("/tmp/generated"));
     EXPECT_EQ(m_context.confPath, L"/opt/agent/etc/client.conf");
     EXPECT_EQ(std::filesystem::current_path(), "/opt/agent");
+}
+
+TEST_F(SetupSequence, GivesTheNewFileTheAttributesOfTheOldOneAndNoneOfTheGeneratedOne) {
+    const char* const conf = "/opt/agent/etc/client.conf";
+    testfiles::Write(conf, "old");
+    ASSERT_EQ(setxattr(conf, "trusted.label", "of the place", 12, 0), 0);
+    ASSERT_EQ(setxattr("/tmp/generated", "trusted.other", "of /tmp", 7, 0), 0);
+    ASSERT_TRUE(PlaceClientConf(m_context));
+    char value[64] = {};
+    EXPECT_EQ(getxattr(conf, "trusted.label", value, sizeof value), 12);
+    EXPECT_STREQ(value, "of the place");
+    EXPECT_EQ(getxattr(conf, "trusted.other", value, sizeof value), -1);
+    EXPECT_FALSE(m_context.isFirst);
+}
+
+TEST_F(SetupSequence, GivesAFirstFileNoAttributesOfTheGeneratedOne) {
+    const char* const conf = "/opt/agent/etc/client.conf";
+    std::filesystem::remove(conf);
+    ASSERT_EQ(setxattr("/tmp/generated", "trusted.other", "of /tmp", 7, 0), 0);
+    ASSERT_TRUE(PlaceClientConf(m_context));
+    char value[64] = {};
+    EXPECT_EQ(getxattr(conf, "trusted.other", value, sizeof value), -1);
+    EXPECT_TRUE(m_context.isFirst);
 }
 
 TEST_F(SetupSequence, Fails_WhenADirectoryStandsInPlaceOfClientConf) {

@@ -1,8 +1,11 @@
 // What code in a copy of the host can see and reach, and how a rehearsal ends.
+#include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <sched.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -20,11 +23,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string InCopy(const std::function<std::string()>& code) {
+std::string InCopy(const std::function<std::string()>& code, const Limits& limits = {}) {
     const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
         return run.result;
     };
-    const auto told = Rehearse(code, tell, {});
+    const auto told = Rehearse(code, tell, {}, limits);
     return told ? *told : "failed: " + told.error().text.Utf8();
 }
 
@@ -141,12 +144,83 @@ TEST(Rehearse, WorksInAChangedRootThatIsNoMount) {
     fs::remove_all("/opt/host");
 }
 
+/// Makes a file system of its own the root, in a user namespace whose only user is its root.
+bool EnterRootOfAUserNamespace() {
+    const std::string uid = "0 " + std::to_string(getuid()) + " 1";
+    const std::string gid = "0 " + std::to_string(getgid()) + " 1";
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << uid;
+    std::ofstream("/proc/self/gid_map") << gid;
+    if (mount("tmpfs", "/opt", "tmpfs", 0, "mode=0755") != 0) return false;
+    for (const char* name : {"etc", "proc", "dev", "sys", "tmp", "tree"})
+        fs::create_directory(std::string("/opt/") + name);
+    testfiles::Write("/opt/tree/file", "old");
+    testfiles::Write("/opt/etc/file", "old");
+    return mount("/proc", "/opt/proc", nullptr, MS_BIND | MS_REC, nullptr) == 0 && chroot("/opt") == 0 &&
+           chdir("/") == 0;
+}
+
+TEST(Rehearse, WorksInAUserNamespaceWhoseRootIsItsOwn) {
+    const pid_t child = fork();
+    if (child == 0) {
+        if (!EnterRootOfAUserNamespace()) _exit(2);
+        const auto tell = [](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
+            std::string told = run.result;
+            for (const Layer& layer : copy.Layers())
+                for (const Change& change : ReadChanges(layer)) told += " " + testsupport::Shown(change);
+            return told;
+        };
+        const auto code = [] {
+            testfiles::Write("/etc/file", "new");
+            fs::remove_all("/tree");
+            fs::create_directory("/tree");
+            return testfiles::Read("/etc/file");
+        };
+        const auto told = Rehearse(code, tell, {});
+        const std::string result = told ? *told : told.error().text.Utf8();
+        const bool isAsExpected =
+            result == "new replace /etc/file remove /tree/file" && testfiles::Read("/etc/file") == "old";
+        if (!isAsExpected) std::cerr << result << "\n";
+        _exit(isAsExpected ? 0 : 1);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+}
+
 TEST(Rehearse, FailsWhenTheCodeIsKilled) {
     EXPECT_EQ(InCopy([]() -> std::string {
                   kill(getpid(), SIGKILL);
                   return "";
               }),
               "failed: The preview failed: the command was ended by a signal.");
+}
+
+TEST(Rehearse, FailsWhenWhatIsWrittenDoesNotFit) {
+    const auto write = [](std::size_t size) {
+        return [size] {
+            std::ofstream("/opt/large") << std::string(size, 'x') << std::flush;
+            return std::string("written");
+        };
+    };
+    constexpr std::size_t kMiB = 1 << 20;
+    EXPECT_EQ(InCopy(write(kMiB), {.bytes = 4 * kMiB}), "written");
+    EXPECT_EQ(
+        InCopy(write(8 * kMiB), {.bytes = 4 * kMiB}),
+        "failed: The preview failed: what the command writes does not fit into a quarter of the memory.");
+    EXPECT_FALSE(testfiles::Exists("/opt/large"));
+}
+
+TEST(Rehearse, FailsWhenTheCodeTakesTooLong_AndEndsIt) {
+    const auto start = std::chrono::steady_clock::now();
+    const auto sleep = [] {
+        std::this_thread::sleep_for(std::chrono::minutes(1));
+        return std::string("awake");
+    };
+    EXPECT_EQ(InCopy(sleep, {.time = std::chrono::milliseconds(100)}),
+              "failed: The preview failed: the command has not ended within ten minutes.");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
 
 TEST(Rehearse, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {

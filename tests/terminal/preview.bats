@@ -1,0 +1,74 @@
+# A preview of the dialogue, as a person has it at a terminal.
+load ../scenarios/support
+load terminal
+
+@test "the questions are asked on the terminal, then the preview is shown, and nothing is changed" {
+    given_the_package
+    at_the_terminal -preview -iconfigure <<'END'
+answer "Name or IP" https://kell.example:8083
+no_directory "been installed to" /nowhere
+accept "been installed to" /opt/zorvane/kell/ksagent
+answer "unprivileged users" n
+accept_until "Agent started"
+answer "Agent started" y
+END
+    expect_status 0
+    expect_same_terminal
+    expect_untouched
+    sed 's/\r$//' "$desk/screen" | sed 's/\x1b\[[0-9]*m//g' >"$desk/plain"
+    [ "$(grep -c '^Using interactive configuration' "$desk/plain")" -eq 1 ]
+    [ "$(grep -n '^Do you want the Agent started' "$desk/plain" | cut -d : -f 1)" -lt "$(grep -n '^Settings$' "$desk/plain" | cut -d : -f 1)" ]
+    grep -qx '  AllowNonRoot  *no  *answer' "$desk/plain"
+    grep -qx '  KSName  *kell.example:8083  *answer' "$desk/plain"
+    grep -qx '  create   -r-xr--r-- 0:0  /etc/init.d/zorvane' "$desk/plain"
+    tail -n 1 "$desk/plain" | grep -q 'The agent would be started\. The command would succeed (status 0)\.$'
+    expect_on_screen $'\033[1mChanges\033[0m'
+    if pgrep qdn-; then fail "something runs"; fi
+}
+
+@test "without an XML file and an agent, a preview of -configure asks, too" {
+    given_the_package
+    at_the_terminal -preview -exit-code -configure <<'END'
+answer "Name or IP" kell.example
+accept_until "Agent started"
+answer "Agent started" n
+END
+    expect_status 2
+    expect_untouched
+    expect_on_screen "Configuration complete."
+}
+
+@test "a preview that is interrupted at a question leaves nothing" {
+    local name
+    given_the_package
+    for name in INT TERM KILL; do
+        at_the_terminal -preview -iconfigure <<END
+answer "Name or IP" kell.example
+signal "been installed to" $name
+END
+        [ "$status" -ne 0 ] || fail "status 0 after $name"
+        expect_untouched
+    done
+}
+
+@test "Ctrl-C at a question ends the preview" {
+    given_the_package
+    at_the_terminal -preview -iconfigure <<'END'
+answer "Name or IP" kell.example
+press "been installed to" "\x03"
+END
+    [ "$status" -ne 0 ] || fail "status 0"
+    expect_same_terminal
+    expect_untouched
+}
+
+@test "a terminal that goes away ends the preview" {
+    given_the_package
+    at_the_terminal -preview -iconfigure <<'END'
+answer "Name or IP" kell.example
+hang_up "been installed to"
+END
+    expect_untouched
+}
+
+each_test_is_a_session

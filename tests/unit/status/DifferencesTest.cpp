@@ -1,0 +1,162 @@
+// Which changes of a rehearsed configuration are differences.
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <unistd.h>
+
+#include "run/Messages.h"
+#include "status/Differences.h"
+#include "tests/support/EnvironmentVariable.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller::Status {
+namespace {
+
+using Json = nlohmann::ordered_json;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr const char* kRecord =
+    R"({"status": 0, "settings": [], "client_conf": null, "stores": [], "places": [], "start": false})";
+constexpr const char* kConf = "/opt/agent/etc/client.conf";
+
+class StatusDifferences : public testing::Test {
+  protected:
+    StatusDifferences() {
+        testfiles::Write(kConf, "[A]\none=1\npassword=secret\n# remark\n[B]\ntwo=2\n");
+        testfiles::Write("/opt/agent/bin/program", "program", 0555);
+    }
+    ~StatusDifferences() override {
+        std::filesystem::remove_all("/opt/agent");
+        std::filesystem::remove_all("/tmp/ksclt");
+    }
+
+    /// "action path" of each difference after a configuration that does this.
+    template <typename Action>
+    std::vector<std::string> After(Action&& configure) {
+        const auto run = [&] {
+            configure();
+            return std::string(kRecord);
+        };
+        const auto found = FindDifferences(run, L"/opt/agent");
+        std::vector<std::string> lines;
+        if (!found) {
+            ADD_FAILURE() << found.error().text.Utf8();
+            return lines;
+        }
+        EXPECT_TRUE((*found)["error"].is_null());
+        for (const Json& difference : (*found)["differences"])
+            lines.push_back(difference["action"].get<std::string>() + " " +
+                            difference["path"].get<std::string>());
+        return lines;
+    }
+};
+
+TEST_F(StatusDifferences, EachChangeOfTheConfigurationIsOne) {
+    EXPECT_THAT(
+        After([] {
+            testfiles::Write("/opt/agent/new", "");
+            testfiles::Write("/opt/agent/bin/program", "other", 0555);
+            std::filesystem::remove_all("/opt/agent/etc");
+        }),
+        ElementsAre("replace /opt/agent/bin/program", "remove /opt/agent/etc", "create /opt/agent/new"));
+    EXPECT_THAT(After([] {}), IsEmpty());
+}
+
+TEST_F(StatusDifferences, AStricterModeIsNone_AndAnyOtherIsOne) {
+    const auto program = [](mode_t ours) {
+        return [ours] { EXPECT_EQ(chmod("/opt/agent/bin/program", ours), 0); };
+    };
+    EXPECT_THAT(After(program(0755)), IsEmpty());
+    EXPECT_THAT(After(program(0544)), ElementsAre("change /opt/agent/bin/program"));
+    EXPECT_THAT(After(program(0744)), ElementsAre("change /opt/agent/bin/program"))
+        << "neither holds the other";
+}
+
+TEST_F(StatusDifferences, AnotherOwnerIsOne_WhateverTheMode) {
+    if (chown("/opt/agent/bin/program", 1234, 0) != 0)
+        return;  // there is nobody else on an ordinary user's machine
+    EXPECT_THAT(After([] {
+                    EXPECT_EQ(chown("/opt/agent/bin/program", 0, 0), 0);
+                    EXPECT_EQ(chmod("/opt/agent/bin/program", 0755), 0);
+                }),
+                ElementsAre("change /opt/agent/bin/program"));
+}
+
+TEST_F(StatusDifferences, ClientConfIsComparedByItsValues) {
+    const auto write = [](const char* text) { return [text] { testfiles::Write(kConf, text); }; };
+    EXPECT_THAT(After(write("[B]\ntwo = 2\n[A]\npassword=secret\none=1\n")), IsEmpty());
+    for (const char* text :
+         {"[A]\none=1\npassword=secret\n[B]\ntwo=3\n", "[A]\none=1\npassword=secret\n",
+          "[A]\none=1\npassword=other\n[B]\ntwo=2\n", "[A]\none=1\npassword=secret\n[B]\ntwo=2\nthree=3\n"})
+        EXPECT_THAT(After(write(text)), ElementsAre(std::string("replace ") + kConf)) << text;
+}
+
+TEST_F(StatusDifferences, ClientConfHasToHaveItsMode) {
+    EXPECT_EQ(chmod(kConf, 0666), 0);
+    EXPECT_THAT(After([] { testfiles::Write(kConf, "[A]\none=1\npassword=secret\n[B]\ntwo=2\n", 0644); }),
+                ElementsAre(std::string("change ") + kConf));
+}
+
+TEST_F(StatusDifferences, TheSavedConfigurationAndHandOverFilesAreNone) {
+    testfiles::Write("/tmp/ksclt/.migrate-client.conf", "");
+    EXPECT_THAT(After([] {
+                    testfiles::Write("/opt/agent/etc/client.conf.old", "", 0666);
+                    std::filesystem::remove_all("/tmp/ksclt");
+                }),
+                IsEmpty());
+}
+
+TEST_F(StatusDifferences, ALinkThatIsLeftToSomebodyElseIsOne) {
+    testfiles::Write("/opt/agent/links/qdn-monitor", "somebody's");
+    const auto run = [] {
+        Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-monitor");
+        return WithWhatWasLeft(kRecord);
+    };
+    const auto found = FindDifferences(run, L"/opt/agent");
+    ASSERT_TRUE(found);
+    ASSERT_EQ((*found)["differences"].size(), 1U);
+    const Json difference = (*found)["differences"][0];
+    EXPECT_EQ(difference["path"], "/opt/agent/links/qdn-monitor");
+    EXPECT_EQ(difference["before"]["type"], "file");
+    EXPECT_EQ(difference["after"]["target"], "/opt/agent/bin/qdn-monitor");
+}
+
+TEST_F(StatusDifferences, AConfigurationThatFailsIsToldByItsError) {
+    const auto failing = [](const char* said) {
+        return [said] {
+            if (said != nullptr) Messages::Warn(corekit::String::FromUtf8(said));
+            Json record = Json::parse(kRecord);
+            record["status"] = 1;
+            return record.dump();
+        };
+    };
+    EXPECT_EQ((*FindDifferences(failing("ERROR: No space.\n"), L"/opt/agent"))["error"], "No space.");
+    EXPECT_EQ((*FindDifferences(failing(nullptr), L"/opt/agent"))["error"], "Agent configuration failed.");
+}
+
+TEST_F(StatusDifferences, AConfigurationThatCannotMakeALinkOrWrapperIsToldByThat) {
+    const auto run = [] {
+        Messages::WarnNotMade(corekit::Result(EISDIR).About(L"/opt/agent/bin/qdn-monitor"));
+        return WithWhatWasLeft(kRecord);
+    };
+    EXPECT_EQ((*FindDifferences(run, L"/opt/agent"))["error"],
+              "/opt/agent/bin/qdn-monitor could not be made: Is a directory.");
+}
+
+TEST_F(StatusDifferences, NoOtherSourceIsSeen) {
+    const testsupport::EnvironmentVariable server("QDN_INSTALL_KSNAME", "other");
+    const testsupport::EnvironmentVariable own("QDNCLIENT_CONFIG_FILE", "/other");
+    const testsupport::EnvironmentVariable xml("AGENT_INSTALL_DIR", "/other");
+    testfiles::Write("/tmp/ksclt/.migrate-client.conf", "");
+    HideOtherSources(L"/opt/agent/etc/client.conf");
+    EXPECT_EQ(std::getenv("QDN_INSTALL_KSNAME"), nullptr);
+    EXPECT_EQ(std::getenv("AGENT_INSTALL_DIR"), nullptr);
+    EXPECT_STREQ(std::getenv("QDNCLIENT_CONFIG_FILE"), kConf);
+    EXPECT_FALSE(testfiles::Exists("/tmp/ksclt"));
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Status
