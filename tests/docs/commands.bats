@@ -31,6 +31,8 @@ man ./docs/qdn-configure.8|tests/docs/pages.bats
 ninja -C build/dev|script/build
 ninja -C build/dev unit_agents && build/dev/tests/unit/agents/unit_agents --gtest_filter='AgentForVersion*'|script/test
 packaging/build-packages|script/test-hosts
+packaging/build-repository|person
+packaging/build-repository KEY|person
 printf '%s\n' https://kell.example.com:8083 '' no 'rc3;rc5' '' '' '' '' '' '' '' '' '' no|tests/terminal/readme.bats
 script/bench|tests/tools/bench.bats
 script/bench --size 1000000 remove|person
@@ -57,8 +59,11 @@ script/test scenarios|here
 script/test unit|here
 script/test-faults|person
 script/test-faults --power|person
+script/test-fleet|person
+script/test-fleet 5|person
 script/test-hosts|.ci/run
 script/test-hosts systemd|person
+script/test-preview|person
 tests/support/private-machine bash|here
 END
 }
