@@ -1,19 +1,25 @@
 // Owners and modes of the installation: the tables and the walk over them.
+#include <cerrno>
+#include <map>
 #include <span>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <vector>
 
 #include "corekit/fs/File.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
+#include "corekit/os/SystemCall.h"
 #include "corekit/text/Text.h"
 #include "deploykit/RCScriptBackend.h"
 #include "integration/Steps.h"
+#include "run/Messages.h"
 #include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
 using corekit::FileInfo;
-using corekit::Forgive;
+using corekit::Result;
 using corekit::String;
 
 namespace {
@@ -34,32 +40,68 @@ constexpr FileMode kPrograms[] = {
     {L"/bin/rcscript", kForRoot},          {L"/bin/qdn-uninstall", kForRoot},
     {L"/bin/qdn-pluginmanager", kForRoot}, {L"/bin/qdn-pluginmanager.bin", kForRoot},
 };
+constexpr const wchar_t* kIdentifier = L"/etc/host.GUID";
 constexpr FileMode kConfiguration[] = {
     {L"/etc/client.conf", 0644},
-    {L"/etc/host.GUID", 0644},
+    {kIdentifier, 0644},
     {L"/etc/config.xml", 0644},
 };
 constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}};
 
-void SetFiles(const String& directory, mode_t mode) {
-    std::vector<FileInfo> files;
-    Forgive(
-        corekit::Dir::Scan(directory, String(), [&](const FileInfo& info) { return SkipDirs(info, files); }));
-    for (const FileInfo& file : files) {
-        Forgive(corekit::File::Chowngrp(file.path, kRootUser, kRootGroup));
-        Forgive(corekit::File::Chmod(file.path, mode));
-    }
+/// The machine's identifier may be known by another name, where its mode is somebody else's business.
+bool IsSharedIdentifier(const String& path) {
+    if (!path.EndsWith(kIdentifier)) return false;
+    const auto place = corekit::ParentDirectory::Of(path);
+    const auto info = place ? corekit::StatOf(place->Fd(), place->name) : place.error();
+    return info && S_ISREG(info->st_mode) && info->st_nlink != 1;
 }
 
-void SetModes(const String& installDir, std::span<const FileMode> table) {
-    for (const FileMode& row : table) Forgive(corekit::File::Chmod(installDir + row.file, row.mode));
-}
+/// Sets owners and modes, and remembers what keeps its own.
+class PermissionSetter {
+  public:
+    void SetFiles(const String& directory, mode_t mode) {
+        std::vector<FileInfo> files;
+        Note(directory, corekit::Dir::Scan(directory, String(),
+                                           [&](const FileInfo& info) { return SkipDirs(info, files); }));
+        for (const FileInfo& file : files) {
+            if (!IsSharedIdentifier(file.path))
+                Note(file.path, corekit::File::Chowngrp(file.path, kRootUser, kRootGroup));
+            SetMode(file.path, mode);
+        }
+    }
+
+    void SetModes(const String& installDir, std::span<const FileMode> table) {
+        for (const FileMode& row : table) SetMode(installDir + row.file, row.mode);
+    }
+
+    void SetMode(const String& path, mode_t mode) {
+        if (IsSharedIdentifier(path))
+            m_kept.try_emplace(path, L"it has other names");
+        else
+            Note(path, corekit::File::Chmod(path, mode));
+    }
+
+    void Tell() const {
+        for (const auto& [path, why] : m_kept)
+            Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" keeps its owner and mode: " +
+                           Messages::Shown(why) + L".\n");
+    }
+
+  private:
+    /// What is missing has nothing to set, and what a link leads to is not the installation's.
+    void Note(const String& path, const Result& outcome) {
+        if (outcome || IsNotFound(outcome) || outcome.Code() == ELOOP) return;
+        m_kept.try_emplace(path, GetErrorMsg(outcome));
+    }
+
+    std::map<String, String, corekit::Ltstr> m_kept;  // why, by path
+};
 
 /// Where the agent starts with the system, its control script is a link to the service script.
-void SetModeOfControlScript(const String& installDir) {
+void SetModeOfControlScript(const String& installDir, PermissionSetter& setter) {
     const String service = deploykit::ItemInstallers::RCScriptBackend::GetLocation(Names::kServiceName);
     if (corekit::Path::IsMatch(installDir + Names::kControlScript, service))
-        Forgive(corekit::File::Chmod(service, kForRoot));
+        setter.SetMode(service, kForRoot);
 }
 
 }  // namespace
@@ -72,15 +114,17 @@ bool SkipDirs(const FileInfo& info, std::vector<FileInfo>& list) {
 Outcome<> SetInstallPermissions(const SetupContext& context) {
     const String installDir = context.settings->Get(L"InstallDir");
     const bool allowNonRoot = corekit::Text::StrToBool(context.settings->Get(L"AllowNonRoot"));
-    SetFiles(installDir + L"/bin", allowNonRoot ? kForAll : kForRoot);
-    SetModes(installDir, kPrograms);
-    SetModeOfControlScript(installDir);
-    SetFiles(installDir + L"/etc", 0444);
-    SetModes(installDir, kConfiguration);
-    SetFiles(installDir + L"/lib", kForAll);
-    SetModes(installDir, kDirectories);
+    PermissionSetter setter;
+    setter.SetFiles(installDir + L"/bin", allowNonRoot ? kForAll : kForRoot);
+    setter.SetModes(installDir, kPrograms);
+    SetModeOfControlScript(installDir, setter);
+    setter.SetFiles(installDir + L"/etc", 0444);
+    setter.SetModes(installDir, kConfiguration);
+    setter.SetFiles(installDir + L"/lib", kForAll);
+    setter.SetModes(installDir, kDirectories);
     // The operator named it, and may have named a link.
-    Forgive(corekit::File::Chmod(corekit::Path::Resolve(installDir), 0755));
+    setter.SetMode(corekit::Path::Resolve(installDir), 0755);
+    setter.Tell();
     return {};
 }
 

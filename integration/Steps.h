@@ -42,7 +42,7 @@ Outcome<> SetUpRunLevelScripts(const SetupContext& context);
 Outcome<> CreateProgramLinks(const SetupContext& context);
 
 /// Sets owner root and the modes of the files in bin, etc and lib and of the directories themselves;
-/// subdirectories are left alone. What cannot be changed is passed over: the step never fails.
+/// subdirectories are left alone. What cannot be changed is warned of: the step never fails.
 Outcome<> SetInstallPermissions(const SetupContext& context);
 
 /// Gives what the run has made the security labels of its places, by the host's own tool, where the kernel

@@ -30,7 +30,8 @@ constexpr std::size_t kLargestRecord = std::size_t(16) << 20;
 
 /// The entry itself, if only a link that leads nowhere.
 corekit::Expected<struct stat> Find(const String& path) {
-    return corekit::StatOf(AT_FDCWD, corekit::NativePath(path));
+    const auto place = corekit::ParentDirectory::Of(path);
+    return place ? corekit::StatOf(place->Fd(), place->name) : place.error();
 }
 
 /// Where the system does not tell, the path counts as existing.

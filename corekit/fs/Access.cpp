@@ -8,7 +8,9 @@
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
 
@@ -27,19 +29,28 @@ String DirectoryOf(const String& path) {
     return directory.IsEmpty() ? String(L".") : directory;
 }
 
+/// What a path leads to, over links that may be followed.
+Expected<struct stat> StatOfTarget(const String& path) {
+    const auto place = ParentDirectory::OfTarget(path);
+    return place ? StatOf(place->Fd(), place->name) : place.error();
+}
+
 /// ENOSPC for a directory on a file system without any room. What is reserved for root counts as room; some
 /// file systems count no blocks or no files.
-Result CheckRoom(const String& directory) {
+Result CheckRoom(const String& path) {
+    const auto directory = OpenDirectory(path);
+    if (!directory) return directory.error();
     struct statvfs room {};
-    if (statvfs(NativePath(directory).c_str(), &room) != 0) return Result::FromErrno();
+    if (fstatvfs(directory->Get(), &room) != 0) return Result::FromErrno();
     const bool isFull = (room.f_blocks != 0 && room.f_bfree == 0) || (room.f_files != 0 && room.f_ffree == 0);
     return isFull ? Result(ENOSPC) : Result();
 }
 
 /// What keeps root itself from replacing a name, as far as the system tells.
-Result CheckNotPinned(const std::string& path) {
+Result CheckNotPinned(const ParentDirectory& place) {
     struct statx info {};
-    if (statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &info) != 0) return Result();
+    if (statx(place.Fd(), place.name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &info) != 0)
+        return Result();
     if ((info.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) return Result(EBUSY);
     const bool isFixed = (info.stx_attributes & (STATX_ATTR_IMMUTABLE | STATX_ATTR_APPEND)) != 0;
     return isFixed ? Result(EPERM) : Result();
@@ -48,50 +59,47 @@ Result CheckNotPinned(const std::string& path) {
 /// Whether an entry can be made in a directory, which may have to be made first.
 Result CheckNewEntry(const String& directory) {
     const Result creatable = CheckCreatableDirectory(directory);
-    struct stat info {};
-    const bool isThere = stat(NativePath(directory).c_str(), &info) == 0;
-    return creatable && isThere ? CheckRoom(directory) : creatable;
+    return creatable && StatOfTarget(directory) ? CheckRoom(directory) : creatable;
 }
 
 }  // namespace
 
 Result CheckWritableDirectory(const String& path) {
-    const std::string native = NativePath(path);
-    struct stat info {};
-    if (stat(native.c_str(), &info) != 0) return Result::FromErrno();
-    if (!S_ISDIR(info.st_mode)) return Result(ENOTDIR);
-    return Outcome(faccessat(AT_FDCWD, native.c_str(), W_OK | X_OK, AT_EACCESS));
+    const auto place = ParentDirectory::OfTarget(path);
+    const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
+    if (!info) return info.error();
+    if (!S_ISDIR(info->st_mode)) return Result(ENOTDIR);
+    return Outcome(faccessat(place->Fd(), place->name.c_str(), W_OK | X_OK, AT_EACCESS));
 }
 
 Result CheckCreatableDirectory(const String& path) {
     if (path.IsEmpty()) return Result(ENOENT);
     const String place = WithoutSlashes(path);
-    struct stat info {};
-    if (stat(NativePath(place).c_str(), &info) == 0) return CheckWritableDirectory(place);
-    if (errno != ENOENT) return Result::FromErrno();
+    const auto found = StatOfTarget(place);
+    if (found) return CheckWritableDirectory(place);
+    if (found != Result(ENOENT)) return found.error();
     // A link that leads nowhere is in the way of a directory.
-    if (lstat(NativePath(place).c_str(), &info) == 0) return Result(EEXIST);
+    if (!File::RefuseLink(place)) return Result(EEXIST);
     return CheckNewEntry(DirectoryOf(place));
 }
 
 Result CheckReplaceable(const String& path) {
-    const String place = WithoutSlashes(path);
-    if (const Result directory = CheckNewEntry(DirectoryOf(place)); !directory) return directory;
-    struct stat info {};
-    if (lstat(NativePath(place).c_str(), &info) != 0) return errno == ENOENT ? Result() : Result::FromErrno();
-    if (S_ISDIR(info.st_mode)) return Result(EISDIR);
-    if (const Result allowed = corekit::CheckRemovable(place); !allowed) return allowed;
-    return CheckNotPinned(NativePath(place));
+    const String name = WithoutSlashes(path);
+    if (const Result directory = CheckNewEntry(DirectoryOf(name)); !directory) return directory;
+    const auto place = ParentDirectory::Of(name);
+    const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
+    if (!info) return info == Result(ENOENT) ? Result() : info.error();
+    if (S_ISDIR(info->st_mode)) return Result(EISDIR);
+    if (const Result allowed = corekit::CheckRemovable(name); !allowed) return allowed;
+    return CheckNotPinned(*place);
 }
 
 Result CheckRemovable(const String& path) {
-    const String place = WithoutSlashes(path);
-    struct stat info {};
-    if (lstat(NativePath(place).c_str(), &info) != 0)
-        return IsNotFound(Result::FromErrno()) ? Result() : Result::FromErrno();
-    const std::string directory = NativePath(DirectoryOf(place));
-    if (faccessat(AT_FDCWD, directory.c_str(), W_OK | X_OK, AT_EACCESS) != 0) return Result::FromErrno();
-    return CheckNotPinned(NativePath(place));
+    const auto place = ParentDirectory::Of(WithoutSlashes(path));
+    const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
+    if (!info) return IsNotFound(info.error()) ? Result() : info.error();
+    if (faccessat(place->Fd(), ".", W_OK | X_OK, AT_EACCESS) != 0) return Result::FromErrno();
+    return CheckNotPinned(*place);
 }
 
 }  // namespace corekit::Access

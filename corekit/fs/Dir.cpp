@@ -125,7 +125,8 @@ Expected<String> Dir::GetCurrent() {
 }
 
 Result Dir::SetCurrent(const String& path) {
-    return Outcome(chdir(NativePath(path).c_str())).About(path);
+    const auto directory = OpenDirectory(path);
+    return (directory ? Outcome(fchdir(directory->Get())) : directory.error()).About(path);
 }
 
 }  // namespace corekit

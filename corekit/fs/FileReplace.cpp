@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "corekit/fs/TempName.h"
 #include "corekit/fs/detail/AtomicFile.h"
 #include "corekit/fs/detail/ExtendedAttributes.h"
@@ -135,12 +136,14 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
 }
 
 Expected<String> MakeTemp(const String& pattern) {
+    const auto place = ParentDirectory::Of(pattern);
+    if (!place) return place.error().About(pattern);
     std::string name;
-    const Result result = MakeFromPattern(NativePath(pattern), name, [](const std::string& candidate) {
-        return OpenAt(AT_FDCWD, candidate, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600).Outcome();
+    const Result result = MakeFromPattern(place->name, name, [&](const std::string& candidate) {
+        return OpenAt(place->Fd(), candidate, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600).Outcome();
     });
     if (!result) return result.About(pattern);
-    return String::FromUtf8(name);
+    return Path::Join(Path::GetDirectory(pattern), String::FromUtf8(name));
 }
 
 }  // namespace corekit::File

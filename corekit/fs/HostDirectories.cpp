@@ -105,7 +105,8 @@ Result CheckIsNotShared(const Descriptor& directory) {
     return Result();
 }
 
-/// Looks at a directory that may be missing.
+/// Looks at a directory that may be missing. Links of others are followed here, since they only make for more
+/// that is the host's.
 template <typename Check>
 Result CheckDirectory(const String& path, Check&& check) {
     if (IsListed(Path::Resolve(path))) return Result(EPERM);

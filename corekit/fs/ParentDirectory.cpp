@@ -69,6 +69,11 @@ class Walk {
     /// The directory that was reached, open for reading.
     Expected<Descriptor> Open() const { return OpenDirectoryItself(m_place.Get(), "."); }
 
+    int Fd() const { return m_place.Get(); }
+
+    /// The directory that was reached; "" is the root.
+    const std::string& Text() const { return m_text; }
+
   private:
     Result Enter(const std::string& name) {
         if (name.empty() || name == ".") return Result();
@@ -89,9 +94,9 @@ class Walk {
 };
 
 /// Most paths hold no link at all, and then one call is the whole walk.
-Expected<Descriptor> OpenWithoutLinks(const std::string& path) {
+Expected<Descriptor> OpenWithoutLinks(const std::string& path, unsigned flags) {
     open_how how{};
-    how.flags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
+    how.flags = flags | O_CLOEXEC;
     how.resolve = RESOLVE_NO_SYMLINKS;
     const long fd = syscall(SYS_openat2, AT_FDCWD, path.c_str(), &how, sizeof how);
     if (fd < 0) return Result::FromErrno();
@@ -119,6 +124,34 @@ bool NamesEntry(const std::string& name) {
     return !name.empty() && name != "." && name != "..";
 }
 
+/// Walks to what a path leads to, whether anything is there or not: to the directory that holds it, and of
+/// one that is no entry to the directory itself, with an empty name.
+Expected<std::string> WalkToTarget(Walk& walk, std::string path) {
+    for (;;) {
+        const Split split = SplitPath(path);
+        const bool namesEntry = NamesEntry(split.name);
+        if (const Result walked = walk.Along(namesEntry ? split.directory : path); !walked) return walked;
+        if (!namesEntry) return std::string();
+        auto target = walk.TargetOf(split.name);
+        if (target == Result(ENOTDIR) || target == Result(ENOENT)) return split.name;
+        if (!target) return target;
+        path = std::move(*target);
+    }
+}
+
+/// A path without links, "." and ".." taken out.
+std::string WithoutDots(const std::string& path) {
+    std::string text;
+    for (std::size_t at = 0; at < path.size();) {
+        const std::size_t end = std::min(path.find('/', at), path.size());
+        const std::string name = path.substr(at, end - at);
+        if (name == "..") text.erase(std::min(text.rfind('/'), text.size()));
+        if (NamesEntry(name)) text += "/" + name;
+        at = end + 1;
+    }
+    return text.empty() ? "/" : text;
+}
+
 }  // namespace
 
 Expected<ParentDirectory> ParentDirectory::Of(const String& path) {
@@ -141,20 +174,25 @@ Expected<ParentDirectory> ParentDirectory::OfTarget(const String& path) {
         return place;
     }
     Walk walk;
-    for (std::string rest = NativePath(path);;) {
-        const Split split = SplitPath(rest);
-        const bool namesEntry = NamesEntry(split.name);
-        if (const Result walked = walk.Along(namesEntry ? split.directory : rest); !walked) return walked;
-        const auto target = namesEntry ? walk.TargetOf(split.name) : Result(ENOTDIR);
-        if (!target) {
-            const bool isEnd = target == Result(ENOTDIR) || target == Result(ENOENT);
-            if (!isEnd) return target.error();
-            auto directory = walk.Open();
-            if (!directory) return directory.error();
-            return ParentDirectory{std::move(*directory), namesEntry ? split.name : "."};
-        }
-        rest = *target;
-    }
+    const auto name = WalkToTarget(walk, NativePath(path));
+    if (!name) return name.error();
+    auto directory = walk.Open();
+    if (!directory) return directory.error();
+    return ParentDirectory{std::move(*directory), name->empty() ? "." : *name};
+}
+
+Expected<std::string> CanonicalPath(const std::string& absolute) {
+    if (absolute.empty()) return Result(ENOENT);
+    const auto found = OpenWithoutLinks(absolute, O_PATH);
+    if (found) return WithoutDots(absolute);
+    if (!NeedsWalk(found.error())) return found.error();
+    Walk walk;
+    const auto name = WalkToTarget(walk, absolute);
+    if (!name) return name.error();
+    if (name->empty()) return walk.Text().empty() ? "/" : walk.Text();
+    const auto info = StatOf(walk.Fd(), *name);
+    if (!info) return info.error();
+    return walk.Text() + "/" + *name;
 }
 
 Expected<Descriptor> OpenDirectory(const String& path) {
@@ -163,7 +201,7 @@ Expected<Descriptor> OpenDirectory(const String& path) {
 
 Expected<Descriptor> OpenDirectory(const std::string& path) {
     if (path.empty()) return Result(ENOENT);
-    auto directory = OpenWithoutLinks(path);
+    auto directory = OpenWithoutLinks(path, O_RDONLY | O_DIRECTORY);
     if (directory || !NeedsWalk(directory.error())) return directory;
     Walk walk;
     if (const Result walked = walk.Along(path); !walked) return walked;

@@ -39,6 +39,10 @@ struct ParentDirectory {
     EntryRef At() const { return {Fd(), name}; }
 };
 
+/// What a path leads to, over links that may be followed, as a path from the root without links, "." and
+/// "..". Fails when nothing is there.
+Expected<std::string> CanonicalPath(const std::string& absolute);
+
 /// Opens the directory that a path leads to for reading, over links that may be followed.
 Expected<Descriptor> OpenDirectory(const String& path);
 Expected<Descriptor> OpenDirectory(const std::string& path);

@@ -3,21 +3,16 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <memory>
 #include <sys/stat.h>
 
 #include "corekit/fs/Dir.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/SystemCall.h"
 #include "corekit/text/Text.h"
 
 namespace corekit::Path {
 
 namespace {
-
-struct Freed {
-    void operator()(char* memory) const { std::free(memory); }
-};
 
 /// One step of a resolved path: ".." leads up, a missing name stays as text.
 String Step(const String& place, const String& name) {
@@ -27,7 +22,8 @@ String Step(const String& place, const String& name) {
     return Canonicalise(next).value_or(next);
 }
 
-/// Is it one directory, reached through two mounts?
+/// Is it one directory, reached through two mounts? That is a comparison: it does not matter whose links are
+/// on the way.
 bool IsSameDirectory(const String& left, const String& right) {
     struct stat one {};
     struct stat other {};
@@ -72,9 +68,11 @@ Expected<String> MakeAbsolute(const String& path) {
 }
 
 Expected<String> Canonicalise(const String& path) {
-    const std::unique_ptr<char, Freed> resolved(realpath(NativePath(path).c_str(), nullptr));
-    if (!resolved) return Result::FromErrno().About(path);
-    return String::FromUtf8(resolved.get());
+    const auto absolute = path.StartsWith(L"/") ? path : MakeAbsolute(path);
+    if (!absolute) return absolute.error();
+    const auto canonical = CanonicalPath(NativePath(*absolute));
+    if (!canonical) return canonical.error().About(path);
+    return String::FromUtf8(*canonical);
 }
 
 String Resolve(const String& path) {

@@ -25,11 +25,12 @@ String Join(const String& directory, const String& name);
 /// told.
 Expected<String> MakeAbsolute(const String& path);
 
-/// The path with every link, "." and ".." resolved. Fails when it does not exist.
+/// The path with every link, "." and ".." resolved. Fails when it does not exist, and at a link that may not
+/// be followed (`kBelongsToOthers`).
 Expected<String> Canonicalise(const String& path);
 
-/// The same as far as the path exists; what is missing of it follows as text, "." and ".." taken out. An
-/// empty path stays empty.
+/// The same as far as that succeeds; the rest follows as text, "." and ".." taken out. An empty path stays
+/// empty.
 String Resolve(const String& path);
 
 /// Do both name the same place: one resolved path, or one directory that is mounted twice? An empty path

@@ -25,6 +25,7 @@ Result FillCopy(int source, int copy, const struct stat& model) {
 Result CopyRegular(const EntryRef& from, const EntryRef& to) {
     const auto source = OpenRegular(from.directory, from.name, Links::Refused);
     if (!source) return source.error();
+    if (const Result only = CheckOnlyName(from.directory, source->info); !only) return only;
     const auto copy = OpenAt(to.directory, to.name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
     if (!copy) return copy.error();
     const Result result = FillCopy(source->file.Get(), copy->Get(), source->info);

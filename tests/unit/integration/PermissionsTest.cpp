@@ -1,8 +1,12 @@
 // The owners and modes of an installation.
+#include <algorithm>
+#include <cerrno>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "integration/Steps.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {
@@ -108,7 +112,67 @@ TEST_F(Permissions, AnInstallDirectoryThatIsALinkIsOpenToAllWhereItLeads) {
 
 TEST_F(Permissions, AMissingInstallationIsNoFailure) {
     std::filesystem::remove_all("/opt/agent");
+    testing::internal::CaptureStderr();
     EXPECT_TRUE(SetInstallPermissions(m_context));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(Permissions, AnIdentifierThatHasAnotherNameKeepsItsModeAndThatIsTold) {
+    std::filesystem::create_hard_link("/opt/agent/etc/host.GUID", "/opt/precious");
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(SetInstallPermissions(m_context));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "WARNING! /opt/agent/etc/host.GUID keeps its owner and mode: it has other names.\n");
+    EXPECT_EQ(testfiles::Mode("/opt/precious"), 0600U);
+    EXPECT_EQ(testfiles::Mode("/opt/agent/etc/config.xml"), 0644U);
+    std::filesystem::remove("/opt/precious");
+}
+
+TEST_F(Permissions, AFileInADirectoryOfOthersThatHasAnotherNameKeepsItsModeAndThatIsTold) {
+    std::filesystem::create_hard_link("/opt/agent/bin/qdn-monitor.bin", "/opt/precious");
+    ASSERT_EQ(chmod("/opt/agent/bin", 0777), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(SetInstallPermissions(m_context));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "WARNING! /opt/agent/bin/qdn-monitor.bin keeps its owner and mode: "
+              "/opt/agent/bin/qdn-monitor.bin belongs to another user.\n");
+    EXPECT_EQ(testfiles::Mode("/opt/precious"), 0600U);
+    std::filesystem::remove("/opt/precious");
+}
+
+TEST_F(Permissions, AnInstallDirectoryBehindALinkOfOthersKeepsItsModeAndThatIsTold) {
+    std::filesystem::create_directory("/opt/theirs");
+    ASSERT_EQ(chmod("/opt/theirs", 0777), 0);
+    std::filesystem::create_directory("/opt/precious");
+    ASSERT_EQ(chmod("/opt/precious", 0700), 0);
+    ASSERT_EQ(symlink("/opt/precious", "/opt/theirs/way"), 0);
+    m_settings.Value(L"InstallDir") = L"/opt/theirs/way/agent";
+    std::filesystem::create_directory("/opt/precious/agent");
+    ASSERT_EQ(chmod("/opt/precious/agent", 0700), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(SetInstallPermissions(m_context));
+    EXPECT_NE(
+        testing::internal::GetCapturedStderr().find(
+            "WARNING! /opt/theirs/way/agent keeps its owner and mode: /opt/theirs belongs to another user.\n"),
+        std::string::npos);
+    EXPECT_EQ(testfiles::Mode("/opt/precious/agent"), 0700U);
+    std::filesystem::remove_all("/opt/theirs");
+    std::filesystem::remove_all("/opt/precious");
+}
+
+TEST_F(Permissions, AModeThatCannotBeSetIsToldOnce) {
+    const auto warnings = [&] {
+        testing::internal::CaptureStderr();
+        if (!SetInstallPermissions(m_context)) return 100;
+        const std::string told = testing::internal::GetCapturedStderr();
+        const std::string why = " keeps its owner and mode: Read-only file system.\n";
+        const bool isWhole = told.empty() || told.ends_with(why);
+        return isWhole ? static_cast<int>(std::ranges::count(told, '\n')) : 101;
+    };
+    const auto expectOne = [](int count) { EXPECT_EQ(count, 1); };
+    EXPECT_GT(testsupport::FailInTurn(
+                  {SYS_fchmod}, EROFS, [] {}, warnings, expectOne),
+              20);
 }
 
 }  // namespace

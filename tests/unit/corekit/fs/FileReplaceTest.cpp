@@ -400,7 +400,7 @@ TEST(FileMakeTemp, MakesPrivateFilesOfDifferentNames) {
 TEST(FileMakeTemp, RefusesAPatternWithoutItsEnd) {
     const Workspace dir;
     EXPECT_EQ(File::MakeTemp(dir("name")), Result(EINVAL));
-    EXPECT_EQ(File::MakeTemp(L""), Result(EINVAL));
+    EXPECT_EQ(File::MakeTemp(L""), Result(ENOENT));
     EXPECT_EQ(File::MakeTemp(dir("none/XXXXXX")), Result(ENOENT));
     EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
 }

@@ -5,9 +5,12 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/ParentDirectory.h"
+#include "corekit/fs/Path.h"
+#include "corekit/fs/detail/FileCopy.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
@@ -145,6 +148,26 @@ TEST(SafePath, EndsAtALinkOrInADirectoryOfAnotherUser) {
               dir("mine/way") + L" belongs to another user");
 }
 
+TEST(SafePath, IsToldWithoutItsLinksWhereAllOfThemMayBeFollowed) {
+    const Workspace dir;
+    fs::create_directories(dir / "disk/data");
+    fs::create_directory_symlink("disk", dir / "relative");
+    testfiles::Write(dir / "disk/data/file", "");
+    fs::create_symlink("relative/./data/../data//file", dir / "link");
+    fs::create_symlink("missing", dir / "dangling");
+    fs::create_symlink("loop", dir / "loop");
+    const auto canonical = [&](const char* path) { return corekit::Path::Canonicalise(dir(path)); };
+    EXPECT_EQ(canonical("link").value(), dir("disk/data/file"));
+    EXPECT_EQ(canonical("relative").value(), dir("disk"));
+    EXPECT_EQ(canonical("relative/..").value(), String::FromUtf8(dir.Path()));
+    EXPECT_EQ(canonical("disk/.././disk//data/").value(), dir("disk/data"));
+    EXPECT_EQ(canonical("relative/data/../../../..").value(), L"/");
+    EXPECT_EQ(canonical("disk/../../../../..").value(), L"/");
+    EXPECT_EQ(canonical("dangling"), Result(ENOENT));
+    EXPECT_EQ(canonical("loop"), Result(ELOOP));
+    EXPECT_EQ(canonical("link/x"), Result(ENOTDIR));
+}
+
 TEST(SafePath, IsTheOnlyWayOfEveryOperation) {
     const Workspace dir;
     fs::create_directories(dir / "theirs");
@@ -179,6 +202,15 @@ TEST(SafePath, IsTheOnlyWayOfEveryOperation) {
     EXPECT_EQ(corekit::Dir::Move(dir("store"), dir("theirs/way/sub")), others);
     EXPECT_EQ(corekit::Dir::CreateR(dir("theirs/way/made/below")), others);
     EXPECT_EQ(corekit::Dir::Scan(dir("theirs/way"), L"", [](const auto&) { return true; }), others);
+    EXPECT_EQ(corekit::Dir::SetCurrent(dir("theirs/way")), others);
+    EXPECT_EQ(corekit::Dir::RemoveIfEmpty(dir("theirs/way/sub")), others);
+    EXPECT_EQ(File::MakeTemp(dir("theirs/way/XXXXXX")), others);
+    EXPECT_EQ(corekit::Path::Canonicalise(file), others);
+    EXPECT_EQ(corekit::Path::Resolve(file), file);
+    EXPECT_EQ(corekit::Access::CheckWritableDirectory(dir("theirs/way")), others);
+    EXPECT_EQ(corekit::Access::CheckCreatableDirectory(dir("theirs/way/made/below")), others);
+    EXPECT_EQ(corekit::Access::CheckReplaceable(file), others);
+    EXPECT_EQ(corekit::Access::CheckRemovable(file), others);
     EXPECT_THAT(testfiles::NamesIn(dir / "real"), testing::UnorderedElementsAre("file", "sub"));
     EXPECT_EQ(testfiles::Read(dir / "real/file"), "secret");
     EXPECT_EQ(testfiles::Read(dir / "real/sub/file"), "secret");
@@ -198,6 +230,10 @@ TEST(SafePath, AFileWithASecondNameIsNotUsedWhereOthersCanWrite) {
     namespace File = corekit::File;
     EXPECT_EQ(File::Read(dir("theirs/file")), others);
     EXPECT_EQ(File::Copy(dir("theirs/file"), dir("copy")), others);
+    const auto theirs = corekit::OpenDirectory(dir("theirs"));
+    ASSERT_TRUE(theirs);
+    EXPECT_EQ(corekit::CopyFileEntry({theirs->Get(), "file"}, {theirs->Get(), "copy"}), others);
+    EXPECT_FALSE(testfiles::Exists(dir / "theirs/copy"));
     EXPECT_EQ(File::Write(dir("theirs/file"), L"x"), others);
     EXPECT_EQ(File::Chmod(dir("theirs/file"), 0644), others);
     EXPECT_EQ(File::Chowngrp(dir("theirs/file"), 0, 0), others);
