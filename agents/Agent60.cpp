@@ -36,6 +36,7 @@ Outcome<std::unique_ptr<Settings>> Agent60::LoadSettings() {
 Outcome<> Agent60::RemoveSystemIntegration() {
     if (ConfPath().IsEmpty()) return FailWithoutConf();
     const IniFile oldConf = OldConf();
+    // Both keep what stays in m_left, which is told.
     Forgive(RemoveProgramLinks(oldConf));
     Forgive(RemoveRunLevelScripts(oldConf));
     FlushRemovals(GetValue(oldConf, Key::kBinDir));
@@ -46,7 +47,8 @@ Outcome<> Agent60::RemoveFiles(const String& newConfPath) {
     if (ConfPath().IsEmpty()) return FailWithoutConf();
     if (!newConfPath.IsEmpty()) return RelocateFiles(newConfPath);
     const IniFile oldConf = OldConf();
-    // While client.conf is there: a next run finds them by it when this one is interrupted.
+    // While client.conf is there: a next run finds them by it when this one is interrupted. What stays is in
+    // m_left, which is told.
     Forgive(RemoveRotatedDebugLogs(oldConf));
     RemoveInstalledFiles60(oldConf, m_left);
     return {};
@@ -62,9 +64,10 @@ Outcome<> Agent60::RelocateFiles(const String& newConfPath) {
             return FailBecause(Texts::kUnreadableConfiguration, conf->FileName(), conf->ReadResult());
     }
     const DataMove moved = MoveData(oldConf, newConf);
-    Forgive(ConvertPackageStore(newConf));
+    Forgive(ConvertPackageStore(newConf));  // each record that stays as it was is told there
     if (moved == DataMove::Partial) KeepConfOfUnmovedData(oldConf, newConf);
     RemoveOldInstallation(oldConf, newConf, moved);
+    // What stays is in m_left, which is told.
     Forgive(RemoveRotatedClientLogs(oldConf, GetValue(newConf, Key::kInstallDir)));
     m_left.Tell();
     return {};

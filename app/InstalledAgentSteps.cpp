@@ -81,7 +81,7 @@ Outcome<std::optional<std::string>> ConfToSave(const ConfigureRun& run) {
 /// Readable by root alone until the permissions of the installation are set.
 Outcome<> WriteCopy(const String& copy, const std::string& bytes) {
     constexpr unsigned kPrivate = 0600;
-    Forgive(corekit::Dir::CreateR(Path::GetDirectory(copy)));
+    Forgive(corekit::Dir::CreateR(Path::GetDirectory(copy)));  // else the copy cannot be replaced
     if (const Result replaceable = Access::CheckReplaceable(copy); !replaceable)
         return FailToSave(copy, copy, replaceable);
     if (const Result written =

@@ -42,6 +42,7 @@ Outcome<ClientConfDraft> ReadTemplate(const String& outputPath, const Settings& 
 }
 
 Outcome<> ApplySettings(ClientConfDraft draft, Settings& settings) {
+    // Values that the file has already are no reason not to write it.
     Forgive(ApplySettingsToClientConf(draft, settings));
     const IniFile& file = draft.File();
     if (const auto written = file.Write(); !written)

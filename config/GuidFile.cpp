@@ -68,7 +68,9 @@ void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {
     // An identifier that nobody has read, as that of version 5.6, is good while the server stays.
     if (settings.IsYes(L"Upgrade") && !settings.IsSet(L"KSNameChanged")) return;
     const String path = PathIn(conf);
-    if (WhyNotOurs(path).IsEmpty()) corekit::Forgive(File::Remove(path));
+    // Nothing else than an identifier of the agent's goes.
+    const corekit::Result removed = WhyNotOurs(path).IsEmpty() ? File::Remove(path) : corekit::Result();
+    if (!removed && !IsNotFound(removed)) Messages::WarnKept(path, GetErrorMsg(removed));
 }
 
 }  // namespace Zorvane::AgentInstaller

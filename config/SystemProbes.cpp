@@ -23,6 +23,7 @@ constexpr int kHighestRunLevel = 8;
 
 String RunShellCommand(const String& commandLine) {
     corekit::StringToMapFilter filter;
+    // A probe that fails has no answer.
     Forgive(corekit::PosixLocaleProgram::Run(commandLine, filter));
     return filter.RawData(0);
 }

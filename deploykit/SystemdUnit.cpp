@@ -124,6 +124,7 @@ Result Install(const String& name, const String& script, const String& startLeve
 
 bool Exists(const String& name) {
     std::vector<FileInfo> links;
+    // Removing the service reads them once more, and fails where they cannot be read.
     Forgive(EnablingLinks(name, links));
     return HasUnit(name) || !links.empty();
 }

@@ -44,7 +44,10 @@ void LinkPrograms(const String& installDir, const String& linkDir) {
     const String environment = installDir + Names::kEnvironmentScript;
     const auto isOurs = [&](const String& link) { return IsAgentLink(link, installDir); };
     std::vector<String> programs;
-    corekit::Forgive(FindPrograms(programDir, programs));  // without programs there is nothing to link
+    const corekit::Result found = FindPrograms(programDir, programs);
+    // Without programs there is nothing to link.
+    if (!IsNotFound(found))
+        Warn(found ? found : corekit::Result(found.Code()).About(corekit::Path::Join(linkDir, L"qdn-*")));
     for (const String& program : programs) {
         if (!GetsLink(program)) continue;
         Warn(WrapperLinkBackend::Install(program, linkDir, programDir, environment, isOurs));

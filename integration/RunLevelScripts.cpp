@@ -54,6 +54,7 @@ Outcome<> InstallService(const SetupContext& context) {
     // One that cannot be read names no levels: nothing would start the agent.
     if (!conf.ReadResult()) return FailFor(context.confPath, conf.ReadResult());
     const RunLevels levels = SplitRunLevels(GetValue(conf, Key::kStartLevels));
+    // An old registration that stays is replaced, or in the way of the new one, which fails then.
     Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
     const Result installed =
         RCScriptBackend::Install(Names::kServiceName, TemplatePath(context),
@@ -67,7 +68,10 @@ Outcome<> PlaceControlScript(const String& controlScript, bool startsOnBoot) {
     const Result placed = startsOnBoot ? corekit::File::SymLink(service, controlScript)
                                        : corekit::File::Copy(service, controlScript);
     if (!placed) return FailFor(controlScript, placed);
-    if (!startsOnBoot) Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
+    if (startsOnBoot) return {};
+    if (const Result removed = RCScriptBackend::Uninstall(Names::kServiceName);
+        !removed && !IsNotFound(removed))
+        Messages::WarnKept(removed.Path().IsEmpty() ? service : removed.Path(), GetErrorMsg(removed));
     return {};
 }
 
@@ -89,6 +93,7 @@ Outcome<> SetUpRunLevelScripts(const SetupContext& context) {
     const bool startsOnBoot = context.settings->IsYes(L"StartupOnBoot");
     if (startsOnBoot) Messages::Say(L"Setting up RC scripts to start Agent at system start.\n");
     if (const auto possible = CheckRunLevelScripts(context); !possible) return possible;
+    // Without it the control script cannot be placed.
     Forgive(corekit::Dir::CreateR(context.settings->Get(L"InstallDir") + L"/bin"));
     if (const auto installed = InstallService(context); !installed) return installed;
     return PlaceControlScript(ControlScript(context), startsOnBoot);

@@ -28,8 +28,9 @@ class CurrentDirectory {
   public:
     explicit CurrentDirectory(const String& path) {
         m_before = corekit::Dir::GetCurrent().value_or(String());
-        Forgive(corekit::Dir::SetCurrent(path));
+        Forgive(corekit::Dir::SetCurrent(path));  // it may still have to be made
     }
+    // The steps that follow make another one the current directory.
     ~CurrentDirectory() { Forgive(corekit::Dir::SetCurrent(m_before)); }
     CurrentDirectory(const CurrentDirectory&) = delete;
     CurrentDirectory& operator=(const CurrentDirectory&) = delete;
@@ -70,6 +71,7 @@ void WriteIdentifier(const SetupContext& context) {
     const CurrentDirectory there(context.settings->Get(L"InstallDir"));
     const IniFile conf(context.generatedConfPath);
     const String path = GetValue(conf, Key::kGuidFile);
+    // Without it the file cannot be written, which is told.
     if (!path.IsEmpty()) Forgive(CreateConfiguredDirectory(corekit::Path::GetDirectory(path)));
     WriteGuidFile(conf, *context.settings);
 }
@@ -118,6 +120,7 @@ Outcome<> PlaceClientConf(SetupContext& context) {
 }
 
 Outcome<> RunSetupSequence(const SetupContext& context) {
+    // The identifier and client.conf lie there by now; a path that is not absolute fails its own step.
     Forgive(corekit::Dir::SetCurrent(context.settings->Get(L"InstallDir")));
     for (const Step& step : kSteps) {
         if (const auto done = step.run(context); !done) return done;

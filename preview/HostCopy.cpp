@@ -216,6 +216,7 @@ Outcome<> HostCopy::MountKernelFiles() {
             // A host without one of them has a copy without it.
             if (!point || !Bind(std::string("/dev/") + name, device)) unlink(device.c_str());
         }
+        // A copy without them lacks what few programs use.
         Forgive(corekit::Outcome(symlink("/proc/self/fd", (dev + "/fd").c_str())));
         Forgive(corekit::Outcome(mkdir((dev + "/shm").c_str(), 01777)));
         Forgive(corekit::Outcome(chmod((dev + "/shm").c_str(), 01777)));

@@ -58,6 +58,7 @@ bool Take(int reader, std::string& bytes, int copyTo) {
     const auto count = corekit::ReadSome(reader, chunk);
     if (!count || *count == 0) return false;
     bytes.append(chunk, 0, *count);
+    // An audience that has gone misses what is in the document all the same.
     if (copyTo >= 0) Forgive(corekit::WriteAll(copyTo, std::string_view(chunk).substr(0, *count)));
     return true;
 }
@@ -114,6 +115,7 @@ void Performance::Perform(const std::function<std::string()>& code) {
         _exit(kNoCopy);
     const std::string result = code();
     corekit::Console::Flush();
+    // Without a result the other side says that the rehearsal has failed.
     Forgive(corekit::WriteAll(m_result.writer.Get(), result));
     End();
 }
@@ -166,6 +168,7 @@ std::string Answer(const Outcome<std::string>& told) {
         if (!rehearsal) return tl::unexpected(rehearsal.error());
         return tell(copy, *rehearsal);
     };
+    // Without an answer the other side says that there is none.
     Forgive(corekit::WriteAll(answerTo.Get(), Answer(answer())));
     End();
 }

@@ -45,6 +45,7 @@ Outcome<> ConvertJob(const String& stem, const String& newPath) {
     const auto xml = ReadXmlRecord(stem + kXmlSuffix);
     if (!xml) return tl::unexpected(xml.error());
     auto written = WriteRecord(newPath, JobRecord(*fields, *xml), infoPath);
+    // As long as it is there, the next run converts the job again.
     if (written) corekit::Forgive(corekit::File::Remove(infoPath));
     return written;
 }
@@ -61,7 +62,7 @@ void ConvertIfPresent(const String& stem, const String& store, const String& nam
 void ConvertJobs(const String& jobStore) {
     const String store = UsableDirectory(jobStore);
     if (store.IsEmpty()) return;
-    corekit::Forgive(corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
+    const corekit::Result read = corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
         const String directory = store + entry.name + L"/";
         if (entry.isDirectory) {
             ConvertIfPresent(directory + entry.name, store, entry.name);
@@ -71,7 +72,8 @@ void ConvertJobs(const String& jobStore) {
             ConvertIfPresent(store + name, store, name);
         }
         return true;
-    }));
+    });
+    WarnUnlessRead(store, read);
 }
 
 }  // namespace Zorvane::AgentInstaller

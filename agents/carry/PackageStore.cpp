@@ -88,12 +88,13 @@ Outcome<> ConvertPackage(const String& store, const String& name) {
 void ConvertPackages(const String& packageStore) {
     const String store = UsableDirectory(packageStore);
     if (store.IsEmpty()) return;
-    corekit::Forgive(corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
+    const corekit::Result read = corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
         const String infoPath = store + entry.name + L".qdn-pkg-info";
         if (entry.isDirectory && corekit::File::Exists(infoPath))
             WarnUnlessConverted(infoPath, ConvertPackage(store, entry.name));
         return true;
-    }));
+    });
+    WarnUnlessRead(store, read);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -101,6 +101,7 @@ Outcome<> MoveIfPresent(const String& from, const String& to) {
     if (!IsThere(from)) return {};
     const auto found = Find(to);
     if (found) {
+        // The copy is what counts from now on.
         if (IsCopy(to, from)) corekit::Forgive(File::Remove(from));
         return {};
     }
@@ -113,6 +114,10 @@ void WarnUnlessConverted(const String& path, const Outcome<>& converted) {
     if (!converted)
         Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not converted: " +
                        Messages::Shown(converted.error().text) + L".\n");
+}
+
+void WarnUnlessRead(const String& store, const Result& read) {
+    if (!read && !IsNotFound(read)) WarnUnlessConverted(store, Fail(GetErrorMsg(read)));
 }
 
 }  // namespace Zorvane::AgentInstaller

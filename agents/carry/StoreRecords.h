@@ -41,4 +41,7 @@ Outcome<> MoveIfPresent(const corekit::String& from, const corekit::String& to);
 /// Writes "WARNING! <path> is not converted: <why>." to standard error after a failure.
 void WarnUnlessConverted(const corekit::String& path, const Outcome<>& converted);
 
+/// The same for a whole store that could not be read to its end; one that is missing holds nothing.
+void WarnUnlessRead(const corekit::String& store, const corekit::Result& read);
+
 }  // namespace Zorvane::AgentInstaller

@@ -105,7 +105,11 @@ bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf
     // An agent of version 5.6 has left nothing else by then.
     const bool isOf56 = GetValue(oldConf, Key::kAgentMajor).IsEmpty();
     if (!isOf56) RemoveOldInstallation(oldConf, newConf, DataMove::Complete);
-    Forgive(File::Remove(kept));
+    if (const Result removed = File::Remove(kept); !removed && !IsNotFound(removed)) {
+        Messages::WarnKept(kept, GetErrorMsg(removed));
+        return false;
+    }
+    // Without its client.conf the mark leads to nothing.
     if (!isCopy) Forgive(File::Remove(BaseOf(kept) + Names::kMovedMark));
     return true;
 }
@@ -123,22 +127,23 @@ void KeepConfOfUnmovedData(const IniFile& oldConf, const IniFile& newConf) {
     if (!isCopy && !WriteMark(oldDir + Names::kMovedMark, {newDir})) return;
     std::vector<String> lines = ReadMark(newDir + Names::kUnmoved);
     if (std::ranges::find(lines, kept) == lines.end()) lines.push_back(kept);
-    Forgive(WriteMark(newDir + Names::kUnmoved, lines));
+    Forgive(WriteMark(newDir + Names::kUnmoved, lines));  // told there
 }
 
 void MoveUnmovedData(const IniFile& newConf) {
     const String newDir = InstallDirOf(newConf);
     if (newDir.IsEmpty()) return;
-    // An agent is installed here from now on, whatever was kept here before.
+    // An agent is installed here from now on, whatever was kept here before. Most directories have no mark,
+    // and one that stays leads the next run here once more.
     Forgive(File::Remove(newDir + Names::kMovedMark));
     const String mark = newDir + Names::kUnmoved;
     std::vector<String> lines = ReadMark(mark);
     if (lines.empty()) return;
     std::erase_if(lines, [&](const String& kept) { return FinishMove(kept, newDir, newConf); });
     if (lines.empty())
-        Forgive(File::Remove(mark));
+        Forgive(File::Remove(mark));  // one that stays names nothing that is there
     else
-        Forgive(WriteMark(mark, lines));
+        Forgive(WriteMark(mark, lines));  // told there
 }
 
 bool IsKeptForUnmovedData(const String& confPath) {

@@ -220,7 +220,7 @@ void RemoveInstalledFiles56(const IniFile& conf, const IniFile* newConf, Removal
     }
     WarnOfUnreadableScript(agent, left);
     RemoveAllButClientConf(agent, keep, left);
-    // Only client.conf, which goes now, leads the next run to them.
+    // Only client.conf, which goes now, leads the next run to them. They are gone, flushed or not.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));
     RemoveClientConf(agent, keep, left);
 }

@@ -46,6 +46,7 @@ String QueryProcessIds(const String& name) {
     if (name.IsEmpty()) return String();
     const String command = L"ps -ef | grep %1 | grep -v grep | awk '{print $2}'";
     corekit::StringToMapFilter lines;
+    // Without an answer no process is known, and none is ended.
     Forgive(corekit::PosixLocaleProgram::Run(command.Arg(ShellWord(name)), lines));
     String ids;
     for (std::size_t number = 0; number < lines.Count(); ++number) ids += lines.RawData(number) + L" ";

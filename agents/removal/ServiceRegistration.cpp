@@ -90,7 +90,8 @@ RemovalOutcome RemoveServiceRegistration60(const String& platform) {
 }
 
 void FlushRemovals(const String& linkDir) {
-    // Links of run levels go before the script, and with it: a journal keeps the order.
+    // Links of run levels go before the script, and with it: a journal keeps the order. They are gone,
+    // flushed or not.
     for (const String& directory : {String(kServiceDir), String(kEtc), linkDir}) {
         if (!directory.IsEmpty()) Forgive(corekit::Dir::FlushEntries(directory));
     }

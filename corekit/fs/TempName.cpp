@@ -45,7 +45,7 @@ Result MakeBeside(const EntryRef& entry, std::string& made,
     made = stem + kUnfinished;
     Result result = make(made);
     if (result.Code() == EEXIST) {
-        Forgive(RemoveEntry({entry.directory, made}));
+        Forgive(RemoveEntry({entry.directory, made}));  // else another name is found
         result = make(made);
     }
     return result.Code() == EEXIST ? MakeUnderAnyName(stem, made, make) : result;

@@ -47,6 +47,7 @@ Result CopyLink(const EntryRef& from, const EntryRef& to, const struct stat& inf
 Result CopySpecial(const EntryRef& to, const struct stat& info) {
     if (mknodat(to.directory, to.name.c_str(), (info.st_mode & S_IFMT) | 0600, info.st_rdev) != 0)
         return Result::FromErrno();
+    // What another owner may not do with it he could not do with the old one either.
     Forgive(SetOwner(to, info.st_uid, info.st_gid));
     const Result result = SetMode(to, info.st_mode & 0777);
     if (!result) unlinkat(to.directory, to.name.c_str(), 0);

@@ -66,7 +66,7 @@ Result MoveByCopy(const EntryRef& from, const EntryRef& to, Existing existing) {
     if (!result) return result;
     result = Rename(copy, to, existing);
     if (!result) {
-        Forgive(RemoveEntry(copy));
+        Forgive(RemoveEntry(copy));  // what is left of it the next move clears away
         return result;
     }
     if (result = Flush(to.directory); !result) return result;

@@ -68,6 +68,7 @@ Result CopyTree(const EntryRef& from, const EntryRef& to) {
     if (!parent) return parent.error();
     TreeCopy copy(std::move(*parent), to.name);
     const Result result = copy.Walk(from);
+    // The failure is told; what is left of the copy the next one clears away.
     if (!result && copy.HasBegun()) Forgive(RemoveTree(to));
     return result;
 }
