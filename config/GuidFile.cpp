@@ -6,9 +6,11 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/ParentDirectory.h"
+#include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
+#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -48,19 +50,23 @@ String GuidFileText(const String& guid) {
     return guid + L"\nnull";
 }
 
-void WriteGuidFile(const IniFile& conf, const Settings& settings) {
-    if (!settings.IsSet(L"Guid")) return;
+Outcome<> WriteGuidFile(const IniFile& conf, const Settings& settings) {
+    if (!settings.IsSet(L"Guid")) return {};
     const String path = PathIn(conf);
-    if (path.IsEmpty()) return;
+    if (path.IsEmpty()) return {};
+    const SourcedValue& guid = settings.Record(L"Guid").used;
+    const bool isInstalled = guid.source.kind == Source::Kind::Installed;
     String why = WhyNotOurs(path);
     if (why.IsEmpty()) {
-        const SourcedValue& guid = settings.Record(L"Guid").used;
-        const bool isInstalled = guid.source.kind == Source::Kind::Installed;
         const auto written = WriteAndReadBack(path, isInstalled ? guid.given : GuidFileText(guid.value));
-        if (written) return;
+        if (written) return {};
         why = GetErrorMsg(written);
     }
-    Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + why + L".\n");
+    const bool wouldBeLost = isInstalled && !corekit::Path::IsMatch(guid.source.name, path);
+    const String shown = Messages::Shown(path);
+    if (wouldBeLost) return Failure{Texts::kUnwritableFile + shown, shown + L": " + why};
+    Messages::Warn(L"WARNING! " + shown + L" is not written: " + why + L".\n");
+    return {};
 }
 
 void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {

@@ -3,6 +3,7 @@
 
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/String.h"
+#include "run/Failure.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
@@ -13,13 +14,14 @@ corekit::String GuidFileText(const corekit::String& guid);
 /// Writes the setting Guid to the file that a client.conf names, and reads it back; without one the file
 /// stays. An installed agent's identifier is written as it was given, and a file that holds it already stays
 /// untouched. A failure, and a place that is no regular file with this one name, is told on standard error:
-/// "WARNING! <path> is not written: <why>."
-void WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
+/// "WARNING! <path> is not written: <why>." Where the identifier is from another file of the installed
+/// agent's, which would go next, it is the failure that is returned.
+Outcome<> WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 /// Removes the file that a client.conf names when there is no setting Guid, unless an upgrade keeps its
 /// server: the file is then the installed agent's. Called as soon as that client.conf is in place: a run that
 /// fails before must not cost the machine its identifier, and one that is cut off after it leaves an
-/// identifier that the next run takes for the agent's own. A failure is not told.
+/// identifier that the next run takes for the agent's own. A failure is told.
 void RemoveUnwantedGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

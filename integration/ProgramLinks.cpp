@@ -45,9 +45,10 @@ void LinkPrograms(const String& installDir, const String& linkDir) {
     const auto isOurs = [&](const String& link) { return IsAgentLink(link, installDir); };
     std::vector<String> programs;
     const corekit::Result found = FindPrograms(programDir, programs);
-    // Without programs there is nothing to link.
-    if (!IsNotFound(found))
-        Warn(found ? found : corekit::Result(found.Code()).About(corekit::Path::Join(linkDir, L"qdn-*")));
+    if (!found && !IsNotFound(found)) {
+        const String links = corekit::Path::Join(linkDir, L"qdn-*");
+        Warn(corekit::Result(found.Code()).About(links));
+    }
     for (const String& program : programs) {
         if (!GetsLink(program)) continue;
         Warn(WrapperLinkBackend::Install(program, linkDir, programDir, environment, isOurs));

@@ -66,14 +66,14 @@ Outcome<> PrepareDirectories(const SetupContext& context) {
 
 /// The identifier is on the host before the old agent's file of it goes. Where its directory cannot be made,
 /// the step that prepares the directories says so.
-void WriteIdentifier(const SetupContext& context) {
-    if (!context.settings->IsSet(L"Guid")) return;
+Outcome<> WriteIdentifier(const SetupContext& context) {
+    if (!context.settings->IsSet(L"Guid")) return {};
     const CurrentDirectory there(context.settings->Get(L"InstallDir"));
     const IniFile conf(context.generatedConfPath);
     const String path = GetValue(conf, Key::kGuidFile);
     // Without it the file cannot be written, which is told.
     if (!path.IsEmpty()) Forgive(CreateConfiguredDirectory(corekit::Path::GetDirectory(path)));
-    WriteGuidFile(conf, *context.settings);
+    return WriteGuidFile(conf, *context.settings);
 }
 
 /// For a step that cannot fail.
@@ -105,7 +105,7 @@ Outcome<> CheckSetupSequence(const SetupContext& context) {
 
 Outcome<> PlaceClientConf(SetupContext& context) {
     if (const auto placeable = CheckClientConf(context); !placeable) return placeable;
-    WriteIdentifier(context);
+    if (const auto written = WriteIdentifier(context); !written) return written;
     const String confPath = ClientConfPath(context);
     context.isFirst = !corekit::File::Exists(confPath);
     // It is written anew rather than moved: a file keeps the security label of where it was made, and the one

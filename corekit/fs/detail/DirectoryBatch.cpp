@@ -26,13 +26,30 @@ bool HasLowerInode(const DirEntry& left, const DirEntry& right) {
     return left.inode < right.inode;
 }
 
+/// How many entries a directory has now; 0 where it cannot be read.
+std::size_t CountEntries(int directory) {
+    const auto again = OpenDirectoryItself(directory, ".");
+    if (!again) return 0;
+    DirectoryBatch chunk;
+    std::size_t count = 0;
+    do {
+        if (!chunk.Read(again->Get())) return count;
+        count += static_cast<std::size_t>(chunk.end() - chunk.begin());
+    } while (!chunk.IsEnd());
+    return count;
+}
+
 /// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
 Result TakeOutOnce(int directory, DirectoryBatch& chunk, const std::function<bool(const DirEntry&)>& take,
                    bool& isDue) {
     bool hasTaken = false;
+    PassLimit limit;
+    std::size_t met = 0;
     for (bool isFirst = true;; isFirst = false) {
         const Result result = chunk.Read(directory);
         for (const DirEntry& entry : chunk) hasTaken |= take(entry);
+        met += static_cast<std::size_t>(chunk.end() - chunk.begin());
+        if (!chunk.IsEnd() && limit.IsReached(directory, met)) return Result(EBUSY);
         if (chunk.IsEnd()) {
             isDue = hasTaken && !isFirst;
             return result;
@@ -85,6 +102,12 @@ void DirectoryBatch::Add(std::uint64_t inode, unsigned char type, std::string_vi
     own[name.copy(own, name.size())] = '\0';
     m_namesSize += name.size() + 1;
     m_memory[--m_first] = {inode, type, own};
+}
+
+bool PassLimit::IsReached(int directory, std::size_t met) {
+    if (met < kLong) return false;
+    if (m_most == 0) m_most = met + CountEntries(directory);
+    return met > m_most;
 }
 
 Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& take) {

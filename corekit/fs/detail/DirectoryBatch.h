@@ -60,8 +60,21 @@ class DirectoryBatch {
 /// then, but nobody who adds entries all the time shall keep that going for ever.
 inline constexpr unsigned kMostReadings = 100;
 
+/// Ends a pass over a directory that somebody keeps adding to: after as many entries as there were when it
+/// had become a long one.
+class PassLimit {
+  public:
+    static constexpr std::size_t kLong = 100'000;
+
+    /// True when the pass has met more entries than it can have had to.
+    bool IsReached(int directory, std::size_t met);
+
+  private:
+    std::size_t m_most = 0;  // 0: not counted yet
+};
+
 /// Reads a directory, from its start, out of which `take` takes entries: again as long as it takes any.
-/// Returns the first failure to read.
+/// Returns the first failure to read; EBUSY when somebody keeps adding others.
 Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& take);
 
 }  // namespace corekit

@@ -2,12 +2,16 @@
 #include "corekit/fs/detail/TreeRemoval.h"
 
 #include <cerrno>
+#include <cstdint>
+#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
+#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 #include "corekit/fs/detail/TreeWalk.h"
 #include "corekit/os/SystemCall.h"
@@ -35,9 +39,19 @@ String PathOf(int directory, const std::string& name) {
 
 class TreeRemoval : public TreeWalk {
   public:
-    TreeRemoval() : TreeWalk(AfterFailure::GoOn) {}
+    TreeRemoval() : TreeWalk(AfterFailure::GoOn) { clock_gettime(CLOCK_REALTIME, &m_begin); }
 
   private:
+    /// A directory that was made after the removal began is somebody's who goes on making them.
+    Result Enter(int directory, const std::string&) override {
+        struct statx info {};
+        const bool isKnown = statx(directory, "", AT_EMPTY_PATH, STATX_BTIME, &info) == 0 &&
+                             (info.stx_mask & STATX_BTIME) != 0;
+        using Moment = std::pair<std::int64_t, std::int64_t>;
+        const Moment born(info.stx_btime.tv_sec, info.stx_btime.tv_nsec);
+        return isKnown && born > Moment(m_begin.tv_sec, m_begin.tv_nsec) ? Result(EBUSY) : Result();
+    }
+
     Action OnEntry(int directory, const DirEntry& entry) override {
         Result result(EISDIR);
         if (entry.type != DT_DIR) result = Removed(directory, entry.name, 0);
@@ -55,6 +69,8 @@ class TreeRemoval : public TreeWalk {
         if (!result) Fail(result.About(PathOf(parent, name)));
         return Reading::Done;
     }
+
+    timespec m_begin{};
 };
 
 }  // namespace

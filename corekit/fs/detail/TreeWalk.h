@@ -45,6 +45,8 @@ class TreeWalk {
         std::string pending;  // names of directories to go into, each ended by a NUL
         bool isRead = false;  // to its end
         unsigned reading = 1;
+        std::size_t met = 0;  // entries, in this reading
+        PassLimit limit;
     };
     void Step();
     void ReadOn();

@@ -37,34 +37,34 @@ class GuidFile : public testing::Test {
 
 TEST_F(GuidFile, HoldsTheIdentifierAndTheWordNull) {
     m_settings.Value(L"Guid") = L"{AB-12}";
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_EQ(testfiles::Read(m_file), "{AB-12}\nnull");
 }
 
 TEST_F(GuidFile, IsUtf8) {
     m_settings.Value(L"Guid") = L"{\u00c4}";
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_EQ(testfiles::Read(m_file), "{\xc3\x84}\nnull");
 }
 
 TEST_F(GuidFile, StaysWithoutAnIdentifierToWrite) {
     testfiles::Write(m_file, "{OLD}\nnull");
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     m_settings.Value(L"Guid") = L"";
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_EQ(testfiles::Read(m_file), "{OLD}\nnull");
 }
 
 TEST_F(GuidFile, IsReplacedByAnotherIdentifier) {
     testfiles::Write(m_file, "{OLD}");
     m_settings.Value(L"Guid") = L"{NEW}";
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_EQ(testfiles::Read(m_file), "{NEW}\nnull");
 }
 
 TEST_F(GuidFile, HoldsTheInstalledIdentifierAsItWasGiven) {
     m_settings.Set(L"Guid", {L"{OLD}", {Source::Kind::Installed, L"/old", 1}, L"{OLD}\r\n"});
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_EQ(testfiles::Read(m_file), "{OLD}\r\n");
 }
 
@@ -72,7 +72,7 @@ TEST_F(GuidFile, IsNotTouched_WhenItHoldsTheIdentifierAlready) {
     testfiles::Write(m_file, "{OLD}\n");
     const auto inode = InodeOf(m_file);
     m_settings.Set(L"Guid", {L"{OLD}", {Source::Kind::Installed, L"/old", 1}, L"{OLD}\n"});
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_EQ(InodeOf(m_file), inode);
 }
 
@@ -81,7 +81,7 @@ TEST_F(GuidFile, IsToldAsNotWritten_WhenItCannotBeReadBack) {
     m_settings.Value(L"Guid") = L"{NEW}";
     const int status = testsupport::WithFailing({{SYS_read, EIO}}, [&] {
         if (std::freopen(errors.c_str(), "w", stderr) == nullptr) return 1;
-        WriteGuidFile(Conf(), m_settings);
+        EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
         return 0;
     });
     EXPECT_EQ(status, 0);
@@ -121,7 +121,7 @@ TEST_F(GuidFile, IsNeitherWrittenNorRemovedWhereItIsNoFileOfItsOwn) {
     for (const auto& row : table) {
         row.make();
         m_settings.Value(L"Guid") = L"{NEW}";
-        const auto output = testsupport::Captured([&] { WriteGuidFile(Conf(), m_settings); });
+        const auto output = testsupport::Captured([&] { EXPECT_TRUE(WriteGuidFile(Conf(), m_settings)); });
         EXPECT_EQ(output.err, "WARNING! " + m_file + " is not written: " + row.why + ".\n");
         m_settings.Value(L"Guid") = L"";
         RemoveUnwantedGuidFile(Conf(), m_settings);
@@ -142,7 +142,7 @@ TEST_F(GuidFile, ThatIsADirectoryIsLeftAlone) {
     std::filesystem::create_directory(m_file);
     RemoveUnwantedGuidFile(Conf(), m_settings);
     m_settings.Value(L"Guid") = L"{NEW}";
-    WriteGuidFile(Conf(), m_settings);
+    EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     EXPECT_TRUE(std::filesystem::is_directory(m_file));
 }
 
@@ -151,8 +151,25 @@ TEST_F(GuidFile, ThatNoConfigurationNamesIsLeftAlone) {
     const corekit::IniFile conf(L"client.conf", L"[Configuration]\nguid_guid_file=\n");
     RemoveUnwantedGuidFile(conf, m_settings);
     m_settings.Value(L"Guid") = L"{NEW}";
-    WriteGuidFile(conf, m_settings);
+    EXPECT_TRUE(WriteGuidFile(conf, m_settings));
     EXPECT_EQ(testfiles::Read(m_file), "{OLD}");
+}
+
+TEST_F(GuidFile, FailsTheRun_WhenTheOldFileOfTheIdentifierWouldGoNext) {
+    std::filesystem::create_directory(m_file);
+    m_settings.Set(L"Guid", L"{A}", {Source::Kind::Installed, String::FromUtf8(m_dir / "old.GUID")});
+    const auto written = WriteGuidFile(Conf(), m_settings);
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().text, L"Unable to write to file: " + String::FromUtf8(m_file));
+    EXPECT_EQ(written.error().reason, String::FromUtf8(m_file) + L": it is not a regular file");
+}
+
+TEST_F(GuidFile, IsToldAndGoneOnWithout_WhenTheIdentifierStaysWhereItWas) {
+    std::filesystem::create_hard_link((testfiles::Write(m_file, "{B}\nnull"), m_file), m_dir / "other");
+    m_settings.Set(L"Guid", L"{A}", {Source::Kind::Installed, String::FromUtf8(m_file)});
+    const auto output = testsupport::Captured([&] { EXPECT_TRUE(WriteGuidFile(Conf(), m_settings)); });
+    EXPECT_EQ(output.err, "WARNING! " + m_file + " is not written: it has other names.\n");
+    EXPECT_EQ(testfiles::Read(m_file), "{B}\nnull");
 }
 
 }  // namespace

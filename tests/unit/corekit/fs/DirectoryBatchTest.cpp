@@ -147,3 +147,24 @@ TEST(RemoveEntriesOf, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
     EXPECT_GE(offered, 100 * 20000);
     EXPECT_LE(offered, 101 * 20000);
 }
+
+TEST(PassLimit, LetsAShortPassEndByItself) {
+    const Workspace dir;
+    MakeFiles(dir, 3);
+    const auto directory = corekit::OpenDirectory(dir.Path());
+    ASSERT_TRUE(directory);
+    corekit::PassLimit limit;
+    EXPECT_FALSE(limit.IsReached(directory->Get(), corekit::PassLimit::kLong - 1));
+}
+
+TEST(PassLimit, EndsALongPassAfterWhatWasThere) {
+    const Workspace dir;
+    MakeFiles(dir, 3);
+    const auto directory = corekit::OpenDirectory(dir.Path());
+    ASSERT_TRUE(directory);
+    corekit::PassLimit limit;
+    EXPECT_FALSE(limit.IsReached(directory->Get(), corekit::PassLimit::kLong));
+    EXPECT_FALSE(limit.IsReached(directory->Get(), corekit::PassLimit::kLong + 3));
+    MakeFiles(dir, 9);
+    EXPECT_TRUE(limit.IsReached(directory->Get(), corekit::PassLimit::kLong + 4));
+}

@@ -1,0 +1,152 @@
+# A hostile user exchanges directories of his for links to root's all the time, in each place that he or the agent's own
+# user may own, while root configures, upgrades, moves and cleans: nothing of root's changes, and nothing of it is
+# copied to where he can read it. Some rounds of each; QDN_ROUNDS=5000 bats tests/attacks/exchange.bats for more.
+# shellcheck disable=SC2154 # a session says where things are
+load support
+
+name_the_places() {
+    theirs=$agent/theirs
+    otherDisk=/run/elsewhere/agent
+    places="queue tasks packages swd var logs guid tmp"
+}
+
+# A directory of the hostile user's with those that the configuration names, each with a link beside it.
+given_their_directories() {
+    local place
+    rm -rf "$theirs"
+    mkdir -m 0777 "$theirs"
+    for place in $places; do
+        mkdir -m 0777 "$theirs/$place"
+        echo "event" >"$theirs/$place/one.kse"
+        ln -s /root/treasure "$theirs/$place.link"
+    done
+    echo "{0A1B2C3D-0000-1111-2222-333344445555}" >"$theirs/guid/host.GUID"
+    chown -R -h 65534:65534 "$theirs" 2>/dev/null || true
+}
+
+# given_the_host DIRECTORY: an agent whose configuration names those directories, and what is to be configured, if
+# anything.
+given_the_host() {
+    rm -rf /run/elsewhere
+    forget_the_agent
+    given_an_old_agent 6.2
+    given_their_directories
+    sed -i -E "s,^event_queue_dir=.*,event_queue_dir=$theirs/queue,; s,^task_storage_path=.*,task_storage_path=$theirs/tasks,
+        s,^package_storage_path=.*,package_storage_path=$theirs/packages,; s,^swd_storage_path=.*,swd_storage_path=$theirs/swd,
+        s,^var=.*,var=$theirs/var,; s,^debug_output=.*,debug_output=$theirs/logs/file,
+        s,^guid_guid_file=.*,guid_guid_file=$theirs/guid/host.GUID,; s,^tmpdir=.*,tmpdir=$theirs/tmp," "$agent/etc/client.conf"
+    [ -n "$1" ] || return 0
+    given_the_package "$1"
+    given_plain_xml /tmp "$1"
+}
+
+given_a_big_treasure() {
+    name_the_places
+    mkdir -p /root/treasure/var
+    seq 20 | (cd /root/treasure && xargs touch)
+    for name in host.GUID file qdn-client.log one.kse; do echo "treasured word" >"/root/treasure/$name"; done
+    chmod -R go= /root/treasure
+    given_treasure
+}
+
+begin_to_swap() {
+    local place stranger=(setpriv --reuid 65534 --regid 65534 --clear-groups)
+    "${stranger[@]}" true 2>/dev/null || stranger=(env) # only root exists here
+    swappers=()
+    for place in "$@"; do
+        "${stranger[@]}" /usr/bin/python3 - "$theirs/$place" "$theirs/$place.link" <"$project/tests/attacks/swapper.py" &
+        swappers+=($!)
+    done
+}
+
+end_to_swap() {
+    kill "${swappers[@]}"
+    wait "${swappers[@]}" || true
+}
+
+# Nobody but root can read what root's files hold.
+expect_no_secret_copied() {
+    local found
+    found=$(find /opt /tmp /var/tmp /run/elsewhere -type f \( -perm -o=r -o -user 65534 \) -exec grep -l "treasured word" {} + 2>/dev/null || true)
+    [ -z "$found" ] || fail "copied: $found"
+}
+
+# rounds_of DIRECTORY ARGUMENT ...: the command, and the directory that it configures, while one place after another is
+# exchanged.
+rounds_of() {
+    local round number=0 place directory=$1 command=("${@:2}")
+    given_a_big_treasure
+    for ((round = 0; round < ${QDN_ROUNDS:-8}; round++)); do
+        set -- $places
+        shift $((number++ % $#))
+        place=$1
+        given_the_host "$directory"
+        begin_to_swap "$place"
+        status=0
+        timeout 60 "$program" "${command[@]}" >"$desk/out" 2>"$desk/err" || status=$?
+        end_to_swap
+        [ "$status" -le 1 ] || fail "status $status while $place was exchanged"
+        expect_treasure
+        expect_no_secret_copied
+    done
+}
+
+@test "an upgrade in place, while directories are exchanged for links, touches nothing of root's" {
+    rounds_of "$agent" -configure -noimode
+}
+
+@test "an upgrade to another directory, while directories are exchanged for links, touches nothing of root's" {
+    rounds_of "$elsewhere" -configure -noimode -dir "$elsewhere"
+}
+
+@test "an upgrade to another disk, while directories are exchanged for links, touches nothing of root's" {
+    name_the_places
+    rounds_of "$otherDisk" -configure -noimode -dir "$otherDisk"
+}
+
+@test "a clean, while directories are exchanged for links, touches nothing of root's" { rounds_of "" -clean "$agent"; }
+
+@test "the same links, standing there from the start, lead no command to anything of root's" {
+    local place directory
+    given_a_big_treasure
+    for directory in "$agent" "$elsewhere" "$otherDisk" ""; do
+        set -- -configure -noimode -dir "$directory"
+        [ -n "$directory" ] || set -- -clean "$agent"
+        for place in $places; do
+            given_the_host "$directory"
+            rm -rf "${theirs:?}/$place"
+            mv "$theirs/$place.link" "$theirs/$place"
+            status=0
+            timeout 60 "$program" "$@" >"$desk/out" 2>"$desk/err" || status=$?
+            [ "$status" -le 1 ] || fail "status $status of $*"
+            expect_treasure
+            expect_no_secret_copied
+        done
+    done
+}
+
+# Without that, a rig that never meets the moment would show nothing.
+@test "what removes by paths is led astray by the same exchange" {
+    local round
+    name_the_places
+    for ((round = 0; round < 2000; round++)); do
+        mkdir -p "$agent"
+        given_their_directories
+        rm -rf /root/treasure
+        mkdir -p /root/treasure
+        touch /root/treasure/one.kse
+        begin_to_swap queue
+        # Looks, and removes what it has seen: by the path.
+        /usr/bin/python3 -c '
+import os, sys
+for _ in range(200):
+    if not os.path.islink(sys.argv[1]):
+        try: os.unlink(sys.argv[1] + "/one.kse")
+        except OSError: pass' "$theirs/queue"
+        end_to_swap
+        [ -e /root/treasure/one.kse ] || return 0
+    done
+    fail "it was never led astray"
+}
+
+each_test_is_a_session
