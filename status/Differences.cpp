@@ -46,6 +46,15 @@ bool IsStricter(const Json& change) {
            !change.contains("attributes");
 }
 
+/// True for what the host's own tools write while they register a service or are asked for a package: the
+/// order of other services, and databases.
+bool IsHostsOwn(const std::string& path) {
+    const bool isRegistration = path.starts_with("/etc/init.d/") || path.starts_with("/etc/rc");
+    const bool isDatabase =
+        Preview::IsAtOrBelow(path, "/var/lib/rpm") || path.find("/.rpmdb") != std::string::npos;
+    return isDatabase || (isRegistration && path.find("zorvane") == std::string::npos);
+}
+
 /// Where a path of the host lies in the copy, in the process that built the copy.
 std::string InCopy(const Preview::HostCopy& copy, const std::string& path) {
     const Preview::Layer* layer = nullptr;
@@ -84,6 +93,7 @@ class Comparison {
     /// The change as a difference; null when it is none.
     Json Judge(Json change) const {
         const std::string path = change["path"].get<std::string>();
+        if (IsHostsOwn(path)) return nullptr;
         if (path == m_savedClientConf || Preview::IsAtOrBelow(path, m_handOverDir)) return nullptr;
         // An upgrade takes the helper away with the old package; no configuration has put it there.
         if (path == m_helper && change["action"] == "remove") return nullptr;

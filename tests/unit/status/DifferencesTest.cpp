@@ -109,6 +109,16 @@ TEST_F(StatusDifferences, TheSavedConfigurationAndHandOverFilesAreNone) {
                 IsEmpty());
 }
 
+TEST_F(StatusDifferences, WhatTheHostsToolsKeepForThemselvesIsNone_ButTheServiceIsOne) {
+    EXPECT_THAT(After([] {
+                    for (const char* path :
+                         {"/etc/init.d/.depend.boot", "/etc/rc0.d/K02other", "/root/.rpmdb/rpmdb.sqlite",
+                          "/var/lib/rpm/rpmdb.sqlite-shm", "/etc/init.d/zorvane", "/etc/rc3.d/S99zorvane"})
+                        testfiles::Write(path, "");
+                }),
+                ElementsAre("create /etc/init.d/zorvane", "create /etc/rc3.d/S99zorvane"));
+}
+
 TEST_F(StatusDifferences, ALinkThatIsLeftToSomebodyElseIsOne) {
     testfiles::Write("/opt/agent/links/qdn-monitor", "somebody's");
     const auto run = [] {
