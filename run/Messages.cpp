@@ -27,9 +27,10 @@ void WarnKept(const String& path, const String& why) {
 }
 
 void WarnNotMade(const corekit::Result& failure) {
-    const String text = Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".";
-    failuresToMake.insert(text);
-    Warn(L"WARNING! " + text + L"\n");
+    const String warning =
+        L"WARNING! " + Shown(failure.Path()) + L" could not be made: " + GetErrorMsg(failure) + L".";
+    failuresToMake.insert(warning.Mid(String(L"WARNING! ").Length()));
+    Warn(warning + L"\n");
 }
 
 void WarnNotReplaced(const String& path) {

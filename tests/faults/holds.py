@@ -1,5 +1,6 @@
 """What must hold after a disturbed run, and after the next one."""
 import collections
+import hashlib
 import re
 
 import machine
@@ -20,6 +21,8 @@ SERVICE = "/etc/init.d/zorvane"  # what a link of a run level may also lead to
 HALF_MADE = re.compile(r"/\.[^/]+\.unfinished(/|$)|/\.qdn-configure\.\w{6}(/|$)|^/tmp/\.{1,2}zorvane-agent-installer\.|"
                        r"^/run/qdn-configure\.lock$")
 DATA = re.compile(r"/var/(queue|tasks|packages|swd)/")
+# The identifier of the stories' agents as this version writes it.
+IDENTIFIER = hashlib.sha1(b"{0A1B2C3D-0000-1111-2222-333344445555}\nnull").hexdigest()
 # What a run that has not come to its end leaves for the next one.
 MARKS = re.compile(r"/etc/\.(unfinished|unmoved|moved)$")
 # Of a pattern, the directory that its files are in.
@@ -143,6 +146,7 @@ class Checks:
             expected, found = self.should_be(path), machine.value_in(outcome.after, path)
             may_differ = (self.is_kept(path) or self.is_saved_again(path, found) or
                           self.is_old_identifier(outcome, path, expected, found) or
+                          self.is_in_this_form(outcome, path, found) or
                           point[0] != "once" and self.is_bare(path, outcome.after) or
                           point[0] == "lasting" and self.is_forgiven(path, expected))
             if expected != found and not may_differ:
@@ -157,6 +161,11 @@ class Checks:
         takes it for the agent's own."""
         is_between = outcome.first.status != 0 and content_at(outcome.left, self.conf) == self.reference.conf
         return is_between and path.endswith("/host.GUID") and expected is None and found and machine.before(path)
+
+    def is_in_this_form(self, outcome, path, found):
+        """The file of version 5.6 stays as it is; a run that finds the new agent gives it this version's form."""
+        is_upgraded = content_at(outcome.left, self.conf) == self.reference.conf
+        return is_upgraded and path.endswith("/host.GUID") and found is not None and found.content == IDENTIFIER
 
     def is_bare(self, path, after):
         """When a clean is stopped behind its last file, client.conf, its directories stay, empty: without that file the
