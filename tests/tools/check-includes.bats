@@ -2,7 +2,8 @@
 
 setup() {
     house=$BATS_TEST_TMPDIR/house
-    for folder in corekit/text corekit/os corekit/fs/detail deploykit run settings config agents/removal integration preview app; do
+    for folder in corekit/text corekit/os corekit/fs/detail deploykit run settings config agents/removal integration preview apply \
+        status app; do
         mkdir -p "$house/$folder"
     done
 }
