@@ -96,7 +96,7 @@ Outcome<> WriteCopy(const String& copy, const std::string& bytes) {
 String DirOfUnfinishedUpgrade(const Agent& installed, const String& named) {
     const Unfinished left = FindUnfinishedRun(named);
     if (left == Unfinished::Upgrade || left == Unfinished::Saving) return named;
-    const String conf = installed.ConfPath();
+    const String& conf = installed.ConfPath();
     if (!conf.EndsWith(Names::kSavedClientConf)) return String();
     return conf.Left(conf.Length() - String(Names::kSavedClientConf).Length());
 }

@@ -77,6 +77,7 @@ rounds_of() {
     local round number=0 place directory=$1 command=("${@:2}")
     given_a_big_treasure
     for ((round = 0; round < ${QDN_ROUNDS:-8}; round++)); do
+        # shellcheck disable=SC2086 # several
         set -- $places
         shift $((number++ % $#))
         place=$1
