@@ -1,6 +1,7 @@
 // The journal's files. Each is written whole and flushed; CBOR takes paths as the bytes that they are.
 #include "apply/Journal.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <nlohmann/json.hpp>
 
@@ -149,8 +150,8 @@ Outcome<> Discard() {
         if (!read) return read.error();
         stores = read->stores;
     }
-    std::vector<String> left;
-    for (const std::string& store : stores) left.push_back(String::FromUtf8(store));
+    std::vector<String> left(stores.size());
+    std::ranges::transform(stores, left.begin(), String::FromUtf8);
     // The list of the stores goes after them, and what says that all is over goes last.
     for (const wchar_t* note : {kJournal, kStores, kOver}) left.emplace_back(note);
     for (const String& path : left) {

@@ -13,7 +13,6 @@ namespace Zorvane::AgentInstaller::Apply {
 
 using corekit::Result;
 using corekit::String;
-using Preview::FileState;
 using Preview::FileType;
 using Preview::IsAtOrBelow;
 using Preview::Mount;

@@ -5,7 +5,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdint>
-#include <cstring>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -14,14 +13,14 @@ namespace corekit::SystemLog {
 
 namespace {
 
-constexpr const char* kJournal = "/run/systemd/journal/socket";
-constexpr const char* kSyslog = "/dev/log";
+constexpr std::string_view kJournal = "/run/systemd/journal/socket";
+constexpr std::string_view kSyslog = "/dev/log";
 
 /// Sends all pieces at once. Allocates nothing: a signal's handler calls it.
-bool Send(const char* path, int type, std::span<const std::string_view> pieces) {
+bool Send(std::string_view path, int type, std::span<const std::string_view> pieces) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    std::strcpy(address.sun_path, path);
+    path.copy(address.sun_path, sizeof address.sun_path - 1);  // its end is zero already
     std::array<iovec, 8> parts{};
     const std::size_t count = std::min(pieces.size(), parts.size());
     for (std::size_t i = 0; i < count; ++i)
