@@ -110,7 +110,7 @@ unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
         m_isWrongUse = true;
         return kUsageError;
     }
-    if (const auto checked = CheckRehearsal(arguments); !checked) return EndFailed(checked.error());
+    if (const auto checked = CheckRehearsal(); !checked) return EndFailed(checked.error());
     const bool isShown = !m_options.json || !m_options.yes;
     const String report = Preview::TextReport(*m_document, ColoursOfOutput(), Preview::Output::SeenAlready);
     if (isShown) m_options.json ? Messages::Warn(report) : Messages::Tell(report);
@@ -149,7 +149,7 @@ void ApplyCommand::TellRecord(const std::vector<String>& arguments) {
 }
 
 /// What ends the run before anything has been changed.
-Outcome<> ApplyCommand::CheckRehearsal(const std::vector<String>&) const {
+Outcome<> ApplyCommand::CheckRehearsal() const {
     const Json& document = *m_document;
     const auto textOf = [&](const char* field) {
         return document[field].is_string() ? String::FromUtf8(document[field].get<std::string>()) : String();

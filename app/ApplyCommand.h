@@ -39,7 +39,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
 
     unsigned Apply(const std::vector<corekit::String>& arguments);
     Outcome<> Rehearse(const std::vector<corekit::String>& arguments);
-    Outcome<> CheckRehearsal(const std::vector<corekit::String>& arguments) const;
+    Outcome<> CheckRehearsal() const;
     void TellRecord(const std::vector<corekit::String>& arguments);
     bool IsAgreed() const;
     unsigned Attempt(const std::vector<corekit::String>& arguments);

@@ -53,6 +53,7 @@ class Restorer {
     }
     void CollectSaved();
     Result Hold(const SavedMove& move) const;
+    Result MakeDirectory(const std::string& path);
     Result PutBack(const SavedEntry& entry);
     Result PutBackWhole(const SavedEntry& entry);
     Result Retire(const std::string& path);
@@ -133,18 +134,20 @@ Result Restorer::PutBackWhole(const SavedEntry& entry) {
     return Keeping::Move(String::FromUtf8(entry.saved), place);
 }
 
+/// What stands in the place of the directory goes to the files of the attempt.
+Result Restorer::MakeDirectory(const std::string& path) {
+    if (IsDirectory(path)) return Result();
+    const Result retired = IsThere(path) ? Retire(path) : Result();
+    return retired ? corekit::Dir::CreateR(String::FromUtf8(path)) : retired;
+}
+
 Result Restorer::PutBack(const SavedEntry& entry) {
     const String place = String::FromUtf8(entry.path);
     switch (entry.kind) {
         case SavedEntry::Kind::Absent:
             return IsThere(entry.path) ? Retire(entry.path) : Result();
         case SavedEntry::Kind::Itself:
-            if (!IsDirectory(entry.path)) {
-                if (IsThere(entry.path)) {
-                    if (const Result removed = Retire(entry.path); !removed) return removed;
-                }
-                if (const Result made = corekit::Dir::CreateR(place); !made) return made;
-            }
+            if (const Result made = MakeDirectory(entry.path); !made) return made;
             break;
         case SavedEntry::Kind::Whole:
             if (const Result back = PutBackWhole(entry); !back) return back;

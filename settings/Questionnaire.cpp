@@ -104,10 +104,8 @@ Outcome<> RunQuestionnaire(Settings& settings, const TakeUp& takeUp) {
         if (question.key == L"InstallDir" && takeUp) {
             const auto taken = takeUp(*answer, unanswered);
             if (!taken) return taken.error();
-            if (*taken) {
-                settings = unanswered;
-                StoreServer(server, settings);
-            }
+            if (*taken) settings = unanswered;
+            if (*taken) StoreServer(server, settings);
         }
         Store(*answer, question, settings);
     }
