@@ -43,6 +43,7 @@ script/bench xml|person
 script/build|script/test
 script/build dev|script/test
 script/check|.ci/run
+script/check --quick|.ci/run
 script/check-includes|script/check
 script/coverage|person
 script/demo|.ci/run
