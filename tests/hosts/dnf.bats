@@ -44,7 +44,7 @@ END
 # In the root, and as far as possible nowhere else. What it says is kept.
 on_root_dnf() {
     status=0
-    dnf --installroot="$root" --releasever=1 --setopt=reposdir="$HOST_WORK/yum.repos.d" --setopt=cachedir=/session/cache \
+    dnf --refresh --installroot="$root" --releasever=1 --setopt=reposdir="$HOST_WORK/yum.repos.d" --setopt=cachedir=/session/cache \
         --setopt=logdir="$HOST_WORK/log" --setopt=plugins=0 -y "$@" >"$HOST_WORK/out" 2>&1 </dev/null || status=$?
 }
 

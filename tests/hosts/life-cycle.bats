@@ -106,7 +106,7 @@ printf '%s\n' '[Version]' agent_major=6 agent_minor=0 agent_build=340 '[Kell Ser
 chown -R nobody /tmp/ksclt
 install 6.0.350
 expect_status 0
-grep -qx 'WARNING! /tmp/ksclt/.migrate-client.conf is not used: it belongs to another user.' /session/err
+grep -qx 'WARNING! /tmp/ksclt/.migrate-client.conf is not used: /tmp/ksclt belongs to another user.' /session/err
 grep -qx 'qdn-ksclt: The Zorvane Agent is installed, but not configured. Answer its questions by' /session/err
 [ ! -e "$conf" ]
 END
