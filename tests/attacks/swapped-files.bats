@@ -5,9 +5,12 @@ load support
 # Two files take turns at a path, some hundred thousand times a second, until `end_the_race`. They change places, so
 # that neither is ever missing there.
 given_a_race() {
+    local first
     mv "$2" "$1"
+    first=$(stat -c %i "$1")
     /usr/bin/python3 - "$1" "$3" <"$project/tests/attacks/swapper.py" &
     race=$!
+    while [ "$(stat -c %i "$1")" = "$first" ]; do kill -0 "$race"; done # until it is in full swing
 }
 
 end_the_race() {
