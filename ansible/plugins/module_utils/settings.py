@@ -32,7 +32,7 @@ class Setting(object):
         self.choices = choices
 
     def argument(self):
-        """The option's specification."""
+        """What Ansible is told of the option."""
         argument = {'type': 'path' if self.kind == 'path' else self.kind}
         if self.kind == 'detail':
             argument['type'] = 'str'
