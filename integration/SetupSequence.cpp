@@ -66,10 +66,9 @@ Outcome<> PrepareDirectories(const SetupContext& context) {
 
 /// The identifier is on the host before the old agent's file of it goes. Where its directory cannot be made,
 /// the step that prepares the directories says so.
-Outcome<> WriteIdentifier(const SetupContext& context) {
+Outcome<> WriteIdentifier(const SetupContext& context, const IniFile& conf) {
     if (!context.settings->IsSet(L"Guid")) return {};
     const CurrentDirectory there(context.settings->Get(L"InstallDir"));
-    const IniFile conf(context.generatedConfPath);
     const String path = GetValue(conf, Key::kGuidFile);
     // Without it the file cannot be written, which is told.
     if (!path.IsEmpty()) Forgive(CreateConfiguredDirectory(corekit::Path::GetDirectory(path)));
@@ -105,14 +104,15 @@ Outcome<> CheckSetupSequence(const SetupContext& context) {
 
 Outcome<> PlaceClientConf(SetupContext& context) {
     if (const auto placeable = CheckClientConf(context); !placeable) return placeable;
-    if (const auto written = WriteIdentifier(context); !written) return written;
     const String confPath = ClientConfPath(context);
+    const auto generated = corekit::File::ReadBytes(context.generatedConfPath);
+    if (!generated) return FailToPlace(confPath, generated.error());
+    const IniFile conf(context.generatedConfPath, *generated, IniFile::KeyCase::Exact);
+    if (const auto written = WriteIdentifier(context, conf); !written) return written;
     context.isFirst = !corekit::File::Exists(confPath);
     // It is written anew rather than moved: a file keeps the security label of where it was made, and the one
     // that is replaced may have attributes of its own.
-    const auto generated = corekit::File::ReadBytes(context.generatedConfPath);
-    const Result placed =
-        generated ? corekit::File::WriteBytes(confPath, *generated, {.mode = kPrivate}) : generated.error();
+    const Result placed = corekit::File::WriteBytes(confPath, *generated, {.mode = kPrivate});
     if (!placed) return FailToPlace(confPath, placed);
     Forgive(corekit::File::Remove(context.generatedConfPath, corekit::HostDirectory::Meant));
     context.confPath = confPath;
