@@ -145,7 +145,9 @@ END
     grep -q '^# Should-Start:' /etc/init.d/zorvane
 }
 
-@test "the agent is started, its status shown, and it can be stopped, cleaned and told from a stranger" {
+# started_under SHELL: the life of an agent that the run has started, where /bin/sh is that shell.
+started_under() {
+    ln -sf "$(command -v "$1")" /usr/bin/sh
     given_the_package
     given_plain_xml
     sed -i 's/Start="no"/Start="yes"/' "/tmp/$xml"
@@ -161,6 +163,9 @@ Zorvane Agent is running (pid $pid).
 Configuration complete.
 
 END
+    # It can be ended: of all signals only the end of a child is ever held back, by the shell that the sample is.
+    blocked=$(sed -n 's/^SigBlk:\t*//p' "/proc/$pid/status")
+    [ $((0x$blocked & ~0x10000)) -eq 0 ]
     qdn_configure -clean "$agent"
     expect_status 1
     kill -0 "$pid"
@@ -169,6 +174,14 @@ END
     qdn_configure -clean "$agent"
     expect_status 0
     expect_missing "$agent" /etc/init.d/zorvane
+}
+
+@test "the agent is started, its status shown, and it can be stopped, cleaned and told from a stranger" {
+    started_under dash
+}
+
+@test "a host whose shell is bash starts the agent with no signal held back" {
+    started_under bash
 }
 
 each_test_is_a_session
