@@ -19,9 +19,9 @@ conf_value() {
     [ "$(conf_value tmpdir)" = "" ]
 }
 
-# Runs a function of the scriptlets with `agent` in a directory of the test's.
+# Runs a function of the scriptlets with `agent` in a directory of the test's. No agent that runs on the machine is its.
 scriptlet() {
-    sh -c '. "$1" && agent=$2 && program=$agent/bin/qdn-configure.bin && hand_over=$2/hand-over &&
+    sh -c '. "$1" && agent_runs() { return 1; } && agent=$2 && program=$agent/bin/qdn-configure.bin && hand_over=$2/hand-over &&
         kept_conf=$hand_over/kept && shift 2 && "$@"' sh "$functions" "$BATS_TEST_TMPDIR" "$@"
 }
 
