@@ -42,6 +42,10 @@ Outcome<> CreateNewAgent(ConfigureRun& run, const String& givenDir) {
     run.newAgent = CreateCurrentAgent();
     TakePackageDir(run);
     if (!givenDir.IsEmpty()) run.settings->Set(L"InstallDir", givenDir, {Source::Kind::Option, L"-dir"});
+    if (run.settings->IsSet(L"InstallDir")) {
+        String& directory = run.settings->Value(L"InstallDir");
+        directory = WithoutTrailingSlashes(directory);
+    }
     // GCOVR_EXCL_START: there always is one
     if (!run.newAgent) return Fail(L"Failed to create the new agent object.");
     // GCOVR_EXCL_STOP

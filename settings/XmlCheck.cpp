@@ -8,6 +8,7 @@
 
 #include "corekit/text/Ascii.h"
 #include "corekit/text/Text.h"
+#include "corekit/text/Url.h"
 #include "run/Messages.h"
 #include "settings/ServerUrl.h"
 #include "settings/XmlFormat.h"
@@ -27,7 +28,7 @@ bool IsOneOf(const String& value, std::initializer_list<std::wstring_view> words
 }
 
 bool IsYesOrNo(const String& value) {
-    return corekit::Text::StrToBool(value) || IsOneOf(value, {L"no", L"n", L"false", L"off", L"0"});
+    return corekit::Text::StrToBool(value) || IsWordForNo(value);
 }
 
 /// A host with or without a port, or a whole URL.
@@ -148,6 +149,7 @@ class Check {
     String m_path;
     bool m_namesServer;              // by a name or an address that counts
     std::optional<ServerUrl> m_url;  // of a server that is named by a URL
+    int m_portOfName;                // of one that is not; negative without one
     std::set<String> m_seen;         // elements
     std::set<String> m_misplaced;    // elements that are not where they belong: so is what is in them
 };
@@ -159,6 +161,7 @@ Check::Check(const BasicXml& document, const String& path) : m_path(path) {
     const String server = useAddress ? attributes[L"KSIPAddress"] : document.GetText(L"KSName").Trim();
     m_namesServer = !server.IsEmpty();
     m_url = ServerUrl::FromFullUrl(server);
+    m_portOfName = m_url ? -1 : corekit::Url(server).GetPort();
 }
 
 void Check::Visit(const BasicXml::Element& element) {
@@ -223,6 +226,7 @@ String Check::WhyNotWithServer(const XmlItem& item, const String& value) const {
         if (m_url && m_url->Port() != value.ToInt()) {
             return L"the URL of the server has port " + String::FromInt(m_url->Port());
         }
+        if (m_portOfName >= 0) return L"the name of the server has port " + String::FromInt(m_portOfName);
     }
     if (item.value == XmlValue::Protocol && m_url && m_url->GetProtocol() != value.Lower()) {
         return L"the URL of the server has " + m_url->GetProtocol();
@@ -237,6 +241,10 @@ void Check::Warn(const BasicXml::Position& position, const String& what) const {
 }
 
 }  // namespace
+
+bool IsWordForNo(const String& value) {
+    return IsOneOf(value.Trim(), {L"no", L"n", L"false", L"off", L"0"});
+}
 
 void WarnOfXmlMistakes(const BasicXml& document, const String& path) {
     Check check(document, path);

@@ -7,6 +7,7 @@
 #include "corekit/text/Text.h"
 #include "kDefaultConfig.embedded.h"
 #include "settings/ServerUrl.h"
+#include "settings/XmlCheck.h"
 #include "settings/XmlFormat.h"
 
 namespace Zorvane::AgentInstaller {
@@ -112,6 +113,7 @@ String NormalisedGuid(const String& guid) {
 String Normalised(const String& value, XmlValue kind) {
     if (value.IsEmpty()) return value;
     if (kind == XmlValue::YesNo && corekit::Text::StrToBool(value)) return L"yes";
+    if (kind == XmlValue::YesNo && IsWordForNo(value)) return L"no";
     // Nothing is thrown away by mistake.
     if (kind == XmlValue::Upgrade && value != L"no") return L"yes";
     if (kind == XmlValue::Protocol) return value.Lower();

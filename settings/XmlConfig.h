@@ -9,8 +9,8 @@
 namespace Zorvane::AgentInstaller {
 
 /// The settings of a document; `path` is the file that their sources name. What the document lacks is present
-/// with an empty value. Guid is in upper case and in braces; a word for "yes" is "yes"; an Upgrade that is
-/// neither "yes" nor "no" is "yes".
+/// with an empty value. Guid is in upper case and in braces; a word for "yes" is "yes", one for "no"
+/// is "no"; an Upgrade that is neither "yes" nor "no" is "yes".
 ///
 /// KSName, KSProtocol and KSUrlFormat come together: from KSName with KSPort and KSProtocol ("http" without
 /// one), or all three from a KSName that is a URL. A document that names no server gives none of them.

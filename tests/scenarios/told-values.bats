@@ -107,6 +107,15 @@ END
     [ "$(stat -c %a "$agent/bin/qdn-monitor")" = 555 ]
 }
 
+@test "a no in other words outlives the next upgrade, too" {
+    given_a_configured_agent 'AllowNonRoot="No" EnableNICError="off" StartupOnBoot="FALSE"'
+    QDN_INSTALL_AUTOSTART=no configure
+    expect_value Installation allow_non_root no
+    expect_value Installation startup_on_boot no
+    expect_value Installation enable_nic_error no
+    expect_missing /etc/init.d/zorvane
+}
+
 @test "Upgrade=\"no\" drops what was recorded for the next upgrade" {
     given_a_configured_agent 'AllowNonRoot="no" EnableNICError="no" StartupOnBoot="no"'
     tail -n 4 "$agent/etc/client.conf" | same "end of client.conf" <(

@@ -39,6 +39,14 @@ TEST_F(InstallDirectory, StaysWhereNeitherNamesOne) {
     EXPECT_EQ(InstallDir(), L"/opt/xml");
 }
 
+TEST_F(InstallDirectory, HasNoSlashAtItsEndWhenItIsProposed) {
+    static_cast<void>(CreateNewAgent(m_run, L"/opt/given//"));
+    EXPECT_EQ(InstallDir(), L"/opt/given");
+    InstallDir() = L"/opt/xml/";
+    static_cast<void>(CreateNewAgent(m_run, L""));
+    EXPECT_EQ(InstallDir(), L"/opt/xml");
+}
+
 TEST_F(InstallDirectory, IsThePackagesWhereNoSourceNamedAny) {
     CompleteInstallDir(m_run);
     EXPECT_EQ(InstallDir(), L"");

@@ -102,6 +102,9 @@ TEST(XmlCheck, TellsOfAPortOrAProtocolThatDoesNotGoWithTheServer) {
               Warning("1:49", "KSPort \"8080\": the URL of the server has port 443") +
                   Warning("1:70", "KSProtocol \"http\": the URL of the server has https"));
     EXPECT_EQ(ToldInRoot("<KSName>https://a</KSName><KSPort>443</KSPort><KSProtocol>HTTPS</KSProtocol>"), "");
+    EXPECT_EQ(ToldInRoot("<KSName>a:80</KSName><KSPort>8080</KSPort>"),
+              Warning("1:44", "KSPort \"8080\": the name of the server has port 80"));
+    EXPECT_EQ(ToldInRoot("<KSName>[::1]</KSName><KSPort>8080</KSPort>"), "");
 }
 
 TEST(XmlCheck, TellsOfAnUpgradeThatIsNeitherYesNorNo) {

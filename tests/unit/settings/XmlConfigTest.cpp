@@ -187,6 +187,17 @@ TEST(XmlConfig, EveryWordForYesIsYes) {
     EXPECT_EQ(ReadRoot("<Settings Start='maybe'/>")->Get(L"Start"), L"maybe");
 }
 
+TEST(XmlConfig, EveryWordForNoIsNo) {
+    for (const char* word : {"no", "NO", " n", "False", "off", "0"}) {
+        SCOPED_TRACE(word);
+        const auto settings =
+            ReadRoot("<Settings AllowNonRoot='" + std::string(word) + "' UseKSIPAddress='" + word + "'/>");
+        EXPECT_EQ(settings->Get(L"AllowNonRoot"), L"no");
+        EXPECT_EQ(settings->Record(L"AllowNonRoot").used.given, String::FromUtf8(word));
+        EXPECT_EQ(settings->Get(L"UseKSIPAddress"), String::FromUtf8(word));
+    }
+}
+
 TEST(XmlConfig, AnUpgradeThatIsNeitherYesNorNoIsYes) {
     for (const char* word : {"yes", "Yes", "NO", "0", "maybe"})
         EXPECT_EQ(ReadRoot("<Settings Upgrade='" + std::string(word) + "'/>")->Get(L"Upgrade"), L"yes")
