@@ -46,7 +46,8 @@ constexpr FileMode kConfiguration[] = {
     {kIdentifier, 0644},
     {L"/etc/config.xml", 0644},
 };
-constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}};
+/// The operator may have made links of them.
+constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}, {L"", 0755}};
 
 /// The machine's identifier may be known by another name, where its mode is somebody else's business.
 bool IsSharedIdentifier(const String& path) {
@@ -121,9 +122,8 @@ Outcome<> SetInstallPermissions(const SetupContext& context) {
     setter.SetFiles(installDir + L"/etc", 0444);
     setter.SetModes(installDir, kConfiguration);
     setter.SetFiles(installDir + L"/lib", kForAll);
-    setter.SetModes(installDir, kDirectories);
-    // The operator named it, and may have named a link.
-    setter.SetMode(corekit::Path::Resolve(installDir), 0755);
+    for (const FileMode& row : kDirectories)
+        setter.SetMode(corekit::Path::Resolve(installDir + row.file), row.mode);
     setter.Tell();
     return {};
 }

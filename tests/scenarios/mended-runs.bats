@@ -70,6 +70,92 @@ Configuration complete.
 END
 }
 
+# given_settings ATTRIBUTES ELEMENTS [IN_ROOT [DIR]]: the XML file with these in Settings and beside it, and the agent in DIR.
+given_settings() {
+    given_xml /tmp <<END
+<KSAgentConfiguration>
+  <KSName>kell.example</KSName>
+  ${3:-}
+  <Settings Start="no" RunLevel="rc3" $1>$2<InstallDir>${4:-$agent}</InstallDir></Settings>
+</KSAgentConfiguration>
+END
+}
+
+configure_quietly() { qdn_configure -configure -noimode -quiet; }
+
+@test "an identifier file in the place of the host's is told, and written once the XML file names another place" {
+    ln -sfn /run/lock /var/lock
+    given_the_package
+    given_settings 'Upgrade="no"' '<GuidDir>/var</GuidDir><GuidFile>lock</GuidFile>' '<Guid>ab-12</Guid>'
+    configure_quietly
+    expect_status 0
+    expect_errors <<<"WARNING! /var/lock is not written: it is not a regular file."
+    [ "$(readlink /var/lock)" = /run/lock ]
+
+    given_settings 'Upgrade="no"' '<GuidDir>/var/agent</GuidDir><GuidFile>id</GuidFile>' '<Guid>ab-12</Guid>'
+    configure_quietly
+    expect_status 0
+    expect_no_errors
+    printf '{AB-12}\nnull' | expect_file /var/agent/id
+}
+
+@test "a mistyped directory for links fails the run before the old agent is touched, and the corrected XML file is used" {
+    given_an_upgrade_to_make
+    given_settings 'Upgrade="no"' '<BinDir>/usr/bni</BinDir>'
+    configure_quietly
+    expect_status 1
+    expect_errors <<END
+ERROR: Directory /usr/bni specified in Configuration file, must exist and be writable.
+  /usr/bni: No such file or directory
+END
+    expect_no_changes
+
+    sed -i s,/usr/bni,/usr/bin, "/tmp/$xml"
+    configure_quietly
+    expect_status 0
+    expect_no_errors
+    expect_value "Kell Servers" server-1 kell.example
+    [ "$(readlink /usr/bin/qdn-monitor)" = "$agent/bin/qdn-monitor" ]
+    expect_file "$agent/etc/client.conf.old" <"$desk/old.conf"
+}
+
+@test "misspelt names are told with their places, and once they are corrected what they give outlives the next upgrade" {
+    given_the_package
+    given_settings 'AllowNonRot="no"' '<EventLog LogSise="512"/>' '<KSprotocol>https</KSprotocol>'
+    configure_quietly
+    expect_status 0
+    expect_errors <<END
+WARNING! /tmp/$xml:3:3: unknown element KSprotocol (KSProtocol?).
+WARNING! /tmp/$xml:4:39: unknown attribute AllowNonRot (AllowNonRoot?).
+WARNING! /tmp/$xml:4:66: unknown attribute LogSise (LogSize?).
+END
+    given_settings 'Upgrade="no" AllowNonRoot="no"' '<EventLog LogSize="512"/>' '<KSProtocol>https</KSProtocol>'
+    configure_quietly
+    expect_no_errors
+    QDN_INSTALL_AUTOSTART=no configure_quietly
+    expect_status 0
+    expect_no_errors
+    expect_value Configuration debug_file_size 512
+    expect_value "Client Transport" ks_url_format https://%server%/Zorvane/
+    expect_value Installation allow_non_root no
+}
+
+@test "an install directory with a blank fails the run, and the package without one is configured by the corrected XML file" {
+    given_the_package "/opt/my agent"
+    given_settings '' '' '' '/opt/my agent'
+    configure_quietly
+    expect_status 1
+    expect_errors <<<"ERROR: Install directory /opt/my agent contains characters that are not allowed."
+    expect_no_changes
+
+    mv "/opt/my agent" /opt/my-agent
+    sed -i "s,my agent,my-agent," "/tmp/$xml"
+    configure_quietly
+    expect_status 0
+    expect_no_errors
+    expect_value Configuration installdir /opt/my-agent /opt/my-agent/etc/client.conf
+}
+
 @test "a first configuration that was killed is mended by correcting the XML file and running it again" {
     given_the_package
     given_plain_xml

@@ -110,6 +110,17 @@ TEST_F(Permissions, AnInstallDirectoryThatIsALinkIsOpenToAllWhereItLeads) {
     std::filesystem::remove("/opt/link");
 }
 
+TEST_F(Permissions, ADirectoryOfItThatIsALinkIsOpenToAllWhereItLeads) {
+    for (const std::string directory : {"bin", "etc", "lib"}) {
+        std::filesystem::rename("/opt/agent/" + directory, "/opt/real-" + directory);
+        ASSERT_EQ(chmod(("/opt/real-" + directory).c_str(), 0700), 0);
+        ASSERT_EQ(symlink(("../real-" + directory).c_str(), ("/opt/agent/" + directory).c_str()), 0);
+        EXPECT_TRUE(SetInstallPermissions(m_context));
+        EXPECT_EQ(testfiles::Mode("/opt/real-" + directory), 0755U);
+        std::filesystem::remove_all("/opt/real-" + directory);
+    }
+}
+
 TEST_F(Permissions, AMissingInstallationIsNoFailure) {
     std::filesystem::remove_all("/opt/agent");
     testing::internal::CaptureStderr();
