@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <utility>
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
@@ -16,6 +17,7 @@ namespace Zorvane::AgentInstaller {
 using corekit::HostDirectory;
 using corekit::Result;
 using corekit::String;
+namespace Path = corekit::Path;
 
 namespace {
 
@@ -23,12 +25,14 @@ namespace {
 /// is mounted in the tree. The link of another user may go as well.
 constexpr std::array kPassing = {EROFS, EPERM, EBUSY, corekit::kBelongsToOthers};
 
+bool HasWildcardName(const String& path) {
+    return corekit::HasWildcard(Path::GetFileName(path).Utf8());
+}
+
 /// True if the program itself refuses to remove the path because it belongs to the host.
 bool IsHosts(const String& path) {
-    namespace Path = corekit::Path;
     const Result refused(EPERM);
-    if (corekit::HasWildcard(Path::GetFileName(path).Utf8()))
-        return corekit::CheckRemovable(Path::GetDirectory(path)) == refused;
+    if (HasWildcardName(path)) return corekit::CheckRemovable(Path::GetDirectory(path)) == refused;
     return corekit::CheckRemovable(path) == refused || corekit::File::CheckRemovable(path) == refused;
 }
 
@@ -42,8 +46,11 @@ bool MayPass(const String& path, const Result& removal, HostDirectory hostDirect
 
 void RemovalOutcome::Add(const String& path, const Result& removal, HostDirectory hostDirectory) {
     if (removal || !MayPass(path, removal, hostDirectory)) return;
-    // Of a tree, the entry that could not be removed.
-    const String& entry = removal.Path().StartsWith(L"/") ? removal.Path() : path;
+    // Of a tree, the entry that could not be removed; but of what others have put on the way, what was asked
+    // for, since the reason names the rest.
+    const bool isOnTheWay = removal.Code() == corekit::kBelongsToOthers;
+    const String asked = isOnTheWay && HasWildcardName(path) ? Path::GetDirectory(path) : path;
+    const String& entry = !isOnTheWay && removal.Path().StartsWith(L"/") ? removal.Path() : asked;
     const bool endsInSlash = entry.Length() > 1 && entry.EndsWith(L"/");
     m_left.try_emplace(endsInSlash ? entry.Left(entry.Length() - 1) : entry, Remainder{removal});
 }
@@ -54,15 +61,18 @@ void RemovalOutcome::Add(const RemovalOutcome& others) {
 }
 
 void RemovalOutcome::Tell() {
+    String onTheWay;  // what lies below it is not reached for the same reason
     for (auto& [path, remainder] : m_left) {
-        if (remainder.isTold) continue;
+        const bool isOthers = remainder.why.Code() == corekit::kBelongsToOthers;
+        const bool isBelow = isOthers && !onTheWay.IsEmpty() && path.StartsWith(onTheWay + L"/");
+        if (isOthers && !isBelow) onTheWay = path;
+        if (std::exchange(remainder.isTold, true) || isBelow) continue;
         const String shown = Messages::Shown(path);
         const String why = Messages::Shown(GetErrorMsg(remainder.why));
-        if (remainder.why.Code() == corekit::kBelongsToOthers)
+        if (isOthers)
             Messages::Warn(L"WARNING! " + shown + L" is not used: " + why + L".\n");
         else
             Messages::Warn(L"WARNING! " + shown + L" could not be removed: " + why + L".\n");
-        remainder.isTold = true;
     }
 }
 
@@ -71,7 +81,6 @@ void RemoveFromHostDirectory(const String& path, RemovalOutcome& left) {
 }
 
 String DirectoryBehindLink(const String& directory, const String& confPath) {
-    namespace Path = corekit::Path;
     if (corekit::File::RefuseLink(directory).Code() != ELOOP) return directory;
     if (!Path::IsMatch(directory, Path::GetDirectory(Path::GetDirectory(confPath)))) return directory;
     const auto target = Path::Canonicalise(directory);
