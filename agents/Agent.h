@@ -11,6 +11,7 @@
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 #include "run/Failure.h"
+#include "run/TrustedFile.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
@@ -38,7 +39,9 @@ class Agent {
     /// that is not known or cannot be read.
     virtual Outcome<> RemoveFiles(const corekit::String& newConfPath) = 0;
 
-    /// Removes everything: the system integration and then, if that succeeded, the files.
+    /// Removes everything: the system integration and then, if that succeeded, the files. A client.conf that
+    /// is not root's may name anything: by that nothing goes but the directory that it lies in and what is
+    /// below, no service and no links, and what it leads to elsewhere is told.
     virtual Outcome<> Clean();
 
     /// True if the installation's settings can be carried over.
@@ -59,7 +62,7 @@ class Agent {
 
     /// Sets the file and the bytes that the agent was recognised by: from then on the agent is what these
     /// bytes say, whatever becomes of the file.
-    void SetConf(const corekit::String& path, const std::string& bytes);
+    void SetConf(const TrustedFile& file, const std::string& bytes);
 
     /// The bytes that the agent was recognised by; without those, what the file holds now. Fails when the
     /// file cannot be read.
@@ -75,10 +78,13 @@ class Agent {
     RemovalOutcome m_left;
 
   private:
+    Outcome<> CleanWithinBaseDir();
+
     corekit::String m_versionLabel;
     corekit::String m_installDir;
     corekit::String m_confPath;
     std::optional<std::string> m_confBytes;  // none: the file is read when it is needed
+    bool m_isConfRoots = true;
 };
 
 }  // namespace Zorvane::AgentInstaller

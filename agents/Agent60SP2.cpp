@@ -9,12 +9,6 @@
 
 namespace Zorvane::AgentInstaller {
 
-namespace {
-
-constexpr const wchar_t* kServiceScript = L"/etc/init.d/zorvane";
-
-}  // namespace
-
 bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
     m_left.Add(RemoveWrapperLinks(InstallDir(), GetValue(oldConf, Key::kBinDir)));
     return true;
@@ -23,7 +17,7 @@ bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
 bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
     Messages::Say(L"  Removing RC init links and scripts\n");
     const corekit::Result result = deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
-    m_left.Add(kServiceScript, result);
+    m_left.Add(Names::kServiceScript, result);
     return result.Ok();
 }
 

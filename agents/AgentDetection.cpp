@@ -144,7 +144,7 @@ std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     if (!bytes) return nullptr;
     const IniFile conf(file.Path(), *bytes, IniFile::KeyCase::FallBack);
     auto agent = CreateAgentForVersion(ReadAgentVersion(conf), GetValue(conf, Key::kInstallDir));
-    if (agent) agent->SetConf(file.Path(), *bytes);
+    if (agent) agent->SetConf(file, *bytes);
     return agent;
 }
 

@@ -22,6 +22,11 @@ constexpr ConfKey kNamedPaths[] = {
     Key::kVar,        Key::kGuidFile,      Key::kDebugOutput, Key::kCAInfo, Key::kCAPath,
 };
 
+constexpr ConfKey kCleanedPaths[] = {
+    Key::kInstallDir, Key::kBinDir, Key::kLibDir, Key::kEventQueueDir, Key::kTaskDir,     Key::kSwdDir,
+    Key::kPackageDir, Key::kVar,    Key::kTmpDir, Key::kGuidFile,      Key::kDebugOutput,
+};
+
 /// Without the slashes and the "." at the end of a path: no directory can be removed by that name.
 String WithoutDots(const String& path) {
     const std::wstring_view text = path.View();
@@ -55,6 +60,16 @@ std::vector<String> NamedPaths(const IniFile& conf) {
         addIfThere(value);
         corekit::StringTokenizer items(value, L";,: \t\"'");
         for (String item; items.GetToken(item);) addIfThere(item);
+    }
+    return paths;
+}
+
+std::vector<String> CleanedPaths(const IniFile& conf) {
+    std::vector<String> paths;
+    for (const ConfKey& key : kCleanedPaths) {
+        const String path = GetValue(conf, key);
+        const bool isNew = std::ranges::find(paths, path) == paths.end();
+        if (path.StartsWith(L"/") && isNew) paths.push_back(path);
     }
     return paths;
 }

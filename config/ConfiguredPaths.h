@@ -21,6 +21,9 @@ corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey&
 /// paths of what exists. None is empty, and none occurs twice.
 std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
 
+/// The absolute paths that the removal of an agent, of whichever version, is led by, as they stand there.
+std::vector<corekit::String> CleanedPaths(const corekit::IniFile& conf);
+
 /// Those of NamedPaths that are `place` or lie below it.
 std::vector<corekit::String> NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 

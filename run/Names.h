@@ -4,6 +4,7 @@
 namespace Zorvane::AgentInstaller::Names {
 
 inline constexpr const wchar_t* kServiceName = L"zorvane";
+inline constexpr const wchar_t* kServiceScript = L"/etc/init.d/zorvane";
 
 // Where the package is installed unless it is told otherwise.
 inline constexpr const wchar_t* kUsualInstallDir = L"/opt/zorvane/kell/ksagent";

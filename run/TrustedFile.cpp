@@ -48,14 +48,19 @@ bool OthersCanWrite(const struct stat& info) {
     return (info.st_mode & S_IWOTH) != 0 || ((info.st_mode & S_IWGRP) != 0 && !IsOurGroup(info.st_gid));
 }
 
-/// Judges an open directory and all above it: can others put files into it, or put another one in its place?
-Result FindExposure(const ParentDirectory& place, ChosenBy chosenBy, bool& exposed) {
+bool IsAnybody(uid_t) {
+    return true;
+}
+
+/// Judges an open directory and all above it: can others than these owners put files into it, or put another
+/// one in its place?
+Result FindExposure(const ParentDirectory& place, bool (&isTrusted)(uid_t), bool& exposed) {
     corekit::Descriptor held;
     for (int at = place.Fd(); !exposed; at = held.Get()) {
         const auto info = corekit::StatOf(at);
         if (!info) return info.error();
         // The sticky bit keeps all others from replacing what lies there, but not the directory's owner.
-        const bool byItsOwner = chosenBy == ChosenBy::Program && !IsOurs(info->st_uid);
+        const bool byItsOwner = !isTrusted(info->st_uid);
         const bool isSticky = at != place.Fd() && (info->st_mode & S_ISVTX) != 0;
         exposed = byItsOwner || ((info->st_mode & S_IWOTH) != 0 && !isSticky);
         auto above = corekit::OpenAt(at, "..", O_PATH | O_DIRECTORY);
@@ -66,6 +71,12 @@ Result FindExposure(const ParentDirectory& place, ChosenBy chosenBy, bool& expos
         held = std::move(*above);
     }
     return Result();
+}
+
+/// Is it root's file, in a place that only root can have given it?
+bool IsRootsAt(const ParentDirectory& place, const struct stat& file) {
+    bool isOthers = false;
+    return corekit::IsRoots(file.st_uid) && FindExposure(place, corekit::IsRoots, isOthers) && !isOthers;
 }
 
 /// Is the directory of hand-over files root's, and closed to others? Anybody could have renamed a file of
@@ -90,7 +101,8 @@ TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     const bool isHandOver = Path::GetDirectory(path) == Names::kHandOverDir;
     m_isExposed = isHandOver;
     const auto place = ParentDirectory::Of(path);
-    m_opened = place ? FindExposure(*place, chosenBy, m_isExposed) : place.error();
+    auto& isTrusted = chosenBy == ChosenBy::Program ? IsOurs : IsAnybody;
+    m_opened = place ? FindExposure(*place, isTrusted, m_isExposed) : place.error();
     if (!m_opened) {
         m_whyNot = GetErrorMsg(m_opened);
         return;
@@ -108,7 +120,9 @@ TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     const auto holder = corekit::StatOf(place->Fd());
     if (m_isThere && isHandOver && !(holder && IsRootsAlone(*holder)))
         m_whyNot = String(Names::kHandOverDir) + L" belongs to another user";
-    if (file) m_file = std::move(file->file);
+    if (!file) return;
+    m_isRoots = IsRootsAt(*place, file->info);
+    m_file = std::move(file->file);
 }
 
 /// Nobody else can have put a link there.
@@ -117,6 +131,7 @@ void TrustedFile::OpenFollowing() {
     if (place) {
         auto file = corekit::OpenRegular(place->Fd(), place->name, corekit::Links::Refused);
         m_opened = file.Outcome();
+        m_isRoots = file && IsRootsAt(*place, file->info);
         if (file) m_file = std::move(file->file);
     } else {
         m_opened = place.error();

@@ -36,6 +36,9 @@ class TrustedFile {
     /// Can others write in its directory, so that they could bring that about?
     bool IsExposed() const { return m_isExposed; }
 
+    /// Is it root's, and is every directory that it lies in, so that nobody else has chosen what it says?
+    bool IsRoots() const { return m_isRoots; }
+
     /// Why the file must not be used: empty when it may be.
     const corekit::String& WhyNot() const { return m_whyNot; }
 
@@ -55,6 +58,7 @@ class TrustedFile {
     corekit::Result m_opened;
     bool m_isThere = false;    // known to be
     bool m_isExposed = false;  // known to be
+    bool m_isRoots = false;    // known to be
     corekit::Descriptor m_file;
 };
 

@@ -11,6 +11,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
+#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -20,7 +21,6 @@ namespace {
 
 constexpr const wchar_t* kEtc = L"/etc";
 constexpr const wchar_t* kServiceDir = L"/etc/init.d";
-constexpr const wchar_t* kServiceScript = L"/etc/init.d/zorvane";
 
 /// A call of a host's tool that takes the service out of the start of the system.
 struct ToolCall {
@@ -68,7 +68,7 @@ void RemoveLevelLinks(RemovalOutcome& left) {
 }
 
 void RemoveServiceScript(RemovalOutcome& left) {
-    RemoveFromHostDirectory(kServiceScript, left);
+    RemoveFromHostDirectory(Names::kServiceScript, left);
 }
 
 }  // namespace

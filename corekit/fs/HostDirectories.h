@@ -27,7 +27,14 @@ Result CheckInstallable(const String& directory);
 /// From now on this directory is the caller's own, even where it lies directly in a directory of the host.
 void DeclareOwn(const String& directory);
 
-/// Forgets all directories of `DeclareOwn`.
+/// From now on nothing is removed but this directory and what lies below it, whatever a path looks like and
+/// whichever links lead there: EXDEV for all else. Fails when the directory cannot be opened.
+Result ConfineRemovals(const String& directory);
+
+/// Success for an entry that `ConfineRemovals` lets go.
+Result CheckConfined(const EntryRef& entry);
+
+/// Forgets all directories of `DeclareOwn` and `ConfineRemovals`.
 void ForgetOwn();
 
 /// Whether an operation that the host's directories are closed to is meant for one of them: true of the few

@@ -18,14 +18,6 @@ namespace {
 
 constexpr int kMostLinks = 40;  // as many as the kernel follows
 
-/// Root, as far as this process can tell: in a user namespace the host's root has another number, but still
-/// owns "/".
-bool IsRoots(uid_t user) {
-    if (user == 0 || user == geteuid()) return true;
-    struct stat root {};
-    return stat("/", &root) == 0 && user == root.st_uid;
-}
-
 bool IsRootsAlone(const struct stat& directory) {
     const bool isGroups =
         (directory.st_mode & S_IWGRP) != 0 && directory.st_gid != 0 && directory.st_gid != getegid();
@@ -153,6 +145,12 @@ std::string WithoutDots(const std::string& path) {
 }
 
 }  // namespace
+
+bool IsRoots(uid_t user) {
+    if (user == 0 || user == geteuid()) return true;
+    struct stat root {};
+    return stat("/", &root) == 0 && user == root.st_uid;
+}
 
 Expected<ParentDirectory> ParentDirectory::Of(const String& path) {
     const std::string bytes = NativePath(path);

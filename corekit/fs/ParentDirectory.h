@@ -21,7 +21,7 @@ struct EntryRef {
 ///
 /// A symbolic link on the way is followed only where the link and the directory that holds it belong to root
 /// and nobody else can write there. At any other link the walk ends with `kBelongsToOthers` about the link or
-/// its directory. Root is also whoever runs this process, and whoever owns "/".
+/// its directory. Root is whoever `IsRoots` says.
 struct ParentDirectory {
     Descriptor directory;
     std::string name;
@@ -46,6 +46,10 @@ Expected<std::string> CanonicalPath(const std::string& absolute);
 /// Opens the directory that a path leads to for reading, over links that may be followed.
 Expected<Descriptor> OpenDirectory(const String& path);
 Expected<Descriptor> OpenDirectory(const std::string& path);
+
+/// Root, as far as this process can tell: also whoever runs it, and whoever owns "/", since in a user
+/// namespace the host's root has another number.
+bool IsRoots(uid_t user);
 
 /// Success when no one but root can have put a second name of a file there: the file has no other name, or
 /// nobody else can write in the directory. `kBelongsToOthers` otherwise.

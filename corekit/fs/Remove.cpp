@@ -14,7 +14,22 @@
 #include "corekit/os/SystemCall.h"
 #include "corekit/text/Regex.h"
 
-namespace corekit::File {
+namespace corekit {
+
+namespace {
+
+/// Every removal finds its place here.
+Expected<ParentDirectory> FindPlace(const String& path) {
+    auto place = ParentDirectory::Of(path);
+    if (!place) return place;
+    const Result confined = CheckConfined(place->At());
+    if (!confined) return confined;
+    return place;
+}
+
+}  // namespace
+
+namespace File {
 
 namespace {
 
@@ -44,7 +59,7 @@ Result CheckRemovable(const ParentDirectory& place) {
 }
 
 Expected<ParentDirectory> FindRemovable(const String& path, HostDirectory hostDirectory) {
-    auto place = ParentDirectory::Of(path);
+    auto place = FindPlace(path);
     if (!place) return place;
     const Result allowed = hostDirectory == HostDirectory::Refused
                                ? CheckRemovable(*place)
@@ -74,7 +89,7 @@ Result RemoveAny(const String& path, HostDirectory hostDirectory) {
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     if (pattern.IsEmpty()) return Result();
     if (pattern.EndsWith(L"/")) return Result(EINVAL).About(pattern);
-    const auto place = ParentDirectory::Of(pattern);
+    const auto place = FindPlace(pattern);
     if (!place) return place.error().About(pattern);
     if (!HasWildcard(place->name)) return RemoveAny(pattern, hostDirectory);
     if (hostDirectory == HostDirectory::Refused) {
@@ -84,14 +99,12 @@ Result RemoveEx(const String& pattern, HostDirectory hostDirectory) {
     return RemoveMatches(*place, hostDirectory).About(pattern);
 }
 
-}  // namespace corekit::File
-
-namespace corekit {
+}  // namespace File
 
 Result Dir::Remove(const String& path) {
     if (path.IsEmpty()) return Result();
     if (const Result allowed = CheckRemovable(path); !allowed) return allowed.About(path);
-    const auto place = ParentDirectory::Of(path);
+    const auto place = FindPlace(path);
     if (!place) return place.error().About(path);
     // The name is looked at once more in the place that is held open: a link on the way may have been
     // changed.

@@ -13,8 +13,8 @@ namespace {
 constexpr std::array kAbsences = {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG};
 
 /// What the next try would be told as well.
-constexpr std::array kRefusals = {EPERM,  EBUSY, EROFS, EEXIST, ENOTEMPTY,       EISDIR,
-                                  EINVAL, EFBIG, ENXIO, ENODEV, kBelongsToOthers};
+constexpr std::array kRefusals = {EPERM,  EBUSY, EROFS, EEXIST, ENOTEMPTY, EISDIR,
+                                  EINVAL, EFBIG, ENXIO, ENODEV, EXDEV,     kBelongsToOthers};
 
 }  // namespace
 

@@ -165,4 +165,92 @@ configure_with_planted() {
     done
 }
 
+# An agent in a user's home, whose client.conf the user can write.
+given_somebodys_agent() {
+    theirs=/home/alice/agent
+    mount -t tmpfs -o mode=0755 tmpfs /home
+    mkdir -p /home/bob/work
+    echo "theirs" | tee /home/bob/work/one.kst /home/bob/work/host.GUID /home/bob/agent.log /home/bob/agent.log.1 >/dev/null
+    given_an_old_agent "$1" "$theirs"
+    rm -rf "$theirs/var/queue" # what is below the directory goes with it
+    mkdir -p "$theirs/var/queue"
+    sed -i -E "s,^(event_queue_dir ?= ?).*,\1/etc/ssh,; s,^(task_storage_path ?= ?).*,\1/home/bob/work,
+        s,^(guid_guid_file ?= ?).*,\1/home/bob/work/host.GUID,; s,^(debug_output ?= ?).*,\1/home/bob/agent.log," "$theirs/etc/client.conf"
+    mkdir -p /etc/ssh
+    touch /etc/ssh/host.kse /var/tmp/qdn-file
+}
+
+# made_theirs PATH ...: belongs to somebody who is not root; where only root exists, it is open to all.
+made_theirs() { chown -R -h 65534:65534 "$@" 2>/dev/null || chmod 0777 "$@"; }
+
+expect_kept_outside() {
+    local path
+    for path; do echo "WARNING! $path is kept: it lies outside of $theirs, whose client.conf is not root's."; done
+}
+
+@test "a client.conf of another user leads a clean to nothing but the directory that it is in" {
+    local version
+    for version in 5.6 6.0 6.2; do
+        given_somebodys_agent "$version"
+        made_theirs /home/alice
+        given_treasure
+        clean "$theirs"
+        expect_status 0
+        expect_output <<<"$banner"
+        expect_kept_outside /usr/bin /etc/ssh /home/bob/work /var/tmp /home/bob/work/host.GUID /home/bob/agent.log \
+            /etc/init.d/zorvane | expect_errors
+        expect_no_changes
+        expect_plain_files /home/bob/work/{one.kst,host.GUID} /home/bob/agent.log{,.1}
+        expect_treasure
+        [ "$version" = 5.6 ] || expect_missing "$theirs"
+        expect_missing "$theirs/etc"
+        umount /home
+        forget_the_agent
+    done
+}
+
+@test "root's client.conf below a directory of another user's leads a clean no further" {
+    given_somebodys_agent 6.2
+    made_theirs /home/alice
+    chown 0:0 "$theirs/etc/client.conf"
+    clean "$theirs"
+    expect_status 0
+    expect_kept_outside /usr/bin /etc/ssh /home/bob/work /var/tmp /home/bob/work/host.GUID /home/bob/agent.log \
+        /etc/init.d/zorvane | expect_errors
+    expect_no_changes
+    expect_missing "$theirs"
+}
+
+@test "another user's client.conf that names an agent of root's leads a clean to nothing of that" {
+    given_an_old_agent 6.2
+    theirs=/home/alice/agent
+    mount -t tmpfs -o mode=0755 tmpfs /home
+    mkdir -p "$theirs/etc"
+    cp "$agent/etc/client.conf" "$theirs/etc/"
+    made_theirs /home/alice
+    clean "$theirs"
+    expect_status 0
+    expect_no_changes
+    expect_kept_outside "$agent" /usr/bin "$agent"/var/{queue,tasks,swd,packages} "$agent/var" /var/tmp \
+        "$agent/etc/host.GUID" "$agent/var/qdn-client.log" /etc/init.d/zorvane | expect_errors
+    expect_plain_files "$theirs/etc/client.conf"
+}
+
+@test "a link in another user's install directory leads a clean nowhere" {
+    given_somebodys_agent 6.2
+    given_treasure
+    rm -rf "$theirs/var/swd"
+    ln -s /root/treasure "$theirs/var/swd"
+    made_theirs /home/alice "$theirs/var"
+    clean "$theirs"
+    expect_status 0
+    { expect_kept_outside /usr/bin /etc/ssh /home/bob/work /var/tmp /home/bob/work/host.GUID /home/bob/agent.log /etc/init.d/zorvane
+        echo "WARNING! $theirs/var/swd is not used: $theirs/var belongs to another user."
+        echo "WARNING! $theirs/etc/client.conf is kept: not everything could be removed."; } | expect_errors
+    clean "$theirs"
+    expect_missing "$theirs"
+    expect_no_changes
+    expect_treasure
+}
+
 each_test_is_a_session

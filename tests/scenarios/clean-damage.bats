@@ -76,6 +76,7 @@ given_a_configured_agent() {
     expect_errors <<<"WARNING! $agent/etc/client.conf is not used: other users can write to it."
     expect_no_changes
     chmod 0644 "$agent/etc/client.conf"
+    chmod 0755 "$agent/etc"
     clean
     expect_told
     expect_missing "$agent"

@@ -13,6 +13,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/detail/TreeWalk.h"
 #include "corekit/os/SystemCall.h"
 
@@ -44,6 +45,7 @@ class TreeRemoval : public TreeWalk {
   private:
     /// A directory that was made after the removal began is somebody's who goes on making them.
     Result Enter(int directory, const std::string&) override {
+        if (const Result confined = CheckConfined({directory, "."}); !confined) return confined;
         struct statx info {};
         const bool isKnown = statx(directory, "", AT_EMPTY_PATH, STATX_BTIME, &info) == 0 &&
                              (info.stx_mask & STATX_BTIME) != 0;

@@ -1,8 +1,14 @@
 // What every installation of the agent does alike.
+#include <cerrno>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include "agents/Agent.h"
+#include "corekit/fs/File.h"
+#include "tests/support/Captured.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
 namespace {
@@ -46,6 +52,24 @@ TEST(Agent, KeepsItsFilesWhenTheIntegrationStays) {
     RecordingAgent agent(false, true);
     EXPECT_EQ(agent.Clean().error().text, L"the integration stays");
     EXPECT_EQ(agent.Calls(), L"integration ");
+}
+
+TEST(Agent, OfAFileThatIsNotRootsTellsWhereItLeadsAndKeepsTheIntegration) {
+    const testfiles::TempDir home;
+    const std::string base = home / "agent";
+    const std::string path = base + "/etc/client.conf";
+    const std::string conf = "[Configuration]\ninstalldir=" + base +
+                             "\nbindir=/usr/bin\nlibdir=lib\nvar=" + base +
+                             "/var\nevent_queue_dir=/etc\ntask_storage_path=/etc\n";
+    testfiles::Write(path, conf);
+    ASSERT_EQ(chmod(home.Path().c_str(), 0777), 0);
+    RecordingAgent agent(true, true);
+    agent.SetConf(TrustedFile(String::FromUtf8(path), ChosenBy::Administrator), conf);
+    const auto output = testsupport::Captured([&] { EXPECT_TRUE(agent.Clean()); });
+    EXPECT_EQ(agent.Calls(), L"files[] ");
+    const std::string why = " is kept: it lies outside of " + base + ", whose client.conf is not root's.\n";
+    EXPECT_EQ(output.err, "WARNING! /usr/bin" + why + "WARNING! /etc" + why);
+    EXPECT_EQ(corekit::File::Remove(L"/etc/passwd", corekit::HostDirectory::Meant), corekit::Result(EXDEV));
 }
 
 TEST(Agent, IsNotCleanWhenFilesStay) {

@@ -63,6 +63,32 @@ TEST(TrustedFile, ANameAloneIsInTheCurrentDirectory) {
     std::filesystem::current_path(before);
 }
 
+TEST(TrustedFile, IsRootsWhereRootAloneCanHavePutIt) {
+    const testfiles::TempDir directory;
+    testfiles::Write(directory / "home/agent/file", "x", 0644);
+    std::filesystem::create_symlink(directory / "home/agent/file", directory / "link");
+    const auto isRoots = [&](const std::string& name) {
+        return TrustedFile(String::FromUtf8(directory / name), ChosenBy::Administrator).IsRoots();
+    };
+    EXPECT_TRUE(isRoots("home/agent/file"));
+    EXPECT_TRUE(isRoots("link"));
+    EXPECT_FALSE(isRoots("missing"));
+    for (const char* open : {"home", "home/agent"}) {
+        ASSERT_EQ(chmod((directory / open).c_str(), 0777), 0);
+        EXPECT_FALSE(isRoots("home/agent/file")) << open;
+        EXPECT_FALSE(isRoots("link")) << open;
+        ASSERT_EQ(chmod((directory / open).c_str(), 0755), 0);
+    }
+    for (const char* theirs : {"home", "home/agent", "home/agent/file"}) {
+        if (chown((directory / theirs).c_str(), 12345, 0) != 0)
+            return;  // only root is known where this is not root's machine
+        const testsupport::EnvironmentVariable user("SUDO_UID", "12345");
+        EXPECT_FALSE(isRoots("home/agent/file")) << theirs;
+        EXPECT_FALSE(isRoots("link")) << theirs;
+        ASSERT_EQ(chown((directory / theirs).c_str(), 0, 0), 0);
+    }
+}
+
 TEST(TrustedFile, OnlyRegularFilesCount) {
     ASSERT_EQ(symlink("/etc/passwd", "/tmp/link"), 0);
     ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);

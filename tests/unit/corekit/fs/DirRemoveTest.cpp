@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include "corekit/fs/Dir.h"
+#include "corekit/fs/HostDirectories.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/InChild.h"
 #include "tests/support/JudgedCalls.h"
@@ -71,6 +72,19 @@ void SwapBeforeOpening(const std::string& path, const std::string& other) {
 }
 
 }  // namespace
+
+TEST(DirRemove, LeavesWhatTakesThePlaceOfTheDirectoryThatRemovalsAreConfinedTo) {
+    const Workspace dir;
+    testfiles::Write(dir / "base/file", "x");
+    testfiles::Write(dir / "other/precious", "x");
+    ASSERT_TRUE(corekit::ConfineRemovals(dir("base")));
+    testsupport::InChild([&] {
+        SwapBeforeOpening(dir / "base", dir / "other");
+        EXPECT_EQ(Dir::Remove(dir("base")), Result(EXDEV));
+        return 0;
+    });
+    EXPECT_TRUE(testfiles::Exists(dir / "base/precious"));
+}
 
 TEST(DirRemove, RemovesEntriesOfEveryKind) {
     const Workspace dir;
