@@ -269,6 +269,7 @@ unsigned ApplyCommand::End() {
 }
 
 void ApplyCommand::Usage(const String& prefix) const {
+    if (m_options.json) Messages::Tell(kBanner);  // there is no document that it would disturb
     if (m_isWrongUse) return m_command->Usage(prefix + L" " + m_command.Word());
     Messages::Tell(
         prefix + L" [-json] [-yes] [-plan <file>] [-wait <seconds>] <command> [options of the command]\n\n" +

@@ -47,7 +47,8 @@ String ServerOf(const Agent& agent) {
 }  // namespace
 
 unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
-    if (!arguments.empty() && arguments.front().StartsWith(L"/")) RunRecord::SetInstallDir(arguments.front());
+    if (!arguments.empty() && !arguments.front().StartsWith(L"-"))
+        RunRecord::SetInstallDir(arguments.front());
     if (RefuseOrdinaryUser() || RefuseRunningAgent(kRunning)) return kFailure;
     if (!ParseArguments(arguments)) return kUsageError;
     const String& baseDir = arguments.front();

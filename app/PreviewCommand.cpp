@@ -90,6 +90,7 @@ unsigned PreviewCommand::ShowWrongUse(const std::string& text) {
 }
 
 void PreviewCommand::Usage(const String& prefix) const {
+    if (m_options.json) Messages::Tell(kBanner);  // there is no document that it would disturb
     if (m_isWrongUse) return m_command->Usage(prefix + L" " + m_command.Word());
     Messages::Tell(prefix + L" [-json] [-exit-code] [-out <file>] <command> [options of the command]\n\n" +
                    Description() +

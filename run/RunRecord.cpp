@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "corekit/os/Env.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemLog.h"
@@ -142,7 +143,8 @@ unsigned RunRecord::End(unsigned status) {
 }
 
 void RunRecord::SetInstallDir(const String& directory) {
-    Update([&](Facts& facts) { facts.installDir = directory; });
+    const String absolute = corekit::Path::MakeAbsolute(directory).value_or(directory);
+    Update([&](Facts& facts) { facts.installDir = directory.IsEmpty() ? directory : absolute; });
 }
 
 void RunRecord::SetServer(const String& url) {

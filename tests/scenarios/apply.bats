@@ -255,6 +255,9 @@ END
     qdn_configure -apply -yes -configure -bogus
     expect_status 120
     grep -q '^Usage: qdn-configure.bin -apply -configure' "$desk/out"
+    cp "$desk/out" "$desk/usage"
+    qdn_configure -apply -yes -json -configure -bogus
+    expect_output <"$desk/usage"
     expect_no_changes
 }
 

@@ -241,9 +241,13 @@ END
         expect_status 120
         grep -q '^Usage: qdn-configure.bin -preview \[-json\]' "$desk/out"
     done
-    qdn_configure -preview -json -configure -bogus
+    qdn_configure -preview -configure -bogus
     expect_status 120
     grep -q '^Usage: qdn-configure.bin -preview -configure \[options\]' "$desk/out"
+    cp "$desk/out" "$desk/usage"
+    qdn_configure -preview -json -configure -bogus
+    expect_status 120
+    expect_output <"$desk/usage"
     qdn_configure -preview -configure -dir
     expect_status 120
     expect_errors <<<"Option '-dir' requires an argument."

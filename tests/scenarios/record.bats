@@ -53,6 +53,10 @@ expect_ended() { [ "$(tail -n 1 "$desk/log")" = "$1" ] || { cat "$desk/log" "$de
     log_of journal "$program" -clean "$agent" >"$desk/log"
     expect_ended 0
     expect_record 'r["QDN_SERVER"].split("://")[0] + r["QDN_INSTALL_DIR"]' "https$agent"
+    mkdir -p "$agent"
+    cd "$agent"
+    log_of journal "$program" -clean . >"$desk/log"
+    expect_record 'r["QDN_INSTALL_DIR"]' "$agent"
 }
 
 @test "a run that a signal ends is recorded with the status that a shell tells" {
