@@ -16,7 +16,8 @@ if(QDN_HARDENED)
     add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack -Wl,-z,separate-code)
 
     # A program that may lie anywhere has thousands of addresses to adjust at its start; this notes them in a few bytes.
-    check_linker_flag(CXX -Wl,-z,pack-relative-relocs QDN_PACKS_RELOCATIONS)
+    # Where the linker cannot, it only warns.
+    check_linker_flag(CXX -Wl,--fatal-warnings,-z,pack-relative-relocs QDN_PACKS_RELOCATIONS)
     if(QDN_PACKS_RELOCATIONS)
         add_link_options(-Wl,-z,pack-relative-relocs)
     endif()

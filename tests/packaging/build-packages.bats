@@ -50,6 +50,6 @@ agent_build=1" ]
     for version in 6 6.0 6.0.x "6.0.1 2" ../6.0.1; do
         run packaging/build-packages "$version"
         [ "$status" -eq 2 ]
-        [ "${lines[2]}" = "  packaging/build-packages [VERSION]" ]
+        [ "${lines[2]}" = "  packaging/build-packages [--for arm64] [VERSION]" ]
     done
 }

@@ -235,6 +235,7 @@ belongs_to_somebody_else() {
     chown 65534 "$1" 2>/dev/null || mount --bind /usr/bin/env "$1"
 }
 
+# bats test_tags=second-user
 @test "somebody else's XML file in /tmp is not used and not removed" {
     given_the_package
     given_plain_xml

@@ -90,6 +90,7 @@ END
     done
 }
 
+# bats test_tags=second-user
 @test "an ordinary user is refused before any question" {
     given_plain_xml
     mkdir -p /opt/tool

@@ -9,6 +9,19 @@
 #include <unistd.h>
 #include <vector>
 
+// Newer architectures have only the calls that take a directory, too.
+#ifndef SYS_unlink
+#define SYS_chmod SYS_fchmodat
+#define SYS_link SYS_linkat
+#define SYS_mkdir SYS_mkdirat
+#define SYS_poll SYS_ppoll
+#define SYS_readlink SYS_readlinkat
+#define SYS_rename SYS_renameat
+#define SYS_rmdir SYS_unlinkat
+#define SYS_stat SYS_newfstatat
+#define SYS_unlink SYS_unlinkat
+#endif
+
 namespace testsupport {
 
 /// What is done to the calls that it names; all others are allowed.

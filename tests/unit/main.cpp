@@ -92,7 +92,7 @@ class TimeLimit : public testing::EmptyTestEventListener {
 
     static constexpr int kSeconds =
         300;  // many times what the longest takes, for the sanitizers and a busy machine
-    static inline const int kSignal = SIGRTMAX;  // no test uses it; alarm() stays theirs
+    static inline const int kSignal = SIGRTMIN;  // no test uses it; alarm() stays theirs
     static inline const int s_output =
         fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);  // a test may redirect its own
     static inline char s_message[512];
