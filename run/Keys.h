@@ -13,15 +13,15 @@ namespace Zorvane::AgentInstaller {
 
 /// All settings: first those of the XML file, then those that only the program sets.
 inline constexpr std::wstring_view kSettingNames[] = {
-    L"KSName",         L"KSProtocol",    L"Guid",          L"UseKSIPAddress", L"UseDomain",
-    L"EnableNICError", L"Upgrade",       L"Start",         L"AllowNonRoot",   L"StartupOnBoot",
-    L"RunLevel",       L"SSLVerifyPeer", L"SSLVerifyHost", L"CAInfo",         L"CAPath",
-    L"LogDir",         L"LogFile",       L"LogSize",       L"LogLevel",       L"SysLogLevel",
-    L"InstallDir",     L"BinDir",        L"TempDir",       L"GuidDir",        L"GuidFile",
-    L"EventQueueDir",  L"TasksDir",      L"PackagesDir",   L"SWDDir",         L"SerialNumber",
-    L"AssetTag",       L"EmployeeID",    L"ContactName",   L"ContactPhone",   L"ContactEmail",
-    L"Location",       L"Department",    L"Description",   L"KSUrlFormat",    L"NICError",
-    L"KSNameChanged",  L"IsInteractive", L"XML",
+    L"KSName",         L"KSProtocol",    L"Guid",          L"UseKSIPAddress",  L"UseDomain",
+    L"EnableNICError", L"Upgrade",       L"Start",         L"AllowNonRoot",    L"StartupOnBoot",
+    L"RunLevel",       L"SSLVerifyPeer", L"SSLVerifyHost", L"CAInfo",          L"CAPath",
+    L"LogDir",         L"LogFile",       L"LogSize",       L"LogLevel",        L"SysLogLevel",
+    L"InstallDir",     L"BinDir",        L"TempDir",       L"GuidDir",         L"GuidFile",
+    L"EventQueueDir",  L"TasksDir",      L"PackagesDir",   L"SWDDir",          L"SerialNumber",
+    L"AssetTag",       L"EmployeeID",    L"ContactName",   L"ContactPhone",    L"ContactEmail",
+    L"Location",       L"Department",    L"Description",   L"KSUrlFormat",     L"NICError",
+    L"KSNameChanged",  L"IsInteractive", L"XML",           L"InstalledKSName",
 };
 
 /// The name of a setting. It is made from a literal that stands in the table, as in

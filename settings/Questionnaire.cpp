@@ -62,7 +62,9 @@ void StoreServer(const String& answer, Settings& settings) {
         !old.IsEmpty() && server.IsSameAs(current) && format.StartsWith(server.GetProtocol() + L"://");
     server.Compose(settings, kAnswer, answer);
     if (keepsFormat) settings.Set(L"KSUrlFormat", format, kAnswer);
-    if (old.IsEmpty() || ServerNamesDiffer(current.ServerName(), server.ServerName())) {
+    const String installed = settings.Get(L"InstalledKSName");
+    const String before = installed.IsEmpty() ? current.ServerName() : ServerUrl(installed).ServerName();
+    if (before.IsEmpty() || ServerNamesDiffer(before, server.ServerName())) {
         settings.Set(L"KSNameChanged", L"true", {Source::Kind::Program});
         settings.Set(L"Guid", L"", {Source::Kind::Program});
     }

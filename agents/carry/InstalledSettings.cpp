@@ -11,6 +11,7 @@
 #include "run/Names.h"
 #include "run/Texts.h"
 #include "settings/PathMacros.h"
+#include "settings/XmlCheck.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -126,7 +127,7 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
 /// What no other key holds; only a "no" is recorded.
 void LoadRecord(const IniFile& conf, Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
-        if (GetValue(conf, row.key) == L"no") settings.Set(row.setting, L"no", SourceOf(conf, row.key));
+        if (IsWordForNo(GetValue(conf, row.key))) settings.Set(row.setting, L"no", SourceOf(conf, row.key));
     }
 }
 
@@ -139,6 +140,9 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
         if (row.since <= generation)
             settings->Set(row.setting, GetValue(conf, row.key), SourceOf(conf, row.key));
     }
+    // Not a source of the new server, but of whether that is another one.
+    if (generation == Generation::Agent56)
+        settings->Set(L"InstalledKSName", GetValue(conf, Key::kServer), SourceOf(conf, Key::kServer));
     for (const LoadedFile& row : kLoadedFiles) {
         const String path = GetValue(conf, row.key);
         settings->Set(row.directorySetting, Path::GetDirectory(path), SourceOf(conf, row.key));

@@ -247,6 +247,23 @@ expect_no_56_in_the_system() {
     printf '{12345678-AAAA}\nnull' | expect_file "$agent/etc/host.GUID"
 }
 
+@test "5.6 keeps its identifier when its own server is the answer, and loses it to another one" {
+    local server keep
+    for server in old.example OLD:8083 new.example; do
+        for keep in yes no; do
+            given_an_old_agent 5.6
+            given_the_package
+            printf '%s\n\n%s\n\n\n\n\n\n\n\n\n\n\n\nno\n' "$server" "$keep" >"$desk/answers"
+            "$program" -iconfigure -quiet <"$desk/answers" >/dev/null
+            case $server in
+                new*) expect_missing "$agent/etc/host.GUID" ;;
+                *) expect_file "$agent/etc/host.GUID" <<<"$guid" ;;
+            esac
+            rm -rf "$agent" /etc/rc*.d/[SK]*zorvane
+        done
+    done
+}
+
 @test "5.6 without keys of its stores takes its data to another directory" {
     given_an_old_agent 5.6
     sed -i '/^event_queue_dir/d; /^task_storage_path/d' "$agent/etc/client.conf"

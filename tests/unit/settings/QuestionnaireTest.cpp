@@ -302,6 +302,7 @@ TEST_F(Questionnaire, AnotherServerMeansAnotherIdentifier) {
         const wchar_t* old;
         const char* typed;
         bool changes;
+        const wchar_t* installed = L"";
     } table[] = {
         {L"old.example", "OLD", false},
         {L"old.example", "", false},
@@ -309,10 +310,15 @@ TEST_F(Questionnaire, AnotherServerMeansAnotherIdentifier) {
         {L"old.example", "new.example", true},
         {L"old.example", "old.elsewhere", true},
         {L"", "old.example", true},
+        {L"", "https://OLD:8083", false, L"old.example:80"},
+        {L"environment.example", "old.example", false, L"old.example"},
+        {L"", "new.example", true, L"old.example"},
+        {L"environment.example", "", true, L"old.example"},
     };
     for (const auto& row : table) {
         SCOPED_TRACE(row.typed);
         Setting(L"KSName") = row.old;
+        Setting(L"InstalledKSName") = row.installed;
         Setting(L"KSNameChanged") = String();
         Setting(L"Guid") = L"{A}";
         EXPECT_TRUE(Run(std::string(row.typed) + "\n" + kRestByDefault));

@@ -127,6 +127,7 @@ TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
     for (const Expected& row : kOf60)
         EXPECT_FALSE(settings->Exists(row.setting)) << String(row.setting).Utf8();
     EXPECT_FALSE(settings->Exists(L"Guid"));
+    EXPECT_EQ(settings->Get(L"InstalledKSName"), Load(kConf)->Get(L"KSName"));
 }
 
 TEST_F(InstalledSettings, OfVersion56HaveTheGuidAndTheRunLevelsAndTheDescriptionThatAreThere) {
@@ -188,6 +189,7 @@ TEST_F(InstalledSettings, TakeTheNoThatIsRecorded) {
          std::initializer_list<SettingName>{L"AllowNonRoot", L"StartupOnBoot", L"EnableNICError"})
         EXPECT_EQ(settings->Get(setting), L"no") << String(setting).Utf8();
     EXPECT_FALSE(Load("[Installation]\nallow_non_root=yes\n")->Exists(L"AllowNonRoot"));
+    EXPECT_EQ(Load("[Installation]\nallow_non_root=No\n")->Get(L"AllowNonRoot"), L"no");
 }
 
 TEST_F(InstalledSettings, TurnDigitsIntoRunLevels) {
