@@ -10,6 +10,7 @@ load ../scenarios/support
 -rw-r--r-- /usr/share/doc/qdn-configure/CHANGELOG.md
 -rw-r--r-- /usr/share/doc/qdn-configure/LICENSE
 -rw-r--r-- /usr/share/doc/qdn-configure/README.md
+-rw-r--r-- /usr/share/doc/qdn-configure/examples/cloud-init.yaml
 -rw-r--r-- /usr/share/doc/qdn-configure/examples/every-setting.xml
 -rw-r--r-- /usr/share/doc/qdn-configure/examples/fresh-install.xml
 -rw-r--r-- /usr/share/doc/qdn-configure/examples/new-server.xml
