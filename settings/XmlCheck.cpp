@@ -158,7 +158,7 @@ Check::Check(const BasicXml& document, const String& path) : m_path(path) {
     corekit::AttributeMap attributes;
     document.GetAttributes(XmlFormat::kSettings, attributes);
     const bool useAddress = attributes[L"UseKSIPAddress"] == L"yes" && attributes.contains(L"KSIPAddress");
-    const String server = useAddress ? attributes[L"KSIPAddress"] : document.GetText(L"KSName").Trim();
+    const String server = (useAddress ? attributes[L"KSIPAddress"] : document.GetText(L"KSName")).Trim();
     m_namesServer = !server.IsEmpty();
     m_url = ServerUrl::FromFullUrl(server);
     m_portOfName = m_url ? -1 : corekit::Url(server).GetPort();

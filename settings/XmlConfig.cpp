@@ -82,6 +82,7 @@ Server Reader::NamedServer() const {
     const bool useAddress =
         Value(attributes, L"UseKSIPAddress").value == L"yes" && attributes.contains(L"KSIPAddress");
     Server server{useAddress ? Value(attributes, L"KSIPAddress") : Text(L"KSName"), std::nullopt};
+    server.name.value = server.name.value.Trim();
     if (const auto url = ServerUrl::FromFullUrl(server.name.value)) {
         server.url = url;
         server.name.value = url->ServerName();

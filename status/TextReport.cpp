@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 
 #include "corekit/text/Text.h"
@@ -104,9 +105,19 @@ std::string DifferencesText(const Json& differences) {
     return text;
 }
 
+/// The error, whose further lines stand below it like differences.
+std::string FailureText(const Json& error) {
+    std::string text = "a configuration would fail:";
+    std::istringstream lines(error.get<std::string>());
+    const char* before = " ";
+    for (std::string line; std::getline(lines, line); before = "\n    ")
+        if (!line.empty()) text += before + Shown(Json(line));
+    return text;
+}
+
 std::string CountText(const Json& document) {
     if (!document["not_compared"].is_null()) return "not looked for: " + Shown(document["not_compared"]);
-    if (!document["error"].is_null()) return "a configuration would fail: " + Shown(document["error"]);
+    if (!document["error"].is_null()) return FailureText(document["error"]);
     const std::size_t count = document["differences"].size();
     return count == 0 ? "none" : std::to_string(count) + " from what a configuration would make now:";
 }

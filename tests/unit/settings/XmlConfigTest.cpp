@@ -167,6 +167,8 @@ TEST(XmlConfig, AServerThatIsAUrlWinsOverThePortAndTheProtocol) {
          L"https://%server%/Zorvane/"},
         {"<KSName>http://srv:80</KSName><KSProtocol>https</KSProtocol>", L"srv", L"http://%server%/Zorvane/"},
         {"<KSName>ftp://srv</KSName><KSPort>1</KSPort>", L"ftp://srv:1", L"http://%server%/Zorvane/"},
+        {"<KSPort>77</KSPort><Settings UseKSIPAddress='yes' KSIPAddress=' 10.0.0.5 '/>", L"10.0.0.5:77",
+         L"http://%server%/Zorvane/"},
     };
     for (const auto& row : table) {
         SCOPED_TRACE(row.content);

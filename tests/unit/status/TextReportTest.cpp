@@ -81,6 +81,8 @@ TEST(StatusReport, FitsOnAScreen) {
 TEST(StatusReport, SaysWhyThereAreNoDifferences) {
     EXPECT_THAT(Report(Json::array(), "No space."),
                 HasSubstr("  Differences a configuration would fail: No space.\n"));
+    EXPECT_THAT(Report(Json::array(), "No file.\nAsk for one.\n"),
+                HasSubstr("  Differences a configuration would fail: No file.\n    Ask for one.\n\n"));
     const std::string report = Report(nullptr, nullptr, "only root can");
     EXPECT_THAT(report,
                 HasSubstr("  Differences not looked for: only root can\n\nNot running (status 3).\n"));
