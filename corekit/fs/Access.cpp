@@ -1,10 +1,14 @@
 // Whether something can be done to a path: what the system says of it and of the directory above.
 #include "corekit/fs/Access.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <iterator>
+#include <linux/magic.h>
 #include <linux/stat.h>
 #include <sys/stat.h>
+#include <sys/statfs.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
 
@@ -35,11 +39,27 @@ Expected<struct stat> StatOfTarget(const String& path) {
     return place ? StatOf(place->Fd(), place->name) : place.error();
 }
 
-/// ENOSPC for a directory on a file system without any room. What is reserved for root counts as room; some
-/// file systems count no blocks or no files.
+/// File systems in which only the kernel makes entries, and what they say to anybody else. Their directories
+/// look as if root could write to them.
+struct KernelFileSystem {
+    long type;
+    int error;
+};
+constexpr KernelFileSystem kKernelFileSystems[] = {
+    {PROC_SUPER_MAGIC, ENOENT}, {SYSFS_MAGIC, EPERM},   {DEVPTS_SUPER_MAGIC, EPERM},
+    {SECURITYFS_MAGIC, EPERM},  {DEBUGFS_MAGIC, EPERM},
+};
+
+/// Why no entry can be made in a directory that can be written to. ENOSPC on a file system without any room;
+/// what is reserved for root counts as room, and some file systems count no blocks or no files.
 Result CheckRoom(const String& path) {
     const auto directory = OpenDirectory(path);
     if (!directory) return directory.error();
+    struct statfs system {};
+    if (fstatfs(directory->Get(), &system) != 0) return Result::FromErrno();
+    const auto* const row =
+        std::ranges::find(kKernelFileSystems, static_cast<long>(system.f_type), &KernelFileSystem::type);
+    if (row != std::end(kKernelFileSystems)) return Result(row->error);
     struct statvfs room {};
     if (fstatvfs(directory->Get(), &room) != 0) return Result::FromErrno();
     const bool isFull = (room.f_blocks != 0 && room.f_bfree == 0) || (room.f_files != 0 && room.f_ffree == 0);

@@ -11,7 +11,8 @@ namespace corekit::Access {
 Result CheckWritableDirectory(const String& path);
 
 /// Success when Dir::CreateR can be expected to leave a directory there that can be written to.
-/// Fails with ENOSPC where one has to be made on a file system that has no room at all.
+/// Fails with ENOSPC where one has to be made on a file system that has no room at all, and as the system
+/// would in /proc and its like.
 Result CheckCreatableDirectory(const String& path);
 
 /// Success when a file can be expected to be written, moved or linked to the path, replacing what is there:

@@ -50,7 +50,7 @@ fails_with_directory_at() {
         "rmdir $1; [ ! -e $desk/aside ] && [ ! -L $desk/aside ] || mv $desk/aside $1" "$2"
 }
 
-@test "seventeen runs that have to fail leave the host as it was, byte for byte" {
+@test "eighteen runs that have to fail leave the host as it was, byte for byte" {
     failed=0
     given_an_agent
     conf=$agent/etc/client.conf
@@ -79,6 +79,9 @@ fails_with_directory_at() {
     fails_unchanged "a file in the way to the log" "sed -i s,^debug_output=.*,debug_output=/etc/hosts/log/x.log, $conf" \
         "sed -i s,^debug_output=.*,debug_output=$agent/var/qdn-client.log, $conf" \
         "Error creating directory: /etc/hosts/log"
+    fails_unchanged "a log in /proc" "sed -i s,^debug_output=.*,debug_output=/proc/log/x.log, $conf" \
+        "sed -i s,^debug_output=.*,debug_output=$agent/var/qdn-client.log, $conf" \
+        "Error creating directory: /proc/log"
     fails_unchanged "/usr mounted read-only" "mount_read_only /usr/bin" "umount -l /usr/bin" \
         "Failed to clean old agent files."
     fails_unchanged "/etc mounted read-only" "mount_read_only /etc" "umount -l /etc" "Failed to clean old agent files."
@@ -86,7 +89,7 @@ fails_with_directory_at() {
         "Failed to create $agent/etc"
     fails_unchanged "a file of the agent that is mounted on" "mount --bind /etc/hosts $agent/bin/qdn-env" \
         "umount $agent/bin/qdn-env" "Unable to write to file: $agent/bin/qdn-env"
-    [ "$failed" -eq 17 ]
+    [ "$failed" -eq 18 ]
 
     qdn_configure -configure -noimode -quiet
     expect_status 0

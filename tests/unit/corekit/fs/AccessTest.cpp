@@ -86,6 +86,14 @@ TEST_F(AccessChecks, TellWhichDirectoryCanBeMade) {
     EXPECT_TRUE(Access::CheckCreatableDirectory(L"relative/to/here"));
 }
 
+TEST_F(AccessChecks, TellThatOnlyTheKernelMakesEntriesInProc) {
+    for (const wchar_t* path : {L"/proc/zorvane", L"/proc/zorvane/below"}) {
+        const Result made = Dir::CreateR(path);
+        EXPECT_FALSE(made);
+        EXPECT_EQ(Access::CheckCreatableDirectory(path).Code(), made.Code()) << path;
+    }
+}
+
 TEST_F(AccessChecks, MakeNothing) {
     EXPECT_TRUE(Access::CheckCreatableDirectory(At("a/b")));
     EXPECT_TRUE(Access::CheckReplaceable(At("c/d")));
