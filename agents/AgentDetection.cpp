@@ -14,7 +14,7 @@
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "run/Args.h"

@@ -9,7 +9,7 @@
 #include "app/Refusals.h"
 #include "config/ClientConfDraft.h"
 #include "config/SystemProbes.h"
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "integration/AgentStart.h"
 #include "integration/SetupSequence.h"
 #include "run/Args.h"

@@ -8,7 +8,7 @@
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
 #include "app/RehearsedRun.h"
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "preview/Rehearse.h"
 #include "run/Messages.h"
 

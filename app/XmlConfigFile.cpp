@@ -9,7 +9,7 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "corekit/xml/BasicXml.h"

@@ -8,7 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/process/Program.h"
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 #include "corekit/text/Text.h"
 #include "deploykit/RunLevelLinks.h"
 #include "deploykit/ServiceScript.h"

@@ -10,8 +10,8 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/os/Env.h"
 #include "corekit/os/Interruption.h"
+#include "corekit/os/Sys.h"
 #include "corekit/os/SystemLog.h"
 #include "corekit/text/Text.h"
 #include "run/Messages.h"

@@ -11,7 +11,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "corekit/os/SystemCall.h"
 #include "run/Messages.h"
 #include "run/Names.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "corekit/fs/File.h"
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "settings/PathMacros.h"

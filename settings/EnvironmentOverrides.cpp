@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "run/Messages.h"
 #include "settings/ServerUrl.h"
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <string>
 
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "corekit/text/Text.h"
 #include "run/Messages.h"
 #include "settings/ClientConfKeyMap.h"

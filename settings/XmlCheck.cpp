@@ -6,7 +6,7 @@
 #include <set>
 #include <vector>
 
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 #include "corekit/text/Text.h"
 #include "corekit/text/Url.h"
 #include "run/Messages.h"

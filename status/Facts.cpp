@@ -8,7 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
-#include "corekit/os/Env.h"
+#include "corekit/os/Sys.h"
 #include "deploykit/RunLevelLinks.h"
 #include "deploykit/SystemdUnit.h"
 #include "integration/AgentProcess.h"

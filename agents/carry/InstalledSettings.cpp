@@ -5,7 +5,7 @@
 #include "config/GuidFile.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 #include "corekit/text/Text.h"
 #include "run/Keys.h"
 #include "run/Names.h"

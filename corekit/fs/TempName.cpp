@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "corekit/fs/detail/TreeRemoval.h"
-#include "corekit/os/Random.h"
+#include "corekit/os/Sys.h"
 
 namespace corekit {
 

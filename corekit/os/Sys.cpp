@@ -1,7 +1,10 @@
 // Small calls to the system: pauses and lines typed on standard input.
 #include "corekit/os/Sys.h"
 
+#include <cstdlib>
+#include <ctime>
 #include <string>
+#include <sys/random.h>
 #include <unistd.h>
 
 #include "corekit/os/Console.h"
@@ -38,3 +41,27 @@ Line Fgets(String& line, std::FILE* input) {
 }
 
 }  // namespace corekit::Sys
+
+namespace corekit::Env {
+
+std::optional<String> Get(const String& name) {
+    const char* const bytes = std::getenv(name.Utf8().c_str());
+    return bytes == nullptr ? std::nullopt : std::optional(String::FromUtf8(bytes));
+}
+
+}  // namespace corekit::Env
+
+namespace corekit {
+
+std::uint64_t RandomNumber() {
+    std::uint64_t number = 0;
+    if (getrandom(&number, sizeof number, GRND_NONBLOCK) == sizeof number) return number;
+    constexpr std::uint64_t kSpread = 0x9E3779B97F4A7C15;  // to all bits
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return (static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000 +
+            static_cast<std::uint64_t>(now.tv_nsec)) *
+           kSpread;
+}
+
+}  // namespace corekit

@@ -1,7 +1,9 @@
 // Small calls to the system: pauses and lines typed on standard input.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
+#include <optional>
 
 #include "corekit/os/Result.h"
 #include "corekit/text/String.h"
@@ -23,3 +25,18 @@ enum class Line {
 Line Fgets(String& line, std::FILE* input);
 
 }  // namespace corekit::Sys
+
+namespace corekit::Env {
+
+/// The value, when the variable exists.
+std::optional<String> Get(const String& name);
+
+}  // namespace corekit::Env
+
+namespace corekit {
+
+/// Where the system has none, one that chance made of the time: unlike the C library's, it never ends the
+/// process. For what is only to be unlikely to collide.
+std::uint64_t RandomNumber();
+
+}  // namespace corekit

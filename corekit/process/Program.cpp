@@ -9,7 +9,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
-#include "corekit/process/detail/ShellEnvironment.h"
+#include "corekit/process/detail/ShellProcess.h"
 #include "corekit/text/Text.h"
 
 namespace corekit {

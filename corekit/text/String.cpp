@@ -5,7 +5,7 @@
 #include <array>
 #include <limits>
 
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 #include "corekit/text/Encoding.h"
 
 namespace corekit {

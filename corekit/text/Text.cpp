@@ -3,8 +3,7 @@
 
 #include <algorithm>
 
-#include "corekit/text/Ascii.h"
-#include "corekit/text/detail/KeptByte.h"
+#include "corekit/text/Character.h"
 
 namespace corekit {
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <arpa/inet.h>
 
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 
 namespace corekit {
 

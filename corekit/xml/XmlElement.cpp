@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 
 namespace corekit {
 

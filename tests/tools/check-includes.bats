@@ -38,14 +38,14 @@ check() {
 }
 
 @test "a room of corekit includes no room above it, nor does what an agent left include the agent" {
-    file corekit/text/Text.h '#include "corekit/os/Env.h"'
-    file corekit/os/Env.h ''
+    file corekit/text/Text.h '#include "corekit/os/Sys.h"'
+    file corekit/os/Sys.h ''
     file agents/removal/Files.h '#include "agents/Agent.h"'
     file agents/Agent.h ''
     check
     [ "$status" -eq 1 ]
     [ "${lines[0]}" = 'check-includes: agents/removal/Files.h includes "agents/Agent.h" of a higher floor' ]
-    [ "${lines[1]}" = 'check-includes: corekit/text/Text.h includes "corekit/os/Env.h" of a higher floor' ]
+    [ "${lines[1]}" = 'check-includes: corekit/text/Text.h includes "corekit/os/Sys.h" of a higher floor' ]
     [ "${#lines[@]}" -eq 2 ]
 }
 

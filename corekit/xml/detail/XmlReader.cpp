@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "corekit/os/Application.h"
-#include "corekit/os/Random.h"
+#include "corekit/os/Sys.h"
 #include "corekit/xml/detail/XmlTree.h"
 
 namespace corekit {

@@ -1,13 +1,17 @@
 // Lines typed on standard input, and pauses.
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <memory>
+#include <set>
 #include <string>
+#include <sys/syscall.h>
 
 #include "corekit/os/Console.h"
 #include "corekit/os/Sys.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/SkippedPauses.h"
 #include "tests/support/TestFiles.h"
@@ -126,4 +130,49 @@ TEST(Sleep, WaitsSoManySeconds) {
                   corekit::Sys::Sleep(1);
               }),
               8);
+}
+
+
+namespace Env = corekit::Env;
+
+TEST(Env, GivesTheValueOfAVariable) {
+    setenv("ENV_TEST", "a value = \xe2\x82\xac", 1);
+    EXPECT_EQ(Env::Get(L"ENV_TEST"), L"a value = \u20AC");
+}
+
+TEST(Env, TellsAnEmptyVariableFromNone) {
+    setenv("ENV_TEST", "", 1);
+    EXPECT_EQ(Env::Get(L"ENV_TEST"), L"");
+
+    unsetenv("ENV_TEST");
+    EXPECT_EQ(Env::Get(L"ENV_TEST"), std::nullopt);
+    EXPECT_EQ(Env::Get(L""), std::nullopt);
+}
+
+TEST(Env, KeepsBytesThatAreNotUtf8) {
+    setenv("ENV_TEST", "/caf\xe9", 1);
+    EXPECT_EQ(Env::Get(L"ENV_TEST").value().Utf8(), "/caf\xe9");
+}
+
+using corekit::RandomNumber;
+
+namespace {
+
+std::set<std::uint64_t> SomeNumbers() {
+    std::set<std::uint64_t> numbers;
+    for (int draw = 0; draw < 100; ++draw) numbers.insert(RandomNumber());
+    return numbers;
+}
+
+}  // namespace
+
+TEST(RandomNumber, DiffersFromTheLast) {
+    EXPECT_EQ(SomeNumbers().size(), 100U);
+}
+
+TEST(RandomNumber, NeedsNoHelpOfTheSystem) {
+    for (const int errnoValue : {ENOSYS, EIO, EACCES})
+        EXPECT_GT(testsupport::WithFailing({{SYS_getrandom, errnoValue}},
+                                           [] { return static_cast<int>(SomeNumbers().size()); }),
+                  1);
 }

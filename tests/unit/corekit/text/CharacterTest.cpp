@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <string_view>
 
-#include "corekit/text/Ascii.h"
+#include "corekit/text/Character.h"
 
 namespace {
 
