@@ -8,7 +8,7 @@
 #include "agents/removal/ServiceRegistration.h"
 #include "agents/removal/SuperServers.h"
 #include "config/SystemProbes.h"
-#include "run/Texts.h"
+#include "run/Failure.h"
 
 namespace Zorvane::AgentInstaller {
 

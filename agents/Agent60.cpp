@@ -10,9 +10,9 @@
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "agents/removal/ServiceRegistration.h"
 #include "config/SystemProbes.h"
+#include "run/Failure.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
-#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 

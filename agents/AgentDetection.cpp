@@ -20,7 +20,7 @@
 #include "run/Args.h"
 #include "run/Keys.h"
 #include "run/Names.h"
-#include "run/UnfinishedRun.h"
+#include "run/Marks.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "agents/Agent.h"
-#include "run/Texts.h"
+#include "run/Failure.h"
 
 namespace Zorvane::AgentInstaller {
 

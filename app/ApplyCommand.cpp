@@ -16,8 +16,8 @@
 #include "corekit/os/Console.h"
 #include "corekit/os/Sys.h"
 #include "integration/AgentProcess.h"
+#include "run/Args.h"
 #include "run/Messages.h"
-#include "run/Rehearsal.h"
 #include "run/RunRecord.h"
 #include "settings/ServerUrl.h"
 

@@ -11,7 +11,6 @@
 #include "corekit/ini/IniFile.h"
 #include "run/Args.h"
 #include "run/Messages.h"
-#include "run/Rehearsal.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {

@@ -16,12 +16,12 @@
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "deploykit/RCScriptBackend.h"
+#include "run/Failure.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
-#include "run/Texts.h"
 #include "run/TrustedFile.h"
-#include "run/UnfinishedRun.h"
+#include "run/Marks.h"
 #include "settings/InstalledValues.h"
 
 namespace Zorvane::AgentInstaller {

@@ -7,9 +7,9 @@
 #include "corekit/ini/IniFile.h"
 #include "preview/ClientConfKeys.h"
 #include "preview/SettingsList.h"
+#include "run/Args.h"
 #include "run/Keys.h"
 #include "run/Names.h"
-#include "run/Rehearsal.h"
 #include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {

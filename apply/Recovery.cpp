@@ -4,8 +4,8 @@
 #include "apply/Restore.h"
 #include "integration/AgentProcess.h"
 #include "integration/AgentStart.h"
+#include "run/Args.h"
 #include "run/Messages.h"
-#include "run/Rehearsal.h"
 
 namespace Zorvane::AgentInstaller::Apply {
 

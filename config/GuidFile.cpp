@@ -8,9 +8,9 @@
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
+#include "run/Failure.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
-#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 

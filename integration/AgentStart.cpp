@@ -6,10 +6,10 @@
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "integration/AgentProcess.h"
+#include "run/Args.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
-#include "run/Rehearsal.h"
 
 namespace Zorvane::AgentInstaller {
 

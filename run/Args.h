@@ -1,9 +1,27 @@
 // The options of this run that every part of the program reads.
 #pragma once
 
+#include <deque>
+#include <vector>
+
+#include "corekit/text/String.h"
+
 namespace Zorvane::AgentInstaller::Args {
 
 inline bool bQuiet = false;     // -quiet: no progress output
 inline bool bNoSearch = false;  // -nosearch: do not ask the package manager for an installed agent
 
 }  // namespace Zorvane::AgentInstaller::Args
+
+namespace Zorvane::AgentInstaller::Rehearsal {
+
+inline bool bIsOn = false;         // no agent or service is to be started, stopped or told anything
+inline bool bStartsAgent = false;  // the rehearsed run would have started the agent
+
+inline bool bIsAttempt =
+    false;  // the run takes effect, and its caller watches the agent and undoes it if need be
+
+inline std::vector<corekit::String> answers;  // lines that the rehearsed run got as answers
+inline std::deque<corekit::String> replayed;  // answers of a rehearsal that an attempt takes in their turn
+
+}  // namespace Zorvane::AgentInstaller::Rehearsal

@@ -12,7 +12,7 @@
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"
-#include "run/Rehearsal.h"
+#include "run/Args.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -14,8 +14,8 @@
 #include "corekit/os/Sys.h"
 #include "corekit/os/SystemLog.h"
 #include "corekit/text/Text.h"
+#include "run/Args.h"
 #include "run/Messages.h"
-#include "run/Rehearsal.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 
 #include "corekit/os/Sys.h"
+#include "run/Args.h"
 #include "run/Messages.h"
-#include "run/Rehearsal.h"
 #include "settings/AnswerValidation.h"
 #include "settings/PathMacros.h"
 #include "settings/ServerUrl.h"

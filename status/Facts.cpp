@@ -14,7 +14,7 @@
 #include "integration/AgentProcess.h"
 #include "run/Keys.h"
 #include "run/Names.h"
-#include "run/UnfinishedRun.h"
+#include "run/Marks.h"
 
 namespace Zorvane::AgentInstaller::Status {
 

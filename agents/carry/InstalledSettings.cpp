@@ -7,9 +7,9 @@
 #include "corekit/fs/Path.h"
 #include "corekit/text/Character.h"
 #include "corekit/text/Text.h"
+#include "run/Failure.h"
 #include "run/Keys.h"
 #include "run/Names.h"
-#include "run/Texts.h"
 #include "settings/PathMacros.h"
 #include "settings/XmlCheck.h"
 

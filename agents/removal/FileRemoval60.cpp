@@ -9,9 +9,9 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "run/Keys.h"
+#include "run/Marks.h"
 #include "run/Messages.h"
 #include "run/Names.h"
-#include "run/ReinstallMarker.h"
 
 namespace Zorvane::AgentInstaller {
 

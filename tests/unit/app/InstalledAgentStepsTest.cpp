@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "app/InstalledAgentSteps.h"
-#include "run/UnfinishedRun.h"
+#include "run/Marks.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

@@ -4,7 +4,7 @@
 
 #include "apply/Recovery.h"
 #include "apply/SavedState.h"
-#include "run/Rehearsal.h"
+#include "run/Args.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {

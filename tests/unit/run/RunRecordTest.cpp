@@ -4,7 +4,7 @@
 
 #include "corekit/os/Application.h"
 #include "corekit/os/Interruption.h"
-#include "run/Rehearsal.h"
+#include "run/Args.h"
 #include "run/RunRecord.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/InChild.h"

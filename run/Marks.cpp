@@ -1,5 +1,5 @@
 // The mark of a run that has not come to its end: its words.
-#include "run/UnfinishedRun.h"
+#include "run/Marks.h"
 
 #include <algorithm>
 #include <iterator>
@@ -8,8 +8,9 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
+#include "run/Failure.h"
 #include "run/Names.h"
-#include "run/Texts.h"
+#include "run/TrustedFile.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -63,6 +64,24 @@ Outcome<> MarkFinishedRun(const String& installDir) {
     if (const auto removed = File::Remove(path); !removed && !IsNotFound(removed))
         return FailAt(L"Unable to remove file: ", path, removed);
     return {};
+}
+
+namespace {
+
+bool IsThere() {
+    return corekit::File::Probe(Names::kReinstallClientConf).Ok();
+}
+
+}  // namespace
+
+bool IsReinstallPending() {
+    return IsThere() && TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
+}
+
+void WarnOfUnusedReinstallMarker() {
+    if (!IsThere()) return;
+    const TrustedFile marker(Names::kReinstallClientConf, ChosenBy::Program);
+    if (!marker.MayBeUsed()) marker.WarnNotUsed(marker.WhyNot());
 }
 
 }  // namespace Zorvane::AgentInstaller

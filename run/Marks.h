@@ -28,4 +28,10 @@ Outcome<> MarkUnfinishedRun(const corekit::String& installDir, Unfinished what);
 /// Takes the mark away: the run has come to its end.
 Outcome<> MarkFinishedRun(const corekit::String& installDir);
 
+/// Is a reinstall of the agent under way? Only a marker that can be trusted counts.
+bool IsReinstallPending();
+
+/// Warns of a marker that is there and does not count.
+void WarnOfUnusedReinstallMarker();
+
 }  // namespace Zorvane::AgentInstaller
