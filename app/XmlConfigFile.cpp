@@ -15,7 +15,6 @@
 #include "corekit/xml/BasicXml.h"
 #include "run/Messages.h"
 #include "run/RunRecord.h"
-#include "settings/XmlCheck.h"
 #include "settings/XmlConfig.h"
 
 namespace Zorvane::AgentInstaller {

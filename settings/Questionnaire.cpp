@@ -6,8 +6,8 @@
 #include "corekit/os/Sys.h"
 #include "run/Args.h"
 #include "run/Messages.h"
-#include "settings/AnswerValidation.h"
 #include "settings/PathMacros.h"
+#include "settings/Questions.h"
 #include "settings/ServerUrl.h"
 #include "settings/XmlConfig.h"
 

@@ -1,6 +1,7 @@
 // The fifteen questions of the interactive configuration.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string_view>
 
@@ -25,5 +26,12 @@ std::span<const Question> Questions();
 
 /// Is the setting one that the questionnaire asks for?
 bool IsQuestionKey(SettingName setting);
+
+/// The answer in the form in which it is stored; none, after standard output has told why, for one that will
+/// not do.
+std::optional<corekit::String> ValidateAnswer(const Question& question, const corekit::String& answer);
+
+/// Says on standard output that an answer is not valid.
+void RefuseAnswer();
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,6 +1,4 @@
 // The check of an XML configuration document: names, places and values.
-#include "settings/XmlCheck.h"
-
 #include <algorithm>
 #include <optional>
 #include <set>
@@ -11,6 +9,7 @@
 #include "corekit/text/Url.h"
 #include "run/Messages.h"
 #include "settings/ServerUrl.h"
+#include "settings/XmlConfig.h"
 #include "settings/XmlFormat.h"
 
 namespace Zorvane::AgentInstaller {

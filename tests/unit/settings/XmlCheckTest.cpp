@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "settings/XmlCheck.h"
+#include "settings/XmlConfig.h"
 #include "tests/support/Captured.h"
 
 namespace Zorvane::AgentInstaller {
