@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "agents/Agent.h"
-#include "config/HandOverFile.h"
+#include "config/Migration.h"
 #include "integration/Steps.h"
 #include "settings/Settings.h"
 

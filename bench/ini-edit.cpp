@@ -10,7 +10,7 @@
 #include <string>
 #include <string_view>
 
-#include "config/CarriedValues.h"
+#include "config/ClientConfDraft.h"
 #include "settings/ClientConfKeyMap.h"
 
 using namespace Zorvane::AgentInstaller;

@@ -3,10 +3,7 @@
 
 #include <utility>
 
-#include "config/CarriedValues.h"
 #include "config/ClientConfDraft.h"
-#include "config/ClientConfSettings.h"
-#include "config/SubAgents.h"
 #include "corekit/fs/Access.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"

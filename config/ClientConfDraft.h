@@ -46,4 +46,16 @@ inline Source SourceOf(const corekit::IniFile& conf, const ConfKey& key) {
     return SourceOf(conf, key.section, key.key);
 }
 
+/// Sets the keys that settings feed, the keys of fixed rules and then the extra settings. Always true.
+bool ApplySettingsToClientConf(ClientConfDraft& draft, const Settings& settings);
+
+/// Copies every entry of the key table that the old file (read with IniFile::KeyCase::FallBack) has, but
+/// for empty paths, with paths moved to the new install directory, and makes it the setting that it belongs
+/// to, unless the operator has answered a question for that. The settings GuidDir and LogDir move likewise.
+void CarryOldValues(const corekit::IniFile& oldIni, ClientConfDraft& draft, Settings& settings);
+
+/// Copies the registrations of class servers, sub-agents, roles and static agents from an older client.conf
+/// to the new one; the agent's own tracker is never copied. Always true.
+bool CarryOverSubAgents(const corekit::IniFile& oldIni, ClientConfDraft& draft);
+
 }  // namespace Zorvane::AgentInstaller

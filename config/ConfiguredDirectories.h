@@ -2,11 +2,32 @@
 // starts.
 #pragma once
 
+#include <vector>
+
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/String.h"
 #include "run/Failure.h"
+#include "run/Keys.h"
 
 namespace Zorvane::AgentInstaller {
+
+/// The directory that a value names, ending in its name and "/". Empty when it names none to work in: an
+/// empty value, a relative one (nobody knows what to), and the root however it is spelled.
+corekit::String UsableDirectory(const corekit::String& value);
+
+/// The same for a key.
+corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey& key);
+
+/// The paths that a client.conf names, as they stand there: the install directory, the stores, the variable
+/// data, the GUID file, the log and the certificates, and of all other values, lists among them, the absolute
+/// paths of what exists. None is empty, and none occurs twice.
+std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
+
+/// The absolute paths that the removal of an agent, of whichever version, is led by, as they stand there.
+std::vector<corekit::String> CleanedPaths(const corekit::IniFile& conf);
+
+/// Those of NamedPaths that are `place` or lie below it.
+std::vector<corekit::String> NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 
 /// Success when the path is, or could be made, a writable directory. Making it, with all directories above,
 /// is told on standard output unless the run is quiet.

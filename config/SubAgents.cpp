@@ -1,6 +1,5 @@
 // The registrations of sub-agents: which sections and keys hold them.
-#include "config/SubAgents.h"
-
+#include "config/ClientConfDraft.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 

@@ -1,6 +1,9 @@
 // Small questions to the host, most of them answered by a shell command's first line of output.
 #pragma once
 
+#include <vector>
+
+#include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 #include "corekit/text/Version.h"
 
@@ -32,5 +35,17 @@ corekit::Version GetPackageManagerVersion();
 
 /// A text like "4.18.0" as a version: what stands between the first three dots, missing parts 0.
 corekit::Version ParseVersion(const corekit::String& text);
+
+/// Where the programs of an install directory are: its "bin".
+corekit::String ProgramDirectory(const corekit::String& installDir);
+
+/// Adds the programs that are there: the name, without ".bin", of each file qdn-*.bin. Fails when the
+/// directory cannot be read; what was read of it counts.
+corekit::Result FindPrograms(const corekit::String& programDir, std::vector<corekit::String>& programs);
+
+/// True if `path` is a symbolic link that leads below an install directory of the agent's: `installDir`, the
+/// usual one, or one where the agent's package has been laid down; or if it leads to a program of its own
+/// name that is gone from its "bin", as an agent leaves it that has moved or been removed.
+bool IsAgentLink(const corekit::String& path, const corekit::String& installDir);
 
 }  // namespace Zorvane::AgentInstaller

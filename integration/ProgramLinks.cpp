@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-#include "config/AgentPrograms.h"
+#include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"

@@ -7,7 +7,6 @@
 #include "corekit/text/Text.h"
 #include "kDefaultConfig.embedded.h"
 #include "settings/ServerUrl.h"
-#include "settings/XmlConfig.h"
 #include "settings/XmlFormat.h"
 
 namespace Zorvane::AgentInstaller {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "agents/removal/FileRemoval60.h"
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"

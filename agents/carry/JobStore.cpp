@@ -2,7 +2,7 @@
 #include "agents/carry/JobStore.h"
 
 #include "agents/carry/StoreRecords.h"
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/xml/BasicXml.h"

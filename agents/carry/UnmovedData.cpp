@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "agents/carry/DataMove.h"
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"

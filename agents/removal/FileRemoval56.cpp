@@ -5,7 +5,7 @@
 
 #include "agents/removal/KeepList.h"
 #include "agents/removal/ProcessControl.h"
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"

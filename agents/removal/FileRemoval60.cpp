@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <fnmatch.h>
 
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/text/Regex.h"

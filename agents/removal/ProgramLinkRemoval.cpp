@@ -4,7 +4,7 @@
 #include <cerrno>
 #include <vector>
 
-#include "config/AgentPrograms.h"
+#include "config/SystemProbes.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"

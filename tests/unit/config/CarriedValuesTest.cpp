@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <map>
 
-#include "config/CarriedValues.h"
+#include "config/ClientConfDraft.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/Questions.h"
 #include "tests/support/EnvironmentVariable.h"

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "config/ClientConfSettings.h"
+#include "config/ClientConfDraft.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/XmlConfig.h"
 #include "tests/support/PrintString.h"

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

@@ -1,7 +1,7 @@
 // The registrations of sub-agents: what is carried over, and what the new file keeps.
 #include <gtest/gtest.h>
 
-#include "config/SubAgents.h"
+#include "config/ClientConfDraft.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
