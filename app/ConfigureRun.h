@@ -5,7 +5,7 @@
 
 #include "agents/Agent.h"
 #include "config/Migration.h"
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

@@ -10,7 +10,7 @@
 #include "config/ClientConfDraft.h"
 #include "config/SystemProbes.h"
 #include "corekit/os/Sys.h"
-#include "integration/AgentStart.h"
+#include "integration/AgentProcess.h"
 #include "integration/SetupSequence.h"
 #include "run/Args.h"
 #include "run/Marks.h"

@@ -3,7 +3,6 @@
 
 #include "apply/Restore.h"
 #include "integration/AgentProcess.h"
-#include "integration/AgentStart.h"
 #include "run/Args.h"
 #include "run/Messages.h"
 

@@ -6,7 +6,7 @@
 #include <set>
 
 #include "corekit/fs/Dir.h"
-#include "integration/AgentStart.h"
+#include "integration/AgentProcess.h"
 #include "preview/Mounts.h"
 
 namespace Zorvane::AgentInstaller::Apply {

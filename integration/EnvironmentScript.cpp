@@ -3,7 +3,7 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "kEnvironmentScript.embedded.h"
 #include "run/Failure.h"
 #include "run/Messages.h"

@@ -8,7 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
 #include "deploykit/RCScriptBackend.h"
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"

@@ -8,7 +8,6 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
-#include "integration/Steps.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 

@@ -1,7 +1,12 @@
 // The set-up sequence: the new client.conf moves into place and the agent becomes part of the host.
 #pragma once
 
-#include "integration/Steps.h"
+#include <vector>
+
+#include "corekit/fs/Dir.h"
+#include "corekit/text/String.h"
+#include "run/Failure.h"
+#include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -17,5 +22,48 @@ Outcome<> PlaceClientConf(SetupContext& context);
 /// Runs the set-up steps, up to the first that fails; what was done stays. The install directory is the
 /// current directory afterwards.
 Outcome<> RunSetupSequence(const SetupContext& context);
+
+/// The steps read it, and change nothing but the host.
+struct SetupContext {
+    corekit::String generatedConfPath;   // the new client.conf in its hand-over file
+    corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
+    const Settings* settings = nullptr;  // the run's settings, not owned
+    bool isFirst = false;                // nothing was configured in the install directory before
+};
+
+/// Whether qdn-env can be written.
+Outcome<> CheckEnvironmentScript(const SetupContext& context);
+
+/// Writes <InstallDir>/bin/qdn-env.
+Outcome<> CreateScriptsStep(const SetupContext& context);
+
+/// Writes qdn-env for an install directory, in full, with mode 0755; its directory is made when missing.
+Outcome<> WriteEnvironmentScript(const corekit::String& scriptPath, const corekit::String& installDir);
+
+/// Whether the template of the service script can be read, and the scripts can be put into their places.
+Outcome<> CheckRunLevelScripts(const SetupContext& context);
+
+/// Installs the service script for the host's distribution family, and the agent's own control script
+/// <InstallDir>/bin/rcscript, a link to it; without StartupOnBoot the control script is a copy and the
+/// service is not registered.
+Outcome<> SetUpRunLevelScripts(const SetupContext& context);
+
+/// Makes a wrapper link in the configured binary directory for each of the agent's known programs that is
+/// installed, and one to the helper. The operator is told of a link that cannot be made; the step never
+/// fails.
+Outcome<> CreateProgramLinks(const SetupContext& context);
+
+/// Sets owner root and the modes of the files in bin, etc and lib and of the directories themselves;
+/// subdirectories are left alone. What cannot be changed is warned of: the step never fails.
+Outcome<> SetInstallPermissions(const SetupContext& context);
+
+/// Gives what the run has made the security labels of its places, by the host's own tool, where the kernel
+/// knows such labels: the service script, and the whole install directory after a first configuration. What
+/// an administrator has labelled otherwise keeps its label on an upgrade. The operator is told when the tool
+/// fails; the step never does.
+Outcome<> SetSecurityLabels(const SetupContext& context);
+
+/// Adds an entry that is not a directory to the list; always true, so that a scan goes on.
+bool SkipDirs(const corekit::FileInfo& info, std::vector<corekit::FileInfo>& list);
 
 }  // namespace Zorvane::AgentInstaller

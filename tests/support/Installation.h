@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "run/Args.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"

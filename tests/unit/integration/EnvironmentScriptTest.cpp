@@ -5,7 +5,7 @@
 #include <unistd.h>
 
 #include "corekit/process/Program.h"
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"
 

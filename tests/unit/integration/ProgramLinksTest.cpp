@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <unistd.h>
 
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "tests/support/Captured.h"
 #include "tests/support/Installation.h"
 

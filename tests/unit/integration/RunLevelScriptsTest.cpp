@@ -2,7 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "deploykit/RCScriptBackend.h"
-#include "integration/Steps.h"
+#include "integration/SetupSequence.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {
