@@ -1,7 +1,7 @@
 // What every installation of the agent does alike.
 #include "agents/Agent.h"
 
-#include "config/ConfiguredPaths.h"
+#include "config/ConfiguredDirectories.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"

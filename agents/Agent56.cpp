@@ -3,7 +3,6 @@
 
 #include "agents/carry/DataMove.h"
 #include "agents/carry/InstalledSettings.h"
-#include "agents/carry/UnmovedData.h"
 #include "agents/removal/FileRemoval56.h"
 #include "agents/removal/ServiceRegistration.h"
 #include "agents/removal/SuperServers.h"

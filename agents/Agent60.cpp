@@ -1,18 +1,24 @@
 // How an agent of version 6.0 is read, moved and taken away.
 #include "agents/Agent60.h"
 
+#include <algorithm>
+#include <array>
+
 #include "agents/carry/DataMove.h"
 #include "agents/carry/InstalledSettings.h"
-#include "agents/carry/JobStore.h"
-#include "agents/carry/PackageStore.h"
-#include "agents/carry/UnmovedData.h"
+#include "agents/carry/StoreConversion.h"
 #include "agents/removal/FileRemoval60.h"
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "agents/removal/ServiceRegistration.h"
 #include "config/SystemProbes.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
+#include "deploykit/RCScriptBackend.h"
 #include "run/Failure.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
+#include "run/Names.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -95,6 +101,73 @@ bool Agent60::RemoveRotatedDebugLogs(const IniFile&) {
 }
 
 bool Agent60::RemoveRotatedClientLogs(const IniFile&, const String&) {
+    return true;
+}
+
+bool Agent60SP2::RemoveProgramLinks(const corekit::IniFile& oldConf) {
+    m_left.Add(RemoveWrapperLinks(InstallDir(), GetValue(oldConf, Key::kBinDir)));
+    return true;
+}
+
+bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
+    Messages::Say(L"  Removing RC init links and scripts\n");
+    const corekit::Result result = deploykit::ItemInstallers::RCScriptBackend::Uninstall(Names::kServiceName);
+    m_left.Add(Names::kServiceScript, result);
+    return result.Ok();
+}
+
+using corekit::File::HostDirectory;
+namespace Path = corekit::Path;
+
+namespace {
+
+// The host's directories in which an administrator may well keep a log: those of data. In one of programs,
+// libraries or configuration the names of the host's own files end in numbers, too.
+constexpr std::array kLogDirectories = {
+    L"/home",      L"/opt",     L"/root",      L"/run",     L"/srv",     L"/tmp",       L"/var",
+    L"/var/cache", L"/var/lib", L"/var/local", L"/var/log", L"/var/opt", L"/var/spool", L"/var/tmp",
+};
+
+HostDirectory LogDirectoryOf(const String& log) {
+    const String directory = Path::GetDirectory(log);
+    const auto holdsLogs = [&](const wchar_t* known) { return Path::IsMatch(directory, known); };
+    return std::ranges::any_of(kLogDirectories, holdsLogs) ? HostDirectory::Meant : HostDirectory::Refused;
+}
+
+/// The path as a wildcard that matches nothing else: the name of a log may hold any character.
+String Literal(const String& path) {
+    String name;
+    for (const wchar_t character : Path::GetFileName(path)) {
+        const bool isSpecial = character == L'*' || character == L'?' || character == L'[';
+        name +=
+            isSpecial ? L"[" + String(std::wstring(1, character)) + L"]" : String(std::wstring(1, character));
+    }
+    return path.Left(path.Length() - Path::GetFileName(path).Length()) + name;
+}
+
+/// Removes the numbered rotations of a log; the log itself stays.
+RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
+    RemovalOutcome left;
+    const String pattern = Literal(log) + L".[0-9]*";
+    if (!Path::GetFileName(log).IsEmpty())
+        left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory), hostDirectory);
+    return left;
+}
+
+}  // namespace
+
+bool Agent62::RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) {
+    const String log = GetValue(oldConf, Key::kDebugOutput).Replace(L"//", L"/");
+    m_left.Add(RemoveRotations(log, LogDirectoryOf(log)));
+    return true;
+}
+
+bool Agent62::RemoveRotatedClientLogs(const corekit::IniFile& oldConf, const String& newInstallDir) {
+    String oldInstallDir = GetValue(oldConf, Key::kInstallDir);
+    if (oldInstallDir.IsEmpty() || newInstallDir.IsEmpty()) return true;
+    if (Path::IsMatch(oldInstallDir, newInstallDir)) return true;
+    EnsureTrailingChar(oldInstallDir, L'/');
+    m_left.Add(RemoveRotations(oldInstallDir + L"var/qdn-client.log", HostDirectory::Refused));
     return true;
 }
 

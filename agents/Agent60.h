@@ -33,4 +33,27 @@ class Agent60 : public Agent {
                                          const corekit::String& newInstallDir);
 };
 
+class Agent60SP2 : public Agent60 {
+  public:
+    using Agent60::Agent60;
+
+    bool RemoveProgramLinks(const corekit::IniFile& oldConf) override;
+    bool RemoveRunLevelScripts(const corekit::IniFile& oldConf) override;
+};
+
+/// The agent that this program configures.
+class CurrentAgent : public Agent60SP2 {
+  public:
+    using Agent60SP2::Agent60SP2;
+};
+
+class Agent62 : public Agent60SP2 {
+  public:
+    using Agent60SP2::Agent60SP2;
+
+    bool RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) override;
+    bool RemoveRotatedClientLogs(const corekit::IniFile& oldConf,
+                                 const corekit::String& newInstallDir) override;
+};
+
 }  // namespace Zorvane::AgentInstaller

@@ -7,10 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "agents/Agent60SP2.h"
+#include "agents/Agent60.h"
 #include "agents/AgentVersion.h"
-#include "agents/UnsupportedAgent.h"
-#include "agents/carry/UnmovedData.h"
+#include "agents/carry/DataMove.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/ini/IniFile.h"
@@ -19,8 +18,8 @@
 #include "corekit/text/Text.h"
 #include "run/Args.h"
 #include "run/Keys.h"
-#include "run/Names.h"
 #include "run/Marks.h"
+#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 

@@ -6,9 +6,6 @@
 
 #include "agents/Agent56.h"
 #include "agents/Agent60.h"
-#include "agents/Agent60SP2.h"
-#include "agents/Agent62.h"
-#include "agents/UnsupportedAgent.h"
 #include "run/Keys.h"
 #include "run/Names.h"
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "agents/AgentDetection.h"
-#include "agents/carry/UnmovedData.h"
+#include "agents/carry/DataMove.h"
 #include "config/Migration.h"
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
@@ -18,10 +18,10 @@
 #include "deploykit/RCScriptBackend.h"
 #include "run/Failure.h"
 #include "run/Keys.h"
+#include "run/Marks.h"
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "run/TrustedFile.h"
-#include "run/Marks.h"
 #include "settings/InstalledValues.h"
 
 namespace Zorvane::AgentInstaller {

@@ -4,16 +4,20 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "agents/removal/FileRemoval60.h"
 #include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
+#include "corekit/text/Text.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
 #include "run/Names.h"
+#include "run/TrustedFile.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -117,6 +121,136 @@ void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataM
     left.Tell();
     for (const String& why : reasons) WarnKept(oldDir, why);
     if (reasons.empty() && left.Any()) WarnKept(oldDir, L"not everything could be removed");
+}
+
+using corekit::Forgive;
+namespace File = corekit::File;
+
+namespace {
+
+constexpr const wchar_t* kCopyInPlace = L"/etc/client.conf.unmoved";
+constexpr int kMostCopies = 100;
+constexpr unsigned kPrivate = 0600;
+
+/// The install directory of a client.conf, without a slash at its end; empty when it has none to work in.
+String InstallDirOf(const IniFile& conf) {
+    const String directory = ConfiguredDirectory(conf, Key::kInstallDir);
+    return directory.IsEmpty() ? directory : directory.Left(directory.Length() - 1);
+}
+
+/// The directory above the "etc" that a client.conf lies in.
+String BaseOf(const String& confPath) {
+    return Path::GetDirectory(Path::GetDirectory(confPath));
+}
+
+/// Writes a file unless it is there with this content. A failure is told.
+bool Write(const String& path, const std::string& bytes) {
+    if (const auto present = File::ReadBytes(path); present && *present == bytes) return true;
+    const Result written = File::WriteBytes(path, bytes, {.mode = kPrivate});
+    if (!written)
+        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + GetErrorMsg(written) +
+                       L".\n");
+    return written.Ok();
+}
+
+/// The lines of a mark; none without a mark that may be believed.
+std::vector<String> ReadMark(const String& path) {
+    std::vector<String> lines;
+    if (!File::Exists(path)) return lines;
+    const TrustedFile mark(path, ChosenBy::Program);
+    const auto bytes = mark.Read();
+    if (!mark.WhyNot().IsEmpty() || !bytes) return lines;
+    corekit::StringTokenizer tokens(String::FromUtf8(*bytes), L"\n");
+    for (String line; tokens.GetToken(line);) {
+        if (!line.IsEmpty()) lines.push_back(line);
+    }
+    return lines;
+}
+
+/// False when the mark could not be written, which is told.
+bool WriteMark(const String& path, const std::vector<String>& lines) {
+    String text;
+    for (const String& line : lines) text += line + L"\n";
+    return Write(path, text.Utf8());
+}
+
+/// True if this client.conf lies in the install directory that it names: a damaged one may name any
+/// directory, those of the host among them.
+bool LiesIn(const String& oldDir, const std::string& bytes) {
+    const auto present = File::ReadBytes(oldDir + Names::kClientConf);
+    return present && *present == bytes && corekit::CheckRemovable(oldDir);
+}
+
+/// Where the old client.conf stays. In place the new one takes its name; then, and where it lies nowhere, it
+/// gets another name, which no other content has, beside the new one.
+String KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
+    const bool isElsewhere = !oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir);
+    if (isElsewhere && LiesIn(oldDir, bytes)) return oldDir + Names::kClientConf;
+    String name = newDir + kCopyInPlace;
+    for (int number = 1;; ++number) {
+        String path = number == 1 ? name : name + L"." + String::FromInt(number);
+        const auto present = File::ReadBytes(path);
+        if (!present ? IsNotFound(present.error()) : *present == bytes) return path;
+        if (number == kMostCopies) return name;
+    }
+}
+
+/// Goes on moving by one kept client.conf. True when nothing is left to be moved by it.
+bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf) {
+    const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
+    // Without its mark it has become the client.conf of another agent.
+    if (!isCopy && !IsKeptForUnmovedData(kept)) return true;
+    const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
+    if (!oldConf.ReadResult()) return IsNotFound(oldConf.ReadResult());
+    if (MoveData(oldConf, newConf) == DataMove::Partial) return false;
+    // An agent of version 5.6 has left nothing else by then.
+    const bool isOf56 = GetValue(oldConf, Key::kAgentMajor).IsEmpty();
+    if (!isOf56) RemoveOldInstallation(oldConf, newConf, DataMove::Complete);
+    if (const Result removed = File::Remove(kept); !removed && !IsNotFound(removed)) {
+        Messages::WarnKept(kept, GetErrorMsg(removed));
+        return false;
+    }
+    // Without its client.conf the mark leads to nothing.
+    if (!isCopy) Forgive(File::Remove(BaseOf(kept) + Names::kMovedMark));
+    return true;
+}
+
+}  // namespace
+
+void KeepConfOfUnmovedData(const IniFile& oldConf, const IniFile& newConf) {
+    const String newDir = InstallDirOf(newConf);
+    const String oldDir = InstallDirOf(oldConf);
+    const auto bytes = File::ReadBytes(oldConf.FileName());
+    if (newDir.IsEmpty() || !bytes) return;
+    const String kept = KeptPath(oldDir, newDir, *bytes);
+    const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
+    if (!Write(kept, *bytes)) return;
+    if (!isCopy && !WriteMark(oldDir + Names::kMovedMark, {newDir})) return;
+    std::vector<String> lines = ReadMark(newDir + Names::kUnmoved);
+    if (std::ranges::find(lines, kept) == lines.end()) lines.push_back(kept);
+    Forgive(WriteMark(newDir + Names::kUnmoved, lines));  // told there
+}
+
+void MoveUnmovedData(const IniFile& newConf) {
+    const String newDir = InstallDirOf(newConf);
+    if (newDir.IsEmpty()) return;
+    // An agent is installed here from now on, whatever was kept here before. Most directories have no mark,
+    // and one that stays leads the next run here once more.
+    Forgive(File::Remove(newDir + Names::kMovedMark));
+    const String mark = newDir + Names::kUnmoved;
+    std::vector<String> lines = ReadMark(mark);
+    if (lines.empty()) return;
+    std::erase_if(lines, [&](const String& kept) { return FinishMove(kept, newDir, newConf); });
+    if (lines.empty())
+        Forgive(File::Remove(mark));  // one that stays names nothing that is there
+    else
+        Forgive(WriteMark(mark, lines));  // told there
+}
+
+bool IsKeptForUnmovedData(const String& confPath) {
+    const String base = BaseOf(confPath);
+    return !base.IsEmpty() && confPath == base + Names::kClientConf &&
+           !ReadMark(base + Names::kMovedMark).empty();
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,6 +1,5 @@
 // Records of older stores: each is carried over with all that it says, or stays as it is.
-#include "agents/carry/JobStore.h"
-#include "agents/carry/PackageStore.h"
+#include "agents/carry/StoreConversion.h"
 #include "agents/carry/StoreRecords.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/xml/BasicXml.h"

@@ -1,7 +1,7 @@
 // How an agent of version 6.0 SP2 leaves the host: its wrappers and its service script.
 #include <gtest/gtest.h>
 
-#include "agents/Agent60SP2.h"
+#include "agents/Agent60.h"
 #include "run/Args.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"

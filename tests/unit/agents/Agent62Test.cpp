@@ -1,7 +1,7 @@
 // Which rotated logs go with an agent of version 6.2, and which files are none.
 #include <gtest/gtest.h>
 
-#include "agents/Agent62.h"
+#include "agents/Agent60.h"
 #include "corekit/fs/Dir.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"

@@ -6,10 +6,9 @@
 #include <unistd.h>
 
 #include "agents/Agent56.h"
-#include "agents/Agent60SP2.h"
-#include "agents/Agent62.h"
+#include "agents/Agent60.h"
 #include "agents/AgentDetection.h"
-#include "agents/UnsupportedAgent.h"
+#include "agents/AgentVersion.h"
 #include "run/Args.h"
 #include "run/TrustedFile.h"
 #include "tests/support/Captured.h"

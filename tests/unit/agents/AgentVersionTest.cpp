@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include "agents/Agent56.h"
-#include "agents/Agent60SP2.h"
-#include "agents/Agent62.h"
+#include "agents/Agent60.h"
 #include "agents/AgentVersion.h"
-#include "agents/UnsupportedAgent.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/agents/AgentVersions.h"

@@ -1,7 +1,7 @@
 // An installation that nobody understands is left alone.
 #include <gtest/gtest.h>
 
-#include "agents/UnsupportedAgent.h"
+#include "agents/AgentVersion.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"

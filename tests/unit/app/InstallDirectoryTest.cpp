@@ -1,7 +1,7 @@
 // The install directory of the agent that is being configured: which source wins.
 #include <gtest/gtest.h>
 
-#include "agents/Agent60SP2.h"
+#include "agents/Agent60.h"
 #include "app/InstallDirectory.h"
 #include "corekit/text/Text.h"
 #include "tests/support/PrintString.h"

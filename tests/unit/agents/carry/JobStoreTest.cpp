@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <map>
 
-#include "agents/carry/JobStore.h"
+#include "agents/carry/StoreConversion.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"

@@ -6,7 +6,7 @@
 #include <sys/mount.h>
 #include <sys/syscall.h>
 
-#include "agents/carry/PackageStore.h"
+#include "agents/carry/StoreConversion.h"
 #include "corekit/xml/BasicXml.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include "agents/carry/DataMove.h"
-#include "agents/carry/UnmovedData.h"
 #include "tests/support/Captured.h"
 #include "tests/support/TestFiles.h"
 
