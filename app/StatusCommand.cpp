@@ -10,11 +10,9 @@
 #include "corekit/os/Console.h"
 #include "run/Messages.h"
 #include "settings/PathMacros.h"
-#include "status/Connection.h"
 #include "status/Differences.h"
 #include "status/Document.h"
 #include "status/Facts.h"
-#include "status/TextReport.h"
 
 namespace Zorvane::AgentInstaller {
 

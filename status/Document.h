@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 
+#include "corekit/text/String.h"
 #include "status/Facts.h"
 
 namespace Zorvane::AgentInstaller::Status {
@@ -27,5 +28,9 @@ struct Findings {
 };
 
 nlohmann::ordered_json MakeDocument(const Facts& facts, const Findings& findings);
+
+/// One line for each fact, then the differences, as many as fit on a screen, and a closing line with the
+/// status.
+corekit::String TextReport(const nlohmann::ordered_json& document);
 
 }  // namespace Zorvane::AgentInstaller::Status

@@ -37,4 +37,8 @@ corekit::String FindInstallDir();
 /// Looks at the host; changes nothing, and asks for nothing that only root may know.
 Facts GatherFacts(const corekit::String& installDir);
 
+/// True if one of the addresses that the host's getent(1) knows of the server's name takes a TCP connection.
+/// All of it takes at most three seconds.
+bool CanReach(const ServerUrl& server);
+
 }  // namespace Zorvane::AgentInstaller::Status

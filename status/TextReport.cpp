@@ -1,5 +1,4 @@
 // Lays the document out in two columns.
-#include "status/TextReport.h"
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

@@ -2,7 +2,6 @@
 #include <nlohmann/json.hpp>
 
 #include "status/Document.h"
-#include "status/TextReport.h"
 #include "tests/support/PrintString.h"
 
 namespace Zorvane::AgentInstaller::Status {
