@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "agents/AgentDetection.h"
-#include "app/Refusals.h"
+#include "app/ChangingCommand.h"
 #include "apply/AgentWatch.h"
 #include "apply/Plan.h"
 #include "apply/Recovery.h"

@@ -2,6 +2,9 @@
 #pragma once
 
 #include "corekit/os/Application.h"
+#include "corekit/text/String.h"
+#include "run/Failure.h"
+#include "run/RunLock.h"
 #include "run/RunRecord.h"
 #include "settings/Settings.h"
 
@@ -31,5 +34,26 @@ class ChangingCommand : public corekit::CommandBasedApp::Command {
     /// As `Run`, without the record.
     virtual unsigned Perform(const std::vector<corekit::String>& arguments) = 0;
 };
+
+// The program's statuses.
+inline constexpr unsigned kSuccess = 0;
+inline constexpr unsigned kFailure = 1;
+inline constexpr unsigned kUsageError = 120;
+
+inline constexpr const wchar_t* kAnotherRun = L"  Another run of qdn-configure is in progress.\n";
+
+/// Each returns true after it has told the operator why the command cannot run.
+
+/// Refuses a user who is not root.
+bool RefuseOrdinaryUser();
+
+/// Refuses, with the text `refusal`, while a plug-in process of the agent runs.
+bool RefuseRunningAgent(const corekit::String& refusal);
+
+/// Refuses when another run holds the lock.
+bool RefuseSecondRun(const RunLock& lock);
+
+/// Tells the operator of the failure on standard error. Returns the status of a run that failed.
+unsigned Report(const Failure& failure);
 
 }  // namespace Zorvane::AgentInstaller

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "agents/AgentDetection.h"
-#include "app/Refusals.h"
+#include "app/ChangingCommand.h"
 #include "apply/Recovery.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/HostDirectories.h"

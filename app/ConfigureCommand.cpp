@@ -1,7 +1,7 @@
 // The commands -configure and -iconfigure: options, texts, and the XML configuration file.
 #include "app/ConfigureCommand.h"
 
-#include "app/Refusals.h"
+#include "app/ChangingCommand.h"
 #include "apply/Recovery.h"
 #include "config/SystemProbes.h"
 #include "run/Args.h"

@@ -1,12 +1,9 @@
 // The configure sequence: gather the settings, decide on an upgrade, replace the installed agent, set up the
 // new one.
 #include "agents/AgentDetection.h"
+#include "app/ChangingCommand.h"
 #include "app/ConfigureCommand.h"
-#include "app/ConfigureRun.h"
-#include "app/InstallDirectory.h"
-#include "app/InstalledAgentSteps.h"
-#include "app/PlatformSupport.h"
-#include "app/Refusals.h"
+#include "app/ConfigureSteps.h"
 #include "config/ClientConfDraft.h"
 #include "config/SystemProbes.h"
 #include "corekit/os/Sys.h"

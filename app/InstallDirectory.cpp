@@ -1,8 +1,7 @@
 // The install directory of the agent that is being configured: which source names it, and which names are
 // refused.
-#include "app/InstallDirectory.h"
-
 #include "agents/AgentDetection.h"
+#include "app/ConfigureSteps.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"

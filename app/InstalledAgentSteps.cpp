@@ -1,6 +1,4 @@
 // The agent found on the host: what is taken over from it, what is kept of it, what is removed.
-#include "app/InstalledAgentSteps.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <optional>
@@ -9,6 +7,7 @@
 
 #include "agents/AgentDetection.h"
 #include "agents/carry/DataMove.h"
+#include "app/ConfigureSteps.h"
 #include "config/Migration.h"
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"

@@ -1,11 +1,10 @@
 // The supported platforms: the table of releases and the probes that the host is held against.
-#include "app/PlatformSupport.h"
-
 #include <algorithm>
 #include <iterator>
 #include <optional>
 #include <sys/utsname.h>
 
+#include "app/ConfigureSteps.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/text/Regex.h"

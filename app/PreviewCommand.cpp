@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
-#include "app/Refusals.h"
+#include "app/ChangingCommand.h"
 #include "corekit/fs/File.h"
 #include "corekit/os/Console.h"
 #include "preview/Document.h"

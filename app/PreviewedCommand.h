@@ -54,4 +54,7 @@ void TellErrors(const nlohmann::ordered_json& document);
 /// Colours on a terminal, unless nobody wants any.
 Preview::Colours ColoursOfOutput();
 
+/// Runs the command, which is in a copy of the host, and returns the record that Preview::MakeDocument reads.
+std::string RunInCopy(ChangingCommand& command, const std::vector<corekit::String>& arguments);
+
 }  // namespace Zorvane::AgentInstaller

@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include "app/ChangingCommand.h"
 #include "app/ConfigureCommand.h"
-#include "app/Refusals.h"
-#include "app/RehearsedRun.h"
+#include "app/PreviewedCommand.h"
 #include "corekit/os/Console.h"
 #include "run/Messages.h"
 #include "settings/PathMacros.h"

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "agents/Agent60.h"
-#include "app/InstallDirectory.h"
+#include "app/ConfigureSteps.h"
 #include "corekit/text/Text.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"

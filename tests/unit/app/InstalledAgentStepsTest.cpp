@@ -5,7 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "app/InstalledAgentSteps.h"
+#include "app/ConfigureSteps.h"
 #include "run/Marks.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"

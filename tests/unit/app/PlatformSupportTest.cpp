@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "app/PlatformSupport.h"
+#include "app/ConfigureSteps.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/TestFiles.h"
 

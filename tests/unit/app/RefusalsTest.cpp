@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "app/Refusals.h"
+#include "app/ChangingCommand.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 

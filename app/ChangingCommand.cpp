@@ -1,5 +1,5 @@
 // How a command ends early: what the operator is told.
-#include "app/Refusals.h"
+#include "app/ChangingCommand.h"
 
 #include <unistd.h>
 

@@ -1,0 +1,79 @@
+// The state of one configure run: what its steps hand on to each other.
+#pragma once
+
+#include <memory>
+
+#include "agents/Agent.h"
+#include "config/Migration.h"
+#include "integration/SetupSequence.h"
+#include "run/Failure.h"
+#include "settings/Settings.h"
+
+namespace Zorvane::AgentInstaller {
+
+struct ConfigureRun {
+    bool xmlLoaded = false;  // an XML configuration file was read and merged
+    bool reinstall = false;  // the installed agent is to be installed anew, not upgraded
+
+    std::shared_ptr<Settings> settings;
+    std::unique_ptr<Agent> installed;  // the agent found on the host, or null
+    std::unique_ptr<Agent> newAgent;   // the agent being configured, or null
+    HandOverFile handOver;             // the new client.conf until it moves into place
+    corekit::String migrationText;     // what is said of it when it is put to use
+    SetupContext setup;                // what the set-up steps are to know, once client.conf is built
+
+    /// The installed agent when it is of a version that can be upgraded, else null.
+    Agent* Upgradable() const {
+        return installed && installed->IsUpgradeSupported() ? installed.get() : nullptr;
+    }
+};
+
+/// Creates the agent that is being configured. The package manager's directory of it, and over that
+/// `givenDir` (of the option -dir) where it is not empty, becomes the setting InstallDir.
+Outcome<> CreateNewAgent(ConfigureRun& run, const corekit::String& givenDir);
+
+/// Gives the settings an install directory when no source named any: the new agent's, or else the one above
+/// the directory of the running program, where that holds the agent's package. Makes it absolute, without
+/// slashes at its end.
+void CompleteInstallDir(ConfigureRun& run);
+
+/// Refuses an install directory that holds a character which a shell or a search path would misread, and one
+/// that is the host's own.
+Outcome<> CheckInstallDir(const Settings& settings);
+
+/// Lets the run remove the install directories of the new and of the installed agent even where they lie
+/// directly in a directory that many share, such as /usr/share.
+void DeclareInstallDirs(const ConfigureRun& run);
+
+/// Merges what the installed agent's configuration provides into the settings. The server and identifier of
+/// an XML file win over the installed agent's; a server that changes is marked, and then an identifier of the
+/// old one is dropped. An upgrade into another directory that did not finish goes on there.
+Outcome<> MergeInstalledSettings(ConfigureRun& run);
+
+/// Where no agent to upgrade was found before the questions: takes up the upgrade that did not finish below
+/// the directory of an answer. Its agent is the installed one from then on, and its configuration is merged
+/// into `unanswered`. False, and nothing has changed, where there is no such upgrade.
+Outcome<bool> TakeUpUpgrade(ConfigureRun& run, const corekit::String& installDir, Settings& unanswered);
+
+/// Whether SaveInstalledConfiguration and RemoveInstalledIntegration can succeed. Changes nothing.
+Outcome<> CheckInstalledAgent(const ConfigureRun& run);
+
+/// Marks the install directory as that of a run which has not come to its end, and keeps the installed
+/// agent's client.conf as etc/client.conf.old below it; the agent is read from there then. Without an agent
+/// that is recognised, the client.conf of the install directory is kept, unless a run that did not finish has
+/// left it.
+Outcome<> SaveInstalledConfiguration(const ConfigureRun& run);
+
+/// Removes an upgraded agent's services and links.
+Outcome<> RemoveInstalledIntegration(const ConfigureRun& run);
+
+/// Writes the new client.conf into the hand-over file. Nothing else on the host changes.
+Outcome<> BuildConfiguration(ConfigureRun& run);
+
+/// Removes or relocates the installed agent's files, and removes the hand-over files of package scripts.
+Outcome<> RemoveInstalledFiles(const ConfigureRun& run);
+
+/// A Linux kernel with a supported release of VMware ESX Server, Red Hat or SuSE, on a supported processor.
+bool IsPlatformSupported();
+
+}  // namespace Zorvane::AgentInstaller
