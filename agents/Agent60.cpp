@@ -1,4 +1,4 @@
-// How an agent of version 6.0 is read, moved and taken away.
+// How agents of version 6.0 and later are read, moved and taken away.
 #include "agents/Agent60.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Agents of version 6.0 and 6.0 SP1, and all that later versions share with them.
+// Agents of version 6.0 and later, each version with what it does differently from the one before.
 #pragma once
 
 #include "agents/Agent.h"
@@ -6,8 +6,8 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Every operation that needs the old configuration fails, before it touches anything, while the agent has no
-/// configuration file path.
+/// Version 6.0 and 6.0 SP1. Every operation that needs the old configuration fails, before it touches
+/// anything, while the agent has no configuration file path.
 class Agent60 : public Agent {
   public:
     using Agent::Agent;
@@ -27,12 +27,13 @@ class Agent60 : public Agent {
     /// Carries jobs and packages, which lie where the new client.conf says by then, into today's layout.
     virtual bool ConvertPackageStore(const corekit::IniFile& newConf);
 
-    /// Both remove what a version's logs left beside them when they were rotated; the logs themselves stay.
+    /// Both remove the rotated logs that the version leaves; the logs themselves stay.
     virtual bool RemoveRotatedDebugLogs(const corekit::IniFile& oldConf);
     virtual bool RemoveRotatedClientLogs(const corekit::IniFile& oldConf,
                                          const corekit::String& newInstallDir);
 };
 
+/// Version 6.0 SP2 and 6.1: their links are wrappers, and their service has a script of its own.
 class Agent60SP2 : public Agent60 {
   public:
     using Agent60::Agent60;
@@ -47,6 +48,7 @@ class CurrentAgent : public Agent60SP2 {
     using Agent60SP2::Agent60SP2;
 };
 
+/// Version 6.2: they rotate their logs, and the rotations go with them.
 class Agent62 : public Agent60SP2 {
   public:
     using Agent60SP2::Agent60SP2;

@@ -1,4 +1,5 @@
-// Which version of the agent a client.conf is of, and which member of the family stands for it.
+// Which version of the agent a client.conf is of, which member of the family stands for it, and the members
+// that stand for installations which are left alone.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,4 @@
-// How a command ends early: what the operator is told.
+// What the operator is told when a command does not run, or fails.
 #include "app/ChangingCommand.h"
 
 #include <unistd.h>

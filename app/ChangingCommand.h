@@ -1,4 +1,4 @@
-// A command that changes the host, as a preview sees it.
+// A command that changes the host, the refusals that commands share, and the report of a failure.
 #pragma once
 
 #include "corekit/os/Application.h"

@@ -1,4 +1,4 @@
-// The state of one configure run: what its steps hand on to each other.
+// The steps of the configure sequence, and the state of a run that they hand on to each other.
 #pragma once
 
 #include <memory>
@@ -28,7 +28,13 @@ struct ConfigureRun {
     }
 };
 
-/// Creates the agent that is being configured. The package manager's directory of it, and over that
+/// True on a Linux kernel with a supported release of VMware ESX Server, Red Hat or SuSE, on a supported
+/// processor.
+bool IsPlatformSupported();
+
+// The agent that is being configured, and its install directory.
+
+/// Creates the agent. The package manager's directory of it, and over that
 /// `givenDir` (of the option -dir) where it is not empty, becomes the setting InstallDir.
 Outcome<> CreateNewAgent(ConfigureRun& run, const corekit::String& givenDir);
 
@@ -45,6 +51,8 @@ Outcome<> CheckInstallDir(const Settings& settings);
 /// directly in a directory that many share, such as /usr/share.
 void DeclareInstallDirs(const ConfigureRun& run);
 
+// The agent found on the host.
+
 /// Merges what the installed agent's configuration provides into the settings. The server and identifier of
 /// an XML file win over the installed agent's; a server that changes is marked, and then an identifier of the
 /// old one is dropped. An upgrade into another directory that did not finish goes on there.
@@ -55,7 +63,7 @@ Outcome<> MergeInstalledSettings(ConfigureRun& run);
 /// into `unanswered`. False, and nothing has changed, where there is no such upgrade.
 Outcome<bool> TakeUpUpgrade(ConfigureRun& run, const corekit::String& installDir, Settings& unanswered);
 
-/// Whether SaveInstalledConfiguration and RemoveInstalledIntegration can succeed. Changes nothing.
+/// Fails where SaveInstalledConfiguration or RemoveInstalledIntegration could not succeed. Changes nothing.
 Outcome<> CheckInstalledAgent(const ConfigureRun& run);
 
 /// Marks the install directory as that of a run which has not come to its end, and keeps the installed
@@ -72,8 +80,5 @@ Outcome<> BuildConfiguration(ConfigureRun& run);
 
 /// Removes or relocates the installed agent's files, and removes the hand-over files of package scripts.
 Outcome<> RemoveInstalledFiles(const ConfigureRun& run);
-
-/// A Linux kernel with a supported release of VMware ESX Server, Red Hat or SuSE, on a supported processor.
-bool IsPlatformSupported();
 
 }  // namespace Zorvane::AgentInstaller

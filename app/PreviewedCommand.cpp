@@ -1,4 +1,4 @@
-// The commands that can be rehearsed, and what comes back from the copy of the host.
+// The commands that can be rehearsed: what they note in the copy of the host, and what comes back from it.
 #include "app/PreviewedCommand.h"
 
 #include <algorithm>

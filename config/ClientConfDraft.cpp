@@ -1,4 +1,4 @@
-// Fills in the template, and tells its lines apart from the values of settings.
+// Fills in the template, the values that settings feed and those of an installed agent's file.
 #include "config/ClientConfDraft.h"
 
 #include <algorithm>

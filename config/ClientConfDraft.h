@@ -1,4 +1,4 @@
-// A client.conf in the making: its text, and where each of its values is from.
+// A client.conf in the making: its text, where each of its values is from, and the three sources of values.
 #pragma once
 
 #include "corekit/ini/IniFile.h"
@@ -45,6 +45,8 @@ inline Source SourceOf(const corekit::IniFile& conf, const corekit::String& sect
 inline Source SourceOf(const corekit::IniFile& conf, const ConfKey& key) {
     return SourceOf(conf, key.section, key.key);
 }
+
+// The sources of values.
 
 /// Sets the keys that settings feed, the keys of fixed rules and then the extra settings. Always true.
 bool ApplySettingsToClientConf(ClientConfDraft& draft, const Settings& settings);

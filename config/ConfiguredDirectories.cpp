@@ -1,4 +1,4 @@
-// The directories that client.conf names: their keys in order, and what is done with each.
+// The directories and files that client.conf names: their keys in order, and what is done with each.
 #include "config/ConfiguredDirectories.h"
 
 #include <algorithm>

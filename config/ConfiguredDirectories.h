@@ -1,5 +1,5 @@
-// The directories that client.conf names: looked at before a run changes anything, and made before the agent
-// starts.
+// The directories and files that a client.conf names: read so that a damaged file leads no clean-up astray,
+// checked before a run changes anything, and made before the agent starts.
 #pragma once
 
 #include <vector>
@@ -11,14 +11,14 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The directory that a value names, ending in its name and "/". Empty when it names none to work in: an
-/// empty value, a relative one (nobody knows what to), and the root however it is spelled.
+/// The directory that a value names, ending in its name and "/". Empty for a value that names none to work
+/// in: an empty one, a relative one (relative to what is unknown), and the root however it is spelled.
 corekit::String UsableDirectory(const corekit::String& value);
 
 /// The same for a key.
 corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey& key);
 
-/// The paths that a client.conf names, as they stand there: the install directory, the stores, the variable
+/// The paths that a client.conf names, as written: the install directory, the stores, the variable
 /// data, the GUID file, the log and the certificates, and of all other values, lists among them, the absolute
 /// paths of what exists. None is empty, and none occurs twice.
 std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
@@ -36,7 +36,7 @@ Outcome<> CreateConfiguredDirectory(const corekit::String& path);
 /// Success when the path is a writable directory. Makes nothing.
 Outcome<> CheckConfiguredDirectory(const corekit::String& path);
 
-/// Makes all directories that a client.conf names, in order, up to the first that fails.
+/// Makes all directories that a client.conf names, in order, and stops at the first failure.
 Outcome<> PrepareConfiguredDirectories(const corekit::IniFile& conf);
 
 /// Fails as PrepareConfiguredDirectories would, and makes nothing.

@@ -1,4 +1,4 @@
-// Writing the new client.conf into its hand-over file: whether an installed agent's values are carried.
+// The hand-over file, and whether an installed agent's values are carried into it.
 #include "config/Migration.h"
 
 #include "corekit/fs/File.h"

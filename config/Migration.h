@@ -1,4 +1,5 @@
-// Writing the new client.conf into its hand-over file, with an installed agent's values carried across.
+// The private temporary file in which the new client.conf is written, with an installed agent's values,
+// before it moves into place.
 #pragma once
 
 #include "config/ClientConf.h"
@@ -9,7 +10,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Owns the file: removes it when it goes, unless it has been moved into place by then.
+/// The hand-over file. Its destructor removes the file, unless it has been moved into place by then.
 class HandOverFile {
   public:
     /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed.

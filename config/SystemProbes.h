@@ -1,4 +1,5 @@
-// Small questions to the host, most of them answered by a shell command's first line of output.
+// Small questions to the host, most of them answered by a shell command's first line of output, and which of
+// the agent's programs are there.
 #pragma once
 
 #include <vector>
@@ -15,10 +16,10 @@ corekit::String RunShellCommand(const corekit::String& commandLine);
 /// "linux", "suse" or "united".
 corekit::String DetectDistribution();
 
-/// Does a plug-in process of the agent run?
+/// True if a plug-in process of the agent runs.
 bool IsPluginProcessRunning();
 
-/// Do solutions depend on the agent installed there? True when that cannot be told.
+/// True if solutions depend on the agent installed there, or if that cannot be told.
 bool HasRegisteredSolutions(const corekit::String& installDir);
 
 /// The levels that occur in a text like "rc2;rc3;rc5", as digits "235" and as lists "2 3 5" and "0 1 4 6" of
@@ -30,13 +31,16 @@ struct RunLevels {
 };
 RunLevels SplitRunLevels(const corekit::String& levels);
 
-/// The version of the host's rpm, for whoever looks for a fault: no command asks. Missing parts are 0.
+/// The version of the host's rpm, with 0 for missing parts. No command asks for it; it helps whoever looks
+/// for a fault.
 corekit::Version GetPackageManagerVersion();
 
 /// A text like "4.18.0" as a version: what stands between the first three dots, missing parts 0.
 corekit::Version ParseVersion(const corekit::String& text);
 
-/// Where the programs of an install directory are: its "bin".
+// The agent's programs.
+
+/// The directory of an installation's programs, its "bin".
 corekit::String ProgramDirectory(const corekit::String& installDir);
 
 /// Adds the programs that are there: the name, without ".bin", of each file qdn-*.bin. Fails when the

@@ -1,4 +1,4 @@
-// Native units on disk: writing them, and the links that enable them.
+// Native units: their text, made from the headers of service scripts, and the links that enable them.
 #include "deploykit/SystemdUnit.h"
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-// Looks through /proc for processes whose program is that of the agent.
+// Looks through /proc for the agent's processes, and starts and stops them by the control script.
 #include "integration/AgentProcess.h"
 
 #include <algorithm>

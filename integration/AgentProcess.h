@@ -1,4 +1,4 @@
-// Finding the process of a running agent.
+// The agent's process: finding, starting and stopping it.
 #pragma once
 
 #include <optional>
@@ -14,18 +14,16 @@ namespace Zorvane::AgentInstaller {
 /// does not count. Any user may ask.
 std::optional<pid_t> FindAgentProcess(const corekit::String& installDir);
 
-/// Unless the setting Start says otherwise, starts the agent through its control script, gives its processes
-/// ten seconds to come up and shows its status line; an agent that does not run then is warned of. Never
-/// fails the run.
-/// An attempt leaves the waiting and the looking to its caller.
+/// Starts the agent through its control script, unless the setting Start says otherwise, gives its processes
+/// ten seconds to come up and shows its status line; warns if the agent does not run then. Never fails the
+/// run. In an attempt, the caller waits and looks instead.
 void StartAgent(const Settings& settings);
 
-/// Stops the agent of an install directory by its control script. False when a process of it still runs after
-/// a few seconds.
+/// Stops the agent of an install directory by its control script. Returns false if a process of it still runs
+/// after a few seconds.
 bool StopAgent(const corekit::String& installDir);
 
-/// Starts the agent of an install directory by its control script, after it had to be stopped; one that does
-/// not run then is warned of.
+/// Starts the agent of an install directory again after it had to be stopped; warns if it does not run then.
 void StartAgentAgain(const corekit::String& installDir);
 
 }  // namespace Zorvane::AgentInstaller

@@ -1,4 +1,4 @@
-// Owners and modes of the installation: the tables and the walk over them.
+// Owners, modes and security labels of the installation.
 #include <cerrno>
 #include <map>
 #include <span>

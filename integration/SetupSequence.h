@@ -1,4 +1,4 @@
-// The set-up sequence: the new client.conf moves into place and the agent becomes part of the host.
+// The set-up sequence, which makes the agent part of the host, and its steps.
 #pragma once
 
 #include <vector>
@@ -10,8 +10,16 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Looks, before anything changes, whether both can succeed with the generated client.conf: fails as
-/// they would, as far as that can be known, and changes nothing.
+/// What the steps share: they read it, and change nothing but the host.
+struct SetupContext {
+    corekit::String generatedConfPath;   // the new client.conf in its hand-over file
+    corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
+    const Settings* settings = nullptr;  // the run's settings, not owned
+    bool isFirst = false;                // nothing was configured in the install directory before
+};
+
+/// Fails as PlaceClientConf and RunSetupSequence would with the generated client.conf, as far as that can be
+/// known before. Changes nothing.
 Outcome<> CheckSetupSequence(const SetupContext& context);
 
 /// Writes the file of the identifier, whose directory is made when missing, and then puts the generated
@@ -23,15 +31,9 @@ Outcome<> PlaceClientConf(SetupContext& context);
 /// current directory afterwards.
 Outcome<> RunSetupSequence(const SetupContext& context);
 
-/// The steps read it, and change nothing but the host.
-struct SetupContext {
-    corekit::String generatedConfPath;   // the new client.conf in its hand-over file
-    corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
-    const Settings* settings = nullptr;  // the run's settings, not owned
-    bool isFirst = false;                // nothing was configured in the install directory before
-};
+// The steps, in their order.
 
-/// Whether qdn-env can be written.
+/// Fails where qdn-env cannot be written. Changes nothing.
 Outcome<> CheckEnvironmentScript(const SetupContext& context);
 
 /// Writes <InstallDir>/bin/qdn-env.
@@ -40,7 +42,8 @@ Outcome<> CreateScriptsStep(const SetupContext& context);
 /// Writes qdn-env for an install directory, in full, with mode 0755; its directory is made when missing.
 Outcome<> WriteEnvironmentScript(const corekit::String& scriptPath, const corekit::String& installDir);
 
-/// Whether the template of the service script can be read, and the scripts can be put into their places.
+/// Fails where the template of the service script cannot be read, or a script cannot be put into its place.
+/// Changes nothing.
 Outcome<> CheckRunLevelScripts(const SetupContext& context);
 
 /// Installs the service script for the host's distribution family, and the agent's own control script

@@ -1,4 +1,5 @@
-// The options of this run that every part of the program reads.
+// How this run was meant: the options that every part of the program reads, and whether it is a rehearsal or
+// an attempt.
 #pragma once
 
 #include <deque>
@@ -18,8 +19,8 @@ namespace Zorvane::AgentInstaller::Rehearsal {
 inline bool bIsOn = false;         // no agent or service is to be started, stopped or told anything
 inline bool bStartsAgent = false;  // the rehearsed run would have started the agent
 
-inline bool bIsAttempt =
-    false;  // the run takes effect, and its caller watches the agent and undoes it if need be
+/// The run takes effect, and its caller watches the agent and undoes the run if need be.
+inline bool bIsAttempt = false;
 
 inline std::vector<corekit::String> answers;  // lines that the rehearsed run got as answers
 inline std::deque<corekit::String> replayed;  // answers of a rehearsal that an attempt takes in their turn

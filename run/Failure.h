@@ -1,4 +1,5 @@
-// Why a run fails: what a failed step returns, and what the operator is told of it when the run ends.
+// Why a run fails: what a failed step returns, what the operator is told of it when the run ends, and the
+// texts that several steps share.
 #pragma once
 
 #include <tl/expected.hpp>

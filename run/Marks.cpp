@@ -1,4 +1,4 @@
-// The mark of a run that has not come to its end: its words.
+// The words of the mark of a run that has not come to its end, and the trust in the package scripts' marker.
 #include "run/Marks.h"
 
 #include <algorithm>

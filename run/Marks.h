@@ -1,5 +1,5 @@
-// The mark of a run that has begun to change an installation and has not come to its end: the file
-// etc/.unfinished below the install directory.
+// The marks on the host of what is under way: of a run that has begun to change an installation and has not
+// come to its end (etc/.unfinished below the install directory), and of the package scripts' reinstallation.
 #pragma once
 
 #include "corekit/text/String.h"
@@ -7,7 +7,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What has not come to its end. While there is a mark, etc/client.conf is no agent's.
+/// What has not come to its end. While there is a mark, etc/client.conf belongs to no agent.
 enum class Unfinished {
     Nothing,
     Saving,              // nothing of the installed agent has changed: its client.conf is being saved
@@ -15,23 +15,24 @@ enum class Unfinished {
     Upgrade,             // the agent that was there before is what etc/client.conf.old says
 };
 
-/// What the mark below the install directory says. One that says nothing known is an upgrade's when there is
-/// a client.conf.old, else a first configuration's.
+/// What the mark below the install directory says. A mark with an unknown word stands for an upgrade if there
+/// is a client.conf.old, and for a first configuration otherwise.
 Unfinished FindUnfinishedRun(const corekit::String& installDir);
 
-/// Whether the mark can be put there.
+/// Fails where the mark could not be written. Changes nothing.
 Outcome<> CheckUnfinishedMark(const corekit::String& installDir);
 
-/// Puts the mark there, or changes it.
+/// Writes the mark, or changes it.
 Outcome<> MarkUnfinishedRun(const corekit::String& installDir, Unfinished what);
 
-/// Takes the mark away: the run has come to its end.
+/// Removes the mark: the run has come to its end.
 Outcome<> MarkFinishedRun(const corekit::String& installDir);
 
-/// Is a reinstall of the agent under way? Only a marker that can be trusted counts.
+/// True if the package scripts are putting the same agent back on the host: they have left a marker, and it
+/// can be trusted.
 bool IsReinstallPending();
 
-/// Warns of a marker that is there and does not count.
+/// Warns of such a marker that cannot be trusted.
 void WarnOfUnusedReinstallMarker();
 
 }  // namespace Zorvane::AgentInstaller

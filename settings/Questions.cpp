@@ -1,4 +1,4 @@
-// The questions of the interactive configuration: their table.
+// The questions of the interactive configuration: their table, and the check of each kind of answer.
 #include "settings/Questions.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The fifteen questions of the interactive configuration.
+// The fifteen questions of the interactive configuration, and what counts as an answer.
 #pragma once
 
 #include <optional>
@@ -24,11 +24,11 @@ struct Question {
 /// All of them, in asking order.
 std::span<const Question> Questions();
 
-/// Is the setting one that the questionnaire asks for?
+/// True if the questionnaire asks for the setting.
 bool IsQuestionKey(SettingName setting);
 
-/// The answer in the form in which it is stored; none, after standard output has told why, for one that will
-/// not do.
+/// The answer in the form in which it is stored. An unusable answer gives none, after the reason has been
+/// told on standard output.
 std::optional<corekit::String> ValidateAnswer(const Question& question, const corekit::String& answer);
 
 /// Says on standard output that an answer is not valid.

@@ -1,4 +1,4 @@
-// The XML configuration document KSAgentConfiguration, read into settings.
+// The XML configuration document KSAgentConfiguration: reading it into settings, and warning of its mistakes.
 #pragma once
 
 #include <memory>

@@ -1,4 +1,4 @@
-// The state of the installed agent as the JSON document that programs read.
+// The state of the installed agent as the JSON document that programs read, and as text for people.
 #pragma once
 
 #include <nlohmann/json_fwd.hpp>

@@ -1,4 +1,4 @@
-// What can be told of the installed agent by looking at the host.
+// What can be told of the installed agent by looking at the host and at its server.
 #pragma once
 
 #include <optional>
@@ -29,9 +29,8 @@ struct Facts {
     std::optional<pid_t> process;
 };
 
-/// The install directory to look at when none is given: the first that has a configuration, of that of
-/// QDNCLIENT_CONFIG_FILE, of the running program, the usual one and the package manager's. The usual one when
-/// none has.
+/// The install directory to look at when none is given: of that of QDNCLIENT_CONFIG_FILE, that of the running
+/// program, the usual one and the package manager's, the first that has a configuration; else the usual one.
 corekit::String FindInstallDir();
 
 /// Looks at the host; changes nothing, and asks for nothing that only root may know.

@@ -1,4 +1,5 @@
-// Moving stores, and removing what is left of the old install directory.
+// Moving stores, removing what is left of the old install directory, and the marks that lead a later run to
+// data which could not be moved.
 #include "agents/carry/DataMove.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Converting the jobs of the software delivery.
+// Converting the jobs and the packages of the software delivery.
 #include "agents/carry/StoreConversion.h"
 
 #include <algorithm>
@@ -18,7 +18,7 @@ using corekit::XmlElement;
 
 namespace {
 
-constexpr const wchar_t* kSection = L"JobInfo";
+constexpr const wchar_t* kJobSection = L"JobInfo";
 constexpr const wchar_t* kDownload = L"Download";
 constexpr const wchar_t* kInfoSuffix = L".qdn-job-info";
 constexpr const wchar_t* kXmlSuffix = L".qdn-job-xml";
@@ -43,7 +43,7 @@ String JobRecord(const Fields& fields, const String& oldXml) {
 /// `stem` is the path of the old records without their suffixes.
 Outcome<> ConvertJob(const String& stem, const String& newPath) {
     const String infoPath = stem + kInfoSuffix;
-    const auto fields = ReadFields(infoPath, kSection);
+    const auto fields = ReadFields(infoPath, kJobSection);
     if (!fields) return tl::unexpected(fields.error());
     const auto xml = ReadXmlRecord(stem + kXmlSuffix);
     if (!xml) return tl::unexpected(xml.error());
@@ -84,7 +84,7 @@ using deploykit::PackageDelivery::PackageUser;
 
 namespace {
 
-constexpr const wchar_t* kSection = L"PackageInfo";
+constexpr const wchar_t* kPackageSection = L"PackageInfo";
 constexpr const wchar_t* kInternalVersion = L"InternalVersion";
 constexpr const wchar_t* kUserName = L"Zorvane.SWD";
 
@@ -105,7 +105,7 @@ bool IsUserField(const String& name) {
 
 /// The old records as fields.
 Outcome<Fields> ReadPackage(const String& infoPath, const String& xmlPath) {
-    auto fields = ReadFields(infoPath, kSection);
+    auto fields = ReadFields(infoPath, kPackageSection);
     if (!fields) return fields;
     const auto xml = ReadXmlRecord(xmlPath);
     if (!xml) return tl::unexpected(xml.error());

@@ -1,5 +1,5 @@
-// The jobs of an older agent's software delivery, carried into today's layout: one record a job, named after
-// it.
+// The stores of an older agent's software delivery, carried into today's layout: one record for each job and
+// for each package, named after it.
 #pragma once
 
 #include "corekit/text/String.h"

@@ -1,4 +1,4 @@
-// Small calls to the system: pauses and lines typed on standard input.
+// Small calls to the system: pauses, lines typed on standard input, the environment, random numbers.
 #include "corekit/os/Sys.h"
 
 #include <cstdlib>

@@ -1,4 +1,4 @@
-// Small calls to the system: pauses and lines typed on standard input.
+// Small calls to the system: pauses, lines typed on standard input, the environment, random numbers.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace corekit::Sys {
 
-/// Waits so many seconds.
+/// Waits for that many seconds.
 void Sleep(unsigned seconds);
 
 /// What `Fgets` got.
@@ -28,15 +28,15 @@ Line Fgets(String& line, std::FILE* input);
 
 namespace corekit::Env {
 
-/// The value, when the variable exists.
+/// The value of an environment variable, if it exists.
 std::optional<String> Get(const String& name);
 
 }  // namespace corekit::Env
 
 namespace corekit {
 
-/// Where the system has none, one that chance made of the time: unlike the C library's, it never ends the
-/// process. For what is only to be unlikely to collide.
+/// A number that is unlikely to come twice. Falls back to the clock, and unlike the C library's never ends
+/// the process. Not for cryptography.
 std::uint64_t RandomNumber();
 
 }  // namespace corekit

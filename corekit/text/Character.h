@@ -1,4 +1,5 @@
-// The classes of ASCII characters, whatever the locale.
+// The classes of ASCII characters, whatever the locale, and the characters that stand for bytes without
+// meaning.
 #pragma once
 
 namespace corekit {

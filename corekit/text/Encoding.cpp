@@ -1,4 +1,4 @@
-// The single-byte character sets, and the one that the operator's terminal uses.
+// The character sets: UTF-8, the single-byte ones, and the choice of the operator's terminal.
 #include "corekit/text/Encoding.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// A shell as a child process: what it inherits, and how its end is noticed.
+// A shell as a child process: what it inherits of the environment and else, and how its end is noticed.
 #include "corekit/process/detail/ShellProcess.h"
 
 #include <algorithm>

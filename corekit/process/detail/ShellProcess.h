@@ -1,4 +1,4 @@
-// A shell as a child process: started, watched, always waited for.
+// A shell as a child process, which is always waited for, and the environment that it gets.
 #pragma once
 
 #include <csignal>

@@ -1,4 +1,5 @@
-// Small questions to the host: the command lines that ask them, and how the answers are read.
+// Small questions to the host: the command lines that ask them, how the answers are read, and which files
+// count as programs of the agent.
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>

@@ -1,4 +1,4 @@
-// Which processes count as the running agent, and which of them is named.
+// Which processes count as the running agent, whether it is started, and what the operator is shown of it.
 #include <csignal>
 #include <fcntl.h>
 #include <sys/wait.h>

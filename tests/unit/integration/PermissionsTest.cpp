@@ -1,4 +1,4 @@
-// The owners and modes of an installation.
+// The owners, modes and security labels of an installation.
 #include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>

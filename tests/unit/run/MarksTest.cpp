@@ -1,4 +1,4 @@
-// The mark of a run that has not come to its end.
+// The mark of a run that has not come to its end, and when a reinstall counts as pending.
 #include <filesystem>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// The questions of the interactive configuration: their texts, defaults and kinds.
+// The questions of the interactive configuration: texts, defaults, and what counts as an answer of each kind.
 #include <filesystem>
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-// Lines typed on standard input, and pauses.
+// Lines typed on standard input, pauses, the environment and random numbers.
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -16,9 +16,11 @@
 #include "tests/support/SkippedPauses.h"
 #include "tests/support/TestFiles.h"
 
+using corekit::RandomNumber;
 using corekit::String;
 using corekit::Sys::Fgets;
 using corekit::Sys::Line;
+namespace Env = corekit::Env;
 
 namespace {
 
@@ -132,9 +134,6 @@ TEST(Sleep, WaitsSoManySeconds) {
               8);
 }
 
-
-namespace Env = corekit::Env;
-
 TEST(Env, GivesTheValueOfAVariable) {
     setenv("ENV_TEST", "a value = \xe2\x82\xac", 1);
     EXPECT_EQ(Env::Get(L"ENV_TEST"), L"a value = \u20AC");
@@ -153,8 +152,6 @@ TEST(Env, KeepsBytesThatAreNotUtf8) {
     setenv("ENV_TEST", "/caf\xe9", 1);
     EXPECT_EQ(Env::Get(L"ENV_TEST").value().Utf8(), "/caf\xe9");
 }
-
-using corekit::RandomNumber;
 
 namespace {
 

@@ -1,4 +1,5 @@
-// A shell as a child: started, noticed when it ends, never left behind.
+// A shell as a child: what it gets of the environment, and that it is noticed when it ends and never left
+// behind.
 #include <cerrno>
 #include <csignal>
 #include <gtest/gtest.h>
@@ -17,6 +18,11 @@
 #include "tests/support/OnceWeWait.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
+
+using corekit::ChildEndWatch;
+using corekit::Result;
+using corekit::ShellProcess;
+using testsupport::kOnceWeWait;
 
 namespace {
 
@@ -115,11 +121,6 @@ TEST(SearchPath, HasTheUsualDirectoriesWithoutAPath) {
     const testsupport::EnvironmentVariable path("PATH", std::nullopt);
     EXPECT_EQ(corekit::SearchPath(), kUsualPath);
 }
-
-using corekit::ChildEndWatch;
-using corekit::Result;
-using corekit::ShellProcess;
-using testsupport::kOnceWeWait;
 
 namespace {
 

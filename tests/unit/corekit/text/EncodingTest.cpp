@@ -1,4 +1,4 @@
-// The single-byte character sets, and the choice of the terminal's.
+// The character sets: every byte kept, and the choice of the terminal's.
 #include <gtest/gtest.h>
 #include <random>
 #include <typeinfo>
@@ -112,8 +112,6 @@ TEST(StringEncoder, WritesAsciiWhateverTheLocale) {
     const EnvironmentVariable all("LC_ALL", "C.UTF-8");
     EXPECT_EQ(corekit::StringEncoder::Ascii(L"a\u00E4"), "a?");
 }
-
-using corekit::Utf8Encoding;
 
 namespace {
 
