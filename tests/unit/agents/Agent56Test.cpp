@@ -39,7 +39,7 @@ class Agent56OnDisk : public testing::Test {
     Agent56 m_agent{L"5.6", String::FromUtf8(m_dir / "agent")};
 };
 
-TEST_F(Agent56OnDisk, LeavesTheSuperServerAndThenTheRunLevels) {
+TEST_F(Agent56OnDisk, RemovesItsSuperServerEntriesAndThenItsServiceRegistration) {
     const auto output = Captured([&] { EXPECT_TRUE(m_agent.RemoveSystemIntegration()); });
     EXPECT_EQ(output.out, "");
     EXPECT_EQ(output.err, "");
@@ -48,7 +48,7 @@ TEST_F(Agent56OnDisk, LeavesTheSuperServerAndThenTheRunLevels) {
     EXPECT_FALSE(Exists(kScript));
 }
 
-TEST_F(Agent56OnDisk, LeavesTheSystemWithoutItsFileToo) {
+TEST_F(Agent56OnDisk, RemovesItsIntegration_WhenItHasNoConfigurationFile) {
     m_agent.SetConfPath(L"");
     EXPECT_TRUE(m_agent.RemoveSystemIntegration());
     EXPECT_FALSE(Exists(kScript));

@@ -39,7 +39,7 @@ class Agent60SP2OnDisk : public testing::Test {
     Agent60SP2 m_agent{L"6.0SP2", String::FromUtf8(m_dir / "agent")};
 };
 
-TEST_F(Agent60SP2OnDisk, LeavesTheSystemByItsWrappersAndItsServiceScript) {
+TEST_F(Agent60SP2OnDisk, RemovesItsWrappersAndItsServiceScript) {
     const auto output = Captured([&] { EXPECT_TRUE(m_agent.RemoveSystemIntegration()); });
     EXPECT_EQ(output.out, "  Removing qdn-* links in " + m_dir / "links" +
                               "\n"
@@ -50,7 +50,7 @@ TEST_F(Agent60SP2OnDisk, LeavesTheSystemByItsWrappersAndItsServiceScript) {
     EXPECT_FALSE(Exists(kScript));
 }
 
-TEST_F(Agent60SP2OnDisk, LeavesTheSystemSilentlyInAQuietRun) {
+TEST_F(Agent60SP2OnDisk, RemovesItsIntegrationSilently_WhenTheRunIsQuiet) {
     const testsupport::ScopedValue quiet(Args::bQuiet, true);
     const auto output = Captured([&] { EXPECT_TRUE(m_agent.RemoveSystemIntegration()); });
     EXPECT_EQ(output.out, "");
@@ -64,7 +64,7 @@ TEST_F(Agent60SP2OnDisk, SaysWhetherItsServiceHasGone) {
     Captured([&] { EXPECT_TRUE(m_agent.RemoveRunLevelScripts(conf)); });
 }
 
-TEST_F(Agent60SP2OnDisk, HasLeftTheSystemEvenIfItsServiceStays) {
+TEST_F(Agent60SP2OnDisk, RemovesItsIntegration_EvenIfItsServiceStays) {
     std::filesystem::remove(kScript);
     std::filesystem::create_directory(kScript);
     const corekit::IniFile conf(m_agent.ConfPath());
@@ -85,7 +85,7 @@ TEST_F(Agent60SP2OnDisk, HasNoRotatedLogs) {
     EXPECT_TRUE(Exists(m_dir / "agent/var/qdn-client.log.1"));
 }
 
-TEST_F(Agent60SP2OnDisk, TouchesNothingWithoutItsFile) {
+TEST_F(Agent60SP2OnDisk, ChangesNothing_WhenItHasNoConfigurationFile) {
     m_agent.SetConfPath(L"");
     const auto output = Captured([&] { EXPECT_FALSE(m_agent.Clean()); });
     EXPECT_EQ(output.out, "");

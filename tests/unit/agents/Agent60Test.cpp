@@ -70,7 +70,7 @@ class Agent60OnDisk : public testing::Test {
     RecordingAgent60 m_refusing{false};
 };
 
-TEST_F(Agent60OnDisk, LeavesTheSystemByItsLinksAndItsRegistration) {
+TEST_F(Agent60OnDisk, RemovesItsLinksAndItsServiceRegistration) {
     const auto output = Captured([&] { EXPECT_TRUE(m_oldest.RemoveSystemIntegration()); });
     EXPECT_EQ(output.out, "  Removing qdn-* links in " + m_dir / "links" +
                               "\n"
@@ -81,32 +81,32 @@ TEST_F(Agent60OnDisk, LeavesTheSystemByItsLinksAndItsRegistration) {
     EXPECT_TRUE(Exists(m_agentDir + "/etc/client.conf"));
 }
 
-TEST_F(Agent60OnDisk, LeavesTheSystemSilentlyInAQuietRun) {
+TEST_F(Agent60OnDisk, RemovesItsIntegrationSilently_WhenTheRunIsQuiet) {
     const testsupport::ScopedValue quiet(Args::bQuiet, true);
     const auto output = Captured([&] { EXPECT_TRUE(m_oldest.RemoveSystemIntegration()); });
     EXPECT_EQ(output.out, "");
     EXPECT_EQ(m_tools.Calls(), "chkconfig --del zorvane\n");
 }
 
-TEST_F(Agent60OnDisk, LeavesTheSystemByTheToolOfTheDistribution) {
+TEST_F(Agent60OnDisk, UnregistersItsServiceByTheToolOfTheDistribution) {
     Write("/etc/UnitedLinux-release", "");
     Captured([&] { EXPECT_TRUE(m_oldest.RemoveSystemIntegration()); });
     std::filesystem::remove("/etc/UnitedLinux-release");
     EXPECT_EQ(m_tools.Calls(), "insserv -r /etc/init.d/zorvane\n");
 }
 
-TEST_F(Agent60OnDisk, HasLeftTheSystemWhateverTheStepsSay) {
+TEST_F(Agent60OnDisk, RemovesItsIntegration_EvenIfAStepFails) {
     EXPECT_TRUE(m_refusing.RemoveSystemIntegration());
     EXPECT_EQ(m_refusing.Calls(), L"links:old scripts:old ");
 }
 
-TEST_F(Agent60OnDisk, RemovesItsFilesAndThenItsRotatedDebugLogsOnAClean) {
+TEST_F(Agent60OnDisk, RemovesItsFilesAndThenItsRotatedDebugLogs_WhenCleaned) {
     EXPECT_TRUE(m_agent.RemoveFiles(L""));
     EXPECT_EQ(m_agent.Calls(), L"debug-logs:old ");
     EXPECT_FALSE(Exists(m_agentDir));
 }
 
-TEST_F(Agent60OnDisk, ConvertsItsPackagesWhereTheyGoAndRemovesItsClientLogsOnAnUpgrade) {
+TEST_F(Agent60OnDisk, ConvertsPackagesAtTheirNewPlaceAndRemovesRotatedClientLogs_WhenUpgraded) {
     EXPECT_TRUE(m_agent.RemoveFiles(NewConf()));
     EXPECT_EQ(m_agent.Calls().Utf8(), "packages:new client-logs[" + m_dir / "new" + "]:old ");
     EXPECT_FALSE(Exists(m_agentDir));
@@ -119,7 +119,7 @@ TEST_F(Agent60OnDisk, StaysInPlaceOnAnUpgradeToItsOwnDirectory) {
     EXPECT_TRUE(Exists(m_agentDir + "/etc/client.conf"));
 }
 
-TEST_F(Agent60OnDisk, TouchesNothingWithoutAFileThatSaysWhereItsDataGoes) {
+TEST_F(Agent60OnDisk, ChangesNothing_WhenTheNewConfigurationCannotBeRead) {
     const Outcome<> relocated = m_agent.RelocateFiles(String::FromUtf8(m_dir / "none"));
     EXPECT_EQ(relocated.error().text, L"Failed to read configuration files.");
     EXPECT_EQ(relocated.error().reason.Utf8(), m_dir / "none" + ": No such file or directory");
@@ -147,7 +147,7 @@ TEST_F(Agent60OnDisk, CanBeUpgradedWithItsSubAgents) {
     EXPECT_TRUE(m_oldest.RegistersSubAgents());
 }
 
-TEST_F(Agent60OnDisk, TouchesNothingWithoutItsFile) {
+TEST_F(Agent60OnDisk, ChangesNothing_WhenItHasNoConfigurationFile) {
     m_agent.SetConfPath(L"");
     const auto output = Captured([&] {
         EXPECT_FALSE(m_agent.RemoveSystemIntegration());

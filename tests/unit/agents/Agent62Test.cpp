@@ -39,7 +39,7 @@ class RotatedLogs : public testing::Test {
 using RotatedDebugLogs = RotatedLogs;
 using RotatedClientLogs = RotatedLogs;
 
-TEST_F(RotatedDebugLogs, GoByTheirNumbersAndTheLogStays) {
+TEST_F(RotatedDebugLogs, AreRemovedByTheirNumbersAndTheLogStays) {
     const std::string var = m_dir / "var/";
     for (const char* name : {"log", "log.1", "log.2", "log.10", "log.3.gz", "log.old", "log.", "other.1"})
         Write(var + name, "");
@@ -59,7 +59,7 @@ TEST_F(RotatedDebugLogs, AreThoseOfALogWithWildcardCharactersInItsName) {
     EXPECT_EQ(testfiles::NamesIn(m_dir.Path()), (std::vector<std::string>{"aXb.1", "client.conf", "log.1"}));
 }
 
-TEST_F(RotatedDebugLogs, GoFromOutsideOfTheVariableDataDirectoryToo) {
+TEST_F(RotatedDebugLogs, AreRemovedOutsideTheVariableDataDirectoryToo) {
     Write(m_dir / "elsewhere/log.1", "");
     Write(m_dir / "var/log.1", "");
     RemoveDebugLogs("var=" + m_dir / "var" + "\ndebug_output=" + m_dir / "elsewhere/log" + "\n");
@@ -67,7 +67,7 @@ TEST_F(RotatedDebugLogs, GoFromOutsideOfTheVariableDataDirectoryToo) {
     EXPECT_TRUE(Exists(m_dir / "var/log.1"));
 }
 
-TEST_F(RotatedDebugLogs, AreFoundHoweverSlashesAreDoubled) {
+TEST_F(RotatedDebugLogs, AreFound_HoweverSlashesAreDoubled) {
     Write(m_dir / "var/sub/log.1", "");
     RemoveDebugLogs("var=" + m_dir / "/var//" + "\ndebug_output=" + m_dir / "var//sub//log" + "\n");
     EXPECT_FALSE(Exists(m_dir / "var/sub/log.1"));
@@ -79,7 +79,7 @@ TEST_F(RotatedDebugLogs, AreFoundWithoutAVariableDataDirectory) {
     EXPECT_FALSE(Exists(m_dir / "log.1"));
 }
 
-TEST_F(RotatedDebugLogs, GoFromTheDirectoriesInWhichHostsKeepLogs) {
+TEST_F(RotatedDebugLogs, AreRemovedFromTheDirectoriesInWhichHostsKeepLogs) {
     for (const std::string directory : {"/var/log", "/var/tmp", "/tmp", "/var", "//var/", "/opt", "/root",
                                         "/run", "/var/lib", "/var/opt", "/var/run"}) {
         Write(directory + "/qdn-test.log.1", "");
@@ -88,7 +88,7 @@ TEST_F(RotatedDebugLogs, GoFromTheDirectoriesInWhichHostsKeepLogs) {
     }
 }
 
-TEST_F(RotatedDebugLogs, NeverTakeAProgramOrALibraryOfTheHostForOne) {
+TEST_F(RotatedDebugLogs, NeverIncludeAProgramOrALibraryOfTheHost) {
     for (const std::string directory : {"/usr/lib", "/lib", "/usr/bin", "/usr/local/lib", "/etc"}) {
         Write(directory + "/libqdntest.so.1", "");
         RemoveDebugLogs("debug_output=" + directory + "/libqdntest.so\n");
@@ -97,7 +97,7 @@ TEST_F(RotatedDebugLogs, NeverTakeAProgramOrALibraryOfTheHostForOne) {
     }
 }
 
-TEST_F(RotatedDebugLogs, OfNoLogAreNone) {
+TEST_F(RotatedDebugLogs, AreNone_WhenNoLogIsConfigured) {
     Write(m_dir / ".1", "");
     const String before = corekit::Dir::GetCurrent().value();
     ASSERT_TRUE(corekit::Dir::SetCurrent(String::FromUtf8(m_dir.Path())));
@@ -108,7 +108,7 @@ TEST_F(RotatedDebugLogs, OfNoLogAreNone) {
     EXPECT_TRUE(Exists(m_dir / ".1"));
 }
 
-TEST_F(RotatedClientLogs, GoFromTheOldInstallDirectory) {
+TEST_F(RotatedClientLogs, AreRemovedFromTheOldInstallDirectory) {
     for (const char* name : {"old/var/qdn-client.log", "old/var/qdn-client.log.1",
                              "old/var/qdn-client.log.22", "old/qdn-client.log.1", "new/var/qdn-client.log.1"})
         Write(m_dir / name, "");
@@ -122,7 +122,7 @@ TEST_F(RotatedClientLogs, GoFromTheOldInstallDirectory) {
     EXPECT_TRUE(Exists(m_dir / "new/var/qdn-client.log.1"));
 }
 
-TEST_F(RotatedClientLogs, StayWhereOldAndNewAreTheSamePlace) {
+TEST_F(RotatedClientLogs, Stay_WhereOldAndNewAreTheSamePlace) {
     Write(m_dir / "agent/var/qdn-client.log.1", "");
     std::filesystem::create_directory_symlink(m_dir / "agent", m_dir / "link");
     for (const char* sameAs : {"agent", "agent/", "/agent", "link"}) {
@@ -131,7 +131,7 @@ TEST_F(RotatedClientLogs, StayWhereOldAndNewAreTheSamePlace) {
     }
 }
 
-TEST_F(RotatedClientLogs, StayWhenEitherDirectoryIsNotKnown) {
+TEST_F(RotatedClientLogs, Stay_WhenEitherDirectoryIsNotKnown) {
     Write(m_dir / "agent/var/qdn-client.log.1", "");
     RemoveClientLogs(m_dir / "agent", "");
     EXPECT_TRUE(Exists(m_dir / "agent/var/qdn-client.log.1"));

@@ -43,7 +43,7 @@ TEST(AgentFromConfigFile, KnowsItsFileAndItsDirectory) {
     EXPECT_EQ(agent->ConfPath().Utf8(), dir / "client.conf");
 }
 
-TEST(AgentFromConfigFile, StaysWhatItsFileSaidThen) {
+TEST(AgentFromConfigFile, KeepsWhatItsFileSaid_WhenTheFileChanges) {
     const TempDir dir;
     Write(dir / "client.conf", ConfOf("6", "0", "250") + "[Kell Servers]\nserver-1=kell.example\n");
     const auto agent = AgentOf(dir / "client.conf");
@@ -53,7 +53,7 @@ TEST(AgentFromConfigFile, StaysWhatItsFileSaidThen) {
     EXPECT_NE(agent->ReadConf().value().find("kell.example"), std::string::npos);
 }
 
-TEST(AgentFromConfigFile, WithoutAVersionIsOf56) {
+TEST(AgentFromConfigFile, IsOfVersion56_WhenItsFileStatesNone) {
     const TempDir dir;
     Write(dir / "client.conf", "[Configuration]\nInstallDir=/opt/agent\n");
     const auto agent = AgentOf(dir / "client.conf");
@@ -62,7 +62,7 @@ TEST(AgentFromConfigFile, WithoutAVersionIsOf56) {
     EXPECT_EQ(agent->InstallDir(), L"/opt/agent");
 }
 
-TEST(AgentFromConfigFile, IsNoneWhereNoFileCanBeRead) {
+TEST(AgentFromConfigFile, IsNull_WhenItsFileCannotBeRead) {
     const TempDir dir;
     std::filesystem::create_directory(dir / "directory");
     ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
@@ -72,7 +72,7 @@ TEST(AgentFromConfigFile, IsNoneWhereNoFileCanBeRead) {
     EXPECT_EQ(AgentOf(""), nullptr);
 }
 
-TEST(AgentFromBaseDir, IsThatOfTheClientConfBelowIt) {
+TEST(AgentFromBaseDir, IsTheAgentOfTheClientConfBelowIt) {
     const TempDir dir;
     Write(dir / "etc/client.conf", ConfOf("6", "2", "1378"));
     const auto agent = AgentFromBaseDir(String::FromUtf8(dir.Path()));
@@ -82,7 +82,7 @@ TEST(AgentFromBaseDir, IsThatOfTheClientConfBelowIt) {
     EXPECT_EQ(AgentFromBaseDir(L""), nullptr);
 }
 
-TEST(AgentFromBaseDir, IsNoneWhereOthersMayHaveWrittenTheFile) {
+TEST(AgentFromBaseDir, IsNull_WhenOthersMayHaveWrittenTheFile) {
     const TempDir dir;
     const std::string conf = dir / "etc/client.conf";
     Write(conf, ConfOf("6", "2", "1378"), 0646);
@@ -97,7 +97,7 @@ TEST(AgentFromBaseDir, IsNoneWhereOthersMayHaveWrittenTheFile) {
     EXPECT_NE(agent, nullptr);
 }
 
-TEST(AgentFromBaseDir, SaysNothingOfAFileThatIsNotThere) {
+TEST(AgentFromBaseDir, WarnsOfNothing_WhenThereIsNoFile) {
     EXPECT_EQ(Captured([] { EXPECT_EQ(AgentFromBaseDir(L"/opt/nowhere"), nullptr); }).err, "");
     EXPECT_EQ(Captured([] { EXPECT_EQ(AgentFromBaseDir(L"/tmp"), nullptr); }).err, "");
 }
@@ -171,7 +171,7 @@ TEST_F(InstalledAgent, IsWhatTheSavedCopySays_WhileAnUpgradeIsUnfinished) {
     EXPECT_EQ(Found(), "/opt/606");
 }
 
-TEST_F(InstalledAgent, IsNone_WhileAFirstConfigurationIsUnfinished) {
+TEST_F(InstalledAgent, IsNull_WhileAFirstConfigurationIsUnfinished) {
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", kDefault);
     Lay(kDefault, 1);
     Write("/opt/zorvane/kell/ksagent/etc/.unfinished", "first configuration\n");
@@ -203,13 +203,13 @@ TEST(AgentFromBaseDir, IsFoundByTheSavedCopy_WhenAnUnfinishedUpgradeHasLeftNoOth
     EXPECT_NE(AgentFromBaseDir(String::FromUtf8(dir.Path())), nullptr);
 }
 
-TEST_F(InstalledAgent, IsNoneOnAHostWithoutAny) {
+TEST_F(InstalledAgent, IsNull_WhenThereIsNone) {
     EXPECT_EQ(FindInstalledAgent(), nullptr);
     m_tools.Add("rpm", "echo package qdn-ksclt is not installed");
     EXPECT_EQ(FindInstalledAgent(), nullptr);
 }
 
-TEST_F(InstalledAgent, IsNotThatOfAnEmptyVariable) {
+TEST_F(InstalledAgent, IsNotLookedForByAnEmptyVariable) {
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", "");
     Lay(kDefault, 1);
     EXPECT_EQ(Found(), "/opt/601");
@@ -229,7 +229,7 @@ TEST_F(InstalledAgent, IsDecidedByTheFirstFileThatExists) {
 }
 
 // Else the administrator's values would give way to defaults, and a clean would report what is there as gone.
-TEST_F(InstalledAgent, WhoseFileCannotBeReadNowIsNeitherPassedOverNorTouched) {
+TEST_F(InstalledAgent, IsNeitherPassedOverNorTouched_WhenItsFileCannotBeRead) {
     Lay(kDefault, 1);
     Lay(kMigrate, 2);
     for (const int call : {SYS_newfstatat, SYS_openat2, SYS_openat, SYS_read}) {
@@ -246,7 +246,7 @@ TEST_F(InstalledAgent, WhoseFileCannotBeReadNowIsNeitherPassedOverNorTouched) {
     EXPECT_EQ(Found(), "/opt/601");
 }
 
-TEST_F(InstalledAgent, OfTheInventorySolutionIsNotSupported) {
+TEST_F(InstalledAgent, IsNotSupported_WhenItIsThatOfTheInventorySolution) {
     Write(kInventory, "[Configuration]\ninstalldir=/opt/inventory\n");
     const auto agent = FindInstalledAgent();
     ASSERT_TRUE(Is<UnsupportedAgent>(agent));
@@ -297,7 +297,7 @@ TEST_F(InstalledAgent, IsNotTakenFromALinkThatOthersCouldHaveMade) {
               "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: it is not a regular file.\n");
 }
 
-TEST_F(InstalledAgent, IsWarnedOfOnceWhereItsPackageLiesAtTheUsualPlace) {
+TEST_F(InstalledAgent, IsWarnedOfOnce_WhereItsPackageLiesAtTheUsualPlace) {
     HavePackage("/opt/zorvane/kell/ksagent");
     Lay(kDefault, 1);
     std::filesystem::permissions(kDefault, std::filesystem::perms(0666));
@@ -308,7 +308,7 @@ TEST_F(InstalledAgent, IsWarnedOfOnceWhereItsPackageLiesAtTheUsualPlace) {
         "WARNING! /opt/zorvane/kell/ksagent/etc/client.conf is not used: other users can write to it.\n");
 }
 
-TEST_F(InstalledAgent, IsWarnedOfOnceWhereTheVariableNamesAKnownPlace) {
+TEST_F(InstalledAgent, IsWarnedOfOnce_WhereTheVariableNamesAKnownPlace) {
     const EnvironmentVariable variable("QDNCLIENT_CONFIG_FILE", kMigrate);
     Lay(kMigrate, 2);
     std::filesystem::permissions(kMigrate, std::filesystem::perms(0666));
@@ -317,7 +317,7 @@ TEST_F(InstalledAgent, IsWarnedOfOnceWhereTheVariableNamesAKnownPlace) {
               "WARNING! /tmp/ksclt/.migrate-client.conf is not used: other users can write to it.\n");
 }
 
-TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnothersDirectory) {
+TEST_F(InstalledAgent, IsTakenFromTheDirectoryOfAnother_WhenTheAdministratorNamesIt) {
     const TempDir dir;
     std::string conf = dir / "client.conf";
     Lay(conf, 7);
@@ -335,7 +335,7 @@ TEST_F(InstalledAgent, NamedByTheAdministratorIsTakenFromAnothersDirectory) {
     EXPECT_EQ(output.err, "");
 }
 
-TEST_F(InstalledAgent, ThatIsConfiguredLiesWhereItsPackageIs) {
+TEST_F(InstalledAgent, IsCreatedInTheDirectoryOfItsPackage) {
     HavePackage("/opt/package");
     const auto agent = CreateCurrentAgent();
     ASSERT_TRUE(Is<CurrentAgent>(agent));
@@ -345,7 +345,7 @@ TEST_F(InstalledAgent, ThatIsConfiguredLiesWhereItsPackageIs) {
     EXPECT_EQ(m_tools.Calls(), "rpm -q -l qdn-ksclt\n");
 }
 
-TEST_F(InstalledAgent, ThatIsConfiguredHasNoDirectoryWithoutASearch) {
+TEST_F(InstalledAgent, IsCreatedWithoutADirectory_WhenThePackageManagerMayNotBeAsked) {
     HavePackage("/opt/package");
     {
         const testsupport::ScopedValue noSearch(Args::bNoSearch, true);

@@ -48,7 +48,7 @@ TEST(Agent, CleansItsIntegrationAndThenItsFiles) {
     EXPECT_EQ(agent.Calls(), L"integration files[] ");
 }
 
-TEST(Agent, KeepsItsFilesWhenTheIntegrationStays) {
+TEST(Agent, KeepsItsFiles_WhenTheIntegrationStays) {
     RecordingAgent agent(false, true);
     EXPECT_EQ(agent.Clean().error().text, L"the integration stays");
     EXPECT_EQ(agent.Calls(), L"integration ");
@@ -72,7 +72,7 @@ TEST(Agent, OfAFileThatIsNotRootsTellsWhereItLeadsAndKeepsTheIntegration) {
     EXPECT_EQ(corekit::File::Remove(L"/etc/passwd", corekit::HostDirectory::Meant), corekit::Result(EXDEV));
 }
 
-TEST(Agent, IsNotCleanWhenFilesStay) {
+TEST(Agent, IsNotClean_WhenFilesStay) {
     RecordingAgent agent(true, false);
     EXPECT_EQ(agent.Clean().error().text, L"the files stay");
 }
@@ -86,7 +86,7 @@ TEST(Agent, KnowsItsVersionAndPlaces) {
     EXPECT_EQ(agent.ConfPath(), L"/opt/agent/etc/client.conf");
 }
 
-TEST(Agent, CanBeUpgradedUnlessItSaysOtherwise) {
+TEST(Agent, CanBeUpgraded_UnlessItSaysOtherwise) {
     const RecordingAgent agent(true, true);
     EXPECT_TRUE(agent.IsUpgradeSupported());
     EXPECT_FALSE(agent.RegistersSubAgents());

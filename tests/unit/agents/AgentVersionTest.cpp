@@ -46,7 +46,7 @@ TEST(AgentForVersion, IsTheMemberThatTheReleaseBelongsTo) {
     }
 }
 
-TEST(AgentForVersion, IsNoneForReleasesThatNobodyKnows) {
+TEST(AgentForVersion, IsNull_WhenNobodyKnowsTheRelease) {
     const Version versions[] = {{6, 0, 400}, {6, 0, INT_MAX}, {6, 1, 9000}, {6, 2, 1379},
                                 {6, 3, 0},   {5, 4, 0},       {5, 7, 0},    {7, 0, 0},
                                 {0, 0, 0},   {-6, 0, 0},      {4, 6, 0}};
@@ -78,7 +78,7 @@ TEST(AgentVersion, IsWhatTheFileStates) {
     }
 }
 
-TEST(AgentVersion, IsThatOfTheInventorySolutionForItsFileOnly) {
+TEST(AgentVersion, IsThatOfTheInventorySolution_OnlyForItsFile) {
     Write("/etc/qdn-invsoln/master.cfg", "[Configuration]\n");
     EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln/master.cfg")), Version(5, 5, 0));
     EXPECT_EQ(ReadAgentVersion(IniFile(L"/etc/qdn-invsoln//master.cfg")), Version(5, 6, 0));

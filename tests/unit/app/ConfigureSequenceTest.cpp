@@ -41,7 +41,7 @@ class ConfigureSequence : public testing::Test {
     testsupport::Output m_output;
 };
 
-TEST_F(ConfigureSequence, AQuietRunWithoutAnyConfigurationSaysWhatToDo) {
+TEST_F(ConfigureSequence, SaysWhatToDo_WhenAQuietRunFindsNoConfiguration) {
     EXPECT_EQ(Run({L"-quiet"}), 1U);
     EXPECT_EQ(m_output.err,
               "ERROR: No configuration file found and -quiet specified.\n"
@@ -50,7 +50,7 @@ TEST_F(ConfigureSequence, AQuietRunWithoutAnyConfigurationSaysWhatToDo) {
     EXPECT_EQ(m_output.out, kPlatformWarning);
 }
 
-TEST_F(ConfigureSequence, WithoutTheInteractiveModeItSaysWhereItLooked) {
+TEST_F(ConfigureSequence, SaysWhereItLooked_WhenItMayNotAsk) {
     EXPECT_EQ(Run({L"-quiet", L"-noimode"}), 1U);
     EXPECT_EQ(m_output.err,
               "ERROR: No configuration file found. File:.qdn-agent-install-config.xml  Search Path: "
@@ -93,7 +93,7 @@ TEST_F(ConfigureSequence, ThePackageManagerIsNotAskedUnderNoSearch) {
     EXPECT_EQ(m_host.Calls(), "rpm -q -l qdn-ksclt\nrpm -q -l qdn-ksclt\n");
 }
 
-TEST_F(ConfigureSequence, TheQuestionnaireThatEndsEarlyFailsTheRun) {
+TEST_F(ConfigureSequence, FailsTheRun_WhenTheQuestionnaireEndsEarly) {
     ASSERT_NE(freopen("/dev/null", "r", stdin), nullptr);
     EXPECT_EQ(Run({}), 1U);
     EXPECT_EQ(m_output.err, "ERROR: Interactive configuration failed.\n");

@@ -22,7 +22,7 @@ class InstallDirectory : public testing::Test {
     ConfigureRun m_run;
 };
 
-TEST_F(InstallDirectory, IsThePackagesUnlessTheCommandLineNamesAnother) {
+TEST_F(InstallDirectory, IsThatOfThePackage_UnlessTheCommandLineNamesAnother) {
     m_host.Add("rpm", "echo /opt/package/etc/client.proto");
     InstallDir() = L"/opt/xml";
     EXPECT_TRUE(CreateNewAgent(m_run, String()));
@@ -32,14 +32,14 @@ TEST_F(InstallDirectory, IsThePackagesUnlessTheCommandLineNamesAnother) {
     EXPECT_EQ(m_run.newAgent->InstallDir(), L"/opt/package");
 }
 
-TEST_F(InstallDirectory, StaysWhereNeitherNamesOne) {
+TEST_F(InstallDirectory, KeepsItsValue_WhenNeitherNamesOne) {
     m_host.Add("rpm");
     InstallDir() = L"/opt/xml";
     EXPECT_TRUE(CreateNewAgent(m_run, String()));
     EXPECT_EQ(InstallDir(), L"/opt/xml");
 }
 
-TEST_F(InstallDirectory, HasNoSlashAtItsEndWhenItIsProposed) {
+TEST_F(InstallDirectory, HasNoSlashAtItsEnd_WhenItIsProposed) {
     static_cast<void>(CreateNewAgent(m_run, L"/opt/given//"));
     EXPECT_EQ(InstallDir(), L"/opt/given");
     InstallDir() = L"/opt/xml/";
@@ -47,7 +47,7 @@ TEST_F(InstallDirectory, HasNoSlashAtItsEndWhenItIsProposed) {
     EXPECT_EQ(InstallDir(), L"/opt/xml");
 }
 
-TEST_F(InstallDirectory, IsThePackagesWhereNoSourceNamedAny) {
+TEST_F(InstallDirectory, IsThatOfThePackage_WhenNoSourceNamesOne) {
     CompleteInstallDir(m_run);
     EXPECT_EQ(InstallDir(), L"");
     m_run.newAgent = std::make_unique<CurrentAgent>(L"6.0", L"/opt/old");

@@ -82,7 +82,7 @@ TEST_F(InstalledAgentSteps, AConfigurationThatCannotBeLoadedFailsTheRun) {
               L"Missing or unreadable file in install. File: /opt/old/etc/client.conf");
 }
 
-TEST_F(InstalledAgentSteps, NothingChangesWhenNothingCanBeLoaded) {
+TEST_F(InstalledAgentSteps, NothingChanges_WhenNothingCanBeLoaded) {
     m_agent->loads = false;
     Setting(L"Guid") = L"{A}";
     EXPECT_FALSE(MergeInstalledSettings(m_run));
@@ -104,7 +104,7 @@ TEST_F(InstalledAgentSteps, TheXmlFilesServerWinsAndItsChangeDropsTheIdentifier)
     EXPECT_EQ(Setting(L"Guid"), L"");
 }
 
-TEST_F(InstalledAgentSteps, AnIdentifierThatWasGivenIsKeptWhenTheServerChanges) {
+TEST_F(InstalledAgentSteps, AnIdentifierThatWasGivenIsKept_WhenTheServerChanges) {
     m_run.xmlLoaded = true;
     Setting(L"KSName") = L"new.example";
     Setting(L"Guid") = L"{NEW}";
@@ -242,7 +242,7 @@ TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
     EXPECT_TRUE(RemoveInstalledIntegration(m_run));
 }
 
-TEST_F(InstalledAgentSteps, TheHandOverFilesGoWhateverTheRemovalSays) {
+TEST_F(InstalledAgentSteps, TheHandOverFilesGo_WhateverTheRemovalSays) {
     for (const char* name : {".reinstall-client.conf", ".migrate-client.conf", ".migrate-config.xml"}) {
         testfiles::Write(std::string("/tmp/ksclt/") + name, "x");
     }

@@ -185,7 +185,7 @@ TEST_F(CarryValues, AnAnsweredQuestionKeepsItsAnswer) {
     EXPECT_EQ(m_settings.Get(L"Description"), L"106");
 }
 
-TEST_F(CarryValues, AValueOfTheXmlFileStaysWhereItOverrides) {
+TEST_F(CarryValues, AValueOfTheXmlFileStays_WhereItOverrides) {
     const testsupport::EnvironmentVariable override("QDN_INSTALL_OVERRIDE", "yes");
     m_settings.Set(L"Location", L"Bern", {Source::Kind::Xml, L"/tmp/x.xml"});
     m_settings.Set(L"TasksDir", L"/srv/tasks", {Source::Kind::Xml, L"/tmp/x.xml"});

@@ -54,7 +54,7 @@ TEST_F(ApplySettings, OneBooleanIsADigit) {
     EXPECT_EQ(Applied(L"Configuration/basicinv_use_resolv_conf", L"UseDomain", L""), L"0");
 }
 
-TEST_F(ApplySettings, FreeTextStandsAsItIsButForTheWordsForNothing) {
+TEST_F(ApplySettings, FreeTextStandsAsItIs_ExceptForWordsThatMeanNone) {
     const struct {
         const wchar_t* value;
         const wchar_t* written;
@@ -152,7 +152,7 @@ TEST_F(ApplySettings, FilesLieBelowTheirDirectories) {
     }
 }
 
-TEST_F(ApplySettings, TheLogHasDefaultsWhereASettingIsEmpty) {
+TEST_F(ApplySettings, TheLogHasDefaults_WhereASettingIsEmpty) {
     const struct {
         const wchar_t* key;
         SettingName setting;
@@ -170,7 +170,7 @@ TEST_F(ApplySettings, TheLogHasDefaultsWhereASettingIsEmpty) {
     }
 }
 
-TEST_F(ApplySettings, TheUrlFormatIsWrittenOnlyWhenThereIsOne) {
+TEST_F(ApplySettings, TheUrlFormatIsWritten_OnlyWhenThereIsOne) {
     constexpr const wchar_t* key = L"Client Transport/ks_url_format";
     EXPECT_EQ(Applied(key), L"(missing)");
     EXPECT_EQ(Applied(key, L"KSUrlFormat", L"https://%server%/Zorvane/"), L"https://%server%/Zorvane/");
@@ -208,7 +208,7 @@ TEST_F(ApplySettings, RecordsEachNoThatNoOtherKeyHolds_AtTheEndOfTheFile) {
               (std::vector<String>{L"value", L"no", L"no", L"no"}));
 }
 
-TEST_F(ApplySettings, RecordsNothingButANo) {
+TEST_F(ApplySettings, RecordsNoOtherValueThanNo) {
     for (const wchar_t* value : {L"yes", L"", L"No"}) {
         for (const Key::RecordedKey& row : Key::kRecorded) Setting(row.setting) = value;
         for (const wchar_t* path : {L"Installation/allow_non_root", L"Installation/startup_on_boot",

@@ -189,7 +189,7 @@ TEST_F(ClientConf, WhatTheUpgradeSettingSaysDecides) {
     EXPECT_EQ(Source(), ClientConfSource::Template);
 }
 
-TEST_F(ClientConf, AnUpgradeTakesTheServerOfTheOldFileWhenNoOtherIsKnown) {
+TEST_F(ClientConf, AnUpgradeTakesTheServerOfTheOldFile_WhenNoOtherIsKnown) {
     testfiles::Write(kOld, "[Kell Servers]\nserver-1=old.example\n");
     EXPECT_TRUE(Write(&m_installed));
     EXPECT_EQ(Written(L"Kell Servers", L"server-1"), L"srv.example");

@@ -59,7 +59,7 @@ class ReadOnlyDirectory {
     std::string m_path;
 };
 
-TEST_F(ConfiguredDirectories, ADirectoryThatIsThereIsTakenWithoutAWord) {
+TEST_F(ConfiguredDirectories, AcceptsAnExistingDirectorySilently) {
     EXPECT_EQ(Create(m_dir.Path()), "");
     EXPECT_TRUE(m_outcome);
     std::filesystem::create_directory_symlink(m_dir.Path(), m_dir / "link");
@@ -68,7 +68,7 @@ TEST_F(ConfiguredDirectories, ADirectoryThatIsThereIsTakenWithoutAWord) {
     EXPECT_TRUE(Check(m_dir / "link"));
 }
 
-TEST_F(ConfiguredDirectories, AMissingOneIsMadeWithItsParents) {
+TEST_F(ConfiguredDirectories, CreatesAMissingDirectoryWithItsParents) {
     const std::string path = m_dir / "a/b/c";
     EXPECT_EQ(Create(path), "Creating directory: " + path + "  Result: OK\n");
     EXPECT_TRUE(m_outcome);
@@ -76,19 +76,19 @@ TEST_F(ConfiguredDirectories, AMissingOneIsMadeWithItsParents) {
     EXPECT_EQ(testfiles::Mode(path), 0755U);
 }
 
-TEST_F(ConfiguredDirectories, AQuietRunMakesItQuietly) {
+TEST_F(ConfiguredDirectories, CreatesADirectorySilently_WhenTheRunIsQuiet) {
     Args::bQuiet = true;
     EXPECT_EQ(Create(m_dir / "a"), "");
     EXPECT_TRUE(m_outcome);
     EXPECT_TRUE(std::filesystem::is_directory(m_dir / "a"));
 }
 
-TEST_F(ConfiguredDirectories, ThePathIsShownInPrintableAscii) {
+TEST_F(ConfiguredDirectories, ShowsThePathInPrintableAscii) {
     EXPECT_EQ(Create(m_dir / "\xc3\xa4\033[m"),
               "Creating directory: " + (m_dir / "?\\x1b[m") + "  Result: OK\n");
 }
 
-TEST_F(ConfiguredDirectories, WhatIsInItsPlaceIsNeverRepaired) {
+TEST_F(ConfiguredDirectories, NeverRepairsWhatStandsInTheWay) {
     testfiles::Write(m_dir / "file", "kept");
     EXPECT_EQ(Create(m_dir / "file"), "");
     EXPECT_FALSE(m_outcome);
@@ -101,7 +101,7 @@ TEST_F(ConfiguredDirectories, WhatIsInItsPlaceIsNeverRepaired) {
     EXPECT_EQ(Text(), Unwritable(m_dir / "ro"));
 }
 
-TEST_F(ConfiguredDirectories, OneThatCannotBeMadeFails) {
+TEST_F(ConfiguredDirectories, Fails_WhenADirectoryCannotBeCreated) {
     testfiles::Write(m_dir / "file", "");
     const std::string path = m_dir / "file/below";
     EXPECT_EQ(Create(path), "Creating directory: " + path + "  Result: FAILED\n");
@@ -115,19 +115,19 @@ TEST_F(ConfiguredDirectories, OneThatCannotBeMadeFails) {
     EXPECT_EQ(Text(), L"Error creating directory: " + String::FromUtf8(path));
 }
 
-TEST_F(ConfiguredDirectories, ALinkThatLeadsNowhereCannotBeMade) {
+TEST_F(ConfiguredDirectories, Fails_WhenADanglingLinkStandsInTheWay) {
     std::filesystem::create_symlink("nowhere", m_dir / "link");
     EXPECT_EQ(Create(m_dir / "link"), "Creating directory: " + (m_dir / "link") + "  Result: FAILED\n");
     EXPECT_FALSE(m_outcome);
 }
 
-TEST_F(ConfiguredDirectories, AnEmptyPathCannotBeMade) {
+TEST_F(ConfiguredDirectories, Fails_WhenThePathIsEmpty) {
     EXPECT_EQ(Create(""), "Creating directory:   Result: FAILED\n");
     EXPECT_FALSE(m_outcome);
     EXPECT_EQ(Text(), L"Error creating directory: ");
 }
 
-TEST_F(ConfiguredDirectories, AnErrorShowsThePathPrintably) {
+TEST_F(ConfiguredDirectories, ShowsThePathPrintablyInAnError) {
     testfiles::Write(m_dir / "a\nb", "");
     Create(m_dir / "a\nb");
     EXPECT_EQ(Text(), Unwritable(m_dir / "a\\x0ab"));
@@ -136,7 +136,7 @@ TEST_F(ConfiguredDirectories, AnErrorShowsThePathPrintably) {
     EXPECT_EQ(Text(), Unwritable(m_dir / "%1"));
 }
 
-TEST_F(ConfiguredDirectories, CheckingMakesNothing) {
+TEST_F(ConfiguredDirectories, CreatesNothing_WhenItOnlyChecks) {
     testfiles::Write(m_dir / "file", "");
     for (const std::string& path : {m_dir / "missing", m_dir / "file", std::string()}) {
         SCOPED_TRACE(path);

@@ -22,7 +22,7 @@ TEST(ConfiguredPaths, GivesADirectoryOneSlashAtItsEnd) {
     EXPECT_EQ(UsableDirectory(L"/opt/a b*"), L"/opt/a b*/");
 }
 
-TEST(ConfiguredPaths, TakesADotAtItsEndForNothing) {
+TEST(ConfiguredPaths, IgnoresADotAtTheEnd) {
     for (const String value : {L"/opt/agent/.", L"/opt/agent/./", L"/opt/agent//.//./", L"/opt/agent/. "})
         EXPECT_EQ(UsableDirectory(value), L"/opt/agent/") << value.Utf8();
     EXPECT_EQ(UsableDirectory(L"/opt/./agent."), L"/opt/./agent./");
@@ -30,7 +30,7 @@ TEST(ConfiguredPaths, TakesADotAtItsEndForNothing) {
     EXPECT_EQ(UsableDirectory(L"/opt/agent/.."), L"/opt/agent/../");
 }
 
-TEST(ConfiguredPaths, UsesNoEmptyRelativeOrRootDirectory) {
+TEST(ConfiguredPaths, RefusesAnEmptyARelativeAndTheRootDirectory) {
     for (const String value :
          {L"", L" ", L"/", L"//", L"/.", L"/./", L"/usr/..", L"relative", L"./a", L"../a", L"."})
         EXPECT_EQ(UsableDirectory(value), L"") << value.Utf8();
@@ -77,7 +77,7 @@ TEST(ConfiguredPaths, FindsEveryExistingPathThatAnyValueNames) {
     EXPECT_EQ(names, (std::vector<std::string>{"one", "two", "three", "with blank", "library.so"}));
 }
 
-TEST(ConfiguredPaths, NamesNothingElse) {
+TEST(ConfiguredPaths, NamesNoOtherPath) {
     const TempDir temp;
     Write(temp / "conf", "[Configuration]\ninstalldir=\nbindir=/opt/a/b\n[Other]\nvar=/opt/a/b\n");
     EXPECT_EQ(NamedWithin(IniFile(String::FromUtf8(temp / "conf")), L"/opt/a"), std::vector<String>());

@@ -47,7 +47,7 @@ TEST_F(GuidFile, IsUtf8) {
     EXPECT_EQ(testfiles::Read(m_file), "{\xc3\x84}\nnull");
 }
 
-TEST_F(GuidFile, StaysWithoutAnIdentifierToWrite) {
+TEST_F(GuidFile, IsNotWritten_WhenThereIsNoIdentifier) {
     testfiles::Write(m_file, "{OLD}\nnull");
     EXPECT_TRUE(WriteGuidFile(Conf(), m_settings));
     m_settings.Value(L"Guid") = L"";
@@ -88,7 +88,7 @@ TEST_F(GuidFile, IsToldAsNotWritten_WhenItCannotBeReadBack) {
     EXPECT_EQ(testfiles::Read(errors), "WARNING! " + m_file + " is not written: Input/output error.\n");
 }
 
-TEST_F(GuidFile, GoesWithoutAnIdentifier) {
+TEST_F(GuidFile, IsRemoved_WhenThereIsNoIdentifier) {
     for (const bool isEmpty : {false, true}) {
         if (isEmpty) m_settings.Value(L"Guid") = L"";
         testfiles::Write(m_file, "{OLD}");
@@ -97,7 +97,7 @@ TEST_F(GuidFile, GoesWithoutAnIdentifier) {
     }
 }
 
-TEST_F(GuidFile, StaysOnAnUpgradeWhileTheServerStays) {
+TEST_F(GuidFile, IsNotRemovedOnAnUpgrade_WhenTheServerStays) {
     testfiles::Write(m_file, "{OLD}");
     m_settings.Value(L"Upgrade") = L"yes";
     RemoveUnwantedGuidFile(Conf(), m_settings);
@@ -107,7 +107,7 @@ TEST_F(GuidFile, StaysOnAnUpgradeWhileTheServerStays) {
     EXPECT_FALSE(testfiles::Exists(m_file));
 }
 
-TEST_F(GuidFile, IsNeitherWrittenNorRemovedWhereItIsNoFileOfItsOwn) {
+TEST_F(GuidFile, IsNeitherWrittenNorRemoved_WhenItIsNoRegularFileWithOneName) {
     testfiles::Write(m_dir / "secret", "secret");
     const struct {
         const char* why;
@@ -131,14 +131,14 @@ TEST_F(GuidFile, IsNeitherWrittenNorRemovedWhereItIsNoFileOfItsOwn) {
     }
 }
 
-TEST_F(GuidFile, IsWantedWithAnIdentifier) {
+TEST_F(GuidFile, IsNotRemoved_WhenThereIsAnIdentifier) {
     testfiles::Write(m_file, "{OLD}");
     m_settings.Value(L"Guid") = L"{NEW}";
     RemoveUnwantedGuidFile(Conf(), m_settings);
     EXPECT_EQ(testfiles::Read(m_file), "{OLD}");
 }
 
-TEST_F(GuidFile, ThatIsADirectoryIsLeftAlone) {
+TEST_F(GuidFile, IsLeftAlone_WhenItIsADirectory) {
     std::filesystem::create_directory(m_file);
     RemoveUnwantedGuidFile(Conf(), m_settings);
     m_settings.Value(L"Guid") = L"{NEW}";
@@ -146,7 +146,7 @@ TEST_F(GuidFile, ThatIsADirectoryIsLeftAlone) {
     EXPECT_TRUE(std::filesystem::is_directory(m_file));
 }
 
-TEST_F(GuidFile, ThatNoConfigurationNamesIsLeftAlone) {
+TEST_F(GuidFile, IsLeftAlone_WhenNoConfigurationNamesIt) {
     testfiles::Write(m_file, "{OLD}");
     const corekit::IniFile conf(L"client.conf", L"[Configuration]\nguid_guid_file=\n");
     RemoveUnwantedGuidFile(conf, m_settings);
@@ -164,7 +164,7 @@ TEST_F(GuidFile, FailsTheRun_WhenTheOldFileOfTheIdentifierWouldGoNext) {
     EXPECT_EQ(written.error().reason, String::FromUtf8(m_file) + L": it is not a regular file");
 }
 
-TEST_F(GuidFile, IsToldAndGoneOnWithout_WhenTheIdentifierStaysWhereItWas) {
+TEST_F(GuidFile, IsWarnedOf_WhenTheIdentifierStaysWhereItWas) {
     std::filesystem::create_hard_link((testfiles::Write(m_file, "{B}\nnull"), m_file), m_dir / "other");
     m_settings.Set(L"Guid", L"{A}", {Source::Kind::Installed, String::FromUtf8(m_file)});
     const auto output = testsupport::Captured([&] { EXPECT_TRUE(WriteGuidFile(Conf(), m_settings)); });

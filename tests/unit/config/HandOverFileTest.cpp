@@ -21,7 +21,7 @@ TEST(HandOverFile, IsAnEmptyPrivateFile) {
     EXPECT_EQ(testfiles::Mode(path), 0600U);
 }
 
-TEST(HandOverFile, GoesWithItsOwner) {
+TEST(HandOverFile, IsRemovedWithItsOwner) {
     std::string path;
     {
         HandOverFile file;
@@ -31,7 +31,7 @@ TEST(HandOverFile, GoesWithItsOwner) {
     EXPECT_FALSE(testfiles::Exists(path));
 }
 
-TEST(HandOverFile, StaysWhereItHasMovedTo) {
+TEST(HandOverFile, StaysInItsPlace_WhenItHasMovedThere) {
     {
         HandOverFile file;
         ASSERT_TRUE(file.Create());
@@ -52,7 +52,7 @@ TEST(HandOverFile, CanBeRemovedTwice) {
     EXPECT_TRUE(file.Path().IsEmpty());
 }
 
-TEST(HandOverFile, MadeAnewLeavesNothingOfTheFirst) {
+TEST(HandOverFile, RemovesTheFirst_WhenItIsMadeAgain) {
     HandOverFile file;
     ASSERT_TRUE(file.Create());
     const std::string first = file.Path().Utf8();
@@ -62,7 +62,7 @@ TEST(HandOverFile, MadeAnewLeavesNothingOfTheFirst) {
     EXPECT_TRUE(testfiles::Exists(file.Path().Utf8()));
 }
 
-TEST(HandOverFile, MadeByARunThatWasKilledGoes) {
+TEST(HandOverFile, IsRemovedByTheNextRun_WhenARunWasKilled) {
     testfiles::Write("/tmp/.zorvane-agent-installer.abc123", "");
     testfiles::Write("/tmp/..zorvane-agent-installer.abc123.unfinished", "");
     HandOverFile file;
@@ -72,7 +72,7 @@ TEST(HandOverFile, MadeByARunThatWasKilledGoes) {
     EXPECT_TRUE(testfiles::Exists(file.Path().Utf8()));
 }
 
-TEST(HandOverFile, ThatCannotBeMadeFailsWithTheReason) {
+TEST(HandOverFile, FailsWithTheReason_WhenItCannotBeMade) {
     ASSERT_EQ(mount("none", "/tmp", "tmpfs", MS_RDONLY, nullptr), 0);
     HandOverFile file;
     const auto created = file.Create();

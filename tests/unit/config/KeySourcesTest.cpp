@@ -86,7 +86,7 @@ std::vector<std::string> LinesOf(const char* path) {
     return lines;
 }
 
-TEST_F(KeySourcesOfClientConf, AreTheSettingThatFeedsAKeyOrItsLineOfTheTemplate) {
+TEST_F(KeySourcesOfClientConf, NameTheSettingOfAKeyOrItsLineOfTheTemplate) {
     std::map<ConfKey, SettingName> fed;
     for (const auto& row : kFed) fed.emplace(row.key, row.setting);
     for (const ClientConfKey& row : ClientConfKeyMap()) {
@@ -110,7 +110,7 @@ TEST_F(KeySourcesOfClientConf, AreTheSettingThatFeedsAKeyOrItsLineOfTheTemplate)
     EXPECT_GT(templates, 80U);
 }
 
-TEST_F(KeySourcesOfClientConf, AreAnExtraSettingsPlace) {
+TEST_F(KeySourcesOfClientConf, NameThePlaceOfAnExtraSetting) {
     const Source source{Source::Kind::Xml, L"/tmp/a.xml", 7, 3};
     m_settings->AddExtra({L"SWD", L"swd_lowpriority", L"19", source});
     m_settings->AddExtra({L"New", L"key", L"1", source});
@@ -119,7 +119,7 @@ TEST_F(KeySourcesOfClientConf, AreAnExtraSettingsPlace) {
     EXPECT_EQ(ToldOf(ConfKey(L"New/key")), Told(source));
 }
 
-TEST_F(KeySourcesOfClientConf, OfAnUpgradeAreTheOldLinesOfAllRows) {
+TEST_F(KeySourcesOfClientConf, NameTheOldLineOfEveryRow_OnAnUpgrade) {
     std::string text = "# an old file\n[Configuration]\ninstalldir=/opt/old\n";
     std::map<ConfKey, Source> expected;
     std::map<std::wstring_view, Source> ofSettings;
@@ -147,7 +147,7 @@ TEST_F(KeySourcesOfClientConf, OfAnUpgradeAreTheOldLinesOfAllRows) {
     EXPECT_EQ(ofSettings.size(), 20U);
 }
 
-TEST_F(KeySourcesOfClientConf, AreTheOldLinesOfSubAgents) {
+TEST_F(KeySourcesOfClientConf, NameTheOldLinesOfSubAgents) {
     testfiles::Write(kOld,
                      "[Class Servers]\na.server=A Server\n[A Server]\nprogram=/a\n[Static Agents]\n\nb=no\n"
                      "[Configuration]\nagent_roles=web\nsub_agent_names=a\n");

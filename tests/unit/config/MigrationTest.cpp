@@ -85,13 +85,13 @@ TEST_F(Migration, AnInstalledAgentsValuesAreCarried) {
     EXPECT_EQ(Written(L"Configuration", L"installdir"), L"/opt/new");
 }
 
-TEST_F(Migration, ValuesAreCarriedWhenTheUpgradeIsNotSet) {
+TEST_F(Migration, ValuesAreCarried_WhenTheUpgradeIsNotSet) {
     m_settings->Value(L"Upgrade") = L"";
     EXPECT_EQ(Migrate(&m_installed), kMigrating);
     EXPECT_EQ(Written(L"Configuration", L"use_https"), L"old");
 }
 
-TEST_F(Migration, ValuesAreCarriedWhenTheUpgradeIsAbsent) {
+TEST_F(Migration, ValuesAreCarried_WhenTheUpgradeIsAbsent) {
     Settings bare;
     bare.Value(L"InstallDir") = L"/opt/new";
     *m_settings = bare;
@@ -99,7 +99,7 @@ TEST_F(Migration, ValuesAreCarriedWhenTheUpgradeIsAbsent) {
     EXPECT_EQ(Written(L"Configuration", L"use_https"), L"old");
 }
 
-TEST_F(Migration, NothingIsCarriedWhenTheUpgradeIsDeclined) {
+TEST_F(Migration, NothingIsCarried_WhenTheUpgradeIsDeclined) {
     m_settings->Value(L"Upgrade") = L"no";
     EXPECT_EQ(Migrate(&m_installed), kCreating);
     ASSERT_TRUE(m_result);

@@ -78,12 +78,12 @@ TEST(CarryOverSubAgents, AListThatTheOldFileLacksIsEmptiedSoThatAllFourStayParal
               "[Configuration]\nsub_agent_names=a\nsub_agent_versions=\nsub_agent_build_nums=\n");
 }
 
-TEST(CarryOverSubAgents, TheTemplatesListsStayWhenNoneIsCarried) {
+TEST(CarryOverSubAgents, TheTemplatesListsStay_WhenNoneIsCarried) {
     const std::string newText = "[Configuration]\nsub_agent_names=t\nsub_agent_versions=1\n";
     EXPECT_EQ(Carried("[Configuration]\nsub_agent_names=\n", newText), newText);
 }
 
-TEST(CarryOverSubAgents, RolesAreReplacedWhenTheOldFileHasSome) {
+TEST(CarryOverSubAgents, RolesAreReplaced_WhenTheOldFileHasSome) {
     EXPECT_EQ(Carried("[Configuration]\nagent_roles=server\n", "[Configuration]\nagent_roles=client\n"),
               "[Configuration]\nagent_roles=server\n");
     EXPECT_EQ(Carried("[Configuration]\nagent_roles=\n", "[Configuration]\nagent_roles=client\n"),

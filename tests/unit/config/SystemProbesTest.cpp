@@ -69,7 +69,7 @@ class RegisteredSolutions : public testing::Test {
     testfiles::TempDir m_dir;
 };
 
-TEST_F(RegisteredSolutions, AreTheLinesThatNameOne) {
+TEST_F(RegisteredSolutions, AreTheLinesThatNameASolution) {
     EXPECT_FALSE(HasRegisteredSolutions(String::FromUtf8(m_dir.Path())));
     EXPECT_FALSE(Registered(""));
     EXPECT_FALSE(Registered("<Solutions>\n<Solution/>\n<solution name='x'/>\n</Solutions>\n"));
@@ -77,12 +77,12 @@ TEST_F(RegisteredSolutions, AreTheLinesThatNameOne) {
     EXPECT_TRUE(Registered("<Solution a/><Solution b/>\n<Solution c/>"));
 }
 
-TEST_F(RegisteredSolutions, ADirectoryInTheListsPlaceHasNone) {
+TEST_F(RegisteredSolutions, AreNone_WhenADirectoryStandsInPlaceOfTheList) {
     std::filesystem::create_directories(m_dir / "etc/config.xml");
     EXPECT_FALSE(HasRegisteredSolutions(String::FromUtf8(m_dir.Path())));
 }
 
-TEST_F(RegisteredSolutions, CountAsThereWhenNothingCanBeTold) {
+TEST_F(RegisteredSolutions, AreAssumed_WhenTheProbeTellsNothing) {
     testsupport::StandIns host;
     host.Add("grep", "");
     EXPECT_TRUE(Registered(""));
@@ -91,7 +91,7 @@ TEST_F(RegisteredSolutions, CountAsThereWhenNothingCanBeTold) {
     EXPECT_TRUE(Registered(""));
 }
 
-TEST_F(RegisteredSolutions, TheDirectoryIsNeverReadAsCommands) {
+TEST_F(RegisteredSolutions, AreNeverLookedForByAPathReadAsCommands) {
     for (const std::string name : {"it's", "'; touch planted; '", "$(touch planted)", "a b", "%1"}) {
         testfiles::Write(m_dir / (name + "/etc/config.xml"), "<Solution x>\n");
         EXPECT_TRUE(HasRegisteredSolutions(String::FromUtf8(m_dir / name))) << name;
@@ -166,7 +166,7 @@ TEST(ProgramDirectory, IsBinOfTheInstallDirectory) {
         EXPECT_EQ(ProgramDirectory(installDir), L"/opt/agent/bin");
 }
 
-TEST(Programs, AreTheFilesOfTheAgentsNamesWithoutTheirSuffix) {
+TEST(Programs, AreTheNamesOfTheAgentsFilesWithoutTheirSuffix) {
     const TempDir dir;
     for (const char* name : {"qdn-monitor.bin", "qdn-x.y.bin", "qdn-env", "other.bin", "qdn-old.bin.old"})
         Write(dir / name, "");

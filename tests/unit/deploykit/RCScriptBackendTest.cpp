@@ -63,13 +63,13 @@ TEST_F(RCScriptBackendTest, MakesTheDirectoryOfScripts) {
     EXPECT_TRUE(testfiles::Exists(kScript));
 }
 
-TEST_F(RCScriptBackendTest, MakesLinksItselfWhereThereIsNoTool) {
+TEST_F(RCScriptBackendTest, MakesLinksItself_WhereThereIsNoTool) {
     EXPECT_TRUE(Install());
     EXPECT_EQ(ServiceHost::Links(), LinksWith("S99"));
     EXPECT_FALSE(testfiles::Exists(kUnit));
 }
 
-TEST_F(RCScriptBackendTest, IgnoresLevelsThatThereAreNot) {
+TEST_F(RCScriptBackendTest, IgnoresUnknownLevels) {
     EXPECT_TRUE(Install(L"3 7 S 8", L""));
     EXPECT_THAT(ServiceHost::Links(), ElementsAre("rc3.d/S99agent -> ../init.d/agent"));
 }
@@ -107,7 +107,7 @@ TEST_F(RCScriptBackendTest, MakesTheLinksOfTheLevelsThatAToolPassedOver) {
                             "rc6.d/K01agent -> ../init.d/agent"));
 }
 
-TEST_F(RCScriptBackendTest, MakesTheLinksThatAToolLeftOutWhateverItsStatus) {
+TEST_F(RCScriptBackendTest, MakesTheLinksThatAToolLeftOut_WhateverItsStatus) {
     m_host.AddTool("insserv", "exit 0");
     EXPECT_TRUE(Install());
     EXPECT_EQ(ServiceHost::Links(), LinksWith("S99"));
@@ -135,7 +135,7 @@ TEST_F(RCScriptBackendTest, RegistersNothingWithoutLevels) {
     EXPECT_FALSE(testfiles::Exists("/etc/systemd/system/multi-user.target.wants"));
 }
 
-TEST_F(RCScriptBackendTest, StartsAServiceWithoutStartLevelsNowhere) {
+TEST_F(RCScriptBackendTest, StartsAServiceInNoLevel_WhenItHasNoStartLevels) {
     m_host.AddTool("chkconfig");
     EXPECT_TRUE(Install(L"", L"0 6"));
     EXPECT_EQ(m_host.Calls(), "chkconfig --add agent\n");
@@ -180,7 +180,7 @@ TEST_F(RCScriptBackendTest, FailsWithoutAUsableTemplate) {
     EXPECT_THAT(ServiceHost::Links(), IsEmpty());
 }
 
-TEST_F(RCScriptBackendTest, FailsWhereTheScriptCannotBeWritten) {
+TEST_F(RCScriptBackendTest, Fails_WhereTheScriptCannotBeWritten) {
     testfiles::Write(std::string(kScript) + "/file", "in the way");
     EXPECT_FALSE(Install());
     EXPECT_FALSE(Backend::Uninstall(L"agent"));
@@ -188,7 +188,7 @@ TEST_F(RCScriptBackendTest, FailsWhereTheScriptCannotBeWritten) {
     EXPECT_THAT(ServiceHost::Links(), IsEmpty());
 }
 
-TEST_F(RCScriptBackendTest, FailsWhereNothingWouldStartTheService) {
+TEST_F(RCScriptBackendTest, Fails_WhereNothingWouldStartTheService) {
     fs::remove("/etc/rc3.d");
     testfiles::Write("/etc/rc3.d", "in the way");
     EXPECT_EQ(Install(L"3", L"").Path(), L"/etc/rc3.d");

@@ -22,14 +22,14 @@ TEST_F(RCScriptBackendTest, UnregistersWithTheFirstToolThatIsFound) {
     EXPECT_EQ(m_host.Calls(), "update-rc.d -f agent remove\ninsserv -r agent\nchkconfig --del agent\n");
 }
 
-TEST_F(RCScriptBackendTest, UninstallOfAServiceThatIsNotThereStartsNoTool) {
+TEST_F(RCScriptBackendTest, UninstallStartsNoTool_WhenThereIsNoService) {
     for (const char* tool : {"chkconfig", "insserv", "update-rc.d", "systemctl"}) m_host.AddTool(tool);
     fs::create_directories("/run/systemd/system");
     EXPECT_TRUE(Backend::Uninstall(L"agent"));
     EXPECT_EQ(m_host.Calls(), "");
 }
 
-TEST_F(RCScriptBackendTest, UninstallAsksTheToolWhileTheScriptAndItsLinksAreThere) {
+TEST_F(RCScriptBackendTest, UninstallAsksTheToolBeforeTheScriptAndItsLinksGo) {
     ASSERT_TRUE(Install());
     m_host.AddTool("chkconfig", "[ -e /etc/rc2.d/S99agent ] && echo 'with all in place' >>$0.saw");
     EXPECT_TRUE(Backend::Uninstall(L"agent"));
@@ -62,7 +62,7 @@ TEST_F(RCScriptBackendTest, UninstallRemovesTheUnitAfterSystemctlIsGone) {
     EXPECT_TRUE(fs::is_empty("/etc/systemd/system"));
 }
 
-TEST_F(RCScriptBackendTest, UninstallTellsSystemdWhenTheLastOfTheServiceIsGone) {
+TEST_F(RCScriptBackendTest, UninstallTellsSystemd_WhenTheLastOfTheServiceIsGone) {
     m_host.AddTool("systemctl", "[ -e /etc/init.d/agent ] && echo 'the script is there' >>$0.saw");
     fs::create_directories("/run/systemd/system");
     const std::string tellings = "systemctl daemon-reload\n";
@@ -101,7 +101,7 @@ TEST_F(RCScriptBackendTest, UninstallTellsSystemdWhenTheLastOfTheServiceIsGone) 
     }
 }
 
-TEST_F(RCScriptBackendTest, UninstallSaysThatSomethingStays) {
+TEST_F(RCScriptBackendTest, UninstallFails_WhenSomethingStays) {
     const int points = testsupport::FailInTurn(
         {SYS_unlink, SYS_unlinkat}, EIO, [&] { ASSERT_TRUE(Install()); },
         [] { return Backend::Uninstall(L"agent") ? 0 : 1; }, [](int failed) { EXPECT_EQ(failed, 1); });
@@ -109,7 +109,7 @@ TEST_F(RCScriptBackendTest, UninstallSaysThatSomethingStays) {
     EXPECT_THAT(ServiceHost::Links(), IsEmpty());
 }
 
-TEST_F(RCScriptBackendTest, IsInstalledToStartOrSaysThatItIsNot) {
+TEST_F(RCScriptBackendTest, IsInstalledOrFails_WhateverFails) {
     const int points = testsupport::FailInTurn(
         testsupport::kFileCallsButUnlink, EIO, [] { ASSERT_TRUE(Backend::Uninstall(L"agent")); },
         [&] { return Install() ? 0 : 1; },

@@ -53,7 +53,7 @@ TEST_F(RunLevelLinksTest, MakesLinksBelowRcDWhereTheLevelsAreThere) {
     EXPECT_THAT(ServiceHost::Links("/etc/rc.d"), IsEmpty());
 }
 
-TEST_F(RunLevelLinksTest, MakesLinksThatLeadToTheScriptWhereTheLevelsAreBesideIt) {
+TEST_F(RunLevelLinksTest, MakesLinksThatLeadToTheScript_WhereTheLevelsAreBesideIt) {
     RemoveLevelDirectories();
     fs::create_directory_symlink("init.d", "/etc/rc.d");
     testfiles::Write("/etc/init.d/agent", "");

@@ -44,7 +44,7 @@ class SystemdUnitTest : public testing::Test {
 
 }  // namespace
 
-TEST_F(SystemdUnitTest, IsSupportedWhereSystemctlIs) {
+TEST_F(SystemdUnitTest, IsSupported_WhereSystemctlIs) {
     EXPECT_FALSE(SystemdUnit::IsSupported());
     m_host.AddTool("systemctl");
     EXPECT_TRUE(SystemdUnit::IsSupported());
@@ -116,7 +116,7 @@ TEST_F(SystemdUnitTest, TellsARunningSystemd) {
     EXPECT_EQ(m_host.Calls(), "systemctl daemon-reload\nsystemctl daemon-reload\n");
 }
 
-TEST_F(SystemdUnitTest, ExistsAsLongAsItsFileOrALinkDoes) {
+TEST_F(SystemdUnitTest, Exists_AsLongAsItsFileOrALinkDoes) {
     EXPECT_FALSE(SystemdUnit::Exists(L"agent"));
     ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L""));
     EXPECT_TRUE(SystemdUnit::Exists(L"agent"));
@@ -129,7 +129,7 @@ TEST_F(SystemdUnitTest, ExistsAsLongAsItsFileOrALinkDoes) {
     EXPECT_FALSE(SystemdUnit::Exists(L"agent")) << "a mask is the administrator's";
 }
 
-TEST_F(SystemdUnitTest, TellsNobodyWhereSystemdDoesNotRun) {
+TEST_F(SystemdUnitTest, TellsNobody_WhereSystemdDoesNotRun) {
     m_host.AddTool("systemctl");
     EXPECT_TRUE(SystemdUnit::Install(L"agent", kScript, L"3"));
     EXPECT_TRUE(SystemdUnit::Remove(L"agent"));
@@ -182,7 +182,7 @@ TEST_F(SystemdUnitTest, ReplacesAUnitThatIsALink) {
     EXPECT_EQ(testfiles::Read("/etc/systemd/system/other.service"), "kept");
 }
 
-TEST_F(SystemdUnitTest, FailsWhereTheUnitOrItsLinkCannotBeMade) {
+TEST_F(SystemdUnitTest, Fails_WhereTheUnitOrItsLinkCannotBeMade) {
     fs::create_directories(std::string(kUnit) + "/in the way");
     EXPECT_FALSE(SystemdUnit::Install(L"agent", kScript, L"3"));
     EXPECT_FALSE(SystemdUnit::Remove(L"agent"));
@@ -192,7 +192,7 @@ TEST_F(SystemdUnitTest, FailsWhereTheUnitOrItsLinkCannotBeMade) {
     EXPECT_FALSE(SystemdUnit::Install(L"agent", kScript, L"3"));
 }
 
-TEST_F(SystemdUnitTest, IsInstalledWholeOrSaysThatItIsNot) {
+TEST_F(SystemdUnitTest, IsInstalledWholeOrFails) {
     ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"35"));
     const std::vector<std::string> whole = UnitFiles();
     const int points = testsupport::FailInTurn(
@@ -204,7 +204,7 @@ TEST_F(SystemdUnitTest, IsInstalledWholeOrSaysThatItIsNot) {
 }
 
 // Two links and the unit; that a directory of links stays, empty, is no failure.
-TEST_F(SystemdUnitTest, SaysThatItCannotBeRemoved) {
+TEST_F(SystemdUnitTest, Fails_WhenItCannotBeRemoved) {
     int failures = 0;
     const int points = testsupport::FailInTurn(
         {SYS_unlink, SYS_unlinkat}, EIO, [] { ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"35")); },

@@ -84,7 +84,7 @@ TEST(WrapperLinkBackend, MakesOnlyTheWrapperWithoutADirectoryOfLinks) {
     EXPECT_FALSE(testfiles::Exists("qdn-monitor"));
 }
 
-TEST(WrapperLinkBackend, MakesOnlyTheWrapperWhereBothDirectoriesAreOne) {
+TEST(WrapperLinkBackend, MakesOnlyTheWrapper_WhereBothDirectoriesAreOne) {
     const Installation agent;
     fs::create_directory_symlink(agent.Bin(), agent.LinkDir() + "/bin");
     for (const std::string& linkDir : {agent.Bin(), agent.Bin() + "/", agent.LinkDir() + "/bin"}) {
@@ -194,7 +194,7 @@ TEST(WrapperLinkBackend, UninstallOfWhatIsNotThereIsSuccess) {
     EXPECT_TRUE(agent.Uninstall(agent.Wrapper() + ".bin"));
 }
 
-TEST(WrapperLinkBackend, SaysThatAStepFailed) {
+TEST(WrapperLinkBackend, Fails_WhenAStepFails) {
     const Installation agent;
     const auto expectFailure = [](int failed) { EXPECT_EQ(failed, 1); };
     const auto install = [&] { return agent.Install(agent.LinkDir()) ? 0 : 1; };

@@ -53,7 +53,7 @@ constexpr const char* kProgram = "/opt/agent/bin/qdn-pluginmanager.bin";
 
 class AgentProcess : public testsupport::Installation {};
 
-TEST_F(AgentProcess, NoneRuns_WhenNoneWasStarted) {
+TEST_F(AgentProcess, IsNone_WhenNoneWasStarted) {
     EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt);
     EXPECT_EQ(FindAgentProcess(L""), std::nullopt);
 }
@@ -121,7 +121,7 @@ class AgentStart : public testsupport::Installation {
     }
 };
 
-TEST_F(AgentStart, AnythingButYesDoesNotStart) {
+TEST_F(AgentStart, DoesNotStartTheAgent_UnlessTheSettingIsExactlyYes) {
     for (const wchar_t* value : {L"no", L"YES", L"Yes", L""}) {
         m_settings.Value(L"Start") = value;
         EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, kNotStarting) << value;
@@ -129,7 +129,7 @@ TEST_F(AgentStart, AnythingButYesDoesNotStart) {
     EXPECT_FALSE(testfiles::Exists("/opt/agent/calls"));
 }
 
-TEST_F(AgentStart, AQuietRunThatDoesNotStartSaysNothing) {
+TEST_F(AgentStart, SaysNothing_WhenAQuietRunDoesNotStartTheAgent) {
     Args::bQuiet = true;
     m_settings.Value(L"Start") = L"no";
     EXPECT_EQ(Captured([&] { StartAgent(m_settings); }).out, "");

@@ -90,7 +90,7 @@ TEST_F(EnvironmentScript, TellsWhichStepFailed) {
     EXPECT_THAT(failures, testing::ElementsAre(1, 2));
 }
 
-TEST_F(EnvironmentScript, TellsWhenItCannotBeWritten) {
+TEST_F(EnvironmentScript, Fails_WhenItCannotBeWritten) {
     std::filesystem::create_directories("/opt/agent/bin/qdn-env/x");
     const auto outcome = WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent");
     EXPECT_EQ(TextOf(outcome), L"Unable to write to file: /opt/agent/bin/qdn-env");
@@ -98,7 +98,7 @@ TEST_F(EnvironmentScript, TellsWhenItCannotBeWritten) {
     EXPECT_EQ(CheckEnvironmentScript(m_context).error(), outcome.error());
 }
 
-TEST_F(EnvironmentScript, TheStepSaysWhatItDoesUnlessQuiet) {
+TEST_F(EnvironmentScript, TheStepSaysWhatItDoes_UnlessQuiet) {
     EXPECT_EQ(Captured([&] { EXPECT_TRUE(CreateScriptsStep(m_context)); }).out,
               "Creating customized RC and environment scripts.\n");
     Args::bQuiet = true;

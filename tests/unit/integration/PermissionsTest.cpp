@@ -36,7 +36,7 @@ class Permissions : public testsupport::Installation {
     }
 };
 
-TEST_F(Permissions, ProgramsAreForEveryoneWhenAllowed) {
+TEST_F(Permissions, ProgramsAreForEveryone_WhenAllowed) {
     m_settings.Value(L"AllowNonRoot") = L"yes";
     EXPECT_EQ(ModeAfter("bin/qdn-monitor.bin"), 0555U);
 }
@@ -107,14 +107,14 @@ TEST_F(Permissions, AControlScriptThatLeadsElsewhereGivesNothingAway) {
     EXPECT_EQ(testfiles::Mode("/tmp/precious"), 0600U);
 }
 
-TEST_F(Permissions, AnInstallDirectoryThatIsALinkIsOpenToAllWhereItLeads) {
+TEST_F(Permissions, AnInstallDirectoryThatIsALinkIsOpenToAll_WhereItLeads) {
     ASSERT_EQ(symlink("/opt/agent", "/opt/link"), 0);
     m_settings.Value(L"InstallDir") = L"/opt/link";
     EXPECT_EQ(ModeAfter(""), 0755U);
     std::filesystem::remove("/opt/link");
 }
 
-TEST_F(Permissions, ADirectoryOfItThatIsALinkIsOpenToAllWhereItLeads) {
+TEST_F(Permissions, ADirectoryOfItThatIsALinkIsOpenToAll_WhereItLeads) {
     for (const std::string directory : {"bin", "etc", "lib"}) {
         std::filesystem::rename("/opt/agent/" + directory, "/opt/real-" + directory);
         ASSERT_EQ(chmod(("/opt/real-" + directory).c_str(), 0700), 0);

@@ -61,7 +61,7 @@ TEST_F(RunLevelScripts, TheControlScriptIsALinkToTheService) {
     EXPECT_EQ(testfiles::Mode(kService), 0755U);
 }
 
-TEST_F(RunLevelScripts, WithoutStartupOnBootItIsACopyAndNothingIsRegistered) {
+TEST_F(RunLevelScripts, TheControlScriptIsACopyAndNothingIsRegistered_WithoutStartupOnBoot) {
     m_settings.Value(L"StartupOnBoot") = L"no";
     EXPECT_EQ(SetUpScripts().out, "");
     EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status("/opt/agent/bin/rcscript")));
@@ -70,7 +70,7 @@ TEST_F(RunLevelScripts, WithoutStartupOnBootItIsACopyAndNothingIsRegistered) {
     EXPECT_FALSE(testfiles::Exists("/etc/systemd/system/zorvane.service"));
 }
 
-TEST_F(RunLevelScripts, QuietRunsDoTheSameWithoutAWord) {
+TEST_F(RunLevelScripts, AreSetUpSilently_WhenTheRunIsQuiet) {
     Args::bQuiet = true;
     EXPECT_EQ(SetUpScripts().out, "");
     EXPECT_TRUE(testfiles::Exists(kService));
@@ -96,7 +96,7 @@ TEST_F(RunLevelScripts, AnOldControlScriptIsReplaced) {
     EXPECT_FALSE(std::filesystem::is_symlink("/opt/agent/bin/rcscript"));
 }
 
-TEST_F(RunLevelScripts, AMissingTemplateFails) {
+TEST_F(RunLevelScripts, Fails_WhenTheTemplateIsMissing) {
     const std::string path = "/opt/agent/etc/rcscript.proto.linux";
     testfiles::Write(path, "");
     ExpectFailure(L"");
@@ -106,13 +106,13 @@ TEST_F(RunLevelScripts, AMissingTemplateFails) {
     ExpectFailure(L"/opt/agent/etc/rcscript.proto.linux: Is a directory");
 }
 
-TEST_F(RunLevelScripts, AControlScriptThatCannotBePlacedFails) {
+TEST_F(RunLevelScripts, Fails_WhenTheControlScriptCannotBePlaced) {
     std::filesystem::create_directories("/opt/agent/bin/rcscript/x");
     ExpectFailure(L"/opt/agent/bin/rcscript: Is a directory");
     EXPECT_FALSE(testfiles::Exists(kService));
 }
 
-TEST_F(RunLevelScripts, AConfigurationThatCannotBeReadFails) {
+TEST_F(RunLevelScripts, Fails_WhenTheConfigurationCannotBeRead) {
     m_context.confPath = L"/opt/agent/etc";
     SetUpScripts(false);
     EXPECT_EQ(TextOf(m_outcome), L"Failed to set up the RC scripts.");
@@ -129,7 +129,7 @@ TEST_F(RunLevelScripts, FailsBeforeTheOldServiceGoes_WhenADirectoryStandsInPlace
     EXPECT_TRUE(testfiles::Exists(kService));
 }
 
-TEST_F(RunLevelScripts, NoLevelsAreNoFailure) {
+TEST_F(RunLevelScripts, Succeeds_WithoutRunLevels) {
     Configure("runlevels_start=\n");
     SetUpScripts();
     EXPECT_THAT(testfiles::Read(kService), testing::HasSubstr("# Default-Start:"));

@@ -21,7 +21,7 @@ class UnfinishedRun : public testing::Test {
     String m_installDir = String::FromUtf8(m_dir.Path());
 };
 
-TEST_F(UnfinishedRun, IsKnownByItsMarkUntilItHasFinished) {
+TEST_F(UnfinishedRun, IsKnownByItsMark_UntilItHasFinished) {
     EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::Nothing);
     for (const auto what : {Unfinished::Saving, Unfinished::FirstConfiguration, Unfinished::Upgrade}) {
         EXPECT_TRUE(MarkUnfinishedRun(m_installDir, what));
@@ -75,22 +75,22 @@ class ReinstallMarker : public testing::Test {
     }
 };
 
-TEST_F(ReinstallMarker, SaysNoWhereThereIsNone) {
+TEST_F(ReinstallMarker, IsNotBelieved_WhenThereIsNone) {
     EXPECT_EQ(Ask(false), "");
 }
 
-TEST_F(ReinstallMarker, SaysYesWhereItIsOurs) {
+TEST_F(ReinstallMarker, IsBelieved_WhenItIsOurs) {
     testfiles::Write(kMarker, "");
     EXPECT_EQ(Ask(true), "");
 }
 
-TEST_F(ReinstallMarker, IsNotBelievedWhereOthersCanWriteIt) {
+TEST_F(ReinstallMarker, IsNotBelieved_WhereOthersCanWriteIt) {
     testfiles::Write(kMarker, "", 0666);
     EXPECT_EQ(Ask(false),
               "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: other users can write to it.\n");
 }
 
-TEST_F(ReinstallMarker, IsNotBelievedWhenItIsALink) {
+TEST_F(ReinstallMarker, IsNotBelieved_WhenItIsALink) {
     testfiles::Write("/tmp/ksclt/other", "");
     std::filesystem::create_symlink("other", kMarker);
     EXPECT_EQ(Ask(false),

@@ -19,7 +19,7 @@ namespace {
 constexpr const char* kLock = "/run/qdn-configure.lock";
 constexpr const char* kOtherLock = "/etc/qdn-configure.lock";
 
-TEST(RunLock, TheFirstRunGetsItAndASecondIsTold) {
+TEST(RunLock, IsTakenForTheSecondRun) {
     const RunLock first;
     EXPECT_FALSE(first.IsTaken());
     EXPECT_EQ(testfiles::Mode(kLock), 0600U);
@@ -27,7 +27,7 @@ TEST(RunLock, TheFirstRunGetsItAndASecondIsTold) {
     EXPECT_TRUE(second.IsTaken());
 }
 
-TEST(RunLock, IsTakenEvenIfThatIsInterrupted) {
+TEST(RunLock, IsTaken_EvenIfTheCallIsInterrupted) {
     const auto lock = [] {
         const RunLock held;
         return !held.IsTaken() && RunLock().IsTaken() ? 0 : 1;
@@ -39,14 +39,14 @@ TEST(RunLock, IsTakenEvenIfThatIsInterrupted) {
     EXPECT_FALSE(testfiles::Exists(kLock));
 }
 
-TEST(RunLock, IsFreeAgainWithoutATrace) {
+TEST(RunLock, IsReleasedWithoutATrace) {
     { const RunLock first; }
     EXPECT_FALSE(testfiles::Exists(kLock));
     const RunLock second;
     EXPECT_FALSE(second.IsTaken());
 }
 
-TEST(RunLock, ARunThatWasKilledHoldsNothing) {
+TEST(RunLock, IsReleased_WhenItsRunIsKilled) {
     const pid_t child = fork();
     if (child == 0) {
         static const RunLock held;
@@ -60,7 +60,7 @@ TEST(RunLock, ARunThatWasKilledHoldsNothing) {
     EXPECT_FALSE(next.IsTaken());
 }
 
-TEST(RunLock, APlantedLinkSendsItToTheOtherPlace) {
+TEST(RunLock, UsesTheOtherPlace_WhenALinkIsPlanted) {
     testfiles::TempDir target;
     ASSERT_EQ(symlink((target / "planted").c_str(), kLock), 0);
     {
@@ -72,7 +72,7 @@ TEST(RunLock, APlantedLinkSendsItToTheOtherPlace) {
     ASSERT_EQ(unlink(kLock), 0);
 }
 
-TEST(RunLock, WithoutAPlaceTheRunGoesOn) {
+TEST(RunLock, CountsAsFree_WhenThereIsNoPlaceForIt) {
     ASSERT_EQ(mkdir(kLock, 0700), 0);
     ASSERT_EQ(mkdir(kOtherLock, 0700), 0);
     const RunLock first;
@@ -83,7 +83,7 @@ TEST(RunLock, WithoutAPlaceTheRunGoesOn) {
     rmdir(kOtherLock);
 }
 
-TEST(RunLock, APlantedFifoSendsItToTheOtherPlace) {
+TEST(RunLock, UsesTheOtherPlace_WhenAFifoIsPlanted) {
     ASSERT_EQ(mkfifo(kLock, 0600), 0);
     {
         const RunLock lock;
@@ -93,7 +93,7 @@ TEST(RunLock, APlantedFifoSendsItToTheOtherPlace) {
     ASSERT_EQ(unlink(kLock), 0);
 }
 
-TEST(RunLock, IsOnlyWhereNobodyElseCanMakeFiles) {
+TEST(RunLock, LiesOnlyInADirectoryOfRoot) {
     for (const mode_t mode : {01777, 0777, 0775}) {
         ASSERT_EQ(chmod("/run", mode), 0);
         const RunLock lock;
@@ -104,7 +104,7 @@ TEST(RunLock, IsOnlyWhereNobodyElseCanMakeFiles) {
     ASSERT_EQ(chmod("/run", 0755), 0);
 }
 
-TEST(RunLock, NobodyHoldsUpARunByTheDirectoryThatIsForEverybody) {
+TEST(RunLock, IgnoresALockInTheDirectoryForEverybody) {
     testfiles::Write("/run/lock/qdn-configure.lock", "", 0600);
     const int held = open("/run/lock/qdn-configure.lock", O_RDWR);
     ASSERT_EQ(flock(held, LOCK_EX | LOCK_NB), 0);
@@ -113,7 +113,7 @@ TEST(RunLock, NobodyHoldsUpARunByTheDirectoryThatIsForEverybody) {
     unlink("/run/lock/qdn-configure.lock");
 }
 
-TEST(RunLock, WhereNothingCanBeLockedTheRunGoesOn) {
+TEST(RunLock, CountsAsFree_WhenTheFileSystemKnowsNoLocks) {
     EXPECT_EQ(testsupport::WithFailing({{SYS_flock, ENOLCK}}, [] { return RunLock().IsTaken() ? 1 : 0; }), 0);
 }
 

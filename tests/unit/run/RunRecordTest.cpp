@@ -130,7 +130,7 @@ TEST_F(Record, AForkedProcessLeavesNone) {
     EXPECT_THAT(m_journal.Next(), HasSubstr("status 0"));
 }
 
-TEST_F(Record, IsLeftWhenASignalEndsTheRun) {
+TEST_F(Record, IsLeft_WhenASignalEndsTheRun) {
     for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
         int ended = 0;
         const std::string record = RecordOf([&] { raise(signal); }, ended);
@@ -142,7 +142,7 @@ TEST_F(Record, IsLeftWhenASignalEndsTheRun) {
     }
 }
 
-TEST_F(Record, IsLeftWhenMemoryRunsOut) {
+TEST_F(Record, IsLeft_WhenMemoryRunsOut) {
     int ended = 0;
     EXPECT_THAT(RecordOf([] { corekit::EndWithoutMemory(); }, ended), HasSubstr("status 1\n"));
 }

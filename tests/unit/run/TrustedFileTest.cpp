@@ -26,7 +26,7 @@ TEST(TrustedFile, AFileOfOursInTmpMayBeUsed) {
     EXPECT_EQ(Why("/tmp/ours"), L"");
 }
 
-TEST(TrustedFile, AFileThatOthersCanWriteMayNot) {
+TEST(TrustedFile, AFileThatOthersCanWriteMayNotBeUsed) {
     testfiles::Write("/tmp/open", "x", 0666);
     EXPECT_EQ(Why("/tmp/open"), L"other users can write to it");
 }
@@ -63,7 +63,7 @@ TEST(TrustedFile, ANameAloneIsInTheCurrentDirectory) {
     std::filesystem::current_path(before);
 }
 
-TEST(TrustedFile, IsRootsWhereRootAloneCanHavePutIt) {
+TEST(TrustedFile, IsRoots_WhereRootAloneCanHavePutIt) {
     const testfiles::TempDir directory;
     testfiles::Write(directory / "home/agent/file", "x", 0644);
     std::filesystem::create_symlink(directory / "home/agent/file", directory / "link");
@@ -98,13 +98,13 @@ TEST(TrustedFile, OnlyRegularFilesCount) {
     }
 }
 
-TEST(TrustedFile, InADirectoryOfOursAnythingGoes) {
+TEST(TrustedFile, AnyFileMayBeUsed_InADirectoryOfOurs) {
     testfiles::TempDir directory;
     testfiles::Write(directory / "open", "x", 0666);
     EXPECT_EQ(Why(directory / "open"), L"");
 }
 
-TEST(TrustedFile, ADirectoryBelowOneThatOthersCanReplaceCountsToo) {
+TEST(TrustedFile, AFileMayNotBeUsed_BelowADirectoryThatOthersCanReplace) {
     testfiles::TempDir directory;
     testfiles::Write(directory / "open/below/file", "x", 0666);
     ASSERT_EQ(chmod((directory / "open").c_str(), 0777), 0);
@@ -113,7 +113,7 @@ TEST(TrustedFile, ADirectoryBelowOneThatOthersCanReplaceCountsToo) {
     EXPECT_EQ(Why(directory / "open/below/file"), L"");
 }
 
-TEST(TrustedFile, TheHandOverDirectoryAlwaysCounts) {
+TEST(TrustedFile, AFileThatOthersCanWriteMayNotBeUsed_InTheHandOverDirectory) {
     testfiles::Write("/tmp/ksclt/.migrate-client.conf", "x", 0666);
     ASSERT_EQ(chmod("/tmp/ksclt", 0700), 0);
     EXPECT_EQ(Why("/tmp/ksclt/.migrate-client.conf"), L"other users can write to it");
@@ -209,7 +209,7 @@ class TrustedFileOfAnother : public testing::Test {
     bool m_canGiveAway = false;
 };
 
-TEST_F(TrustedFileOfAnother, IsNotUsedWhereOthersCanWrite) {
+TEST_F(TrustedFileOfAnother, IsNotUsed_WhereOthersCanWrite) {
     ASSERT_EQ(chmod((m_directory / "home").c_str(), 01777), 0);
     if (m_canGiveAway) {
         EXPECT_EQ(Why(m_directory / "home/file"), L"it belongs to another user");

@@ -194,7 +194,7 @@ TEST(ClientConfKeyMap, CarriesTheseKeysInThisOrder) {
         EXPECT_EQ(Text(ClientConfKeyMap()[i].oldKey), kOldKeys[i]) << "row " << i + 1;
 }
 
-TEST(ClientConfKeyMap, SaysOfEachRowWhereItGoesAndWhatFeedsIt) {
+TEST(ClientConfKeyMap, NamesTheNewKeyAndTheSettingOfEachRow) {
     int number = 0;
     for (const ClientConfKey& key : ClientConfKeyMap()) {
         SCOPED_TRACE("row " + std::to_string(++number));

@@ -84,7 +84,7 @@ TEST_F(EnvironmentOverrides, TheServerIsTakenFromAUrl) {
     }
 }
 
-TEST_F(EnvironmentOverrides, AServerThatIsNoneIsWarnedOf) {
+TEST_F(EnvironmentOverrides, WarnsOfAServerThatIsNotValid) {
     for (const char* value : {"ftp://srv", "gopher://srv", "HTTPS://srv", "http://", " ", "srv:port", "srv:0",
                               "srv:65536", "two words"}) {
         SCOPED_TRACE(value);
@@ -111,7 +111,7 @@ TEST_F(EnvironmentOverrides, TheStartTakesBooleanWordsInAnyCase) {
     }
 }
 
-TEST_F(EnvironmentOverrides, OtherWordsForTheStartAreWarnedOf) {
+TEST_F(EnvironmentOverrides, WarnsOfOtherWordsForTheStart) {
     for (const char* value : {"maybe", "on", "off", " yes", "yes ", "10", "nope"}) {
         SCOPED_TRACE(value);
         Apply("QDN_INSTALL_AUTOSTART", value);
@@ -120,7 +120,7 @@ TEST_F(EnvironmentOverrides, OtherWordsForTheStartAreWarnedOf) {
     }
 }
 
-TEST_F(EnvironmentOverrides, RunLevelsAreTakenAsTheyStandWhenTheyHoldADigit) {
+TEST_F(EnvironmentOverrides, RunLevelsAreTakenAsTheyStand_WhenTheyHoldADigit) {
     for (const char* value : {"2 3 5", "rc3", "rc35", "x9", " 0 "}) {
         SCOPED_TRACE(value);
         Apply("QDN_INSTALL_RUNLEVELS", value);

@@ -96,7 +96,7 @@ TEST_F(InstalledValues, AnXmlFileWithoutAServerLeavesTheHttpsOfTheEnvironment) {
     EXPECT_EQ(Get(L"Guid"), L"{OLD}");
 }
 
-TEST_F(InstalledValues, ARecordedNoCountsOnlyWhereNothingElseSaysOtherwise) {
+TEST_F(InstalledValues, ARecordedNoCounts_OnlyWhereNothingElseSaysOtherwise) {
     for (const SettingName name :
          std::initializer_list<SettingName>{L"AllowNonRoot", L"StartupOnBoot", L"EnableNICError"}) {
         SCOPED_TRACE(String(name).Utf8());

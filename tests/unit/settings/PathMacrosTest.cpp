@@ -54,7 +54,7 @@ TEST_F(MakeAbsolute, AnEmptyPathIsTheRoot) {
     EXPECT_EQ(MakeAbsolutePath(L""), L"/");
 }
 
-TEST_F(MakeAbsolute, SoIsEveryRelativeOneWhenTheCurrentDirectoryIsGone) {
+TEST_F(MakeAbsolute, ARelativePathIsTheRoot_WhenTheCurrentDirectoryIsGone) {
     {
         const testfiles::TempDir dir;
         std::filesystem::current_path(dir.Path());

@@ -118,7 +118,7 @@ TEST_F(Questionnaire, ARejectedUpgradeResetsTheProposalsButForTheInstallDirector
     EXPECT_EQ(Setting(L"KSName"), L"srv.example");
 }
 
-TEST_F(Questionnaire, AnUpgradeProposesTheCurrentValuesAndTheTablesWhereThereAreNone) {
+TEST_F(Questionnaire, AnUpgradeProposesTheCurrentValues_OrElseThoseOfTheTable) {
     Setting(L"RunLevel") = L"rc4";
     Setting(L"LogFile") = L"";
     EXPECT_TRUE(Run("srv\n" + kRestByDefault));
@@ -138,7 +138,7 @@ TEST_F(Questionnaire, AnUpgradeThatIsNotExactlyYesCountsAsNone) {
     }
 }
 
-TEST_F(Questionnaire, TheFirstQuestionNeedsAnAnswerWhenThereIsNoServer) {
+TEST_F(Questionnaire, TheFirstQuestionNeedsAnAnswer_WhenThereIsNoServer) {
     EXPECT_TRUE(Run("\n  \nsrv\n" + kRestByDefault));
     const std::string asked = Asked(L"KSName", "");
     EXPECT_TRUE(m_output.out.starts_with(kIntroduction + asked + kInvalid + asked + kInvalid + asked +
@@ -196,7 +196,7 @@ TEST_F(Questionnaire, ConfirmingTheServerKeepsItsScheme) {
     }
 }
 
-TEST_F(Questionnaire, ProposesTheServerWithItsSchemeUnlessThatIsHttp) {
+TEST_F(Questionnaire, ProposesTheServerWithItsScheme_UnlessThatIsHttp) {
     const struct {
         const wchar_t* name;
         const wchar_t* format;
@@ -223,7 +223,7 @@ TEST_F(Questionnaire, ProposesTheServerWithItsSchemeUnlessThatIsHttp) {
     }
 }
 
-TEST_F(Questionnaire, KeepsAUrlFormatOfTheAdministratorsOwnWhileTheServerStays) {
+TEST_F(Questionnaire, KeepsAUrlFormatOfTheAdministratorsOwn_WhileTheServerStays) {
     const struct {
         const char* typed;
         const wchar_t* format;
@@ -244,7 +244,7 @@ TEST_F(Questionnaire, KeepsAUrlFormatOfTheAdministratorsOwnWhileTheServerStays) 
     }
 }
 
-TEST_F(Questionnaire, TypingABareNameMeansHttpWhereItWasHttps) {
+TEST_F(Questionnaire, ABareNameMeansHttp_EvenIfItWasHttps) {
     Setting(L"KSName") = L"srv";
     Setting(L"KSUrlFormat") = L"https://%server%/Zorvane/";
     EXPECT_TRUE(Run("srv\n" + kRestByDefault));

@@ -37,7 +37,7 @@ TEST(ServerUrl, KnowsTheSchemes) {
     EXPECT_EQ(ServerUrl::Other, 3);
 }
 
-TEST(ServerUrl, NamesThePortOnlyWhereItIsNotTheSchemesOwn) {
+TEST(ServerUrl, NamesThePort_OnlyWhereItIsNotTheSchemesOwn) {
     const struct {
         const wchar_t* text;
         bool isDefaultPort;
@@ -68,7 +68,7 @@ TEST(ServerUrl, NamesThePortOnlyWhereItIsNotTheSchemesOwn) {
     }
 }
 
-TEST(ServerUrl, IsValidWhenItNamesAServer) {
+TEST(ServerUrl, IsValid_WhenItNamesAServer) {
     EXPECT_TRUE(ServerUrl(L"srv").IsValid());
     EXPECT_TRUE(ServerUrl(L"gopher://srv").IsValid());
     EXPECT_FALSE(ServerUrl(L"").IsValid());

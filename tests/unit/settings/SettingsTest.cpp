@@ -13,7 +13,7 @@ namespace {
 using testing::MatchesRegex;
 using testsupport::Captured;
 
-TEST(Settings, ReadingAValueMakesTheSettingWithoutSettingIt) {
+TEST(Settings, ReadingAValueCreatesTheSettingUnset) {
     Settings settings;
     EXPECT_FALSE(settings.Exists(L"LogDir"));
     EXPECT_EQ(settings.Value(L"LogDir"), L"");
@@ -21,7 +21,7 @@ TEST(Settings, ReadingAValueMakesTheSettingWithoutSettingIt) {
     EXPECT_FALSE(settings.IsSet(L"LogDir"));
 }
 
-TEST(Settings, AskingMakesNothing) {
+TEST(Settings, AskingForASettingCreatesNone) {
     const Settings settings;
     EXPECT_EQ(settings.Get(L"LogDir"), L"");
     EXPECT_FALSE(settings.IsSet(L"LogDir"));
@@ -29,7 +29,7 @@ TEST(Settings, AskingMakesNothing) {
     EXPECT_FALSE(settings.Exists(L"LogDir"));
 }
 
-TEST(Settings, ABlankCountsAsSet) {
+TEST(Settings, AValueOfBlanksCountsAsSet) {
     Settings settings;
     settings.Value(L"Location") = L" ";
     EXPECT_TRUE(settings.IsSet(L"Location"));
@@ -70,7 +70,7 @@ TEST(Settings, MergingSkipsEmptyValuesExceptTheRunLevel) {
     EXPECT_FALSE(settings.Exists(L"Guid"));
 }
 
-TEST(Settings, AnEmptyRunLevelIsMergedEvenWhereNoneWas) {
+TEST(Settings, AnEmptyRunLevelIsMerged_EvenIfThereWasNone) {
     Settings settings;
     Settings other;
     other.Value(L"RunLevel") = L"";

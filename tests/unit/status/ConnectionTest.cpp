@@ -35,7 +35,7 @@ class Listener {
     int m_port = 0;
 };
 
-TEST(StatusConnection, AServerIsReachedAsSoonAsItListens) {
+TEST(StatusConnection, AServerIsReached_AsSoonAsItListens) {
     Listener server;
     const ServerUrl url(L"http://127.0.0.1:" + server.Port());
     EXPECT_FALSE(CanReach(url));

@@ -54,7 +54,7 @@ class StatusDifferences : public testing::Test {
     }
 };
 
-TEST_F(StatusDifferences, EachChangeOfTheConfigurationIsOne) {
+TEST_F(StatusDifferences, EachChangeOfTheConfigurationIsADifference) {
     EXPECT_THAT(
         After([] {
             testfiles::Write("/opt/agent/new", "");
@@ -65,7 +65,7 @@ TEST_F(StatusDifferences, EachChangeOfTheConfigurationIsOne) {
     EXPECT_THAT(After([] {}), IsEmpty());
 }
 
-TEST_F(StatusDifferences, AStricterModeIsNone_AndAnyOtherIsOne) {
+TEST_F(StatusDifferences, AStricterModeIsNoDifference_AndAnyOtherIsOne) {
     const auto program = [](mode_t ours) {
         return [ours] { EXPECT_EQ(chmod("/opt/agent/bin/program", ours), 0); };
     };
@@ -75,7 +75,7 @@ TEST_F(StatusDifferences, AStricterModeIsNone_AndAnyOtherIsOne) {
         << "neither holds the other";
 }
 
-TEST_F(StatusDifferences, AnotherOwnerIsOne_WhateverTheMode) {
+TEST_F(StatusDifferences, AnotherOwnerIsADifference_WhateverTheMode) {
     if (chown("/opt/agent/bin/program", 1234, 0) != 0)
         return;  // there is nobody else on an ordinary user's machine
     EXPECT_THAT(After([] {
@@ -100,7 +100,7 @@ TEST_F(StatusDifferences, ClientConfHasToHaveItsMode) {
                 ElementsAre(std::string("change ") + kConf));
 }
 
-TEST_F(StatusDifferences, TheSavedConfigurationAndHandOverFilesAreNone) {
+TEST_F(StatusDifferences, TheSavedConfigurationAndHandOverFilesAreNoDifference) {
     testfiles::Write("/tmp/ksclt/.migrate-client.conf", "");
     EXPECT_THAT(After([] {
                     testfiles::Write("/opt/agent/etc/client.conf.old", "", 0666);
@@ -109,7 +109,7 @@ TEST_F(StatusDifferences, TheSavedConfigurationAndHandOverFilesAreNone) {
                 IsEmpty());
 }
 
-TEST_F(StatusDifferences, WhatTheHostsToolsKeepForThemselvesIsNone_ButTheServiceIsOne) {
+TEST_F(StatusDifferences, FilesOfTheHostsToolsAreNoDifference_ButTheServiceIsOne) {
     EXPECT_THAT(After([] {
                     for (const char* path :
                          {"/etc/init.d/.depend.boot", "/etc/rc0.d/K02other", "/root/.rpmdb/rpmdb.sqlite",
@@ -119,7 +119,7 @@ TEST_F(StatusDifferences, WhatTheHostsToolsKeepForThemselvesIsNone_ButTheService
                 ElementsAre("create /etc/init.d/zorvane", "create /etc/rc3.d/S99zorvane"));
 }
 
-TEST_F(StatusDifferences, ALinkThatIsLeftToSomebodyElseIsOne) {
+TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     testfiles::Write("/opt/agent/links/qdn-monitor", "somebody's");
     const auto run = [] {
         Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-monitor");

@@ -91,7 +91,7 @@ TEST_F(Relocation, MovesToAnotherFileSystem) {
 }
 
 // A store that passed for missing would go with the old install directory.
-TEST_F(Relocation, LosesNoDataWhateverFails) {
+TEST_F(Relocation, LosesNoData_WhateverFails) {
     const std::string oldEntries = "installdir=/opt/old\nevent_queue_dir=/opt/old/queue\n";
     const std::string newEntries = "installdir=/opt/new\nevent_queue_dir=/opt/new/queue\n";
     const IniFile oldConf = Conf("old.conf", oldEntries);
@@ -124,7 +124,7 @@ TEST_F(Relocation, LosesNoDataWhateverFails) {
     EXPECT_GE(points, 50);
 }
 
-TEST_F(Relocation, MovesNothingInPlace) {
+TEST_F(Relocation, MovesNothing_WhenTheDirectoriesStay) {
     Write("/opt/agent/queue/a.kse", "event");
     std::filesystem::create_directory_symlink("/opt/agent", "/opt/link");
     for (const std::string place :
@@ -136,7 +136,7 @@ TEST_F(Relocation, MovesNothingInPlace) {
     EXPECT_EQ(Read("/opt/agent/queue/a.kse"), "event");
 }
 
-TEST_F(Relocation, HasNothingToMoveFromAStoreThatIsNone) {
+TEST_F(Relocation, MovesNothing_WhenTheStoreIsNoDirectory) {
     Write("/opt/file", "");
     for (const std::string value : {"", "/", "relative", "/opt/missing", "/opt/file"})
         EXPECT_EQ(Move("event_queue_dir=" + value + "\n", "event_queue_dir=/opt/new\n", DataMove::Complete),
@@ -294,7 +294,7 @@ TEST_F(Relocation, RemovesTheOldInstallDirectory) {
     EXPECT_TRUE(Exists("/opt/neighbour"));
 }
 
-TEST_F(Relocation, RemovesNothingInPlace) {
+TEST_F(Relocation, RemovesNothing_WhenTheDirectoryStays) {
     Write("/opt/agent/etc/client.conf", "conf");
     std::filesystem::create_directory_symlink("/opt/agent", "/opt/link");
     for (const std::string place : {"/opt/agent", "/opt/agent/", "/opt//agent", "/opt/link"})
@@ -302,7 +302,7 @@ TEST_F(Relocation, RemovesNothingInPlace) {
     EXPECT_EQ(Read("/opt/agent/etc/client.conf"), "conf");
 }
 
-TEST_F(Relocation, RemovesNothingWhereADirectoryIsUnknown) {
+TEST_F(Relocation, RemovesNothing_WhereADirectoryIsUnknown) {
     Write("/opt/old/etc/client.conf", "conf");
     for (const std::string value : {"", "/", "relative"}) {
         SCOPED_TRACE(value);

@@ -86,7 +86,7 @@ constexpr Expected kOfBothWhereTheyAre[] = {
     {L"Description", L"the printer's host"},
 };
 
-TEST_F(InstalledSettings, OfVersion6AreAllThatTheFileKnows) {
+TEST_F(InstalledSettings, AreAllOfTheFile_ForVersion6) {
     const auto settings = Load(kConf);
     for (const Expected& row : kOfBothWhereTheyAre)
         EXPECT_EQ(settings->Value(row.setting), row.value) << String(row.setting).Utf8();
@@ -117,7 +117,7 @@ TEST_F(InstalledSettings, KnowTheLineThatTheyAreFrom) {
     EXPECT_EQ(count, 18U);
 }
 
-TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
+TEST_F(InstalledSettings, LackWhatVersion56DidNotKnow) {
     testfiles::Write(m_dir / "host.GUID", "{1234}\n");
     const auto settings = Load(kConf, Generation::Agent56);
     for (const Expected& row : kOfBothWhereTheyAre)
@@ -130,7 +130,7 @@ TEST_F(InstalledSettings, OfVersion56LackWhatThatDidNotKnow) {
     EXPECT_EQ(settings->Get(L"InstalledKSName"), Load(kConf)->Get(L"KSName"));
 }
 
-TEST_F(InstalledSettings, OfVersion56HaveTheGuidAndTheRunLevelsAndTheDescriptionThatAreThere) {
+TEST_F(InstalledSettings, HaveTheGuidTheRunLevelsAndTheDescription_ForVersion56) {
     testfiles::Write(m_dir / "host.GUID", "{56}\n");
     const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "host.GUID" +
                                    "\nrunlevels_start=2 4\n[Client Details]\ndescriptions=a host\n",
@@ -140,7 +140,7 @@ TEST_F(InstalledSettings, OfVersion56HaveTheGuidAndTheRunLevelsAndTheDescription
     EXPECT_EQ(settings->Get(L"Description"), L"a host");
 }
 
-TEST_F(InstalledSettings, OfVersion56HaveTheGuidOfTheUsualFile_WhenNoneIsNamed) {
+TEST_F(InstalledSettings, HaveTheGuidOfTheUsualFile_WhenVersion56NamesNone) {
     const std::string usual = "/opt/zorvane/kell/ksagent/etc/host.GUID";
     testfiles::Write(usual, "{usual}");
     EXPECT_EQ(Load("[Configuration]\n", Generation::Agent56)->Get(L"Guid"), L"{usual}");
@@ -149,7 +149,7 @@ TEST_F(InstalledSettings, OfVersion56HaveTheGuidOfTheUsualFile_WhenNoneIsNamed) 
     std::filesystem::remove_all("/opt/zorvane");
 }
 
-TEST_F(InstalledSettings, OfAnEmptyFileArePresentAndEmpty) {
+TEST_F(InstalledSettings, ArePresentAndEmpty_WhenTheFileIsEmpty) {
     const auto settings = Load("");
     for (const Expected& row : kOfBoth) {
         if (row.setting == L"EnableNICError") continue;
@@ -164,7 +164,7 @@ TEST_F(InstalledSettings, OfAnEmptyFileArePresentAndEmpty) {
         EXPECT_FALSE(settings->Exists(setting)) << String(setting).Utf8();
 }
 
-TEST_F(InstalledSettings, FailToLoadFromAFileThatCannotBeRead) {
+TEST_F(InstalledSettings, FailToLoad_WhenTheFileCannotBeRead) {
     const IniFile conf(String::FromUtf8(m_dir / "absent"), IniFile::KeyCase::FallBack);
     for (const Generation generation : {Generation::Agent56, Generation::Agent60}) {
         const auto settings = LoadInstalledSettings(conf, generation);
@@ -182,7 +182,7 @@ TEST_F(InstalledSettings, AreFoundInWhicheverCaseAnOldAgentWroteTheKeys) {
     EXPECT_EQ(settings->Value(L"Description"), L"host");
 }
 
-TEST_F(InstalledSettings, TakeTheNoThatIsRecorded) {
+TEST_F(InstalledSettings, TakeARecordedNo) {
     const auto settings =
         Load("[Installation]\nallow_non_root=no\nstartup_on_boot=no\nenable_nic_error=no\n");
     for (const SettingName setting :
@@ -228,7 +228,7 @@ TEST_F(InstalledSettings, TakeTheDescriptionFromEitherKeyTheSingularFirst) {
     }
 }
 
-TEST_F(InstalledSettings, EnableTheNetworkErrorTextWhereThereIsOne) {
+TEST_F(InstalledSettings, EnableTheNetworkErrorText_WhenThereIsOne) {
     const auto with = Load("[Configuration]\nbasicinv_ip_error_return_value=0\n");
     EXPECT_EQ(with->Value(L"EnableNICError"), L"yes");
     const auto without = Load("[Configuration]\nbasicinv_ip_error_return_value=\n");
@@ -261,7 +261,7 @@ TEST_F(InstalledSettings, ReadTheGuidWithoutItsLineEndsAndTheProgramsOwnLine) {
     }
 }
 
-TEST_F(InstalledSettings, FromTheCopyOfAnInterruptedUpgradeHaveTheGuidThatItHasCarried) {
+TEST_F(InstalledSettings, HaveTheGuidThatAnInterruptedUpgradeHasCarried) {
     testfiles::Write(m_dir / "etc/host.GUID", "{1234}\nnull");
     testfiles::Write(m_dir / "etc/client.conf.old",
                      "[Configuration]\ninstalldir=/opt/gone\nguid_guid_file=/opt/gone/etc/host.GUID\n");
@@ -271,7 +271,7 @@ TEST_F(InstalledSettings, FromTheCopyOfAnInterruptedUpgradeHaveTheGuidThatItHasC
 }
 
 // Without it the run would take the identifier away from a host that has one.
-TEST_F(InstalledSettings, AreNoneWhenTheGuidMayBeThereAndCannotBeRead) {
+TEST_F(InstalledSettings, FailToLoad_WhenThereMayBeAGuidThatCannotBeRead) {
     const std::string guidFile = m_dir / "host.GUID";
     const std::string text = "[Configuration]\nguid_guid_file=" + guidFile + "\n";
     testfiles::Write(m_dir / "client.conf", text);
@@ -295,14 +295,14 @@ TEST_F(InstalledSettings, AreNoneWhenTheGuidMayBeThereAndCannotBeRead) {
     EXPECT_EQ((*LoadInstalledSettings(conf, Generation::Agent60))->Get(L"Guid"), L"{1}");
 }
 
-TEST_F(InstalledSettings, HaveNoGuidWhenADirectoryStandsInItsPlace) {
+TEST_F(InstalledSettings, HaveNoGuid_WhenADirectoryStandsInItsPlace) {
     std::filesystem::create_directory(m_dir / "host.GUID");
     const auto settings = Load("[Configuration]\nguid_guid_file=" + (m_dir / "host.GUID") + "\n");
     ASSERT_NE(settings, nullptr);
     EXPECT_FALSE(settings->Exists(L"Guid"));
 }
 
-TEST_F(InstalledSettings, HaveNoGuidWhenItsFileIsNotThere) {
+TEST_F(InstalledSettings, HaveNoGuid_WhenItsFileIsNotThere) {
     const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "absent.GUID" + "\n");
     EXPECT_EQ(settings->Value(L"GuidDir").Utf8(), m_dir.Path());
     EXPECT_EQ(settings->Value(L"GuidFile"), L"absent.GUID");

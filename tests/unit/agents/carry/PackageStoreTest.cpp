@@ -106,7 +106,7 @@ TEST_F(PackageStore, FinishesAConversionThatWasInterrupted) {
                                                               {".qdn-pkg-snapshot-{AB-1}", "snapshot"}}));
 }
 
-TEST_F(PackageStore, KeepsTheOldRecordUntilAllHasMoved) {
+TEST_F(PackageStore, KeepsTheOldRecord_UntilAllHasMoved) {
     Write(kOld + ".qdn-pkg-info", kInfo);
     ConvertPackages(L"/opt/packages");
     Write(kOld + ".qdn-pkg-info", kInfo);
@@ -151,7 +151,7 @@ TEST_F(PackageStore, ConvertsAPackageWhoseRecordsSayNothing) {
     }
 }
 
-TEST_F(PackageStore, LetsTheOldRecordSpeakFirst) {
+TEST_F(PackageStore, PrefersTheValuesOfTheOldRecord) {
     Write(kOld + ".qdn-pkg-info", "[PackageInfo]\nenabled=false\nDeleted=true\nInternalVersion=1.2\n");
     Write(kOld + ".qdn-pkg-xml", "<P><InternalVersion>1.2</InternalVersion></P>");
     ConvertPackages(L"/opt/packages");

@@ -126,7 +126,7 @@ TEST(StoreRecords, NeverReplacesAnotherRecord) {
     EXPECT_EQ(std::filesystem::read_symlink(temp / "link"), "nowhere");
 }
 
-TEST(StoreRecords, WritesNoEmptyRecordAndNoneWhereItCannot) {
+TEST(StoreRecords, FailsForAnEmptyRecordAndForAMissingDirectory) {
     const TempDir temp;
     Write(temp / "old", "");
     EXPECT_FALSE(WriteRecord(PathOf(temp, "new"), L"", PathOf(temp, "old")));
@@ -152,7 +152,7 @@ TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
     EXPECT_EQ(Read(temp / "to"), "one");
 }
 
-TEST(StoreRecords, SaysThatAFileIsMovedOnlyWhenItIs) {
+TEST(StoreRecords, SaysThatAFileIsMoved_OnlyWhenItIs) {
     const TempDir temp;
     const auto prepare = [&] {
         std::filesystem::remove(temp / "new");

@@ -46,7 +46,7 @@ class UnmovedData : public testing::Test {
     }
 };
 
-TEST_F(UnmovedData, IsMovedByTheNextRunsUntilNothingIsLeft) {
+TEST_F(UnmovedData, IsMovedByTheNextRuns_UntilNothingIsLeft) {
     Keep();
     EXPECT_EQ(Read(kMark), "/opt/old/etc/client.conf\n");
     const std::string told =

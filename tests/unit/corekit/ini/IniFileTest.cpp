@@ -60,7 +60,7 @@ TEST_F(IniFileTest, TellsWhetherAnEntryExists) {
     EXPECT_EQ(value, L"v");
 }
 
-TEST_F(IniFileTest, LooksKeysUpInAnyCaseWhenAsked) {
+TEST_F(IniFileTest, LooksKeysUpInAnyCase_WhenAsked) {
     const String path = Make("[Client Details]\nSerialNumber=17\n");
     EXPECT_EQ(IniFile(path).GetValue(L"Client Details", L"serialnumber"), L"");
     EXPECT_EQ(IniFile(path, IniFile::KeyCase::FallBack).GetValue(L"Client Details", L"serialnumber"), L"17");
@@ -165,13 +165,13 @@ TEST_F(IniFileTest, WritesTwice) {
     EXPECT_EQ(Content(), "[s]\nk=2\nn=3\n");
 }
 
-TEST_F(IniFileTest, FailsToWriteWhereItCannot) {
+TEST_F(IniFileTest, FailsToWrite_WhereItCannot) {
     IniFile file(String::FromUtf8(m_dir / "missing/client.conf"));
     file.SetValue(L"s", L"k", L"v");
     EXPECT_EQ(file.Write(), Result(ENOENT));
 }
 
-TEST_F(IniFileTest, BeginsWithATextWhateverTheFileHolds) {
+TEST_F(IniFileTest, BeginsWithAText_WhateverTheFileHolds) {
     Make("[old]\nkey=old\n", 0600);
     IniFile file(Path(), L"[s]\nk=K\u00F6ln\n");
     EXPECT_EQ(file.ReadResult(), Result());
@@ -243,7 +243,7 @@ TEST_F(IniFileTest, RefusesAFileOverItsLimit) {
     }
 }
 
-TEST_F(IniFileTest, ReadsSixtyFourMebibytesUnlessToldOtherwise) {
+TEST_F(IniFileTest, ReadsSixtyFourMebibytes_UnlessToldOtherwise) {
     std::string content;
     const std::string line(99, '#');
     while (content.size() + 100 <= IniFile::kLargestFile) content += line + "\n";

@@ -185,7 +185,7 @@ TEST(CommandBasedApp, TellsTheVersion_WhenAskedForIt) {
     }
 }
 
-TEST(EndWithoutMemory, SaysSoAfterWhatWasSaidBefore) {
+TEST(EndWithoutMemory, TellsOfItAfterEarlierOutput) {
     const testfiles::TempDir dir;
     EXPECT_EXIT(
         {

@@ -106,7 +106,7 @@ TEST(Console, TakesMessagesOfEverySize) {
     }
 }
 
-TEST(Console, WritesTheRestWhenTheProcessEnds) {
+TEST(Console, WritesTheRest_WhenTheProcessEnds) {
     EXPECT_EXIT(
         {
             dup2(STDERR_FILENO, STDOUT_FILENO);

@@ -21,7 +21,7 @@ bool IsOpen(int fd) {
 
 }  // namespace
 
-TEST(Descriptor, ClosesWhenItGoes) {
+TEST(Descriptor, ClosesItsDescriptor_WhenItIsDestroyed) {
     const int fd = OpenNull();
     {
         const Descriptor descriptor(fd);
@@ -32,19 +32,19 @@ TEST(Descriptor, ClosesWhenItGoes) {
     EXPECT_FALSE(IsOpen(fd));
 }
 
-TEST(Descriptor, StandsForNoneByDefault) {
+TEST(Descriptor, HoldsNoDescriptorByDefault) {
     EXPECT_FALSE(Descriptor());
     EXPECT_EQ(Descriptor().Get(), -1);
     EXPECT_FALSE(Descriptor(-1));
 }
 
-TEST(Descriptor, KeepsStandardInputApartFromNone) {
+TEST(Descriptor, TellsStandardInputFromNone) {
     Descriptor descriptor(0);
     EXPECT_TRUE(descriptor);
     EXPECT_EQ(descriptor.Release(), 0);
 }
 
-TEST(Descriptor, HandsOverWhenItIsMoved) {
+TEST(Descriptor, HandsItsDescriptorOver_WhenItIsMoved) {
     const int fd = OpenNull();
     Descriptor first(fd);
     const Descriptor second(std::move(first));
@@ -53,7 +53,7 @@ TEST(Descriptor, HandsOverWhenItIsMoved) {
     EXPECT_TRUE(IsOpen(fd));
 }
 
-TEST(Descriptor, ClosesWhatItHeldWhenAnotherIsAssigned) {
+TEST(Descriptor, ClosesItsDescriptor_WhenAnotherIsAssigned) {
     const int old = OpenNull();
     const int fd = OpenNull();
     Descriptor descriptor(old);
@@ -63,7 +63,7 @@ TEST(Descriptor, ClosesWhatItHeldWhenAnotherIsAssigned) {
     EXPECT_TRUE(IsOpen(fd));
 }
 
-TEST(Descriptor, LeavesWhatItReleasedOpen) {
+TEST(Descriptor, LeavesAReleasedDescriptorOpen) {
     const int fd = OpenNull();
     { EXPECT_EQ(Descriptor(fd).Release(), fd); }
     EXPECT_TRUE(IsOpen(fd));

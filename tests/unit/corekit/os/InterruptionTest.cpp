@@ -57,7 +57,7 @@ TEST(Interruption, LeavesTheSignalToEndTheProcess) {
     }
 }
 
-TEST(Interruption, IsNotForASignalThatTheCallerIgnores) {
+TEST(Interruption, LeavesASignalIgnoredThatTheCallerIgnores) {
     EXPECT_EXIT(
         {
             std::signal(SIGHUP, SIG_IGN);
@@ -134,7 +134,7 @@ TEST(Interruption, RemovesTemporaryFiles) {
     EXPECT_TRUE(testfiles::NamesIn(dir.Path()).empty());
 }
 
-TEST(Interruption, WaitsForTheOutermostDelay) {
+TEST(Interruption, WaitsForTheOutermostSignalBlock) {
     EXPECT_EXIT(
         {
             Interruption::Prepare();

@@ -36,14 +36,14 @@ TEST(Result, TakesWhatErrnoTells) {
     EXPECT_EQ(Result::FromErrno(), Result(EACCES));
 }
 
-TEST(Result, SaysThatNothingIsThereOnlyWhereTheSystemDoes) {
+TEST(Result, IsNotFound_OnlyWhenTheSystemSaysSo) {
     for (const int code : {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG})
         EXPECT_TRUE(IsNotFound(Result(code))) << code;
     for (const int code : {0, EIO, EACCES, EINTR, EMFILE, ENOSPC, EPERM, EISDIR})
         EXPECT_FALSE(IsNotFound(Result(code))) << code;
 }
 
-TEST(Result, IsTroubleWhereAnotherTryMayGoWell) {
+TEST(Result, IsTransient_WhenAnotherTryMaySucceed) {
     for (const int code : {EIO, EACCES, EINTR, EMFILE, ENFILE, ENOMEM, ENOSPC, EDQUOT, ESTALE})
         EXPECT_TRUE(IsTransient(Result(code))) << code;
     for (const int code :
@@ -51,7 +51,7 @@ TEST(Result, IsTroubleWhereAnotherTryMayGoWell) {
         EXPECT_FALSE(IsTransient(Result(code))) << code;
 }
 
-TEST(Result, OfTwoIsTheOneThatTellsMore) {
+TEST(Result, IsTheWorseOne_OfTwo) {
     const Result ok;
     const Result refused(EPERM);
     const Result busy(EBUSY);
@@ -80,7 +80,7 @@ TEST(Result, KeepsTheFirstPathThatAFailureConcerns) {
     EXPECT_EQ(Result(EIO).About(L"/a"), Result(EIO));
 }
 
-TEST(Expected, IsAValueOrTheFailureThatLeftNone) {
+TEST(Expected, HoldsAValueOrTheFailure) {
     const Expected<int> value(7);
     EXPECT_TRUE(value);
     EXPECT_EQ(*value, 7);

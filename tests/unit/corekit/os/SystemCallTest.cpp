@@ -152,7 +152,7 @@ TEST(WriteAll, WritesEveryByteOverInterruptionsAndPartialWrites) {
     EXPECT_EQ(corekit::WriteAll(pipe.read.Get(), "x"), Result(EBADF));
 }
 
-TEST(Flush, IsNoFailureWhereThereIsNothingToFlush) {
+TEST(Flush, IsNoFailure_WhereThereIsNothingToFlush) {
     const Pipe pipe;  // which knows no flush
     EXPECT_TRUE(corekit::Flush(pipe.write.Get()));
     EXPECT_EQ(corekit::Flush(-1), Result(EBADF));

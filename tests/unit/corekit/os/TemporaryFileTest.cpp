@@ -13,7 +13,7 @@ using testing::IsEmpty;
 
 namespace {
 
-TEST(TemporaryFile, GoesWithItsOwner) {
+TEST(TemporaryFile, IsRemovedWithItsOwner) {
     const testfiles::TempDir dir;
     testfiles::Write(dir / "file", "");
     {
@@ -25,7 +25,7 @@ TEST(TemporaryFile, GoesWithItsOwner) {
     EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
 }
 
-TEST(TemporaryFile, GoesWhenAnotherTakesItsPlace) {
+TEST(TemporaryFile, IsRemoved_WhenAnotherTakesItsPlace) {
     const testfiles::TempDir dir;
     testfiles::Write(dir / "one", "");
     testfiles::Write(dir / "two", "");
@@ -38,7 +38,7 @@ TEST(TemporaryFile, GoesWhenAnotherTakesItsPlace) {
     EXPECT_EQ(file.Path(), "");
 }
 
-TEST(TemporaryFile, MayBeThereNoMore) {
+TEST(TemporaryFile, MayHaveGoneAlready) {
     const testfiles::TempDir dir;
     TemporaryFile file;
     file.Take(dir / "missing");

@@ -59,7 +59,7 @@ TEST(PosixLocaleProgram, GivesTheLinesOfStandardOutput) {
     EXPECT_EQ(LinesOf(""), List());
 }
 
-TEST(PosixLocaleProgram, IsAShell) {
+TEST(PosixLocaleProgram, UnderstandsTheSyntaxOfAShell) {
     EXPECT_EQ(FirstLineOf("if echo 'a b' | grep a>/dev/null; then echo YES; fi"), L"YES");
     EXPECT_EQ(FirstLineOf("/bin/sh -c 'exit 3' >/dev/null 2>&1; echo $?"), L"3");
     EXPECT_EQ(FirstLineOf("echo \"$0 $#\""), L"/bin/sh 0");
@@ -88,7 +88,7 @@ TEST(PosixLocaleProgram, RunsUnderThePosixLocale) {
     EXPECT_EQ(FirstLineOf("echo \"$LC_ALL $LANG\""), L"POSIX ");
 }
 
-TEST(PosixLocaleProgram, KeepsTheCallersWaysOfChangingAShellOut) {
+TEST(PosixLocaleProgram, LeavesOutTheVariablesThatChangeAShell) {
     const testfiles::TempDir dir;
     testfiles::Write(dir / "start", "echo started\n");
     setenv("ENV", (dir / "start").c_str(), 1);
@@ -97,7 +97,7 @@ TEST(PosixLocaleProgram, KeepsTheCallersWaysOfChangingAShellOut) {
     EXPECT_EQ(LinesOf("env | grep -c -e '^ENV=' -e '^BASH_ENV=' -e '^LD_'"), List{L"0"});
 }
 
-TEST(PosixLocaleProgram, ReadsNothing) {
+TEST(PosixLocaleProgram, HasAnEmptyStandardInput) {
     EXPECT_EQ(LinesOf("readlink /proc/self/fd/0; cat"), List{L"/dev/null"});
 }
 
@@ -217,7 +217,7 @@ TEST(PosixLocaleProgram, FailsWithoutAShell) {
     });
 }
 
-TEST(PosixLocaleProgram, FailsWhenItCannotWatchACommand) {
+TEST(PosixLocaleProgram, Fails_WhenItCannotWatchACommand) {
     for (const int call : {SYS_signalfd4, SYS_pipe2}) {
         StringToMapFilter filter;
         EXPECT_EQ(WithFailing({{call, EMFILE}},
@@ -230,11 +230,11 @@ TEST(PosixLocaleProgram, FailsWhenItCannotWatchACommand) {
     }
 }
 
-TEST(PosixLocaleProgram, ReadsToTheEndWhereItCannotPoll) {
+TEST(PosixLocaleProgram, ReadsToTheEnd_WhereItCannotPoll) {
     EXPECT_EQ(WithFailing({{SYS_poll, ENOMEM}}, [] { return FirstLineOf("echo 7; echo 8").ToInt(); }), 7);
 }
 
-TEST(PosixLocaleProgram, FailsWhenItCannotTellWhatThePipeHolds) {
+TEST(PosixLocaleProgram, Fails_WhenItCannotTellWhatThePipeHolds) {
     StringToMapFilter filter;
     const auto run = [&] {
         const Result result = Shell::Run(L"sleep 600 & echo x", filter);  // which keeps the pipe open

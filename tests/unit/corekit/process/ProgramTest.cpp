@@ -157,7 +157,7 @@ TEST(StringToMapFilter, GivesNothingForALineThatDidNotCome) {
     EXPECT_EQ(filter.RawData(1), L"");
 }
 
-TEST(StringToMapFilter, StartsAgainWhenCleared) {
+TEST(StringToMapFilter, StartsAgain_WhenCleared) {
     StringToMapFilter filter;
     filter.Line(L"old");
     filter.Clear();

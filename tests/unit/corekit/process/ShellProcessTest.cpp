@@ -140,7 +140,7 @@ TEST(ShellProcess, HasEndedBeforeItIsStarted) {
     EXPECT_TRUE(shell.HasEnded());
 }
 
-TEST(ShellProcess, EndsWhenItsCommandDoes) {
+TEST(ShellProcess, Ends_WhenItsCommandDoes) {
     const ChildEndWatch watch;
     ASSERT_TRUE(watch);
     EXPECT_FALSE(IsReadable(watch, 0));
@@ -163,7 +163,7 @@ TEST(ShellProcess, EndsWhenItsCommandDoes) {
     close(hold[1]);
 }
 
-TEST(ShellProcess, HasNotEndedWhenTheQuestionIsInterrupted) {
+TEST(ShellProcess, HasNotEnded_WhenTheQuestionIsInterrupted) {
     testsupport::InChild([] {
         int questions = 0;
         testsupport::JudgeCalls({SYS_wait4}, [&](const seccomp_notif&) -> testsupport::Verdict {
@@ -223,7 +223,7 @@ TEST(ChildEndWatch, SeesTheEndOfAChildThoughSigchldWasIgnored) {
     EXPECT_EQ(std::signal(SIGCHLD, SIG_DFL), SIG_IGN);
 }
 
-TEST(ChildEndWatch, BlocksTheSignalOnlyAsLongAsItLives) {
+TEST(ChildEndWatch, BlocksTheSignal_OnlyAsLongAsItLives) {
     const auto isBlocked = [] {
         sigset_t mask;
         sigprocmask(SIG_SETMASK, nullptr, &mask);

@@ -59,7 +59,7 @@ TEST(Latin9Encoding, WritesKeptBytesAsTheyWereAndAQuestionMarkForWhatItLacks) {
     EXPECT_EQ(Latin9Encoding().Encode(L"\u20AC\u00A4\u00BE\u0100"), "\xA4???");
 }
 
-TEST(AsciiEncoding, KeepsHighBytesWhenReading) {
+TEST(AsciiEncoding, KeepsHighBytes_WhenReading) {
     const wchar_t expected[] = {L'a', 0xDC80, 0xDCFF, L'\x7F', 0};
     EXPECT_EQ(AsciiEncoding().Decode("a\x80\xFF\x7F"), expected);
 }
@@ -101,14 +101,14 @@ TEST(LocalEncoding, GoesByTheFirstVariableThatIsSetAndNotEmpty) {
     EXPECT_EQ(corekit::StringEncoder::Local(text), "?");
 }
 
-TEST(LocalEncoding, IsAsciiWhenNoVariableIsSet) {
+TEST(LocalEncoding, IsAscii_WhenNoVariableIsSet) {
     const EnvironmentVariable lang("LANG", std::nullopt);
     const EnvironmentVariable type("LC_CTYPE", std::nullopt);
     const EnvironmentVariable all("LC_ALL", std::nullopt);
     EXPECT_EQ(corekit::StringEncoder::Local(L"a\u00E4"), "a?");
 }
 
-TEST(StringEncoder, WritesAsciiWhateverTheLocale) {
+TEST(StringEncoder, WritesAscii_WhateverTheLocale) {
     const EnvironmentVariable all("LC_ALL", "C.UTF-8");
     EXPECT_EQ(corekit::StringEncoder::Ascii(L"a\u00E4"), "a?");
 }

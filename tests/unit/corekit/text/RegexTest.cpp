@@ -31,7 +31,7 @@ TEST(Regex, MatchesAcrossLines) {
     EXPECT_FALSE(Regex::IsMatch(L"^Nahant", L"AS\nNahant"));
 }
 
-TEST(Regex, MatchesNothingWhenItDoesNotCompile) {
+TEST(Regex, MatchesNothing_WhenItDoesNotCompile) {
     for (const wchar_t* pattern : {L"(", L"[", L"a{2,1}", L"[[:nothing:]]"}) {
         SCOPED_TRACE(pattern);
         EXPECT_FALSE(Regex::IsMatch(pattern, L"([a"));

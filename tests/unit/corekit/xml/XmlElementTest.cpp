@@ -60,7 +60,7 @@ TEST(XmlElement, GivesEveryValueBackThroughAParser) {
     }
 }
 
-TEST(XmlElement, WritesNothingWhereAValueHasACharacterThatXmlLacks) {
+TEST(XmlElement, WritesNothing_WhereAValueHasACharacterThatXmlLacks) {
     for (const wchar_t character :
          {L'\0', L'\1', L'\b', L'\v', L'\x1b', L'\x1f', wchar_t{0xD800}, wchar_t{0xDC80}, wchar_t{0xDCFF},
           wchar_t{0xDFFF}, wchar_t{0xFFFE}, wchar_t{0xFFFF}}) {
@@ -77,14 +77,14 @@ TEST(XmlElement, TakesXmlNames) {
     }
 }
 
-TEST(XmlElement, WritesNothingWhereANameIsNoXmlName) {
+TEST(XmlElement, WritesNothing_WhereANameIsNoXmlName) {
     for (const String name : {L"", L"1", L"-a", L".a", L"a b", L"a/b", L"a=b", L"a>", L"\xe4", L"a\xdc80"}) {
         EXPECT_EQ(WrittenWith(name, L"v"), L"") << name.Utf8();
         EXPECT_EQ(XmlElement(name).ToString(), L"") << name.Utf8();
     }
 }
 
-TEST(XmlElement, WritesNothingWhereAnElementWithinItCannotBeWritten) {
+TEST(XmlElement, WritesNothing_WhereAnElementWithinItCannotBeWritten) {
     XmlElement inner(L"User");
     inner.Set(L"Name", L"\x1");
     XmlElement middle(L"Users");

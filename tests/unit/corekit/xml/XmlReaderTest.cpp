@@ -81,7 +81,7 @@ TEST(XmlReader, CountsColumnsInCharacters) {
     EXPECT_EQ(RefusalOf("<a>\xC3\xA4\xE2\x82\xAC</b>"), "1:8: mismatched tag");
 }
 
-TEST(XmlReader, TakesTheTextForUtf8WhateverItDeclares) {
+TEST(XmlReader, TakesTheTextForUtf8_WhateverItDeclares) {
     EXPECT_EQ(ContentOf("<?xml version='1.0' encoding='ISO-8859-1'?><a>\xC3\xA4</a>"), "\xC3\xA4");
     EXPECT_EQ(ContentOf("<?xml version='1.0' encoding='nonsense'?><a>\xC3\xA4</a>"), "\xC3\xA4");
     EXPECT_EQ(ContentOf("\xEF\xBB\xBF<a>1</a>"), "1");
