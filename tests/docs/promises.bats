@@ -3,16 +3,35 @@ load ../scenarios/support
 load ../scenarios/old-agent
 load pages
 
-# example NUMBER: the commands of an example of the page, run as they stand there.
+# example BEGINNING: the commands that the page displays after the line that begins so, run as they stand there.
 example() {
-    section qdn-configure.8 EXAMPLES | mandoc_examples | awk -v number="$1" 'BEGIN { RS = "" } NR == number' >"$desk/example"
-    [ -s "$desk/example" ]
-    PATH=$agent/bin:$PATH QDN_INSTALL_AUTOSTART=no sh -e "$desk/example" >"$desk/out" 2>"$desk/err"
+    awk -v beginning="$1" 'index($0, beginning) == 1 { after = 1 }
+        after && sub(/^\.Dl # /, "") { print; exit }
+        after && /^\.Ed/ { exit }
+        inside { sub(/^# /, ""); sub(/\\e$/, "\\"); print }
+        after && /^\.Bd/ { inside = 1 }' "$project/docs/qdn-configure.8" >"$desk/example"
+    [ -s "$desk/example" ] || fail "the page has no example that begins: $1"
+    cd "$agent" || return
+    run_as_it_stands sh -e "$desk/example"
+    expect_status "${2:-0}"
 }
 
-# The displayed commands, without their prompts; an empty line between two examples.
-mandoc_examples() {
-    sed -n -e 's/^\.Dl # \(.*\)/\1\n/p' -e '/^\.Bd/,/^\.Ed/{/^\.Bd/d;s/^\.Ed//;s/^# //;s/\\e$/\\/;p}'
+run_as_it_stands() {
+    export QDN_INSTALL_AUTOSTART=no
+    status=0
+    list_files >"$desk/before"
+    "$@" >"$desk/out" 2>"$desk/err" || status=$?
+}
+
+# agent.xml of the examples, with a setting of its own.
+given_an_xml_file_to_copy() {
+    mkdir -p /opt/zorvane
+    cat >"$agent/agent.xml" <<END
+<KSAgentConfiguration>
+  <KSName>kell.example</KSName>
+  <Settings><EventLog LogSize="1234"/></Settings>
+</KSAgentConfiguration>
+END
 }
 
 # An agent of which everything is somewhere else.
@@ -64,10 +83,10 @@ END
     given_an_old_agent 6.2
     given_the_package
     cp "$agent/etc/client.conf" "$desk/old.conf"
-    example 2
+    example "Upgrade, or retry"
     expect_file "$agent/etc/client.conf.old" <"$desk/old.conf"
     expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
-    example 4
+    example "Stop and remove"
     expect_missing "$agent"
 }
 
@@ -75,7 +94,7 @@ END
     given_an_old_agent 6.2
     given_the_package
     printf '\n# our own note\n[Our section]\nkey=value\n' >>"$agent/etc/client.conf"
-    example 2
+    example "Upgrade, or retry"
     expect_value Configuration debug_file_size 777
     expect_no_line "our own note" "$agent/etc/client.conf"
     expect_no_line "Our section" "$agent/etc/client.conf"
@@ -103,7 +122,7 @@ END
     expect_status 137
     rm /usr/sbin/chkconfig
     touch /tmp/.zorvane-agent-installer.abc123
-    example 2
+    example "Upgrade, or retry"
     expect_missing /tmp/.zorvane-agent-installer.abc123
     expect_value "Kell Servers" server-1 old.example:8083
     expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
@@ -118,7 +137,7 @@ END
     expect_status 137
     rm /usr/sbin/chkconfig
     expect_plain_files "$agent/etc/client.conf.old" "$agent/etc/.unfinished"
-    example 3
+    example "For any other directory"
     expect_value "Kell Servers" server-1 old.example:8083
     expect_plain_files "$agent/var/queue/one.kse" "$agent/var/tasks/one.kst"
     expect_missing "$agent/etc/.unfinished"
@@ -141,8 +160,66 @@ END
 
 @test "an agent that was just installed is configured by the server's name alone" {
     given_the_package
-    example 1
+    example "Configure an agent that has just"
     expect_value "Kell Servers" server-1 kell.example.com
+}
+
+@test "an agent is configured by an XML file" {
+    given_the_package
+    given_an_xml_file_to_copy
+    example "Configure it with the settings"
+    expect_value Configuration debug_file_size 1234
+    expect_missing /opt/zorvane/.qdn-agent-install-config.xml
+}
+
+@test "an agent is configured by answers" {
+    given_the_package
+    { echo kell.example; printf '\n%.0s' {1..13}; } >"$desk/answers"
+    example "Configure it by answering" <"$desk/answers"
+    expect_value "Kell Servers" server-1 kell.example
+}
+
+@test "a preview shows what an upgrade would do, and changes nothing" {
+    given_an_old_agent 6.2
+    given_the_package
+    example "See what a command would do"
+    grep -q 'etc/client.conf.old' "$desk/out"
+    expect_no_changes
+}
+
+@test "an upgrade is applied as a whole" {
+    given_an_old_agent 6.2
+    given_the_package
+    example "Upgrade, but leave"
+    expect_value Configuration debug_file_size 777
+    expect_missing /var/lib/qdn-configure
+}
+
+@test "a plan is followed, and no longer once the host has changed" {
+    given_an_old_agent 6.2
+    given_the_package
+    example "Do exactly what"
+    expect_value Configuration debug_file_size 777
+    qdn_configure -apply -yes -plan /root/plan -configure -noimode
+    expect_status 1
+    grep -q '^ERROR: The host has changed since the plan was made' "$desk/err"
+}
+
+@test "a setting of an installed agent is changed by an XML file" {
+    given_an_old_agent 6.2
+    given_the_package
+    example "Upgrade, or retry"
+    given_an_xml_file_to_copy
+    example "Change settings"
+    expect_value Configuration debug_file_size 1234
+    expect_plain_files "$agent/var/queue/one.kse"
+}
+
+@test "the state of an agent that does not run is told" {
+    given_the_package
+    example "Configure an agent that has just"
+    example "Tell whether the agent" 3
+    grep -q '^  Server .*kell.example.com' "$desk/out"
 }
 
 each_test_is_a_session
