@@ -44,8 +44,8 @@ steps_of() {
 # Words in backticks, and first words of drawings, that are paths.
 @test "every file that a document for developers names is there" {
     local path count=0
-    for path in $({ grep -ohE '`[^` ]+`' "$document" "$project/CONTRIBUTING.md" | tr -d '`' && drawing "One value's road" |
-        awk '{ print $1 }'; } | grep -E '^[a-z_]+/[A-Za-z/_-]+\.[a-z0-9]+$' | grep -v '^build/' | sort -u); do
+    for path in $({ grep -ohE '`[^` ]+`' "$document" "$project/CONTRIBUTING.md" | tr -d '`'
+        for road in "The road of a preview" "One value's road"; do drawing "$road" | tr ' ' '\n'; done; } | grep -E '^[a-z_]+/[A-Za-z/_-]+\.[a-z0-9]+$' | grep -v '^build/' | sort -u); do
         [ -e "$project/$path" ] || { echo "$path is not there" && return 1; }
         count=$((count + 1))
     done
