@@ -5,9 +5,9 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
+#include "run/Failure.h"
 #include "run/Messages.h"
 #include "run/Names.h"
-#include "run/Texts.h"
 
 namespace Zorvane::AgentInstaller {
 
