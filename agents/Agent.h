@@ -16,7 +16,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What differs between agent versions lives behind these operations. What cannot be removed fails none of
+/// The operations that differ between agent versions. What cannot be removed fails none of
 /// them. Objects hold no open files between calls.
 class Agent {
   public:

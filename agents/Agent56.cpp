@@ -31,7 +31,7 @@ Outcome<> Agent56::RemoveFiles(const corekit::String& newConfPath) {
         return {};
     }
     const IniFile newConf(newConfPath);
-    // Without it nobody knows what stays, and where the data goes.
+    // Without the new client.conf nobody knows what stays, and where the data goes.
     if (!newConf.ReadResult())
         return FailBecause(Texts::kUnreadableConfiguration, newConfPath, newConf.ReadResult());
     // What cannot be moved stays where it is: the removal takes no store.

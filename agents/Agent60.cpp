@@ -42,7 +42,7 @@ Outcome<std::unique_ptr<Settings>> Agent60::LoadSettings() {
 Outcome<> Agent60::RemoveSystemIntegration() {
     if (ConfPath().IsEmpty()) return FailWithoutConf();
     const IniFile oldConf = OldConf();
-    // Both keep what stays in m_left, which is told.
+    // Both record what stays in m_left.
     Forgive(RemoveProgramLinks(oldConf));
     Forgive(RemoveRunLevelScripts(oldConf));
     FlushRemovals(GetValue(oldConf, Key::kBinDir));
@@ -73,7 +73,7 @@ Outcome<> Agent60::RelocateFiles(const String& newConfPath) {
     Forgive(ConvertPackageStore(newConf));  // each record that stays as it was is told there
     if (moved == DataMove::Partial) KeepConfOfUnmovedData(oldConf, newConf);
     RemoveOldInstallation(oldConf, newConf, moved);
-    // What stays is in m_left, which is told.
+    // m_left records what stays.
     Forgive(RemoveRotatedClientLogs(oldConf, GetValue(newConf, Key::kInstallDir)));
     m_left.Tell();
     return {};

@@ -35,7 +35,7 @@ class ConfigureCommand : public ChangingCommand {
     /// Runs the sequence after the refusals and the options that both commands share.
     unsigned RunWithOptions(const std::vector<corekit::String>& arguments, NoIMode noIMode);
 
-    /// Has the run ask its questions.
+    /// Makes the run ask its questions.
     void SetInteractive() { m_bInteractive = true; }
 
   private:

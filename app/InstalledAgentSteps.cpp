@@ -44,7 +44,7 @@ Failure FailToSave(const String& copy, const String& path, const Result& cause) 
     return FailBecause(Texts::kUnwritableFile + Messages::Shown(copy), path, cause);
 }
 
-/// Whether the installed agent is one whose configuration is known.
+/// True if the installed agent is one whose configuration is known.
 bool HasKnownConf(const ConfigureRun& run) {
     return run.installed && !run.installed->ConfPath().IsEmpty();
 }
@@ -116,7 +116,7 @@ Outcome<> Merge(Agent& installed, XmlFile xmlFile, Settings& settings) {
     return {};
 }
 
-/// What removing the old agent's registration has to change, where it is there.
+/// The files and directories that removing the old agent's registration has to change.
 std::vector<String> PlacesOfIntegration(const Agent& agent) {
     const corekit::IniFile conf(agent.ConfPath(), agent.ReadConf().value_or(std::string()),
                                 corekit::IniFile::KeyCase::FallBack);

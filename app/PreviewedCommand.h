@@ -14,7 +14,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What is said before every command.
+/// The first line of every command's output.
 inline constexpr const wchar_t* kBanner = L"Zorvane Agent for UNIX and Linux Configuration utility.\n";
 
 /// What a rehearsal found.
@@ -36,7 +36,7 @@ class PreviewedCommand {
     /// True when the command may ask its questions on this terminal.
     bool MayAsk(const std::vector<corekit::String>& arguments) const;
 
-    /// The request for a preview of it; nothing refuses the command.
+    /// The request for a preview of the command, without a refusal.
     Preview::Request RequestFor(const std::vector<corekit::String>& arguments,
                                 const corekit::String& version) const;
 

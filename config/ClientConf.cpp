@@ -48,7 +48,7 @@ Outcome<> ApplySettings(ClientConfDraft draft, Settings& settings) {
     return {};
 }
 
-/// What the template's directory has to be, since the new client.conf moves there.
+/// Fails unless the template's directory is one to which the new client.conf can move.
 Outcome<> CheckTemplateDirectory(const String& etc) {
     if (const auto writable = corekit::Access::CheckWritableDirectory(etc); !writable)
         return FailAt(L"Failed to create ", etc, writable);

@@ -147,7 +147,7 @@ void ApplyFixedKeys(ClientConfDraft& draft, const Settings& settings) {
     draft.Set(Key::kStopLevels, levels.stopList, SourceOf(L"RunLevel"));
 }
 
-/// What no other key holds is kept for the next upgrade, at the end of the file.
+/// Keeps for the next upgrade, at the end of the file, the settings that no other key holds.
 void Record(ClientConfDraft& draft, const Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
         if (settings.Get(row.setting) == L"no") draft.Set(row.key, L"no", SourceOf(row.setting));

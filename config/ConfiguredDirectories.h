@@ -29,17 +29,17 @@ std::vector<corekit::String> CleanedPaths(const corekit::IniFile& conf);
 /// Those of NamedPaths that are `place` or lie below it.
 std::vector<corekit::String> NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 
-/// Success when the path is, or could be made, a writable directory. Making it, with all directories above,
-/// is told on standard output unless the run is quiet.
+/// Creates a directory, with those above it, where there is none, and says so unless the run is quiet. Fails
+/// unless the path is a writable directory then.
 Outcome<> CreateConfiguredDirectory(const corekit::String& path);
 
-/// Success when the path is a writable directory. Makes nothing.
+/// Fails unless the path is a writable directory. Creates nothing.
 Outcome<> CheckConfiguredDirectory(const corekit::String& path);
 
-/// Makes all directories that a client.conf names, in order, and stops at the first failure.
+/// Creates all directories that a client.conf names, in order, and stops at the first failure.
 Outcome<> PrepareConfiguredDirectories(const corekit::IniFile& conf);
 
-/// Fails as PrepareConfiguredDirectories would, and makes nothing.
+/// Fails as PrepareConfiguredDirectories would, and creates nothing.
 Outcome<> CheckConfiguredDirectories(const corekit::IniFile& conf);
 
 }  // namespace Zorvane::AgentInstaller

@@ -8,20 +8,20 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What the file of an identifier holds.
+/// The content of the file of an identifier.
 corekit::String GuidFileText(const corekit::String& guid);
 
 /// Writes the setting Guid to the file that a client.conf names, and reads it back; without one the file
 /// stays. An installed agent's identifier is written as it was given, and a file that holds it already stays
-/// untouched. A failure, and a place that is no regular file with this one name, is told on standard error:
-/// "WARNING! <path> is not written: <why>." Where the identifier is from another file of the installed
-/// agent's, which would go next, it is the failure that is returned.
+/// untouched. Warns of a failure, and of a path that is no regular file with this one name: "WARNING! <path> is
+/// not written: <why>." If the identifier is from another file of the installed agent's, which would be removed
+/// next, fails instead.
 Outcome<> WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 /// Removes the file that a client.conf names when there is no setting Guid, unless an upgrade keeps its
 /// server: the file is then the installed agent's. Called as soon as that client.conf is in place: a run that
 /// fails before must not cost the machine its identifier, and one that is cut off after it leaves an
-/// identifier that the next run takes for the agent's own. A failure is told.
+/// identifier that the next run takes for the agent's own. Warns of a failure.
 void RemoveUnwantedGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

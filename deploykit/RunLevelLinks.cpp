@@ -96,7 +96,7 @@ Result Make(const String& name, const ServiceLevels& levels) {
 void MakeDirectories(const ServiceLevels& levels) {
     const String parent = File::IsDirectory(L"/etc/rc.d") ? L"/etc/rc.d" : L"/etc";
     for (const wchar_t level : levels.start + levels.stop) {
-        // Without it the link in it cannot be made, which is the failure.
+        // Without the directory its link cannot be made, which is the failure.
         if (LevelDirectory(level).IsEmpty()) Forgive(Dir::CreateR(DirectoryBelow(parent, level)));
     }
 }

@@ -39,7 +39,7 @@ Outcome<> CreateScriptsStep(const SetupContext& context) {
 Outcome<> WriteEnvironmentScript(const String& scriptPath, const String& installDir) {
     String text = String::FromUtf8(kEnvironmentScript);
     text.Replace(L"%INSTDIR%", installDir);
-    // Without it the file cannot be written.
+    // Without the directory the file cannot be written, which is the failure.
     Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(scriptPath)));
     if (const auto written =
             corekit::File::Write(scriptPath, text, {.attributes = corekit::File::Attributes::New});

@@ -90,7 +90,7 @@ class PermissionSetter {
     }
 
   private:
-    /// What is missing has nothing to set, and what a link leads to is not the installation's.
+    /// Ignores a missing path, and a link, whose target is not the installation's.
     void Note(const String& path, const Result& outcome) {
         if (outcome || IsNotFound(outcome) || outcome.Code() == ELOOP) return;
         m_kept.try_emplace(path, GetErrorMsg(outcome));

@@ -93,7 +93,7 @@ Outcome<> SetUpRunLevelScripts(const SetupContext& context) {
     const bool startsOnBoot = context.settings->IsYes(L"StartupOnBoot");
     if (startsOnBoot) Messages::Say(L"Setting up RC scripts to start Agent at system start.\n");
     if (const auto possible = CheckRunLevelScripts(context); !possible) return possible;
-    // Without it the control script cannot be placed.
+    // Without the directory the control script cannot be placed, which is the failure.
     Forgive(corekit::Dir::CreateR(context.settings->Get(L"InstallDir") + L"/bin"));
     if (const auto installed = InstallService(context); !installed) return installed;
     return PlaceControlScript(ControlScript(context), startsOnBoot);

@@ -69,7 +69,7 @@ Outcome<> WriteIdentifier(const SetupContext& context, const IniFile& conf) {
     if (!context.settings->IsSet(L"Guid")) return {};
     const CurrentDirectory there(context.settings->Get(L"InstallDir"));
     const String path = GetValue(conf, Key::kGuidFile);
-    // Without it the file cannot be written, which is told.
+    // Without the directory the file cannot be written, and that is warned of.
     if (!path.IsEmpty()) Forgive(CreateConfiguredDirectory(corekit::Path::GetDirectory(path)));
     return WriteGuidFile(conf, *context.settings);
 }

@@ -52,18 +52,17 @@ Outcome<> CheckRunLevelScripts(const SetupContext& context);
 Outcome<> SetUpRunLevelScripts(const SetupContext& context);
 
 /// Makes a wrapper link in the configured binary directory for each of the agent's known programs that is
-/// installed, and one to the helper. The operator is told of a link that cannot be made; the step never
-/// fails.
+/// installed, and one to the helper. Warns of a link that cannot be made; never fails.
 Outcome<> CreateProgramLinks(const SetupContext& context);
 
 /// Sets owner root and the modes of the files in bin, etc and lib and of the directories themselves;
-/// subdirectories are left alone. What cannot be changed is warned of: the step never fails.
+/// subdirectories are left alone. Warns of what cannot be changed; never fails.
 Outcome<> SetInstallPermissions(const SetupContext& context);
 
 /// Gives what the run has made the security labels of its places, by the host's own tool, where the kernel
 /// knows such labels: the service script, and the whole install directory after a first configuration. What
-/// an administrator has labelled otherwise keeps its label on an upgrade. The operator is told when the tool
-/// fails; the step never does.
+/// an administrator has labelled otherwise keeps its label on an upgrade. Warns when the tool fails; never
+/// fails itself.
 Outcome<> SetSecurityLabels(const SetupContext& context);
 
 /// Adds an entry that is not a directory to the list; always true, so that a scan goes on.

@@ -114,7 +114,7 @@ inline constexpr ConfKey kAgentMajor(L"Version/agent_major");
 inline constexpr ConfKey kAgentMinor(L"Version/agent_minor");
 inline constexpr ConfKey kAgentBuild(L"Version/agent_build");
 
-/// What no other key holds, recorded where it is "no".
+/// Settings that no other key holds, recorded where they are "no".
 struct RecordedKey {
     ConfKey key;
     SettingName setting;

@@ -52,7 +52,7 @@ Outcome<> CheckUnfinishedMark(const String& installDir) {
 Outcome<> MarkUnfinishedRun(const String& installDir, Unfinished what) {
     const String path = installDir + Names::kUnfinished;
     const auto* const row = std::ranges::find(kWords, what, &Word::what);
-    // Without it the mark cannot be written.
+    // Without the directory the mark cannot be written, which is the failure.
     Forgive(corekit::Dir::CreateR(corekit::Path::GetDirectory(path)));
     if (const auto written = File::Write(path, String(row->word) + L"\n"); !written)
         return FailAt(Texts::kUnwritableFile, path, written);

@@ -1,4 +1,4 @@
-// What the program says to the operator: which stream, which character set, quiet or not.
+// Output to the operator: which stream, which character set, quiet or not.
 #include "run/Messages.h"
 
 #include "corekit/os/Console.h"

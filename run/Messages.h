@@ -1,4 +1,4 @@
-// What the program says to the operator. Texts go out in the local character set; a value inside one is made
+// Output to the operator. Texts go out in the local character set; a value inside one is made
 // printable by `Shown` first, so that nothing from a file steers the terminal.
 #pragma once
 
@@ -31,7 +31,7 @@ void WarnNotReplaced(const corekit::String& path);
 /// The paths that WarnNotReplaced has told.
 inline std::set<corekit::String, corekit::Ltstr> pathsNotReplaced;
 
-/// What WarnNotMade has told: "<path> could not be made: <why>."
+/// The texts that WarnNotMade has written: "<path> could not be made: <why>."
 inline std::set<corekit::String, corekit::Ltstr> failuresToMake;
 
 /// The value as it may stand in a message: control characters as \xNN.

@@ -23,8 +23,7 @@ class RunRecord {
     /// Leaves the record. Returns the status.
     unsigned End(unsigned status);
 
-    /// What the present record is to say besides; without a record nothing happens. An empty text is not
-    /// said.
+    /// Each adds a field to the record of the run under way, if there is one. An empty text adds none.
     static void SetInstallDir(const corekit::String& directory);
     static void SetServer(const corekit::String& url);
     static void SetXmlFile(const corekit::String& path);

@@ -73,14 +73,14 @@ Result FindExposure(const ParentDirectory& place, bool (&isTrusted)(uid_t), bool
     return Result();
 }
 
-/// Is it root's file, in a place that only root can have given it?
+/// True if the file is root's, in a place that only root can have given it.
 bool IsRootsAt(const ParentDirectory& place, const struct stat& file) {
     bool isOthers = false;
     return corekit::IsRoots(file.st_uid) && FindExposure(place, corekit::IsRoots, isOthers) && !isOthers;
 }
 
-/// Is the directory of hand-over files root's, and closed to others? Anybody could have renamed a file of
-/// root's into one that is not.
+/// True if the directory of hand-over files is root's and closed to others. Anybody could have renamed a file
+/// of root's into one that is not.
 bool IsRootsAlone(const struct stat& info) {
     const bool isRoots = info.st_uid == 0 || info.st_uid == geteuid();
     return isRoots && (S_ISLNK(info.st_mode) || !OthersCanWrite(info));

@@ -27,10 +27,10 @@ class TrustedFile {
 
     const corekit::String& Path() const { return m_path; }
 
-    /// Is nothing there? A link that may not be followed is something.
+    /// True if nothing is there. A link that may not be followed is something.
     bool IsAbsent() const { return !m_isThere && IsNotFound(m_opened); }
 
-    /// May it be there, although it cannot be read now?
+    /// True if the file may be there although it cannot be read now.
     bool IsUnreadable() const { return IsTransient(m_opened); }
 
     /// Can others write in its directory, so that they could bring that about?

@@ -5,7 +5,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Whether the run has an XML configuration file.
+/// Tells whether the run has an XML configuration file.
 enum class XmlFile { None, Loaded };
 
 /// Merges what the installed agent's client.conf provides. KSName, KSProtocol and KSUrlFormat come from one

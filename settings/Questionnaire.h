@@ -9,7 +9,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Is told the install directory as soon as that is answered, and the settings as they were before the first
+/// Called with the install directory as soon as that is answered, and the settings as they were before the first
 /// answer. True when they have others from then on, which the remaining questions go by.
 using TakeUp = std::function<Outcome<bool>(const corekit::String& installDir, Settings& unanswered)>;
 

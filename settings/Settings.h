@@ -91,7 +91,7 @@ class Settings {
     /// Present, be it empty? Makes nothing.
     bool Exists(SettingName name) const { return m_usual.contains(name); }
 
-    /// Is the value exactly "yes"? Makes nothing.
+    /// True if the value is exactly "yes". Creates no setting.
     bool IsYes(SettingName name) const { return Record(name).used.value == L"yes"; }
 
     /// Takes over the other's usual settings that are not empty, and its RunLevel even when that is empty,

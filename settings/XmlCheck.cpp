@@ -77,7 +77,7 @@ constexpr ValueRule kRules[] = {
      L"run levels from 0 to 6, such as rc2;rc3;rc5"},
 };
 
-/// What a value can be, if it is nothing of the kind.
+/// The values that would do, as a warning names them, for a value that breaks the rule of its kind.
 std::optional<String> WhatElse(XmlValue kind, const String& value) {
     const auto rule = std::ranges::find(kRules, kind, &ValueRule::kind);
     if (rule == std::end(kRules) || value.Trim().IsEmpty() || rule->isGood(value.Trim())) return std::nullopt;

@@ -7,7 +7,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What the text of an element, or the value of an attribute, can be; empty it can always be.
+/// The kinds of texts of elements and values of attributes; any can be empty.
 enum class XmlValue {
     None,  // nothing: the element holds other elements or attributes
     Any,

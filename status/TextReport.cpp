@@ -73,7 +73,7 @@ std::string OwnerText(const Json& state) {
     return std::to_string(state["uid"].get<unsigned>()) + ":" + std::to_string(state["gid"].get<unsigned>());
 }
 
-/// What is wrong with a path, in the words of who looks at the host.
+/// A difference in the words of somebody who looks at the host.
 std::string WhatIsWrong(const Json& difference) {
     const std::string action = difference["action"].get<std::string>();
     const Json& before = difference["before"];

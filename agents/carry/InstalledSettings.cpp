@@ -124,7 +124,7 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
     }
 }
 
-/// What no other key holds; only a "no" is recorded.
+/// Settings that no other key holds; only a "no" is recorded.
 void LoadRecord(const IniFile& conf, Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
         if (IsWordForNo(GetValue(conf, row.key))) settings.Set(row.setting, L"no", SourceOf(conf, row.key));

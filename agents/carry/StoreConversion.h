@@ -12,9 +12,8 @@ namespace Zorvane::AgentInstaller {
 /// attributes are the old keys in CamelCase, and in it the element Download of NAME.qdn-job-xml with its
 /// attributes. NAME.qdn-job-info goes.
 ///
-/// A job whose record cannot be read, or written as XML without loss, stays as it is and is told:
-/// "WARNING! <path> is not converted: <why>."
-/// The second time nothing changes.
+/// A job whose record cannot be read, or written as XML without loss, stays as it is, with a warning:
+/// "WARNING! <path> is not converted: <why>." The second time nothing changes.
 void ConvertJobs(const corekit::String& jobStore);
 
 /// Converts each package of the store: a directory whose name begins with "{", with its record beside it in
@@ -26,7 +25,7 @@ void ConvertJobs(const corekit::String& jobStore);
 /// stand there too where the old record does not say otherwise. Code bases and snapshot take their new names;
 /// NAME.qdn-pkg-info goes.
 ///
-/// A package whose record cannot be read, or written as XML without loss, stays as it is and is told:
+/// A package whose record cannot be read, or written as XML without loss, stays as it is, with a warning:
 /// "WARNING! <path> is not converted: <why>." The second time nothing changes.
 void ConvertPackages(const corekit::String& packageStore);
 

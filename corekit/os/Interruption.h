@@ -11,11 +11,11 @@ namespace corekit::Interruption {
 /// ignored stays ignored.
 void Prepare();
 
-/// Has `last` called when a signal (with 128 and its number, as a shell tells the status) or a lack of memory
+/// Arranges that `last` is called when a signal (with 128 and its number, as a shell tells the status) or a lack of memory
 /// (with 1) ends the process. It must be async-signal-safe. Null: nobody.
 void BeforeEnd(void (*last)(int status));
 
-/// Calls it. For whoever ends the process at once.
+/// Calls the function given to `BeforeEnd`; for a caller that ends the process at once.
 void TellEnd(int status);
 
 /// The process group that ends with us: it gets the signal too, and SIGKILL when that is not enough. 0: none.

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::array kAbsences = {ENOENT, ENOTDIR, ELOOP, ENAMETOOLONG};
 
-/// What the next try would be told as well.
+/// The errors that the next try would get as well.
 constexpr std::array kRefusals = {EPERM,  EBUSY, EROFS, EEXIST, ENOTEMPTY, EISDIR,
                                   EINVAL, EFBIG, ENXIO, ENODEV, EXDEV,     kBelongsToOthers};
 

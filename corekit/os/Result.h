@@ -66,11 +66,11 @@ class [[nodiscard]] Expected : public tl::expected<T, Result> {
     bool operator==(const Result& failure) const { return Outcome() == failure; }
 };
 
-/// Does the failure say that nothing of that name is there? No other one does: a device that gives an error,
+/// True if the failure says that nothing of that name is there. No other failure does: a device that gives an error,
 /// or a process that has too many files open, tells nothing about what is on the disk.
 bool IsNotFound(const Result& result);
 
-/// Does the failure say nothing about what is there, so that another try may go well? True for an error of a
+/// True if the failure says nothing about what is there, so that another try may succeed: an error of a
 /// device, a full disk, too many open files ..., false for what is missing, of another kind, or refused.
 bool IsTransient(const Result& result);
 

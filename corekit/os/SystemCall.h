@@ -1,4 +1,4 @@
-// What the file operations ask of the system, tried again when a signal interrupts it.
+// The system calls of the file operations, repeated when a signal interrupts them.
 #pragma once
 
 #include <cerrno>

@@ -1,4 +1,4 @@
-// A file that goes with its owner, or with the process when a signal ends that.
+// A file that is removed with its owner, or with the process when a signal ends that.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace corekit {
 
-/// A process that is forked meanwhile owns none of its maker's.
+/// A forked process owns none of its parent's files.
 class TemporaryFile {
   public:
     TemporaryFile() = default;
@@ -14,8 +14,8 @@ class TemporaryFile {
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    /// Owns the file of that path in the place of the one before, which is removed. A file that is made for
-    /// it is made under an `SignalBlock` that ends after this call.
+    /// Owns the file of that path from now on, and removes the one owned before. The caller creates the file
+    /// under a `SignalBlock` that ends after this call.
     void Take(const std::string& path);
 
     /// Removes the file, unless it has gone already; there is none afterwards.

@@ -56,7 +56,7 @@ class PipeReader {
 
 void ReadUntilEnd(ShellProcess& shell, const ChildEndWatch& watch, PipeReader& output) {
     while (!shell.HasEnded()) {
-        // Both count as ready when poll fails: then the end of the output stands for the command's.
+        // If poll fails, both count as ready: the end of the output then stands for the end of the command.
         pollfd ready[] = {{output.Get(), POLLIN, POLLIN}, {watch.Get(), POLLIN, POLLIN}};
         if (poll(ready, std::size(ready), -1) < 0 && errno == EINTR) continue;
         if (ready[1].revents != 0) watch.Clear();
