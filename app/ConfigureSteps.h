@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "agents/Agent.h"
-#include "config/Migration.h"
+#include "config/ClientConf.h"
 #include "integration/SetupSequence.h"
 #include "run/Failure.h"
 #include "settings/Settings.h"

@@ -8,7 +8,7 @@
 #include "agents/AgentDetection.h"
 #include "agents/carry/DataMove.h"
 #include "app/ConfigureSteps.h"
-#include "config/Migration.h"
+#include "config/ClientConf.h"
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"

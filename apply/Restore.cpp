@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <set>
 
-#include "config/Migration.h"
+#include "config/ClientConf.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "deploykit/SystemdUnit.h"

@@ -1,7 +1,8 @@
-// Writing client.conf: from the package's template, the run's settings and an installed agent's
-// configuration.
+// Writing client.conf from the package's template, the run's settings and an installed agent's configuration:
+// at first into a private hand-over file, which moves into place later.
 #pragma once
 
+#include "corekit/os/TemporaryFile.h"
 #include "corekit/text/String.h"
 #include "run/Failure.h"
 #include "settings/Settings.h"
@@ -20,13 +21,38 @@ enum class ClientConfSource { Template, InstalledAgent, Nothing };
 
 /// Writes a new client.conf to `outputPath`. With `installed` (and Upgrade absent or "yes") its values are
 /// carried over and also become the settings they belong to. The settings know then where each key is from.
-/// Nothing else on the host changes, and nothing is
-/// said. On failure `outputPath` may be half done.
+/// Changes nothing else on the host, and says nothing. On failure `outputPath` may be incomplete.
 Outcome<ClientConfSource> WriteClientConf(const corekit::String& outputPath, Settings& settings,
                                           const InstalledConfiguration* installed);
 
 /// The same without an installed agent. Where no install directory is set, there is no template: the settings
 /// are applied to the file as it is.
 Outcome<ClientConfSource> CreateClientConfFromTemplate(const corekit::String& outputPath, Settings& settings);
+
+/// The hand-over file. Its destructor removes the file, unless it has been moved into place by then.
+class HandOverFile {
+  public:
+    /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed.
+    Outcome<> Create();
+
+    /// Removes those of runs that were killed: no other run may be under way.
+    static void RemoveLeftovers();
+
+    /// Removes the file, if there is one, and forgets its path.
+    void RemoveHandOverFile();
+
+    /// Empty when there is no file.
+    const corekit::String& Path() const { return m_path; }
+
+  private:
+    corekit::String m_path;
+    corekit::TemporaryFile m_file;
+};
+
+/// Creates the hand-over file and has it written. `installed` is the agent whose settings may be carried
+/// over, null when there is none; they are carried unless the setting Upgrade is exactly "no". Returns what
+/// the operator is to be told of it once the file is put to use; on failure there is no file.
+Outcome<corekit::String> MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed,
+                                         Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

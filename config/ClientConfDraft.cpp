@@ -12,7 +12,7 @@
 #include "settings/ClientConfKeyMap.h"
 #include "settings/InstalledValues.h"
 #include "settings/PathMacros.h"
-#include "settings/Questions.h"
+#include "settings/Questionnaire.h"
 
 namespace Zorvane::AgentInstaller {
 

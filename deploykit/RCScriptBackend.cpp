@@ -10,7 +10,6 @@
 #include "corekit/process/Program.h"
 #include "corekit/text/Character.h"
 #include "corekit/text/Text.h"
-#include "deploykit/RunLevelLinks.h"
 #include "deploykit/ServiceScript.h"
 #include "deploykit/SystemdUnit.h"
 

@@ -1,12 +1,11 @@
 // Start and stop links of services in the directories of the run levels.
-#include "deploykit/RunLevelLinks.h"
-
 #include <algorithm>
 #include <vector>
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
+#include "deploykit/ServiceScript.h"
 
 namespace deploykit::RunLevelLinks {
 

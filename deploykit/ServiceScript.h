@@ -1,6 +1,8 @@
-// A service script: where it is, how its text comes from a template, and what its header says.
+// A service script: where it is, how its text comes from a template, what its header says, and the links by
+// which init starts and stops it.
 #pragma once
 
+#include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 
 namespace deploykit {
@@ -22,8 +24,30 @@ struct ServiceLevels {
 corekit::String ExpandServiceTemplate(const corekit::String& text, const corekit::String& installDir,
                                       const ServiceLevels& levels);
 
-/// What the script says under a keyword such as "Short-Description" (in its LSB header) or "pidfile" (on any
-/// comment line); "" if it does not have it.
+/// The text of the script under a keyword such as "Short-Description" (in its LSB header) or "pidfile" (on
+/// any comment line); "" if it does not have it.
 corekit::String ServiceHeaderField(const corekit::String& script, const corekit::String& keyword);
 
 }  // namespace deploykit
+
+/// The links in the run levels' directories: S??NAME and K??NAME in /etc/rcN.d or /etc/rc.d/rcN.d. Names are
+/// plain: no "/" and no wildcards.
+namespace deploykit::RunLevelLinks {
+
+/// True if the service has a start link in each of the levels, given as digits.
+bool AreStartedIn(const corekit::String& name, const corekit::String& levels);
+
+/// Links S99NAME in the start levels and K01NAME in the stop levels to /etc/init.d/NAME, where no link of the
+/// kind stands yet. Levels without a directory get none. Returns the worst failure.
+corekit::Result Make(const corekit::String& name, const ServiceLevels& levels);
+
+/// Makes the directories of levels that have none.
+void MakeDirectories(const ServiceLevels& levels);
+
+/// True if the service has a start or stop link in any level.
+bool Exist(const corekit::String& name);
+
+/// Removes every start and stop link of the service; fails if one is left.
+corekit::Result Remove(const corekit::String& name);
+
+}  // namespace deploykit::RunLevelLinks

@@ -7,7 +7,6 @@
 #include "run/Args.h"
 #include "run/Messages.h"
 #include "settings/PathMacros.h"
-#include "settings/Questions.h"
 #include "settings/ServerUrl.h"
 #include "settings/XmlConfig.h"
 

@@ -1,16 +1,44 @@
-// The dialogue of the interactive configuration.
+// The interactive configuration: its fifteen questions, what counts as an answer, and the dialogue.
 #pragma once
 
 #include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
 
+#include "corekit/text/String.h"
 #include "run/Failure.h"
-#include "settings/Questions.h"
+#include "run/Keys.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {
 
-/// Called with the install directory as soon as that is answered, and the settings as they were before the first
-/// answer. True when they have others from then on, which the remaining questions go by.
+/// What an answer must be.
+enum class AnswerKind : int { Text = 0, Directory = 1, NonEmpty = 2, YesNo = 3, Digits = 4 };
+
+struct Question {
+    SettingName key;  // the setting that the answer becomes
+    std::wstring_view prompt;
+    std::wstring_view defaultAnswer;  // may hold the macros of paths
+    AnswerKind kind;
+    std::wstring_view allowed;  // for Text: the permitted words, as in ":none:info:"; "" permits any
+};
+
+/// All of them, in asking order.
+std::span<const Question> Questions();
+
+/// True if the questionnaire asks for the setting.
+bool IsQuestionKey(SettingName setting);
+
+/// The answer in the form in which it is stored. An unusable answer gives none, after the reason has been
+/// told on standard output.
+std::optional<corekit::String> ValidateAnswer(const Question& question, const corekit::String& answer);
+
+/// Says on standard output that an answer is not valid.
+void RefuseAnswer();
+
+/// Called with the install directory as soon as that is answered, and the settings as they were before the
+/// first answer. True when they have others from then on, which the remaining questions go by.
 using TakeUp = std::function<Outcome<bool>(const corekit::String& installDir, Settings& unanswered)>;
 
 /// Asks all questions and stores the answers. Fails only when standard input fails or ends, or `takeUp` does,

@@ -1,6 +1,4 @@
 // The questions of the interactive configuration: their table, and the check of each kind of answer.
-#include "settings/Questions.h"
-
 #include <algorithm>
 #include <iterator>
 
@@ -9,6 +7,7 @@
 #include "run/Messages.h"
 #include "run/Names.h"
 #include "settings/PathMacros.h"
+#include "settings/Questionnaire.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {

@@ -9,12 +9,12 @@
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/os/Sys.h"
-#include "deploykit/RunLevelLinks.h"
+#include "deploykit/ServiceScript.h"
 #include "deploykit/SystemdUnit.h"
 #include "integration/AgentProcess.h"
 #include "run/Keys.h"
-#include "run/Names.h"
 #include "run/Marks.h"
+#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller::Status {
 

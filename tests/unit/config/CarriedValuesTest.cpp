@@ -4,7 +4,7 @@
 
 #include "config/ClientConfDraft.h"
 #include "settings/ClientConfKeyMap.h"
-#include "settings/Questions.h"
+#include "settings/Questionnaire.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"

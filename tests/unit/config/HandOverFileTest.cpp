@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <sys/mount.h>
 
-#include "config/Migration.h"
+#include "config/ClientConf.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "config/Migration.h"
+#include "config/ClientConf.h"
 #include "corekit/ini/IniFile.h"
 #include "settings/XmlConfig.h"
 #include "tests/support/Captured.h"

@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 
-#include "deploykit/RunLevelLinks.h"
+#include "deploykit/ServiceScript.h"
 #include "tests/unit/deploykit/ServiceHost.h"
 
 using deploykit::ServiceLevels;

@@ -5,7 +5,7 @@
 
 #include "corekit/text/String.h"
 #include "settings/ClientConfKeyMap.h"
-#include "settings/Questions.h"
+#include "settings/Questionnaire.h"
 #include "settings/XmlConfig.h"
 #include "tests/support/PrintString.h"
 

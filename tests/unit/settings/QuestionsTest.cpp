@@ -2,7 +2,7 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 
-#include "settings/Questions.h"
+#include "settings/Questionnaire.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/settings/QuestionnaireFixture.h"
