@@ -9,6 +9,7 @@
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/os/Sys.h"
@@ -49,7 +50,7 @@ bool SharesOurRoot(const String& process) {
     struct stat theirs {};
     struct stat ours {};
     if (stat((process + L"/root/").Utf8().c_str(), &theirs) != 0 || stat("/", &ours) != 0) return true;
-    return theirs.st_dev == ours.st_dev && theirs.st_ino == ours.st_ino;
+    return corekit::IsSameFile(theirs, ours);
 }
 
 bool IsOfAgent(const String& process, const String& installDir) {

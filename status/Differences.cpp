@@ -34,16 +34,12 @@ unsigned long ModeOf(const Json& state) {
     return std::strtoul(state["mode"].get<std::string>().c_str(), nullptr, kOctal);
 }
 
-bool HasSameOwner(const Json& before, const Json& after) {
-    return before["uid"] == after["uid"] && before["gid"] == after["gid"];
-}
-
 /// True if the host gives nobody more than the configuration would.
 bool IsStricter(const Json& change) {
     const Json& before = change["before"];
     const Json& after = change["after"];
-    return HasSameOwner(before, after) && (ModeOf(before) & ~ModeOf(after)) == 0 &&
-           !change.contains("attributes");
+    return before["uid"] == after["uid"] && before["gid"] == after["gid"] &&
+           (ModeOf(before) & ~ModeOf(after)) == 0 && !change.contains("attributes");
 }
 
 /// True for what the host's own tools write while they register a service or are asked for a package: the

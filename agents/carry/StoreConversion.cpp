@@ -99,10 +99,6 @@ constexpr const wchar_t* kUserFields[] = {
     L"PkgDeleteAfter",
 };
 
-bool IsUserField(const String& name) {
-    return std::ranges::any_of(kUserFields, [&](const wchar_t* field) { return name == field; });
-}
-
 /// The old records as fields.
 Outcome<Fields> ReadPackage(const String& infoPath, const String& xmlPath) {
     auto fields = ReadFields(infoPath, kPackageSection);
@@ -125,7 +121,7 @@ String PackageRecord(const Fields& fields) {
     user.Set(L"Name", kUserName);
     user.Set(L"Priority", L"normal");
     for (const auto& [name, text] : fields) {
-        if (IsUserField(name)) {
+        if (std::ranges::find(kUserFields, name) != std::end(kUserFields)) {
             user.Set(name, text);
         } else {
             package.Set(name, text);

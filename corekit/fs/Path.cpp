@@ -22,13 +22,13 @@ String Step(const String& place, const String& name) {
     return Canonicalise(next).value_or(next);
 }
 
-/// Is it one directory, reached through two mounts? That is a comparison: it does not matter whose links are
-/// on the way.
+/// True if both are one directory, perhaps reached through two mounts. Links are followed whoever owns them:
+/// this only compares.
 bool IsSameDirectory(const String& left, const String& right) {
     struct stat one {};
     struct stat other {};
     return stat(NativePath(left).c_str(), &one) == 0 && stat(NativePath(right).c_str(), &other) == 0 &&
-           S_ISDIR(one.st_mode) && one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+           S_ISDIR(one.st_mode) && IsSameFile(one, other);
 }
 
 }  // namespace

@@ -26,10 +26,6 @@ bool IsXmlCharacter(wchar_t c) {
            (c >= 0xE000 && c <= 0xFFFD) || (c >= 0x10000 && c <= 0x10FFFF);
 }
 
-bool IsXmlText(const String& text) {
-    return std::ranges::all_of(text, IsXmlCharacter);
-}
-
 struct Reference {
     wchar_t character;
     std::wstring_view text;
@@ -76,9 +72,11 @@ String XmlElement::ToString() const {
 
 bool XmlElement::IsWritable() const {
     return IsXmlName(m_name) &&
-           std::ranges::all_of(
-               m_attributes,
-               [](const auto& pair) { return IsXmlName(pair.first) && IsXmlText(pair.second); }) &&
+           std::ranges::all_of(m_attributes,
+                               [](const auto& pair) {
+                                   return IsXmlName(pair.first) &&
+                                          std::ranges::all_of(pair.second, IsXmlCharacter);
+                               }) &&
            std::ranges::all_of(m_children, [](const XmlElement& child) { return child.IsWritable(); });
 }
 
