@@ -153,7 +153,7 @@ TEST_F(Commands, CleanOfAConfigurationThatCannotBeReadNowFails) {
     std::filesystem::remove_all("/opt/base");
 }
 
-TEST_F(Commands, CleanIsRefusedWhileSolutionsDependOnTheAgent) {
+TEST_F(Commands, CleanIsRefused_WhileSolutionsDependOnTheAgent) {
     testfiles::Write("/opt/base/etc/config.xml", "<Solutions>\n<Solution id='1'/>\n</Solutions>\n");
     EXPECT_EQ(Run(m_clean, {L"/opt/base", L"-quiet"}), 1U);
     EXPECT_EQ(m_output.out,

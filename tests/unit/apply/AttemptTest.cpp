@@ -14,7 +14,7 @@ Ending Attempted(const std::function<unsigned()>& command) {
     return Attempt(command, Output::Shown, interruptions);
 }
 
-TEST(Attempt, Succeeds_WhenTheCommandReturnsNought) {
+TEST(Attempt, Succeeds_WhenTheCommandReturnsZero) {
     const Ending ending = Attempted([] { return 0U; });
     EXPECT_TRUE(ending.hasSucceeded);
     EXPECT_FALSE(ending.wasInterrupted);

@@ -35,7 +35,7 @@ Journal Sample() {
     return journal;
 }
 
-TEST_F(JournalFiles, ThereIsNone_WhenNothingWasBegun) {
+TEST_F(JournalFiles, AreNone_WhenNothingWasBegun) {
     EXPECT_EQ(FindPhase().value(), Phase::None);
     EXPECT_TRUE(Discard());
 }

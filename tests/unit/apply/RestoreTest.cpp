@@ -182,7 +182,7 @@ TEST_F(Restoring, WhatOthersCanTakeAwayIsCopied) {
     fs::remove("/tmp/of-run");
 }
 
-TEST_F(Restoring, NothingIsKeptWhereTheRunRemovesAll) {
+TEST_F(Restoring, NothingIsKept_WhereTheRunRemovesAll) {
     m_what.ownDirs = {"/opt"};
     Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/file", Touch::Replace}});
     EXPECT_FALSE(testfiles::Exists("/opt/.qdn-configure-saved"));

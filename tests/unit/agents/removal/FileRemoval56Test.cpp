@@ -189,7 +189,7 @@ TEST_F(FileRemoval56, LooksWhereItsClientConfSays) {
     std::filesystem::remove("/tmp/qdn-a");
 }
 
-TEST_F(FileRemoval56, FindsItsLogAtItsUsualPlaceWhereTheVariableDataIsElsewhere) {
+TEST_F(FileRemoval56, FindsItsLogAtItsUsualPlace_WhereTheVariableDataIsElsewhere) {
     Write("/opt/zorvane/kell/ksagent/var/qdn-client.log", "");
     Remove("var=/opt/data/var\n");
     EXPECT_FALSE(Exists("/opt/zorvane/kell/ksagent/var/qdn-client.log"));
@@ -237,7 +237,7 @@ TEST_F(FileRemoval56, RemovesTheConfiguredLibraries_WhenTheEnvironmentScriptName
     }
 }
 
-TEST_F(FileRemoval56, RemovesTheLibraryTreeOnlyWhereTheLibrariesAre) {
+TEST_F(FileRemoval56, RemovesTheLibraryTree_OnlyWhereTheLibrariesAre) {
     Write("/opt/zorvane/kell/ksagent/lib/any", "");
     Remove("libdir=/opt/data/lib\n");
     EXPECT_TRUE(Exists("/opt/zorvane/kell/ksagent/lib/any"));
@@ -322,7 +322,7 @@ TEST_F(FileRemoval56, RemovesTheTreesBelowADirectoryThatIsALink) {
     EXPECT_TRUE(NamesIn("/opt/data/kell/ksagent").empty());
 }
 
-TEST_F(FileRemoval56, RemovesBackupsWhateverTheyAre) {
+TEST_F(FileRemoval56, RemovesBackups_WhateverTheyAre) {
     const std::string backups = std::string(kUsualDir) + "/backups";
     Write(backups, "a plain file");
     Remove("");

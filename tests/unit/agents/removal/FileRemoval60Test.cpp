@@ -314,7 +314,7 @@ TEST_F(FileRemoval60, RemovesTheDocumentOfTheServerWithAndWithoutItsPort) {
     }
 }
 
-TEST_F(FileRemoval60, LeavesServerDocumentsToTheTreeWhereTheVariableDataIsTheUsualOne) {
+TEST_F(FileRemoval60, LeavesServerDocumentsToTheTree_WhereTheVariableDataIsTheUsualOne) {
     Write("/opt/data/host.xml", "");
     Write("/opt/data/invlock", "");
     std::filesystem::create_directories(kAgent);

@@ -144,7 +144,7 @@ TEST_F(LineRemoval, LeavesAFileAlone_WhenItHasNoneOfTheLines) {
     EXPECT_EQ(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
 }
 
-TEST_F(LineRemoval, MakesNoFileWhereThereIsNone) {
+TEST_F(LineRemoval, MakesNoFile_WhereThereIsNone) {
     EXPECT_EQ(Delete().Code(), ENOENT);
     EXPECT_TRUE(NamesIn(m_dir.Path()).empty());
 }

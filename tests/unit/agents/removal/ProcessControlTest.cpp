@@ -53,7 +53,7 @@ TEST(QueryValue, ReadsTheFirstLineThatBeginsWithTheKey) {
     for (const auto& row : rows) EXPECT_EQ(QueryValue(row.key, conf), row.value) << row.key;
 }
 
-TEST(QueryValue, OfAFileThatIsNotThereIsEmptyAndSilent) {
+TEST(QueryValue, IsEmptyAndSilent_WhenTheFileIsMissing) {
     const auto output = Captured([] {
         EXPECT_EQ(QueryValue(L"var", L"/opt/no-such-file"), L"");
         EXPECT_EQ(QueryValue(L"var", L""), L"");
@@ -62,7 +62,7 @@ TEST(QueryValue, OfAFileThatIsNotThereIsEmptyAndSilent) {
     EXPECT_EQ(output.err, "");
 }
 
-TEST(QueryValue, OfAFileWithANulIsEmpty) {
+TEST(QueryValue, IsEmpty_WhenTheFileHasANul) {
     const TempDir dir;
     testfiles::Write(dir / "conf", std::string("bindir=/opt/bin\n\0\0", 18));
     EXPECT_EQ(QueryValue(L"bindir", String::FromUtf8(dir / "conf")), L"");
@@ -77,7 +77,7 @@ TEST(QueryValue, NeverReadsAKeyOrAPathAsShellCommands) {
     EXPECT_FALSE(testfiles::Exists(planted));
 }
 
-TEST(QueryProcessIds, AreThoseOfEveryLineWithTheNameJoinedByBlanks) {
+TEST(QueryProcessIds, AreThoseOfEveryLineWithTheName_JoinedByBlanks) {
     StandIns tools(HostPrograms::TextTools);
     tools.Add("ps",
               "echo 'UID PID PPID CMD'\n"
@@ -91,7 +91,7 @@ TEST(QueryProcessIds, AreThoseOfEveryLineWithTheNameJoinedByBlanks) {
     EXPECT_EQ(tools.Calls(), "ps -ef\nps -ef\nps -ef\n");
 }
 
-TEST(QueryProcessIds, OfAnEmptyNameAreNoneAndNothingIsAsked) {
+TEST(QueryProcessIds, AreNone_WhenTheNameIsEmpty) {
     StandIns tools(HostPrograms::TextTools);
     tools.Add("ps", "echo 'root 12 1 inetd'");
     EXPECT_EQ(QueryProcessIds(L""), L"");
@@ -128,7 +128,7 @@ TEST(SignalProcesses, RunsNothingWithoutASignalOrAProcess) {
     EXPECT_EQ(process.EndedBy(SIGTERM), SIGTERM);
 }
 
-TEST(IsRunning, IsTrueWhenALineOfPsHasTheName) {
+TEST(IsRunning, IsTrue_WhenALineOfPsHasTheName) {
     StandIns tools(HostPrograms::TextTools);
     tools.Add("ps", "echo '  12 ?  00:00:00 qdn-taskschedul'");
     EXPECT_TRUE(IsRunning(L"qdn-task"));

@@ -96,14 +96,14 @@ TEST_F(Links60, AreToldAndLeftAlone_WhereTheyAreNotTheAgents) {
     EXPECT_FALSE(HasLink("qdn-monitor"));
 }
 
-TEST_F(Links60, LeaveTheHelperWhereItsDirectoryIsTheLinkDirectory) {
+TEST_F(Links60, LeaveTheHelper_WhereItsDirectoryIsTheLinkDirectory) {
     Write(kHelper, "");
     const auto output = Captured([&] { RemoveProgramLinks60(String::FromUtf8(m_agent), L"/usr/bin"); });
     EXPECT_TRUE(Exists(kHelper));
     EXPECT_EQ(output.err, "");
 }
 
-TEST_F(Links60, AreNotThereWhenTheLinkDirectoryIsTheProgramDirectory) {
+TEST_F(Links60, AreNotThere_WhenTheLinkDirectoryIsTheProgramDirectory) {
     Link(m_dir / "alias", m_agent + "/bin");
     for (const std::string& same :
          {m_agent + "/bin", m_agent + "/bin/", m_agent + "//bin", m_agent + "/etc/../bin", m_dir / "alias"}) {
@@ -112,7 +112,7 @@ TEST_F(Links60, AreNotThereWhenTheLinkDirectoryIsTheProgramDirectory) {
     }
 }
 
-TEST_F(Links60, StayWhereADirectoryIsNotKnown) {
+TEST_F(Links60, Stay_WhereADirectoryIsNotKnown) {
     EXPECT_EQ(Remove60(""), "");
     const auto output = Captured([&] { RemoveProgramLinks60(L"", String::FromUtf8(m_links)); });
     EXPECT_EQ(output.out, "");
@@ -150,7 +150,7 @@ TEST_F(WrapperLinks, AreThoseOfTheAgentsProgramsOnly) {
     EXPECT_TRUE(HasLink("qdn-directory"));
 }
 
-TEST_F(WrapperLinks, StayWithAWarningWhereTheyAreNotTheAgents) {
+TEST_F(WrapperLinks, StayWithAWarning_WhereTheyAreNotTheAgents) {
     for (const char* program : {"qdn-policymanager", "qdn-monitor"})
         std::filesystem::remove(m_links + "/" + program);
     Write(m_links + "/qdn-monitor", "an administrator's own");
@@ -166,7 +166,7 @@ TEST_F(WrapperLinks, StayWithAWarningWhereTheyAreNotTheAgents) {
     }
 }
 
-TEST_F(WrapperLinks, OfTheMonitorGoEvenWithoutItsProgram) {
+TEST_F(WrapperLinks, OfTheMonitorAreRemoved_EvenWithoutItsProgram) {
     std::filesystem::remove(Program("qdn-monitor.bin"));
     RemoveWrappers(m_links);
     EXPECT_FALSE(HasLink("qdn-monitor"));
@@ -181,7 +181,7 @@ TEST_F(WrapperLinks, LieBesideTheProgramsWithoutALinkDirectory) {
     EXPECT_TRUE(HasLink("qdn-policymanager"));
 }
 
-TEST_F(WrapperLinks, StayWithoutAnInstallDirectory) {
+TEST_F(WrapperLinks, Stay_WithoutAnInstallDirectory) {
     Write(kHelper, "");
     const auto output = Captured([&] { RemoveWrapperLinks(L"", String::FromUtf8(m_links)); });
     EXPECT_EQ(output.out, "");
@@ -214,7 +214,7 @@ TEST_F(WrapperLinks, LeaveAHelperOfAnotherKindAlone) {
     EXPECT_TRUE(HasLink("qdn-helper"));
 }
 
-TEST_F(WrapperLinks, KeepTheHelperWhereItsDirectoryIsTheLinkDirectory) {
+TEST_F(WrapperLinks, KeepTheHelper_WhereItsDirectoryIsTheLinkDirectory) {
     Link(m_dir / "alias", "/usr/bin");
     for (const std::string& same : {std::string("/usr/bin"), std::string("/usr/bin/"), m_dir / "alias"}) {
         Write(kHelper, "");

@@ -47,7 +47,7 @@ struct Expected {
     const char* calls;
 };
 
-TEST_F(ServiceRegistration, Of56GoesByChkconfigEverywhereAndInsservOnSuse) {
+TEST_F(ServiceRegistration, IsRemovedByChkconfigOrByInsservOnSuse_ForVersion56) {
     const Expected rows[] = {
         {L"linux", "chkconfig --del zorvane\n"},
         {L"suse", "chkconfig --del zorvane\ninsserv -r /etc/init.d/zorvane\n"},
@@ -63,19 +63,19 @@ TEST_F(ServiceRegistration, Of56GoesByChkconfigEverywhereAndInsservOnSuse) {
     }
 }
 
-TEST_F(ServiceRegistration, Of56LosesItsScriptOnAHostWithoutTools) {
+TEST_F(ServiceRegistration, LosesItsScriptOnAHostWithoutTools_ForVersion56) {
     for (const char* tool : {"chkconfig", "insserv", "insserv -r"}) m_tools.Remove(tool);
     EXPECT_EQ(Calls([] { RemoveServiceRegistration56(L"suse"); }), "");
     EXPECT_FALSE(Exists(kScript));
 }
 
-TEST_F(ServiceRegistration, Of56IsUndoneBeforeItsScriptGoes) {
+TEST_F(ServiceRegistration, IsRemovedBeforeItsScript_ForVersion56) {
     m_tools.Add("chkconfig",
                 std::string("test -e ") + kScript + " && echo there >> " + m_tools.PathOf("calls"));
     EXPECT_EQ(Calls([] { RemoveServiceRegistration56(L"linux"); }), "chkconfig --del zorvane\nthere\n");
 }
 
-TEST_F(ServiceRegistration, Of60GoesByTheToolOfThePlatform) {
+TEST_F(ServiceRegistration, IsRemovedByTheToolOfThePlatform_ForVersion60) {
     const Expected rows[] = {
         {L"linux", "chkconfig --del zorvane\n"},
         {L"suse", "insserv -r /etc/init.d/zorvane\nby its whole name\n"},
@@ -90,20 +90,20 @@ TEST_F(ServiceRegistration, Of60GoesByTheToolOfThePlatform) {
     }
 }
 
-TEST_F(ServiceRegistration, Of60LooksForInsservUnderANameWithItsOption) {
+TEST_F(ServiceRegistration, LooksForInsservUnderANameWithItsOption_ForVersion60) {
     m_tools.Remove("insserv -r");
     EXPECT_EQ(Calls([] { RemoveServiceRegistration60(L"suse"); }), "");
     EXPECT_EQ(Calls([] { RemoveServiceRegistration60(L"united"); }), "");
 }
 
-TEST_F(ServiceRegistration, Of60PassesOverToolsThatTheHostLacks) {
+TEST_F(ServiceRegistration, SkipsToolsThatTheHostLacks_ForVersion60) {
     for (const char* tool : {"chkconfig", "rmitab"}) m_tools.Remove(tool);
     EXPECT_EQ(Calls([] { RemoveServiceRegistration60(L"linux"); }), "");
     EXPECT_EQ(Calls([] { RemoveServiceRegistration60(L"aix"); }), "");
     EXPECT_TRUE(Exists(kScript));
 }
 
-TEST_F(ServiceRegistration, ToolsAreCalledWhereverTheyLie) {
+TEST_F(ServiceRegistration, CallsToolsInWhicheverDirectoryTheyAre) {
     const TempDir dir;
     const std::string place = dir / "it's; a $place";
     Write(place + "/chkconfig", "#!/bin/sh\necho found \"$@\" >> '" + m_tools.PathOf("calls") + "'\n", 0755);
@@ -121,7 +121,7 @@ class LevelLinks : public ServiceRegistration {
     String m_before = corekit::Dir::GetCurrent().value();
 };
 
-TEST_F(LevelLinks, OfLevels0To6GoWithTheScript) {
+TEST_F(LevelLinks, AreRemovedInAllLevelsWithTheScript) {
     for (const wchar_t* platform : {L"hpux", L"solaris"}) {
         SCOPED_TRACE(platform);
         for (const char level : {'0', '3', '6', '7'}) {
@@ -144,7 +144,7 @@ TEST_F(LevelLinks, OfLevels0To6GoWithTheScript) {
     }
 }
 
-TEST_F(LevelLinks, OfTheRootStayWhileAnotherDirectoryIsCurrent) {
+TEST_F(LevelLinks, OfTheRootDirectoryStay_WhenAnotherDirectoryIsCurrent) {
     Write("/etc/rc2.d/S99zorvane", "");
     RemoveServiceRegistration60(L"hpux");
     EXPECT_TRUE(Exists("/etc/rc2.d/S99zorvane"));

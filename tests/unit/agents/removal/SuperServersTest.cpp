@@ -116,7 +116,7 @@ TEST_F(SuperServers, LoseTheLinesInInetdsConfiguration) {
     EXPECT_EQ(m_server.EndedBy(), SIGHUP);
 }
 
-TEST_F(SuperServers, KeepInetdsConfigurationWhereXinetdHasOne) {
+TEST_F(SuperServers, KeepInetdsConfiguration_WhereXinetdHasOne) {
     Write(kXinetd, "defaults\n");
     Write(kInetd, "qdnmsg stream\n");
     Remove();
@@ -133,7 +133,7 @@ TEST_F(SuperServers, GetNoSignalWithoutAConfigurationAndThePortsStillGo) {
     EXPECT_EQ(m_server.EndedBy(SIGTERM), SIGTERM);
 }
 
-TEST_F(SuperServers, AreEditedWhenNoneRuns) {
+TEST_F(SuperServers, AreEdited_WhenNoneRuns) {
     m_tools.Add("ps", "");
     Write(kXinetd, kBlock);
     Write(kServices, "qdnm 402/tcp\n");
@@ -143,7 +143,7 @@ TEST_F(SuperServers, AreEditedWhenNoneRuns) {
     EXPECT_EQ(m_server.EndedBy(SIGTERM), SIGTERM);
 }
 
-TEST_F(SuperServers, OfAHostWithoutAnyAreNoError) {
+TEST_F(SuperServers, AreNoError_WhenTheHostHasNone) {
     Remove();
     for (const char* file : {kXinetd, kInetd, kServices}) EXPECT_FALSE(Exists(file)) << file;
     EXPECT_EQ(m_tools.Calls(), "ps -ef\n");

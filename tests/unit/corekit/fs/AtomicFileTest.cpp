@@ -37,7 +37,7 @@ std::string StepOf(const seccomp_data& call, int directory) {
 
 }  // namespace
 
-TEST(AtomicFile, StandsBesideItsTargetUntilItIsCommitted) {
+TEST(AtomicFile, StandsBesideItsTarget_UntilItIsCommitted) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
@@ -71,7 +71,7 @@ TEST(AtomicFile, IsFlushedBeforeItGetsItsNameAndTheDirectoryAfterwards) {
     });
 }
 
-TEST(AtomicFile, GoesBeforeASignalEndsTheProcess) {
+TEST(AtomicFile, IsRemovedBeforeASignalEndsTheProcess) {
     const Workspace dir;
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     EXPECT_EXIT(
@@ -88,7 +88,7 @@ TEST(AtomicFile, GoesBeforeASignalEndsTheProcess) {
     EXPECT_THAT(NamesIn(dir.Path()), testing::IsEmpty());
 }
 
-TEST(AtomicFile, GoesWithoutACommit) {
+TEST(AtomicFile, IsRemovedWithoutACommit) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
@@ -100,7 +100,7 @@ TEST(AtomicFile, GoesWithoutACommit) {
     EXPECT_EQ(testfiles::Read(dir / "file"), "old");
 }
 
-TEST(AtomicFile, GoesWhenItCannotBeCommitted) {
+TEST(AtomicFile, IsRemoved_WhenItCannotBeCommitted) {
     const Workspace dir;
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     {

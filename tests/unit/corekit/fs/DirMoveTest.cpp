@@ -95,7 +95,7 @@ TEST(DirMove, GivesANewDirectoryTheModeOfTheOldOneAndLeavesAPresentOnes) {
     EXPECT_THAT(NamesIn(dir / "present"), ElementsAre("file", "other"));
 }
 
-TEST(DirMove, LeavesBothWhereANameIsTaken) {
+TEST(DirMove, LeavesBoth_WhereANameIsTaken) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");
     for (const std::string& to : {dir / "to", std::string("/opt/other/to")}) {
@@ -186,7 +186,7 @@ TEST(DirMove, LosesNothingOnAFullDisk) {
     EXPECT_EQ(testfiles::Read(dir / "from/big/second"), std::string(100000, 'x'));
 }
 
-TEST(DirMove, TellsMoreThanThatANameIsTaken) {
+TEST(DirMove, PrefersAnyOtherFailureToANameThatIsTaken) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other", "size=64k");
     for (const char* name : {"a", "c"}) testfiles::Write(dir / "from/" + name, "x");

@@ -99,7 +99,7 @@ TEST(DirOpen, FailsForWhatIsNoDirectory) {
     EXPECT_EQ(open.Open(L""), Result(ENOENT));
 }
 
-TEST(DirScan, StopsWhenItIsTold) {
+TEST(DirScan, Stops_WhenItsCallbackSaysSo) {
     const Workspace dir;
     testfiles::Write(dir / "a", "");
     testfiles::Write(dir / "b", "");
@@ -144,7 +144,7 @@ TEST(DirCreateR, MakesAllThatIsMissing) {
     EXPECT_TRUE(fs::is_directory(dir / "relative/x"));
 }
 
-TEST(DirCreateR, FailsWhereSomethingElseStands) {
+TEST(DirCreateR, Fails_WhereSomethingElseStands) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
     fs::create_symlink("nowhere", dir / "dangling");
@@ -155,7 +155,7 @@ TEST(DirCreateR, FailsWhereSomethingElseStands) {
     EXPECT_FALSE(testfiles::Exists(dir / "nowhere"));
 }
 
-TEST(DirCreateR, FailsOnAReadOnlyFileSystemUnlessAllIsThere) {
+TEST(DirCreateR, FailsOnAReadOnlyFileSystem_UnlessAllIsThere) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs(dir / "mounted");
     fs::create_directories(dir / "mounted/a/b");

@@ -73,7 +73,7 @@ TEST(DirectoryBatch, GivesEveryEntryOnceInTheOrderOfInodes) {
 }
 
 // tmpfs tells the last inode first.
-TEST(DirectoryBatch, WaitsForNoMoreEntriesWhereTheyComeInOrder) {
+TEST(DirectoryBatch, WaitsForNoMoreEntries_WhereTheyComeInOrder) {
     const Workspace dir;
     MakeFiles(dir, 5000);
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
@@ -97,7 +97,7 @@ TEST(DirectoryBatch, IsAtItsEndInADirectoryThatIsGone) {
     EXPECT_TRUE(chunk.IsEnd());
 }
 
-TEST(DirectoryBatch, ReadsOnWhereItIsInterrupted) {
+TEST(DirectoryBatch, ReadsOn_WhenItIsInterrupted) {
     const Workspace dir;
     MakeFiles(dir, 3);
     const auto read = [&] {
@@ -117,7 +117,7 @@ TEST(DirectoryBatch, TellsWhatCannotBeRead) {
     EXPECT_TRUE(chunk.IsEnd());
 }
 
-TEST(RemoveEntriesOf, OffersEveryEntryAndStopsWhenNoneIsTaken) {
+TEST(RemoveEntriesOf, OffersEveryEntryAndStops_WhenNoneIsTaken) {
     const Workspace dir;
     MakeFiles(dir, 10);
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
@@ -134,7 +134,7 @@ TEST(RemoveEntriesOf, OffersEveryEntryAndStopsWhenNoneIsTaken) {
     EXPECT_EQ(corekit::RemoveEntriesOf(-1, [](const DirEntry&) { return true; }), Result(EBADF));
 }
 
-TEST(RemoveEntriesOf, ComesToAnEndWhenEntriesAreAddedAllTheTime) {
+TEST(RemoveEntriesOf, ComesToAnEnd_WhenEntriesAreAddedAllTheTime) {
     const Workspace dir;
     const std::string filler(240, 'f');
     for (int i = 0; i < 20000; ++i) fs::create_symlink("x", dir / (filler + std::to_string(i)));

@@ -136,7 +136,7 @@ TEST(Faults, ATreeThatMovesToAnotherFileSystemIsWholeInOneOfTwoPlaces) {
     EXPECT_EQ(NamesIn(dir.Path()), Names{});
 }
 
-TEST(Faults, WhatADirectoryHoldsIsAllThereWhenItMoves) {
+TEST(Faults, WhatADirectoryHoldsIsAllThere_WhenItMoves) {
     const Workspace dir;
     const Elsewhere elsewhere;
     FailInTurn(

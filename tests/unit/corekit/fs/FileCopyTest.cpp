@@ -66,7 +66,7 @@ TEST(CopyFileEntry, LeavesDirectoriesToOthers) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("sub"));
 }
 
-TEST(CopyFileEntry, LeavesNothingWhenAStepFails) {
+TEST(CopyFileEntry, LeavesNothing_WhenAStepFails) {
     const Workspace dir;
     testfiles::Write(dir / "file", "content");
     for (const int number : {SYS_write, SYS_fchmod, SYS_utimensat, SYS_fsync}) {

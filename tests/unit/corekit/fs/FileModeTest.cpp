@@ -58,7 +58,7 @@ TEST(SetMode, RefusesLinksWhereverTheyLead) {
     EXPECT_EQ(testfiles::Mode(dir / "sub"), 0755U);
 }
 
-TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRightsWhereTheOwnerIsRefused) {
+TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRights_WhereTheOwnerIsRefused) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
     const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY).value();
@@ -73,7 +73,7 @@ TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRightsWhereTheOwnerIsRefused) {
     EXPECT_EQ(testfiles::Mode(dir / "file"), 0755U);
 }
 
-TEST(TakeOwnerAndMode, GivesTheSameOwnerNoThought) {
+TEST(TakeOwnerAndMode, SetsNoOwnerThatIsAlreadyRight) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
     const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY).value();

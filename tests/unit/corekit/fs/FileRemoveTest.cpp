@@ -173,7 +173,7 @@ TEST(FileRemoveEx, DoesNothingWithoutAName) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("a"));
 }
 
-TEST(FileRemoveEx, ExpandsInAHostDirectoryOnlyWhereItIsMeant) {
+TEST(FileRemoveEx, ExpandsInAHostDirectory_OnlyWhereItIsMeant) {
     const Workspace dir;
     fs::create_symlink("/usr/bin", dir / "link");
     testfiles::Write("/usr/bin/zorvane-test-1", "");

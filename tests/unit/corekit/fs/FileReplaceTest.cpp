@@ -41,7 +41,7 @@ ino_t InodeOf(const std::string& path) {
 
 }  // namespace
 
-TEST(FileWrite, MakesANewFileWithTheModeAskedForWhateverTheUmask) {
+TEST(FileWrite, MakesANewFileWithTheModeAskedFor_WhateverTheUmask) {
     const Workspace dir;
     const mode_t before = umask(077);
     EXPECT_TRUE(File::WriteBytes(dir("file"), "content"));
@@ -173,7 +173,7 @@ TEST(FileWrite, FailsOnAReadOnlyFileSystem) {
     EXPECT_EQ(testfiles::Read(dir / "mounted/file"), "old");
 }
 
-TEST(FileWrite, LeavesTheOldFileWholeWhenAStepFails) {
+TEST(FileWrite, LeavesTheOldFileWhole_WhenAStepFails) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old", 0640);
     for (const int number : {SYS_fsync, SYS_renameat, SYS_fchmod, SYS_write}) {
@@ -194,7 +194,7 @@ TEST(FileWrite, NeedsNeitherAFlushNorRandomNumbersFromASystemThatHasNone) {
     EXPECT_EQ(testfiles::Read(dir / "file"), "new");
 }
 
-TEST(FileWriteScript, MakesAScriptExecutableWhateverStoodThere) {
+TEST(FileWriteScript, MakesAScriptExecutable_WhateverStoodThere) {
     const Workspace dir;
     EXPECT_TRUE(File::WriteScript(dir("new"), L"#!/bin/sh\n"));
     EXPECT_EQ(testfiles::Mode(dir / "new"), 0755U);
@@ -317,7 +317,7 @@ TEST(FileRename, LosesNothingOnAFullDisk) {
     EXPECT_THAT(NamesIn("/opt/other"), ElementsAre("to"));
 }
 
-TEST(FileRename, LosesNothingWhenTheFlushFails) {
+TEST(FileRename, LosesNothing_WhenTheFlushFails) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");
     testfiles::Write(dir / "from", "new");
@@ -339,7 +339,7 @@ TEST(FileRename, TellsOfADirectoryThatCannotBeFlushed) {
     EXPECT_EQ(testfiles::Read(dir / "to"), "x");
 }
 
-TEST(FileRename, FailsWhereRenameFails) {
+TEST(FileRename, Fails_WhereRenameFails) {
     const Workspace dir;
     testfiles::Write(dir / "file", "x");
     fs::create_directory(dir / "sub");
@@ -364,7 +364,7 @@ TEST(FileSymLink, MakesAndReplacesLinks) {
     EXPECT_EQ(NamesIn(dir.Path()).size(), 4U);
 }
 
-TEST(FileSymLink, KeepsWhatStandsThereWhenAsked) {
+TEST(FileSymLink, KeepsWhatStandsThere_WhenAsked) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
     EXPECT_EQ(File::SymLink(L"x", dir("file"), File::IfPresent::Keep), Result(EEXIST));
@@ -405,7 +405,7 @@ TEST(FileMakeTemp, RefusesAPatternWithoutItsEnd) {
     EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
 }
 
-TEST(FileWrite, TakesAStrangersFileOverWhenItHoldsTheConfiguration) {
+TEST(FileWrite, TakesAStrangersFileOver_WhenItHoldsTheConfiguration) {
     const Workspace dir;
     testfiles::Write(dir / "file", "old");
     if (chown((dir / "file").c_str(), 12345, 12345) != 0) return;  // not root's machine

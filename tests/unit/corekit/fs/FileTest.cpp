@@ -38,7 +38,7 @@ TEST(FileExists, FollowsLinks) {
     EXPECT_FALSE(File::Exists(dir("file") + std::wstring(1, L'\0')));
 }
 
-TEST(FileExists, UnlessTheSystemSaysThatNothingIsThere) {
+TEST(FileExists, IsTrue_UnlessTheSystemSaysThatNothingIsThere) {
     const auto whileTroubled = [](int errnoValue, auto&& answer) {
         return testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_stat, errnoValue}}, answer);
     };
@@ -52,7 +52,7 @@ TEST(FileExists, UnlessTheSystemSaysThatNothingIsThere) {
     EXPECT_EQ(whileTroubled(ENOENT, [] { return File::Exists(L"/usr") ? 1 : 0; }), 0);
 }
 
-TEST(FileMayBeDirectory, OnlyWhereOneMayBe) {
+TEST(FileMayBeDirectory, IsTrue_UnlessTheSystemSaysOtherwise) {
     const Workspace dir;
     testfiles::Write(dir / "file", "");
     EXPECT_TRUE(File::MayBeDirectory(dir("")));
@@ -74,7 +74,7 @@ TEST(FileIsDirectory, FollowsLinks) {
     EXPECT_FALSE(File::IsDirectory(L""));
 }
 
-TEST(FileRefuseLink, IsAboutThePathItself) {
+TEST(FileRefuseLink, ConcernsThePathItself) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     testfiles::Write(dir / "sub/file", "");

@@ -67,7 +67,7 @@ TEST(HostDirectories, HoldNothingElse) {
     }
 }
 
-TEST(HostDirectories, AreKnownHoweverTheyAreSpelled) {
+TEST(HostDirectories, AreKnown_HoweverTheyAreSpelled) {
     fs::current_path("/usr/share");
     for (const wchar_t* path :
          {L"//usr//", L"/usr/.", L"/opt/../usr", L"/none/../usr", L"/opt/none/../../usr", L"..", L".",
@@ -102,7 +102,7 @@ TEST(HostDirectories, AreKnownThroughMounts) {
     EXPECT_FALSE(IsHostDirectory(corekit::OpenDirectory(dir.Path()).value()));
 }
 
-TEST(HostDirectories, CountWhereTheNameIsALinkAndWhereItIsMissing) {
+TEST(HostDirectories, AreRefused_EvenIfTheNameIsALinkOrMissing) {
     const Workspace root;
     for (const char* directory : {"usr/lib", "etc/rc.d/rc3.d", "data/opt", "lost"})
         fs::create_directories(root / directory);
@@ -123,7 +123,7 @@ TEST(HostDirectories, CountWhereTheNameIsALinkAndWhereItIsMissing) {
 }
 
 // A removal that went on would cost the host its directories.
-TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
+TEST(HostDirectories, AreAssumed_WhenTheSystemDoesNotTell) {
     const Workspace dir;
     const corekit::String path = dir("");
     for (const int errnoValue : {EIO, EACCES, EMFILE}) {
@@ -147,7 +147,7 @@ TEST(HostDirectories, CountWhereTheSystemDoesNotTell) {
     EXPECT_TRUE(corekit::CheckRemovable(path));
 }
 
-TEST(HostNames, AreThoseOfTheStandardWhateverStandsThere) {
+TEST(HostNames, AreThoseOfTheStandard_WhateverStandsThere) {
     const Workspace dir;
     fs::create_symlink("/", dir / "root");
     fs::create_symlink("/etc", dir / "etc");
@@ -252,7 +252,7 @@ TEST(HostDirectories, NoNameOfTheHostIsWrittenRenamedOrLinkedOver) {
     EXPECT_EQ(testfiles::Read(root / "etc/passwd"), "edited");
 }
 
-TEST(HostDirectories, ALinkOfTheHostIsRemovedOnlyWhereThatIsMeant) {
+TEST(HostDirectories, ALinkOfTheHostIsRemoved_OnlyWhereThatIsMeant) {
     fs::create_symlink("true", "/usr/bin/host-link");
     namespace File = corekit::File;
     EXPECT_EQ(File::Remove(L"/usr/bin/host-link"), corekit::Result(EPERM));

@@ -64,7 +64,7 @@ TEST(MoveEntry, ReplacesOrKeepsWhatHasTheName) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("free"));
 }
 
-TEST(MoveEntry, LeavesNoHalfFileOnAnotherFileSystemWhenASignalEndsTheProcess) {
+TEST(MoveEntry, LeavesNoHalfFileOnAnotherFileSystem_WhenASignalEndsTheProcess) {
     const Workspace dir;
     const Mount other = Mount::Tmpfs(dir / "other");
     testfiles::Write(dir / "name", std::string(16UL * 1024 * 1024, 'x'));
@@ -74,7 +74,7 @@ TEST(MoveEntry, LeavesNoHalfFileOnAnotherFileSystemWhenASignalEndsTheProcess) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("other"));
 }
 
-TEST(MoveEntry, LinksWhereNoRenameSparesWhatExists) {
+TEST(MoveEntry, UsesALink_WhenNoRenameSparesWhatExists) {
     const Workspace dir;
     for (const int errnoValue : {EINVAL, ENOSYS}) {
         SCOPED_TRACE(errnoValue);
@@ -110,7 +110,7 @@ TEST(MoveEntry, RemovesTheOldOneOnlyAfterItsCopyIsInPlace) {
     EXPECT_EQ(testfiles::Read("/opt/other/tree/file"), "x");
 }
 
-TEST(MoveEntry, LeavesNoCopyWhenItCannotGetItsName) {
+TEST(MoveEntry, LeavesNoCopy_WhenItCannotGetItsName) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");
     testfiles::Write(dir / "from/file", "x");

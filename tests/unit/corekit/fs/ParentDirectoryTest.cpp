@@ -97,7 +97,7 @@ TEST(SafePath, LeadsOverLinksOfRootsOwn) {
     fs::current_path("/");
 }
 
-TEST(SafePath, LeadsOverALinkInThePlaceOfTheLastNameWhenAsked) {
+TEST(SafePath, LeadsOverALinkInThePlaceOfTheLastName_WhenAsked) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     testfiles::Write(dir / "sub/file", "");
@@ -117,7 +117,7 @@ TEST(SafePath, LeadsOverALinkInThePlaceOfTheLastNameWhenAsked) {
     EXPECT_EQ(ParentDirectory::OfTarget(dir("sub/file/x")), Result(ENOTDIR));
 }
 
-TEST(SafePath, EndsAtALinkInADirectoryWhereOthersCanWrite) {
+TEST(SafePath, EndsAtALinkInADirectory_WhereOthersCanWrite) {
     const Workspace dir;
     for (const char* name : {"open/below", "sticky", "group", "real"}) fs::create_directories(dir / name);
     testfiles::Write(dir / "real/file", "");
@@ -148,7 +148,7 @@ TEST(SafePath, EndsAtALinkOrInADirectoryOfAnotherUser) {
               dir("mine/way") + L" belongs to another user");
 }
 
-TEST(SafePath, IsToldWithoutItsLinksWhereAllOfThemMayBeFollowed) {
+TEST(SafePath, IsToldWithoutItsLinks_WhereAllOfThemMayBeFollowed) {
     const Workspace dir;
     fs::create_directories(dir / "disk/data");
     fs::create_directory_symlink("disk", dir / "relative");
@@ -218,7 +218,7 @@ TEST(SafePath, IsTheOnlyWayOfEveryOperation) {
     EXPECT_EQ(testfiles::Mode(dir / "real/file"), 0644U);
 }
 
-TEST(SafePath, AFileWithASecondNameIsNotUsedWhereOthersCanWrite) {
+TEST(SafePath, AFileWithASecondNameIsNotUsed_WhereOthersCanWrite) {
     const Workspace dir;
     fs::create_directory(dir / "theirs");
     testfiles::Write(dir / "secret", "secret");

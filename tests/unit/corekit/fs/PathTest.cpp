@@ -116,7 +116,7 @@ TEST(Canonicalise, GivesAPathWithANulToNoSystemCall) {
     EXPECT_EQ(Path::Canonicalise(dir("") + std::wstring(1, L'\0') + L"x"), Result(ENOENT));
 }
 
-TEST(Resolve, GoesOnAsTextWhereThePathIsMissing) {
+TEST(Resolve, GoesOnAsText_WhereThePathIsMissing) {
     const Workspace dir;
     fs::create_directory(dir / "real");
     fs::create_symlink("real", dir / "link");

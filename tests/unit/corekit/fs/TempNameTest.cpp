@@ -52,7 +52,7 @@ TEST(MakeBeside, ClearsAwayWhatAKilledRunLeft) {
     EXPECT_TRUE(std::filesystem::is_empty(dir / ".name.unfinished"));
 }
 
-TEST(MakeBeside, OffersOtherNamesAsLongAsTheyAreTaken) {
+TEST(MakeBeside, OffersOtherNames_AsLongAsTheyAreTaken) {
     std::set<std::string> offered;
     std::string made;
     EXPECT_TRUE(MakeBeside(kEntry, made, [&](const std::string& candidate) {
@@ -75,7 +75,7 @@ TEST(MakeBeside, StopsAtAnyOtherFailure) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST(MakeBeside, GivesUpWhenEveryNameIsTaken) {
+TEST(MakeBeside, GivesUp_WhenEveryNameIsTaken) {
     std::string made;
     EXPECT_EQ(MakeBeside(kEntry, made, [](const std::string&) { return Result(EEXIST); }), Result(EEXIST));
 }

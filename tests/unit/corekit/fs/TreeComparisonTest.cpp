@@ -26,7 +26,7 @@ class Comparison : public testing::Test {
 
 }  // namespace
 
-TEST_F(Comparison, OfFilesIsByContent) {
+TEST_F(Comparison, ComparesFilesByTheirContent) {
     const std::string large(200'000, 'x');
     struct Case {
         std::string copy;
@@ -48,7 +48,7 @@ TEST_F(Comparison, OfFilesIsByContent) {
     }
 }
 
-TEST_F(Comparison, OfDirectoriesIsByWhatTheOriginalHas) {
+TEST_F(Comparison, ComparesDirectoriesByWhatTheOriginalHas) {
     Write(m_dir / "original/deep/file", "text");
     fs::create_symlink("file", m_dir / "original/deep/link");
     fs::create_directory(m_dir / "original/empty");
@@ -68,7 +68,7 @@ TEST_F(Comparison, OfDirectoriesIsByWhatTheOriginalHas) {
     EXPECT_FALSE(IsHeld());
 }
 
-TEST_F(Comparison, OfDifferentKindsIsNone) {
+TEST_F(Comparison, FindsEntriesOfDifferentKindsDifferent) {
     Write(m_dir / "original", "");
     EXPECT_FALSE(IsHeld());
     fs::create_symlink("original", m_dir / "copy");

@@ -60,7 +60,7 @@ TEST(CopyEntry, TouchesNothingThatHasTheNameAlready) {
     EXPECT_THAT(NamesIn(dir / "present"), ElementsAre("other"));
 }
 
-TEST(CopyEntry, LeavesNothingWhenAStepFails) {
+TEST(CopyEntry, LeavesNothing_WhenAStepFails) {
     const Workspace dir;
     testfiles::Write(dir / "tree/a/file", "1");
     for (const int number : {SYS_write, SYS_fchmod, SYS_utimensat, SYS_fsync}) {

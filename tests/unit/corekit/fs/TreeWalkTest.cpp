@@ -66,7 +66,7 @@ TEST(TreeWalk, MeetsEveryEntryAndFollowsNoLink) {
     EXPECT_THAT(notes.way, ElementsAre("+" + top, "+sub", "+deep", "-deep", "-sub", "-" + top));
 }
 
-TEST(TreeWalk, ReadsADirectoryAgainWhenItIsToldTo) {
+TEST(TreeWalk, ReadsADirectoryAgain_WhenItIsToldTo) {
     const Workspace dir;
     testfiles::Write(dir / "tree/file", "");
     Notes notes;
