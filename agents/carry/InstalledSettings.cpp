@@ -11,7 +11,7 @@
 #include "run/Keys.h"
 #include "run/Names.h"
 #include "settings/PathMacros.h"
-#include "settings/XmlCheck.h"
+#include "settings/XmlConfig.h"
 
 namespace Zorvane::AgentInstaller {
 
