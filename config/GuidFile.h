@@ -13,9 +13,9 @@ corekit::String GuidFileText(const corekit::String& guid);
 
 /// Writes the setting Guid to the file that a client.conf names, and reads it back; without one the file
 /// stays. An installed agent's identifier is written as it was given, and a file that holds it already stays
-/// untouched. Warns of a failure, and of a path that is no regular file with this one name: "WARNING! <path> is
-/// not written: <why>." If the identifier is from another file of the installed agent's, which would be removed
-/// next, fails instead.
+/// untouched. Warns of a failure, and of a path that is no regular file with this one name: "WARNING! <path>
+/// is not written: <why>." If the identifier is from another file of the installed agent's, which would be
+/// removed next, fails instead.
 Outcome<> WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 /// Removes the file that a client.conf names when there is no setting Guid, unless an upgrade keeps its

@@ -11,7 +11,7 @@ namespace corekit::Interruption {
 /// ignored stays ignored.
 void Prepare();
 
-/// Arranges that `last` is called when a signal (with 128 and its number, as a shell tells the status) or a lack of memory
+/// Calls `last` when a signal (with 128 and its number, as a shell tells the status) or a lack of memory
 /// (with 1) ends the process. It must be async-signal-safe. Null: nobody.
 void BeforeEnd(void (*last)(int status));
 

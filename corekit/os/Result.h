@@ -66,7 +66,7 @@ class [[nodiscard]] Expected : public tl::expected<T, Result> {
     bool operator==(const Result& failure) const { return Outcome() == failure; }
 };
 
-/// True if the failure says that nothing of that name is there. No other failure does: a device that gives an error,
+/// True if the failure says that nothing of that name is there. No other does: a device that gives an error,
 /// or a process that has too many files open, tells nothing about what is on the disk.
 bool IsNotFound(const Result& result);
 
