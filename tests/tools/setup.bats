@@ -26,7 +26,7 @@ calls() {
 }
 
 @test "with everything installed it says nothing, and calls neither apt-get nor sudo" {
-    for purpose in build test packages repository hosts fleet check measure bench cross all; do
+    for purpose in build test packages repository hosts fleet check measure bench cross selinux all; do
         WHO=1000 run_setup --for "$purpose"
         [ "$status" -eq 0 ]
         [ "$output" = "" ]
@@ -59,6 +59,6 @@ apt-get install --no-install-recommends bats" ]
 @test "another purpose is refused" {
     run_setup --for fun
     [ "$status" -eq 2 ]
-    [ "$output" = "Usage: script/setup [--for build|test|packages|repository|hosts|fleet|check|measure|bench|cross|all]" ]
+    [ "$output" = "Usage: script/setup [--for build|test|packages|repository|hosts|fleet|check|measure|bench|cross|selinux|all]" ]
     [ ! -e "$BATS_TEST_TMPDIR/calls" ]
 }
