@@ -60,3 +60,9 @@ steps_of() {
         done
     done
 }
+
+@test "the picture in README.md is what a terminal shows of a preview" {
+    grep -qF '](docs/preview.svg)' "$project/README.md"
+    "$project/script/picture" "$BATS_TEST_TMPDIR/preview.svg"
+    diff -u "$project/docs/preview.svg" "$BATS_TEST_TMPDIR/preview.svg"
+}

@@ -52,6 +52,7 @@ script/measure|person
 script/measure --fetch-peers|person
 script/mutate|person
 script/mutate --units-only|person
+script/picture|tests/docs/architecture.bats
 script/prove|person
 script/sanitize|person
 script/setup|.ci/run
