@@ -31,6 +31,7 @@ man ./docs/qdn-configure.8|tests/docs/pages.bats
 ninja -C build/dev|script/build
 ninja -C build/dev unit_agents && build/dev/tests/unit/agents/unit_agents --gtest_filter='AgentForVersion*'|script/test
 packaging/build-packages|script/test-hosts
+packaging/build-packages --for arm64|person
 packaging/build-repository|person
 packaging/build-repository KEY|person
 printf '%s\n' https://kell.example.com:8083 '' no 'rc3;rc5' '' '' '' '' '' '' '' '' '' no|tests/terminal/readme.bats
@@ -42,10 +43,12 @@ script/bench pieces|person
 script/bench xml|person
 script/build|script/test
 script/build dev|script/test
+script/build arm64|person
 script/check|.ci/run
 script/check --quick|.ci/run
 script/check-includes|script/check
 script/coverage|person
+script/cross-root arm64|script/build
 script/demo|.ci/run
 script/fuzz|person
 script/measure|person
@@ -59,6 +62,9 @@ script/setup|.ci/run
 script/test|.ci/run
 script/test scenarios|here
 script/test unit|here
+script/test-arm64|script/prove
+script/test-arm64 --unit s390x|script/prove
+script/test-selinux|script/prove
 script/test-faults|person
 script/test-faults --power|person
 script/test-fleet|person
