@@ -11,6 +11,7 @@
 #include "corekit/ini/IniFile.h"
 #include "run/Args.h"
 #include "run/Messages.h"
+#include "run/Names.h"
 #include "settings/ServerUrl.h"
 
 namespace Zorvane::AgentInstaller {
@@ -64,6 +65,7 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
         return kSuccess;
     }
     RunRecord::SetServer(ServerOf(*agent));
+    corekit::DeclareOwnName(Names::kServiceName);
     corekit::DeclareOwn(baseDir);
     if (const auto cleaned = agent->Clean(); !cleaned)
         return cleaned.error().text.IsEmpty() ? kFailure : Report(cleaned.error());

@@ -71,6 +71,7 @@ Outcome<> CheckInstallDir(const Settings& settings) {
 }
 
 void DeclareInstallDirs(const ConfigureRun& run) {
+    corekit::DeclareOwnName(Names::kServiceName);
     corekit::DeclareOwn(run.settings->Get(L"InstallDir"));
     if (run.installed) corekit::DeclareOwn(Path::GetDirectory(Path::GetDirectory(run.installed->ConfPath())));
 }

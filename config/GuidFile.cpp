@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 
 #include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
@@ -24,15 +25,28 @@ String PathIn(const IniFile& conf) {
     return GetValue(conf, Key::kGuidFile);
 }
 
+constexpr std::size_t kLargestFile = 4096;
+
+/// Is the first line an identifier, in braces?
+bool HoldsIdentifier(const std::string& bytes) {
+    const String line = String::FromUtf8(bytes.substr(0, bytes.find('\n'))).Trim();
+    return line.StartsWith(L"{") && line.EndsWith(L"}");
+}
+
 /// Why nothing may be written or removed there: only where nothing is, or a regular file that has no other
-/// name, does an identifier belong. Empty when it may be.
+/// name, does an identifier belong, and in a directory of the host only where one is already. Empty when it
+/// may be.
 String WhyNotOurs(const String& path) {
     const auto place = corekit::ParentDirectory::Of(path);
     if (!place) return String();
     const auto info = corekit::StatOf(place->At().directory, place->At().name);
     if (!info) return String();
     if (!S_ISREG(info->st_mode)) return L"it is not a regular file";
-    return info->st_nlink == 1 ? String() : String(L"it has other names");
+    if (info->st_nlink != 1) return L"it has other names";
+    if (corekit::CheckRemovable(corekit::Path::GetDirectory(path))) return String();
+    const auto bytes = File::ReadBytes(path, kLargestFile);
+    if (!bytes) return GetErrorMsg(bytes.error());
+    return HoldsIdentifier(*bytes) ? String() : String(L"it holds no identifier");
 }
 
 /// Success when the file holds this text.
@@ -69,14 +83,18 @@ Outcome<> WriteGuidFile(const IniFile& conf, const Settings& settings) {
     return {};
 }
 
+corekit::Result RemoveGuidFile(const IniFile& conf) {
+    const String path = PathIn(conf);
+    if (const auto read = File::ReadBytes(path).Outcome(); IsTransient(read)) return read;
+    return WhyNotOurs(path).IsEmpty() ? File::Remove(path) : corekit::Result();
+}
+
 void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {
     if (settings.IsSet(L"Guid")) return;
     // An identifier that nobody has read, as that of version 5.6, is good while the server stays.
     if (settings.IsYes(L"Upgrade") && !settings.IsSet(L"KSNameChanged")) return;
-    const String path = PathIn(conf);
-    // Nothing else than an identifier of the agent's goes.
-    const corekit::Result removed = WhyNotOurs(path).IsEmpty() ? File::Remove(path) : corekit::Result();
-    if (!removed && !IsNotFound(removed)) Messages::WarnKept(path, GetErrorMsg(removed));
+    const corekit::Result removed = RemoveGuidFile(conf);
+    if (!removed && !IsNotFound(removed)) Messages::WarnKept(PathIn(conf), GetErrorMsg(removed));
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -18,6 +18,10 @@ corekit::String GuidFileText(const corekit::String& guid);
 /// removed next, fails instead.
 Outcome<> WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
+/// Removes the file that a client.conf names, if it is a plain one; in a directory of the host only if it
+/// holds an identifier.
+corekit::Result RemoveGuidFile(const corekit::IniFile& conf);
+
 /// Removes the file that a client.conf names when there is no setting Guid, unless an upgrade keeps its
 /// server: the file is then the installed agent's. Called as soon as that client.conf is in place: a run that
 /// fails before must not cost the machine its identifier, and one that is cut off after it leaves an

@@ -2,9 +2,11 @@
 #include "agents/removal/FileRemoval60.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <functional>
 
 #include "config/ConfiguredDirectories.h"
+#include "config/GuidFile.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
@@ -69,9 +71,15 @@ constexpr const wchar_t* kClientConf = L"etc/client.conf";
 constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
+/// The directory of a store; empty when it is the host's, which holds nothing that is ours.
+String StoreOf(const IniFile& conf, const ConfKey& store) {
+    const String directory = ConfiguredDirectory(conf, store);
+    return corekit::CheckRemovable(directory) == Result(EPERM) ? String() : directory;
+}
+
 void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
     for (const DataFiles& row : kDataFiles) {
-        const String directory = ConfiguredDirectory(conf, row.store);
+        const String directory = StoreOf(conf, row.store);
         String extension = GetValue(conf, row.extensionKey);
         if (extension.IsEmpty()) extension = row.usualExtension;
         if (directory.IsEmpty() || extension.Contains(L"/")) continue;
@@ -79,7 +87,7 @@ void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
         left.Add(pattern, File::RemoveEx(pattern));
     }
     for (const StoredFiles& row : kStoredFiles) {
-        const String directory = ConfiguredDirectory(conf, row.store);
+        const String directory = StoreOf(conf, row.store);
         if (directory.IsEmpty()) continue;
         const String pattern = directory + row.pattern;
         left.Add(pattern, File::RemoveEx(pattern));
@@ -110,11 +118,6 @@ void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
         const String directory = ConfiguredDirectory(conf, store);
         left.Add(directory, Dir::Remove(directory));
     }
-}
-
-void RemoveGuidFile(const IniFile& conf, RemovalOutcome& left) {
-    const String path = GetValue(conf, Key::kGuidFile);
-    if (path.StartsWith(L"/")) left.Add(path, File::Remove(path));
 }
 
 void RemoveEntriesBut(const String& directory, RemovalOutcome& left,
@@ -172,7 +175,8 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     RemoveStoredFiles(oldConf, left);
     RemoveVariableData(oldConf, left);
     RemoveStores(oldConf, left);
-    RemoveGuidFile(oldConf, left);
+    const String guidFile = GetValue(oldConf, Key::kGuidFile);
+    if (guidFile.StartsWith(L"/")) left.Add(guidFile, RemoveGuidFile(oldConf));
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
     const String varDir = ConfiguredDirectory(oldConf, Key::kVar);
     left.Add(varDir, Dir::Remove(varDir));

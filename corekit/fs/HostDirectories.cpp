@@ -48,7 +48,25 @@ constexpr std::array kSharedEntries = {
     HostEntries{L"/usr/lib64", {}}, HostEntries{L"/usr/libexec", {}}, HostEntries{L"/usr/share", {}},
 };
 
+/// So do these, in which the agent may have a directory, too: one of its name, or below another one.
+constexpr std::array kDataEntries = {
+    HostEntries{L"/boot", {}},
+    HostEntries{L"/dev", {}},
+    HostEntries{L"/root", {}},
+    HostEntries{L"/run", {}},
+    HostEntries{L"/usr/include", {}},
+    HostEntries{L"/usr/local/lib", {}},
+    HostEntries{L"/usr/local/share", {}},
+    HostEntries{L"/usr/src", {}},
+    HostEntries{L"/var/cache", {}},
+    HostEntries{L"/var/lib", {}},
+    HostEntries{L"/var/log", {}},
+    HostEntries{L"/var/mail", {}},
+    HostEntries{L"/var/spool", {}},
+};
+
 std::vector<String> ownDirectories;
+std::vector<String> ownNames;
 Descriptor confinement;  // none: removals go wherever they are allowed to
 
 /// True for a directory of `DeclareOwn`, and for one above it.
@@ -92,17 +110,20 @@ Result CheckIsNotTheStandards(const struct stat& directory) {
     return result;
 }
 
-/// EPERM when the directory lies in one whose entries are the host's, and is no own one.
-Result CheckIsNotShared(const Descriptor& directory) {
+/// EPERM when the directory lies in one of those whose entries are the host's, and is no own one.
+Result CheckIsNotShared(const Descriptor& directory, std::span<const HostEntries> shared,
+                        std::span<const String> names) {
     const auto above = OpenAt(directory.Get(), "..", O_PATH | O_DIRECTORY);
     if (!above) return above.error();
     const auto info = StatOf(above->Get());
     if (!info) return info.error();
-    for (const HostEntries& entries : kSharedEntries) {
+    for (const HostEntries& entries : shared) {
         const Result elsewhere = CheckIsNot(entries.directory, *info);
         if (elsewhere) continue;
-        const String self = String::FromUtf8("/proc/self/fd/" + std::to_string(directory.Get()));
-        return elsewhere.Code() == EPERM && IsOwn(self) ? Result() : elsewhere;
+        const String self =
+            Path::Resolve(String::FromUtf8("/proc/self/fd/" + std::to_string(directory.Get())));
+        const bool isOwn = IsOwn(self) || std::ranges::find(names, Path::GetFileName(self)) != names.end();
+        return elsewhere.Code() == EPERM && isOwn ? Result() : elsewhere;
     }
     return Result();
 }
@@ -126,8 +147,9 @@ Result CheckRemovable(const String& directory) {
 Result CheckRemovable(const Descriptor& directory) {
     const auto info = StatOf(directory.Get());
     if (!info) return info.error();
-    const Result allowed = CheckIsNotTheStandards(*info);
-    return allowed ? CheckIsNotShared(directory) : allowed;
+    Result allowed = CheckIsNotTheStandards(*info);
+    if (allowed) allowed = CheckIsNotShared(directory, kSharedEntries, {});
+    return allowed ? CheckIsNotShared(directory, kDataEntries, ownNames) : allowed;
 }
 
 Result CheckInstallable(const String& directory) {
@@ -139,6 +161,10 @@ Result CheckInstallable(const String& directory) {
 
 void DeclareOwn(const String& directory) {
     if (!directory.IsEmpty()) ownDirectories.push_back(directory);
+}
+
+void DeclareOwnName(const String& name) {
+    ownNames.push_back(name);
 }
 
 Result ConfineRemovals(const String& directory) {
@@ -170,6 +196,7 @@ Result CheckConfined(const EntryRef& entry) {
 
 void ForgetOwn() {
     ownDirectories.clear();
+    ownNames.clear();
     confinement = Descriptor();
 }
 

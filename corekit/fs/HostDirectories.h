@@ -12,8 +12,9 @@ namespace corekit {
 
 /// Success for a directory that may be removed, emptied or moved. EPERM for "/" and for the directories of
 /// the host itself: those that the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...), and
-/// what lies directly in /etc, /home, /usr/lib, /usr/lib64, /usr/libexec or /usr/share, unless it is, or
-/// holds, a directory of `DeclareOwn`. It does not matter how the path is spelled or which links and mounts
+/// what lies directly in one that packages and users share (/etc, /home, /usr/share, /var/lib, /root ...),
+/// unless it is, or holds, a directory of `DeclareOwn` or, where that is one for data, has a name of
+/// `DeclareOwnName`. It does not matter how the path is spelled or which links and mounts
 /// lead there. Where the system does not tell which directory it is, the result is why. What does not exist
 /// is no directory of the host.
 Result CheckRemovable(const String& directory);
@@ -27,6 +28,10 @@ Result CheckInstallable(const String& directory);
 /// From now on this directory is the caller's own, even where it lies directly in a directory of the host.
 void DeclareOwn(const String& directory);
 
+/// From now on a directory of this name is the caller's own where it lies directly in one for data, such as
+/// /var/lib or /var/log.
+void DeclareOwnName(const String& name);
+
 /// From now on nothing is removed but this directory and what lies below it, whatever a path looks like and
 /// whichever links lead there: EXDEV for all else. Fails when the directory cannot be opened.
 Result ConfineRemovals(const String& directory);
@@ -34,7 +39,7 @@ Result ConfineRemovals(const String& directory);
 /// Success for an entry that `ConfineRemovals` lets go.
 Result CheckConfined(const EntryRef& entry);
 
-/// Forgets all directories of `DeclareOwn` and `ConfineRemovals`.
+/// Forgets what `DeclareOwn`, `DeclareOwnName` and `ConfineRemovals` have said.
 void ForgetOwn();
 
 /// Whether an operation that the host's directories are closed to is meant for one of them: true of the few

@@ -131,6 +131,27 @@ TEST_F(GuidFile, IsNeitherWrittenNorRemoved_WhenItIsNoRegularFileWithOneName) {
     }
 }
 
+TEST_F(GuidFile, InADirectoryOfTheHostIsOneOnlyIfItHoldsAnIdentifier) {
+    const corekit::IniFile conf(L"client.conf", L"[Configuration]\nguid_guid_file=/var/lib/host/file\n");
+    for (const std::string content : {"", "word\n", "{A} word\n"}) {
+        testfiles::Write("/var/lib/host/file", content);
+        m_settings.Value(L"Guid") = L"{NEW}";
+        const auto output = testsupport::Captured([&] { EXPECT_TRUE(WriteGuidFile(conf, m_settings)); });
+        EXPECT_EQ(output.err, "WARNING! /var/lib/host/file is not written: it holds no identifier.\n");
+        EXPECT_TRUE(RemoveGuidFile(conf));
+        EXPECT_EQ(testfiles::Read("/var/lib/host/file"), content);
+    }
+    testfiles::Write("/var/lib/host/file", "{" + std::string(4096, 'A') + "}");
+    EXPECT_TRUE(RemoveGuidFile(conf));
+    EXPECT_TRUE(testfiles::Exists("/var/lib/host/file"));
+    testfiles::Write("/var/lib/host/file", "{OLD}\r\nnull");
+    EXPECT_TRUE(WriteGuidFile(conf, m_settings));
+    EXPECT_EQ(testfiles::Read("/var/lib/host/file"), "{NEW}\nnull");
+    EXPECT_TRUE(RemoveGuidFile(conf));
+    EXPECT_FALSE(testfiles::Exists("/var/lib/host/file"));
+    std::filesystem::remove("/var/lib/host");
+}
+
 TEST_F(GuidFile, IsNotRemoved_WhenThereIsAnIdentifier) {
     testfiles::Write(m_file, "{OLD}");
     m_settings.Value(L"Guid") = L"{NEW}";

@@ -201,6 +201,19 @@ TEST_F(FileRemoval60, RemovesStoresOutsideTheInstallDirectory) {
     EXPECT_TRUE(Exists("/opt/data/other"));
 }
 
+TEST_F(FileRemoval60, LeavesWhatOtherPackagesKeepInTheHostsDirectoriesOfData) {
+    for (const std::string file : {"a.kse", "Packages/file", "host.GUID"})
+        Write("/var/lib/host/" + file, "x");
+    Remove(
+        "installdir=/opt/agent\nvar=/var/lib/host\nevent_queue_dir=/var/lib/host\n"
+        "task_storage_path=/var/lib/host\nswd_storage_path=/var/lib/host\n"
+        "package_storage_path=/var/lib/host\nguid_guid_file=/var/lib/host/host.GUID\n");
+    for (const std::string file : {"a.kse", "Packages/file", "host.GUID"})
+        EXPECT_TRUE(Exists("/var/lib/host/" + file)) << file;
+    EXPECT_FALSE(Exists(kAgent));
+    std::filesystem::remove_all("/var/lib/host");
+}
+
 TEST_F(FileRemoval60, ReadsEverythingBeforeItsClientConfGoes) {
     Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
     Write("/opt/agent/var/queue/a.kse", "");

@@ -179,6 +179,29 @@ TEST(HostDirectories, HoldWhatLiesDirectlyInTheDirectoriesThatManyShare) {
     }
 }
 
+TEST(HostDirectories, HoldWhatLiesDirectlyInThoseOfDataUnlessItHasANameOfOurs) {
+    for (const char* parent :
+         {"/root", "/run", "/usr/local/lib", "/var/cache", "/var/lib", "/var/log", "/var/spool"}) {
+        const std::string path = std::string(parent) + "/host-entry";
+        const String entry = String::FromUtf8(path);
+        fs::create_directories(path + "/below");
+        EXPECT_TRUE(IsHostDirectory(entry)) << path;
+        EXPECT_FALSE(IsHostDirectory(entry + L"/below")) << path;
+        EXPECT_FALSE(NamesHost(entry)) << path;  // a file of the administrator's may lie there
+        corekit::DeclareOwnName(L"host-entry");
+        EXPECT_FALSE(IsHostDirectory(entry)) << path;
+        corekit::ForgetOwn();
+        corekit::DeclareOwn(entry + L"/below");
+        EXPECT_FALSE(IsHostDirectory(entry)) << path;
+        corekit::ForgetOwn();
+        fs::remove_all(path);
+    }
+    fs::create_directories("/etc/host-entry");
+    corekit::DeclareOwnName(L"host-entry");
+    EXPECT_TRUE(IsHostDirectory(L"/etc/host-entry"));
+    fs::remove("/etc/host-entry");
+}
+
 TEST(HostDirectories, HoldTheHomesOfUsers) {
     EXPECT_TRUE(NamesHost(L"/home/somebody"));
 }
