@@ -126,6 +126,96 @@ rounds_of() {
     done
 }
 
+# in_a_home ARGUMENT ...: an agent that is installed in somebody's home, and the command, while the whole directory is
+# exchanged for a link.
+in_a_home() {
+    local round
+    mount -t tmpfs -o mode=0755 tmpfs /home
+    given_a_big_treasure
+    theirs=/home/alice
+    agent=$theirs/agent
+    for ((round = 0; round < ${QDN_ROUNDS:-4}; round++)); do
+        forget_the_agent
+        rm -rf "$theirs"
+        given_an_old_agent 6.2 "$agent"
+        given_the_package "$agent"
+        given_plain_xml /tmp "$agent"
+        ln -s /root/treasure "$agent.link"
+        chown -R -h 65534:65534 "$theirs" 2>/dev/null || chmod 0777 "$theirs"
+        begin_to_swap agent
+        status=0
+        timeout 60 "$program" "$@" >"$desk/out" 2>"$desk/err" || status=$?
+        end_to_swap
+        [ "$status" -le 1 ] || fail "status $status while the home was exchanged"
+        expect_treasure
+        expect_no_secret_copied
+    done
+}
+
+@test "a clean of an agent in a home, while it is exchanged for a link, touches nothing of root's" {
+    in_a_home -clean /home/alice/agent
+}
+
+@test "an upgrade of an agent in a home, while it is exchanged for a link, touches nothing of root's" {
+    in_a_home -configure -noimode -dir /home/alice/agent
+}
+
+@test "directories in /tmp, /var/tmp and /run/lock, while they are exchanged for links, lead no run to anything of root's" {
+    local place command round
+    given_a_big_treasure
+    mkdir -p /run/lock
+    chmod 1777 /run/lock
+    for ((round = 0; round < ${QDN_ROUNDS:-1}; round++)); do
+        for place in /tmp/ksclt /var/tmp/theirs /run/lock/theirs; do
+            for command in "-configure -noimode" "-clean $agent"; do
+                forget_the_agent
+                rm -rf "$place" "$place.link"
+                given_an_old_agent 6.2
+                given_the_package
+                given_plain_xml
+                sed -i -E "s,^(event_queue_dir|tmpdir|var)=.*,\1=$place," "$agent/etc/client.conf"
+                mkdir -m 0777 "$place"
+                touch "$place"/{one.kse,.migrate-client.conf,.reinstall-client.conf}
+                ln -s /root/treasure "$place.link"
+                chown -R -h 65534:65534 "$place" "$place.link" 2>/dev/null || true
+                theirs=$(dirname "$place")
+                begin_to_swap "$(basename "$place")"
+                status=0
+                # shellcheck disable=SC2086 # words on purpose
+                timeout 60 "$program" $command >"$desk/out" 2>"$desk/err" || status=$?
+                end_to_swap
+                [ "$status" -le 1 ] || fail "status $status of $command while $place was exchanged"
+                expect_treasure
+                expect_no_secret_copied
+            done
+        done
+    done
+}
+
+@test "a clean of a store to which somebody keeps adding files ends, and what stays is told" {
+    local feeder stranger=(setpriv --reuid 65534 --regid 65534 --clear-groups)
+    "${stranger[@]}" true 2>/dev/null || stranger=(env) # only root exists here
+    given_an_old_agent 6.2
+    chmod 0777 "$agent/var/queue"
+    "${stranger[@]}" /usr/bin/python3 -c '
+import itertools, os, sys
+for number in itertools.count():
+    try: os.close(os.open(f"{sys.argv[1]}/{number}.kse", os.O_CREAT | os.O_WRONLY))
+    except OSError: pass' "$agent/var/queue" &
+    feeder=$!
+    status=0
+    timeout 120 "$program" -clean "$agent" >"$desk/out" 2>"$desk/err" || status=$?
+    kill "$feeder"
+    wait "$feeder" || true
+    expect_status 0
+    if [ -e "$agent/var/queue" ]; then
+        grep -q "^WARNING! $agent/var/queue" "$desk/err"
+        grep -qx "WARNING! $agent/etc/client.conf is kept: not everything could be removed." "$desk/err"
+        qdn_configure -clean "$agent"
+    fi
+    expect_missing "$agent"
+}
+
 # Without that, a rig that never meets the moment would show nothing.
 @test "what removes by paths is led astray by the same exchange" {
     local round
