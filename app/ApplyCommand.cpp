@@ -1,6 +1,7 @@
 // The command -apply: rehearse, show, ask, save, do, watch, and put back.
 #include "app/ApplyCommand.h"
 
+#include <algorithm>
 #include <charconv>
 #include <nlohmann/json.hpp>
 #include <unistd.h>
@@ -13,7 +14,6 @@
 #include "apply/Restore.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
-#include "corekit/os/Console.h"
 #include "corekit/os/Sys.h"
 #include "integration/AgentProcess.h"
 #include "run/Args.h"
@@ -28,7 +28,6 @@ using Json = nlohmann::ordered_json;
 
 namespace {
 
-constexpr const char* kFormat = "qdn-configure/apply/1";
 constexpr unsigned kShortestWait = 2;
 constexpr unsigned kLongestWait = 3600;
 
@@ -70,6 +69,8 @@ std::optional<std::size_t> ApplyCommand::ParseOptions(const std::vector<String>&
             m_options.json = true;
         } else if (arguments[at] == L"-yes") {
             m_options.yes = true;
+        } else if (arguments[at] == L"-or-plainly") {
+            m_options.orPlainly = true;
         } else if (arguments[at] == L"-plan" && hasValue) {
             m_options.planFile = arguments[++at];
         } else if (arguments[at] == L"-wait" && hasValue) {
@@ -80,7 +81,8 @@ std::optional<std::size_t> ApplyCommand::ParseOptions(const std::vector<String>&
             break;
         }
     }
-    return at;
+    // What a command does by itself makes no document.
+    return m_options.json && m_options.orPlainly ? std::nullopt : std::optional(at);
 }
 
 unsigned ApplyCommand::Run(const std::vector<String>& arguments) {
@@ -100,22 +102,38 @@ unsigned ApplyCommand::Run(const std::vector<String>& arguments) {
 
 unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
     if (geteuid() != 0) return EndFailed(Failure{L"qdn-configure has to be run as root.", {}});
-    const RunLock lock;
-    if (lock.IsTaken()) return EndFailed({String(kAnotherRun).Trim(), {}});
+    std::optional<RunLock> lock(std::in_place);
+    if (lock->IsTaken()) return EndFailed({String(kAnotherRun).Trim(), {}});
     if (const auto finished = Apply::FinishFormerApply(); !finished) return EndFailed(finished.error());
     m_runningAgent = FindRunningAgent(m_command.Word(), arguments);
     if (const auto rehearsed = Rehearse(arguments); !rehearsed) return EndFailed(rehearsed.error());
+    if (m_options.orPlainly && !m_rehearsed.wasPossible) {
+        lock.reset();  // the command takes it itself
+        return RunPlainly(arguments);
+    }
     if ((*m_document)["status"] == kUsageError) {
         TellErrors(*m_document);
         m_isWrongUse = true;
         return kUsageError;
     }
-    if (const auto checked = CheckRehearsal(); !checked) return EndFailed(checked.error());
-    const bool isShown = !m_options.json || !m_options.yes;
+    if (const auto checked = CheckRehearsal(); !checked) {
+        TellWarnings(*m_document);
+        return EndFailed(checked.error());
+    }
+    Args::bQuiet = std::ranges::count(arguments, String(L"-quiet")) > 0;
+    const bool isShown = !m_options.yes || (!m_options.json && !Args::bQuiet);
     const String report = Preview::TextReport(*m_document, ColoursOfOutput(), Preview::Output::SeenAlready);
     if (isShown) m_options.json ? Messages::Warn(report) : Messages::Tell(report);
     if (!m_options.yes && !IsAgreed()) return EndFailed(Failure{L"Nothing has been changed.", {}});
     return Attempt(arguments);
+}
+
+/// Where nothing can be rehearsed, nothing is known that could be saved: the command does what it does alone.
+unsigned ApplyCommand::RunPlainly(const std::vector<String>& arguments) {
+    Messages::Warn(L"WARNING! " + String::FromUtf8((*m_document)["error"].get<std::string>()) +
+                   L"\n  The command runs all the same; what fails half-way is not put back.\n");
+    m_isWrongUse = true;  // its usage is the command's
+    return m_command->Run(arguments);
 }
 
 Outcome<> ApplyCommand::Rehearse(const std::vector<String>& arguments) {
@@ -228,6 +246,7 @@ Apply::ToSave ApplyCommand::WhatToSave() const {
     Apply::ToSave what;
     what.names = m_rehearsed.names;
     what.ownDirs = m_rehearsed.places;
+    what.withOneName = m_rehearsed.identifiers;
     what.runningAgent = m_runningAgent.Utf8();
     for (const String& directory : {InstallDir(), m_runningAgent}) {
         if (!directory.IsEmpty()) what.agentDirs.push_back(directory.Utf8());
@@ -241,55 +260,6 @@ String ApplyCommand::InstallDir() const {
         if (setting["name"] == "InstallDir") return String::FromUtf8(setting["value"].get<std::string>());
     }
     return String();
-}
-
-unsigned ApplyCommand::EndFailed(const Failure& failure) {
-    m_result.error = failure.text.IsEmpty() ? String(L"Agent configuration failed.") : failure.text;
-    static_cast<void>(Report(failure));
-    if (m_result.wasRestored) Messages::Warn(L"  The host has been put back as it was.\n");
-    if (m_result.hasKeptFiles)
-        Messages::Warn(String(L"  The files of the attempt are in %1.\n").Arg(Apply::kFailedDir));
-    return End();
-}
-
-unsigned ApplyCommand::End() {
-    const unsigned status = m_result.error.IsEmpty() ? kSuccess : kFailure;
-    if (!m_options.json) return status;
-    Json document = {
-        {"format", kFormat}, {"status", status}, {"error", nullptr}, {"restored", m_result.wasRestored}};
-    if (status != kSuccess) document["error"] = m_result.error.Utf8();
-    document["kept"] = nullptr;
-    if (m_result.hasKeptFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
-    document["preview"] = m_document ? Json::parse(Preview::Printed(*m_document)) : Json(nullptr);
-    document["agent"] = {{"running", m_result.agent.has_value()}, {"pid", nullptr}};
-    if (m_result.agent) document["agent"]["pid"] = *m_result.agent;
-    constexpr int kIndentation = 2;
-    corekit::Console::Out(document.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + "\n");
-    return status;
-}
-
-void ApplyCommand::Usage(const String& prefix) const {
-    if (m_options.json) Messages::Tell(kBanner);  // there is no document that it would disturb
-    if (m_isWrongUse) return m_command->Usage(prefix + L" " + m_command.Word());
-    Messages::Tell(
-        prefix + L" [-json] [-yes] [-plan <file>] [-wait <seconds>] <command> [options of the command]\n\n" +
-        Description() +
-        L"\n\n"
-        L"Options:\n\n"
-        L"-json\n"
-        L"\t[optional] Write one JSON document instead of text.\n\n"
-        L"-yes\n"
-        L"\t[optional] Do not ask; needed where there is no terminal.\n\n"
-        L"-plan <file>\n"
-        L"\t[optional] Refuse if it would do anything but what this document of -preview -out says.\n\n"
-        L"-wait <seconds>\n"
-        L"\t[optional] How long a started agent may take until it stays up: 2 to 3600, usually 10.\n\n"
-        L"<command>\n"
-        L"\t-configure, -iconfigure or -clean, with its options.\n\n");
-}
-
-String ApplyCommand::Description() const {
-    return L"Have a command take effect as a whole, or leave the host as it was.";
 }
 
 }  // namespace Zorvane::AgentInstaller

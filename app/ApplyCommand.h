@@ -24,6 +24,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     struct Options {
         bool json = false;
         bool yes = false;
+        bool orPlainly = false;
         corekit::String planFile;
         unsigned wait = 10;  // seconds
     };
@@ -38,6 +39,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     std::optional<std::size_t> ParseOptions(const std::vector<corekit::String>& arguments);
 
     unsigned Apply(const std::vector<corekit::String>& arguments);
+    unsigned RunPlainly(const std::vector<corekit::String>& arguments);
     Outcome<> Rehearse(const std::vector<corekit::String>& arguments);
     Outcome<> CheckRehearsal() const;
     void TellRecord(const std::vector<corekit::String>& arguments);

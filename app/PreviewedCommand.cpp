@@ -54,7 +54,8 @@ std::string Packed(const std::string& document, const Preview::TouchedNames& nam
     for (const Preview::MovedDirectory& move : names.moves)
         packed["moves"].push_back(Json::array({move.from, move.to}));
     const Json record = Json::parse(result, nullptr, false);
-    for (const char* list : {"places", "answers"}) packed[list] = record.value(list, Json::array());
+    for (const char* list : {"places", "identifiers", "answers"})
+        packed[list] = record.value(list, Json::array());
     std::string bytes;
     Json::to_cbor(packed, bytes);
     return bytes;
@@ -68,6 +69,7 @@ RehearsedRun Unpacked(const std::string& bytes) {
         run.names.names.push_back({name[0], static_cast<Preview::Touch>(name[1].get<int>())});
     for (const Json& move : packed["moves"]) run.names.moves.push_back({move[0], move[1]});
     for (const Json& place : packed["places"]) run.places.push_back(place);
+    for (const Json& identifier : packed["identifiers"]) run.identifiers.push_back(identifier);
     for (const Json& answer : packed["answers"])
         run.answers.push_back(String::FromUtf8(answer.get<std::string>()));
     return run;
@@ -110,14 +112,21 @@ RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, co
     };
     const auto told = Preview::Rehearse(run, tell, audience);
     if (told) return Unpacked(*told);
-    return {Preview::MakeFailedDocument(request, told.error().text.Utf8()), {}, {}, {}};
+    RehearsedRun failed;
+    failed.wasPossible = !told.error().text.StartsWith(Preview::kNotPossible);
+    failed.document = Preview::MakeFailedDocument(request, told.error().text.Utf8());
+    return failed;
+}
+
+void TellWarnings(const Json& document) {
+    for (const Json& warning : document["warnings"])
+        Messages::Warn(String::FromUtf8(warning.get<std::string>()) + L"\n");
 }
 
 void TellErrors(const Json& document) {
-    const auto tell = [](const std::string& text) { Messages::Warn(String::FromUtf8(text) + L"\n"); };
-    for (const Json& warning : document["warnings"]) tell(warning.get<std::string>());
+    TellWarnings(document);
     if (document["error"].is_string())
-        tell(std::string("ERROR") + ": " + document["error"].get<std::string>());
+        Messages::Warn(L"ERROR: " + String::FromUtf8(document["error"].get<std::string>()) + L"\n");
 }
 
 Preview::Colours ColoursOfOutput() {
@@ -141,12 +150,20 @@ void AddStores(const String& installDir, Json& stores) {
     }
 }
 
+/// The file of the identifier that a client.conf names.
+void AddIdentifier(const String& installDir, Json& identifiers) {
+    const corekit::IniFile conf(installDir + Names::kClientConf);
+    const String path = GetValue(conf, Key::kGuidFile);
+    if (!path.IsEmpty()) identifiers.push_back(path.Utf8());
+}
+
 /// The keys of the client.conf that was made of these settings; null where it is not in its place.
 Json ConfigurationOf(const Settings& settings) {
     const String path = settings.Get(kInstallDir) + Names::kClientConf;
     const corekit::IniFile conf(path);
+    const corekit::IniFile packageTemplate(settings.Get(kInstallDir) + Names::kClientProto);
     if (!conf.ReadResult()) return nullptr;
-    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(conf, settings.Keys())}};
+    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(conf, packageTemplate, settings.Keys())}};
 }
 
 void AddPlaces(const Settings& settings, Json& places) {
@@ -162,9 +179,11 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
     Rehearsal::bIsOn = true;
     Json record = {{"settings", Json::array()}, {"client_conf", nullptr}, {"stores", Json::array()}};
     record["places"] = Json::array();
+    record["identifiers"] = Json::array();
     // The directory that -clean is given; its stores can be told before it goes only.
     if (!arguments.empty() && arguments.front().StartsWith(L"/")) {
         AddStores(arguments.front(), record["stores"]);
+        AddIdentifier(arguments.front(), record["identifiers"]);
         record["places"].push_back(arguments.front().Utf8());
     }
     record["status"] = command.Run(arguments);
@@ -176,6 +195,9 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
         record["settings"] = Preview::SettingsList(*settings);
         AddStores(installDir, record["stores"]);
         AddPlaces(*settings, record["places"]);
+        AddIdentifier(installDir, record["identifiers"]);
+        if (settings->IsSet(L"Guid"))
+            record["identifiers"].push_back(settings->Record(L"Guid").used.source.name.Utf8());
         if (record["status"] == kSuccess) record["client_conf"] = ConfigurationOf(*settings);
     }
     return record.dump(-1, ' ', false, Json::error_handler_t::replace);

@@ -19,9 +19,11 @@ inline constexpr const wchar_t* kBanner = L"Zorvane Agent for UNIX and Linux Con
 
 /// What a rehearsal found.
 struct RehearsedRun {
+    bool wasPossible = true;               // false: nothing can be rehearsed here, whatever the command does
     std::string document;                  // Preview::MakeDocument's, or Preview::MakeFailedDocument's
     Preview::TouchedNames names;           // that the run has touched
     std::vector<std::string> places;       // directories that the settings name
+    std::vector<std::string> identifiers;  // files that hold the identifier of the host
     std::vector<corekit::String> answers;  // to the questions of the run
 };
 
@@ -48,7 +50,8 @@ class PreviewedCommand {
     std::unique_ptr<ChangingCommand> m_command;
 };
 
-/// Tells again what the rehearsed command said on standard error.
+/// Tells again what the rehearsed command said on standard error: of what it warned, or all of it.
+void TellWarnings(const nlohmann::ordered_json& document);
 void TellErrors(const nlohmann::ordered_json& document);
 
 /// Colours on a terminal, unless nobody wants any.

@@ -158,6 +158,10 @@ Outcome<> Discard() {
         if (const Result removed = RemoveIfThere(path); !removed)
             return FailBecause(L"What -apply had saved cannot be removed.", path, removed);
     }
+    // What is left now are notes that were not written to their end.
+    for (const corekit::FileInfo& entry : corekit::Dir::Entries(kStateDir, String())) {
+        if (entry.path != kFailedDir) Forgive(RemoveIfThere(entry.path));
+    }
     // It stays where the files of an attempt that failed are in it.
     Forgive(corekit::Dir::RemoveIfEmpty(kStateDir));
     return {};

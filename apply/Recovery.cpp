@@ -57,7 +57,11 @@ Outcome<> FinishFormerApply() {
     if (Rehearsal::bIsAttempt) return {};
     const Outcome<Phase> phase = FindPhase();
     if (!phase) return phase.error();
-    if (*phase == Phase::None) return {};
+    if (*phase == Phase::None) {
+        // One that was killed at its beginning or its very end may have left its directory.
+        Forgive(Discard());
+        return {};
+    }
     if (*phase != Phase::Over) {
         if (Outcome<> undone = Undo(); !undone) return undone;
     }

@@ -107,7 +107,8 @@ Result Saver::Keep(SavedEntry& entry, Touch touch) const {
         Result linked = Keeping::LinkTree(path, saved, isLeftOut);
         return linked ? Keeping::SetAttributes(saved, entry.state.attributes) : linked;
     }
-    if (isElsewhere || isOthers || touch == Touch::Edit) {
+    const bool mayHaveOneName = std::ranges::count(m_what.withOneName, entry.path) > 0;
+    if (isElsewhere || isOthers || mayHaveOneName || touch == Touch::Edit) {
         const Result copied = Keeping::Copy(path, saved);
         return copied ? Keeping::SetAttributes(saved, entry.state.attributes) : copied;
     }

@@ -12,7 +12,8 @@ namespace Zorvane::AgentInstaller::Preview {
 
 using corekit::String;
 
-nlohmann::ordered_json KeysOf(const corekit::IniFile& clientConf, const KeySources& sources) {
+nlohmann::ordered_json KeysOf(const corekit::IniFile& clientConf, const corekit::IniFile& packageTemplate,
+                              const KeySources& sources) {
     auto keys = nlohmann::ordered_json::array();
     std::set<std::pair<String, String>> seen;
     for (const auto& entry : clientConf.AllEntries()) {
@@ -20,10 +21,12 @@ nlohmann::ordered_json KeysOf(const corekit::IniFile& clientConf, const KeySourc
         if (!seen.insert(name).second) continue;
         const std::string value = entry.value.Utf8();
         const bool isSecret = IsSecretName(entry.key.Utf8()) && !value.empty();
+        const bool isUsual = packageTemplate.GetValue(entry.section, entry.key) == entry.value;
         const auto source = sources.find(name);
         keys.push_back({{"section", entry.section.Utf8()},
                         {"key", entry.key.Utf8()},
                         {"value", isSecret ? std::string(kMask) : value},
+                        {"usual", isUsual},
                         {"source", SourceAsJson(source == sources.end() ? Source() : source->second)}});
     }
     return keys;

@@ -8,8 +8,10 @@
 
 namespace Zorvane::AgentInstaller::Preview {
 
-/// Each key once, in the file's order, with its section, its value and where that is from; of two same keys
-/// the first counts. Values of passwords are masked.
-nlohmann::ordered_json KeysOf(const corekit::IniFile& clientConf, const KeySources& sources);
+/// Each key once, in the file's order, with its section, its value, where that is from, and whether it is
+/// the usual one: that of the package's template, which is empty where the template has none. Of two same
+/// keys the first counts. Values of passwords are masked.
+nlohmann::ordered_json KeysOf(const corekit::IniFile& clientConf, const corekit::IniFile& packageTemplate,
+                              const KeySources& sources);
 
 }  // namespace Zorvane::AgentInstaller::Preview

@@ -8,6 +8,7 @@
 #include "corekit/text/Encoding.h"
 #include "preview/Diff.h"
 #include "preview/Secrets.h"
+#include "preview/Touched.h"
 #include "preview/UpperLayer.h"
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -20,10 +21,6 @@ namespace {
 constexpr const char* kActions[] = {"create", "replace", "change", "remove", "move"};
 constexpr const char* kTypes[] = {"file", "directory", "link", "other"};
 constexpr const char* kSecret = "secret";  // marks a file with masked values, until the document leaves
-
-// The lock of a run; it is there only while the run is.
-constexpr const char* kLocks[] = {"/run/qdn-configure.lock", "/var/lock/qdn-configure.lock",
-                                  "/run/lock/qdn-configure.lock", "/etc/qdn-configure.lock"};
 
 std::string Base64(const std::string& bytes) {
     constexpr const char* kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
@@ -77,7 +74,7 @@ std::vector<Change> ChangesOf(const HostCopy& copy) {
     std::vector<Change> all;
     for (const Layer& layer : copy.Layers()) {
         for (Change& change : ReadChanges(layer)) {
-            if (std::ranges::find(kLocks, change.path) == std::end(kLocks)) all.push_back(std::move(change));
+            if (!IsNoEffect(change.path)) all.push_back(std::move(change));
         }
     }
     std::ranges::stable_sort(all, {}, &Change::path);
@@ -180,7 +177,7 @@ Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, 
     if (!record.is_object()) return Fail(L"The preview failed: the command has not said how it ended.");
     for (const std::string& place : StringsOf(record["places"])) {
         if (const Mount* mount = copy.Uncopied(place))
-            return Fail(L"A preview is not possible here: " +
+            return Fail(String(kNotPossible) +
                         String::FromUtf8(place + " is on a file system (" + mount->type + " at " +
                                          mount->point +
                                          ") that cannot be copied; choose a directory on another one."));

@@ -45,7 +45,7 @@ constexpr std::string_view kNeededDirs[] = {"/", "/etc", "/etc/init.d", "/usr/bi
 constexpr const char* kDevices[] = {"null", "zero", "full", "random", "urandom", "tty"};
 
 Failure Impossible(const String& why) {
-    return Fail(L"A preview is not possible here: " + why);
+    return Fail(String(kNotPossible) + why);
 }
 
 Failure Impossible(const String& why, const Result& cause) {

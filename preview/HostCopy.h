@@ -9,6 +9,9 @@
 
 namespace Zorvane::AgentInstaller::Preview {
 
+/// How the text of a failure begins when nothing can be rehearsed here, whatever the command does.
+inline constexpr const wchar_t* kNotPossible = L"A preview is not possible here: ";
+
 /// One file system of the host and its copy. All are paths of the process that built the copy.
 struct Layer {
     std::string point;   // where the host has it mounted

@@ -101,8 +101,8 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
     if (!inTime) return Fail(L"The preview failed: the command has not ended within ten minutes.");
     if (m_wasFull || m_copy.IsFull())
-        return Fail(
-            L"The preview failed: what the command writes does not fit into a quarter of the memory.");
+        return Fail(String(kNotPossible) +
+                    L"what the command writes does not fit into a quarter of the memory.");
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
         return Fail(L"The preview failed: the command was ended by a signal.");
     return m_rehearsal;
@@ -201,10 +201,9 @@ Outcome<std::string> Rehearse(
     }
     if (child < 0) {
         const Result cause = Result::FromErrno();
-        return Fail(
-            L"A preview is not possible here: the kernel gives no namespaces; run it as root, outside of a "
-            L"container (" +
-            GetErrorMsg(cause) + L").");
+        return Fail(String(kNotPossible) +
+                    L"the kernel gives no namespaces; run it as root, outside of a container (" +
+                    GetErrorMsg(cause) + L").");
     }
     answer.writer = Descriptor();
     Outcome<std::string> told = ReadAnswer(answer.reader);

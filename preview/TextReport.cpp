@@ -63,18 +63,20 @@ std::string SourceText(const Json& holder) {
     return kind == "package-manager" ? "package manager" : kind;
 }
 
-/// "-rwxr-xr-x" without the type: "rwxr-xr-x", with the bits of others' rights as ls shows them.
-std::string ModeText(const std::string& octal) {
+/// "-rwxr-xr-x", as ls shows the mode of a file of this type.
+std::string ModeText(const std::string& type, const std::string& octal) {
     const unsigned mode = static_cast<unsigned>(std::strtoul(octal.c_str(), nullptr, 8));
-    std::string text = "rwxrwxrwx";
+    std::string text = "-rwxrwxrwx";
     for (unsigned bit = 0; bit < 9; ++bit) {
-        if ((mode >> (8 - bit) & 1U) == 0) text[bit] = '-';
+        if ((mode >> (8 - bit) & 1U) == 0) text[bit + 1] = '-';
     }
+    if (type == "directory") text[0] = 'd';
+    if (type == "link") text[0] = 'l';
     constexpr struct {
         unsigned bit;
         std::size_t at;
         char letter;
-    } kSpecial[] = {{04000, 2, 's'}, {02000, 5, 's'}, {01000, 8, 't'}};
+    } kSpecial[] = {{04000, 3, 's'}, {02000, 6, 's'}, {01000, 9, 't'}};
     for (const auto& row : kSpecial) {
         if ((mode & row.bit) != 0)
             text[row.at] = text[row.at] == 'x' ? row.letter : static_cast<char>(row.letter - 32);
@@ -82,8 +84,8 @@ std::string ModeText(const std::string& octal) {
     return text;
 }
 
-std::string AccessText(const Json& state) {
-    return ModeText(Text(state, "mode")) + " " + std::to_string(state.value("uid", 0U)) + ":" +
+std::string AccessText(const std::string& type, const Json& state) {
+    return ModeText(type, Text(state, "mode")) + " " + std::to_string(state.value("uid", 0U)) + ":" +
            std::to_string(state.value("gid", 0U));
 }
 
@@ -149,17 +151,23 @@ void Report::AddRows(const std::vector<Row>& rows) {
     }
 }
 
-/// A setting that is empty because nobody gives it a value is not worth a line.
+/// A setting that is empty because nobody gives it a value is not worth a line, nor is a default that was
+/// overridden.
 void Report::AddSettings() {
     std::vector<Row> rows;
     for (const Json& setting : m_document["settings"]) {
         Row row = RowOf(setting, Text(setting, "name"));
         if (const auto unused = setting.find("unused"); unused != setting.end()) {
-            for (const Json& value : *unused)
-                row.notes.push_back("not used: " + Shown(Text(value, "value")) + " (" + SourceText(value) +
-                                    ")");
+            for (const Json& value : *unused) {
+                const std::string lost = Shown(Text(value, "value"));
+                const std::string source = SourceText(value);
+                if (source != "default")
+                    row.notes.push_back("not used: " + lost + " (" + source + ")");
+                else if (lost != row.value)
+                    row.source += " (default: " + lost + ")";
+            }
         }
-        if (!row.value.empty() || row.source != "default" || !row.notes.empty())
+        if (!row.value.empty() || SourceText(setting) != "default" || !row.notes.empty())
             rows.push_back(std::move(row));
     }
     if (rows.empty()) return;
@@ -167,41 +175,41 @@ void Report::AddSettings() {
     AddRows(rows);
 }
 
-/// The keys that neither a setting nor the package's template gives a value; of the others there are only the
-/// numbers.
+/// The keys that have values of their own: neither a setting's nor what the package's template has. Of the
+/// others there are only the numbers.
 void Report::AddKeys() {
     if (!m_document["client_conf"].is_object()) return;
     std::vector<Row> rows;
     std::size_t fromSettings = 0;
-    std::size_t fromTemplate = 0;
+    std::size_t usual = 0;
     for (const Json& key : m_document["client_conf"]["keys"]) {
         const std::string kind = Text(key["source"], "kind");
-        fromSettings += kind == "setting" ? 1 : 0;
-        fromTemplate += kind == "template" ? 1 : 0;
-        if (kind == "setting" || kind == "template") continue;
         Row row = RowOf(key, "[" + Text(key, "section") + "] " + Text(key, "key"));
-        if (!row.value.empty()) rows.push_back(std::move(row));
+        if (kind == "setting") {
+            ++fromSettings;
+        } else if (kind == "template" || key.value("usual", false)) {
+            ++usual;
+        } else {
+            rows.push_back(std::move(row));
+        }
     }
     AddTitle("Keys of client.conf");
     AddRows(rows);
     m_text += std::string("  ") + (rows.empty() ? "" : "and ") + std::to_string(fromSettings) +
-              " from the settings, " + std::to_string(fromTemplate) + " from the package's template\n";
+              " from the settings, " + std::to_string(usual) + " as in the package's template\n";
 }
 
 std::string Report::ChangeLine(const Json& change) const {
     const std::string action = Text(change, "action");
+    const std::string type = Text(change, "type");
     const auto* const word = std::ranges::find(kActions, action, &ActionWord::action);
     const Json& shown = change["after"].is_null() ? change["before"] : change["after"];
     std::string line = "  " + Coloured(Padded(action, 7), word == std::end(kActions) ? "" : word->colour) +
-                       "  " +
-                       (Text(change, "type") == "directory" ? "d"
-                        : Text(change, "type") == "link"    ? "l"
-                                                            : "-") +
-                       AccessText(shown) + "  " + Shown(Text(change, "path"));
+                       "  " + AccessText(type, shown) + "  " + Shown(Text(change, "path"));
     if (const std::string to = Text(change, "to"); !to.empty()) line += " => " + Shown(to);
     if (const std::string target = Text(shown, "target"); !target.empty()) line += " -> " + Shown(target);
-    if (action == "change" && AccessText(change["before"]) != AccessText(shown))
-        line += " (was " + AccessText(change["before"]) + ")";
+    if (action == "change" && AccessText(type, change["before"]) != AccessText(type, shown))
+        line += " (was " + AccessText(type, change["before"]) + ")";
     const auto entries = change.find("entries");
     if (entries != change.end() && entries->is_number() && *entries != 0)
         line += " (with " + std::to_string(entries->get<std::uint64_t>()) +

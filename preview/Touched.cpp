@@ -68,11 +68,21 @@ void TouchedReader::Walk(const std::string& path, const Before& before) {
 
 }  // namespace
 
+bool IsNoEffect(const std::string& path) {
+    // The lock is there only while the run is.
+    constexpr std::string_view kNone[] = {"/run/qdn-configure.lock",
+                                          "/var/lock/qdn-configure.lock",
+                                          "/run/lock/qdn-configure.lock",
+                                          "/etc/qdn-configure.lock",
+                                          "/var/lib/rpm",
+                                          "/usr/lib/sysimage/rpm"};
+    return std::ranges::any_of(kNone, [&](std::string_view none) { return IsAtOrBelow(path, none); });
+}
+
 TouchedNames ReadTouched(const HostCopy& copy) {
     TouchedNames names;
     for (const Layer& layer : copy.Layers()) TouchedReader(layer, names).Read();
-    std::erase_if(names.names,
-                  [](const Touched& name) { return name.path.ends_with("/qdn-configure.lock"); });
+    std::erase_if(names.names, [](const Touched& name) { return IsNoEffect(name.path); });
     std::ranges::stable_sort(names.names, {}, &Touched::path);
     std::ranges::stable_sort(names.moves, {}, &MovedDirectory::from);
     return names;

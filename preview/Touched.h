@@ -31,7 +31,11 @@ struct TouchedNames {
     std::vector<MovedDirectory> moves;
 };
 
-/// The names of all file systems of the copy; the lock of a run is left out.
+/// True for what is no effect of a command: the lock of a run, and the databases of package managers, whose
+/// tools write to them when they are only asked.
+bool IsNoEffect(const std::string& path);
+
+/// The names of all file systems of the copy, but for those.
 TouchedNames ReadTouched(const HostCopy& copy);
 
 }  // namespace Zorvane::AgentInstaller::Preview

@@ -22,7 +22,7 @@ inline bool bStartsAgent = false;  // the rehearsed run would have started the a
 /// The run takes effect, and its caller watches the agent and undoes the run if need be.
 inline bool bIsAttempt = false;
 
-inline std::vector<corekit::String> answers;  // lines that the rehearsed run got as answers
+inline std::vector<corekit::String> answers;  // lines that the rehearsal took as answers
 inline std::deque<corekit::String> replayed;  // answers of a rehearsal that an attempt takes in their turn
 
 }  // namespace Zorvane::AgentInstaller::Rehearsal

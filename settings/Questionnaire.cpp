@@ -78,17 +78,17 @@ void Store(const String& answer, const Question& question, Settings& settings) {
     if (question.key == L"Upgrade" && answer == L"no") settings.Reset(*DefaultSettings(), kNotReset);
 }
 
-/// A line from standard input, or the one that was typed at the rehearsal.
+/// Shows a part of the dialogue, unless that was led at the rehearsal.
+void Show(const String& text) {
+    if (Rehearsal::replayed.empty()) Messages::Tell(text);
+}
+
+/// A line from standard input, or the one that was accepted at the rehearsal.
 Sys::Line ReadAnswer(String& line) {
-    if (!Rehearsal::replayed.empty()) {
-        line = Rehearsal::replayed.front();
-        Rehearsal::replayed.pop_front();
-        Messages::Tell(Messages::Shown(line.Trim()) + L"\n");
-        return Sys::Line::Whole;
-    }
-    const Sys::Line read = Sys::Fgets(line, stdin);
-    if (read == Sys::Line::Whole && Rehearsal::bIsOn) Rehearsal::answers.push_back(line);
-    return read;
+    if (Rehearsal::replayed.empty()) return Sys::Fgets(line, stdin);
+    line = Rehearsal::replayed.front();
+    Rehearsal::replayed.pop_front();
+    return Sys::Line::Whole;
 }
 
 }  // namespace
@@ -96,7 +96,7 @@ Sys::Line ReadAnswer(String& line) {
 Outcome<> RunQuestionnaire(Settings& settings, const TakeUp& takeUp) {
     Settings unanswered = settings;
     String server;
-    Messages::Tell(kIntroduction);
+    Show(kIntroduction);
     for (const Question& question : Questions()) {
         if (question.key == L"Upgrade" && !settings.IsYes(L"Upgrade")) continue;
         const auto answer = AskQuestion(question, ShownDefault(question, settings));
@@ -116,7 +116,7 @@ Outcome<> RunQuestionnaire(Settings& settings, const TakeUp& takeUp) {
 
 Outcome<String> AskQuestion(const Question& question, const String& shownDefault) {
     for (;;) {
-        Messages::Tell(Messages::Ascii(question.prompt) + L" (" + Messages::Shown(shownDefault) + L"): ");
+        Show(Messages::Ascii(question.prompt) + L" (" + Messages::Shown(shownDefault) + L"): ");
         String line;
         const Sys::Line read = ReadAnswer(line);
         if (read == Sys::Line::End) {
@@ -129,8 +129,10 @@ Outcome<String> AskQuestion(const Question& question, const String& shownDefault
             continue;
         }
         const String typed = line.Trim();
-        if (const auto answer = ValidateAnswer(question, typed.IsEmpty() ? shownDefault : typed))
+        if (const auto answer = ValidateAnswer(question, typed.IsEmpty() ? shownDefault : typed)) {
+            if (Rehearsal::bIsOn) Rehearsal::answers.push_back(line);
             return *answer;
+        }
     }
 }
 

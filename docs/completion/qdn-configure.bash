@@ -30,7 +30,7 @@ _qdn_configure() {
             -iconfigure) words=(-quiet -nosearch -dir) ;;
             -clean) words=(-quiet) ;;
             -preview) words=(-json -exit-code -out -configure -iconfigure -clean) ;;
-            -apply) words=(-json -yes -plan -wait -configure -iconfigure -clean) ;;
+            -apply) words=(-json -yes -or-plainly -plan -wait -configure -iconfigure -clean) ;;
             -status) words=(-json -connect) ;;
             -help | -h | --help | help) words=(-configure -iconfigure -clean -preview -apply -status) ;;
         esac

@@ -45,7 +45,7 @@ options_of() {
     expect_offer 'qdn-configure -preview -json -configure -no' -noimode -nosearch
     expect_offer 'qdn-configure -preview -json -clean /opt ' -quiet
     expect_offer 'qdn-configure -status ' -connect -json
-    expect_offer 'qdn-configure -apply ' -clean -configure -iconfigure -json -plan -wait -yes
+    expect_offer 'qdn-configure -apply ' -clean -configure -iconfigure -json -or-plainly -plan -wait -yes
     expect_offer 'qdn-configure -apply -yes -clean /opt ' -quiet
     expect_offer 'qdn-configure --help ' -apply -clean -configure -iconfigure -preview -status
     expect_offer 'qdn-configure -configure -no' -noimode -nosearch

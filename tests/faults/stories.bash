@@ -42,6 +42,23 @@ given_clean() {
     command=(-clean "$agent")
 }
 
+given_apply() {
+    given_in_place
+    command=(-apply -yes "${command[@]}")
+}
+
+# The tool for services is harmless in the rehearsal, which has a network of its own, and has the command fail half-way.
+given_apply_failing() {
+    given_apply
+    cat >/usr/sbin/chkconfig <<END
+#!/bin/sh
+[ "\$(readlink /proc/self/ns/net)" = '$(readlink /proc/self/ns/net)' ] || exit 0
+rm -f $agent/etc/.unfinished
+mkdir -p $agent/etc/.unfinished
+END
+    chmod 0755 /usr/sbin/chkconfig
+}
+
 # have_package_manager DIR: one that has the agent's package there.
 have_package_manager() {
     printf '#!/bin/sh\necho %s/etc/client.proto\n' "$1" >/usr/sbin/rpm

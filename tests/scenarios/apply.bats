@@ -54,6 +54,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     export QDN_INSTALL_AUTOSTART=no
     qdn_configure -apply -yes -configure -noimode
     expect_status 0
+    expect_no_errors
     expect_no_trace
     expect_value Configuration debug_file_size 777
     expect_file "$agent/var/queue/one.kse" <<<"event one"
@@ -64,6 +65,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     given_the_package
     qdn_configure -apply -yes -clean "$agent"
     expect_status 0
+    expect_no_errors
     expect_no_trace
     expect_missing "$agent" /etc/init.d/zorvane
 }
@@ -206,6 +208,31 @@ END
     expect_errors <<<"WARNING! A former -apply was cut off: the host has been put back as it was before it."
     expect_same_host
     [ -z "$(find /var/lib/qdn-configure -mindepth 1 -maxdepth 1 ! -name failed)" ]
+}
+
+@test "where no preview is possible, -or-plainly runs the command by itself, once; where one fails, nothing runs" {
+    given_the_package
+    qdn_configure -apply -yes -or-plainly -configure -noimode
+    expect_status 1
+    expect_no_changes
+    given_plain_xml
+    mkdir /tmp/lower /tmp/1 /tmp/2 /tmp/1/upper /tmp/1/work /tmp/2/upper /tmp/2/work
+    mount -t overlay overlay -o lowerdir=/tmp/lower:/opt,upperdir=/tmp/1/upper,workdir=/tmp/1/work /opt
+    mount -t overlay overlay -o lowerdir=/tmp/lower:/opt,upperdir=/tmp/2/upper,workdir=/tmp/2/work /opt
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 1
+    grep -q '^ERROR: A preview is not possible here: /opt is an overlay of overlays' "$desk/err"
+    expect_missing "$agent/etc/client.conf"
+    qdn_configure -apply -yes -or-plainly -configure -noimode
+    expect_status 0
+    grep -q '^WARNING! A preview is not possible here: /opt is an overlay of overlays' "$desk/err"
+    [ "$(grep -c '^Configuration complete\.$' "$desk/out")" -eq 1 ]
+    expect_value Configuration installdir "$agent"
+    qdn_configure -apply -yes -or-plainly -clean "$agent/nowhere" -bogus
+    expect_status 120
+    grep -q '^Usage: qdn-configure.bin -apply -clean' "$desk/out"
+    qdn_configure -apply -yes -json -or-plainly -configure -noimode
+    expect_status 120
 }
 
 @test "a plan is followed, and refused when the host has changed since" {

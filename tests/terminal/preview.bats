@@ -1,4 +1,4 @@
-# A preview of the dialogue, as a person has it at a terminal.
+# A preview of the dialogue, and its application, as a person has them at a terminal.
 load ../scenarios/support
 load terminal
 
@@ -18,7 +18,7 @@ END
     sed 's/\r$//' "$desk/screen" | sed 's/\x1b\[[0-9]*m//g' >"$desk/plain"
     [ "$(grep -c '^Using interactive configuration' "$desk/plain")" -eq 1 ]
     [ "$(grep -n '^Do you want the Agent started' "$desk/plain" | cut -d : -f 1)" -lt "$(grep -n '^Settings$' "$desk/plain" | cut -d : -f 1)" ]
-    grep -qx '  AllowNonRoot  *no  *answer' "$desk/plain"
+    grep -qx '  AllowNonRoot  *no  *answer (default: yes)' "$desk/plain"
     grep -qx '  KSName  *kell.example:8083  *answer' "$desk/plain"
     grep -qx '  create   -r-xr--r-- 0:0  /etc/init.d/zorvane' "$desk/plain"
     tail -n 1 "$desk/plain" | grep -q 'The agent would be started\. The command would succeed (status 0)\.$'
@@ -69,6 +69,54 @@ answer "Name or IP" kell.example
 hang_up "been installed to"
 END
     expect_untouched
+}
+
+@test "what was answered is applied after a yes, and asked once" {
+    given_the_package
+    at_the_terminal -apply -iconfigure <<'END'
+answer "Name or IP" https://kell.example:8083
+no_directory "been installed to" /nowhere
+accept "been installed to" /opt/zorvane/kell/ksagent
+answer "unprivileged users" n
+accept_until "Agent started"
+answer "Agent started" n
+answer "Apply these changes" y
+END
+    expect_status 0
+    expect_same_terminal
+    sed 's/\r$//' "$desk/screen" | sed 's/\x1b\[[0-9]*m//g' >"$desk/plain"
+    [ "$(grep -c '^Name or IP' "$desk/plain")" -eq 1 ]
+    [ "$(grep -c '^Apply these changes? (no): y$' "$desk/plain")" -eq 1 ]
+    [ "$(grep -n '^Changes$' "$desk/plain" | cut -d : -f 1)" -lt "$(grep -n '^Apply these' "$desk/plain" | cut -d : -f 1)" ]
+    [ "$(sed '1,/^Apply these/d' "$desk/plain" | grep -cx 'Configuration complete\.')" -eq 1 ]
+    expect_value "Kell Servers" server-1 kell.example:8083
+    expect_missing /var/lib/qdn-configure
+}
+
+@test "without a yes, what was shown is not applied" {
+    local reply
+    given_the_package
+    given_plain_xml
+    for reply in "" no ye "\x04"; do
+        at_the_terminal -apply -configure <<END
+press "Apply these changes" "$reply\r"
+END
+        expect_status 1
+        expect_same_terminal
+        expect_on_screen "ERROR: Nothing has been changed."
+        expect_untouched
+    done
+    at_the_terminal -apply -configure <<'END'
+press "Apply these changes" "\x03"
+END
+    [ "$status" -ne 0 ] || fail "status 0"
+    expect_same_terminal
+    expect_untouched
+    at_the_terminal -apply -configure <<'END'
+answer "Apply these changes" YES
+END
+    expect_status 0
+    expect_value "Kell Servers" server-1 kell.example
 }
 
 each_test_is_a_session

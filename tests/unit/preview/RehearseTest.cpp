@@ -208,7 +208,7 @@ TEST(Rehearse, FailsWhenWhatIsWrittenDoesNotFit) {
     EXPECT_EQ(InCopy(write(kMiB), {.bytes = 4 * kMiB}), "written");
     EXPECT_EQ(
         InCopy(write(8 * kMiB), {.bytes = 4 * kMiB}),
-        "failed: The preview failed: what the command writes does not fit into a quarter of the memory.");
+        "failed: A preview is not possible here: what the command writes does not fit into a quarter of the memory.");
     EXPECT_FALSE(testfiles::Exists("/opt/large"));
 }
 

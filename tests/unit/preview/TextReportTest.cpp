@@ -14,11 +14,12 @@ constexpr const char* kDocument = R"({
     {"name": "KSName", "value": "kell.example", "source": {"kind": "environment", "variable": "QDN_INSTALL_KSNAME"}, "unused": []},
     {"name": "Guid", "value": "", "source": {"kind": "default"}, "unused": []},
     {"name": "LogSize", "value": "512", "source": {"kind": "xml", "file": "/tmp/a.xml", "line": 4, "column": 13},
-     "unused": [{"value": "256", "source": {"kind": "default"}}]}],
+     "unused": [{"value": "256", "source": {"kind": "default"}}, {"value": "1", "source": {"kind": "environment", "variable": "X"}}]}],
   "client_conf": {"path": "/opt/a/etc/client.conf", "keys": [
     {"section": "Kell Servers", "key": "server-1", "value": "kell.example", "source": {"kind": "setting", "setting": "KSName"}},
     {"section": "Tickle", "key": "enabled", "value": "no", "source": {"kind": "installed", "file": "/opt/old.conf", "line": 7}},
-    {"section": "Tickle", "key": "empty", "value": "", "source": {"kind": "installed", "file": "/opt/old.conf", "line": 8}},
+    {"section": "Tickle", "key": "sleep", "value": "9", "usual": true, "source": {"kind": "installed", "file": "/opt/old.conf", "line": 9}},
+    {"section": "Tickle", "key": "empty", "value": "", "usual": true, "source": {"kind": "installed", "file": "/opt/old.conf", "line": 8}},
     {"section": "SWD", "key": "x", "value": "1", "source": {"kind": "xml", "file": "/tmp/a.xml", "line": 9, "column": 3}},
     {"section": "SWD", "key": "y", "value": "2", "source": {"kind": "template", "file": "/opt/a/etc/client.proto", "line": 3}}]},
   "changes": [
@@ -45,17 +46,17 @@ TEST(TextReport, HasSettingsChangesDifferencesOutputAndAClosingLine) {
     EXPECT_EQ(Report(Colours::None, Output::Shown), R"(
 Settings
   KSName   kell.example  variable QDN_INSTALL_KSNAME
-  LogSize  512           /tmp/a.xml:4
-           not used: 256 (default)
+  LogSize  512           /tmp/a.xml:4 (default: 256)
+           not used: 1 (variable X)
 
 Keys of client.conf
   [Tickle] enabled  no  /opt/old.conf:7
   [SWD] x           1   /tmp/a.xml:9
-  and 1 from the settings, 1 from the package's template
+  and 1 from the settings, 3 as in the package's template
 
 Changes
   create   lrwxrwxrwx 0:0  /a -> b
-  change   -rwsr-x--- 1:2  /c (was rw-r--r-- 0:0)
+  change   -rwsr-x--- 1:2  /c (was -rw-r--r-- 0:0)
   move     drwxr-xr-x 0:0  /d => /e (with 3 entries)
   replace  -rw-r--r-- 0:0  /f
 

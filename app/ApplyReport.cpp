@@ -1,0 +1,69 @@
+// How the command -apply tells of its end, and how it is used.
+#include <nlohmann/json.hpp>
+
+#include "app/ApplyCommand.h"
+#include "apply/Restore.h"
+#include "corekit/os/Console.h"
+#include "run/Messages.h"
+
+namespace Zorvane::AgentInstaller {
+
+using corekit::String;
+using Json = nlohmann::ordered_json;
+
+unsigned ApplyCommand::EndFailed(const Failure& failure) {
+    m_result.error = failure.text.IsEmpty() ? String(L"Agent configuration failed.") : failure.text;
+    static_cast<void>(Report(failure));
+    if (m_result.wasRestored) Messages::Warn(L"  The host has been put back as it was.\n");
+    if (m_result.hasKeptFiles)
+        Messages::Warn(String(L"  The files of the attempt are in %1.\n").Arg(Apply::kFailedDir));
+    return End();
+}
+
+unsigned ApplyCommand::End() {
+    const unsigned status = m_result.error.IsEmpty() ? kSuccess : kFailure;
+    if (!m_options.json) return status;
+    Json document = {{"format", "qdn-configure/apply/1"},
+                     {"status", status},
+                     {"error", nullptr},
+                     {"restored", m_result.wasRestored}};
+    if (status != kSuccess) document["error"] = m_result.error.Utf8();
+    document["kept"] = nullptr;
+    if (m_result.hasKeptFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
+    document["preview"] = m_document ? Json::parse(Preview::Printed(*m_document)) : Json(nullptr);
+    document["agent"] = {{"running", m_result.agent.has_value()}, {"pid", nullptr}};
+    if (m_result.agent) document["agent"]["pid"] = *m_result.agent;
+    constexpr int kIndentation = 2;
+    corekit::Console::Out(document.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + "\n");
+    return status;
+}
+
+void ApplyCommand::Usage(const String& prefix) const {
+    if (m_options.json) Messages::Tell(kBanner);  // there is no document that it would disturb
+    if (m_isWrongUse) return m_command->Usage(prefix + L" " + m_command.Word());
+    Messages::Tell(
+        prefix +
+        L" [-json] [-yes] [-or-plainly] [-plan <file>] [-wait <seconds>] <command> [options of the "
+        L"command]\n\n" +
+        Description() +
+        L"\n\n"
+        L"Options:\n\n"
+        L"-json\n"
+        L"\t[optional] Write one JSON document instead of text.\n\n"
+        L"-yes\n"
+        L"\t[optional] Do not ask; needed where there is no terminal.\n\n"
+        L"-or-plainly\n"
+        L"\t[optional] Where no preview is possible, run the command without one; not with -json.\n\n"
+        L"-plan <file>\n"
+        L"\t[optional] Refuse if it would do anything but what this document of -preview -out says.\n\n"
+        L"-wait <seconds>\n"
+        L"\t[optional] How long a started agent may take until it stays up: 2 to 3600, usually 10.\n\n"
+        L"<command>\n"
+        L"\t-configure, -iconfigure or -clean, with its options.\n\n");
+}
+
+String ApplyCommand::Description() const {
+    return L"Have a command take effect as a whole, or leave the host as it was.";
+}
+
+}  // namespace Zorvane::AgentInstaller

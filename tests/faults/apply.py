@@ -1,0 +1,154 @@
+"""Disturbs an -apply at one point after another: after at most one further run the host is as before or as after it.
+
+apply.py STORY KIND [--sample COUNT] --conf PATH -- COMMAND ...
+
+Killed is the process that applies, at each of its calls, and every process of the run that comes to one of the calls that
+change something (a point "all"). Errors meet the process that applies.
+"""
+import os
+import re
+import shutil
+import subprocess
+import sys
+
+import calls
+import disturb
+import holds
+import machine
+
+BARE = "/run/faults/bare"  # the host's own directories, which the private machine covers
+CHANGES = os.environ["PRIVATE_MACHINE_CHANGES"]
+NEXT_RUN = ("-clean", "/nowhere")  # does nothing but what a former run has left to do
+CHANGES_SOMETHING = re.compile(r"rename|link|symlink|unlink|mkdir|rmdir|mknod|open|write|p?write|f?truncate|f?chmod|[fl]?chown|"
+                               r"[fl]?(set|remove)xattr|utimens|copy_file|sendfile|mount|clone|v?fork|kill|exit_group")
+FAILED = "/var/lib/qdn-configure/failed"  # what an attempt had made stays for its reader
+
+
+def enter_copy():
+    """A copy without overlays of overlays, on which nothing could be rehearsed."""
+    here = os.getcwd()
+    machine.enter_namespace()
+    copies = {tree: f"{machine.POINT}/changes/{tree.replace('/', '-')}" for tree in machine.LARGE_TREES + machine.SMALL}
+    for tree, copy in copies.items():
+        copy_tree(tree if tree in machine.SMALL else CHANGES + tree, copy)
+    for tree in machine.LARGE_TREES:
+        work = f"{machine.POINT}/work/{tree.replace('/', '-')}"
+        os.makedirs(work)
+        options = f"lowerdir={BARE}{tree},upperdir={copies[tree]},workdir={work}"
+        machine.mount("overlay", tree, options + ("" if machine.is_everyone_mapped() else ",userxattr"))
+    for tree in machine.SMALL:
+        machine.bind(copies[tree], tree)
+    os.chdir(here)
+
+
+def copy_tree(tree, copy):
+    os.makedirs(copy)
+    subprocess.run(["cp", "-a", "-x", "--", f"{tree}/.", copy], check=True)
+    shutil.copystat(tree, copy)
+
+
+def tree():
+    """What stands on this copy, but for what a failed attempt leaves to be read."""
+    seen = machine.tree()
+    left = FAILED if FAILED in seen else None
+    return {path: what for path, what in seen.items()
+            if not left or path != os.path.dirname(FAILED) and path != left and not path.startswith(left + "/")}
+
+
+def difference(seen, expected):
+    """Paths at which the host is not as expected; times of large files are not looked at."""
+    for path in sorted(seen.keys() | expected.keys()):
+        found, wanted = machine.value_in(seen, path), machine.value_in(expected, path)
+        if found != wanted:
+            yield f"{path}: {wanted} expected, {found} found"
+
+
+def begun():
+    return machine.on_a_copy(tree, enter_copy)
+
+
+def undisturbed(command, strace=()):
+    """What the run leaves, its status and its calls; with "-f", those of the process that makes most of them."""
+    def work():
+        run = calls.run(command, [*strace, "-e", "trace=all"])
+        machine.end_of_all_children()
+        return tree(), run.status, run.trace
+    return machine.on_a_copy(work, enter_copy)
+
+
+def points_of(command, kind):
+    names = calls.names_of(undisturbed(command)[2])
+    yield from calls.points(names, kind)
+    if kind == "kill":
+        counts = {}
+        for line in undisturbed(command, ["-f"])[2]:
+            process, _, call = line.partition(" ")
+            name = (calls.names_of([call.strip()]) or [None])[0]
+            if name and CHANGES_SOMETHING.match(name):
+                counts.setdefault(name, {}).setdefault(process, 0)
+                counts[name][process] += 1
+        for name, of_process in counts.items():
+            for number in range(1, max(of_process.values()) + 1):
+                yield "all", name, f"signal=SIGKILL:when={number}"
+
+
+def disturbed(command, point):
+    def work():
+        strace = (["-f"] if point[0] == "all" else []) + calls.options(point)
+        first = calls.run(command, strace)
+        machine.end_of_all_children()
+        left = tree()
+        second = calls.run([command[0], *NEXT_RUN])
+        return first, left, second, tree()
+    return machine.on_a_copy(work, enter_copy)
+
+
+def broken(point, outcome, before, after):
+    """What does not hold of a disturbed run and the next one."""
+    first, left, second, final = outcome
+    was_disturbed = any("(INJECTED)" in line or "killed by SIGKILL" in line for line in first.trace)
+    if not was_disturbed and point[1] not in holds.TIMED:
+        yield f"it was not disturbed, and ended with {first.status}"
+    if second.status != 0:
+        yield f"the next run ended with {second.status}: {second.errors}"
+    against = {"before": list(difference(final, before)), "after": list(difference(final, after))}
+    if first.status == 0 and against["after"]:
+        yield "it ended with 0, and the host is not as after it"
+    if first.status == 1 and against["before"] and not first.errors.count("tries again"):
+        yield "it ended with 1, and the host is not as before it"
+    if all(against.values()):
+        yield "the host is between"
+        nearest = min(against, key=lambda state: len(against[state]))
+        yield from (f"{nearest}: {line}" for line in against[nearest][:8])
+
+
+def main():
+    options = disturb.arguments()
+    for directory in (machine.POINT, BARE):
+        os.makedirs(directory)
+    machine.check(machine.libc.mount(b"/", BARE.encode(), None, machine.MS_BIND, None))
+    before = begun()
+    after, status, _ = undisturbed(options.command)
+    has_changed = any(difference(after, before))
+    if (status == 0, has_changed) != ((False, False) if options.story == "apply_failing" else (True, True)):
+        raise RuntimeError(f"the undisturbed run ended with {status}, and something changed: {has_changed}")
+    plain = undisturbed([word for word in options.command if word not in ("-apply", "-yes")])[0]
+    if options.story != "apply_failing" and any(difference(after, plain)):
+        raise RuntimeError("it leaves something else than the command by itself: " + "\n".join(difference(after, plain)))
+    points = list(points_of(options.command, options.kind))
+    print(len(points), file=sys.stderr)
+    points = disturb.evenly(points, options.sample)
+    violations = 0
+    for point in points:
+        outcome = disturbed(options.command, point)
+        lines = list(broken(point, outcome, before, after))
+        if lines:
+            violations += 1
+            print(options.story, *point, outcome[0].status, outcome[0].errors[-300:])
+            print(*(f"    {line}" for line in lines), sep="\n", flush=True)
+    print(f"{options.story} {options.kind}: {len(points)} points, {violations} violations")
+    return 1 if violations else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
