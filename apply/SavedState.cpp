@@ -29,6 +29,16 @@ Failure FailToSave(const std::string& path, const Result& cause) {
     return FailBecause(L"What the run would touch cannot be saved.", String::FromUtf8(path), cause);
 }
 
+/// True where others can write to a directory on the way: there, the run trusts no file with two names.
+bool IsBelowOthers(std::string path) {
+    while (path != "/") {
+        path = Preview::ParentOf(path);
+        const auto state = Preview::StateOf(path);
+        if (state && (state->mode & (S_IWOTH | S_IWGRP)) != 0) return true;
+    }
+    return false;
+}
+
 class Saver {
   public:
     explicit Saver(const ToSave& what) : m_what(what) {}
@@ -98,8 +108,7 @@ Outcome<> Saver::MakeStores() {
 Result Saver::Keep(SavedEntry& entry, Touch touch) const {
     const String path = String::FromUtf8(entry.path);
     const String saved = String::FromUtf8(entry.saved);
-    const auto around = Preview::StateOf(Preview::ParentOf(entry.path));
-    const bool isOthers = around && (around->mode & (S_IWOTH | S_IWGRP)) != 0;
+    const bool isOthers = IsBelowOthers(entry.path);
     const Mount* const here = Preview::MountOf(m_mounts, entry.path);
     const bool isElsewhere = *here != *Preview::MountOf(m_mounts, entry.saved);
     if (entry.state.type == FileType::Directory && !isElsewhere) {

@@ -62,21 +62,24 @@ void TouchedReader::VisitDirectory(const std::string& path, const Before& before
 }
 
 void TouchedReader::Walk(const std::string& path, const Before& before) {
-    for (const std::string& name : NamesIn(m_layer.upper + path))
-        Visit(Joined(path, name), Below(before, name));
+    for (const std::string& name : NamesIn(m_layer.upper + path)) {
+        const std::string child = Joined(path, name);
+        Visit(child, Below(before, name));
+    }
 }
 
 }  // namespace
 
 bool IsNoEffect(const std::string& path) {
-    // The lock is there only while the run is.
+    // The lock is there only while the run is; rpm's database lies where the distribution has it.
     constexpr std::string_view kNone[] = {"/run/qdn-configure.lock",
                                           "/var/lock/qdn-configure.lock",
                                           "/run/lock/qdn-configure.lock",
                                           "/etc/qdn-configure.lock",
                                           "/var/lib/rpm",
                                           "/usr/lib/sysimage/rpm"};
-    return std::ranges::any_of(kNone, [&](std::string_view none) { return IsAtOrBelow(path, none); });
+    return (path + "/").find("/.rpmdb/") != std::string::npos ||
+           std::ranges::any_of(kNone, [&](std::string_view none) { return IsAtOrBelow(path, none); });
 }
 
 TouchedNames ReadTouched(const HostCopy& copy) {

@@ -33,7 +33,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     expect_status 0
     expect_no_errors
     grep -qx "  create   -r-xr--r-- 0:0  /etc/init.d/zorvane" "$desk/out"
-    grep -qx "  change   -r--r--r-- 0:0  $agent/etc/client.proto (was rw-r--r-- 0:0)" "$desk/out"
+    grep -qx "  change   -r--r--r-- 0:0  $agent/etc/client.proto (was -rw-r--r-- 0:0)" "$desk/out"
     grep -qx "  remove   -rw------- 0:0  /tmp/$xml" "$desk/out"
     grep -qx "Creating directory: $agent/var/queue  Result: OK" "$desk/out"
     [ "$(head -n 1 "$desk/out")" = "$banner" ]
@@ -196,7 +196,7 @@ END
         "[{\"kind\": \"installed\", \"file\": \"$agent/etc/client.conf\", \"line\": $line}]"
     qdn_configure -preview -configure -noimode
     grep -qx "  \[Configuration\] package_retry_delay  *61  *$agent/etc/client.conf:$line" "$desk/out"
-    grep -qx "  and [0-9]* from the settings, [0-9]* from the package's template" "$desk/out"
+    grep -qx "  and [0-9]* from the settings, [0-9]* as in the package's template" "$desk/out"
     expect_no_line '^  Guid  *default' "$desk/out"
 }
 
