@@ -111,7 +111,7 @@ Result Saver::Keep(SavedEntry& entry, Touch touch) const {
     const bool isOthers = IsBelowOthers(entry.path);
     const Mount* const here = Preview::MountOf(m_mounts, entry.path);
     const bool isElsewhere = *here != *Preview::MountOf(m_mounts, entry.saved);
-    if (entry.state.type == FileType::Directory && !isElsewhere) {
+    if (entry.state.type == FileType::Directory && !isElsewhere && !isOthers) {
         const auto isLeftOut = [&](const String& directory) { return IsMoved(directory.Utf8()); };
         Result linked = Keeping::LinkTree(path, saved, isLeftOut);
         return linked ? Keeping::SetAttributes(saved, entry.state.attributes) : linked;
