@@ -93,6 +93,37 @@ END
     expect_orderly_stop
 }
 
+@test "an upgrade to an agent that does not start ends with the former one running, and with one record of it" {
+    boot
+    on_booted <<'END'
+records() {
+    [ ! -d /run/systemd/system ] || journalctl --sync
+    journalctl -o cat MESSAGE_ID=c1261f8daa9d41c695d7bb9d9b008ac3 2>/dev/null || true
+}
+given_xml
+install 6.0.340
+expect_status 0
+expect_active
+pid=$(agent_pid)
+records >/session/records
+
+install 6.0.345
+grep -qx 'ERROR: The agent does not stay up.' /session/err
+expect_return
+expect_active
+[ "$(agent_pid)" != "$pid" ]
+[ ! -d /run/systemd/system ] ||
+    expect_same "-apply of $agent by root: status 1" "$(records | diff /session/records - | sed -n 's/^> //p')"
+
+install 6.0.350
+expect_status 0
+expect_active
+expect_value agent_build 350
+END
+    shut_down
+    expect_orderly_stop
+}
+
 @test "a preview of an upgrade and of a clean lets the agent run, as the same process" {
     boot
     on_booted <<'END'

@@ -1,6 +1,7 @@
 # For tests of whole hosts: a fresh root for each test, entered as a chroot.
 
 packages=$PWD/build/packages
+failing_packages=$PWD/build/hosts/failing-packages
 root=$HOST_WORK/root
 
 # A root that no test has written to, with the packages and with what sessions can say.
@@ -11,7 +12,7 @@ setup() {
     mount -t overlay overlay "$root" \
         -o "lowerdir=$HOST_WORK/pristine,upperdir=$HOST_WORK/changes/upper,workdir=$HOST_WORK/changes/work"
     mkdir "$root/session"
-    cp "$packages"/* "$PWD/tests/hosts/session.bash" "$root/session"
+    cp "$packages"/* "$failing_packages"/* "$PWD/tests/hosts/session.bash" "$root/session"
     chroot "$root" rpm --initdb
 }
 

@@ -183,7 +183,7 @@ expect_not_running
 END
 }
 
-@test "an upgrade whose configuration fails loses nothing, and is repaired by what it says" {
+@test "an upgrade whose configuration fails has the former agent run again, and is repaired by what it says" {
     for when in early late; do
         in_root $when <<'END'
 remember_files
@@ -191,6 +191,40 @@ given_xml
 install 6.0.340
 sed -i 's/^Location=.*/Location=Rack 7/' "$conf"
 "$agent/bin/rcscript" start
+"break_configuration_$1"
+
+install 6.0.350
+expect_failed_configuration
+expect_return
+expect_value Location "Rack 7"
+try_again
+expect_failed_configuration
+expect_return
+
+mend_configuration
+try_again
+expect_status 0
+expect_same 6.0.350 "$(installed_version)"
+expect_unchanged_package
+expect_value agent_build 350
+expect_value Location "Rack 7"
+expect_running
+[ ! -e /tmp/ksclt ]
+[ ! -e "$agent/.other-files" ]
+
+erase
+expect_status 0
+expect_no_new_files
+END
+    done
+}
+
+@test "an upgrade of a stopped agent whose configuration fails loses nothing, and is repaired by what it says" {
+    for when in early late; do
+        in_root $when <<'END'
+given_xml
+install 6.0.340
+sed -i 's/^Location=.*/Location=Rack 7/' "$conf"
 "break_configuration_$1"
 
 install 6.0.350
@@ -207,17 +241,51 @@ expect_value Location "Rack 7"
 mend_configuration
 try $(what_is_told_last)
 expect_status 0
-expect_same 6.0.350 "$(installed_version)"
 expect_value agent_build 350
 expect_value Location "Rack 7"
-expect_running
 [ ! -e /tmp/ksclt ]
-
 erase
-expect_status 0
-expect_no_new_files
 END
     done
+}
+
+@test "an upgrade to an agent that does not start has the former one run again" {
+    in_root <<'END'
+given_xml
+install 6.0.340
+"$agent/bin/rcscript" start
+install 6.0.345
+grep -qx 'ERROR: The agent does not stay up.' /session/err
+expect_return
+try "$program" -status "$agent"
+expect_status 0
+
+install 6.0.350
+expect_status 0
+expect_nothing_told
+expect_running
+expect_unchanged_package
+expect_value agent_build 350
+erase
+expect_status 0
+expect_not_running
+END
+}
+
+@test "where nothing can be tried beforehand, the agent is configured all the same, and it is said" {
+    in_root <<'END'
+given_xml
+mkdir /session/layers
+mount -t tmpfs tmpfs /session/layers
+mkdir -p /session/layers/upper /session/layers/work
+# Over the overlay that /opt is on here, which takes no third one.
+mount -t overlay overlay -o lowerdir=/opt,upperdir=/session/layers/upper,workdir=/session/layers/work /opt
+install 6.0.350
+expect_status 0
+grep -q '^WARNING! A preview is not possible here: ' /session/err
+expect_nothing_told
+expect_value server-1 kell.example
+END
 }
 
 @test "an upgrade after one that was cut off finds the configuration that the program saved" {

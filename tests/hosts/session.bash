@@ -93,6 +93,14 @@ repair_command() {
     esac
 }
 
+# After an upgrade that failed while the former agent ran.
+try_again() {
+    case $PACKAGE_MANAGER in
+        rpm) install 6.0.350 ;;
+        dpkg) try dpkg --configure qdn-ksclt ;;
+    esac
+}
+
 # --- What is expected
 
 expect_status() { [ "$status" -eq "$1" ]; }
@@ -109,6 +117,20 @@ expect_no_new_files() { files | diff /session/files -; }
 
 # What the package says itself on standard error: expect_told <<'END' ... END
 expect_told() { diff - <(grep '^qdn-ksclt: ' /session/err); }
+
+# The former agent runs again, as before the upgrade.
+expect_return() {
+    local remedy="install the package again."
+    [ "$PACKAGE_MANAGER" != dpkg ] || remedy=$'run\nqdn-ksclt:     dpkg --configure qdn-ksclt'
+    expect_told <<TOLD
+qdn-ksclt: The Zorvane Agent has not been configured, for the reason above. Mend what is wrong, then $remedy
+qdn-ksclt: The former agent runs again, with its own files, whatever version the package manager lists.
+TOLD
+    expect_running
+    expect_value agent_build 340
+    grep -qx agent_build=340 "$agent/etc/client.proto"
+    [ ! -e /tmp/ksclt ]
+}
 
 what_is_told_last() { sed -n 's/^qdn-ksclt:     //p' /session/err | tail -n 1; }
 

@@ -22,7 +22,8 @@ conf_value() {
 # Runs a function of the scriptlets with `agent` in a directory of the test's. No agent that runs on the machine is its.
 scriptlet() {
     sh -c '. "$1" && agent_runs() { return 1; } && agent=$2 && program=$agent/bin/qdn-configure.bin && hand_over=$2/hand-over &&
-        kept_conf=$hand_over/kept && shift 2 && "$@"' sh "$functions" "$BATS_TEST_TMPDIR" "$@"
+        kept_conf=$hand_over/kept && ran_before=$hand_over/ran && other_files=$agent/.other-files && shift 2 && "$@"' \
+        sh "$functions" "$BATS_TEST_TMPDIR" "$@"
 }
 
 @test "a package without its program, or that was never configured, is cleaned without a word" {
@@ -56,6 +57,53 @@ scriptlet() {
     [ "$output" = "never unset" ]
     PATH=$BATS_TEST_TMPDIR/forbid:$PATH run scriptlet eval 'host_runs_services() { return 0; }; configure'
     [ "$output" = "never unset" ]
+}
+
+@test "the configuration is tried once, whether it succeeds or fails" {
+    mkdir -p "$BATS_TEST_TMPDIR/bin" "$BATS_TEST_TMPDIR/etc"
+    : >"$BATS_TEST_TMPDIR/etc/client.conf"
+    # shellcheck disable=SC2016 # as it stands
+    printf '#!/bin/sh\necho "$*"; exit "$FAILS"\n' >"$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
+    chmod 0755 "$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
+    call="-apply -yes -or-plainly -configure -noimode -quiet -dir $BATS_TEST_TMPDIR"
+    FAILS=0 run scriptlet eval 'may_run() { return 0; }; configure'
+    [ "$status" -eq 0 ]
+    [ "$output" = "$call" ]
+    FAILS=1 run scriptlet eval 'may_run() { return 0; }; configure'
+    [ "$status" -eq 1 ]
+    [ "$(grep -cxF -e "$call" <<<"$output")" -eq 1 ]
+    [[ $output == *"has not been configured"* ]]
+}
+
+@test "the former agent's files come back, and those of the package for another attempt" {
+    cd "$BATS_TEST_TMPDIR"
+    mkdir bin lib etc hand-over
+    for file in bin/agent lib/functions etc/client.proto; do echo former >$file; done
+    echo "[Configuration]
+installdir=$PWD" | tee etc/client.conf >hand-over/kept
+    # shellcheck disable=SC2016 # as it stands
+    scriptlet eval ': >"$ran_before"; keep_files'
+    for file in bin/agent lib/functions etc/client.proto; do echo package >new; mv new $file; done
+    echo package >bin/more
+    # shellcheck disable=SC2016
+    return_to_former='agent_runs() { return 0; }; control() { echo "$2"; }; return_to_former'
+    run scriptlet eval "$return_to_former"
+    [ -z "$output" ]
+    [ "$(cat bin/agent)" = package ] # it has not failed
+    : >.other-files/failed
+    run scriptlet eval "$return_to_former"
+    [ "${lines[0]}" = start ]
+    [ "$(cat bin/agent lib/functions etc/client.proto)" = $'former\nformer\nformer' ]
+    [ ! -e bin/more ]
+    [ ! -e hand-over ]
+    scriptlet take_package_files
+    [ "$(cat bin/agent lib/functions etc/client.proto bin/more)" = $'package\npackage\npackage\npackage' ]
+    mkdir hand-over
+    : >.other-files/failed
+    : >etc/.unfinished
+    run scriptlet eval "$return_to_former" # what is half configured suits neither
+    [[ $output == *"The former agent does not run."* ]]
+    [ "$(cat bin/agent)" = package ]
 }
 
 @test "a client.conf that is not there has no values" {
