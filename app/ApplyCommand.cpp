@@ -130,7 +130,8 @@ unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
 
 /// Where nothing can be rehearsed, nothing is known that could be saved: the command does what it does alone.
 unsigned ApplyCommand::RunPlainly(const std::vector<String>& arguments) {
-    Messages::Warn(L"WARNING! " + String::FromUtf8((*m_document)["error"].get<std::string>()) +
+    const String why = String::FromUtf8(m_document->at("error").get<std::string>());
+    Messages::Warn(L"WARNING! " + why +
                    L"\n  The command runs all the same; what fails half-way is not put back.\n");
     m_isWrongUse = true;  // its usage is the command's
     return m_command->Run(arguments);

@@ -75,6 +75,11 @@ RehearsedRun Unpacked(const std::string& bytes) {
     return run;
 }
 
+/// A line of the rehearsed command's.
+void TellLine(const std::string& text) {
+    Messages::Warn(String::FromUtf8(text) + L"\n");
+}
+
 }  // namespace
 
 bool PreviewedCommand::Choose(const String& word) {
@@ -119,14 +124,13 @@ RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, co
 }
 
 void TellWarnings(const Json& document) {
-    for (const Json& warning : document["warnings"])
-        Messages::Warn(String::FromUtf8(warning.get<std::string>()) + L"\n");
+    for (const Json& warning : document["warnings"]) TellLine(warning.get<std::string>());
 }
 
 void TellErrors(const Json& document) {
     TellWarnings(document);
     if (document["error"].is_string())
-        Messages::Warn(L"ERROR: " + String::FromUtf8(document["error"].get<std::string>()) + L"\n");
+        TellLine(std::string("ERROR") + ": " + document["error"].get<std::string>());
 }
 
 Preview::Colours ColoursOfOutput() {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <string>
 
 #include "corekit/text/Text.h"
@@ -107,10 +106,13 @@ std::string DifferencesText(const Json& differences) {
 /// The error, whose further lines stand below it like differences.
 std::string FailureText(const Json& error) {
     std::string text = "a configuration would fail:";
-    std::istringstream lines(error.get<std::string>());
+    corekit::StringTokenizer lines(String::FromUtf8(error.get<std::string>()), L"\n");
     const char* before = " ";
-    for (std::string line; std::getline(lines, line); before = "\n    ")
-        if (!line.empty()) text += before + Shown(Json(line));
+    for (String line; lines.GetToken(line);) {
+        if (line.IsEmpty()) continue;
+        text += before + Shown(Json(line.Utf8()));
+        before = "\n    ";
+    }
     return text;
 }
 

@@ -240,7 +240,7 @@ expect_kept_outside() {
     given_somebodys_agent 6.2
     given_treasure
     rm -rf "$theirs/var/swd"
-    ln -s /root/treasure "$theirs/var/swd"
+    ln -s /root/treasure/below "$theirs/var/swd"
     made_theirs /home/alice "$theirs/var"
     clean "$theirs"
     expect_status 0

@@ -5,11 +5,11 @@ load ../scenarios/old-agent
 load disks
 
 @test "a first configuration survives a disk without space, however much is left" {
-    on_every_disk fresh size=4m 0 4 8 16 24 32 48 64 96
+    on_every_disk fresh size=6m 0 4 8 16 24 32 48 64 96
 }
 
 @test "an upgrade survives a disk without space, however much is left" {
-    on_every_disk upgrade size=4m 0 4 8 16 24 32 48 64 96
+    on_every_disk upgrade size=6m 0 4 8 16 24 32 48 64 96
 }
 
 @test "a first configuration survives a disk without inodes, however many are left" {

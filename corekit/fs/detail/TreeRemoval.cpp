@@ -6,10 +6,8 @@
 #include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
-#include <filesystem>
 #include <string>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 #include <utility>
 
@@ -33,9 +31,9 @@ bool IsNotEmpty(const Result& result) {
 
 /// The path of an entry in an open directory, for whoever reads of the failure.
 String PathOf(int directory, const std::string& name) {
-    std::error_code error;
-    const auto path = std::filesystem::read_symlink("/proc/self/fd/" + std::to_string(directory), error);
-    return error ? String() : String::FromUtf8((path / name).string());
+    const auto path = ReadLink(AT_FDCWD, "/proc/self/fd/" + std::to_string(directory));
+    if (!path) return String();
+    return String::FromUtf8((*path == "/" ? "" : *path) + "/" + name);
 }
 
 class TreeRemoval : public TreeWalk {
