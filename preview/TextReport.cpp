@@ -151,22 +151,27 @@ void Report::AddRows(const std::vector<Row>& rows) {
     }
 }
 
+/// What a setting's value won over: a default beside its source, anything else on a line of its own.
+void AddUnused(const Json& unused, Row& row) {
+    for (const Json& value : unused) {
+        const std::string lost = Shown(Text(value, "value"));
+        const std::string source = SourceText(value);
+        if (source != "default") {
+            row.notes.push_back("not used: ");
+            row.notes.back().append(lost).append(" (").append(source).append(")");
+        } else if (lost != row.value) {
+            row.source.append(" (default: ").append(lost).append(")");
+        }
+    }
+}
+
 /// A setting that is empty because nobody gives it a value is not worth a line, nor is a default that was
 /// overridden.
 void Report::AddSettings() {
     std::vector<Row> rows;
     for (const Json& setting : m_document["settings"]) {
         Row row = RowOf(setting, Text(setting, "name"));
-        if (const auto unused = setting.find("unused"); unused != setting.end()) {
-            for (const Json& value : *unused) {
-                const std::string lost = Shown(Text(value, "value"));
-                const std::string source = SourceText(value);
-                if (source != "default")
-                    row.notes.push_back("not used: " + lost + " (" + source + ")");
-                else if (lost != row.value)
-                    row.source += " (default: " + lost + ")";
-            }
-        }
+        if (const auto unused = setting.find("unused"); unused != setting.end()) AddUnused(*unused, row);
         if (!row.value.empty() || SourceText(setting) != "default" || !row.notes.empty())
             rows.push_back(std::move(row));
     }

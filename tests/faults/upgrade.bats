@@ -1,14 +1,10 @@
-# Upgrades and a clean that are disturbed on their way: a sample of the points that script/test-faults tries all of.
+# Upgrades that are disturbed on their way: a sample of the points that script/test-faults tries all of.
 
 disturbed_by() { "$BATS_TEST_DIRNAME/sweep" "$1" "$2" --sample "$3"; }
 
 @test "an upgrade in place that is killed is continued" { disturbed_by in_place kill 40; }
 @test "an upgrade of 5.6 that is killed is continued" { disturbed_by in_place_56 kill 30; }
 @test "an upgrade to another directory that is killed is continued" { disturbed_by elsewhere kill 40; }
-@test "a clean that is killed is continued" { disturbed_by clean kill 40; }
 @test "an upgrade that may not do something tells it" { disturbed_by in_place EACCES 20; }
 @test "an upgrade of 5.6 that meets a full disk does all of it, or is repeated" { disturbed_by in_place_56 ENOSPC 20; }
 @test "an upgrade to another directory loses nothing to errors of a device" { disturbed_by elsewhere EIO 20; }
-@test "an -apply that is killed is put back, or had come to its end" { disturbed_by apply kill 12; }
-@test "an -apply that fails half-way and is killed is put back" { disturbed_by apply_failing kill 8; }
-@test "a clean that fails can be repeated" { disturbed_by clean EIO 20; disturbed_by clean EMFILE 20; }
