@@ -169,13 +169,13 @@ configure_with_planted() {
 given_somebodys_agent() {
     theirs=/home/alice/agent
     mount -t tmpfs -o mode=0755 tmpfs /home
-    mkdir -p /home/bob/work
-    echo "theirs" | tee /home/bob/work/one.kst /home/bob/work/host.GUID /home/bob/agent.log /home/bob/agent.log.1 >/dev/null
+    mkdir -p /home/bob/jobs
+    echo "theirs" | tee /home/bob/jobs/one.kst /home/bob/jobs/host.GUID /home/bob/agent.log /home/bob/agent.log.1 >/dev/null
     given_an_old_agent "$1" "$theirs"
     rm -rf "$theirs/var/queue" # what is below the directory goes with it
     mkdir -p "$theirs/var/queue"
-    sed -i -E "s,^(event_queue_dir ?= ?).*,\1/etc/ssh,; s,^(task_storage_path ?= ?).*,\1/home/bob/work,
-        s,^(guid_guid_file ?= ?).*,\1/home/bob/work/host.GUID,; s,^(debug_output ?= ?).*,\1/home/bob/agent.log," "$theirs/etc/client.conf"
+    sed -i -E "s,^(event_queue_dir ?= ?).*,\1/etc/ssh,; s,^(task_storage_path ?= ?).*,\1/home/bob/jobs,
+        s,^(guid_guid_file ?= ?).*,\1/home/bob/jobs/host.GUID,; s,^(debug_output ?= ?).*,\1/home/bob/agent.log," "$theirs/etc/client.conf"
     mkdir -p /etc/ssh
     touch /etc/ssh/host.kse /var/tmp/qdn-file
 }
@@ -197,10 +197,10 @@ expect_kept_outside() {
         clean "$theirs"
         expect_status 0
         expect_output <<<"$banner"
-        expect_kept_outside /usr/bin /etc/ssh /home/bob/work /var/tmp /home/bob/work/host.GUID /home/bob/agent.log \
+        expect_kept_outside /usr/bin /etc/ssh /home/bob/jobs /var/tmp /home/bob/jobs/host.GUID /home/bob/agent.log \
             /etc/init.d/zorvane | expect_errors
         expect_no_changes
-        expect_plain_files /home/bob/work/{one.kst,host.GUID} /home/bob/agent.log{,.1}
+        expect_plain_files /home/bob/jobs/{one.kst,host.GUID} /home/bob/agent.log{,.1}
         expect_treasure
         [ "$version" = 5.6 ] || expect_missing "$theirs"
         expect_missing "$theirs/etc"
@@ -215,7 +215,7 @@ expect_kept_outside() {
     chown 0:0 "$theirs/etc/client.conf"
     clean "$theirs"
     expect_status 0
-    expect_kept_outside /usr/bin /etc/ssh /home/bob/work /var/tmp /home/bob/work/host.GUID /home/bob/agent.log \
+    expect_kept_outside /usr/bin /etc/ssh /home/bob/jobs /var/tmp /home/bob/jobs/host.GUID /home/bob/agent.log \
         /etc/init.d/zorvane | expect_errors
     expect_no_changes
     expect_missing "$theirs"
@@ -244,7 +244,7 @@ expect_kept_outside() {
     made_theirs /home/alice "$theirs/var"
     clean "$theirs"
     expect_status 0
-    { expect_kept_outside /usr/bin /etc/ssh /home/bob/work /var/tmp /home/bob/work/host.GUID /home/bob/agent.log /etc/init.d/zorvane
+    { expect_kept_outside /usr/bin /etc/ssh /home/bob/jobs /var/tmp /home/bob/jobs/host.GUID /home/bob/agent.log /etc/init.d/zorvane
         echo "WARNING! $theirs/var/swd is not used: $theirs/var belongs to another user."
         echo "WARNING! $theirs/etc/client.conf is kept: not everything could be removed."; } | expect_errors
     clean "$theirs"
