@@ -9,5 +9,5 @@
     dpkg-deb --fsys-tarfile qdn-ksclt_6.0.1_arm64.deb |
         tar xO ./opt/zorvane/kell/ksagent/bin/qdn-configure.bin >"$BATS_TEST_TMPDIR/program"
     LC_ALL=C readelf -h "$BATS_TEST_TMPDIR/program" | grep -q 'Machine: *AArch64'
-    [ -z "$(readelf -d "$BATS_TEST_TMPDIR/program" | grep NEEDED)" ]
+    [ "$(readelf -d "$BATS_TEST_TMPDIR/program" | grep -c NEEDED)" -eq 0 ]
 }

@@ -98,6 +98,7 @@ END
         boot --volatile=overlay
         on_booted <<<"systemctl is-active $unit; expect_value server-1 kell.example"
         shut_down
+        # shellcheck disable=SC2016 # for the shell in the root
         in_root <<<'[ ! -e "$conf" ]'
     done
 }
