@@ -1,6 +1,8 @@
 // Small questions to the host: their command lines and how the answers are read.
 #include "config/SystemProbes.h"
 
+#include <cerrno>
+
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
@@ -12,6 +14,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Expected;
 using corekit::String;
 
 namespace {
@@ -91,9 +94,22 @@ corekit::Result FindPrograms(const String& programDir, std::vector<String>& prog
     });
 }
 
-bool IsAgentLink(const String& path, const String& installDir) {
-    const auto leadsTo = corekit::File::ReadLink(path);
-    if (!leadsTo) return false;
+namespace {
+
+/// Where a link leads as it stands in the link; empty where none stands.
+Expected<String> LinkTarget(const String& path) {
+    auto target = corekit::File::ReadLink(path);
+    const corekit::Result found = target.Outcome();
+    const bool isNoLink = found.Code() == EINVAL || IsNotFound(found);
+    return isNoLink ? Expected<String>(String()) : target;
+}
+
+}  // namespace
+
+Expected<bool> IsAgentLink(const String& path, const String& installDir) {
+    const auto leadsTo = LinkTarget(path);
+    if (!leadsTo) return leadsTo.error();
+    if (leadsTo->IsEmpty()) return false;
     const String target =
         leadsTo->StartsWith(L"/") ? *leadsTo : Path::Join(Path::GetDirectory(path), *leadsTo);
     if (Path::IsWithin(target, Names::kUsualInstallDir)) return true;
@@ -103,6 +119,12 @@ bool IsAgentLink(const String& path, const String& installDir) {
     const bool isLeftBehind =
         Path::GetFileName(target) == Path::GetFileName(path) && !corekit::File::Exists(target);
     return isLeftBehind || corekit::File::Exists(Path::GetDirectory(programDir) + Names::kClientProto);
+}
+
+Expected<bool> IsHelperLink(const String& path) {
+    const auto target = LinkTarget(path);
+    if (!target) return target.error();
+    return *target == Names::kHelperProgram;
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -49,7 +49,11 @@ corekit::Result FindPrograms(const corekit::String& programDir, std::vector<core
 
 /// True if `path` is a symbolic link that leads below an install directory of the agent's: `installDir`, the
 /// usual one, or one where the agent's package has been laid down; or if it leads to a program of its own
-/// name that is gone from its "bin", as an agent leaves it that has moved or been removed.
-bool IsAgentLink(const corekit::String& path, const corekit::String& installDir);
+/// name that is gone from its "bin", as an agent leaves it that has moved or been removed. Fails where it is
+/// not known whether a link stands there, or where it leads.
+corekit::Expected<bool> IsAgentLink(const corekit::String& path, const corekit::String& installDir);
+
+/// True if `path` is a symbolic link to the helper program; fails as `IsAgentLink` does.
+corekit::Expected<bool> IsHelperLink(const corekit::String& path);
 
 }  // namespace Zorvane::AgentInstaller

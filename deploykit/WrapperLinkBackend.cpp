@@ -35,8 +35,10 @@ String WrapperText(const String& binary, const String& environmentScript) {
 /// A link in the place of what stands there, if that is one that may be replaced.
 Result MakeLink(const String& wrapper, const String& link, const OwnsLink& owns) {
     Result made = File::SymLink(wrapper, link, File::IfPresent::Keep);
-    if (made.Code() != EEXIST || !owns(link)) return made;
-    return File::SymLink(wrapper, link);
+    if (made.Code() != EEXIST) return made;
+    const auto isOwn = owns(link);
+    if (!isOwn) return isOwn.error();
+    return *isOwn ? File::SymLink(wrapper, link) : made;
 }
 
 /// Success if no file or link stands there afterwards; a directory of the name is not ours.
@@ -46,11 +48,14 @@ Result RemoveFile(const String& path) {
     return isGone ? Result() : removal;
 }
 
-/// True if a file, or a link wherever it leads, stands there that is not the caller's.
-bool IsForeign(const String& path, const OwnsLink& owns) {
-    const bool isLink = File::ReadLink(path).has_value();
+/// EEXIST if a file, or a link wherever it leads, stands there that is not the caller's.
+Result RefuseForeign(const String& path, const OwnsLink& owns) {
+    const auto isOwn = owns(path);
+    if (!isOwn || *isOwn) return isOwn.Outcome();
+    const Result isNoLink = File::RefuseLink(path);
+    if (corekit::IsTransient(isNoLink)) return isNoLink;
     const bool isFile = File::Exists(path) && !File::IsDirectory(path);
-    return (isLink || isFile) && !owns(path);
+    return Result(!isNoLink || isFile ? EEXIST : 0);
 }
 
 }  // namespace
@@ -68,7 +73,8 @@ Result Uninstall(const String& program, const String& linkDir, const String& pro
     Result result;
     if (!linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir)) {
         const String link = Path::Join(linkDir, program);
-        result = IsForeign(link, owns) ? Result(EEXIST).About(link) : RemoveFile(link);
+        result = RefuseForeign(link, owns).About(link);
+        if (result) result = RemoveFile(link);
     }
     return Worse(result, RemoveFile(Path::Join(programDir, program)));
 }

@@ -6,7 +6,6 @@
 
 #include "config/SystemProbes.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "deploykit/WrapperLinkBackend.h"
 #include "run/Messages.h"
@@ -25,16 +24,15 @@ void SayRemoving(const String& linkDir) {
     Messages::Say(L"  Removing qdn-* links in " + Messages::Shown(linkDir) + L"\n");
 }
 
-bool IsHelperLink(const String& path) {
-    const auto target = corekit::File::ReadLink(path);
-    return target && *target == Names::kHelperProgram;
-}
-
 /// The helper is the host's own program in its own directory; elsewhere there is a link to it.
 void RemoveHelperLinks(const String& linkDir, RemovalOutcome& left) {
     if (Path::IsMatch(linkDir, Names::kHelperDir)) return;
     const String link = Path::Join(linkDir, Names::kHelperName);
-    if (!linkDir.IsEmpty() && IsHelperLink(link)) RemoveFromHostDirectory(link, left);
+    if (!linkDir.IsEmpty()) {
+        const auto isOurs = IsHelperLink(link);
+        left.Add(link, isOurs.Outcome(), HostDirectory::Meant);
+        if (isOurs && *isOurs) RemoveFromHostDirectory(link, left);
+    }
     RemoveFromHostDirectory(Names::kHelperProgram, left);
 }
 
@@ -58,6 +56,18 @@ void RemoveWrappers(const String& installDir, const String& linkDir, RemovalOutc
     removeLink(L"qdn-monitor");
 }
 
+/// Of what bears the name of a link of an agent 6.0.
+void RemoveLink60(const String& link, const String& installDir, RemovalOutcome& left) {
+    auto isOurs = IsAgentLink(link, installDir);
+    if (isOurs && !*isOurs) isOurs = IsHelperLink(link);
+    left.Add(link, isOurs.Outcome(), HostDirectory::Meant);
+    if (!isOurs) return;
+    if (*isOurs)
+        RemoveFromHostDirectory(link, left);
+    else
+        Messages::WarnNotReplaced(link);
+}
+
 }  // namespace
 
 RemovalOutcome RemoveProgramLinks60(const String& installDir, const String& linkDir) {
@@ -69,10 +79,7 @@ RemovalOutcome RemoveProgramLinks60(const String& installDir, const String& link
     left.Add(linkDir, corekit::Dir::ReadEntries(linkDir, L"qdn-*", links));
     for (const FileInfo& link : links) {
         if (link.isDirectory || Path::IsMatch(link.path, Names::kHelperProgram)) continue;
-        if (IsAgentLink(link.path, installDir) || IsHelperLink(link.path))
-            RemoveFromHostDirectory(link.path, left);
-        else
-            Messages::WarnNotReplaced(link.path);
+        RemoveLink60(link.path, installDir, left);
     }
     return left;
 }

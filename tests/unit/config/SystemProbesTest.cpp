@@ -216,17 +216,18 @@ TEST(AgentLink, LeadsBelowAnInstallDirectoryOfTheAgents) {
     for (const auto& row : table) {
         std::filesystem::remove(dir / "links/qdn-monitor");
         std::filesystem::create_symlink(row.target, dir / "links/qdn-monitor");
-        EXPECT_EQ(IsAgentLink(path, installDir), row.isOurs) << row.target;
+        EXPECT_EQ(IsAgentLink(path, installDir).value(), row.isOurs) << row.target;
     }
-    EXPECT_FALSE(IsAgentLink(path, L"")) << "the whole host is no install directory";
-    EXPECT_FALSE(IsAgentLink(path, L"/")) << "the whole host is no install directory";
+    EXPECT_FALSE(IsAgentLink(path, L"").value()) << "the whole host is no install directory";
+    EXPECT_FALSE(IsAgentLink(path, L"/").value()) << "the whole host is no install directory";
 }
 
 TEST(AgentLink, IsALink) {
     const TempDir dir;
     Write(dir / "bin/qdn-monitor", "");
-    EXPECT_FALSE(IsAgentLink(String::FromUtf8(dir / "bin/qdn-monitor"), String::FromUtf8(dir.Path())));
-    EXPECT_FALSE(IsAgentLink(String::FromUtf8(dir / "bin/none"), String::FromUtf8(dir.Path())));
+    EXPECT_FALSE(
+        IsAgentLink(String::FromUtf8(dir / "bin/qdn-monitor"), String::FromUtf8(dir.Path())).value());
+    EXPECT_FALSE(IsAgentLink(String::FromUtf8(dir / "bin/none"), String::FromUtf8(dir.Path())).value());
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "tests/support/Printed.h"
 #include "tests/support/TestFiles.h"
 
+using corekit::Expected;
 using corekit::Result;
 using corekit::String;
 using testsupport::Printed;
@@ -35,11 +36,11 @@ class Installation {
     std::string LinkDir() const { return m_dir / "links"; }
     std::string Link() const { return LinkDir() + "/qdn-monitor"; }
 
-    Result Install(const std::string& linkDir, bool ownsAll = true) const {
+    Result Install(const std::string& linkDir, const Expected<bool>& ownsAll = true) const {
         return Backend::Install(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()),
                                 String::FromUtf8(Bin() + "/qdn-env"), [=](const String&) { return ownsAll; });
     }
-    Result Uninstall(const std::string& linkDir, bool ownsAll = true) const {
+    Result Uninstall(const std::string& linkDir, const Expected<bool>& ownsAll = true) const {
         return Backend::Uninstall(L"qdn-monitor", String::FromUtf8(linkDir), String::FromUtf8(Bin()),
                                   [=](const String&) { return ownsAll; });
     }
@@ -148,6 +149,16 @@ TEST(WrapperLinkBackend, RemovesNoFileOrLinkThatIsNotTheCallers) {
         EXPECT_EQ(result.Path(), String::FromUtf8(agent.Link()));
         EXPECT_EQ(fs::read_symlink(agent.Link()), target);
     }
+}
+
+TEST(WrapperLinkBackend, LeavesALinkAlone_WhereItIsNotKnownWhoseItIs) {
+    const Installation agent;
+    fs::create_symlink("bystander", agent.Link());
+    EXPECT_EQ(agent.Install(agent.LinkDir(), Result(EIO)), Result(EIO));
+    const Result removal = agent.Uninstall(agent.LinkDir(), Result(EIO));
+    EXPECT_EQ(removal, Result(EIO));
+    EXPECT_EQ(removal.Path(), String::FromUtf8(agent.Link()));
+    EXPECT_EQ(fs::read_symlink(agent.Link()), "bystander");
 }
 
 TEST(WrapperLinkBackend, LeavesDirectoriesInItsPlacesAlone) {

@@ -1,9 +1,11 @@
 // Which program links go with an agent, and which stay.
+#include <cerrno>
 #include <gtest/gtest.h>
 
 #include "agents/removal/ProgramLinkRemoval.h"
 #include "run/Args.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
 #include "tests/support/TestFiles.h"
@@ -47,6 +49,23 @@ class ProgramLinks : public testing::Test {
     std::string RemoveWrappers(const std::string& linkDir) {
         return Captured([&] { RemoveWrapperLinks(String::FromUtf8(m_agent), String::FromUtf8(linkDir)); })
             .out;
+    }
+
+    /// `remove` returns 1 when it tells that something is left: where one reading of a link fails.
+    template <typename Remove>
+    void ExpectLeftToBeTold(Remove&& remove) {
+        const std::vector<std::string> links = {m_links + "/qdn-monitor", m_links + "/qdn-policymanager",
+                                                m_links + "/qdn-helper"};
+        const auto lay = [&] {
+            for (const std::string& link : links) std::filesystem::remove(link);
+            Link(links[0], Program("qdn-monitor"));
+            Link(links[1], Program("qdn-policymanager"));
+            Link(links[2], kHelper);
+        };
+        const auto check = [&](int isTold) {
+            for (const std::string& link : links) EXPECT_TRUE(isTold == 1 || !Exists(link)) << link;
+        };
+        EXPECT_GE(testsupport::FailInTurn({SYS_readlinkat}, EIO, lay, remove, check), 3);
     }
 
     TempDir m_dir;
@@ -101,6 +120,13 @@ TEST_F(Links60, LeaveTheHelper_WhereItsDirectoryIsTheLinkDirectory) {
     const auto output = Captured([&] { RemoveProgramLinks60(String::FromUtf8(m_agent), L"/usr/bin"); });
     EXPECT_TRUE(Exists(kHelper));
     EXPECT_EQ(output.err, "");
+}
+
+TEST_F(Links60, AreToldToBeLeft_WhereTheyCannotBeRead) {
+    const auto remove = [&] {
+        return RemoveProgramLinks60(String::FromUtf8(m_agent), String::FromUtf8(m_links)).Any() ? 1 : 0;
+    };
+    ExpectLeftToBeTold(remove);
 }
 
 TEST_F(Links60, AreNotThere_WhenTheLinkDirectoryIsTheProgramDirectory) {
@@ -164,6 +190,13 @@ TEST_F(WrapperLinks, StayWithAWarning_WhereTheyAreNotTheAgents) {
             "WARNING! " + m_links + "/" + program + " is not replaced: it is not a link of the agent's.\n";
         EXPECT_NE(output.err.find(warning), std::string::npos) << output.err;
     }
+}
+
+TEST_F(WrapperLinks, AreToldToBeLeft_WhereTheyCannotBeRead) {
+    const auto remove = [&] {
+        return RemoveWrapperLinks(String::FromUtf8(m_agent), String::FromUtf8(m_links)).Any() ? 1 : 0;
+    };
+    ExpectLeftToBeTold(remove);
 }
 
 TEST_F(WrapperLinks, OfTheMonitorAreRemoved_EvenWithoutItsProgram) {
