@@ -69,6 +69,7 @@ constexpr const wchar_t* kEtc = L"etc";
 constexpr const wchar_t* kClientConfName = L"client.conf";
 constexpr const wchar_t* kClientConf = L"etc/client.conf";
 constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
+constexpr const wchar_t* kReasonToKeep = L"not everything could be removed";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
 /// The directory of a store; empty when it is the host's, which holds nothing that is ours.
@@ -146,14 +147,29 @@ void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, R
     RemoveEntriesBut(installDir + kEtc, left, [](const String& name) { return name == kClientConfName; });
 }
 
-/// The configuration goes last: by it the next run finds what is left when this one is interrupted.
-void RemoveClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
-    left.Add(installDir + kClientConf, File::Remove(installDir + kClientConf));
-    if (!isReinstall) return left.Add(installDir, Dir::Remove(installDir));
-    if (!CheckOwnDirectory(installDir)) return;
-    left.Add(installDir + kEtc, Dir::Remove(installDir + kEtc));
+/// The directories that nothing but client.conf was left in.
+Result RemoveEmptied(const String& installDir, bool isReinstall) {
+    if (!isReinstall) return Dir::Remove(installDir).About(installDir);
+    if (const Result allowed = CheckOwnDirectory(installDir); !allowed) return allowed.About(installDir);
+    const Result removed = Dir::Remove(installDir + kEtc).About(installDir + kEtc);
     // Without the installer's files nothing is left to keep.
-    if (Dir::Entries(installDir, String()).empty()) left.Add(installDir, Dir::Remove(installDir));
+    const bool isEmpty = Dir::Entries(installDir, String()).empty();
+    return isEmpty ? Worse(removed, Dir::Remove(installDir).About(installDir)) : removed;
+}
+
+/// The configuration goes last: by it the next run finds what is left when this one is interrupted. It comes
+/// back where its directories stay although another run could remove them.
+void RemoveClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
+    const String path = installDir + kClientConf;
+    const auto content = File::ReadBytes(path);
+    left.Add(path, File::Remove(path));
+    const Result emptied = RemoveEmptied(installDir, isReinstall);
+    left.Add(installDir, emptied);
+    if (!content || !IsTransient(emptied)) return;
+    Result kept = Dir::CreateR(installDir + kEtc);
+    if (kept) kept = File::WriteBytes(path, *content, {.mode = 0600});
+    left.Tell();
+    if (kept) Messages::WarnKept(path, kReasonToKeep);
 }
 
 void RemoveGeneratedFile(const String& directory, const String& file, const IniFile* newConf,
@@ -201,7 +217,7 @@ void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
             if (isGone && installDir != configuredDir)
                 left.Add(configuredDir, File::Remove(configuredDir, corekit::HostDirectory::Meant));
         } else if (File::Exists(path)) {
-            Messages::WarnKept(path, L"not everything could be removed");
+            Messages::WarnKept(path, kReasonToKeep);
         }
     }
     left.Tell();
