@@ -99,7 +99,8 @@ Result CheckIsNoneOf(const HostEntries& entries, const struct stat& directory) {
         if (entries.Hold(entry.name.Utf8())) result = CheckIsNot(entry.path, directory);
         return result.Ok();
     });
-    return result && IsTransient(read) ? read : result;
+    // The failure concerns the directory that is judged, not the one that was read.
+    return result && IsTransient(read) ? Result(read.Code()) : result;
 }
 
 Result CheckIsNotTheStandards(const struct stat& directory) {
