@@ -8,7 +8,7 @@
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
-#include "corekit/fs/detail/FileMode.h"
+#include "corekit/fs/detail/FileAttributes.h"
 #include "corekit/fs/detail/MoveEntry.h"
 #include "corekit/os/SystemCall.h"
 

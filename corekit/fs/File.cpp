@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "corekit/fs/ParentDirectory.h"
-#include "corekit/fs/detail/FileMode.h"
+#include "corekit/fs/detail/FileAttributes.h"
 #include "corekit/os/SystemCall.h"
 
 namespace corekit::File {

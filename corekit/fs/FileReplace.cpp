@@ -6,12 +6,11 @@
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
-#include "corekit/fs/TempName.h"
 #include "corekit/fs/detail/AtomicFile.h"
-#include "corekit/fs/detail/ExtendedAttributes.h"
-#include "corekit/fs/detail/FileCopy.h"
-#include "corekit/fs/detail/FileMode.h"
+#include "corekit/fs/detail/CopyEntry.h"
+#include "corekit/fs/detail/FileAttributes.h"
 #include "corekit/fs/detail/MoveEntry.h"
+#include "corekit/fs/detail/TempName.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"
 

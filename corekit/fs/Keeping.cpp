@@ -9,10 +9,10 @@
 #include <utility>
 
 #include "corekit/fs/ParentDirectory.h"
+#include "corekit/fs/detail/CopyEntry.h"
 #include "corekit/fs/detail/DirectoryStack.h"
-#include "corekit/fs/detail/FileMode.h"
+#include "corekit/fs/detail/FileAttributes.h"
 #include "corekit/fs/detail/MoveEntry.h"
-#include "corekit/fs/detail/TreeCopy.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "corekit/fs/detail/TreeWalk.h"
 #include "corekit/os/SystemCall.h"

@@ -7,7 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/fs/TempName.h"
+#include "corekit/fs/detail/TempName.h"
 #include "corekit/os/SystemCall.h"
 
 namespace corekit {

@@ -9,9 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "corekit/fs/TempName.h"
 #include "corekit/fs/TreeComparison.h"
-#include "corekit/fs/detail/TreeCopy.h"
+#include "corekit/fs/detail/CopyEntry.h"
+#include "corekit/fs/detail/TempName.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"

@@ -10,7 +10,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
-#include "corekit/fs/detail/FileCopy.h"
+#include "corekit/fs/detail/CopyEntry.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
@@ -232,7 +232,7 @@ TEST(SafePath, AFileWithASecondNameIsNotUsed_WhereOthersCanWrite) {
     EXPECT_EQ(File::Copy(dir("theirs/file"), dir("copy")), others);
     const auto theirs = corekit::OpenDirectory(dir("theirs"));
     ASSERT_TRUE(theirs);
-    EXPECT_EQ(corekit::CopyFileEntry({theirs->Get(), "file"}, {theirs->Get(), "copy"}), others);
+    EXPECT_EQ(corekit::CopyEntry({theirs->Get(), "file"}, {theirs->Get(), "copy"}), others);
     EXPECT_FALSE(testfiles::Exists(dir / "theirs/copy"));
     EXPECT_EQ(File::Write(dir("theirs/file"), L"x"), others);
     EXPECT_EQ(File::Chmod(dir("theirs/file"), 0644), others);

@@ -9,7 +9,7 @@
 #include <sys/syscall.h>
 
 #include "corekit/fs/ParentDirectory.h"
-#include "corekit/fs/TempName.h"
+#include "corekit/fs/detail/TempName.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/PrintResult.h"

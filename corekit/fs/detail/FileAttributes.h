@@ -1,4 +1,5 @@
-// Modes, owners and times of directory entries themselves, never of what a link leads to.
+// Modes, owners, times and extended attributes of directory entries themselves, never of what a link leads
+// to.
 #pragma once
 
 #include <sys/stat.h>
@@ -18,5 +19,10 @@ enum class IfRefused { Fail, GoOn };
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused);
 
 Result TakeTimes(int fd, const struct stat& model);
+
+/// Gives an open file the extended attributes of the regular file `model`: access control lists, security
+/// labels, and what users attach. Attributes that the file has already are not set again. Those that the file
+/// system or the kernel does not let this process set are left out.
+Result TakeExtendedAttributes(int fd, const EntryRef& model);
 
 }  // namespace corekit

@@ -1,4 +1,4 @@
-// Copies of whole trees.
+// Copies of files, links and special files, and of whole trees.
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
@@ -10,7 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "corekit/fs/detail/TreeCopy.h"
+#include "corekit/fs/detail/CopyEntry.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/PrintResult.h"
@@ -33,6 +33,40 @@ Result Copy(const std::string& from, const std::string& to) {
 }
 
 }  // namespace
+
+TEST(CopyEntry, CopiesEachKindAsWhatItIs) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "content", 0571);
+    fs::create_symlink("file", dir / "link");
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    for (const char* name : {"file", "link", "fifo"})
+        EXPECT_TRUE(Copy(dir / name, dir / (std::string(name) + "2"))) << name;
+    EXPECT_EQ(testfiles::Read(dir / "file2"), "content");
+    EXPECT_EQ(testfiles::Mode(dir / "file2"), 0571U);
+    EXPECT_EQ(fs::read_symlink(dir / "link2"), "file");
+    EXPECT_TRUE(fs::is_fifo(dir / "fifo2"));
+}
+
+TEST(CopyEntry, CopiesOnlyToANameThatIsFree) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "content");
+    testfiles::Write(dir / "present", "present");
+    fs::create_symlink("file", dir / "link");
+    fs::create_symlink("planted", dir / "dangling");
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    for (const char* from : {"file", "link", "fifo"}) {
+        EXPECT_EQ(Copy(dir / from, dir / "present"), Result(EEXIST)) << from;
+        EXPECT_EQ(Copy(dir / from, dir / "dangling"), Result(EEXIST)) << from;
+    }
+    EXPECT_EQ(testfiles::Read(dir / "present"), "present");
+    EXPECT_FALSE(testfiles::Exists(dir / "planted"));
+}
+
+TEST(CopyEntry, MakesNothing_WhenThereIsNothingToCopy) {
+    const Workspace dir;
+    EXPECT_EQ(Copy(dir / "none", dir / "to"), Result(ENOENT));
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
 
 TEST(CopyEntry, CopiesFilesAndTrees) {
     const Workspace dir;
@@ -62,13 +96,15 @@ TEST(CopyEntry, TouchesNothingThatHasTheNameAlready) {
 
 TEST(CopyEntry, LeavesNothing_WhenAStepFails) {
     const Workspace dir;
+    testfiles::Write(dir / "file", "1");
     testfiles::Write(dir / "tree/a/file", "1");
-    for (const int number : {SYS_write, SYS_fchmod, SYS_utimensat, SYS_fsync}) {
-        const int failure =
-            WithFailing({{number, EIO}}, [&] { return Copy(dir / "tree", dir / "to").Code(); });
-        EXPECT_EQ(failure, EIO) << number;
-        EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("tree")) << number;
-    }
+    for (const char* from : {"file", "tree"})
+        for (const int number : {SYS_write, SYS_fchmod, SYS_utimensat, SYS_fsync}) {
+            const int failure =
+                WithFailing({{number, EIO}}, [&] { return Copy(dir / from, dir / "to").Code(); });
+            EXPECT_EQ(failure, EIO) << from << number;
+            EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file", "tree")) << from << number;
+        }
 }
 
 TEST(CopyEntry, CopiesTreesDeeperThanDescriptorsReach) {

@@ -1,10 +1,13 @@
-// Sets modes and owners on open files, so that no link can be put in between.
-#include "corekit/fs/detail/FileMode.h"
+// Sets modes, owners, times and attributes on open files, so that no link can be put in between.
+#include "corekit/fs/detail/FileAttributes.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <sys/xattr.h>
 #include <unistd.h>
 
 #include "corekit/os/SystemCall.h"
@@ -15,6 +18,8 @@ namespace {
 
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kLentRights = S_ISUID | S_ISGID;
+// What is answered where the file system or the kernel does not let this process set an attribute.
+constexpr std::array kAttributeRefusals = {ENOTSUP, EPERM, EACCES};
 
 /// Takes a descriptor that is good for nothing but naming the file: fchmod refuses it, its name in /proc does
 /// not.
@@ -33,6 +38,35 @@ Expected<Descriptor> OpenItself(const EntryRef& entry) {
     if (S_ISLNK(info->st_mode)) return Result(ELOOP);
     if (const Result only = CheckOnlyName(entry.directory, *info); !only) return only;
     return file;
+}
+
+bool IsAttributeRefusal(const Result& result) {
+    return std::ranges::find(kAttributeRefusals, result.Code()) != kAttributeRefusals.end();
+}
+
+/// Calls a function that first tells how long a value is and then fills it in.
+template <typename Get>
+Result ReadValue(Get&& get, std::string& value) {
+    const ssize_t size = get(nullptr, 0);
+    if (size < 0) return Result::FromErrno();
+    value.resize(static_cast<std::size_t>(size));
+    const ssize_t length = size == 0 ? 0 : get(value.data(), value.size());
+    if (length < 0) return Result::FromErrno();
+    value.resize(static_cast<std::size_t>(length));
+    return Result();
+}
+
+Result ReadAttribute(int fd, const char* name, std::string& value) {
+    return ReadValue([&](char* buffer, std::size_t size) { return fgetxattr(fd, name, buffer, size); },
+                     value);
+}
+
+Result TakeAttribute(int fd, int model, const char* name) {
+    std::string value;
+    if (const Result read = ReadAttribute(model, name, value); !read) return read;
+    std::string present;
+    if (ReadAttribute(fd, name, present) && present == value) return Result();
+    return fsetxattr(fd, name, value.data(), value.size(), 0) == 0 ? Result() : Result::FromErrno();
 }
 
 }  // namespace
@@ -71,6 +105,21 @@ Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused) {
 Result TakeTimes(int fd, const struct stat& model) {
     const std::array times = {model.st_atim, model.st_mtim};
     return Outcome(futimens(fd, times.data()));
+}
+
+Result TakeExtendedAttributes(int fd, const EntryRef& model) {
+    const auto file = OpenAt(model.directory, model.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    if (!file) return file.error();
+    std::string names;
+    const Result listed = ReadValue(
+        [&](char* buffer, std::size_t size) { return flistxattr(file->Get(), buffer, size); }, names);
+    if (!listed) return IsAttributeRefusal(listed) ? Result() : listed;
+    for (const char* name = names.c_str(); name < names.c_str() + names.size();
+         name += std::strlen(name) + 1) {
+        const Result taken = TakeAttribute(fd, file->Get(), name);
+        if (!taken && !IsAttributeRefusal(taken)) return taken;
+    }
+    return Result();
 }
 
 }  // namespace corekit

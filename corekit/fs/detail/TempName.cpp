@@ -1,5 +1,5 @@
 // Finds a free name beside another, and clears away what a killed run left under it.
-#include "corekit/fs/TempName.h"
+#include "corekit/fs/detail/TempName.h"
 
 #include <cerrno>
 #include <cstdint>

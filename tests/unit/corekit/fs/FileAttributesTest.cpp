@@ -1,22 +1,27 @@
-// Modes, owners and times of entries themselves.
+// Modes, owners, times and extended attributes of entries themselves.
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/xattr.h>
 
 #include "corekit/fs/ParentDirectory.h"
-#include "corekit/fs/detail/FileMode.h"
+#include "corekit/fs/detail/FileAttributes.h"
+#include "corekit/os/Descriptor.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/PrintResult.h"
+#include "tests/support/TestFiles.h"
 #include "tests/support/Workspace.h"
 
 using corekit::Descriptor;
 using corekit::EntryRef;
 using corekit::IfRefused;
 using corekit::Result;
+using corekit::TakeExtendedAttributes;
 using testsupport::WithFailing;
 using testsupport::Workspace;
 
@@ -102,3 +107,56 @@ TEST(TakeTimes, SetsBothToTheNanosecond) {
     EXPECT_EQ(info.st_mtim.tv_sec, 3);
     EXPECT_EQ(info.st_mtim.tv_nsec, 4);
 }
+
+namespace {
+
+class ExtendedAttributes : public testing::Test {
+  protected:
+    ExtendedAttributes() {
+        testfiles::Write(m_dir / "model", "");
+        testfiles::Write(m_dir / "new", "");
+        m_file = Descriptor(open((m_dir / "new").c_str(), O_WRONLY));
+    }
+
+    Result Take() const { return TakeExtendedAttributes(m_file.Get(), {AT_FDCWD, m_dir / "model"}); }
+
+    std::string Attribute(const char* name) const {
+        char value[64] = {};
+        const ssize_t length = getxattr((m_dir / "new").c_str(), name, value, sizeof value);
+        return length < 0 ? "none" : std::string(value, static_cast<std::size_t>(length));
+    }
+
+    const testfiles::TempDir m_dir;
+    Descriptor m_file;
+};
+
+TEST_F(ExtendedAttributes, AreTakenOverFromTheModel) {
+    ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.one", "1", 1, 0), 0);
+    ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.empty", "", 0, 0), 0);
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(Attribute("user.one"), "1");
+    EXPECT_EQ(Attribute("user.empty"), "");
+    EXPECT_EQ(Attribute("user.other"), "none");
+}
+
+TEST_F(ExtendedAttributes, ReplaceOtherValues) {
+    ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.one", "new", 3, 0), 0);
+    ASSERT_EQ(setxattr((m_dir / "new").c_str(), "user.one", "old", 3, 0), 0);
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(Attribute("user.one"), "new");
+}
+
+TEST_F(ExtendedAttributes, AreLeftOut_WhenTheyMayNotBeSet) {
+    ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.one", "1", 1, 0), 0);
+    for (const int refusal : {EPERM, EACCES, ENOTSUP})
+        EXPECT_EQ(WithFailing({{SYS_fsetxattr, refusal}}, [&] { return Take().Code(); }), 0);
+    EXPECT_EQ(WithFailing({{SYS_fsetxattr, ENOSPC}}, [&] { return Take().Code(); }), ENOSPC);
+    EXPECT_EQ(Attribute("user.one"), "none");
+}
+
+TEST_F(ExtendedAttributes, AreNone_WhenTheFileSystemHasNone) {
+    EXPECT_EQ(WithFailing({{SYS_flistxattr, ENOTSUP}}, [&] { return Take().Code(); }), 0);
+    EXPECT_EQ(WithFailing({{SYS_flistxattr, EIO}}, [&] { return Take().Code(); }), EIO);
+}
+
+}  // namespace
