@@ -64,7 +64,7 @@ bool ApplyCommand::WantsNoBanner(const std::vector<String>& commandLine) {
 std::optional<std::size_t> ApplyCommand::ParseOptions(const std::vector<String>& arguments) {
     std::size_t at = 0;
     for (; at < arguments.size(); ++at) {
-        const bool hasValue = at + 1 < arguments.size();
+        const bool hasValue = at + 1 < arguments.size() && !arguments[at + 1].IsEmpty();
         if (arguments[at] == L"-json") {
             m_options.json = true;
         } else if (arguments[at] == L"-yes") {

@@ -8,6 +8,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/os/Console.h"
 #include "preview/Document.h"
+#include "preview/FileState.h"
 #include "preview/TextReport.h"
 #include "run/Messages.h"
 
@@ -15,6 +16,24 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::String;
 using Json = nlohmann::ordered_json;
+
+namespace {
+
+/// Writes the file, for its owner alone; returns why that was not possible, or nothing. A device such as
+/// /dev/null is not replaced by a file, nor is a link.
+String Keep(const String& path, const std::string& document) {
+    const auto present = Preview::StateOf(path.Utf8());
+    if (present && (present->type == Preview::FileType::Other || present->type == Preview::FileType::Link))
+        return L"It is not a regular file.";
+    const corekit::Result written =
+        corekit::File::WriteBytes(path, document,
+                                  {.mode = 0600,
+                                   .attributes = corekit::File::Attributes::New,
+                                   .hostDirectory = corekit::HostDirectory::Meant});
+    return written ? String() : GetErrorMsg(written);
+}
+
+}  // namespace
 
 bool PreviewCommand::WantsNoBanner(const std::vector<String>& commandLine) {
     if (commandLine.empty() || commandLine.front() != L"-preview") return false;
@@ -30,7 +49,7 @@ std::size_t PreviewCommand::ParseOptions(const std::vector<String>& arguments) {
             m_options.json = true;
         } else if (arguments[at] == L"-exit-code") {
             m_options.exitCode = true;
-        } else if (arguments[at] == L"-out" && at + 1 < arguments.size()) {
+        } else if (arguments[at] == L"-out" && at + 1 < arguments.size() && !arguments[at + 1].IsEmpty()) {
             m_options.outFile = arguments[++at];
         } else {
             break;
@@ -69,11 +88,9 @@ unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
     TellErrors(document);
     if (!isPossible) return kFailure;
     if (!m_options.outFile.IsEmpty()) {
-        const corekit::Result written =
-            corekit::File::WriteBytes(m_options.outFile, Preview::Kept(document), {.mode = 0600});
-        if (!written) {
+        if (const String why = Keep(m_options.outFile, Preview::Kept(document)); !why.IsEmpty()) {
             Messages::Warn(L"ERROR: Unable to write to file: " + Messages::ShownAscii(m_options.outFile) +
-                           L"\n  " + GetErrorMsg(written) + L"\n");
+                           L"\n  " + why + L"\n");
             return kFailure;
         }
     }

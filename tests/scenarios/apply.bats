@@ -279,6 +279,8 @@ END
     expect_no_changes
     qdn_configure -apply -yes -wait 1 -configure
     expect_status 120
+    qdn_configure -apply -yes -plan "" -configure -noimode # of a script whose variable is empty
+    expect_status 120
     qdn_configure -apply -yes -configure -bogus
     expect_status 120
     grep -q '^Usage: qdn-configure.bin -apply -configure' "$desk/out"

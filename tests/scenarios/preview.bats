@@ -310,6 +310,28 @@ END
     [ "$(field '[c["after"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf.old")][0]' "$desk/kept")" = "\"$(sha256sum <"$agent/etc/client.conf.old" | cut -d ' ' -f 1)\"" ]
 }
 
+@test "the file that -out writes is its owner's alone; what is no file is not replaced by one" {
+    echo old >/etc/plan
+    chown 1234:1234 /etc/plan
+    ln -s "$desk/nothing" "$desk/link"
+    mkfifo "$desk/fifo"
+    qdn_configure -preview -out /etc/plan -clean /nowhere
+    expect_status 0
+    [ "$(stat -c '%a %u:%g' /etc/plan)" = "600 0:0" ]
+    expect_valid /etc/plan
+    for place in /dev/null "$desk/link" "$desk/fifo"; do
+        qdn_configure -preview -out "$place" -clean /nowhere
+        expect_status 1
+        expect_errors <<END
+ERROR: Unable to write to file: $place
+  It is not a regular file.
+END
+    done
+    if [ ! -c /dev/null ] || [ ! -L "$desk/link" ] || [ ! -p "$desk/fifo" ]; then fail "something was replaced"; fi
+    qdn_configure -preview -out "" -clean /nowhere
+    expect_status 120
+}
+
 @test "questions are asked before the preview is shown" {
     given_the_package
     printf '%s\n' https://kell.example.com:8083 "$agent" no 'rc3;rc5' '' '' '' '' '' '' '' '' '' no >"$desk/answers"

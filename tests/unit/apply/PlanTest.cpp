@@ -60,6 +60,23 @@ TEST_F(Plan, IsStale_WhenAChangeIsMissingOrNew) {
               L"/etc/other (planned: none, now: replace)");
 }
 
+TEST_F(Plan, IsStale_WhenTheAgentWouldBeStartedNow) {
+    Json document = Document("new");
+    document["agent"]["start"] = true;
+    EXPECT_EQ(Refused(Preview::Kept(Document("new")), document),
+              L"The host has changed since the plan was made:\n  the agent (planned: not started, now: "
+              L"started)");
+}
+
+TEST_F(Plan, TellsAPathThatIsNoUtf8InReadableForm) {
+    Json document = Document("new");
+    document["changes"][0]["path"] = "/etc/f\xEF\xBF\xBD";
+    document["changes"][0]["path_base64"] = "L2V0Yy9m/A==";
+    EXPECT_EQ(Refused(Preview::Kept(document), Document("new")),
+              L"The host has changed since the plan was made:\n  /etc/file (planned: none, now: replace)\n  "
+              L"/etc/f\xFFFD (planned: replace, now: none)");
+}
+
 TEST_F(Plan, IsRefused_WhenItIsOfAnotherCommand) {
     Json document = Document("new");
     document["command"] = {"-clean", "/opt/b"};
@@ -72,6 +89,22 @@ TEST_F(Plan, IsRefused_WhenItIsNoDocument) {
                               R"({"format": "qdn-configure/preview/1", "command": [], "changes": 1})"})
         EXPECT_TRUE(Refused(bytes, Document("new")).StartsWith(L"This is no document of -preview -out: "))
             << bytes;
+}
+
+TEST_F(Plan, IsRefused_WhenSomebodyHasPutSomethingElseInAField) {
+    const auto edited = [](const char* pointer, const Json& value) {
+        Json plan = Document("new");
+        plan[Json::json_pointer(pointer)] = value;
+        return plan.dump();
+    };
+    for (const std::string& plan :
+         {edited("/format", 1), edited("/format", "qdn-configure/preview/2"), edited("/agent", nullptr),
+          edited("/changes/0", 1), edited("/changes/0", Json::array()), edited("/changes/0/path", 3),
+          edited("/changes/0/path_base64", 3), edited("/changes/0/action", nullptr)})
+        EXPECT_TRUE(Refused(plan, Document("new")).StartsWith(L"This is no document of -preview -out: "))
+            << plan;
+    EXPECT_TRUE(
+        Refused(edited("/command", 3), Document("new")).StartsWith(L"The plan is of another command: "));
 }
 
 TEST_F(Plan, IsRefused_WhenItCannotBeRead) {
