@@ -16,8 +16,8 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The operations that differ between agent versions. What cannot be removed fails none of
-/// them. Objects hold no open files between calls.
+/// The operations that differ between agent versions. None of them fails because something could not be
+/// removed. Objects hold no open files between calls.
 class Agent {
   public:
     Agent(const corekit::String& versionLabel, const corekit::String& installDir)
@@ -31,17 +31,17 @@ class Agent {
     virtual Outcome<std::unique_ptr<Settings>> LoadSettings() = 0;
 
     /// Removes what ties the installation into the operating system: services and program links. Fails, and
-    /// removes nothing, when that takes a client.conf and none is known.
+    /// removes nothing, when it needs a client.conf and none is known.
     virtual Outcome<> RemoveSystemIntegration() = 0;
 
     /// Removes the installation's files. `newConfPath` is empty on a clean; on an upgrade it is the new
-    /// client.conf, whose install directory and stores the data moves to. Fails when that takes a client.conf
+    /// client.conf, whose install directory and stores the data moves to. Fails when it needs a client.conf
     /// that is not known or cannot be read.
     virtual Outcome<> RemoveFiles(const corekit::String& newConfPath) = 0;
 
     /// Removes everything: the system integration and then, if that succeeded, the files. A client.conf that
-    /// is not root's may name anything: by that nothing goes but the directory that it lies in and what is
-    /// below, no service and no links, and what it leads to elsewhere is told.
+    /// is not root's may name anything: then only the directory of the installation that it lies in goes,
+    /// with everything in it, but no service and no links, and warnings name the paths elsewhere.
     virtual Outcome<> Clean();
 
     /// True if the installation's settings can be carried over.
@@ -60,8 +60,8 @@ class Agent {
     const corekit::String& ConfPath() const { return m_confPath; }
     void SetConfPath(const corekit::String& path) { m_confPath = path; }
 
-    /// Sets the file and the bytes that the agent was recognised by: from then on the agent is what these
-    /// bytes say, whatever becomes of the file.
+    /// Sets the file and the bytes that the agent was recognised by. From then on these bytes describe the
+    /// agent, whatever becomes of the file.
     void SetConf(const TrustedFile& file, const std::string& bytes);
 
     /// The bytes that the agent was recognised by; without those, what the file holds now. Fails when the
@@ -73,8 +73,8 @@ class Agent {
     /// is none.
     corekit::IniFile OldConf() const;
 
-    /// What could not be removed so far. While there is any, client.conf stays, so that the next run finds
-    /// it.
+    /// What could not be removed so far. While anything is left, client.conf stays, so that the next run
+    /// finds it.
     RemovalOutcome m_left;
 
   private:

@@ -1,5 +1,5 @@
-// Which version of the agent a client.conf is of, which member of the family stands for it, and the members
-// that stand for installations which are left alone.
+// The version of the agent that a client.conf describes, the member of the family for it, and the members for
+// installations that are left alone.
 #pragma once
 
 #include <memory>

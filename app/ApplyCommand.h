@@ -1,4 +1,4 @@
-// The command -apply: has another command take effect as a whole, or leaves the host as it was.
+// The command -apply: makes another command take effect as a whole, or leaves the host as it was.
 #pragma once
 
 #include <optional>

@@ -21,10 +21,11 @@ class ChangingCommand : public corekit::CommandBasedApp::Command {
     /// The command word.
     virtual corekit::String Word() const = 0;
 
-    /// Why the command would do nothing right now; empty when it would run. Changes nothing.
+    /// The reason why the command would do nothing right now; empty when it would run. Changes nothing.
     virtual corekit::String Refusal(const std::vector<corekit::String>& arguments) const = 0;
 
-    /// Why it would do nothing even if no agent and no other run were in its way; empty when it would run.
+    /// The reason why it would do nothing even if no agent and no other run were in its way; empty when it
+    /// would run.
     virtual corekit::String LastingRefusal(const std::vector<corekit::String>&) const { return L""; }
 
     /// The settings of the last run; null for a command that has none.

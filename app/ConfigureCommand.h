@@ -26,7 +26,7 @@ class ConfigureCommand : public ChangingCommand {
     /// The settings of the XML configuration file; null when there is none.
     virtual std::unique_ptr<Settings> LoadXmlSettings();
 
-    /// Removes the XML configuration file where the run is to leave none; false stops the sequence.
+    /// Removes the XML configuration file. Returns false to stop the sequence.
     virtual bool RemoveXmlConfigFile();
 
   protected:

@@ -34,8 +34,8 @@ bool IsPlatformSupported();
 
 // The agent that is being configured, and its install directory.
 
-/// Creates the agent. The package manager's directory of it, and over that
-/// `givenDir` (of the option -dir) where it is not empty, becomes the setting InstallDir.
+/// Creates the agent. `givenDir` (of the option -dir) or, if that is empty, the directory that the package
+/// manager knows becomes the setting InstallDir.
 Outcome<> CreateNewAgent(ConfigureRun& run, const corekit::String& givenDir);
 
 /// Gives the settings an install directory when no source named any: the new agent's, or else the one above
@@ -55,21 +55,20 @@ void DeclareInstallDirs(const ConfigureRun& run);
 
 /// Merges what the installed agent's configuration provides into the settings. The server and identifier of
 /// an XML file win over the installed agent's; a server that changes is marked, and then an identifier of the
-/// old one is dropped. An upgrade into another directory that did not finish goes on there.
+/// old one is dropped. An unfinished upgrade into another directory goes on there.
 Outcome<> MergeInstalledSettings(ConfigureRun& run);
 
-/// Where no agent to upgrade was found before the questions: takes up the upgrade that did not finish below
-/// the directory of an answer. Its agent is the installed one from then on, and its configuration is merged
-/// into `unanswered`. False, and nothing has changed, where there is no such upgrade.
+/// Takes up an unfinished upgrade in the install directory that the operator has just answered, where no
+/// agent was found before the questions. Its agent is the installed one from then on, and its configuration
+/// is merged into `unanswered`. Returns false, and changes nothing, where there is no such upgrade.
 Outcome<bool> TakeUpUpgrade(ConfigureRun& run, const corekit::String& installDir, Settings& unanswered);
 
-/// Fails where SaveInstalledConfiguration or RemoveInstalledIntegration could not succeed. Changes nothing.
+/// Fails if SaveInstalledConfiguration or RemoveInstalledIntegration would fail. Changes nothing.
 Outcome<> CheckInstalledAgent(const ConfigureRun& run);
 
-/// Marks the install directory as that of a run which has not come to its end, and keeps the installed
-/// agent's client.conf as etc/client.conf.old below it; the agent is read from there then. Without an agent
-/// that is recognised, the client.conf of the install directory is kept, unless a run that did not finish has
-/// left it.
+/// Marks the install directory as that of an unfinished run, and keeps the installed agent's client.conf as
+/// etc/client.conf.old below it, from which the agent is read then. If no agent is recognised, keeps the
+/// client.conf of the install directory, unless an unfinished run has left it.
 Outcome<> SaveInstalledConfiguration(const ConfigureRun& run);
 
 /// Removes an upgraded agent's services and links.

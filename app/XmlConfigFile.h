@@ -19,11 +19,11 @@ corekit::String BuildXmlSearchPath();
 class XmlConfigFile {
   public:
     /// The settings of the first file on the search path that may be used; null when there is none, or it
-    /// cannot be read or is empty. A file that is passed over or refused is warned of on standard error.
+    /// cannot be read or is empty. Warns on standard error of a file that is passed over or refused.
     std::unique_ptr<Settings> Load();
 
-    /// Removes the first file that may be used from /tmp, /var or /opt/zorvane. One that was used from
-    /// elsewhere stays, and one that could not be read.
+    /// Removes the first file in /tmp, /var or /opt/zorvane that may be used. A file that was used from
+    /// elsewhere stays, and so does one that could not be read.
     void Remove();
 
   private:

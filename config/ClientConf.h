@@ -20,8 +20,9 @@ struct InstalledConfiguration {
 enum class ClientConfSource { Template, InstalledAgent, Nothing };
 
 /// Writes a new client.conf to `outputPath`. With `installed` (and Upgrade absent or "yes") its values are
-/// carried over and also become the settings they belong to. The settings know then where each key is from.
-/// Changes nothing else on the host, and says nothing. On failure `outputPath` may be incomplete.
+/// carried over and also become the settings they belong to. Records in the settings where each key is from.
+/// Changes nothing else on the host, and writes nothing to the operator. On failure `outputPath` may be
+/// incomplete.
 Outcome<ClientConfSource> WriteClientConf(const corekit::String& outputPath, Settings& settings,
                                           const InstalledConfiguration* installed);
 
@@ -32,10 +33,10 @@ Outcome<ClientConfSource> CreateClientConfFromTemplate(const corekit::String& ou
 /// The hand-over file. Its destructor removes the file, unless it has been moved into place by then.
 class HandOverFile {
   public:
-    /// Creates a new, empty file of mode 0600 under /tmp, and removes those of runs that were killed.
+    /// Creates a new, empty file of mode 0600 under /tmp, and removes those that killed runs have left.
     Outcome<> Create();
 
-    /// Removes those of runs that were killed: no other run may be under way.
+    /// Removes the files that killed runs have left. No other run may be under way.
     static void RemoveLeftovers();
 
     /// Removes the file, if there is one, and forgets its path.
@@ -49,9 +50,9 @@ class HandOverFile {
     corekit::TemporaryFile m_file;
 };
 
-/// Creates the hand-over file and has it written. `installed` is the agent whose settings may be carried
-/// over, null when there is none; they are carried unless the setting Upgrade is exactly "no". Returns what
-/// the operator is to be told of it once the file is put to use; on failure there is no file.
+/// Creates and writes the hand-over file. `installed` is the agent whose settings may be carried over, null
+/// when there is none; they are carried unless the setting Upgrade is exactly "no". Returns the text for the
+/// operator, to be shown once the file is in place; on failure there is no file.
 Outcome<corekit::String> MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed,
                                          Settings& settings);
 

@@ -1,5 +1,5 @@
-// The directories and files that a client.conf names: read so that a damaged file leads no clean-up astray,
-// checked before a run changes anything, and made before the agent starts.
+// The directories and files that a client.conf names: reading them so that a damaged file misleads no
+// clean-up, checking them before a run changes anything, and making them before the agent starts.
 #pragma once
 
 #include <vector>
@@ -11,11 +11,12 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The directory that a value names, ending in its name and "/". Empty for a value that names none to work
-/// in: an empty one, a relative one (relative to what is unknown), and the root however it is spelled.
+/// The directory that a value names, with a "/" at its end. Empty for a value that must not be used as a
+/// directory: an empty one, a relative one (nobody knows relative to what), and the root however it is
+/// spelled.
 corekit::String UsableDirectory(const corekit::String& value);
 
-/// The same for a key.
+/// The same for the value of a key.
 corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey& key);
 
 /// The paths that a client.conf names, as written: the install directory, the stores, the variable
@@ -23,14 +24,14 @@ corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey&
 /// paths of what exists. None is empty, and none occurs twice.
 std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
 
-/// The absolute paths that the removal of an agent, of whichever version, is led by, as they stand there.
+/// The absolute paths that the removal of an agent, of any version, follows, as they are written.
 std::vector<corekit::String> CleanedPaths(const corekit::IniFile& conf);
 
 /// Those of NamedPaths that are `place` or lie below it.
 std::vector<corekit::String> NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 
-/// Creates a directory, with those above it, where there is none, and says so unless the run is quiet. Fails
-/// unless the path is a writable directory then.
+/// Creates a directory that is missing, with those above it, and says so unless the run is quiet. Fails if
+/// the path is not a writable directory afterwards.
 Outcome<> CreateConfiguredDirectory(const corekit::String& path);
 
 /// Fails unless the path is a writable directory. Creates nothing.

@@ -27,7 +27,7 @@ String PathIn(const IniFile& conf) {
 
 constexpr std::size_t kLargestFile = 4096;
 
-/// Is the first line an identifier, in braces?
+/// True if the first line is an identifier in braces.
 bool HoldsIdentifier(const std::string& bytes) {
     const String line = String::FromUtf8(bytes.substr(0, bytes.find('\n'))).Trim();
     return line.StartsWith(L"{") && line.EndsWith(L"}");

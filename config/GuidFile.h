@@ -11,11 +11,11 @@ namespace Zorvane::AgentInstaller {
 /// The content of the file of an identifier.
 corekit::String GuidFileText(const corekit::String& guid);
 
-/// Writes the setting Guid to the file that a client.conf names, and reads it back; without one the file
-/// stays. An installed agent's identifier is written as it was given, and a file that holds it already stays
-/// untouched. Warns of a failure, and of a path that is no regular file with this one name: "WARNING! <path>
-/// is not written: <why>." If the identifier is from another file of the installed agent's, which would be
-/// removed next, fails instead.
+/// Writes the setting Guid to the file that a client.conf names, and reads it back. Without the setting the
+/// file stays. An installed agent's identifier is written as it was given, and a file that holds it already
+/// stays untouched. Warns of a failure, and of a path that is no regular file with this one name: "WARNING!
+/// <path> is not written: <why>." Fails instead if the identifier is from another file of the installed
+/// agent's, which would be removed next.
 Outcome<> WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
 /// Removes the file that a client.conf names, if it is a plain one; in a directory of the host only if it

@@ -19,7 +19,7 @@ corekit::String DetectDistribution();
 /// True if a plug-in process of the agent runs.
 bool IsPluginProcessRunning();
 
-/// True if solutions depend on the agent installed there, or if that cannot be told.
+/// True if solutions depend on the agent installed there, or if that is not known.
 bool HasRegisteredSolutions(const corekit::String& installDir);
 
 /// The levels that occur in a text like "rc2;rc3;rc5", as digits "235" and as lists "2 3 5" and "0 1 4 6" of

@@ -23,8 +23,8 @@ corekit::Result Install(const corekit::String& name, const corekit::String& temp
                         const corekit::String& installDir, const corekit::String& startLevels,
                         const corekit::String& stopLevels);
 
-/// Undoes all of `Install`, whichever way the service was registered, and tells a running systemd when the
-/// last of it is gone. A service that does not exist is success.
+/// Undoes all of `Install`, whichever way the service was registered, and then has a running systemd read its
+/// units again. A service that does not exist is success.
 corekit::Result Uninstall(const corekit::String& name);
 
 /// The path of the service script: /etc/init.d/NAME.

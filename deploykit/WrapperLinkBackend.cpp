@@ -52,7 +52,7 @@ Result RemoveFile(const String& path) {
 Result RefuseForeign(const String& path, const OwnsLink& owns) {
     const auto isOwn = owns(path);
     if (!isOwn || *isOwn) return isOwn.Outcome();
-    const Result isNoLink = File::RefuseLink(path);
+    const Result isNoLink = File::CheckNotLink(path);
     if (corekit::IsTransient(isNoLink)) return isNoLink;
     const bool isFile = File::Exists(path) && !File::IsDirectory(path);
     return Result(!isNoLink || isFile ? EEXIST : 0);

@@ -11,21 +11,21 @@ namespace deploykit::ItemInstallers {
 
 namespace WrapperLinkBackend {
 
-/// True if what stands in the place of a link is one of the caller's own, which may be replaced or removed;
-/// the failure where that is not known.
+/// True if the file or link at `path` is the caller's own, which may be replaced or removed. Fails where that
+/// is not known.
 using OwnsLink = std::function<corekit::Expected<bool>(const corekit::String& path)>;
 
 /// Writes <programDir>/PROGRAM, a shell script that sources `environmentScript` and becomes
 /// <programDir>/PROGRAM.bin with the arguments it was given, and the symbolic link <linkDir>/PROGRAM to it.
 /// If both directories are the same place there is only the wrapper, which is always replaced. Fails, with
-/// the path that it is about, if either cannot be made: EEXIST if something that `owns` denies stands in the
-/// place of the link, and the failure of `owns`.
+/// the path concerned, if either cannot be made: with EEXIST if `owns` denies what stands in the place of the
+/// link, and with the failure of `owns`.
 corekit::Result Install(const corekit::String& program, const corekit::String& linkDir,
                         const corekit::String& programDir, const corekit::String& environmentScript,
                         const OwnsLink& owns);
 
-/// Removes both. A directory in the place of either is left alone, and so is what `owns` denies in the place
-/// of the link (EEXIST), and what `owns` fails to tell of. Success if nothing else is left.
+/// Removes both. Leaves alone a directory in the place of either, and a link that `owns` denies (EEXIST) or
+/// fails to judge. Success if nothing else is left.
 corekit::Result Uninstall(const corekit::String& program, const corekit::String& linkDir,
                           const corekit::String& programDir, const OwnsLink& owns);
 

@@ -10,13 +10,13 @@
 namespace Zorvane::AgentInstaller {
 
 /// The process id of the agent that runs from an install directory: the one that its pid file names, else its
-/// oldest process. None when none of its processes runs under this root directory: an agent of a container
-/// does not count. Any user may ask.
+/// oldest process. None when no process of it runs under this root directory: an agent in a container does
+/// not count. Works for every user.
 std::optional<pid_t> FindAgentProcess(const corekit::String& installDir);
 
 /// Starts the agent through its control script, unless the setting Start says otherwise, gives its processes
 /// ten seconds to come up and shows its status line; warns if the agent does not run then. Never fails the
-/// run. In an attempt, the caller waits and looks instead.
+/// run. In an attempt, returns at once: the caller watches the agent.
 void StartAgent(const Settings& settings);
 
 /// Stops the agent of an install directory by its control script. Returns false if a process of it still runs

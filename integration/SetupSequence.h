@@ -10,7 +10,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What the steps share: they read it, and change nothing but the host.
+/// What the steps share. They read it, and change only the host.
 struct SetupContext {
     corekit::String generatedConfPath;   // the new client.conf in its hand-over file
     corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
@@ -18,8 +18,8 @@ struct SetupContext {
     bool isFirst = false;                // nothing was configured in the install directory before
 };
 
-/// Fails as PlaceClientConf and RunSetupSequence would with the generated client.conf, as far as that can be
-/// known before. Changes nothing.
+/// Fails if PlaceClientConf or RunSetupSequence would fail with the generated client.conf, as far as that can
+/// be known before. Changes nothing.
 Outcome<> CheckSetupSequence(const SetupContext& context);
 
 /// Writes the file of the identifier, whose directory is made when missing, and then puts the generated
@@ -65,7 +65,7 @@ Outcome<> SetInstallPermissions(const SetupContext& context);
 /// fails itself.
 Outcome<> SetSecurityLabels(const SetupContext& context);
 
-/// Adds an entry that is not a directory to the list; always true, so that a scan goes on.
+/// Adds an entry that is not a directory to the list. Always returns true, so that a scan goes on.
 bool SkipDirs(const corekit::FileInfo& info, std::vector<corekit::FileInfo>& list);
 
 }  // namespace Zorvane::AgentInstaller

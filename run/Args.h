@@ -1,5 +1,5 @@
-// How this run was meant: the options that every part of the program reads, and whether it is a rehearsal or
-// an attempt.
+// The options of this run that every part of the program reads, and whether the run is a rehearsal or an
+// attempt.
 #pragma once
 
 #include <deque>

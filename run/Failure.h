@@ -1,5 +1,5 @@
-// Why a run fails: what a failed step returns, what the operator is told of it when the run ends, and the
-// texts that several steps share.
+// Why a run fails: what a failed step returns, what the operator reads when the run ends, and the texts that
+// several steps share.
 #pragma once
 
 #include <tl/expected.hpp>
@@ -18,7 +18,8 @@ struct Failure {
     bool operator==(const Failure&) const = default;
 };
 
-/// The value of an operation, or why the run fails: `return Fail(L"Unable to write to file: ", path);`.
+/// The value of an operation, or the reason why the run fails: `return Fail(L"Unable to write to file: ",
+/// path);`.
 template <typename Value = void>
 class [[nodiscard]] Outcome : public tl::expected<Value, Failure> {
   public:

@@ -1,5 +1,5 @@
-// The marks on the host of what is under way: of a run that has begun to change an installation and has not
-// come to its end (etc/.unfinished below the install directory), and of the package scripts' reinstallation.
+// Marks on the host: one of a run that has begun to change an installation and has not finished
+// (etc/.unfinished below the install directory), and one of the package scripts' reinstallation.
 #pragma once
 
 #include "corekit/text/String.h"
@@ -7,7 +7,7 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// What has not come to its end. While there is a mark, etc/client.conf belongs to no agent.
+/// What has not finished. While there is a mark, etc/client.conf belongs to no agent.
 enum class Unfinished {
     Nothing,
     Saving,              // nothing of the installed agent has changed: its client.conf is being saved
@@ -15,8 +15,8 @@ enum class Unfinished {
     Upgrade,             // the agent that was there before is what etc/client.conf.old says
 };
 
-/// What the mark below the install directory says. A mark with an unknown word stands for an upgrade if there
-/// is a client.conf.old, and for a first configuration otherwise.
+/// Reads the mark below the install directory. A mark with an unknown word stands for an upgrade if there is
+/// a client.conf.old, and for a first configuration otherwise.
 Unfinished FindUnfinishedRun(const corekit::String& installDir);
 
 /// Fails where the mark could not be written. Changes nothing.
@@ -25,7 +25,7 @@ Outcome<> CheckUnfinishedMark(const corekit::String& installDir);
 /// Writes the mark, or changes it.
 Outcome<> MarkUnfinishedRun(const corekit::String& installDir, Unfinished what);
 
-/// Removes the mark: the run has come to its end.
+/// Removes the mark: the run has finished.
 Outcome<> MarkFinishedRun(const corekit::String& installDir);
 
 /// True if the package scripts are putting the same agent back on the host: they have left a marker, and it

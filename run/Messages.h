@@ -1,5 +1,5 @@
-// Output to the operator. Texts go out in the local character set; a value inside one is made
-// printable by `Shown` first, so that nothing from a file steers the terminal.
+// Output to the operator. Texts go out in the local character set; a value inside one is made printable by
+// `Shown` first, so that nothing from a file can steer the terminal.
 #pragma once
 
 #include <set>
@@ -19,13 +19,13 @@ void Tell(const corekit::String& text);
 /// Warnings and errors: to standard error, quiet or not.
 void Warn(const corekit::String& text);
 
-/// "WARNING! <path> is kept: <why>.", of what should go and does not.
+/// Warns of something that should have been removed: "WARNING! <path> is kept: <why>."
 void WarnKept(const corekit::String& path, const corekit::String& why);
 
-/// "WARNING! <path> could not be made: <why>.", of what the run goes on without.
+/// Warns of something that the run goes on without: "WARNING! <path> could not be made: <why>."
 void WarnNotMade(const corekit::Result& failure);
 
-/// "WARNING! <path> is not replaced: it is not a link of the agent's.", once for each path in a run.
+/// Warns, once for each path in a run: "WARNING! <path> is not replaced: it is not a link of the agent's."
 void WarnNotReplaced(const corekit::String& path);
 
 /// The paths that WarnNotReplaced has told.

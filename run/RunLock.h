@@ -14,7 +14,8 @@ class RunLock {
   public:
     RunLock();
 
-    /// True when a run holds the lock right now. Only looks: no run that begins meanwhile is refused for it.
+    /// True when a run holds the lock right now. Takes no lock itself, so no run that begins meanwhile is
+    /// refused.
     static bool IsHeld();
 
     /// True when another run holds the lock.

@@ -6,12 +6,12 @@
 namespace Zorvane::AgentInstaller {
 
 /// One record for each run of a command that changes the host: in the journal where there is one, else with
-/// the syslog daemon, else nowhere. It is left by `End`, or when a signal or a lack of memory ends the
-/// process before, by its handler. The first object of a process owns the record; one within its life leaves
-/// none, and so do a rehearsed command and a process that was forked meanwhile.
+/// the syslog daemon, else nowhere. `End` leaves it, or the handler of a signal or a lack of memory that ends
+/// the process before. The first object of a process owns the record. An object within its life leaves none,
+/// nor does a rehearsed command or a forked process.
 class RunRecord {
   public:
-    /// The record that this is, as journalctl(1) finds it: MESSAGE_ID.
+    /// The MESSAGE_ID by which journalctl(1) finds these records.
     static constexpr const char* kMessageId = "c1261f8daa9d41c695d7bb9d9b008ac3";
 
     explicit RunRecord(const corekit::String& command);

@@ -1,5 +1,4 @@
-// Whose file it is: files found where others can write are used only when root or the invoking user made
-// them.
+// Files found where others can write, which are used only when root or the invoking user made them.
 #pragma once
 
 #include <string>
@@ -16,8 +15,8 @@ enum class ChosenBy {
     Administrator,  // the command line or an environment variable named it: its owner does not matter
 };
 
-/// A file that is opened once: what was opened is judged, and what was judged is read, whatever others put in
-/// its place meanwhile. In a directory that others can write, it must be a regular file, owned by root or the
+/// A file that is opened once, judged and then read through the same descriptor, whatever others put in its
+/// place meanwhile. In a directory that others can write, it must be a regular file, owned by root or the
 /// invoking user (real user, SUDO_UID), not writable by others and without a second name. A directory counts
 /// as one when it is /tmp/ksclt, when it or one above belongs to somebody else, when it is writable by all,
 /// or when one above is that without a sticky bit.
@@ -33,13 +32,13 @@ class TrustedFile {
     /// True if the file may be there although it cannot be read now.
     bool IsUnreadable() const { return IsTransient(m_opened); }
 
-    /// Can others write in its directory, so that they could bring that about?
+    /// True if others can write in its directory, and so could have put it there or made it unreadable.
     bool IsExposed() const { return m_isExposed; }
 
-    /// Is it root's, and is every directory that it lies in, so that nobody else has chosen what it says?
+    /// True if the file and every directory above it are root's, so that nobody else has chosen its content.
     bool IsRoots() const { return m_isRoots; }
 
-    /// Why the file must not be used: empty when it may be.
+    /// The reason why the file must not be used; empty when it may be.
     const corekit::String& WhyNot() const { return m_whyNot; }
 
     bool MayBeUsed() const { return m_whyNot.IsEmpty(); }
@@ -62,8 +61,8 @@ class TrustedFile {
     corekit::Descriptor m_file;
 };
 
-/// Removes the directory of hand-over files, unless it is another user's, who could make that slow: then it
-/// is warned of, and stays. One that is missing is removed.
+/// Removes the directory of hand-over files; success if there is none. Warns of a directory of another
+/// user's, who could make the removal slow, and leaves it.
 corekit::Result RemoveHandOverDirectory();
 
 }  // namespace Zorvane::AgentInstaller

@@ -9,10 +9,10 @@ namespace Zorvane::AgentInstaller {
 enum class XmlFile { None, Loaded };
 
 /// Merges what the installed agent's client.conf provides. KSName, KSProtocol and KSUrlFormat come from one
-/// source together: with an XML file the server that was gathered wins over the installed agent's. A server
-/// that is another one in the end than the agent's sets KSNameChanged and drops the agent's identifier. A
-/// recorded AllowNonRoot, StartupOnBoot or EnableNICError counts only if nothing else gives one. A value that
-/// overrides the installed agent's counts, whatever setting it is of.
+/// source together: with an XML file the server that was gathered wins over the installed agent's. If the
+/// resulting server is not the agent's, sets KSNameChanged and drops the agent's identifier. A recorded
+/// AllowNonRoot, StartupOnBoot or EnableNICError counts only if nothing else gives one. A value that
+/// overrides the installed agent's counts for every setting.
 void MergeInstalledValues(Settings& settings, const Settings& installed, XmlFile xmlFile);
 
 /// True if the XML file gives the setting, and QDN_INSTALL_OVERRIDE says that what the file gives overrides

@@ -8,7 +8,7 @@ namespace Zorvane::AgentInstaller {
 /// A copy with %ETCDIR% as %INSTDIR%/etc and then %INSTDIR% as the install directory.
 corekit::String ExpandPathMacros(const corekit::String& text, const corekit::String& installDir);
 
-/// The path from the root on; "/" for an empty one and when the current directory cannot be told.
+/// The absolute path; "/" for an empty one and when the current directory is not known.
 corekit::String MakeAbsolutePath(const corekit::String& path);
 
 /// Puts a path that is `oldPrefix` or lies below it under `newPrefix`, with "//" folded; leaves any other

@@ -30,15 +30,16 @@ std::span<const Question> Questions();
 /// True if the questionnaire asks for the setting.
 bool IsQuestionKey(SettingName setting);
 
-/// The answer in the form in which it is stored. An unusable answer gives none, after the reason has been
-/// told on standard output.
+/// The answer in the form in which it is stored. None for an unusable answer, of which standard output tells
+/// the reason.
 std::optional<corekit::String> ValidateAnswer(const Question& question, const corekit::String& answer);
 
 /// Says on standard output that an answer is not valid.
 void RefuseAnswer();
 
-/// Called with the install directory as soon as that is answered, and the settings as they were before the
-/// first answer. True when they have others from then on, which the remaining questions go by.
+/// Called with the install directory as soon as that is answered, and with the settings as they were before
+/// the first answer. Returns true when it has changed those; their values are the defaults of the remaining
+/// questions.
 using TakeUp = std::function<Outcome<bool>(const corekit::String& installDir, Settings& unanswered)>;
 
 /// Asks all questions and stores the answers. Fails only when standard input fails or ends, or `takeUp` does,

@@ -13,10 +13,10 @@ class ServerUrl {
   public:
     enum Kind : int { Http = 0, Https = 1, Ftp = 2, Other = 3 };
 
-    /// From a text like "https://kell.example.com:8083"; one without a scheme counts as http.
+    /// Parses a text like "https://kell.example.com:8083"; one without a scheme counts as http.
     explicit ServerUrl(const corekit::String& text);
 
-    /// A text that has a scheme and is a valid URL of http or https; none for any other.
+    /// The URL of a text that has a scheme and is a valid URL of http or https; none for any other text.
     static std::optional<ServerUrl> FromFullUrl(const corekit::String& text);
 
     /// The kind of the scheme.
@@ -26,13 +26,13 @@ class ServerUrl {
     const corekit::String& Host() const { return m_url.GetHost(); }
     const corekit::String& GetProtocol() const { return m_url.GetProtocol(); }
 
-    /// No port, or the one that the scheme has anyway.
+    /// True if there is no port, or the scheme's own.
     bool IsDefaultPort() const;
 
-    /// The port, also where it is the scheme's own; negative when nobody knows.
+    /// The port, also where it is the scheme's own; negative when it is not known.
     int Port() const;
 
-    /// The same scheme, host (in any case) and port?
+    /// True for the same scheme, host (in any case) and port.
     bool IsSameAs(const ServerUrl& other) const;
 
     /// The host, followed by ":" and the port unless that is the scheme's own.
@@ -41,7 +41,7 @@ class ServerUrl {
     /// The scheme and the server's name, as in "https://kell.example.com:8083".
     corekit::String Text() const { return GetProtocol() + L"://" + ServerName(); }
 
-    /// Sets KSProtocol, KSName and KSUrlFormat, from a source that gives the server by this text.
+    /// Sets KSProtocol, KSName and KSUrlFormat. `given` is the server as it stands at the source.
     void Compose(Settings& settings, const Source& source, const corekit::String& given) const;
 
   private:

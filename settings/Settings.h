@@ -43,7 +43,7 @@ struct SourcedValue {
     bool operator==(const SourcedValue&) const = default;
 };
 
-/// A setting: the value that counts, and those that lost against it, the oldest first.
+/// A setting: the value that is used, and those that it overrides, the oldest first.
 struct SettingRecord {
     SourcedValue used;
     std::vector<SourcedValue> unused;
@@ -66,7 +66,8 @@ class Settings {
   public:
     virtual ~Settings() = default;
 
-    /// The value, to read or assign; a setting that is absent is made, empty. Its source stays.
+    /// The value, to read or assign. Creates a setting that is absent, empty. The source of the setting
+    /// stays.
     corekit::String& Value(SettingName name) { return m_usual[name].used.value; }
 
     /// Gives a setting its value. The former one becomes unused, unless it is empty; of each
@@ -76,19 +77,19 @@ class Settings {
         Set(name, {value, source, value});
     }
 
-    /// The value, "" for a setting that is absent. Makes nothing.
+    /// The value, "" for a setting that is absent. Creates no setting.
     corekit::String Get(SettingName name) const { return Record(name).used.value; }
 
-    /// The value, its source and what lost against it; an empty record for a setting that is absent.
+    /// The value, its source and the values that it overrides; an empty record for a setting that is absent.
     const SettingRecord& Record(SettingName name) const;
 
     /// All settings that are present, ordered by name.
     const std::map<SettingName, SettingRecord>& Records() const { return m_usual; }
 
-    /// Present and not empty? Makes nothing.
+    /// True if the setting is present and not empty. Creates no setting.
     bool IsSet(SettingName name) const { return !Record(name).used.value.IsEmpty(); }
 
-    /// Present, be it empty? Makes nothing.
+    /// True if the setting is present, even if it is empty. Creates no setting.
     bool Exists(SettingName name) const { return m_usual.contains(name); }
 
     /// True if the value is exactly "yes". Creates no setting.
@@ -111,7 +112,7 @@ class Settings {
     const KeySources& Keys() const { return m_keys; }
     void SetKeys(KeySources keys) { m_keys = std::move(keys); }
 
-    /// A dump of all settings to standard output, for whoever looks for a fault: no command writes it.
+    /// Dumps all settings to standard output, for debugging: no command calls it.
     void Print() const;
 
   private:
@@ -121,7 +122,7 @@ class Settings {
     KeySources m_keys;
 };
 
-/// The install directory of the installed agent, as it told it; "" when there is none.
+/// The install directory that the installed agent's configuration gives; "" when there is none.
 corekit::String InstalledDirectory(const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller

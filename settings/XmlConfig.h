@@ -25,8 +25,7 @@ void ReadElementSetting(Settings& settings, const corekit::BasicXml& document, S
 /// The settings of the built-in document: the defaults.
 std::unique_ptr<Settings> DefaultSettings();
 
-/// True for the words, in any case, that count as a no; whatever Text::StrToBool takes for a yes counts as
-/// one.
+/// True for the words, in any case, that count as a no. Text::StrToBool judges what counts as a yes.
 [[nodiscard]] bool IsWordForNo(const corekit::String& value);
 
 /// Warns, in the document's order, of each element and attribute that is unknown, doubled or in a wrong

@@ -1,5 +1,5 @@
 // Moving an agent's data to where its new client.conf wants it, in this run or, for what could not be moved,
-// in the next; and giving up the old install directory.
+// in the next; and removing the old install directory.
 #pragma once
 
 #include "corekit/ini/IniFile.h"

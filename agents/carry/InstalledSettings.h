@@ -14,8 +14,7 @@ enum class Generation { Agent56, Agent60 };
 
 /// A setting whose key the file lacks is present, empty; only Guid (without a GUID file), RunLevel (without
 /// its key) and EnableNICError (without a value for it) are then absent. Fails when the file cannot be read,
-/// or when there may be a GUID file that cannot: the run would take the identifier away from a host that has
-/// one.
+/// or when there may be a GUID file that cannot be read: the run would take the host's identifier away.
 Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const corekit::IniFile& conf, Generation generation);
 
 }  // namespace Zorvane::AgentInstaller

@@ -20,9 +20,9 @@ corekit::String FieldName(const corekit::String& key);
 /// Adds a field. Fails when there is one of that name with another text.
 Outcome<> AddField(Fields& fields, const corekit::String& name, const corekit::String& text);
 
-/// Reads the entries of the record's one section; there may be none. Lines that are no entries of it are
-/// skipped. Fails when the file cannot be read, is over 16 MiB or has entries but not that section, and when
-/// two keys with different values have the same field name.
+/// Reads the entries of the record's one section; there may be none. Skips lines that are no entries of it.
+/// Fails when the file cannot be read, is over 16 MiB or has entries but not that section, and when two keys
+/// with different values have the same field name.
 Outcome<Fields> ReadFields(const corekit::String& path, const corekit::String& section);
 
 /// Reads an XML record; one that is missing is empty. Fails when it cannot be read or is over 16 MiB.
@@ -33,8 +33,8 @@ Outcome<corekit::String> ReadXmlRecord(const corekit::String& path);
 Outcome<> WriteRecord(const corekit::String& path, const corekit::String& text,
                       const corekit::String& oldPath);
 
-/// Renames a file that exists, unless the target does; where that is a copy of it, as an upgrade leaves that
-/// was cut off, the file goes. Fails when the rename does, or when the system does not tell whether the
+/// Renames a file, if it exists, unless the target does. Removes the file if the target is a copy of it, as
+/// an upgrade that was cut off leaves one. Fails when the rename fails, or when it is not known whether the
 /// target exists.
 Outcome<> MoveIfPresent(const corekit::String& from, const corekit::String& to);
 

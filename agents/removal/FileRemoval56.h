@@ -1,4 +1,4 @@
-// What an agent of version 5.6 leaves on disk, and how it goes.
+// Removing the files of an agent of version 5.6.
 #pragma once
 
 #include "agents/removal/RemovalOutcome.h"
@@ -6,11 +6,11 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// Removes the files of the 5.6 agent that `conf` describes. `newConf` is null on a clean; on an upgrade it
-/// is the new client.conf: the paths that it names stay, except the old log; in place, that is when its
-/// install directory is the old one, what the new package laid down there and what this run has written stays
-/// as well. Nothing goes when `conf` could not be read. What cannot be removed is told and joined to `left`.
-/// While anything is left, client.conf, which goes last, stays, so that the next run finds it.
+/// Removes the files of the 5.6 agent that `conf` describes. `newConf` is null on a clean. On an upgrade it
+/// is the new client.conf: the paths that it names stay, except the old log. If its install directory is the
+/// old one, the files of the new package and of this run stay as well. Removes nothing when `conf` could not
+/// be read. Warns of what cannot be removed, and joins it to `left`. While anything is left, client.conf,
+/// which goes last, stays, so that the next run finds it.
 void RemoveInstalledFiles56(const corekit::IniFile& conf, const corekit::IniFile* newConf,
                             RemovalOutcome left = {});
 

@@ -1,4 +1,4 @@
-// What an agent of version 6.x leaves on disk, and how it goes.
+// Removing the files of an agent of version 6.x.
 #pragma once
 
 #include "agents/removal/RemovalOutcome.h"
@@ -8,11 +8,10 @@
 namespace Zorvane::AgentInstaller {
 
 /// Removes everything that the agent's client.conf leads to: the data in its stores, the stores themselves,
-/// the files that were generated below the install directory, and that directory, client.conf last. With a
-/// reinstall pending the two files that the installer needs then survive. Rotated debug logs are left to the
-/// agent's class. What cannot be removed is told and joined to `left`. While anything is left, client.conf
-/// stays, so that the next run finds it, and standard error tells that as well: "WARNING! <path> is kept:
-/// <why>."
+/// the files that were generated below the install directory, and that directory, client.conf last. While a
+/// reinstallation is pending, the two files that the installer needs stay. Rotated debug logs are left to the
+/// agent's class. Warns of what cannot be removed, and joins it to `left`. While anything is left,
+/// client.conf stays, so that the next run finds it, with a warning: "WARNING! <path> is kept: <why>."
 void RemoveInstalledFiles60(const corekit::IniFile& oldConf, RemovalOutcome left = {});
 
 /// Removes the files that this program and the agent generate below an install directory, except those that

@@ -53,7 +53,7 @@ void KeepList::Keep(const String& path) {
 
 bool KeepList::Includes(const String& path) const {
     if (IsLaidDown(path)) return true;
-    if (File::RefuseLink(path).Code() == ELOOP) return IsOnTheWayToKept(path);
+    if (File::CheckNotLink(path).Code() == ELOOP) return IsOnTheWayToKept(path);
     const Path::AncestorChain place(path);
     return place.IsWithin(m_libraries) || std::ranges::any_of(m_named, [&](const Path::AncestorChain& named) {
                return named.IsWithin(place);

@@ -11,9 +11,8 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The paths that stay: on a clean none; on an upgrade those that the new client.conf names; in place, that
-/// is when its install directory is the old one, also what the new package laid down there and what this run
-/// has written.
+/// The paths that stay: on a clean none, on an upgrade those that the new client.conf names. If its install
+/// directory is the old one (an upgrade in place), the files of the new package and of this run stay as well.
 class KeepList {
   public:
     /// `newConf` is null on a clean. `oldInstallDir` ends in "/".
@@ -25,7 +24,8 @@ class KeepList {
     /// True if the path is kept, or is a directory that holds something kept.
     bool Includes(const corekit::String& path) const;
 
-    /// Removes what a shell wildcard in the last component names, directories as trees, unless it is kept.
+    /// Removes every path that matches a pattern with shell wildcards in its last component, directories with
+    /// everything in them, unless it is kept.
     void RemoveOthers(
         const corekit::String& pattern, RemovalOutcome& left,
         corekit::File::HostDirectory hostDirectory = corekit::File::HostDirectory::Refused) const;

@@ -1,5 +1,5 @@
-// What the host's own tools tell and do for the clean-up: a value in a key-value file, a program's processes,
-// a signal to them.
+// What the clean-up has the host's own tools do: look up a value in a key-value file, find a program's
+// processes, send them a signal.
 #pragma once
 
 #include "corekit/text/String.h"
@@ -18,7 +18,7 @@ corekit::String QueryProcessIds(const corekit::String& name);
 /// is empty.
 void SignalProcesses(const corekit::String& signal, const corekit::String& ids);
 
-/// Does a program run whose name contains this one? Never for an empty name.
+/// True if a program runs whose name contains `name`. False for an empty name.
 bool IsRunning(const corekit::String& name);
 
 }  // namespace Zorvane::AgentInstaller

@@ -6,16 +6,16 @@
 
 namespace Zorvane::AgentInstaller {
 
-// Failures are ignored; both tell what is left.
+// Both go on after a failure, and return what is left.
 
-/// What an agent of version 6.0 links: removes every link named qdn-* of the agent's from the link directory,
-/// unless that is the agent's own program directory. What else has such a name stays, and is told by
-/// Messages::WarnNotReplaced, but for directories and the helper program. Does nothing when either text is
-/// empty.
+/// Removes the links of an agent of version 6.0: every link named qdn-* in the link directory that is the
+/// agent's, unless that directory is the agent's own program directory. Other files and links of such a name
+/// stay, with a warning (Messages::WarnNotReplaced) for all but the helper program. Does nothing when either
+/// text is empty.
 RemovalOutcome RemoveProgramLinks60(const corekit::String& installDir, const corekit::String& linkDir);
 
-/// What agents from version 6.0 SP2 on link: removes the wrappers of the agent's programs, except that of the
-/// program that is running, and the links to the helper program. Does nothing without an install directory.
+/// Removes the links of an agent from version 6.0 SP2 on: the wrappers of its programs, except that of this
+/// program, and the links to the helper program. Does nothing without an install directory.
 RemovalOutcome RemoveWrapperLinks(const corekit::String& installDir, const corekit::String& linkDir);
 
 }  // namespace Zorvane::AgentInstaller

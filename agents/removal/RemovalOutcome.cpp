@@ -81,7 +81,7 @@ void RemoveFromHostDirectory(const String& path, RemovalOutcome& left) {
 }
 
 String DirectoryBehindLink(const String& directory, const String& confPath) {
-    if (corekit::File::RefuseLink(directory).Code() != ELOOP) return directory;
+    if (corekit::File::CheckNotLink(directory).Code() != ELOOP) return directory;
     if (!Path::IsMatch(directory, Path::GetDirectory(Path::GetDirectory(confPath)))) return directory;
     const auto target = Path::Canonicalise(directory);
     return target ? *target : directory;
@@ -89,7 +89,7 @@ String DirectoryBehindLink(const String& directory, const String& confPath) {
 
 Result CheckOwnDirectory(const String& directory) {
     const Result allowed = corekit::CheckRemovable(directory);
-    return allowed ? corekit::File::RefuseLink(directory) : allowed;
+    return allowed ? corekit::File::CheckNotLink(directory) : allowed;
 }
 
 }  // namespace Zorvane::AgentInstaller

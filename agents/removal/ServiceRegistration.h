@@ -6,15 +6,14 @@
 
 namespace Zorvane::AgentInstaller {
 
-/// The platform is what the host calls itself: "linux", "suse", "united", "hpux", "solaris" or "aix". Tools
-/// that the host lacks are passed over, and what the tools answer does not matter. Both return what could not
-/// be removed.
+/// `platform` is one of "linux", "suse", "united", "hpux", "solaris" or "aix". Both pass over tools that the
+/// host lacks, ignore the status of the others, and return what could not be removed.
 RemovalOutcome RemoveServiceRegistration56(const corekit::String& platform);
 RemovalOutcome RemoveServiceRegistration60(const corekit::String& platform);
 
-/// Waits until the service, the entries in the host's files and the links to programs in `linkDir` (if any)
-/// are gone from the disk, too. They may be on another one than client.conf, by which the next run finds
-/// them: a power cut must not leave them without it.
+/// Flushes to disk that the service, the entries in the host's files and the links in `linkDir` (if any) are
+/// gone. They may lie on another disk than client.conf, by which the next run finds them: a power cut must
+/// not bring them back without it.
 void FlushRemovals(const corekit::String& linkDir);
 
 }  // namespace Zorvane::AgentInstaller

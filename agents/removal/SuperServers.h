@@ -6,8 +6,8 @@
 namespace Zorvane::AgentInstaller {
 
 /// Removes the agent's entries from xinetd's configuration or else inetd's, makes the running super-server
-/// read it again, and removes the agent's ports from /etc/services. Returns what is left. A file that cannot
-/// be edited stays as it is and is told: "WARNING! <path> is not edited: <why>."
+/// read it again, and removes the agent's ports from /etc/services. Returns what is left. Warns of a file
+/// that cannot be edited, which stays as it is: "WARNING! <path> is not edited: <why>."
 RemovalOutcome RemoveSuperServerEntries();
 
 }  // namespace Zorvane::AgentInstaller

@@ -99,7 +99,7 @@ Result CheckCreatableDirectory(const String& path) {
     if (found) return CheckWritableDirectory(place);
     if (found != Result(ENOENT)) return found.error();
     // A link that leads nowhere is in the way of a directory.
-    if (!File::RefuseLink(place)) return Result(EEXIST);
+    if (!File::CheckNotLink(place)) return Result(EEXIST);
     return CheckNewEntry(DirectoryOf(place));
 }
 

@@ -7,7 +7,7 @@
 namespace corekit::Access {
 
 /// Success when the path is a directory in which the process can make entries; else why not (ENOTDIR, EROFS
-/// ...). Whether there is room for them is not looked at.
+/// ...). Does not look for free space.
 Result CheckWritableDirectory(const String& path);
 
 /// Success when Dir::CreateR can be expected to leave a directory there that can be written to.
@@ -16,12 +16,12 @@ Result CheckWritableDirectory(const String& path);
 Result CheckCreatableDirectory(const String& path);
 
 /// Success when a file can be expected to be written, moved or linked to the path, replacing what is there:
-/// its directory is writable or can be made, and nothing but a file or a link stands there, which is neither
-/// immutable nor mounted on, and no name of the host's. Fails with ENOSPC where the file system has no room
+/// its directory is writable or can be made, and nothing stands there but a file or a link that is neither
+/// immutable, a mount point nor one of the host's names. Fails with ENOSPC where the file system has no room
 /// at all.
 Result CheckReplaceable(const String& path);
 
-/// Success when nothing stands at the path, or what does can be removed from its directory.
+/// Success when nothing stands at the path, or it can be removed from its directory.
 Result CheckRemovable(const String& path);
 
 }  // namespace corekit::Access

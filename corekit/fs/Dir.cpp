@@ -32,17 +32,17 @@ struct Dir::Stream {
     Descriptor directory;
     String path;
     std::string pattern;
-    DirectoryBatch chunk;
+    DirectoryBatch batch;
     const DirEntry* next = nullptr;
     Result result;
 
     /// Null at the end, and where the rest cannot be read.
     const DirEntry* Next() {
-        while (next == chunk.end() && !chunk.IsEnd()) {
-            result = chunk.Read(directory.Get());
-            next = chunk.begin();
+        while (next == batch.end() && !batch.IsEnd()) {
+            result = batch.Read(directory.Get());
+            next = batch.begin();
         }
-        return next == chunk.end() ? nullptr : next++;
+        return next == batch.end() ? nullptr : next++;
     }
 };
 
@@ -56,7 +56,7 @@ Result Dir::Open(const String& path, const String& pattern) {
     m_stream->directory = std::move(*directory);
     m_stream->path = path;
     m_stream->pattern = pattern.Utf8();
-    m_stream->next = m_stream->chunk.end();
+    m_stream->next = m_stream->batch.end();
     return Result();
 }
 

@@ -29,7 +29,7 @@ class Dir {
     /// The next entry; false at the end, and where the rest cannot be read.
     bool Read(FileInfo& entry);
 
-    /// How reading has gone so far.
+    /// Success, or the failure that ended reading.
     Result ReadResult() const;
 
     /// Calls `visit` for every entry of a directory until it returns false. Fails when the directory cannot
@@ -41,17 +41,17 @@ class Dir {
     /// before a failure counts.
     static Result ReadEntries(const String& path, const String& pattern, std::vector<FileInfo>& entries);
 
-    /// The same for a caller to whom what cannot be read is not there.
+    /// All that `Scan` would visit. What cannot be read counts as absent.
     static std::vector<FileInfo> Entries(const String& path, const String& pattern);
 
     /// Creates a directory (mode 0755) with all missing parents; one that exists already is success.
     static Result CreateR(const String& path);
 
     /// Removes a directory with everything in it, never following a link out of it; of a path that is a link
-    /// itself the link only. What cannot be removed, and what is mounted in the tree, is left: the gravest
-    /// failure is the result. An empty path does nothing; "/" and the host's own directories are refused
-    /// (EPERM), however they are spelled or reached, and files (ENOTDIR). Memory does not grow with the
-    /// number of entries.
+    /// itself the link only. Passes over what cannot be removed and what is mounted in the tree, and returns
+    /// the worst failure. An empty path does nothing; "/" and the host's own directories are refused (EPERM),
+    /// however they are spelled or reached, and files (ENOTDIR). Memory does not grow with the number of
+    /// entries.
     static Result Remove(const String& path);
 
     /// Removes a directory that is empty; any other stays (ENOTEMPTY).
@@ -64,7 +64,7 @@ class Dir {
     /// directories (EPERM) and into `from` itself or below it (EINVAL).
     static Result Move(const String& from, const String& to);
 
-    /// Waits until what was made, renamed and removed in a directory has got to the disk.
+    /// Flushes a directory to disk: what was made, renamed and removed in it.
     static Result FlushEntries(const String& path);
 
     static Expected<String> GetCurrent();

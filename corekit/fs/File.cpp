@@ -52,7 +52,7 @@ bool MayBeDirectory(const String& path) {
     return found ? S_ISDIR(found->st_mode) : !IsNotFound(found.error());
 }
 
-Result RefuseLink(const String& path) {
+Result CheckNotLink(const String& path) {
     const auto place = ParentDirectory::Of(path);
     const auto found = place ? StatOf(place->Fd(), place->name) : Expected<struct stat>(place.error());
     if (found) return (S_ISLNK(found->st_mode) ? Result(ELOOP) : Result()).About(path);

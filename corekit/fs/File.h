@@ -19,23 +19,23 @@ using corekit::HostDirectory;
 /// does not exist.
 Result Probe(const String& path);
 
-/// Where the system does not tell, because a device gives an error or too many files are open, what might be
-/// there counts as there: who then uses it learns why that fails, and nobody goes on without it or over it.
+/// If the lookup itself fails, because of an error of a device or too many open files, the path counts as
+/// existing, so that callers neither skip nor overwrite it.
 bool Exists(const String& path);
 bool MayBeDirectory(const String& path);
 
-/// Is it known to be a directory?
+/// True if the path is known to be a directory.
 bool IsDirectory(const String& path);
 
-/// Refuses (ELOOP) a symbolic link itself; a "/" at its end does not count. Where the system does not tell,
-/// the result is why. What does not exist is not refused.
-Result RefuseLink(const String& path);
+/// Success for anything but a symbolic link (ELOOP), and for a path that does not exist; otherwise the
+/// failure of the lookup. A "/" at the end of the path does not count.
+Result CheckNotLink(const String& path);
 
 bool IsReadable(const String& path);
-/// By the effective user, on a file system that takes writes.
+/// True if the effective user may write it, on a file system that is not read-only.
 bool IsWritable(const String& path);
 
-/// More than any file has that the program has any business with.
+/// More bytes than any file that the program reads.
 inline constexpr std::size_t kLargestRead = std::size_t{64} << 20;
 
 /// The whole text of a regular file. A directory, FIFO or device is refused without waiting (EISDIR, EINVAL),
@@ -49,9 +49,9 @@ Expected<std::string> ReadBytes(const Descriptor& file, std::size_t limit = kLar
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
 /// flush of the directory. A present regular file's mode, owner and extended attributes are kept. A link in
 /// its place is replaced, never followed. On failure the old file stands whole (the new one when nothing but
-/// the last flush failed) and nothing else is left. Refused are the names of the host (EPERM) and, where
-/// others can write in the directory, a file with a second name (`kBelongsToOthers`). Pieces go one after the
-/// other, large ones without being copied together.
+/// the last flush failed) and nothing else is left. Refuses the names of the host (EPERM) and, where others
+/// can write in the directory, a file with a second name (`kBelongsToOthers`). Pieces go one after the other,
+/// large ones without being copied together.
 enum class Attributes { Kept, New };
 struct WriteAs {
     unsigned mode = 0644;                      // of a new file
@@ -65,22 +65,22 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
 /// Writes an executable script in the same way; it has mode 0755 even if it replaces a file of another mode.
 Result WriteScript(const String& path, const String& text);
 
-/// Removes a file or link; not a directory. Refused (EPERM) are the names of the host, and devices and links
-/// in its directories; `HostDirectory::Meant` leaves nothing of that but the names of the standard.
+/// Removes a file or link; not a directory. Refuses (EPERM) the names of the host, and devices and links in
+/// its directories; with `HostDirectory::Meant` only the names of the standard.
 Result Remove(const String& path, HostDirectory hostDirectory = HostDirectory::Refused);
 
-/// Removes what the path names: a file or link, or a directory as a tree. What something is mounted on stays
-/// as it is (EBUSY), and so does what `Remove` refuses (EPERM).
+/// Removes a file or link, or a directory with everything in it. A mount point stays as it is (EBUSY), and so
+/// does what `Remove` refuses (EPERM).
 Result RemoveAny(const String& path, HostDirectory hostDirectory = HostDirectory::Refused);
 
-/// Success for a path that `Remove` would not refuse; EPERM for one of the host's. What does not exist cannot
-/// be judged (ENOENT).
+/// Success for a path that `Remove` would not refuse; EPERM for one of the host's, ENOENT where there is
+/// nothing.
 Result CheckRemovable(const String& path);
 
 /// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
 /// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
 /// the pattern has it. Wildcards in one of the host's own directories are not expanded unless it is meant. An
-/// empty pattern names nothing; the result is the gravest failure.
+/// empty pattern names nothing; the result is the worst failure.
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
 
 /// Renames, replacing an existing target; to another file system by copy, flush and rename there. Neither

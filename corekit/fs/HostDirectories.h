@@ -14,9 +14,9 @@ namespace corekit {
 /// the host itself: those that the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...), and
 /// what lies directly in one that packages and users share (/etc, /home, /usr/share, /var/lib, /root ...),
 /// unless it is, or holds, a directory of `DeclareOwn` or, where that is one for data, has a name of
-/// `DeclareOwnName`. It does not matter how the path is spelled or which links and mounts
-/// lead there. Where the system does not tell which directory it is, the result is why. What does not exist
-/// is no directory of the host.
+/// `DeclareOwnName`. It does not matter how the path is spelled or which links and mounts lead there. Where
+/// the directory cannot be identified, the failure of that. A path that does not exist is no directory of the
+/// host.
 Result CheckRemovable(const String& directory);
 
 /// The same for a directory that is open, and that nobody can change for another one meanwhile.
@@ -36,14 +36,14 @@ void DeclareOwnName(const String& name);
 /// whichever links lead there: EXDEV for all else. Fails when the directory cannot be opened.
 Result ConfineRemovals(const String& directory);
 
-/// Success for an entry that `ConfineRemovals` lets go.
+/// Success for an entry that `ConfineRemovals` allows to be removed.
 Result CheckConfined(const EntryRef& entry);
 
 /// Forgets what `DeclareOwn`, `DeclareOwnName` and `ConfineRemovals` have said.
 void ForgetOwn();
 
-/// Whether an operation that the host's directories are closed to is meant for one of them: true of the few
-/// whose names the program itself fixes, never of what a file or the environment names.
+/// Whether an operation may work in the host's directories. `Meant` is for the few names that the program
+/// itself fixes, never for one from a file or the environment.
 enum class HostDirectory { Refused, Meant };
 
 struct HostEntries;
@@ -55,7 +55,7 @@ class HostNames {
     HostNames(int directory, HostDirectory hostDirectory);
 
     /// Success for a name that may be written, renamed or removed, EPERM for one of the host's; for every
-    /// name the reason why the system did not tell which directory it is.
+    /// name the failure to identify the directory, if there was one.
     Result Check(const char* name) const;
 
   private:

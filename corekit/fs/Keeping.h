@@ -1,5 +1,5 @@
-// Entries that are kept aside, and put back as they were: links, copies, moves and attributes, by name and
-// without judging whose name it is.
+// Entries that are kept aside, and put back as they were: links, copies, moves and attributes, by name,
+// without any check whose name it is.
 #pragma once
 
 #include <cstdint>
@@ -20,8 +20,8 @@ Result MakePrivateDirectory(const String& path);
 Result Link(const String& from, const String& to);
 
 /// Makes a tree like `from` at a name that is free: its directories are made anew with mode and owner, all
-/// else gets a second name there. Directories for which `isLeftOut` says so, by their path, are not gone into
-/// and not made. All directories are flushed to disk.
+/// else gets a second name there. Leaves out directories for whose path `isLeftOut` returns true. All
+/// directories are flushed to disk.
 Result LinkTree(const String& from, const String& to, const std::function<bool(const String&)>& isLeftOut);
 
 /// Copies an entry of any kind, a directory with everything in it, with mode, owner and times, to a name that
@@ -32,7 +32,7 @@ Result Copy(const String& from, const String& to);
 /// Both directories are flushed to disk.
 Result Move(const String& from, const String& to);
 
-/// Removes an entry of any kind; what is mounted on stays.
+/// Removes an entry of any kind; a mount point stays.
 Result Remove(const String& path);
 
 /// The device and the inode of an entry itself, which its other names share.
@@ -42,8 +42,8 @@ Expected<Identity> IdentityOf(const String& path);
 /// Gives an entry, not what it leads to, a mode (no link has one) and an owner.
 Result SetAccess(const String& path, unsigned mode, unsigned user, unsigned group);
 
-/// Gives an entry these extended attributes and takes no others away. Those that the file system knows none
-/// of are left out.
+/// Gives an entry these extended attributes and removes none. Leaves out those that the file system does not
+/// support.
 Result SetAttributes(const String& path, const std::map<std::string, std::string>& attributes);
 
 }  // namespace corekit::Keeping

@@ -11,28 +11,28 @@
 
 namespace corekit {
 
-/// A name, present or not, in a directory that somebody else keeps open.
+/// A name in an open directory, which the caller keeps open. Nothing need stand there.
 struct EntryRef {
     int directory;
     std::string name;
 };
 
-/// Where a path points: the open directory that holds the last component, and its name.
+/// The open directory that holds the last component of a path, and the name of that component.
 ///
 /// A symbolic link on the way is followed only where the link and the directory that holds it belong to root
 /// and nobody else can write there. At any other link the walk ends with `kBelongsToOthers` about the link or
-/// its directory. Root is whoever `IsRoots` says.
+/// its directory. Root means every user that `IsRoots` accepts.
 struct ParentDirectory {
     Descriptor directory;
     std::string name;
 
-    /// The place that a path names; the last name itself is not looked at, and a "/" at its end does not
-    /// count. Fails when the directory cannot be opened, and for paths that name no entry of one: empty
+    /// Opens the directory of a path; the last component itself is not looked at, and a "/" at its end does
+    /// not count. Fails when the directory cannot be opened, and for paths that name no entry of one: empty
     /// (ENOENT), or the root or one that ends in "." or ".." (EISDIR).
     static Expected<ParentDirectory> Of(const String& path);
 
-    /// The place that a path leads to: links in the place of the last name are followed as well, whether
-    /// anything is there or not. The name of a directory that is no entry is ".".
+    /// The same, but follows links in the place of the last component too, also dangling ones. The name is
+    /// "." for a directory that is no entry, such as the root.
     static Expected<ParentDirectory> OfTarget(const String& path);
 
     int Fd() const { return directory.Get(); }
@@ -47,8 +47,8 @@ Expected<std::string> CanonicalPath(const std::string& absolute);
 Expected<Descriptor> OpenDirectory(const String& path);
 Expected<Descriptor> OpenDirectory(const std::string& path);
 
-/// Root, as far as this process can tell: also whoever runs it, and whoever owns "/", since in a user
-/// namespace the host's root has another number.
+/// True for root, and for the user who runs this process and the owner of "/": in a user namespace the host's
+/// root has another number.
 bool IsRoots(uid_t user);
 
 /// Success when no one but root can have put a second name of a file there: the file has no other name, or

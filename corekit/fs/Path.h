@@ -29,15 +29,15 @@ Expected<String> MakeAbsolute(const String& path);
 /// be followed (`kBelongsToOthers`).
 Expected<String> Canonicalise(const String& path);
 
-/// The same as far as that succeeds; the rest follows as text, "." and ".." taken out. An empty path stays
-/// empty.
+/// The same, as far as the path exists and may be followed; in the rest "." and ".." are resolved as text. An
+/// empty path stays empty.
 String Resolve(const String& path);
 
-/// Do both name the same place: one resolved path, or one directory that is mounted twice? An empty path
+/// True if both name the same place: one resolved path, or one directory that is mounted twice. An empty path
 /// names no place.
 bool IsMatch(const String& left, const String& right);
 
-/// Is `path` that place or anything below `directory`, in the same sense?
+/// True if `path` is `directory` or lies below it, in the same sense.
 bool IsWithin(const String& path, const String& directory);
 
 /// A resolved path with the directories above it, looked up once, for comparing it with many others.

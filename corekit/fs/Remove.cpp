@@ -33,7 +33,7 @@ namespace File {
 
 namespace {
 
-/// Removes the entries of a directory that match a wildcard, but not the host's own; returns the gravest
+/// Removes the entries of a directory that match a wildcard, but not the host's own; returns the worst
 /// failure.
 Result RemoveMatches(const ParentDirectory& pattern, HostDirectory hostDirectory) {
     const HostNames hostNames(pattern.Fd(), hostDirectory);

@@ -5,8 +5,9 @@
 
 namespace corekit {
 
-/// Is all of an entry there in another one: a file or link with the same content, a directory with everything
-/// in it (and maybe more)? False as well when either cannot be read, or lies deeper than descriptors reach.
+/// True if `copy` holds all of `original`: a file or link the same content, a directory every entry (and
+/// maybe more). False as well when either cannot be read, or is nested too deeply for the descriptors that
+/// the process may open.
 bool ContainsCopyOf(const EntryRef& copy, const EntryRef& original);
 
 }  // namespace corekit

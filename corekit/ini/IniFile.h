@@ -72,7 +72,7 @@ class IniFile {
     /// All entries of all sections, in the order of the file, those that another one overrides included.
     std::vector<Entry> AllEntries() const;
 
-    /// The values of these.
+    /// The values of all entries, in the same order.
     std::vector<String> Values() const;
 
     /// The number of the line in the file, as it was read, that gives an entry its value; 0 without one.

@@ -39,7 +39,7 @@ class Application {
     String m_version;
 };
 
-/// The base of all that the frame runs; it holds nothing.
+/// The base of all that the frame runs. It holds nothing.
 class ApplicationFlags {
   public:
     virtual ~ApplicationFlags() = default;

@@ -5,8 +5,8 @@
 
 namespace corekit::Console {
 
-/// Both write bytes as they are. Standard output is flushed before anything goes to standard error, before a
-/// child process runs and before an answer is read; a failure to write is ignored.
+/// `Out` and `Err` write bytes as they are. Standard output is flushed before anything goes to standard
+/// error, before a child process runs and before an answer is read; a failure to write is ignored.
 void Out(std::string_view bytes);
 void Err(std::string_view bytes);
 void Flush();

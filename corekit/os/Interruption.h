@@ -12,21 +12,22 @@ namespace corekit::Interruption {
 void Prepare();
 
 /// Calls `last` when a signal (with 128 and its number, as a shell tells the status) or a lack of memory
-/// (with 1) ends the process. It must be async-signal-safe. Null: nobody.
+/// (with 1) ends the process. It must be async-signal-safe. Null stands for no function.
 void BeforeEnd(void (*last)(int status));
 
 /// Calls the function given to `BeforeEnd`; for a caller that ends the process at once.
 void TellEnd(int status);
 
-/// The process group that ends with us: it gets the signal too, and SIGKILL when that is not enough. 0: none.
+/// From now on this process group ends with us: it gets the signal too, and SIGKILL when that is not enough.
+/// 0 stands for none.
 void EndWithUs(pid_t group);
 
 }  // namespace corekit::Interruption
 
 namespace corekit {
 
-/// Blocks the signals that end the process as long as it lives: for the few steps that only together leave
-/// the host in order, and that wait for nobody.
+/// Blocks the signals that end the process as long as this object lives: for a few quick steps that leave the
+/// host in order only together.
 class SignalBlock {
   public:
     SignalBlock();

@@ -11,18 +11,18 @@
 
 namespace corekit {
 
-/// The errno value of a path that is not followed or not used because others could have put it there, and
-/// the system's own in no call that this program makes.
+/// The errno value for a path that is not followed or not used because others could have put it there. No
+/// system call that this program makes gives it.
 inline constexpr int kBelongsToOthers = ENOLINK;
 
-/// Success, or an errno value, with the path that the failure concerns as soon as somebody knows it. A result
-/// that is not looked at is a compile-time warning; one that does not matter is given to `Forgive`.
+/// Success, or an errno value with the path that the failure concerns, if that is known. A result that is
+/// dropped is a compile-time warning, unless it is given to `Forgive`.
 class [[nodiscard]] Result {
   public:
     Result() = default;
     explicit Result(int errnoValue) : m_errno(errnoValue) {}
 
-    /// The failure that errno tells of now.
+    /// The failure that errno stands for now.
     static Result FromErrno();
 
     bool Ok() const { return m_errno == 0; }
@@ -34,7 +34,7 @@ class [[nodiscard]] Result {
     /// The same result; a failure that concerns no path yet concerns this one.
     Result About(const String& path) const;
 
-    /// The path that a failure concerns; empty where nobody has told.
+    /// The path that a failure concerns; empty where it is not known.
     const String& Path() const { return m_path; }
 
     /// Results are equal when their errno values are, whatever path they concern.
@@ -66,8 +66,8 @@ class [[nodiscard]] Expected : public tl::expected<T, Result> {
     bool operator==(const Result& failure) const { return Outcome() == failure; }
 };
 
-/// True if the failure says that nothing of that name is there. No other does: a device that gives an error,
-/// or a process that has too many files open, tells nothing about what is on the disk.
+/// True if the failure says that nothing of that name is there. An error of a device, or too many open files,
+/// says nothing about what is on the disk.
 bool IsNotFound(const Result& result);
 
 /// True if the failure says nothing about what is there, so that another try may succeed: an error of a

@@ -10,7 +10,7 @@
 
 namespace corekit::Sys {
 
-/// Waits for that many seconds.
+/// Waits for this many seconds.
 void Sleep(unsigned seconds);
 
 /// What `Fgets` got.

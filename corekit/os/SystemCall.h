@@ -13,7 +13,7 @@
 
 namespace corekit {
 
-/// The result of a system call, which is made again for as long as a signal interrupts it.
+/// The result of a system call, which is repeated as long as a signal interrupts it.
 template <typename Call>
 auto Uninterrupted(Call&& call) {
     auto returned = call();
@@ -21,7 +21,7 @@ auto Uninterrupted(Call&& call) {
     return returned;
 }
 
-/// Success for 0, else what errno tells.
+/// Success for 0, otherwise the failure that errno stands for.
 Result Outcome(int returned);
 
 /// The bytes of a path. A path that holds a NUL can be given to no system call: it becomes the empty path,
@@ -55,8 +55,8 @@ Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links lin
 /// Reads as much as fits into the buffer and returns how much that was: 0 bytes at the end of the file.
 Expected<std::size_t> ReadSome(int fd, std::span<char> buffer);
 
-/// Reads the rest of an open file; EFBIG when there are more than `limit` bytes. If the size is known,
-/// `expected` spares copies of a large file.
+/// Reads the rest of an open file; EFBIG when there are more than `limit` bytes. A size that is known, in
+/// `expected`, avoids copies of a large file.
 Expected<std::string> ReadAll(int fd, std::size_t limit, std::size_t expected = 0);
 
 Result WriteAll(int fd, std::string_view bytes);

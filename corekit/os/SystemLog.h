@@ -12,7 +12,7 @@ namespace corekit::SystemLog {
 std::string Field(std::string_view name, std::string_view value);
 
 /// Sends an entry, whose fields stand in the pieces one after the other, to the journal. Returns false when
-/// no journal took it. Waits for nobody, raises no signal and is async-signal-safe.
+/// no journal took it. Does not block, raises no signal and is async-signal-safe.
 bool ToJournal(std::span<const std::string_view> pieces);
 
 /// The same for a line of text, which begins with its priority as in "<30>", and the syslog daemon.

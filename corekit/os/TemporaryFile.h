@@ -6,7 +6,7 @@
 
 namespace corekit {
 
-/// A forked process owns none of its parent's files.
+/// Owns at most one file. A forked process owns none of its parent's files.
 class TemporaryFile {
   public:
     TemporaryFile() = default;
@@ -18,7 +18,7 @@ class TemporaryFile {
     /// under a `SignalBlock` that ends after this call.
     void Take(const std::string& path);
 
-    /// Removes the file, unless it has gone already; there is none afterwards.
+    /// Removes the file, unless it has gone already, and owns none afterwards.
     void Remove();
 
     /// Empty when there is none.

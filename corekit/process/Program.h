@@ -19,8 +19,8 @@ String Locate(const String& name);
 String Search(const String& directories, const String& name);
 
 /// Runs a program, given by its full path, with arguments that are written as a shell reads them, and waits
-/// for it to end. An empty path runs nothing. What it prints is dropped, and neither its status nor a failure
-/// to start it is told: the caller looks at what it achieved.
+/// for it to end. An empty path runs nothing. Drops its output, its status and a failure to start it: the
+/// caller looks at what it achieved.
 void RunSilently(const String& program, const String& arguments);
 
 }  // namespace Program

@@ -13,7 +13,7 @@ namespace Text {
 bool StrToBool(const String& text);
 
 /// The text with control characters other than a tab (C0, DEL, C1 and kept bytes 0x80..0x9f) as \xNN, lower
-/// case: what comes from files or the environment never steers a terminal.
+/// case: nothing from a file or the environment can steer a terminal.
 String Printable(const String& text);
 
 /// The text as one word of a shell command line: as it is when it consists of letters, digits and

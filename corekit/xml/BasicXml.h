@@ -14,8 +14,9 @@ namespace corekit {
 
 using AttributeMap = std::map<String, String, Ltstr>;
 
-/// A document, or one element of it with all below (they share the parsed tree, which lives as long as any of
-/// them). Elements are found by name anywhere in it, the root element included, in document order.
+/// A document, or one element of it with everything below. All of a document share its parsed tree, which
+/// lives as long as any of them. Elements are found by name anywhere in it, the root element included, in
+/// document order.
 ///
 /// A document is refused, and then answers every query with nothing, if it is not well-formed, is over 16 MiB
 /// (its document type declaration: 32 KiB), declares external entities, uses undeclared ones, or if its

@@ -10,8 +10,8 @@
 
 namespace corekit {
 
-/// Until it is committed, the new file has a hidden name of its own and nobody but the owner may read it;
-/// without a commit it goes when this object goes. No signal ends the process meanwhile.
+/// Until it is committed, the new file has a hidden name of its own, and only the owner may read it. The
+/// destructor removes a file that was not committed. No signal ends the process meanwhile.
 class AtomicFile {
   public:
     explicit AtomicFile(EntryRef target) : m_target(std::move(target)) {}
@@ -29,7 +29,7 @@ class AtomicFile {
     Result Commit();
 
   private:
-    SignalBlock m_untilItStandsOrIsGone;
+    SignalBlock m_signalBlock;
     EntryRef m_target;
     std::string m_temporaryName;  // empty: there is none
     Descriptor m_file;

@@ -83,7 +83,7 @@ class TreeCopy : public TreeWalk {
     TreeCopy(Descriptor target, std::string name)
         : TreeWalk(AfterFailure::Stop), m_target(std::move(target)), m_topName(std::move(name)) {}
 
-    /// Has anything been made that would have to be removed after a failure?
+    /// True if something has been made that has to be removed after a failure.
     bool HasBegun() const { return m_hasBegun; }
 
   private:

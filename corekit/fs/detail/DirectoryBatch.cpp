@@ -30,28 +30,28 @@ bool HasLowerInode(const DirEntry& left, const DirEntry& right) {
 std::size_t CountEntries(int directory) {
     const auto again = OpenDirectoryItself(directory, ".");
     if (!again) return 0;
-    DirectoryBatch chunk;
+    DirectoryBatch batch;
     std::size_t count = 0;
     do {
-        if (!chunk.Read(again->Get())) return count;
-        count += static_cast<std::size_t>(chunk.end() - chunk.begin());
-    } while (!chunk.IsEnd());
+        if (!batch.Read(again->Get())) return count;
+        count += static_cast<std::size_t>(batch.end() - batch.begin());
+    } while (!batch.IsEnd());
     return count;
 }
 
 /// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
-Result TakeOutOnce(int directory, DirectoryBatch& chunk, const std::function<bool(const DirEntry&)>& take,
-                   bool& isDue) {
-    bool hasTaken = false;
+Result RemoveOnce(int directory, DirectoryBatch& batch, const std::function<bool(const DirEntry&)>& remove,
+                  bool& isDue) {
+    bool hasRemoved = false;
     PassLimit limit;
     std::size_t met = 0;
     for (bool isFirst = true;; isFirst = false) {
-        const Result result = chunk.Read(directory);
-        for (const DirEntry& entry : chunk) hasTaken |= take(entry);
-        met += static_cast<std::size_t>(chunk.end() - chunk.begin());
-        if (!chunk.IsEnd() && limit.IsReached(directory, met)) return Result(EBUSY);
-        if (chunk.IsEnd()) {
-            isDue = hasTaken && !isFirst;
+        const Result result = batch.Read(directory);
+        for (const DirEntry& entry : batch) hasRemoved |= remove(entry);
+        met += static_cast<std::size_t>(batch.end() - batch.begin());
+        if (!batch.IsEnd() && limit.IsReached(directory, met)) return Result(EBUSY);
+        if (batch.IsEnd()) {
+            isDue = hasRemoved && !isFirst;
             return result;
         }
     }
@@ -110,13 +110,13 @@ bool PassLimit::IsReached(int directory, std::size_t met) {
     return met > m_most;
 }
 
-Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& take) {
-    DirectoryBatch chunk;
+Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& remove) {
+    DirectoryBatch batch;
     Result result;
     bool isDue = true;
     for (unsigned reading = 0; isDue && result && reading < kMostReadings; ++reading) {
         lseek(directory, 0, SEEK_SET);
-        result = TakeOutOnce(directory, chunk, take, isDue);
+        result = RemoveOnce(directory, batch, remove, isDue);
     }
     return result;
 }

@@ -11,28 +11,28 @@
 
 namespace corekit {
 
-/// One entry as the kernel tells it; the name lives until the next chunk is read.
+/// One entry as the kernel tells it; the name lives until the next batch is read.
 struct DirEntry {
     std::uint64_t inode;
     unsigned char type;  // DT_DIR ...; DT_UNKNOWN on some file systems
     const char* name;
 };
 
-/// Is the entry of an open directory a directory itself?
+/// True if the entry of an open directory is itself a directory.
 bool IsDirectory(int directory, const DirEntry& entry);
 
-/// Some of a directory's entries, "." and ".." left out. What is done to one chunk in the order of inodes is
-/// done to the disk in the order of its blocks: of a million files, only a chunk of about 100,000 has more
-/// than one in most blocks of inodes. Where the kernel tells the last inode first, as tmpfs does, a small
-/// chunk is as good, and still in the processor's caches.
+/// Some of a directory's entries, "." and ".." left out, in the order of inodes: working through them writes
+/// to the disk in the order of its blocks. A batch is large because, of a million files, only some 100,000
+/// have more than one in most blocks of inodes. Where the kernel tells the last inode first, as tmpfs does, a
+/// small batch is as good, and still in the processor's caches.
 class DirectoryBatch {
   public:
     static constexpr std::size_t kLargest = 4 << 20;  // some 95,000 entries with short names
 
     DirectoryBatch();
 
-    /// Reads on in a directory until the entries take so many bytes; or some, when they come in order.
-    /// `IsEnd` tells that these are the last ones; a directory that has been removed meanwhile is at its end.
+    /// Reads on in a directory until the entries take `size` bytes, or fewer when they come in order. `IsEnd`
+    /// is true then if these are the last ones; a directory that has been removed meanwhile is at its end.
     /// What was read before a failure counts.
     Result Read(int directory, std::size_t size = kLargest);
     bool IsEnd() const { return m_isEnd; }
@@ -56,25 +56,26 @@ class DirectoryBatch {
     bool m_isEnd = false;
 };
 
-/// How often a directory is read at most while entries are taken out of it: some file systems skip others
-/// then, but nobody who adds entries all the time shall keep that going for ever.
+/// How often a directory is read at most while entries are removed from it. Some file systems skip entries
+/// then, so one reading is not enough; the limit stops somebody who keeps adding entries.
 inline constexpr unsigned kMostReadings = 100;
 
-/// Ends a pass over a directory that somebody keeps adding to: after as many entries as there were when it
-/// had become a long one.
+/// Ends a pass over a directory that somebody keeps adding to, after as many entries as it had when the pass
+/// became long.
 class PassLimit {
   public:
     static constexpr std::size_t kLong = 100'000;
 
-    /// True when the pass has met more entries than it can have had to.
+    /// True when the pass has met more entries than the directory had.
     bool IsReached(int directory, std::size_t met);
 
   private:
     std::size_t m_most = 0;  // 0: not counted yet
 };
 
-/// Reads a directory, from its start, out of which `take` takes entries: again as long as it takes any.
-/// Returns the first failure to read; EBUSY when somebody keeps adding others.
-Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& take);
+/// Reads a directory from its start and gives `remove` each entry, which returns true if it removed that;
+/// again, as long as it removes any. Returns the first failure to read; EBUSY when somebody keeps adding
+/// entries.
+Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& remove);
 
 }  // namespace corekit

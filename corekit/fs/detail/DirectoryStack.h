@@ -22,8 +22,8 @@ class DirectoryStack {
 
     Result Enter(const std::string& name);
 
-    /// Back to the directory above, at the place where its reading stopped. Fails with ESTALE when that is
-    /// another one by now: then there is no way back.
+    /// Returns to the directory above, at the place where its reading stopped. Fails with ESTALE when another
+    /// directory has taken its place: then there is no way back.
     Result Leave();
 
   private:

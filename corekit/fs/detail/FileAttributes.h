@@ -9,7 +9,7 @@
 
 namespace corekit {
 
-/// Both refuse a symbolic link (ELOOP).
+/// Both change the entry itself, and refuse a symbolic link (ELOOP).
 Result SetMode(const EntryRef& entry, unsigned mode);
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group);
 

@@ -18,7 +18,7 @@ constexpr std::string_view kLetters = "0123456789abcdefghijklmnopqrstuvwxyzABCDE
 constexpr int kAttempts = 100;
 constexpr std::size_t kLongestStem = 200;  // leaves room in the 255 bytes of a name
 
-/// Chance only spares attempts: what stands at a name already is never touched.
+/// Randomness only reduces retries; an existing file is never touched.
 std::string RandomSuffix() {
     constexpr std::size_t kLength = 6;
     std::string suffix;

@@ -7,8 +7,8 @@
 namespace corekit {
 
 /// Removes a directory with everything in it. Links are removed, never followed; what is mounted in the tree
-/// stays as it is. What cannot be removed is passed over: the result is the gravest failure. The top itself
-/// may be a mount point: then it is emptied, and EBUSY.
+/// stays as it is. Passes over what cannot be removed, and returns the worst failure. If the top itself is a
+/// mount point, it is emptied and stays (EBUSY).
 Result RemoveTree(const EntryRef& top);
 
 /// Removes a file or link, or a directory as a tree; a mount point stays as it is (EBUSY).

@@ -39,15 +39,15 @@ void TreeWalk::Step() {
 void TreeWalk::ReadOn() {
     // What waits already counts: a deep tree of wide directories needs no more memory than one of them.
     const std::size_t size = DirectoryBatch::kLargest - std::min(m_pendingBytes, DirectoryBatch::kLargest);
-    if (const Result result = m_chunk.Read(m_way->Fd(), size); !result) Fail(result);
+    if (const Result result = m_batch.Read(m_way->Fd(), size); !result) Fail(result);
     Level& level = m_levels.back();
-    level.isRead = m_chunk.IsEnd();
-    level.met += static_cast<std::size_t>(m_chunk.end() - m_chunk.begin());
+    level.isRead = m_batch.IsEnd();
+    level.met += static_cast<std::size_t>(m_batch.end() - m_batch.begin());
     if (!level.isRead && level.limit.IsReached(m_way->Fd(), level.met)) {
         Fail(Result(EBUSY));  // somebody keeps adding to it
         level.isRead = true;
     }
-    for (const DirEntry& entry : m_chunk) {
+    for (const DirEntry& entry : m_batch) {
         if (OnEntry(m_way->Fd(), entry) == Action::GoIn) AddPending(entry.name);
         if (m_isOver) return;
     }

@@ -13,13 +13,13 @@
 
 namespace corekit {
 
-/// Meets every entry of a tree, in the order of inodes, and never follows a link. Needs neither more memory
-/// for more entries nor more descriptors for more depth. Base of what is done to trees.
+/// Visits every entry of a tree, in the order of inodes, and never follows a link. Needs neither more memory
+/// for more entries nor more descriptors for more depth. Operations on trees derive from it.
 class TreeWalk {
   public:
     virtual ~TreeWalk() = default;
 
-    /// Walks the tree whose top is this entry; returns the gravest failure.
+    /// Walks the tree whose top is this entry; returns the worst failure.
     Result Walk(const EntryRef& top);
 
   protected:
@@ -29,12 +29,12 @@ class TreeWalk {
 
     explicit TreeWalk(AfterFailure afterFailure) : m_afterFailure(afterFailure) {}
 
-    /// Whatever is to be done to the entry of a directory; GoIn for a directory that is to be walked through.
+    /// Handles an entry of an open directory. Returns GoIn for a directory that is to be walked through.
     virtual Action OnEntry(int directory, const DirEntry& entry) = 0;
-    /// A directory has been opened to be walked through; does nothing of its own.
+    /// Called when a directory is about to be walked through. Does nothing unless it is overridden.
     virtual Result Enter(int, const std::string&) { return Result(); }
-    /// All of a directory has been met, for the `reading`th time; `parent` holds it under this name. It can
-    /// be read again from the start.
+    /// Called when all of a directory has been visited, for the `reading`th time; `parent` holds it under
+    /// this name. Returns Again to read it once more from the start.
     virtual Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) = 0;
 
     void Fail(const Result& failure);
@@ -59,7 +59,7 @@ class TreeWalk {
     AfterFailure m_afterFailure;
     Result m_result;
     bool m_isOver = false;
-    DirectoryBatch m_chunk;
+    DirectoryBatch m_batch;
     std::unique_ptr<DirectoryStack> m_way;
     std::vector<Level> m_levels;
     std::size_t m_pendingBytes = 0;  // of all levels

@@ -1,4 +1,4 @@
-// The lines of an INI file: what one says, and a text with edits laid over its lines.
+// The lines of an INI file: how one is parsed, and a text with edits laid over its lines.
 #pragma once
 
 #include <cstddef>

@@ -32,7 +32,7 @@ class IniSection {
     /// of lower rank come first.
     IniSection(EditedText& text, std::size_t rank) : m_text(text), m_rank(rank) {}
 
-    /// Adds the lines from `begin` to `end`. While the section has no entry, the first is added at `addAt`.
+    /// Adds the lines from `begin` to `end`. If the section has no entry, its first one is added at `addAt`.
     void AddPart(std::size_t begin, std::size_t end, std::size_t addAt);
 
     /// The first entry with the key, else (KeyCase::FallBack) the first whose key differs in case only, else

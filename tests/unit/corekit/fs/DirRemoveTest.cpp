@@ -191,7 +191,7 @@ TEST(DirRemove, GoesOnAfterAFailureInAWideDirectory) {
     const Workspace dir;
     testfiles::Write(dir / "other", "x");
     const std::string stem(200, 'n');
-    MakeWideDirectory(dir / "tree", 40000, stem);  // read in three chunks
+    MakeWideDirectory(dir / "tree", 40000, stem);  // read in three batches
     const std::string busy = stem + "-20000.kse";
     const Mount mount = Mount::Bind(dir / "other", dir / ("tree/" + busy));
     EXPECT_EQ(Dir::Remove(dir("tree")), Result(EBUSY));

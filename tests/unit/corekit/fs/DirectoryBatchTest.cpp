@@ -54,12 +54,12 @@ TEST(DirectoryBatch, GivesEveryEntryOnceInTheOrderOfInodes) {
     fs::create_directory(dir / "sub");
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
     std::set<std::string> names;
-    DirectoryBatch chunk;
-    Result result = chunk.Read(directory.Get(), 1);
-    int chunks = 0;
-    for (; result && !chunk.IsEnd(); result = chunk.Read(directory.Get(), 1), ++chunks) {
+    DirectoryBatch batch;
+    Result result = batch.Read(directory.Get(), 1);
+    int batches = 0;
+    for (; result && !batch.IsEnd(); result = batch.Read(directory.Get(), 1), ++batches) {
         std::uint64_t last = 0;
-        for (const DirEntry& entry : chunk) {
+        for (const DirEntry& entry : batch) {
             EXPECT_TRUE(names.insert(entry.name).second) << entry.name;
             EXPECT_EQ(entry.type, std::string(entry.name) == "sub" ? DT_DIR : DT_REG) << entry.name;
             EXPECT_LT(last, entry.inode);
@@ -68,8 +68,8 @@ TEST(DirectoryBatch, GivesEveryEntryOnceInTheOrderOfInodes) {
     }
     EXPECT_TRUE(result);
     EXPECT_EQ(names.size(), 51U);
-    EXPECT_GT(chunks, 1);  // however little is asked for, an entry fits
-    EXPECT_EQ(chunk.begin(), chunk.end());
+    EXPECT_GT(batches, 1);  // however little is asked for, an entry fits
+    EXPECT_EQ(batch.begin(), batch.end());
 }
 
 // tmpfs tells the last inode first.
@@ -77,12 +77,12 @@ TEST(DirectoryBatch, WaitsForNoMoreEntries_WhereTheyComeInOrder) {
     const Workspace dir;
     MakeFiles(dir, 5000);
     const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
-    DirectoryBatch chunk;
+    DirectoryBatch batch;
     std::ptrdiff_t all = 0;
-    for (int chunks = 0; !chunk.IsEnd(); ++chunks) {
-        ASSERT_TRUE(chunk.Read(directory.Get()));
-        all += chunk.end() - chunk.begin();
-        EXPECT_TRUE(chunks > 0 || all < 5000) << all;
+    for (int batches = 0; !batch.IsEnd(); ++batches) {
+        ASSERT_TRUE(batch.Read(directory.Get()));
+        all += batch.end() - batch.begin();
+        EXPECT_TRUE(batches > 0 || all < 5000) << all;
     }
     EXPECT_EQ(all, 5000);
 }
@@ -92,9 +92,9 @@ TEST(DirectoryBatch, IsAtItsEndInADirectoryThatIsGone) {
     fs::create_directory(dir / "sub");
     const Descriptor directory = corekit::OpenDirectory(dir / "sub").value();
     fs::remove(dir / "sub");
-    DirectoryBatch chunk;
-    EXPECT_TRUE(chunk.Read(directory.Get()));
-    EXPECT_TRUE(chunk.IsEnd());
+    DirectoryBatch batch;
+    EXPECT_TRUE(batch.Read(directory.Get()));
+    EXPECT_TRUE(batch.IsEnd());
 }
 
 TEST(DirectoryBatch, ReadsOn_WhenItIsInterrupted) {
@@ -102,8 +102,8 @@ TEST(DirectoryBatch, ReadsOn_WhenItIsInterrupted) {
     MakeFiles(dir, 3);
     const auto read = [&] {
         const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
-        DirectoryBatch chunk;
-        return chunk.Read(directory.Get()) && std::distance(chunk.begin(), chunk.end()) == 3 ? 0 : 1;
+        DirectoryBatch batch;
+        return batch.Read(directory.Get()) && std::distance(batch.begin(), batch.end()) == 3 ? 0 : 1;
     };
     const auto expectAll = [](int result) { EXPECT_EQ(result, 0); };
     EXPECT_GT(testsupport::FailInTurn(
@@ -112,9 +112,9 @@ TEST(DirectoryBatch, ReadsOn_WhenItIsInterrupted) {
 }
 
 TEST(DirectoryBatch, TellsWhatCannotBeRead) {
-    DirectoryBatch chunk;
-    EXPECT_EQ(chunk.Read(-1), Result(EBADF));
-    EXPECT_TRUE(chunk.IsEnd());
+    DirectoryBatch batch;
+    EXPECT_EQ(batch.Read(-1), Result(EBADF));
+    EXPECT_TRUE(batch.IsEnd());
 }
 
 TEST(RemoveEntriesOf, OffersEveryEntryAndStops_WhenNoneIsTaken) {

@@ -46,7 +46,8 @@ TEST(FileExists, IsTrue_UnlessTheSystemSaysThatNothingIsThere) {
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Exists(L"/nowhere") ? 1 : 0; }), 1);
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::MayBeDirectory(L"/nowhere") ? 1 : 0; }), 1);
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::IsDirectory(L"/usr") ? 1 : 0; }), 0);
-        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::RefuseLink(L"/usr/bin").Code(); }), errnoValue);
+        EXPECT_EQ(whileTroubled(errnoValue, [] { return File::CheckNotLink(L"/usr/bin").Code(); }),
+                  errnoValue);
         EXPECT_EQ(whileTroubled(errnoValue, [] { return File::Probe(L"/usr").Code(); }), errnoValue);
     }
     EXPECT_EQ(whileTroubled(ENOENT, [] { return File::Exists(L"/usr") ? 1 : 0; }), 0);
@@ -74,21 +75,21 @@ TEST(FileIsDirectory, FollowsLinks) {
     EXPECT_FALSE(File::IsDirectory(L""));
 }
 
-TEST(FileRefuseLink, ConcernsThePathItself) {
+TEST(FileCheckNotLink, ConcernsThePathItself) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     testfiles::Write(dir / "sub/file", "");
     fs::create_symlink("sub", dir / "link");
     fs::create_symlink("nowhere", dir / "dangling");
-    EXPECT_FALSE(File::RefuseLink(dir("link")));
-    EXPECT_FALSE(File::RefuseLink(dir("link//")));
-    EXPECT_FALSE(File::RefuseLink(dir("dangling")));
-    EXPECT_TRUE(File::RefuseLink(dir("link/file")));
-    EXPECT_TRUE(File::RefuseLink(dir("sub")));
-    EXPECT_TRUE(File::RefuseLink(dir("sub/file")));
-    EXPECT_TRUE(File::RefuseLink(dir("none")));
-    EXPECT_TRUE(File::RefuseLink(L"/"));
-    EXPECT_TRUE(File::RefuseLink(L""));
+    EXPECT_FALSE(File::CheckNotLink(dir("link")));
+    EXPECT_FALSE(File::CheckNotLink(dir("link//")));
+    EXPECT_FALSE(File::CheckNotLink(dir("dangling")));
+    EXPECT_TRUE(File::CheckNotLink(dir("link/file")));
+    EXPECT_TRUE(File::CheckNotLink(dir("sub")));
+    EXPECT_TRUE(File::CheckNotLink(dir("sub/file")));
+    EXPECT_TRUE(File::CheckNotLink(dir("none")));
+    EXPECT_TRUE(File::CheckNotLink(L"/"));
+    EXPECT_TRUE(File::CheckNotLink(L""));
 }
 
 TEST(FileAccess, TellsWhatTheEffectiveUserMay) {
