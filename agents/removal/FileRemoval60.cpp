@@ -66,6 +66,7 @@ constexpr const wchar_t* kGeneratedFiles[] = {
     L"bin/rcscript",        L"var/qdn-client.log", L"qdn-install.log",
 };
 constexpr const wchar_t* kEtc = L"etc";
+constexpr const wchar_t* kPrograms = L"bin";
 constexpr const wchar_t* kClientConfName = L"client.conf";
 constexpr const wchar_t* kClientConf = L"etc/client.conf";
 constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
@@ -132,14 +133,16 @@ void RemoveEntriesBut(const String& directory, RemovalOutcome& left,
     left.Add(directory, read);
 }
 
-void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
+/// The programs stay when anything is left from before: the next run knows the links to them by their names.
+void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, bool keepPrograms,
+                                   RemovalOutcome& left) {
     if (installDir.IsEmpty()) return;
     if (!isReinstall) {
         for (const wchar_t* file : kInstallerFiles)
             left.Add(installDir + file, File::Remove(installDir + file));
     }
     RemoveEntriesBut(installDir, left, [&](const String& name) {
-        return name == kEtc ||
+        return name == kEtc || (keepPrograms && name == kPrograms) ||
                (isReinstall && std::ranges::find(kInstallerFiles, name) != std::end(kInstallerFiles));
     });
     const Result allowed = CheckOwnDirectory(installDir);
@@ -188,6 +191,7 @@ void RemoveGeneratedFilesButClientConf(const String& installDir, const IniFile* 
 
 void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bool isReinstall,
                             RemovalOutcome& left) {
+    const bool keepPrograms = left.Any();
     RemoveStoredFiles(oldConf, left);
     RemoveVariableData(oldConf, left);
     RemoveStores(oldConf, left);
@@ -196,7 +200,7 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
     const String varDir = ConfiguredDirectory(oldConf, Key::kVar);
     left.Add(varDir, Dir::Remove(varDir));
-    RemoveInstallDirButClientConf(installDir, isReinstall, left);
+    RemoveInstallDirButClientConf(installDir, isReinstall, keepPrograms, left);
 }
 
 }  // namespace

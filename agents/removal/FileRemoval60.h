@@ -12,6 +12,7 @@ namespace Zorvane::AgentInstaller {
 /// reinstallation is pending, the two files that the installer needs stay. Rotated debug logs are left to the
 /// agent's class. Warns of what cannot be removed, and joins it to `left`. While anything is left,
 /// client.conf stays, so that the next run finds it, with a warning: "WARNING! <path> is kept: <why>."
+/// The programs stay, too, where `left` has something when it is given.
 void RemoveInstalledFiles60(const corekit::IniFile& oldConf, RemovalOutcome left = {});
 
 /// Removes the files that this program and the agent generate below an install directory, except those that

@@ -93,7 +93,7 @@ END
     clean
     expect_status 0
     expect_no_errors
-    expect_missing "$agent" /usr/bin/qdn-monitor
+    expect_missing "$agent" /usr/bin/qdn-{clientevent,monitor}
 }
 
 each_test_is_a_session

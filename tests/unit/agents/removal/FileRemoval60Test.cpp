@@ -276,15 +276,17 @@ TEST_F(FileRemoval60, LeavesNoFileWhateverFails_WhenTheNextRunIsUndisturbed) {
     EXPECT_GE(points, 100) << points;
 }
 
-TEST_F(FileRemoval60, KeepsClientConf_WhenSomethingIsLeftFromBefore) {
+TEST_F(FileRemoval60, KeepsClientConfAndThePrograms_WhenSomethingIsLeftFromBefore) {
     Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
     Write("/opt/agent/etc/other", "");
+    Write("/opt/agent/bin/qdn-agent.bin", "");
     Zorvane::AgentInstaller::RemovalOutcome left;
     left.AddTold();
     const auto output =
         testsupport::Captured([&] { RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"), left); });
     EXPECT_TRUE(Exists("/opt/agent/etc/client.conf"));
     EXPECT_FALSE(Exists("/opt/agent/etc/other"));
+    EXPECT_TRUE(Exists("/opt/agent/bin/qdn-agent.bin")) << "the next run finds the link to it by its name";
     EXPECT_EQ(output.err, "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
 }
 
