@@ -18,6 +18,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Expected;
 using corekit::ParentDirectory;
 using corekit::Result;
 using corekit::String;
@@ -74,9 +75,11 @@ Result FindExposure(const ParentDirectory& place, bool (&isTrusted)(uid_t), bool
 }
 
 /// True if the file is root's, in a place that only root can have given it.
-bool IsRootsAt(const ParentDirectory& place, const struct stat& file) {
-    bool isOthers = false;
-    return corekit::IsRoots(file.st_uid) && FindExposure(place, corekit::IsRoots, isOthers) && !isOthers;
+Expected<bool> IsRootsAt(const ParentDirectory& place, const struct stat& file) {
+    bool isOthers = !corekit::IsRoots(file.st_uid);
+    const Result judged = FindExposure(place, corekit::IsRoots, isOthers);
+    if (!judged) return judged;
+    return !isOthers;
 }
 
 /// True if the directory of hand-over files is root's and closed to others. Anybody could have renamed a file
@@ -121,8 +124,15 @@ TrustedFile::TrustedFile(const String& path, ChosenBy chosenBy) : m_path(path) {
     if (m_isThere && isHandOver && !(holder && IsRootsAlone(*holder)))
         m_whyNot = String(Names::kHandOverDir) + L" belongs to another user";
     if (!file) return;
-    m_isRoots = IsRootsAt(*place, file->info);
-    m_file = std::move(file->file);
+    Take(*place, std::move(*file));
+}
+
+/// A file of which nobody can tell whose it is counts as one that cannot be read.
+void TrustedFile::Take(const ParentDirectory& place, corekit::OpenFile file) {
+    const auto isRoots = IsRootsAt(place, file.info);
+    m_opened = isRoots.Outcome();
+    m_isRoots = isRoots && *isRoots;
+    m_file = std::move(file.file);
 }
 
 /// Nobody else can have put a link there.
@@ -131,8 +141,7 @@ void TrustedFile::OpenFollowing() {
     if (place) {
         auto file = corekit::OpenRegular(place->Fd(), place->name, corekit::Links::Refused);
         m_opened = file.Outcome();
-        m_isRoots = file && IsRootsAt(*place, file->info);
-        if (file) m_file = std::move(file->file);
+        if (file) Take(*place, std::move(*file));
     } else {
         m_opened = place.error();
     }
@@ -144,7 +153,7 @@ void TrustedFile::WarnNotUsed(const String& why) const {
     Messages::Warn(L"WARNING! " + Messages::Shown(m_path) + L" is not used: " + why + L".\n");
 }
 
-corekit::Expected<std::string> TrustedFile::Read() const {
+Expected<std::string> TrustedFile::Read() const {
     if (!m_opened) return m_opened;
     return corekit::File::ReadBytes(m_file).About(m_path);
 }

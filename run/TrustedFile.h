@@ -3,8 +3,10 @@
 
 #include <string>
 
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Descriptor.h"
 #include "corekit/os/Result.h"
+#include "corekit/os/SystemCall.h"
 #include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -51,6 +53,7 @@ class TrustedFile {
 
   private:
     void OpenFollowing();
+    void Take(const corekit::ParentDirectory& place, corekit::OpenFile file);
 
     corekit::String m_path;
     corekit::String m_whyNot;

@@ -89,6 +89,21 @@ TEST(TrustedFile, IsRoots_WhereRootAloneCanHavePutIt) {
     }
 }
 
+// A clean would take root's own for somebody else's, and leave the host's links and services behind.
+TEST(TrustedFile, CannotBeRead_WhereItIsNotKnownWhoseItIs) {
+    const testfiles::TempDir directory;
+    testfiles::Write(directory / "file", "x", 0644);
+    const String path = String::FromUtf8(directory / "file");
+    const auto isTakenForAnothers = [&] {
+        const TrustedFile file(path, ChosenBy::Administrator);
+        return file.Read() && !file.IsRoots() ? 1 : 0;
+    };
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [] {}, isTakenForAnothers,
+        [](int isAnothers) { EXPECT_EQ(isAnothers, 0); });
+    EXPECT_GE(points, 5);
+}
+
 TEST(TrustedFile, OnlyRegularFilesCount) {
     ASSERT_EQ(symlink("/etc/passwd", "/tmp/link"), 0);
     ASSERT_EQ(mkfifo("/tmp/fifo", 0600), 0);
