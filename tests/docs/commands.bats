@@ -52,6 +52,7 @@ script/cross-root arm64|script/build
 script/demo|.ci/run
 script/fuzz|person
 script/measure|person
+script/measure --depth|person
 script/measure --fetch-peers|person
 script/mutate|person
 script/mutate --units-only|person
