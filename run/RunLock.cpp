@@ -75,7 +75,8 @@ bool RunLock::IsHeld() {
     return false;
 }
 
-/// False when the directory gives no lock file; else the lock is held, or known to be taken.
+/// Tries to take the lock in a directory. Returns true when the lock is held or known to be taken, and false
+/// when the directory has no place for it.
 bool RunLock::TryIn(const String& path) {
     const Descriptor directory = OpenOwnDirectory(path);
     if (!directory) return false;

@@ -1,4 +1,4 @@
-// What a configuration of the same client.conf would change: what is not as it was configured.
+// Finding what is not as it was configured: what a configuration from the same client.conf would change.
 #pragma once
 
 #include <functional>
@@ -10,7 +10,7 @@
 
 namespace Zorvane::AgentInstaller::Status {
 
-/// Hides from this process, which is in a copy of the host, what the installed agent was not configured by:
+/// Hides from this process, which is in a copy of the host, the sources that would change the configuration:
 /// variables, XML and hand-over files. Names the client.conf that is to be configured again.
 void HideOtherSources(const corekit::String& clientConf);
 

@@ -18,7 +18,7 @@ inline constexpr unsigned kOutOfOrder = 1;
 inline constexpr unsigned kNotRunning = 3;
 inline constexpr unsigned kNotConfigured = 4;
 
-/// What is known of the state besides.
+/// What is known of the state besides the facts.
 struct Findings {
     std::string version;              // of the program
     std::optional<bool> isReachable;  // none: nobody has asked

@@ -1,4 +1,4 @@
-// What can be told of the installed agent by looking at the host and at its server.
+// The facts about the installed agent that can be seen on the host and at its server.
 #pragma once
 
 #include <optional>
@@ -17,7 +17,7 @@ struct Boot {
 
 struct Facts {
     bool isInstalled = false;   // there is a configuration; without one only `directory` is set
-    bool isUnfinished = false;  // a run has begun to configure the agent, and has not come to its end
+    bool isUnfinished = false;  // a run has begun to configure the agent, and has not finished
     corekit::String directory;
     corekit::String clientConf;
     corekit::String version;  // such as 6.0.350

@@ -46,18 +46,21 @@ Expected<std::string> ReadBytes(const String& path, std::size_t limit = kLargest
 /// The rest of a regular file that is open.
 Expected<std::string> ReadBytes(const Descriptor& file, std::size_t limit = kLargestRead);
 
+enum class Attributes { Kept, New };
+
+/// How a file is written.
+struct WriteAs {
+    unsigned mode = 0644;                      // of a new file
+    Attributes attributes = Attributes::Kept;  // New: those of a new file, whoever had the old one
+    HostDirectory hostDirectory = HostDirectory::Refused;  // Meant: a file directly in /etc or its like
+};
+
 /// Replaces the file in one step: temporary file beside it, mode and owner, content, flush to disk, rename,
 /// flush of the directory. A present regular file's mode, owner and extended attributes are kept. A link in
 /// its place is replaced, never followed. On failure the old file stands whole (the new one when nothing but
 /// the last flush failed) and nothing else is left. Refuses the names of the host (EPERM) and, where others
 /// can write in the directory, a file with a second name (`kBelongsToOthers`). Pieces go one after the other,
 /// large ones without being copied together.
-enum class Attributes { Kept, New };
-struct WriteAs {
-    unsigned mode = 0644;                      // of a new file
-    Attributes attributes = Attributes::Kept;  // New: those of a new file, whoever had the old one
-    HostDirectory hostDirectory = HostDirectory::Refused;  // Meant: a file directly in /etc or its like
-};
 Result Write(const String& path, const String& text, const WriteAs& as = {});
 Result WriteBytes(const String& path, std::string_view bytes, const WriteAs& as = {});
 Result WritePieces(const String& path, std::span<const std::string_view> pieces, const WriteAs& as = {});
@@ -91,9 +94,10 @@ Result Rename(const String& from, const String& to);
 /// refused as by `Write`.
 Result Copy(const String& from, const String& to);
 
+enum class IfPresent { Keep, Replace };
+
 /// Makes `link` a symbolic link to `target`. An existing file or link of that name is replaced in one step,
 /// or kept (EEXIST). No name of the host is replaced (EPERM).
-enum class IfPresent { Keep, Replace };
 Result SymLink(const String& target, const String& link, IfPresent ifPresent = IfPresent::Replace);
 
 /// Where a symbolic link leads, as it stands in the link; EINVAL for anything else.

@@ -47,9 +47,10 @@ struct OpenFile {
     struct stat info {};
 };
 
+enum class Links { Followed, Refused };
+
 /// Opens a regular file for reading. Anything else is refused without waiting (EISDIR,
 /// EINVAL; ELOOP for a link that is not followed).
-enum class Links { Followed, Refused };
 Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links links);
 
 /// Reads as much as fits into the buffer and returns how much that was: 0 bytes at the end of the file.

@@ -13,11 +13,13 @@ namespace corekit {
 Result SetMode(const EntryRef& entry, unsigned mode);
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group);
 
+enum class IfRefused { Fail, GoOn };
+
 /// Gives an open file the owner and the mode of another. Where the owner cannot be given, `IfRefused::GoOn`
 /// leaves out the bits that would lend the new owner's rights.
-enum class IfRefused { Fail, GoOn };
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused);
 
+/// Gives an open file the times of another.
 Result TakeTimes(int fd, const struct stat& model);
 
 /// Gives an open file the extended attributes of the regular file `model`: access control lists, security
