@@ -173,7 +173,7 @@ END
     [ -z "$(find / -xdev -name '.qdn-agent-install-config.xml' 2>/dev/null)" ]
 }
 
-@test "a status is told of a host without an agent, one that is stopped, one that runs and one that was tampered with" {
+@test "the status module reports a host without an agent, a stopped agent, a running one and one that was tampered with" {
     given_the_collection
     task status ''
     expect 'r["kell_agent"]["status"] == 4 and r["ansible_facts"]["kell_agent"] == r["kell_agent"]'

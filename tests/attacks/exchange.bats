@@ -192,7 +192,7 @@ in_a_home() {
     done
 }
 
-@test "a clean of a store to which somebody keeps adding files ends, and what stays is told" {
+@test "a clean of a store to which somebody keeps adding files ends, and warns of what stays" {
     local feeder stranger=(setpriv --reuid 65534 --regid 65534 --clear-groups)
     "${stranger[@]}" true 2>/dev/null || stranger=(env) # only root exists here
     given_an_old_agent 6.2

@@ -129,7 +129,7 @@ tests_of() {
     done <"$desk/filters"
 }
 
-@test "every script is told of in CONTRIBUTING.md, and every folder in README.md" {
+@test "CONTRIBUTING.md describes every script, and README.md every folder" {
     for script in "$project"/script/* "$project/packaging/build-packages"; do
         [[ $script != *.bash ]] || continue
         grep -qF "\`${script#"$project"/}" "$project/CONTRIBUTING.md" || fail "$script is not told of"

@@ -215,7 +215,7 @@ END
     expect_plain_files "$agent/var/queue/one.kse"
 }
 
-@test "the state of an agent that does not run is told" {
+@test "the state of an agent that does not run is shown" {
     given_the_package
     example "Configure an agent that has just"
     example "Tell whether the agent" 3

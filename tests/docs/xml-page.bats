@@ -177,7 +177,7 @@ given_a_plain_agent() {
     expect_missing /etc/rc?.d/[SK]??zorvane
 }
 
-@test "without a directory of the agent that anything tells, a run fails" {
+@test "a run fails if no source gives the agent's directory" {
     declare -A setting
     given_the_package
     plain_settings

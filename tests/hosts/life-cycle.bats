@@ -272,7 +272,7 @@ expect_not_running
 END
 }
 
-@test "where nothing can be tried beforehand, the agent is configured all the same, and it is said" {
+@test "where nothing can be tried beforehand, the agent is configured all the same, and the script says so" {
     in_root <<'END'
 given_xml
 mkdir /session/layers

@@ -19,7 +19,7 @@ lines_are() {
     diff "$BATS_TEST_TMPDIR/linux" "$BATS_TEST_TMPDIR/unix"
 }
 
-@test "a started agent runs, is seen by ps and is told in one line, on every family" {
+@test "a started agent runs, is seen by ps and is reported in one line, on every family" {
     for family in $families; do
         machine "$family" <<'END'
 "$script" start >/opt/told; echo "start: $?"
@@ -82,7 +82,7 @@ END
     lines_are 0 0 0 "old one gone"
 }
 
-@test "the status tells a stopped agent from one that died" {
+@test "the status distinguishes a stopped agent from one that died" {
     machine linux <<'END'
 "$script" status; echo $?
 "$script" start >/opt/told
@@ -107,7 +107,7 @@ END
     done
 }
 
-@test "a pid file without a number is none" {
+@test "a pid file without a number counts as none" {
     machine linux <<'END'
 mkdir "$dir/var"
 for text in "" "-1" "1x" "../1"; do
@@ -133,7 +133,7 @@ END
         "Zorvane Agent is not installed." 5
 }
 
-@test "an agent that ends at once is told as not started" {
+@test "an agent that ends at once is reported as not started" {
     machine linux <<'END'
 printf '#!/bin/sh\n' >"$dir/bin/qdn-pluginmanager.bin"
 sed -i 's/^START_SECONDS=.*/START_SECONDS=0/' "$dir/lib/service-functions"
@@ -153,7 +153,7 @@ END
         "Zorvane Agent is not installed." 0
 }
 
-@test "an action that there is none of is refused" {
+@test "an unknown action is refused" {
     machine linux <<'END'
 "$script" dance; echo $?
 "$script"; echo $?

@@ -46,7 +46,7 @@ agent_build=1" ]
     done
 }
 
-@test "a version that is none is refused" {
+@test "a malformed version is refused" {
     for version in 6 6.0 6.0.x "6.0.1 2" ../6.0.1; do
         run packaging/build-packages "$version"
         [ "$status" -eq 2 ]

@@ -43,7 +43,7 @@ scriptlet() {
     [ "${lines[0]}" = called ]
 }
 
-@test "where no service is to be started, the program is told never to" {
+@test "where no service is to be started, the scripts pass that on to the program" {
     mkdir -p "$BATS_TEST_TMPDIR/bin" "$BATS_TEST_TMPDIR/allow" "$BATS_TEST_TMPDIR/forbid"
     # shellcheck disable=SC2016 # as it stands
     printf '#!/bin/sh\necho "${QDN_INSTALL_START:-unset} ${QDN_INSTALL_AUTOSTART:-unset}"\n' \

@@ -255,7 +255,7 @@ END
     expect_value Configuration installdir "$agent"
 }
 
-@test "the document tells how it ended" {
+@test "the document says how the run ended" {
     given_the_package
     qdn_configure -apply -json -yes -configure -noimode
     expect_status 1

@@ -236,7 +236,7 @@ busy() { printf 'WARNING! %s could not be removed: Device or resource busy.\n' "
 kept() { echo "WARNING! $1/etc/client.conf is kept: not everything could be removed."; }
 
 # What is mounted is not the agent's to remove. The next clean finds it by client.conf, which stays until then.
-@test "directories that are mount points are emptied and told, and go with the next clean" {
+@test "directories that are mount points are emptied, warned of, and removed by the next clean" {
     local directory directories=("$agent" /opt/{var,event_queue_dir,task_storage_path,package_storage_path,swd_storage_path})
     mkdir -p "${directories[@]}"
     for directory in "${directories[@]}"; do

@@ -77,7 +77,7 @@ END
     [ -x /usr/bin/env ]
 }
 
-@test "what a read-only file system keeps is told, and goes with the next clean" {
+@test "a clean warns of what a read-only file system keeps, and the next one removes it" {
     given_an_old_agent 6.0SP2
     mount --bind /usr/bin /usr/bin
     mount -o remount,ro,bind /usr/bin

@@ -39,7 +39,7 @@ END
     done
 }
 
-@test "the version is told under each word that people try, with status 0" {
+@test "each word that people try shows the version, with status 0" {
     local word
     for word in -version --version; do
         qdn_configure $word

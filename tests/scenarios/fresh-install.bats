@@ -249,7 +249,7 @@ END
     chmod +x /usr/bin/rpm
 }
 
-@test "the package manager tells where the agent is; -dir knows better; -nosearch does not ask" {
+@test "the package manager's directory is used, unless -dir gives another or -nosearch is given" {
     given_the_package /opt/by-rpm
     given_the_package /opt/by-hand
     given_rpm /opt/by-rpm

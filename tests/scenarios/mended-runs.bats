@@ -83,7 +83,7 @@ END
 
 configure_quietly() { qdn_configure -configure -noimode -quiet; }
 
-@test "an identifier file in the place of the host's is told, and written once the XML file names another place" {
+@test "a run warns of an identifier file in the place of a file of the host's, and writes it once the XML file names another place" {
     ln -sfn /run/lock /var/lock
     given_the_package
     given_settings 'Upgrade="no"' '<GuidDir>/var</GuidDir><GuidFile>lock</GuidFile>' '<Guid>ab-12</Guid>'
@@ -119,7 +119,7 @@ END
     expect_file "$agent/etc/client.conf.old" <"$desk/old.conf"
 }
 
-@test "misspelt names are told with their places, and once they are corrected what they give outlives the next upgrade" {
+@test "misspelt names are reported with their places, and once they are corrected their values outlive the next upgrade" {
     given_the_package
     given_settings 'AllowNonRot="no"' '<EventLog LogSise="512"/>' '<KSprotocol>https</KSprotocol>'
     configure_quietly
@@ -394,7 +394,7 @@ END
     expect_missing "$desk/service-calls" "$agent/var/qdn-agent.pid"
 }
 
-@test "an agent that does not run after its start is told with its log, and the run succeeds" {
+@test "a run warns of an agent that does not run after its start, names its log, and succeeds" {
     given_the_package
     given_xml_that_starts
     printf '#!/bin/sh\nexit 1\n' >"$agent/bin/qdn-pluginmanager.bin"

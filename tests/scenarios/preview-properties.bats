@@ -146,7 +146,7 @@ wait_for_its_end() {
     kill $service
 }
 
-@test "a change that a preview left out, or told wrongly, would be noticed" {
+@test "a change that a preview left out, or got wrong, would be noticed" {
     given_the_package
     given_plain_xml
     prove -configure -noimode

@@ -178,7 +178,7 @@ END
     expect_field 'len([s for s in d["settings"] if s["source"]["kind"] == "default"]) > 20' true
 }
 
-@test "the sources of an upgrade are the lines of the installed agent's file, and what it overrides is told" {
+@test "the sources of an upgrade are the lines of the installed agent's file, and the values that it overrides are listed" {
     given_an_old_agent 6.2
     given_the_package
     given_xml /tmp <<'END'
@@ -200,7 +200,7 @@ END
     expect_no_line '^  Guid  *default' "$desk/out"
 }
 
-@test "that the agent would be started is said, and it is not" {
+@test "a preview says that the agent would be started, and does not start it" {
     given_the_package
     given_plain_xml
     sed -i 's/Start="no"/Start="yes"/' "/tmp/$xml"
@@ -211,7 +211,7 @@ END
     if pgrep qdn-; then fail "something runs"; fi
 }
 
-@test "with -exit-code, 2 says that something would change" {
+@test "with -exit-code, status 2 means that something would change" {
     given_the_package
     given_plain_xml
     qdn_configure -preview -exit-code -configure -noimode
@@ -233,7 +233,7 @@ END
     expect_field 'd["error"].startswith("No configuration file found")' true
 }
 
-@test "a wrong command line shows its usage, of the previewed command too" {
+@test "a wrong command line shows the usage of the preview or of the previewed command" {
     local words
     for words in "" "-json" "-out" "-bogus" "-preview -configure" "-help" "-json -nothing"; do
         # shellcheck disable=SC2086 # several words
@@ -257,7 +257,7 @@ END
     expect_no_changes
 }
 
-@test "what would refuse the command is said, and the preview goes on" {
+@test "a preview says what would refuse the command, and goes on" {
     given_the_package
     given_plain_xml
     cp "$(command -v sleep)" /tmp/qdn-plugin
@@ -285,7 +285,7 @@ END
     expect_field 'd["refused"].split("\n")[0]' '"There are some solutions that depend on Zorvane Agent for UNIX and Linux."'
 }
 
-@test "no password is shown, and its file is told apart by -out alone" {
+@test "no password is shown, and only the document of -out has the checksum of a file with one" {
     given_an_old_agent 6.2
     given_the_package
     printf '[Client Transport]\nProxy_PassWord = geheim!\n' >>"$agent/etc/client.conf"
@@ -344,7 +344,7 @@ END
     expect_no_changes
 }
 
-@test "where it is not possible, one line says why, and the status is 1" {
+@test "where no preview is possible, one line says why, and the status is 1" {
     given_the_package
     given_plain_xml
     chmod 755 /run /run/session

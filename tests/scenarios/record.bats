@@ -59,7 +59,7 @@ expect_ended() { [ "$(tail -n 1 "$desk/log")" = "$1" ] || { cat "$desk/log" "$de
     expect_record 'r["QDN_INSTALL_DIR"]' "$agent"
 }
 
-@test "a run that a signal ends is recorded with the status that a shell tells" {
+@test "a run that a signal ends is recorded with the status that a shell reports" {
     given_the_package
     local name
     for name in INT TERM HUP; do

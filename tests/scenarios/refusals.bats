@@ -11,7 +11,7 @@ Install not complete, Setting return status to 1 (configure failed).
 END
 }
 
-@test "without any configuration, -noimode refuses and tells where it looked" {
+@test "without any configuration, -noimode refuses and says where it looked" {
     given_the_package
     qdn_configure -configure -noimode -dir "$agent"
     expect_status 1

@@ -69,7 +69,7 @@ END
     chmod 0755 /usr/local/bin/systemctl
 }
 
-@test "systemd is told when the last of the service is gone, by a clean and where it is not started at boot" {
+@test "systemd reads its units again when the last of the service is gone, after a clean and where the agent is not started at boot" {
     given_the_package
     given_systemd
     given_plain_xml
@@ -176,7 +176,7 @@ END
     expect_missing "$agent" /etc/init.d/zorvane
 }
 
-@test "the agent is started, its status shown, and it can be stopped, cleaned and told from a stranger" {
+@test "the agent is started, its status shown, and it can be stopped, cleaned and distinguished from a stranger" {
     started_under dash
 }
 

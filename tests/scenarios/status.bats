@@ -32,7 +32,7 @@ END
 field() { python3 -c 'import json, sys; d = json.load(open(sys.argv[1])); print(json.dumps(eval(sys.argv[2])))' "$desk/out" "$1"; }
 expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expected $2"; }
 
-@test "an agent that is in order and runs is told with status 0, and nothing is changed" {
+@test "an agent that is in order and runs is reported with status 0, and nothing is changed" {
     given_a_configured_agent
     "$agent/bin/rcscript" start >"$desk/started"
     pid=$(sed 's/.*pid \([0-9]*\).*/\1/' "$desk/started")
@@ -145,7 +145,7 @@ END
     expect_status 4
 }
 
-@test "a run that did not finish is told with status 1" {
+@test "a run that did not finish is reported with status 1" {
     given_a_configured_agent
     echo upgrade >"$agent/etc/.unfinished"
     cp "$agent/etc/client.conf" "$agent/etc/client.conf.old"
@@ -156,7 +156,7 @@ END
     expect_field 'd["installed"]["unfinished"]' true
 }
 
-@test "a configuration that would fail is told with its error and status 1" {
+@test "a configuration that would fail is reported with its error and status 1" {
     given_a_configured_agent
     rm "$agent/etc/client.proto"
     qdn_configure -status
@@ -166,7 +166,7 @@ END
     [[ $(field 'd["error"]') = *client.proto* ]] || fail "$(field 'd["error"]')"
 }
 
-@test "what a configuration could not make is told with status 1" {
+@test "what a configuration could not make is reported with status 1" {
     given_a_configured_agent
     rm "$agent/bin/qdn-monitor" && mkdir "$agent/bin/qdn-monitor"
     qdn_configure -status
@@ -204,7 +204,7 @@ END
     expect_status 3
 }
 
-@test "how the agent is started at boot is told" {
+@test "the status says how the agent is started at boot" {
     printf '#!/bin/sh\n' >/usr/sbin/systemctl && chmod 0755 /usr/sbin/systemctl
     given_a_configured_agent
     state
@@ -220,7 +220,7 @@ END
     grep -qx "  At boot     not started" "$desk/out"
 }
 
-@test "whether the server can be reached is told when it is asked for" {
+@test "the status says whether the server can be reached, when asked" {
     given_a_configured_agent http://127.0.0.1:8099
     state -connect
     expect_status 3

@@ -26,7 +26,7 @@ configure() {
     expect_status 0
 }
 
-@test "misspelt names and values that cannot be are told in the file's order" {
+@test "misspelt names and impossible values are reported in the file's order" {
     given_the_package
     given_settings 'RunLevel="rc3" AllowNonRot="no"' '<KSname>kell</KSname><KSName>kell.example</KSName>' \
         '<EventLog LogLevl="Debug" LogSize="1MB"/>'
@@ -42,7 +42,7 @@ END
     expect_value Configuration debug_file_size 1MB
 }
 
-@test "a value that loses against the installed agent's is told, and one that means the same is not" {
+@test "a run warns of a value that the installed agent's overrides, unless it means the same" {
     given_a_configured_agent
     given_settings 'RunLevel="rc5;rc3"' '<KSName>kell.example</KSName><Location>Bern</Location>' \
         '<EventLog LogLevel="error" LogSize="512"/>'
@@ -54,7 +54,7 @@ END
     expect_value Configuration debug_file_size 256
 }
 
-@test "a server of the environment that loses against the installed agent's is told by its variable, and drops no identifier" {
+@test "a run warns, by its variable, of a server that the installed agent's overrides, and drops no identifier" {
     given_a_configured_agent
     printf '{0A1B2C3D-0000-1111-2222-333344445555}\nnull' >"$agent/etc/host.GUID"
     QDN_INSTALL_KSNAME=other.example QDN_INSTALL_AUTOSTART=no configure
@@ -72,7 +72,7 @@ END
     expect_value Configuration package_retry_delay 61
 }
 
-@test "a configuration without a run level is told, unless the agent is not to be started at boot" {
+@test "a run warns of a configuration without a run level, unless the agent is not to be started at boot" {
     given_the_package
     given_settings 'StartupOnBoot="yes"'
     configure
@@ -82,7 +82,7 @@ END
     expect_no_errors
 }
 
-@test "a port without a server is told and not used" {
+@test "a port without a server is warned of and not used" {
     given_the_package
     given_settings 'RunLevel="rc3"' '<KSPort>8080</KSPort>'
     QDN_INSTALL_KSNAME=https://kell.example:8443 configure

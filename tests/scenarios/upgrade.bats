@@ -154,7 +154,7 @@ WARNING! $agent is kept: the new configuration names $agent/etc/ca.pem.
 END
 }
 
-@test "each path of a sub-agent in the old directory is told, and keeps that directory" {
+@test "a run warns of each path of a sub-agent in the old directory, and keeps that directory" {
     given_an_old_agent 6.0SP2
     mkdir "$agent"/{inventory,monitor}
     sed -i "s,^library=.*,library=$agent/lib/libinventory.so," "$agent/etc/client.conf"
