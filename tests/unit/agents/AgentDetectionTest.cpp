@@ -33,7 +33,7 @@ std::unique_ptr<Agent> AgentOf(const std::string& conf) {
     return AgentFromConfigFile(TrustedFile(String::FromUtf8(conf), ChosenBy::Administrator));
 }
 
-TEST(AgentFromConfigFile, KnowsItsFileAndItsDirectory) {
+TEST(AgentFromConfigFile, HasItsFileAndItsDirectory) {
     const TempDir dir;
     Write(dir / "client.conf", ConfOf("6", "0", "250"));
     const auto agent = AgentOf(dir / "client.conf");

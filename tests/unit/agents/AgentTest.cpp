@@ -54,7 +54,7 @@ TEST(Agent, KeepsItsFiles_WhenTheIntegrationStays) {
     EXPECT_EQ(agent.Calls(), L"integration ");
 }
 
-TEST(Agent, OfAFileThatIsNotRootsTellsWhereItLeadsAndKeepsTheIntegration) {
+TEST(Agent, WarnsOfOtherPathsAndKeepsTheIntegration_WhenItsFileIsNotRoots) {
     const testfiles::TempDir home;
     const std::string base = home / "agent";
     const std::string path = base + "/etc/client.conf";
@@ -77,7 +77,7 @@ TEST(Agent, IsNotClean_WhenFilesStay) {
     EXPECT_EQ(agent.Clean().error().text, L"the files stay");
 }
 
-TEST(Agent, KnowsItsVersionAndPlaces) {
+TEST(Agent, HasItsVersionAndPlaces) {
     RecordingAgent agent(true, true);
     EXPECT_EQ(agent.VersionLabel(), L"6.0SP1");
     EXPECT_EQ(agent.InstallDir(), L"/opt/agent");

@@ -46,7 +46,7 @@ TEST(AgentForVersion, IsTheMemberThatTheReleaseBelongsTo) {
     }
 }
 
-TEST(AgentForVersion, IsNull_WhenNobodyKnowsTheRelease) {
+TEST(AgentForVersion, IsNull_WhenTheReleaseIsUnknown) {
     const Version versions[] = {{6, 0, 400}, {6, 0, INT_MAX}, {6, 1, 9000}, {6, 2, 1379},
                                 {6, 3, 0},   {5, 4, 0},       {5, 7, 0},    {7, 0, 0},
                                 {0, 0, 0},   {-6, 0, 0},      {4, 6, 0}};

@@ -85,7 +85,7 @@ TEST_F(Commands, NoIModeIsUnknownToInteractiveConfigure) {
     EXPECT_EQ(m_output.out + m_output.err, "");
 }
 
-TEST_F(Commands, DirWithoutAValueIsToldOnStandardError) {
+TEST_F(Commands, DirWithoutAValueIsReportedOnStandardError) {
     EXPECT_EQ(Run(m_configure, {L"-quiet", L"-dir"}), 120U);
     EXPECT_EQ(m_output.err, "Option '-dir' requires an argument.\n");
     EXPECT_EQ(Run(m_interactive, {L"-dir"}), 120U);
@@ -110,7 +110,7 @@ TEST_F(Commands, ARunningAgentIsRefusedBeforeAnyOption) {
         "  The Zorvane Agent for UNIX and Linux is running. Stop the agent before running qdn-configure.\n");
 }
 
-TEST_F(Commands, ASecondRunIsToldOfTheFirst) {
+TEST_F(Commands, ASecondRunIsRefused) {
     const RunLock first;
     EXPECT_EQ(Run(m_configure, {L"-quiet"}), 1U);
     EXPECT_EQ(m_output.out, "  Another run of qdn-configure is in progress.\n");
@@ -119,7 +119,7 @@ TEST_F(Commands, ASecondRunIsToldOfTheFirst) {
     EXPECT_EQ(m_output.out, "  Another run of qdn-configure is in progress.\n");
 }
 
-TEST_F(Commands, AUsageErrorIsToldWhileAnotherRunWorks) {
+TEST_F(Commands, AUsageErrorIsReported_WhileAnotherRunWorks) {
     const RunLock first;
     EXPECT_EQ(Run(m_configure, {L"-bad"}), 120U);
 }

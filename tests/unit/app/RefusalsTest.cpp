@@ -20,7 +20,7 @@ class AsUser {
     AsUser& operator=(const AsUser&) = delete;
 };
 
-TEST(Report, TellsTheTextAndBelowItTheReason) {
+TEST(Report, WritesTheTextAndBelowItTheReason) {
     unsigned status = 0;
     const auto output = Captured([&] {
         status = Report(Failure{L"Unable to write to file: /opt/x", L"/opt/x: No space left on device"});
@@ -31,7 +31,7 @@ TEST(Report, TellsTheTextAndBelowItTheReason) {
     EXPECT_EQ(Error::m_sErrorText, L"Unable to write to file: /opt/x");
 }
 
-TEST(Report, TellsThatTheConfigurationFailed_WhenNoStepHasATextOfItsOwn) {
+TEST(Report, SaysThatTheConfigurationFailed_WhenNoStepHasATextOfItsOwn) {
     const auto output = Captured([] { EXPECT_EQ(Report(Failure{}), kFailure); });
     EXPECT_EQ(output.err, "ERROR: Agent configuration failed.\n");
 }

@@ -101,7 +101,7 @@ TEST_F(XmlConfigFileTest, AnEmptyFileGivesNoSettingsAndEndsTheSearch) {
     EXPECT_EQ(m_output.err, "");
 }
 
-TEST_F(XmlConfigFileTest, AFileThatIsNotWellFormedIsToldAndKept) {
+TEST_F(XmlConfigFileTest, AFileThatIsNotWellFormedIsWarnedOfAndKept) {
     testfiles::Write(std::string("/tmp") + kName, "<KSAgentConfiguration>\n  <KSName>srv</KSPort>\n");
     EXPECT_EQ(Server(), "");
     EXPECT_THAT(m_output.err, testing::MatchesRegex(
@@ -122,7 +122,7 @@ TEST_F(XmlConfigFileTest, AFileThatOthersCanWriteIsPassedOverAndKept) {
     EXPECT_FALSE(testfiles::Exists(std::string("/var") + kName));
 }
 
-TEST_F(XmlConfigFileTest, WhatIsNoFileIsToldWithoutWaiting) {
+TEST_F(XmlConfigFileTest, WhatIsNoFileIsWarnedOfWithoutWaiting) {
     ASSERT_EQ(mkfifo((std::string("/var") + kName).c_str(), 0600), 0);
     EXPECT_EQ(Server(), "");
     EXPECT_THAT(m_output.err,

@@ -76,7 +76,7 @@ TEST_F(GuidFile, IsNotTouched_WhenItHoldsTheIdentifierAlready) {
     EXPECT_EQ(InodeOf(m_file), inode);
 }
 
-TEST_F(GuidFile, IsToldAsNotWritten_WhenItCannotBeReadBack) {
+TEST_F(GuidFile, IsWarnedOf_WhenItCannotBeReadBack) {
     const std::string errors = m_dir / "errors";
     m_settings.Value(L"Guid") = L"{NEW}";
     const int status = testsupport::WithFailing({{SYS_read, EIO}}, [&] {

@@ -82,7 +82,7 @@ TEST_F(RegisteredSolutions, AreNone_WhenADirectoryStandsInPlaceOfTheList) {
     EXPECT_FALSE(HasRegisteredSolutions(String::FromUtf8(m_dir.Path())));
 }
 
-TEST_F(RegisteredSolutions, AreAssumed_WhenTheProbeTellsNothing) {
+TEST_F(RegisteredSolutions, AreAssumed_WhenTheProbeGivesNoAnswer) {
     testsupport::StandIns host;
     host.Add("grep", "");
     EXPECT_TRUE(Registered(""));

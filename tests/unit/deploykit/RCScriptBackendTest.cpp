@@ -21,7 +21,7 @@ TEST(RCScriptBackend, SupportsLevelsZeroToSix) {
         EXPECT_FALSE(Backend::IsRunLevelSupported(level)) << String(level).Utf8();
 }
 
-TEST(RCScriptBackend, KnowsWhereScriptsAre) {
+TEST(RCScriptBackend, GivesThePathOfAScript) {
     EXPECT_EQ(Backend::GetLocation(L"zorvane"), L"/etc/init.d/zorvane");
 }
 

@@ -62,7 +62,7 @@ TEST_F(RCScriptBackendTest, UninstallRemovesTheUnitAfterSystemctlIsGone) {
     EXPECT_TRUE(fs::is_empty("/etc/systemd/system"));
 }
 
-TEST_F(RCScriptBackendTest, UninstallTellsSystemd_WhenTheLastOfTheServiceIsGone) {
+TEST_F(RCScriptBackendTest, UninstallReloadsSystemd_WhenTheLastOfTheServiceIsGone) {
     m_host.AddTool("systemctl", "[ -e /etc/init.d/agent ] && echo 'the script is there' >>$0.saw");
     fs::create_directories("/run/systemd/system");
     const std::string tellings = "systemctl daemon-reload\n";

@@ -105,7 +105,7 @@ TEST_F(SystemdUnitTest, MakesTheLinksThatSystemctlWouldMake) {
     EXPECT_EQ(UnitFiles(), ours);
 }
 
-TEST_F(SystemdUnitTest, TellsARunningSystemd) {
+TEST_F(SystemdUnitTest, ReloadsARunningSystemd) {
     m_host.AddTool("systemctl");
     LetSystemdRun();
     EXPECT_TRUE(SystemdUnit::Install(L"agent", kScript, L"3"));
@@ -129,7 +129,7 @@ TEST_F(SystemdUnitTest, Exists_AsLongAsItsFileOrALinkDoes) {
     EXPECT_FALSE(SystemdUnit::Exists(L"agent")) << "a mask is the administrator's";
 }
 
-TEST_F(SystemdUnitTest, TellsNobody_WhereSystemdDoesNotRun) {
+TEST_F(SystemdUnitTest, ReloadsNothing_WhereSystemdDoesNotRun) {
     m_host.AddTool("systemctl");
     EXPECT_TRUE(SystemdUnit::Install(L"agent", kScript, L"3"));
     EXPECT_TRUE(SystemdUnit::Remove(L"agent"));

@@ -9,7 +9,7 @@ using deploykit::SystemdUnit::UnitText;
 
 namespace {
 
-TEST(UnitText, SaysWhatTheHeaderSays) {
+TEST(UnitText, HasTheFactsOfTheHeader) {
     EXPECT_EQ(UnitText(L"agent",
                        L"#!/bin/sh\n"
                        L"# pidfile: /opt/a b/var/agent.pid\n"

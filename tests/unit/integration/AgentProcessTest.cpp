@@ -88,7 +88,7 @@ TEST_F(AgentProcess, AProcessThatHasEndedIsNotTheAgent_WhenNobodyHasWaitedForItY
     waitpid(id, nullptr, 0);
 }
 
-TEST_F(AgentProcess, ThePidFileTellsWhichOfSeveralItIs) {
+TEST_F(AgentProcess, IsTheOneOfThePidFile_WhenThereAreSeveral) {
     const RunningScript first(kProgram);
     const RunningScript second(kProgram);
     testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n# pidfile: /opt/agent/agent.pid\n", 0755);

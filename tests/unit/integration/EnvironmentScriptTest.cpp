@@ -77,7 +77,7 @@ TEST_F(EnvironmentScript, ReplacesALinkWithoutFollowingIt) {
     EXPECT_FALSE(std::filesystem::is_symlink("/opt/agent/bin/qdn-env"));
 }
 
-TEST_F(EnvironmentScript, TellsWhichStepFailed) {
+TEST_F(EnvironmentScript, GivesTheStepThatFailed) {
     std::filesystem::create_directories("/opt/agent/bin");
     const auto write = [] {
         const auto outcome = WriteEnvironmentScript(L"/opt/agent/bin/qdn-env", L"/opt/agent");

@@ -132,7 +132,7 @@ TEST_F(Permissions, AMissingInstallationIsNoFailure) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(Permissions, AnIdentifierThatHasAnotherNameKeepsItsModeAndThatIsTold) {
+TEST_F(Permissions, WarnOfAnIdentifierWithASecondName_WhichKeepsItsMode) {
     std::filesystem::create_hard_link("/opt/agent/etc/host.GUID", "/opt/precious");
     testing::internal::CaptureStderr();
     EXPECT_TRUE(SetInstallPermissions(m_context));
@@ -143,7 +143,7 @@ TEST_F(Permissions, AnIdentifierThatHasAnotherNameKeepsItsModeAndThatIsTold) {
     std::filesystem::remove("/opt/precious");
 }
 
-TEST_F(Permissions, AFileInADirectoryOfOthersThatHasAnotherNameKeepsItsModeAndThatIsTold) {
+TEST_F(Permissions, WarnOfAFileWithASecondNameInADirectoryOfOthers_WhichKeepsItsMode) {
     std::filesystem::create_hard_link("/opt/agent/bin/qdn-monitor.bin", "/opt/precious");
     ASSERT_EQ(chmod("/opt/agent/bin", 0777), 0);
     testing::internal::CaptureStderr();
@@ -155,7 +155,7 @@ TEST_F(Permissions, AFileInADirectoryOfOthersThatHasAnotherNameKeepsItsModeAndTh
     std::filesystem::remove("/opt/precious");
 }
 
-TEST_F(Permissions, AnInstallDirectoryBehindALinkOfOthersKeepsItsModeAndThatIsTold) {
+TEST_F(Permissions, WarnOfAnInstallDirectoryBehindALinkOfOthers_WhichKeepsItsMode) {
     std::filesystem::create_directory("/opt/theirs");
     ASSERT_EQ(chmod("/opt/theirs", 0777), 0);
     std::filesystem::create_directory("/opt/precious");
@@ -175,7 +175,7 @@ TEST_F(Permissions, AnInstallDirectoryBehindALinkOfOthersKeepsItsModeAndThatIsTo
     std::filesystem::remove_all("/opt/precious");
 }
 
-TEST_F(Permissions, AModeThatCannotBeSetIsToldOnce) {
+TEST_F(Permissions, WarnOnceOfAModeThatCannotBeSet) {
     const auto warnings = [&] {
         testing::internal::CaptureStderr();
         if (!SetInstallPermissions(m_context)) return 100;
@@ -241,7 +241,7 @@ TEST_F(SecurityLabels, AreWhatTheDirectoryGives_WhereTheHostHasNoTool) {
     EXPECT_EQ(output.err, "");
 }
 
-TEST_F(SecurityLabels, AreTold_WhenTheToolFails) {
+TEST_F(SecurityLabels, AreWarnedOf_WhenTheToolFails) {
     KnowLabels();
     m_tools.Add("restorecon", "exit 1");
     const auto output = testsupport::Captured([&] { Set(); });

@@ -116,7 +116,7 @@ TEST_F(ProgramLinks, ReplaceTheOneToAProgramThatIsGone) {
     EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/links/qdn-monitor"), "/opt/agent/bin/qdn-monitor");
 }
 
-TEST_F(ProgramLinks, TellWhyOneCouldNotBeMade) {
+TEST_F(ProgramLinks, GiveTheReason_WhenOneCouldNotBeMade) {
     std::filesystem::remove_all("/opt/agent/links");
     std::filesystem::create_directories("/opt/agent/bin/qdn-monitor");
     const std::string warnings = Warnings();

@@ -108,7 +108,7 @@ TEST_F(SetupSequence, WritesTheIdentifierBeforeClientConfMoves) {
     EXPECT_FALSE(testfiles::Exists("/opt/agent/q"));
 }
 
-TEST_F(SetupSequence, TellsOnceThatTheIdentifierCannotBeWritten) {
+TEST_F(SetupSequence, WarnsOnceThatTheIdentifierCannotBeWritten) {
     testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
     std::filesystem::create_directories("/opt/agent/id/host.GUID");
     const auto output = testsupport::Captured([&] { EXPECT_TRUE(PlaceAndRun()); });

@@ -32,7 +32,7 @@ TEST_F(UnfinishedRun, IsKnownByItsMark_UntilItHasFinished) {
     EXPECT_TRUE(MarkFinishedRun(m_installDir));
 }
 
-TEST_F(UnfinishedRun, IsAnUpgradeWhereACopyIsSaved_WhenTheMarkSaysNothingKnown) {
+TEST_F(UnfinishedRun, IsAnUpgrade_WhenTheMarkIsUnknownAndACopyIsSaved) {
     testfiles::Write(m_dir / "etc/.unfinished", "");
     EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::FirstConfiguration);
     testfiles::Write(m_dir / "etc/client.conf.old", "");

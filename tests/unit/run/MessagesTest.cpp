@@ -28,7 +28,7 @@ TEST_F(Messages_, SayIsSilentInAQuietRun) {
     EXPECT_EQ(Captured([] { Messages::Say(L"working\n"); }).out, "");
 }
 
-TEST_F(Messages_, TellSpeaksInAQuietRunToo) {
+TEST_F(Messages_, TellWritesInAQuietRunToo) {
     Args::bQuiet = true;
     EXPECT_EQ(Captured([] { Messages::Tell(L"refused\n"); }).out, "refused\n");
 }

@@ -117,7 +117,7 @@ TEST(RunLock, CountsAsFree_WhenTheFileSystemKnowsNoLocks) {
     EXPECT_EQ(testsupport::WithFailing({{SYS_flock, ENOLCK}}, [] { return RunLock().IsTaken() ? 1 : 0; }), 0);
 }
 
-TEST(RunLock, WhateverFailsOnTheWayAFreeOneIsNotTaken) {
+TEST(RunLock, CountsAsFree_WhateverFails) {
     const int points = testsupport::FailInTurn(
         {SYS_newfstatat, SYS_fstat, SYS_openat, SYS_flock}, EIO, [] {},
         [] { return RunLock().IsTaken() ? 1 : 0; }, [](int isTaken) { EXPECT_EQ(isTaken, 0); });

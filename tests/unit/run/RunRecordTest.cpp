@@ -147,7 +147,7 @@ TEST_F(Record, IsLeft_WhenMemoryRunsOut) {
     EXPECT_THAT(RecordOf([] { corekit::EndWithoutMemory(); }, ended), HasSubstr("status 1\n"));
 }
 
-TEST_F(Record, IsAFailure_WhenNobodyHasToldTheStatus) {
+TEST_F(Record, IsAFailure_WhenTheStatusIsUnknown) {
     { const RunRecord record(L"-clean"); }
     EXPECT_THAT(m_journal.Next(), HasSubstr("\nQDN_STATUS=1\n"));
 }

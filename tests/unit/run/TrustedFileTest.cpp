@@ -145,7 +145,7 @@ TEST(TrustedFile, AFileInAHandOverDirectoryOfOthersIsNotUsed) {
     ASSERT_EQ(chown("/tmp/ksclt", 0, 0), 0);
 }
 
-TEST(RemoveHandOverDirectory, LeavesThatOfAnotherUserAndSaysSo) {
+TEST(RemoveHandOverDirectory, LeavesAndWarnsOfThatOfAnotherUser) {
     testfiles::Write("/tmp/ksclt/file", "x");
     ASSERT_EQ(chmod("/tmp/ksclt", 0777), 0);
     const auto remove = [] {
@@ -259,7 +259,7 @@ TEST_F(TrustedFileOfAnother, IsUsedInADirectoryThatTheAdministratorNamed) {
     }
 }
 
-TEST(TrustedFile, JudgesInSilence_AndWarnsWhenToldTo) {
+TEST(TrustedFile, JudgesInSilence_AndWarnsWhenAsked) {
     testfiles::Write("/tmp/op\nen", "x", 0666);
     const auto output = testsupport::Captured(
         [] { EXPECT_FALSE(TrustedFile(L"/tmp/op\nen", ChosenBy::Program).MayBeUsed()); });

@@ -134,7 +134,7 @@ TEST_F(InstalledValues, OnlyAYesMakesTheXmlFileOverride) {
     }
 }
 
-TEST_F(InstalledValues, AValueThatLosesIsToldWithItsPlace) {
+TEST_F(InstalledValues, AnUnusedValueIsWarnedOfWithItsPlace) {
     Installed(L"LogSize", L"512");
     Installed(L"TempDir", L"/var/tmp");
     Merge("<Settings RunLevel='rc3'><EventLog LogSize='256'/><TempDir>/tmp/x</TempDir></Settings>");
@@ -144,7 +144,7 @@ TEST_F(InstalledValues, AValueThatLosesIsToldWithItsPlace) {
         "WARNING! /tmp/x.xml:1:73: TempDir \"/tmp/x\" is not used: the installed agent has \"/var/tmp\".\n");
 }
 
-TEST_F(InstalledValues, AValueOfTheEnvironmentThatLosesIsToldWithItsVariable) {
+TEST_F(InstalledValues, AnUnusedValueOfTheEnvironmentIsWarnedOfWithItsVariable) {
     const EnvironmentVariable server("QDN_INSTALL_KSNAME", "https://other:8083");
     const EnvironmentVariable levels("QDN_INSTALL_RUNLEVELS", "3");
     const EnvironmentVariable start("QDN_INSTALL_AUTOSTART", "no");
@@ -157,14 +157,14 @@ TEST_F(InstalledValues, AValueOfTheEnvironmentThatLosesIsToldWithItsVariable) {
         "WARNING! QDN_INSTALL_RUNLEVELS: RunLevel \"3\" is not used: the installed agent has \"rc2;rc5;\".\n");
 }
 
-TEST_F(InstalledValues, AValueThatLosesToAnEmptyOneIsTold) {
+TEST_F(InstalledValues, AValueThatAnEmptyOneOverridesIsWarnedOf) {
     Merge("<AssetTag>A1</AssetTag>");
     m_settings->Set(L"AssetTag", L"", {Source::Kind::Installed});
     EXPECT_EQ(Told(),
               "WARNING! /tmp/x.xml:1:23: AssetTag \"A1\" is not used: the installed agent has \"\".\n");
 }
 
-TEST_F(InstalledValues, WhatMeansTheSameOrIsUsedAfterAllIsNotTold) {
+TEST_F(InstalledValues, AValueThatMeansTheSameOrIsUsedIsNotWarnedOf) {
     const struct {
         SettingName setting;
         const wchar_t* installed;
@@ -190,7 +190,7 @@ TEST_F(InstalledValues, WhatMeansTheSameOrIsUsedAfterAllIsNotTold) {
     }
 }
 
-TEST_F(InstalledValues, TheSameServerInOtherWordsIsNotTold) {
+TEST_F(InstalledValues, TheSameServerInOtherWordsIsNotWarnedOf) {
     for (const char* same : {"https://kell", "https://KELL.example.com", "https://kell.example.com:443"}) {
         SCOPED_TRACE(same);
         const EnvironmentVariable server("QDN_INSTALL_KSNAME", same);
@@ -200,7 +200,7 @@ TEST_F(InstalledValues, TheSameServerInOtherWordsIsNotTold) {
     }
 }
 
-TEST_F(InstalledValues, ExtraSettingsOfTheXmlFileAreToldInOneLine) {
+TEST_F(InstalledValues, ExtraSettingsOfTheXmlFileAreWarnedOfInOneLine) {
     Merge(
         "<ExtraConfigSettings><Setting Section='a' Name='b' Value='c'/><Setting Name='d' Value='e'/>"
         "</ExtraConfigSettings>");

@@ -28,7 +28,7 @@ std::string Warning(const std::string& place, const std::string& what) {
     return "WARNING! /x.xml:" + place + ": " + what + ".\n";
 }
 
-TEST(XmlCheck, TellsNothingOfAGoodDocument) {
+TEST(XmlCheck, IsSilent_ForAGoodDocument) {
     EXPECT_EQ(
         Told(
             "<?xml version='1.0'?>\n"
@@ -43,7 +43,7 @@ TEST(XmlCheck, TellsNothingOfAGoodDocument) {
         "");
 }
 
-TEST(XmlCheck, TellsOfUnknownNamesAndSuggestsTheNearest) {
+TEST(XmlCheck, WarnsOfUnknownNamesAndSuggestsTheNearest) {
     EXPECT_EQ(ToldInRoot("<Settings><EventLog LogLevl='x'/></Settings>"),
               Warning("1:43", "unknown attribute LogLevl (LogLevel?)"));
     EXPECT_EQ(ToldInRoot("<KSname>x</KSname>"), Warning("1:23", "unknown element KSname (KSName?)"));
@@ -53,7 +53,7 @@ TEST(XmlCheck, TellsOfUnknownNamesAndSuggestsTheNearest) {
               "WARNING! /x.xml:1:1: unknown element KSAgentConfig.\n");
 }
 
-TEST(XmlCheck, TellsWhatStandsInAWrongPlaceOrTwice) {
+TEST(XmlCheck, WarnsOfWhatStandsInAWrongPlaceOrTwice) {
     EXPECT_EQ(ToldInRoot("<InstallDir>/a</InstallDir>"), Warning("1:23", "InstallDir belongs in Settings"));
     EXPECT_EQ(ToldInRoot("<Settings LogSize='1'/>"),
               Warning("1:33", "attribute LogSize belongs in EventLog"));
@@ -64,7 +64,7 @@ TEST(XmlCheck, TellsWhatStandsInAWrongPlaceOrTwice) {
               Warning("1:1", "KSAgentConfiguration \"text\": no text can stand there"));
 }
 
-TEST(XmlCheck, TellsOfAValueThatItsSettingCannotHave) {
+TEST(XmlCheck, WarnsOfAValueThatItsSettingCannotHave) {
     const struct {
         const char* content;
         const char* told;
@@ -94,7 +94,7 @@ TEST(XmlCheck, TellsOfAValueThatItsSettingCannotHave) {
         EXPECT_EQ(ToldInRoot(row.content), "WARNING! /x.xml:" + std::string(row.told) + ".\n");
 }
 
-TEST(XmlCheck, TellsOfAPortOrAProtocolThatDoesNotGoWithTheServer) {
+TEST(XmlCheck, WarnsOfAPortOrAProtocolThatDoesNotFitTheServer) {
     EXPECT_EQ(ToldInRoot("<KSPort>8080</KSPort>"),
               Warning("1:23", "KSPort \"8080\": only together with KSName or KSIPAddress"));
     EXPECT_EQ(ToldInRoot("<KSPort>1</KSPort><Settings UseKSIPAddress='yes' KSIPAddress='10.0.0.5'/>"), "");
@@ -107,14 +107,14 @@ TEST(XmlCheck, TellsOfAPortOrAProtocolThatDoesNotGoWithTheServer) {
     EXPECT_EQ(ToldInRoot("<KSName>[::1]</KSName><KSPort>8080</KSPort>"), "");
 }
 
-TEST(XmlCheck, TellsOfAnUpgradeThatIsNeitherYesNorNo) {
+TEST(XmlCheck, WarnsOfAnUpgradeThatIsNeitherYesNorNo) {
     for (const std::string word : {"Yes", "YES", "0", " yes"}) {
         EXPECT_EQ(ToldInRoot("<Settings Upgrade='" + word + "'/>"),
                   "WARNING! Upgrade is neither \"yes\" nor \"no\": " + word + ". It counts as \"yes\".\n");
     }
 }
 
-TEST(XmlCheck, TellsAllOfADocumentInItsOrder) {
+TEST(XmlCheck, WarnsInTheOrderOfTheDocument) {
     EXPECT_EQ(Told("<KSAgentConfiguration>\n"
                    "  <Settings Strat='yes'\n"
                    "            Upgrade='Yes' AllowNonRoot='perhaps'>\n"

@@ -208,7 +208,7 @@ TEST(XmlConfig, AnUpgradeThatIsNeitherYesNorNoIsYes) {
     EXPECT_EQ(ReadRoot("<Settings Upgrade=''/>")->Get(L"Upgrade"), L"");
 }
 
-TEST(XmlConfig, EachValueKnowsItsPlaceInTheFile) {
+TEST(XmlConfig, EachValueHasItsPlaceInTheFile) {
     const auto settings = ReadXmlConfig(BasicXml(L"<KSAgentConfiguration>\n"
                                                  L" <KSName>srv</KSName><KSPort>1</KSPort><Guid>ab</Guid>\n"
                                                  L" <Settings Start='no'\n"

@@ -134,7 +134,7 @@ TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     EXPECT_EQ(difference["after"]["target"], "/opt/agent/bin/qdn-monitor");
 }
 
-TEST_F(StatusDifferences, AConfigurationThatFailsIsToldByItsError) {
+TEST_F(StatusDifferences, AConfigurationThatFailsGivesItsError) {
     const auto failing = [](const char* said) {
         return [said] {
             if (said != nullptr) Messages::Warn(corekit::String::FromUtf8(said));
@@ -147,7 +147,7 @@ TEST_F(StatusDifferences, AConfigurationThatFailsIsToldByItsError) {
     EXPECT_EQ((*FindDifferences(failing(nullptr), L"/opt/agent"))["error"], "Agent configuration failed.");
 }
 
-TEST_F(StatusDifferences, AConfigurationThatCannotMakeALinkOrWrapperIsToldByThat) {
+TEST_F(StatusDifferences, ALinkOrWrapperThatCannotBeMadeIsTheError) {
     const auto run = [] {
         Messages::WarnNotMade(corekit::Result(EISDIR).About(L"/opt/agent/bin/qdn-monitor"));
         return WithWhatWasLeft(kRecord);

@@ -28,7 +28,7 @@ unsigned StatusOf(const Facts& facts, const Json* found) {
     return MakeDocument(facts, findings)["status"].get<unsigned>();
 }
 
-TEST(StatusDocument, TheStatusTellsTheWorstThatWasFound) {
+TEST(StatusDocument, TheStatusIsTheWorstThatWasFound) {
     const Json nothing = Found(Json::array());
     const Json missing = Found(Json::array({{{"path", "/x"}}}));
     const Json failing = Found(Json::array(), "No space.");

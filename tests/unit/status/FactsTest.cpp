@@ -36,7 +36,7 @@ TEST_F(StatusFacts, NothingIsInstalledWithoutAConfiguration) {
     EXPECT_EQ(facts.directory, L"/opt/agent");
 }
 
-TEST_F(StatusFacts, TheConfigurationTellsVersionServerAndIdentifier) {
+TEST_F(StatusFacts, TheConfigurationGivesVersionServerAndIdentifier) {
     Configure();
     Facts facts = GatherFacts(L"/opt/agent");
     EXPECT_TRUE(facts.isInstalled);
@@ -51,7 +51,7 @@ TEST_F(StatusFacts, TheConfigurationTellsVersionServerAndIdentifier) {
     EXPECT_TRUE(facts.hasIdentifier);
 }
 
-TEST_F(StatusFacts, AVersionThatNobodyKnowsHasNoLabel) {
+TEST_F(StatusFacts, AnUnknownVersionHasNoLabel) {
     testfiles::Write("/opt/agent/etc/client.conf",
                      "[Version]\nagent_major=9\nagent_minor=0\nagent_build=1\n");
     const Facts facts = GatherFacts(L"/opt/agent");
@@ -69,7 +69,7 @@ TEST_F(StatusFacts, AnUnfinishedUpgradeIsDescribedByTheSavedConfiguration) {
     EXPECT_EQ(facts.version, L"6.1.500");
 }
 
-TEST_F(StatusFacts, LinksAndUnitTellHowTheAgentIsStartedAtBoot) {
+TEST_F(StatusFacts, LinksAndUnitShowHowTheAgentIsStartedAtBoot) {
     Configure();
     EXPECT_THAT(GatherFacts(L"/opt/agent").boot.by, IsEmpty());
     testfiles::Write("/etc/rc5.d/S99zorvane", "");

@@ -44,7 +44,7 @@ TEST(StatusReport, IsOneLineForEachFact) {
               "In order, but not running (status 3).\n");
 }
 
-TEST(StatusReport, TellsADifferenceInTheWordsOfWhoLooksAtTheHost) {
+TEST(StatusReport, DescribesADifferenceFromTheHostsPointOfView) {
     const struct {
         Json difference;
         const char* words;

@@ -146,7 +146,7 @@ TEST_F(Relocation, MovesNothing_WhenTheStoreIsNoDirectory) {
     EXPECT_FALSE(Exists("/opt/new"));
 }
 
-TEST_F(Relocation, LeavesWhatStandsAtTheNewPlaceAndTellsWhatStays) {
+TEST_F(Relocation, LeavesWhatStandsAtTheNewPlaceAndWarnsOfWhatStays) {
     Write("/opt/old/queue/both", "old");
     Write("/opt/old/queue/one", "one");
     Write("/opt/new/queue/both", "new");
@@ -262,7 +262,7 @@ TEST_F(Relocation, MovesTheUsualStoresOfVersion56_WhenItsFileNamesNone) {
     EXPECT_EQ(Read("/opt/new/tasks/a.kst"), "task");
 }
 
-TEST_F(Relocation, TellsEachPathThatKeepsTheOldTree) {
+TEST_F(Relocation, WarnsOfEachPathThatKeepsTheOldTree) {
     Write("/opt/old/lib/inventory.so", "");
     Write("/opt/old/monitor/run", "");
     EXPECT_EQ(RemoveOld("installdir=/opt/old\n",
@@ -339,7 +339,7 @@ TEST_F(Relocation, KeepsATreeThatTheNewConfigurationLeadsInto) {
               "WARNING! /opt/old is kept: the new configuration names /opt/old/new.\n");
 }
 
-TEST_F(Relocation, TellsAllThatIsKeptAsItMayBeShown) {
+TEST_F(Relocation, MakesPathsPrintable_WhenItWarnsOfThem) {
     Write("/opt/old\x1b/queue/both", "old");
     Write("/opt/new/queue/both", "new");
     EXPECT_EQ(

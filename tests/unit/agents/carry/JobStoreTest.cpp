@@ -100,7 +100,7 @@ TEST_F(JobStore, SkipsLinesThatAreNoEntriesOfTheSection) {
               "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Job Priority=\"low\"/>\n");
 }
 
-TEST_F(JobStore, LeavesAndTellsAJobThatItCannotCarryWhole) {
+TEST_F(JobStore, LeavesAndWarnsOfAJobThatItCannotConvertWhole) {
     const std::pair<const char*, const char*> records[] = {
         {"[PackageInfo]\nPriority=low\n", kXml},
         {"[JobInfo]\njob_refcount=1\nJobRefcount=2\n", kXml},

@@ -122,7 +122,7 @@ TEST_F(PackageStore, KeepsTheOldRecord_UntilAllHasMoved) {
     EXPECT_EQ(Contents()[".qdn-pkg-snapshot-{AB-1}"], "snapshot");
 }
 
-TEST_F(PackageStore, ConvertsARecordThatSaysLittle) {
+TEST_F(PackageStore, ConvertsARecordWithFewFields) {
     Write(kOld + ".qdn-pkg-info", "[PackageInfo]\npkg_status=1\n");
     ConvertPackages(L"/opt/packages");
     EXPECT_EQ(Read(kNewRecord),
@@ -175,7 +175,7 @@ TEST_F(PackageStore, GivesEveryTextBackThroughAParser) {
     EXPECT_EQ(user[L"Codebases"], L"http://h/?a=1&b=2");
 }
 
-TEST_F(PackageStore, LeavesAndTellsAPackageThatItCannotCarryWhole) {
+TEST_F(PackageStore, LeavesAndWarnsOfAPackageThatItCannotConvertWhole) {
     const std::pair<const char*, const char*> records[] = {
         {"pkg_status=1\n", "<P/>"},                // no section
         {"[PackageInfo]\na_b=1\nAB=2\n", "<P/>"},  // two keys, one name

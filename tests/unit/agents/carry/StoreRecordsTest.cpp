@@ -80,7 +80,7 @@ TEST(StoreRecords, SaysWhyARecordCannotBeRead) {
     EXPECT_EQ(ReadFields(PathOf(temp, "."), L"Info").error().text, L"Is a directory");
 }
 
-TEST(StoreRecords, ReadsTheWholeRecordOrSaysThatItCannot) {
+TEST(StoreRecords, ReadsTheWholeRecordOrFails) {
     const TempDir temp;
     const String path = PathOf(temp, "info");
     const int points = testsupport::FailInTurn(
@@ -152,7 +152,7 @@ TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
     EXPECT_EQ(Read(temp / "to"), "one");
 }
 
-TEST(StoreRecords, SaysThatAFileIsMoved_OnlyWhenItIs) {
+TEST(StoreRecords, ReportsAFileAsMoved_OnlyWhenItIs) {
     const TempDir temp;
     const auto prepare = [&] {
         std::filesystem::remove(temp / "new");

@@ -401,7 +401,7 @@ TEST_F(FileRemoval60, KeepsTheLinkToTheInstallersFiles_WhenAReinstallIsPending) 
     std::filesystem::remove("/opt/link");
 }
 
-TEST_F(FileRemoval60, TellsTheEntryOfATreeThatCouldNotBeRemoved_AndTheNextRunFinishes) {
+TEST_F(FileRemoval60, WarnsOfTheEntryThatCouldNotBeRemoved_AndTheNextRunFinishes) {
     Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
     std::filesystem::create_directories("/opt/agent/var/deep/mounted");
     ASSERT_EQ(mount("tmpfs", "/opt/agent/var/deep/mounted", "tmpfs", 0, nullptr), 0);

@@ -101,7 +101,7 @@ TEST_F(Links60, GoThroughALinkThatIsADirectory) {
     EXPECT_TRUE(Exists(m_agent + "/target/file"));
 }
 
-TEST_F(Links60, AreToldAndLeftAlone_WhereTheyAreNotTheAgents) {
+TEST_F(Links60, AreWarnedOfAndLeftAlone_WhereTheyAreNotTheAgents) {
     Write(m_links + "/qdn-file", "an administrator's own");
     Link(m_links + "/qdn-foreign", "/usr/bin/true");
     const auto output =
@@ -122,7 +122,7 @@ TEST_F(Links60, LeaveTheHelper_WhereItsDirectoryIsTheLinkDirectory) {
     EXPECT_EQ(output.err, "");
 }
 
-TEST_F(Links60, AreToldToBeLeft_WhereTheyCannotBeRead) {
+TEST_F(Links60, CountAsLeft_WhereTheyCannotBeRead) {
     const auto remove = [&] {
         return RemoveProgramLinks60(String::FromUtf8(m_agent), String::FromUtf8(m_links)).Any() ? 1 : 0;
     };
@@ -151,7 +151,7 @@ TEST_F(Links60, GoSilentlyInAQuietRun) {
     EXPECT_FALSE(HasLink("qdn-monitor"));
 }
 
-TEST_F(Links60, AreToldInADirectoryThatIsNotThereToo) {
+TEST_F(Links60, AreAnnounced_EvenIfTheDirectoryIsMissing) {
     EXPECT_EQ(Remove60(m_dir / "absent\x1b[2J"),
               "  Removing qdn-* links in " + m_dir / "absent" + "\\x1b[2J\n");
 }
@@ -192,7 +192,7 @@ TEST_F(WrapperLinks, StayWithAWarning_WhereTheyAreNotTheAgents) {
     }
 }
 
-TEST_F(WrapperLinks, AreToldToBeLeft_WhereTheyCannotBeRead) {
+TEST_F(WrapperLinks, CountAsLeft_WhereTheyCannotBeRead) {
     const auto remove = [&] {
         return RemoveWrapperLinks(String::FromUtf8(m_agent), String::FromUtf8(m_links)).Any() ? 1 : 0;
     };

@@ -60,7 +60,7 @@ TEST_F(SuperServers, LoseTheBlockInXinetdsConfiguration) {
     EXPECT_EQ(m_server.EndedBy(), SIGUSR2);
 }
 
-TEST_F(SuperServers, AreToldWhenTheyCannotBeEdited) {
+TEST_F(SuperServers, AreWarnedOf_WhenTheyCannotBeEdited) {
     Write(kInetd, "ftp stream tcp\nqdnmsg stream tcp\n");
     Write(kServices, "ssh 22/tcp\nqdnm 402/tcp\n");
     const auto output = testsupport::Captured([] {

@@ -48,7 +48,7 @@ class AccessChecks : public testing::Test {
     testfiles::TempDir m_dir;
 };
 
-TEST_F(AccessChecks, TellWhichDirectoryCanBeWrittenTo) {
+TEST_F(AccessChecks, AllowADirectoryThatCanBeWrittenTo) {
     testfiles::Write(m_dir / "file", "");
     const Mounted readOnly(m_dir / "ro", MS_RDONLY);
     EXPECT_TRUE(Access::CheckWritableDirectory(At("")));
@@ -58,7 +58,7 @@ TEST_F(AccessChecks, TellWhichDirectoryCanBeWrittenTo) {
     EXPECT_EQ(Access::CheckWritableDirectory(String()).Code(), ENOENT);
 }
 
-TEST_F(AccessChecks, TellThatADiskIsFull) {
+TEST_F(AccessChecks, FailOnAFullDisk) {
     const Mounted full(m_dir / "full", 0, "size=4k");
     EXPECT_TRUE(Access::CheckWritableDirectory(At("full")));
     testfiles::Write(m_dir / "full/file", std::string(4096, 'x'));
@@ -71,7 +71,7 @@ TEST_F(AccessChecks, TellThatADiskIsFull) {
     EXPECT_EQ(Access::CheckReplaceable(At("crowded/other")).Code(), ENOSPC);
 }
 
-TEST_F(AccessChecks, TellWhichDirectoryCanBeMade) {
+TEST_F(AccessChecks, AllowADirectoryThatCanBeMade) {
     testfiles::Write(m_dir / "file", "");
     std::filesystem::create_symlink("nowhere", m_dir / "dangling");
     const Mounted readOnly(m_dir / "ro", MS_RDONLY);
@@ -86,7 +86,7 @@ TEST_F(AccessChecks, TellWhichDirectoryCanBeMade) {
     EXPECT_TRUE(Access::CheckCreatableDirectory(L"relative/to/here"));
 }
 
-TEST_F(AccessChecks, TellThatOnlyTheKernelMakesEntriesInProc) {
+TEST_F(AccessChecks, FailInProc_WhereOnlyTheKernelMakesEntries) {
     for (const wchar_t* path : {L"/proc/zorvane", L"/proc/zorvane/below"}) {
         const Result made = Dir::CreateR(path);
         EXPECT_FALSE(made);
@@ -101,7 +101,7 @@ TEST_F(AccessChecks, MakeNothing) {
     EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
 }
 
-TEST_F(AccessChecks, TellWhichFileCanBeReplaced) {
+TEST_F(AccessChecks, AllowAFileThatCanBeReplaced) {
     testfiles::Write(m_dir / "file", "old", 0444);
     std::filesystem::create_symlink("nowhere", m_dir / "link");
     std::filesystem::create_directory(m_dir / "directory");
@@ -114,7 +114,7 @@ TEST_F(AccessChecks, TellWhichFileCanBeReplaced) {
     ExpectReplacement("new/file", ENOTDIR);
 }
 
-TEST_F(AccessChecks, TellThatAFileIsMountedOn) {
+TEST_F(AccessChecks, FailOnAMountPoint) {
     testfiles::Write(m_dir / "file", "");
     testfiles::Write(m_dir / "other", "");
     ASSERT_EQ(mount((m_dir / "other").c_str(), (m_dir / "file").c_str(), nullptr, MS_BIND, nullptr), 0);
@@ -124,7 +124,7 @@ TEST_F(AccessChecks, TellThatAFileIsMountedOn) {
     ExpectReplacement("file", 0);
 }
 
-TEST_F(AccessChecks, TellWhatCanBeRemoved) {
+TEST_F(AccessChecks, AllowWhatCanBeRemoved) {
     testfiles::Write(m_dir / "file", "");
     std::filesystem::create_directory(m_dir / "ro");
     testfiles::Write(m_dir / "ro/file", "");

@@ -36,7 +36,7 @@ std::vector<String> NamesMatching(const String& path, const String& pattern) {
 
 }  // namespace
 
-TEST(DirRead, TellsNamePathAndKindOfEveryEntry) {
+TEST(DirRead, GivesNamePathAndKindOfEveryEntry) {
     const Workspace dir;
     testfiles::Write(dir / "caf\xE9", "");
     Dir open;
@@ -99,7 +99,7 @@ TEST(DirOpen, FailsForWhatIsNoDirectory) {
     EXPECT_EQ(open.Open(L""), Result(ENOENT));
 }
 
-TEST(DirScan, Stops_WhenItsCallbackSaysSo) {
+TEST(DirScan, Stops_WhenItsCallbackReturnsFalse) {
     const Workspace dir;
     testfiles::Write(dir / "a", "");
     testfiles::Write(dir / "b", "");
@@ -186,7 +186,7 @@ TEST(DirFlushEntries, TakesADirectoryAlone) {
     EXPECT_EQ(Dir::FlushEntries(dir("missing")).Code(), ENOENT);
 }
 
-TEST(DirCurrent, IsSetAndTold) {
+TEST(DirCurrent, IsSetAndRead) {
     const Workspace dir;
     fs::create_directory(dir / "real");
     fs::create_symlink("real", dir / "link");
@@ -196,7 +196,7 @@ TEST(DirCurrent, IsSetAndTold) {
     EXPECT_TRUE(Dir::SetCurrent(L"/"));
 }
 
-TEST(DirCurrent, IsNotToldWhenItIsGone) {
+TEST(DirCurrent, IsUnknown_WhenItHasBeenRemoved) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     ASSERT_TRUE(Dir::SetCurrent(dir("sub")));

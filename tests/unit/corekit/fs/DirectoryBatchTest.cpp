@@ -33,7 +33,7 @@ void MakeFiles(const Workspace& dir, int count) {
 
 }  // namespace
 
-TEST(DirectoryBatch, LooksAtAnEntryWhoseTypeTheFileSystemDoesNotTell) {
+TEST(DirectoryBatch, LooksUpAnEntry_WhoseTypeTheFileSystemLeavesOut) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
     fs::create_directory_symlink("sub", dir / "link");
@@ -111,7 +111,7 @@ TEST(DirectoryBatch, ReadsOn_WhenItIsInterrupted) {
               0);
 }
 
-TEST(DirectoryBatch, TellsWhatCannotBeRead) {
+TEST(DirectoryBatch, Fails_WhenTheDirectoryCannotBeRead) {
     DirectoryBatch batch;
     EXPECT_EQ(batch.Read(-1), Result(EBADF));
     EXPECT_TRUE(batch.IsEnd());

@@ -156,7 +156,7 @@ TEST(Faults, WhatADirectoryHoldsIsAllThere_WhenItMoves) {
     EXPECT_EQ(NamesIn(dir.Path()), Names{});
 }
 
-TEST(Faults, ARemovalThatFailsSaysSoAndStaysInItsTree) {
+TEST(Faults, ARemovalThatFailsReportsItAndStaysInItsTree) {
     const Workspace dir;
     Write(dir / "beside", "x");
     const int points = FailInTurn(
@@ -229,7 +229,7 @@ TEST(Faults, AnInterruptedCallIsMadeAgain) {
               3);
 }
 
-TEST(Faults, ARemovalThatLosesItsWayInADeepTreeSaysSo) {
+TEST(Faults, ARemovalThatLosesItsWayInADeepTreeFails) {
     const Workspace dir;
     std::string deepest = dir / "tree";
     for (int level = 0; level < 70; ++level) deepest += "/d";  // more than stay open

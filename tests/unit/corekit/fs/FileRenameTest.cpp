@@ -102,7 +102,7 @@ TEST(FileRename, LosesNothing_WhenTheFlushFails) {
     EXPECT_THAT(NamesIn("/opt/other"), ElementsAre("to"));
 }
 
-TEST(FileRename, TellsOfADirectoryThatCannotBeFlushed) {
+TEST(FileRename, Fails_WhenTheDirectoryCannotBeFlushed) {
     const Workspace dir;
     testfiles::Write(dir / "from", "x");
     const int failure =

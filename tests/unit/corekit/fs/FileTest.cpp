@@ -92,7 +92,7 @@ TEST(FileCheckNotLink, ConcernsThePathItself) {
     EXPECT_TRUE(File::CheckNotLink(L""));
 }
 
-TEST(FileAccess, TellsWhatTheEffectiveUserMay) {
+TEST(FileAccess, IsThatOfTheEffectiveUser) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
     EXPECT_TRUE(File::IsReadable(dir("file")));
@@ -102,7 +102,7 @@ TEST(FileAccess, TellsWhatTheEffectiveUserMay) {
     EXPECT_FALSE(File::IsWritable(dir("none")));
 }
 
-TEST(FileAccess, KnowsAFileSystemThatTakesNoWrites) {
+TEST(FileAccess, IsNoWriting_OnAReadOnlyFileSystem) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs(dir / "mounted");
     testfiles::Write(dir / "mounted/file", "");
@@ -154,7 +154,7 @@ TEST(FileRead, RefusesWhatNoMemoryShouldHold) {
     EXPECT_EQ(File::ReadBytes(dir("small"), 5).value(), "12345");
 }
 
-TEST(FileReadLink, GivesWhatTheLinkSays) {
+TEST(FileReadLink, GivesTheTargetOfTheLink) {
     const Workspace dir;
     const std::string longest(4095, 'x');
     for (const std::string& target : {std::string("../a"), std::string("/nowhere/caf\xe9"), longest}) {

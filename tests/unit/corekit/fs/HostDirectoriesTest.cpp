@@ -123,7 +123,7 @@ TEST(HostDirectories, AreRefused_EvenIfTheNameIsALinkOrMissing) {
 }
 
 // A removal that went on would cost the host its directories.
-TEST(HostDirectories, AreAssumed_WhenTheSystemDoesNotTell) {
+TEST(HostDirectories, AreAssumed_WhenTheLookupFails) {
     const Workspace dir;
     const corekit::String path = dir("");
     for (const int errnoValue : {EIO, EACCES, EMFILE}) {

@@ -148,7 +148,7 @@ TEST(SafePath, EndsAtALinkOrInADirectoryOfAnotherUser) {
               dir("mine/way") + L" belongs to another user");
 }
 
-TEST(SafePath, IsToldWithoutItsLinks_WhereAllOfThemMayBeFollowed) {
+TEST(SafePath, IsGivenWithoutItsLinks_WhereAllOfThemMayBeFollowed) {
     const Workspace dir;
     fs::create_directories(dir / "disk/data");
     fs::create_directory_symlink("disk", dir / "relative");

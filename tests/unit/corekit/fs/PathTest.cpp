@@ -145,7 +145,7 @@ TEST(PathIsMatch, ComparesMissingPathsAsText) {
     EXPECT_FALSE(Path::IsMatch(L"/none/a", L"/none/A"));
 }
 
-TEST(PathIsMatch, KnowsADirectoryThatIsMountedTwice) {
+TEST(PathIsMatch, IsTrue_ForADirectoryThatIsMountedTwice) {
     const Workspace dir;
     fs::create_directories(dir / "one/below");
     fs::create_directory(dir / "two");

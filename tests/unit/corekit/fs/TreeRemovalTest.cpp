@@ -53,7 +53,7 @@ TEST(RemoveTree, FollowsNoLinkAtItsTop) {
     EXPECT_THAT(NamesIn(dir / "kept"), ElementsAre("file"));
 }
 
-TEST(RemoveTree, TellsTheFirstFailureAndGoesOn) {
+TEST(RemoveTree, ReturnsTheFirstFailureAndGoesOn) {
     const Workspace dir;
     testfiles::Write(dir / "tree/a/file", "");
     testfiles::Write(dir / "tree/b/file", "");

@@ -54,7 +54,7 @@ class Notes : public TreeWalk {
 
 }  // namespace
 
-TEST(TreeWalk, MeetsEveryEntryAndFollowsNoLink) {
+TEST(TreeWalk, VisitsEveryEntryAndFollowsNoLink) {
     const Workspace dir;
     testfiles::Write(dir / "tree/sub/deep/file", "");
     testfiles::Write(dir / "tree/other", "");
@@ -66,7 +66,7 @@ TEST(TreeWalk, MeetsEveryEntryAndFollowsNoLink) {
     EXPECT_THAT(notes.way, ElementsAre("+" + top, "+sub", "+deep", "-deep", "-sub", "-" + top));
 }
 
-TEST(TreeWalk, ReadsADirectoryAgain_WhenItIsToldTo) {
+TEST(TreeWalk, ReadsADirectoryAgain_WhenAsked) {
     const Workspace dir;
     testfiles::Write(dir / "tree/file", "");
     Notes notes;
@@ -97,7 +97,7 @@ TEST(TreeWalk, ReadsNoDirectoryThatCouldNotBeEntered) {
     EXPECT_THAT(notes.met, UnorderedElementsAre("a", "b", "2"));
 }
 
-TEST(TreeWalk, MeetsAllOfAWideTreeOfWideDirectories) {
+TEST(TreeWalk, VisitsAllOfAWideTreeOfWideDirectories) {
     const Workspace dir;
     const std::string filler(200, 'f');
     for (int i = 0; i < 8000; ++i) fs::create_directories(dir / ("tree/" + filler + std::to_string(i)));

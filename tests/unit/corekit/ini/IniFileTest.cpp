@@ -49,7 +49,7 @@ TEST_F(IniFileTest, GivesValuesAndNothingForAMissingEntry) {
     EXPECT_EQ(file.GetValue(L"missing", L"k"), L"");
 }
 
-TEST_F(IniFileTest, TellsWhetherAnEntryExists) {
+TEST_F(IniFileTest, ReturnsWhetherAnEntryExists) {
     const IniFile file(Make("[s]\nk=v\nempty=\n"));
     String value = L"untouched";
     EXPECT_FALSE(file.GetValue(L"s", L"missing", value));
@@ -95,7 +95,7 @@ TEST_F(IniFileTest, ListsAllEntriesWithTheirSections) {
     EXPECT_EQ(lines, (std::vector<String>{L"/first=0", L"s/b=1", L"t/b=3", L"t/d=5", L"s/b=4"}));
 }
 
-TEST_F(IniFileTest, KnowsTheLineThatGivesAnEntryItsValue) {
+TEST_F(IniFileTest, GivesTheNumberOfTheLineOfAnEntry) {
     IniFile file(Make("# comment\n[s]\n\na=1\r\nA=2\na=3\n[t]\nb=4"), IniFile::KeyCase::FallBack);
     EXPECT_EQ(file.LineOf(L"s", L"a"), 4U);
     EXPECT_EQ(file.LineOf(L"s", L"A"), 5U);

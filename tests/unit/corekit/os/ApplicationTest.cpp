@@ -150,7 +150,7 @@ TEST(CommandBasedApp, NamesAnUnknownCommand) {
     }
 }
 
-TEST(CommandBasedApp, ListsTheCommandsAndTellsTheVersion_WhenAskedForHelp) {
+TEST(CommandBasedApp, ListsTheCommandsAndTheVersion_WhenAskedForHelp) {
     for (const char* word : kHelpWords) {
         const Outcome outcome = RunTool({"tool", word});
         EXPECT_EQ(outcome.status, 0) << word;
@@ -176,7 +176,7 @@ TEST(CommandBasedApp, NamesAnUnknownCommand_WhenAskedForHelpOnIt) {
     EXPECT_EQ(outcome.output.err, "Unknown command '-what'.\n");
 }
 
-TEST(CommandBasedApp, TellsTheVersion_WhenAskedForIt) {
+TEST(CommandBasedApp, ShowsTheVersion_WhenAsked) {
     for (const char* word : {"-version", "--version"}) {
         const Outcome outcome = RunTool({"tool", word});
         EXPECT_EQ(outcome.status, 0) << word;
@@ -185,7 +185,7 @@ TEST(CommandBasedApp, TellsTheVersion_WhenAskedForIt) {
     }
 }
 
-TEST(EndWithoutMemory, TellsOfItAfterEarlierOutput) {
+TEST(EndWithoutMemory, WritesItsErrorAfterEarlierOutput) {
     const testfiles::TempDir dir;
     EXPECT_EXIT(
         {

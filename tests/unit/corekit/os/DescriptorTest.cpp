@@ -38,7 +38,7 @@ TEST(Descriptor, HoldsNoDescriptorByDefault) {
     EXPECT_FALSE(Descriptor(-1));
 }
 
-TEST(Descriptor, TellsStandardInputFromNone) {
+TEST(Descriptor, DistinguishesStandardInputFromNone) {
     Descriptor descriptor(0);
     EXPECT_TRUE(descriptor);
     EXPECT_EQ(descriptor.Release(), 0);

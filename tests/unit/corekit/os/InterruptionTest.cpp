@@ -106,7 +106,7 @@ TEST(Interruption, EndsAShellThatIsStopped) {
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
-TEST(Interruption, TellsTheStatusBeforeItEndsTheProcess) {
+TEST(Interruption, PassesTheStatusOn_BeforeItEndsTheProcess) {
     EXPECT_EXIT(
         {
             Interruption::Prepare();

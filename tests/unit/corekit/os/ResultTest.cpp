@@ -31,7 +31,7 @@ TEST(Result, HoldsAnErrnoValue) {
     EXPECT_NE(result, Result());
 }
 
-TEST(Result, TakesWhatErrnoTells) {
+TEST(Result, TakesTheValueOfErrno) {
     errno = EACCES;
     EXPECT_EQ(Result::FromErrno(), Result(EACCES));
 }
@@ -92,7 +92,7 @@ TEST(Expected, HoldsAValueOrTheFailure) {
     EXPECT_EQ(none.value_or(8), 8);
 }
 
-TEST(Expected, TellsThePathThatAFailureConcerns) {
+TEST(Expected, KeepsThePathThatAFailureConcerns) {
     EXPECT_EQ(Expected<int>(Result(EIO)).About(L"/a").error().Path(), L"/a");
     EXPECT_EQ(*Expected<int>(7).About(L"/a"), 7);
 }

@@ -139,7 +139,7 @@ TEST(Env, GivesTheValueOfAVariable) {
     EXPECT_EQ(Env::Get(L"ENV_TEST"), L"a value = \u20AC");
 }
 
-TEST(Env, TellsAnEmptyVariableFromNone) {
+TEST(Env, DistinguishesAnEmptyVariableFromNone) {
     setenv("ENV_TEST", "", 1);
     EXPECT_EQ(Env::Get(L"ENV_TEST"), L"");
 

@@ -91,7 +91,7 @@ TEST(OpenDirectoryItself, RefusesLinksAndFiles) {
     EXPECT_EQ(corekit::OpenDirectoryItself(parent.Get(), "file"), Result(ENOTDIR));
 }
 
-TEST(ReadLink, TellsWhereALinkLeads) {
+TEST(ReadLink, GivesTheTargetOfALink) {
     const Workspace dir;
     fs::create_symlink("some/where", dir / "link");
     testfiles::Write(dir / "file", "");

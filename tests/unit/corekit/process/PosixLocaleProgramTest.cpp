@@ -234,7 +234,7 @@ TEST(PosixLocaleProgram, ReadsToTheEnd_WhereItCannotPoll) {
     EXPECT_EQ(WithFailing({{SYS_poll, ENOMEM}}, [] { return FirstLineOf("echo 7; echo 8").ToInt(); }), 7);
 }
 
-TEST(PosixLocaleProgram, Fails_WhenItCannotTellWhatThePipeHolds) {
+TEST(PosixLocaleProgram, Fails_WhenItDoesNotKnowWhatThePipeHolds) {
     StringToMapFilter filter;
     const auto run = [&] {
         const Result result = Shell::Run(L"sleep 600 & echo x", filter);  // which keeps the pipe open

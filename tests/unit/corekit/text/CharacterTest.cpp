@@ -11,7 +11,7 @@ constexpr std::wstring_view kNeither = L"/:@[`{\0 _-\u00aa\u00c4\u00e4\u0130\u06
 
 }  // namespace
 
-TEST(Ascii, TellsDigitsAndLettersApart) {
+TEST(Ascii, DistinguishesDigitsAndLetters) {
     for (const wchar_t digit : std::wstring_view(L"0123456789")) {
         EXPECT_TRUE(corekit::IsDigit(digit));
         EXPECT_FALSE(corekit::IsLetter(digit));

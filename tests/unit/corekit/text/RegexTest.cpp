@@ -17,7 +17,7 @@ constexpr const wchar_t* kReleaseVersion = L"(VERSION|release)[[:blank:]]*=?[[:b
 
 }  // namespace
 
-TEST(Regex, TellsWhetherThePatternOccurs) {
+TEST(Regex, IsMatch_WhenThePatternOccurs) {
     const String text = L"Red Hat Enterprise Linux AS release 3 (Taroon Update 8)\n";
     EXPECT_TRUE(Regex::IsMatch(L"AS.*Taroon", text));
     EXPECT_TRUE(Regex::IsMatch(L"Taroon", text));

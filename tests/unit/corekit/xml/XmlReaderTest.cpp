@@ -153,7 +153,7 @@ TEST(XmlReader, TakesNoReferenceFromCommentsCdataAndInstructions) {
               "&e; b=<A");
 }
 
-TEST(XmlReader, TellsNamesOfEntitiesByTheirCase) {
+TEST(XmlReader, DistinguishesNamesOfEntitiesByTheirCase) {
     EXPECT_EQ(ReasonOf("<!DOCTYPE a SYSTEM 'a.dtd' [<!ENTITY e 'E'>]><a b='&E;'/>"), "undefined entity");
 }
 

@@ -51,7 +51,7 @@ TEST(XmlTree, FindsElementsWithinAnElementByNameAndIndex) {
     EXPECT_EQ(tree.Find(XmlTree::kNone, "b", 0), XmlTree::kNone);
 }
 
-TEST(XmlTree, KnowsWhatAnElementIsCalledAndWhereItBeginsAndEnds) {
+TEST(XmlTree, GivesTheNameTheOffsetAndTheEndOfAnElement) {
     const XmlTree tree = SmallTree();
     const struct {
         const char* name;
