@@ -28,7 +28,7 @@ using corekit::String;
 
 namespace {
 
-/// The failure of every operation that takes a client.conf where none is known. The caller has a text for it.
+/// The failure of an operation that needs a client.conf when none is known. The caller adds the text.
 Failure FailWithoutConf() {
     return Fail(String());
 }
@@ -53,8 +53,8 @@ Outcome<> Agent60::RemoveFiles(const String& newConfPath) {
     if (ConfPath().IsEmpty()) return FailWithoutConf();
     if (!newConfPath.IsEmpty()) return RelocateFiles(newConfPath);
     const IniFile oldConf = OldConf();
-    // While client.conf is there: a next run finds them by it when this one is interrupted. What stays is in
-    // m_left, which is told.
+    // Runs while client.conf is there, by which a next run finds the logs if this one is interrupted. m_left
+    // records what stays.
     Forgive(RemoveRotatedDebugLogs(oldConf));
     RemoveInstalledFiles60(oldConf, m_left);
     return {};

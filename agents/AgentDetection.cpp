@@ -1,4 +1,4 @@
-// Where an installed agent's configuration is looked for, and what is believed of it.
+// The places where an installed agent's configuration is looked for, and which file decides.
 #include "agents/AgentDetection.h"
 
 #include <algorithm>
@@ -52,8 +52,8 @@ String FileOf(const String& installDir, const wchar_t* file) {
     return installDir.IsEmpty() ? String() : installDir + file;
 }
 
-/// The file that describes the agent of an install directory: the copy of it while an upgrade has not come to
-/// its end, and none while a first configuration has not.
+/// The file that describes the agent of an install directory: its copy while an upgrade is unfinished, and
+/// none while a first configuration is.
 String ConfOf(const String& installDir) {
     switch (FindUnfinishedRun(installDir)) {
         case Unfinished::FirstConfiguration:
@@ -138,7 +138,7 @@ std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
 
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     const auto bytes = file.Read();
-    // One that cannot be read now must not pass for none.
+    // A file that cannot be read now must not pass for no agent.
     if (IsTransient(bytes.Outcome())) return std::make_unique<UnreadableAgent>(file.Path(), bytes.error());
     if (!bytes) return nullptr;
     const IniFile conf(file.Path(), *bytes, IniFile::KeyCase::FallBack);

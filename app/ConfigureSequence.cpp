@@ -91,7 +91,8 @@ Outcome<> ChangeHost(ConfigureRun& run) {
     if (const auto done = SaveInstalledConfiguration(run); !done) return done;
     if (const auto done = RemoveInstalledIntegration(run); !done) return done;
     Messages::Say(run.migrationText);
-    // New before old: whatever becomes of this run, the identifier and a configuration are on the host.
+    // The new ones come before the old ones go: whenever the run ends, an identifier and a configuration are
+    // on the host.
     if (const auto done = PlaceClientConf(run.setup); !done) return done;
     if (const auto done = RemoveInstalledFiles(run); !done) return done;
     if (const auto done = RunSetupSequence(run.setup); !done) return done;

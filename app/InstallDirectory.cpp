@@ -20,7 +20,7 @@ namespace {
 /// on search paths.
 constexpr const wchar_t* kMisread = L"'\"\\`\n\r$&;|<>() \t:";
 
-/// Where the package manager knows the agent.
+/// The directory that the package manager knows for the agent.
 void TakePackageDir(ConfigureRun& run) {
     if (run.newAgent && !run.newAgent->InstallDir().IsEmpty()) {
         run.settings->Set(L"InstallDir", run.newAgent->InstallDir(), {Source::Kind::PackageManager});

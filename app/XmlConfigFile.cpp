@@ -66,7 +66,8 @@ void WarnOfRefusal(const String& path, const BasicXml::Refusal& refusal) {
                    L". The file is not used.\n");
 }
 
-/// Can the file's settings be used, or is it empty? (One that cannot be read holds nothing to be kept.)
+/// True if the file's settings can be used, or it is empty. (A file that cannot be read holds nothing to be
+/// kept.)
 bool IsWellFormedOrEmpty(const TrustedFile& file) {
     const auto bytes = file.Read();
     return bytes && (bytes->empty() || BasicXml(*bytes).GetRefusal() == nullptr);

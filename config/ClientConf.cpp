@@ -32,7 +32,7 @@ constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????"
 }  // namespace
 
 void HandOverFile::RemoveLeftovers() {
-    // One that stays is in nobody's way; the next run tries again.
+    // A file that stays does no harm, and the next run tries again.
     for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, File::HostDirectory::Meant));
 }
 

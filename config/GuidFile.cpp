@@ -33,9 +33,9 @@ bool HoldsIdentifier(const std::string& bytes) {
     return line.StartsWith(L"{") && line.EndsWith(L"}");
 }
 
-/// Why nothing may be written or removed there: only where nothing is, or a regular file that has no other
-/// name, does an identifier belong, and in a directory of the host only where one is already. Empty when it
-/// may be.
+/// The reason why no identifier may be written or removed at the path; empty when it may be. The path must be
+/// free or a regular file without a second name, and in a directory of the host it must hold an identifier
+/// already.
 String WhyNotOurs(const String& path) {
     const auto place = corekit::ParentDirectory::Of(path);
     if (!place) return String();
@@ -91,7 +91,7 @@ corekit::Result RemoveGuidFile(const IniFile& conf) {
 
 void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {
     if (settings.IsSet(L"Guid")) return;
-    // An identifier that nobody has read, as that of version 5.6, is good while the server stays.
+    // An identifier that was not read, as that of version 5.6, remains valid while the server stays.
     if (settings.IsYes(L"Upgrade") && !settings.IsSet(L"KSNameChanged")) return;
     const corekit::Result removed = RemoveGuidFile(conf);
     if (!removed && !IsNotFound(removed)) Messages::WarnKept(PathIn(conf), GetErrorMsg(removed));

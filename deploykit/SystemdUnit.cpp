@@ -45,7 +45,8 @@ String UnitPath(const String& name) {
     return Path::Join(kUnitDir, FileName(name));
 }
 
-/// Fails with EPERM if the administrator has masked the unit, or with the reason why that cannot be told.
+/// Fails with EPERM if the administrator has masked the unit, and with the failure of the lookup if that is
+/// not known.
 Result CheckUnmasked(const String& name) {
     const auto target = Path::Canonicalise(UnitPath(name));
     if (IsTransient(target.Outcome())) return target.error();

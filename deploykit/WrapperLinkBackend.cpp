@@ -32,7 +32,7 @@ String WrapperText(const String& binary, const String& environmentScript) {
            Quoted(binary) + L" \"$@\"\n";
 }
 
-/// A link in the place of what stands there, if that is one that may be replaced.
+/// Makes a link. Replaces what stands in its place only if that is a link which may be replaced.
 Result MakeLink(const String& wrapper, const String& link, const OwnsLink& owns) {
     Result made = File::SymLink(wrapper, link, File::IfPresent::Keep);
     if (made.Code() != EEXIST) return made;

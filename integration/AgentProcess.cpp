@@ -102,7 +102,7 @@ void WarnOfStoppedAgent(const String& installDir) {
     Messages::Warn(String(L"WARNING! The agent does not run. See %1.\n").Arg(shown));
 }
 
-/// By the agent's control script; whether that did it is for the caller to see.
+/// Calls the agent's control script. The caller checks whether that worked.
 void Control(const String& installDir, const wchar_t* action) {
     const String script = corekit::Text::ShellWord(installDir + Names::kControlScript);
     corekit::StringToMapFilter filter;

@@ -50,7 +50,7 @@ constexpr FileMode kConfiguration[] = {
 /// The operator may have made links of them.
 constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}, {L"", 0755}};
 
-/// The machine's identifier may be known by another name, where its mode is somebody else's business.
+/// The machine's identifier may have a second name, whose mode is somebody else's business.
 bool IsSharedIdentifier(const String& path) {
     if (!path.EndsWith(kIdentifier)) return false;
     const auto place = corekit::ParentDirectory::Of(path);

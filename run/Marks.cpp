@@ -1,4 +1,4 @@
-// The words of the mark of a run that has not come to its end, and the trust in the package scripts' marker.
+// The words of an unfinished run's mark, and the trust in the package scripts' marker.
 #include "run/Marks.h"
 
 #include <algorithm>

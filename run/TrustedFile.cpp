@@ -53,8 +53,8 @@ bool IsAnybody(uid_t) {
     return true;
 }
 
-/// Judges an open directory and all above it: can others than these owners put files into it, or put another
-/// one in its place?
+/// Sets `exposed` if others than trusted owners can put files into an open directory, or put another
+/// directory in its place or in that of one above it.
 Result FindExposure(const ParentDirectory& place, bool (&isTrusted)(uid_t), bool& exposed) {
     corekit::Descriptor held;
     for (int at = place.Fd(); !exposed; at = held.Get()) {

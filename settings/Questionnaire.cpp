@@ -23,11 +23,12 @@ constexpr const wchar_t* kIntroduction =
 
 const Source kAnswer = {Source::Kind::Answer};
 
-/// What "no" to keeping the old settings leaves as it is: the answers before it, and who the host is.
+/// The settings that "no" to keeping the old settings leaves alone: the answers before it, and the host's
+/// identity.
 constexpr SettingName kNotReset[] = {L"KSName", L"KSProtocol", L"KSUrlFormat", L"KSNameChanged",
                                      L"Guid",   L"InstallDir", L"Upgrade"};
 
-/// The value that counts if nothing else is answered; a server with its scheme, unless that is http.
+/// The value of an empty answer; a server with its scheme, unless that is http.
 String CurrentValue(const Question& question, const Settings& settings) {
     if (question.key == L"KSName") {
         const ServerUrl server = CurrentServer(settings);

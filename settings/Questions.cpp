@@ -74,8 +74,8 @@ Judgement If(bool isGood, const String& stored) {
     return {isGood ? std::optional(stored) : std::nullopt};
 }
 
-/// One that steers a terminal, or breaks a line of client.conf. (The bytes of another character set count as
-/// none.)
+/// True if the answer has a character that controls a terminal or breaks a line of client.conf. (The bytes of
+/// another character set do neither.)
 bool HasControlCharacter(const String& answer) {
     return std::ranges::any_of(answer, [](wchar_t character) {
         const auto code =

@@ -114,7 +114,7 @@ String Normalised(const String& value, XmlValue kind) {
     if (value.IsEmpty()) return value;
     if (kind == XmlValue::YesNo && corekit::Text::StrToBool(value)) return L"yes";
     if (kind == XmlValue::YesNo && IsWordForNo(value)) return L"no";
-    // Nothing is thrown away by mistake.
+    // A misspelt "no" must not drop the old configuration.
     if (kind == XmlValue::Upgrade && value != L"no") return L"yes";
     if (kind == XmlValue::Protocol) return value.Lower();
     return value;

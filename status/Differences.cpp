@@ -34,7 +34,7 @@ unsigned long ModeOf(const Json& state) {
     return std::strtoul(state["mode"].get<std::string>().c_str(), nullptr, kOctal);
 }
 
-/// True if the host gives nobody more than the configuration would.
+/// True if the host gives nobody more rights than the configuration would.
 bool IsStricter(const Json& change) {
     const Json& before = change["before"];
     const Json& after = change["after"];

@@ -75,7 +75,7 @@ std::vector<StoreMove> StoresToMove(const IniFile& oldConf, const IniFile& newCo
     return moves;
 }
 
-/// Moves one store. Returns why it, or part of it, stays, or empty.
+/// Moves one store. Returns the reason why it, or part of it, stays; empty when all has moved.
 String Move(const StoreMove& move, const IniFile& newConf) {
     if (UsableDirectory(move.to).IsEmpty()) return L"the new configuration has no place for it";
     if (const auto named = NamedWithin(newConf, move.from); !named.empty())
@@ -144,7 +144,7 @@ String BaseOf(const String& confPath) {
     return Path::GetDirectory(Path::GetDirectory(confPath));
 }
 
-/// Writes a file unless it is there with this content. A failure is told.
+/// Writes a file unless it is there with this content. Warns of a failure.
 bool Write(const String& path, const std::string& bytes) {
     if (const auto present = File::ReadBytes(path); present && *present == bytes) return true;
     const Result written = File::WriteBytes(path, bytes, {.mode = kPrivate});
@@ -168,7 +168,7 @@ std::vector<String> ReadMark(const String& path) {
     return lines;
 }
 
-/// False when the mark could not be written, which is told.
+/// Returns false when the mark could not be written, and warns of that.
 bool WriteMark(const String& path, const std::vector<String>& lines) {
     String text;
     for (const String& line : lines) text += line + L"\n";
@@ -199,7 +199,7 @@ String KeptPath(const String& oldDir, const String& newDir, const std::string& b
 /// Goes on moving by one kept client.conf. True when nothing is left to be moved by it.
 bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf) {
     const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
-    // Without its mark it has become the client.conf of another agent.
+    // Without the mark, the file has become the client.conf of another agent.
     if (!isCopy && !IsKeptForUnmovedData(kept)) return true;
     const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
     if (!oldConf.ReadResult()) return IsNotFound(oldConf.ReadResult());

@@ -28,13 +28,13 @@ constexpr mode_t kPermissions = 0777;
 /// The records of a package or job are small; a larger file is none.
 constexpr std::size_t kLargestRecord = std::size_t(16) << 20;
 
-/// The entry itself, if only a link that leads nowhere.
+/// True if the entry itself exists, even a link that leads nowhere.
 corekit::Expected<struct stat> Find(const String& path) {
     const auto place = corekit::ParentDirectory::Of(path);
     return place ? corekit::StatOf(place->Fd(), place->name) : place.error();
 }
 
-/// Where the system does not tell, the path counts as existing.
+/// If the lookup fails, the path counts as existing.
 bool IsThere(const String& path) {
     const auto found = Find(path);
     return found || !IsNotFound(found.error());

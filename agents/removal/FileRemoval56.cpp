@@ -107,7 +107,8 @@ String Value(const IniFile& conf, const OldKey& key) {
     return value;
 }
 
-/// The environment script knows best where the libraries are: before the search path that it inherits.
+/// The environment script gives the directory of the libraries: in the search path, before what that
+/// inherits.
 String LibraryDir(const IniFile& conf, const String& installDir) {
     const String path = QueryValue(L"LD_LIBRARY_PATH", installDir + kEnvironmentScript).Before(L":$");
     const String directory = UsableDirectory(path);
@@ -126,7 +127,7 @@ Installation FindInstallation(const IniFile& conf) {
     return agent;
 }
 
-/// True for the host's library directories and those below: the libraries there belong to everyone.
+/// True for the host's library directories and those below, whose libraries belong to everyone.
 bool IsHostLibraryDir(const String& directory) {
     const auto canonical = Path::Canonicalise(directory);
     if (!canonical) return false;
@@ -165,7 +166,7 @@ void RemoveTemporaryFiles(const String& directory, const KeepList& keep, Removal
                       isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
 }
 
-/// Libraries may stay that nobody knows of: the next run looks again.
+/// Unknown libraries may stay, so client.conf does too: the next run looks again.
 void WarnOfUnreadableScript(const Installation& agent, RemovalOutcome& left) {
     const String script = agent.installDir + kEnvironmentScript;
     const Result read = File::ReadBytes(script).Outcome();

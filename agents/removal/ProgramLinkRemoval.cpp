@@ -56,7 +56,7 @@ void RemoveWrappers(const String& installDir, const String& linkDir, RemovalOutc
     removeLink(L"qdn-monitor");
 }
 
-/// Of what bears the name of a link of an agent 6.0.
+/// Handles an entry that has the name of a link of an agent 6.0.
 void RemoveLink60(const String& link, const String& installDir, RemovalOutcome& left) {
     auto isOurs = IsAgentLink(link, installDir);
     if (isOurs && !*isOurs) isOurs = IsHelperLink(link);

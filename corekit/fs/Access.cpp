@@ -22,7 +22,7 @@ namespace corekit::Access {
 
 namespace {
 
-/// A path without the slashes at its end, which would have links followed.
+/// A path without the slashes at its end: with them the system would follow a link.
 String WithoutSlashes(String path) {
     while (path.Length() > 1 && path.EndsWith(L"/")) path = path.Left(path.Length() - 1);
     return path;
@@ -39,8 +39,8 @@ Expected<struct stat> StatOfTarget(const String& path) {
     return place ? StatOf(place->Fd(), place->name) : place.error();
 }
 
-/// File systems in which only the kernel makes entries, and what they say to anybody else. Their directories
-/// look as if root could write to them.
+/// File systems in which only the kernel makes entries, and the error that everybody else gets. Their
+/// directories look as if root could write to them.
 struct KernelFileSystem {
     long type;
     int error;
@@ -50,8 +50,8 @@ constexpr KernelFileSystem kKernelFileSystems[] = {
     {SECURITYFS_MAGIC, EPERM},  {DEBUGFS_MAGIC, EPERM},
 };
 
-/// Why no entry can be made in a directory that can be written to. ENOSPC on a file system without any room;
-/// what is reserved for root counts as room, and some file systems count no blocks or no files.
+/// The reason why no entry can be made in a directory that can be written to. ENOSPC on a file system without
+/// any room; what is reserved for root counts as room, and some file systems count no blocks or no files.
 Result CheckRoom(const String& path) {
     const auto directory = OpenDirectory(path);
     if (!directory) return directory.error();

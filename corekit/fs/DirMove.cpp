@@ -16,8 +16,8 @@ namespace corekit {
 
 namespace {
 
-/// Goes on after a failure, so that as much as possible gets to its new place; returns the first one, but one
-/// that says more than that a name was taken before that.
+/// Goes on after a failure, so that as much as possible gets to its new place. Returns the first failure; any
+/// other error takes precedence over EEXIST.
 Result MoveEntries(int from, int to) {
     Result failure;
     const Result result = RemoveEntriesOf(from, [&](const DirEntry& entry) {

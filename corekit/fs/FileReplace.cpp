@@ -1,4 +1,4 @@
-// Writes, copies, renames and links files, each in one step for whoever looks.
+// Writes, copies, renames and links files; other processes see each as one step.
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -79,7 +79,7 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
         return allowed.About(path);
     AtomicFile replacement(place->At());
     Result result = replacement.Begin();
-    // Mode and owner come first: a content that others must not read is never theirs to read.
+    // Mode and owner come before the content, which others must never be able to read.
     if (result) result = SetUpAttributes(replacement.Fd(), place->At(), as);
     if (result) result = WriteTogether(replacement.Fd(), pieces);
     return (result ? replacement.Commit() : result).About(path);

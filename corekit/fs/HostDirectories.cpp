@@ -42,13 +42,13 @@ constexpr std::array kHostEntries = {
     HostEntries{L"/var", kOfVar}, HostEntries{L"/etc", kOfEtc},
 };
 
-/// Packages and users have what lies in these; so may the one package that calls it its own.
+/// Entries of these belong to packages and users, unless the caller has declared one its own (DeclareOwn).
 constexpr std::array kSharedEntries = {
     HostEntries{L"/etc", {}},       HostEntries{L"/home", {}},        HostEntries{L"/usr/lib", {}},
     HostEntries{L"/usr/lib64", {}}, HostEntries{L"/usr/libexec", {}}, HostEntries{L"/usr/share", {}},
 };
 
-/// So do these, in which the agent may have a directory, too: one of its name, or below another one.
+/// The same, but here a directory of a declared name is the caller's own, too (DeclareOwnName).
 constexpr std::array kDataEntries = {
     HostEntries{L"/boot", {}},
     HostEntries{L"/dev", {}},
@@ -84,7 +84,7 @@ bool IsListed(const String& resolved) {
     return std::ranges::any_of(kHostEntries, holds);
 }
 
-/// EPERM when the path leads to the directory; why when that cannot be told.
+/// EPERM when the path leads to the directory; the failure of the lookup when that is not known.
 Result CheckIsNot(const String& path, const struct stat& directory) {
     struct stat info {};
     const Result found = Outcome(stat(NativePath(path).c_str(), &info));

@@ -145,7 +145,7 @@ Result SetAccess(const String& path, unsigned mode, unsigned user, unsigned grou
     Result result;
     if (info->st_uid != user || info->st_gid != group)
         result = Outcome(fchownat(place->Fd(), place->name.c_str(), user, group, AT_SYMLINK_NOFOLLOW));
-    // A change of the owner takes some bits away.
+    // Changing the owner clears the set-user-ID and set-group-ID bits.
     if (result && !S_ISLNK(info->st_mode)) result = SetMode(place->At(), mode);
     return result.About(path);
 }

@@ -24,10 +24,10 @@ bool IsRootsAlone(const struct stat& directory) {
     return IsRoots(directory.st_uid) && !isGroups && (directory.st_mode & S_IWOTH) == 0;
 }
 
-/// A way over open directories, and its text for whoever has to be told where it ends.
+/// A walk over open directories, and its path as text, for the failure that ends it.
 class Walk {
   public:
-    /// An absolute path begins at the root wherever the walk has been.
+    /// Walks on by a path; by an absolute one from the root again.
     Result Along(const std::string& path) {
         if (path.starts_with('/') || !m_place) {
             auto start = OpenAt(AT_FDCWD, path.starts_with('/') ? "/" : ".", O_PATH | O_DIRECTORY);

@@ -18,7 +18,7 @@ namespace corekit {
 
 namespace {
 
-/// Every removal finds its place here.
+/// Every removal opens its parent directory here.
 Expected<ParentDirectory> FindPlace(const String& path) {
     auto place = ParentDirectory::Of(path);
     if (!place) return place;

@@ -21,7 +21,7 @@ namespace corekit {
 
 namespace {
 
-/// Words that are known to those who do not know the program.
+/// Words that people try who do not know the program.
 constexpr std::wstring_view kHelpWords[] = {L"-help", L"-h", L"--help", L"help"};
 constexpr std::wstring_view kVersionWords[] = {L"-version", L"--version"};
 
@@ -29,7 +29,7 @@ constexpr const wchar_t* kHelpDescription =
     L"List the commands and tell the version; with a command, show how it is used.";
 constexpr const wchar_t* kVersionDescription = L"Tell the version.";
 
-/// A file opened in the place of a closed standard stream would get what is meant for the operator.
+/// Opens closed standard streams: a file opened in their place would get the output for the operator.
 void OpenStandardStreams() {
     for (int fd = 0; fd <= 2; ++fd) {
         if (fcntl(fd, F_GETFD) >= 0) continue;

@@ -1,4 +1,4 @@
-// Results: what errno says, and how it is told.
+// Results: their kinds of errors and their text.
 #include "corekit/os/Result.h"
 
 #include <algorithm>

@@ -61,7 +61,7 @@ Result CopyLink(const EntryRef& from, const EntryRef& to, const struct stat& inf
 Result CopySpecial(const EntryRef& to, const struct stat& info) {
     if (mknodat(to.directory, to.name.c_str(), (info.st_mode & S_IFMT) | 0600, info.st_rdev) != 0)
         return Result::FromErrno();
-    // What another owner may not do with it he could not do with the old one either.
+    // Forgiven: an entry without its former owner gives nobody more rights than the original did.
     Forgive(SetOwner(to, info.st_uid, info.st_gid));
     const Result result = SetMode(to, info.st_mode & 0777);
     if (!result) unlinkat(to.directory, to.name.c_str(), 0);
@@ -107,7 +107,7 @@ class TreeCopy : public TreeWalk {
         return Reading::Done;
     }
 
-    /// Only now, since all that is made in a directory changes its time.
+    /// Runs last, since every entry that is made in a directory changes its time.
     Result Finish(int parent, const std::string& name) {
         const auto info = StatOf(parent, name);
         if (!info) return info.error();
@@ -127,7 +127,7 @@ Result CopyTree(const EntryRef& from, const EntryRef& to) {
     if (!parent) return parent.error();
     TreeCopy copy(std::move(*parent), to.name);
     const Result result = copy.Walk(from);
-    // The failure is told; what is left of the copy the next one clears away.
+    // The first failure is returned; the next copy clears away what is left of this one.
     if (!result && copy.HasBegun()) Forgive(RemoveTree(to));
     return result;
 }

@@ -18,18 +18,17 @@ namespace {
 
 constexpr mode_t kPermissions = 07777;
 constexpr mode_t kLentRights = S_ISUID | S_ISGID;
-// What is answered where the file system or the kernel does not let this process set an attribute.
+// The errors for an attribute that the file system or the kernel does not let this process set.
 constexpr std::array kAttributeRefusals = {ENOTSUP, EPERM, EACCES};
 
-/// Takes a descriptor that is good for nothing but naming the file: fchmod refuses it, its name in /proc does
-/// not.
+/// Takes a descriptor opened with O_PATH, which fchmod refuses; its name in /proc works.
 Result SetModeByName(const Descriptor& file, unsigned mode) {
     const std::string name = "/proc/self/fd/" + std::to_string(file.Get());
     return Outcome(chmod(name.c_str(), mode));
 }
 
-/// Holds an entry, so that nobody can change it for another one; no link, and no file that others may have
-/// given a second name here.
+/// Opens an entry with O_PATH, so that nobody can exchange it. Refuses a link, and a file that others may
+/// have given a second name here.
 Expected<Descriptor> OpenItself(const EntryRef& entry) {
     auto file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
     if (!file) return file;

@@ -56,7 +56,8 @@ Result Rename(const EntryRef& from, const EntryRef& to, Existing existing) {
 
 Result MoveByCopy(const EntryRef& from, const EntryRef& to, Existing existing) {
     if (existing == Existing::Stays && Exists(to)) return Result(EEXIST);
-    // A tree may take long: what a signal leaves of its copy is cleared away by the next run.
+    // A tree may take long, so signals may end the run here; the next run clears away what is left of the
+    // copy.
     std::optional<SignalBlock> untilItStandsOrIsGone;
     if (!IsDirectory(from)) untilItStandsOrIsGone.emplace();
     EntryRef copy = to;
@@ -79,7 +80,7 @@ Result MoveEntry(const EntryRef& from, const EntryRef& to, Existing existing) {
     Result result = Rename(from, to, existing);
     if (result.Code() == EXDEV) result = MoveByCopy(from, to, existing);
     if (result.Code() != EEXIST || !ContainsCopyOf(to, from)) return result;
-    // What a move that was killed has copied, and not removed, is moved already.
+    // A previous run was killed after copying: the copy is complete, so only the original has to go.
     const Result flushed = Flush(to.directory);
     return flushed ? RemoveEntry(from) : flushed;
 }

@@ -19,7 +19,7 @@ namespace corekit {
 
 namespace {
 
-/// What is gone already is as good as removed.
+/// Success for an entry that is gone already.
 Result Removed(int directory, const char* name, int flags) {
     const Result result = Outcome(unlinkat(directory, name, flags));
     return result.Code() == ENOENT ? Result() : result;
@@ -41,7 +41,7 @@ class TreeRemoval : public TreeWalk {
     TreeRemoval() : TreeWalk(AfterFailure::GoOn) { clock_gettime(CLOCK_REALTIME, &m_begin); }
 
   private:
-    /// A directory that was made after the removal began is somebody's who goes on making them.
+    /// Refuses (EBUSY) a directory that was made after the removal began: somebody may go on making them.
     Result Enter(int directory, const std::string&) override {
         if (const Result confined = CheckConfined({directory, "."}); !confined) return confined;
         struct statx info {};
@@ -55,8 +55,7 @@ class TreeRemoval : public TreeWalk {
     Action OnEntry(int directory, const DirEntry& entry) override {
         Result result(EISDIR);
         if (entry.type != DT_DIR) result = Removed(directory, entry.name, 0);
-        // Tried before it is looked into: an empty directory needs no more, and a mount point tells itself by
-        // EBUSY.
+        // Tries rmdir first: an empty directory needs no walk, and a mount point answers with EBUSY.
         if (result.Code() == EISDIR) result = Removed(directory, entry.name, AT_REMOVEDIR);
         if (IsNotEmpty(result)) return Action::GoIn;
         if (!result) Fail(result.About(PathOf(directory, entry.name)));

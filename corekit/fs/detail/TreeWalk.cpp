@@ -37,7 +37,8 @@ void TreeWalk::Step() {
 }
 
 void TreeWalk::ReadOn() {
-    // What waits already counts: a deep tree of wide directories needs no more memory than one of them.
+    // The pending names of all levels count, so that a deep tree of wide directories needs no more memory
+    // than one of them.
     const std::size_t size = DirectoryBatch::kLargest - std::min(m_pendingBytes, DirectoryBatch::kLargest);
     if (const Result result = m_batch.Read(m_way->Fd(), size); !result) Fail(result);
     Level& level = m_levels.back();
