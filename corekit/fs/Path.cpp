@@ -46,10 +46,9 @@ String GetFileName(const String& path) {
 
 String Join(const String& directory, const String& name) {
     if (directory.IsEmpty()) return name;
-    const std::size_t end = directory.View().find_last_not_of(L'/');
+    const std::size_t end = directory.View().find_last_not_of(L'/') + 1;  // 0 for slashes alone
     const std::size_t begin = name.View().find_first_not_of(L'/');
-    return (end == String::npos ? String() : directory.Left(end + 1)) + L"/" +
-           (begin == String::npos ? String() : name.Mid(begin));
+    return directory.Left(end) + L"/" + name.Mid(begin);
 }
 
 Expected<String> MakeAbsolute(const String& path) {
