@@ -30,6 +30,11 @@ class SameConfiguration : public ConfigureCommand {
     bool RemoveXmlConfigFile() override { return true; }
 };
 
+/// What a configuration would end with.
+String UnreadableText(const Status::Facts& facts) {
+    return String(Texts::kUnreadableConfiguration) + L"\n" + facts.clientConf + L": " + facts.unreadable;
+}
+
 Outcome<Json> RehearseSame(const Status::Facts& facts) {
     const auto run = [&] {
         Status::HideOtherSources(facts.clientConf);
@@ -75,6 +80,9 @@ unsigned StatusCommand::Run(const std::vector<String>& arguments) {
     Json found;
     if (facts.isInstalled && geteuid() != 0) {
         findings.notCompared = kOnlyRoot;
+    } else if (!facts.unreadable.IsEmpty()) {
+        found = {{"differences", Json::array()}, {"error", UnreadableText(facts).Utf8()}};
+        findings.found = &found;
     } else if (facts.isInstalled) {
         const Outcome<Json> rehearsed = RehearseSame(facts);
         if (rehearsed) {

@@ -23,11 +23,9 @@ unsigned StatusOf(const Facts& facts, const Json& differences, const Json& error
 
 Json Installed(const Facts& facts) {
     if (!facts.isInstalled) return nullptr;
-    return {{"version", facts.version.Utf8()},
-            {"label", TextOrNull(facts.label)},
-            {"directory", facts.directory.Utf8()},
-            {"client_conf", facts.clientConf.Utf8()},
-            {"unfinished", facts.isUnfinished}};
+    return {{"version", TextOrNull(facts.version)}, {"label", TextOrNull(facts.label)},
+            {"directory", facts.directory.Utf8()},  {"client_conf", facts.clientConf.Utf8()},
+            {"unfinished", facts.isUnfinished},     {"unreadable", TextOrNull(facts.unreadable)}};
 }
 
 }  // namespace

@@ -15,6 +15,7 @@
 #include "run/Keys.h"
 #include "run/Marks.h"
 #include "run/Names.h"
+#include "settings/PathMacros.h"
 
 namespace Zorvane::AgentInstaller::Status {
 
@@ -65,6 +66,13 @@ Boot FindBoot(const IniFile& conf) {
     return boot;
 }
 
+/// True when both names are of one directory; a link to it is another name.
+bool IsSamePlace(const String& one, const String& other) {
+    const auto left = Path::Canonicalise(one);
+    const auto right = Path::Canonicalise(other);
+    return left && right && *left == *right;
+}
+
 }  // namespace
 
 String FindInstallDir() {
@@ -86,18 +94,26 @@ Facts GatherFacts(const String& installDir) {
     facts.isUnfinished = FindUnfinishedRun(installDir) != Unfinished::Nothing || Apply::IsApplyUnfinished();
     facts.clientConf = installDir + Names::kClientConf;
     const auto agent = AgentFromBaseDir(installDir);
+    const auto bytes = agent ? agent->ReadConf() : File::ReadBytes(facts.clientConf);
+    const IniFile conf(facts.clientConf, bytes.value_or(std::string()), IniFile::KeyCase::FallBack);
+    facts.boot = FindBoot(conf);
+    if (!bytes) {
+        if (!IsNotFound(bytes.error())) facts.unreadable = GetErrorMsg(bytes.error());
+        return facts;
+    }
     if (agent) facts.label = agent->VersionLabel();
-    const IniFile conf = agent ? IniFile(agent->ConfPath(), agent->ReadConf().value_or(std::string()),
-                                         IniFile::KeyCase::FallBack)
-                               : IniFile(facts.clientConf);
     facts.version = TextOf(ReadAgentVersion(conf));
+    const String configured = WithoutTrailingSlashes(GetValue(conf, Key::kInstallDir));
+    if (IsSamePlace(configured, installDir)) {
+        facts.directory = configured;
+        facts.clientConf = configured + Names::kClientConf;
+    }
     const String server = ConfiguredServer(conf);
     if (!server.IsEmpty()) facts.server = ServerUrl(server);
     facts.identifierFile = GetValue(conf, Key::kGuidFile);
     if (!facts.identifierFile.IsEmpty() && !facts.identifierFile.StartsWith(L"/"))
         facts.identifierFile = Path::Join(installDir, facts.identifierFile);
     facts.hasIdentifier = !facts.identifierFile.IsEmpty() && File::Exists(facts.identifierFile);
-    facts.boot = FindBoot(conf);
     return facts;
 }
 

@@ -18,10 +18,11 @@ struct Boot {
 struct Facts {
     bool isInstalled = false;   // there is a configuration; without one only `directory` is set
     bool isUnfinished = false;  // a run has begun to configure the agent, and has not finished
-    corekit::String directory;
+    corekit::String directory;  // as client.conf names it, where it leads to the one that was asked for
     corekit::String clientConf;
-    corekit::String version;  // such as 6.0.350
-    corekit::String label;    // such as 6.0SP2; empty for a version that nobody knows
+    corekit::String unreadable;  // why client.conf cannot be read: what only it tells is not known then
+    corekit::String version;     // such as 6.0.350; empty where client.conf is missing or cannot be read
+    corekit::String label;       // such as 6.0SP2; empty for a version that nobody knows
     std::optional<ServerUrl> server;
     corekit::String identifierFile;  // empty where client.conf names none
     bool hasIdentifier = false;

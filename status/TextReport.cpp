@@ -37,20 +37,21 @@ std::string Listed(const std::vector<std::string>& words) {
 
 std::string AgentText(const Json& installed) {
     const std::string label = Shown(installed["label"]);
-    return Shown(installed["version"]) + (label.empty() ? "" : " (" + label + ")") + " in " +
-           Shown(installed["directory"]);
+    const std::string version = Shown(installed["version"]);
+    return (version.empty() ? "unknown version" : version) + (label.empty() ? "" : " (" + label + ")") +
+           " in " + Shown(installed["directory"]);
 }
 
-std::string ServerText(const Json& server) {
-    if (server["url"].is_null()) return "none";
+std::string ServerText(const Json& server, const std::string& none) {
+    if (server["url"].is_null()) return none;
     const Json& reachable = server["reachable"];
     return Shown(server["url"]) + (reachable.is_null()     ? ""
                                    : reachable.get<bool>() ? " (can be reached)"
                                                            : " (cannot be reached)");
 }
 
-std::string IdentifierText(const Json& identifier) {
-    if (identifier["file"].is_null()) return "none";
+std::string IdentifierText(const Json& identifier, const std::string& none) {
+    if (identifier["file"].is_null()) return none;
     return Shown(identifier["file"]) + (identifier["present"].get<bool>() ? "" : " (not there yet)");
 }
 
@@ -81,6 +82,7 @@ std::string WhatIsWrong(const Json& difference) {
     if (action == "remove") return "should not be there";
     if (action == "move") return "should be " + Shown(difference["to"]);
     if (action == "replace") {
+        if (before["type"] == "other") return "is not a " + Shown(after["type"]);
         if (before["type"] != after["type"])
             return "is a " + Shown(before["type"]) + ", not a " + Shown(after["type"]);
         return after["target"].is_null() ? "has other contents"
@@ -145,8 +147,11 @@ String TextReport(const Json& document) {
         text += Line("Agent", AgentText(installed));
         if (installed["unfinished"].get<bool>())
             text += Line("", "a run that configured it has not come to its end: run the command again");
-        text += Line("Server", ServerText(document["server"])) +
-                Line("Identifier", IdentifierText(document["identifier"])) +
+        if (installed["unreadable"].is_string())
+            text += Line("", "its client.conf cannot be read: " + Shown(installed["unreadable"]));
+        const std::string none = installed["unreadable"].is_string() ? "not known" : "none";
+        text += Line("Server", ServerText(document["server"], none)) +
+                Line("Identifier", IdentifierText(document["identifier"], none)) +
                 Line("At boot", BootText(document["boot"])) +
                 Line("Process", ProcessText(document["agent"])) + Line("Differences", CountText(document));
         if (document["differences"].is_array()) text += DifferencesText(document["differences"]);

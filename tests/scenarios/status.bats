@@ -185,6 +185,20 @@ END
     grep -qx "  Server      https://kell.example.com:8083" "$desk/out"
     grep -qx "  Differences not looked for: only root can rehearse a configuration" "$desk/out"
     [ "$(tail -n 1 "$desk/out")" = "Not running (status 3)." ]
+    chmod 0600 "$agent/etc/client.conf" # a mode that an administrator may choose
+    setpriv --reuid=1234 --regid=1234 --clear-groups "$agent/bin/qdn-configure.bin" -status >"$desk/out" || status=$?
+    grep -qx "  Agent       unknown version in $agent" "$desk/out"
+    grep -qx "              its client.conf cannot be read: Permission denied" "$desk/out"
+    grep -qx "  Server      not known" "$desk/out"
+}
+
+@test "an agent whose configuration is no file is out of order" {
+    given_the_package
+    mkdir "$agent/etc/client.conf"
+    state
+    expect_status 1
+    expect_field '[d["installed"]["version"], d["installed"]["unreadable"], d["error"]]' \
+        "[null, \"Is a directory\", \"Failed to read configuration files.\\n$agent/etc/client.conf: Is a directory\"]"
 }
 
 @test "the agent of another directory is found by its name, and by the program that lies in it" {
@@ -195,6 +209,10 @@ END
     expect_status 4
     state "$elsewhere/"
     expect_status 3
+    ln -s "$elsewhere" /opt/link
+    state /opt/link
+    expect_status 3
+    expect_field 'd["installed"]["directory"]' "\"$elsewhere\""
     status=0
     "$elsewhere/bin/qdn-configure.bin" -status >"$desk/out" || status=$?
     expect_status 3

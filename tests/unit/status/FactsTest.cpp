@@ -69,6 +69,29 @@ TEST_F(StatusFacts, AnUnfinishedUpgradeIsDescribedByTheSavedConfiguration) {
     EXPECT_EQ(facts.version, L"6.1.500");
 }
 
+TEST_F(StatusFacts, NothingIsMadeUpOfAConfigurationThatCannotBeRead) {
+    std::filesystem::create_directories("/opt/agent/etc/client.conf");
+    Facts facts = GatherFacts(L"/opt/agent");
+    EXPECT_TRUE(facts.isInstalled);
+    EXPECT_EQ(facts.version + L"/" + facts.unreadable, L"/Is a directory");
+    std::filesystem::remove("/opt/agent/etc/client.conf");
+    testfiles::Write("/opt/agent/etc/.unfinished", "");
+    facts = GatherFacts(L"/opt/agent");
+    EXPECT_TRUE(facts.isInstalled && facts.isUnfinished);
+    EXPECT_EQ(facts.version + L"/" + facts.unreadable, L"/") << "a first run has not come to it yet";
+}
+
+TEST_F(StatusFacts, ALinkToTheInstallDirectoryIsAnotherNameOfIt) {
+    Configure();
+    std::filesystem::create_directories("/opt/zorvane");
+    std::filesystem::create_symlink("/opt/agent", "/opt/zorvane/link");
+    const Facts facts = GatherFacts(L"/opt/zorvane/link");
+    EXPECT_EQ(facts.directory, L"/opt/agent");
+    EXPECT_EQ(facts.clientConf, L"/opt/agent/etc/client.conf");
+    std::filesystem::rename("/opt/agent", "/opt/other");
+    EXPECT_EQ(GatherFacts(L"/opt/other").directory, L"/opt/other") << "not the one that client.conf names";
+}
+
 TEST_F(StatusFacts, LinksAndUnitShowHowTheAgentIsStartedAtBoot) {
     Configure();
     EXPECT_THAT(GatherFacts(L"/opt/agent").boot.by, IsEmpty());

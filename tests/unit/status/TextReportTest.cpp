@@ -44,6 +44,26 @@ TEST(StatusReport, IsOneLineForEachFact) {
               "In order, but not running (status 3).\n");
 }
 
+TEST(StatusReport, SaysWhatIsNotKnown_WhenTheConfigurationCannotBeRead) {
+    Facts facts;
+    facts.isInstalled = true;
+    facts.directory = L"/opt/a";
+    facts.unreadable = L"Permission denied";
+    Findings findings;
+    findings.notCompared = "a reason";
+    EXPECT_EQ(TextReport(MakeDocument(facts, findings)).Utf8(),
+              "\n"
+              "  Agent       unknown version in /opt/a\n"
+              "              its client.conf cannot be read: Permission denied\n"
+              "  Server      not known\n"
+              "  Identifier  not known\n"
+              "  At boot     not started\n"
+              "  Process     not running\n"
+              "  Differences not looked for: a reason\n"
+              "\n"
+              "Not running (status 3).\n");
+}
+
 TEST(StatusReport, DescribesADifferenceFromTheHostsPointOfView) {
     const struct {
         Json difference;
@@ -54,6 +74,7 @@ TEST(StatusReport, DescribesADifferenceFromTheHostsPointOfView) {
         {Difference("move", State("file"), State("file")), "/x should be /y"},
         {Difference("replace", State("file"), State("file")), "/x has other contents"},
         {Difference("replace", State("directory"), State("file")), "/x is a directory, not a file"},
+        {Difference("replace", State("other"), State("file")), "/x is not a file"},
         {Difference("replace", State("link", "0777", 0, "/a"), State("link", "0777", 0, "/b")),
          "/x does not lead to /b"},
         {Difference("change", State("file", "0666"), State("file")), "/x has mode 0666, not 0644"},
