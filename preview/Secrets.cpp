@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <vector>
 
 namespace Zorvane::AgentInstaller::Preview {
 
@@ -10,6 +11,7 @@ namespace {
 
 constexpr std::string_view kWord = "password";
 constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kSpace = " \t\r\n";
 constexpr std::size_t kNone = std::string_view::npos;
 constexpr std::size_t kShortest = 4;
 
@@ -31,33 +33,64 @@ Range Quoted(std::string_view text, std::size_t quote) {
     return {quote + 1, std::min(end, text.size())};
 }
 
-/// The attribute `Value` of the tag around a position, as in <Setting Name="..." Value="...">.
-Range ValueBeside(std::string_view text, std::string_view lower, std::size_t at) {
-    const std::size_t open = text.rfind('<', at);
-    const std::size_t close = text.find('>', at);
-    if (open == kNone) return {};
-    for (std::size_t name = lower.find("value", open); name < std::min(close, text.size());
-         name = lower.find("value", name + 1)) {
-        if (text[name - 1] != ' ' && !std::isspace(static_cast<unsigned char>(text[name - 1]))) continue;
-        const std::size_t equals = text.find_first_not_of(" \t\r\n", name + 5);
-        if (equals == kNone || text[equals] != '=') continue;
-        const std::size_t quote = text.find_first_of("\"'", equals);
-        if (quote != kNone) return Quoted(text, quote);
-    }
-    return {};
+/// True for the word in any case, at the end of what stands before a position, blanks and "=" left out.
+bool IsNamedBefore(std::string_view lower, std::size_t quote, std::string_view word) {
+    const std::size_t equals = lower.find_last_not_of(kSpace, quote - 1);
+    if (equals == kNone || lower[equals] != '=') return false;
+    const std::string_view before = lower.substr(0, equals);
+    const std::size_t last = before.find_last_not_of(kSpace);
+    if (last == kNone || !before.substr(0, last + 1).ends_with(word)) return false;
+    return kSpace.find(before[last - word.size()]) != kNone;
 }
 
+/// A reference may stand for any letter: who hides a name behind one has it taken for a secret one.
+bool IsSecretText(std::string_view name) {
+    if (name.find('&') != kNone) return true;
+    return IsSecretName(name.substr(0, name.find_last_not_of(kSpace) + 1));
+}
+
+/// The attribute `Value` beside a `Name` that is secret, as in <Setting Name="..." Value="...">, of the tag
+/// that opens at `open`. No tag has a second "<", not even between quotes.
+Range ValueBesideName(std::string_view text, std::string_view lower, std::size_t open) {
+    const std::size_t limit = std::min(text.find('<', open + 1), text.size());
+    Range value;
+    bool isSecret = false;
+    for (std::size_t at = open + 1; at < limit && text[at] != '>'; ++at) {
+        if (text[at] != '"' && text[at] != '\'') continue;
+        const Range quoted = Quoted(text.substr(0, limit), at);
+        if (IsNamedBefore(lower, at, "value")) value = quoted;
+        if (IsNamedBefore(lower, at, "name"))
+            isSecret = isSecret || IsSecretText(text.substr(quoted.from, quoted.to - quoted.from));
+        at = quoted.to;
+    }
+    return isSecret ? value : Range();
+}
+
+/// Where tags are open, asked for positions that ascend.
+class Tags {
+  public:
+    explicit Tags(std::string_view text) : m_text(text) {}
+
+    bool IsOpenAt(std::size_t position) {
+        for (; m_next < position; ++m_next) {
+            if (m_text[m_next] == '<' || m_text[m_next] == '>') m_isOpen = m_text[m_next] == '<';
+        }
+        return m_isOpen;
+    }
+
+  private:
+    std::string_view m_text;
+    std::size_t m_next = 0;
+    bool m_isOpen = false;
+};
+
 /// The value that belongs to a name which ends at `end`.
-Range ValueOf(std::string_view text, std::string_view lower, std::size_t end) {
+Range ValueOf(std::string_view text, std::size_t end, Tags& tags) {
     const std::size_t next = std::min(text.find_first_not_of(kBlanks, end), text.size());
     if (next == text.size()) return {};
-    if (text[end] == '"' || text[end] == '\'') return ValueBeside(text, lower, end);
     if (text[next] == '=') {
         const std::size_t value = std::min(text.find_first_not_of(kBlanks, next + 1), text.size());
-        const std::size_t open = text.rfind('<', end);
-        const std::size_t close = text.rfind('>', end);
-        const bool isInTag = open != kNone && (close == kNone || close < open);
-        if (value < text.size() && (text[value] == '"' || text[value] == '\'') && isInTag)
+        if (value < text.size() && (text[value] == '"' || text[value] == '\'') && tags.IsOpenAt(end))
             return Quoted(text, value);
         return {value, std::min(text.find_first_of("\r\n", value), text.size())};
     }
@@ -76,10 +109,20 @@ bool IsSecretName(std::string_view name) {
 
 std::string Masked(std::string_view text, std::set<std::string>* secrets) {
     const std::string lower = Lower(text);
+    std::vector<Range> values;
+    Tags tags(text);
+    std::size_t found = 0;  // up to here, all is a value
+    for (std::size_t at = lower.find(kWord); at != kNone; at = lower.find(kWord, at + kWord.size())) {
+        if (at < found) continue;
+        values.push_back(ValueOf(text, at + kWord.size(), tags));
+        found = values.back().to;
+    }
+    for (std::size_t open = text.find('<'); open != kNone; open = text.find('<', open + 1))
+        values.push_back(ValueBesideName(text, lower, open));
+    std::ranges::sort(values, {}, &Range::from);
     std::string masked;
     std::size_t done = 0;
-    for (std::size_t at = lower.find(kWord); at != kNone; at = lower.find(kWord, at + kWord.size())) {
-        const Range value = ValueOf(text, lower, at + kWord.size());
+    for (const Range& value : values) {
         if (value.from == kNone || value.from < done || value.from >= value.to) continue;
         if (secrets != nullptr) secrets->emplace(text.substr(value.from, value.to - value.from));
         masked.append(text.substr(done, value.from - done)).append(kMask);

@@ -24,6 +24,13 @@ TEST(Secrets, ValuesAreMaskedWhereverTheyStand) {
         {"<A Password = 'geheim'/>", "<A Password = '***'/>"},
         {"<Setting Name=\"my_password\" Value=\"geheim\"/>", "<Setting Name=\"my_password\" Value=\"***\"/>"},
         {"<Setting Value='geheim' Name='my_password'/>", "<Setting Value='***' Name='my_password'/>"},
+        {"<setting NAME = 'My_Password ' other=\"a>b\"\n VALUE\n=\n'ge>\"heim'/>",
+         "<setting NAME = 'My_Password ' other=\"a>b\"\n VALUE\n=\n'***'/>"},
+        {"<Setting Name='p&#97;ssword' Value='geheim'/>", "<Setting Name='p&#97;ssword' Value='***'/>"},
+        {"<!-- <Setting Value='geheim' Name='password'/> -->",
+         "<!-- <Setting Value='***' Name='password'/> -->"},
+        {"a < 'b\n<Setting Value='geheim' Name='password'/>",
+         "a < 'b\n<Setting Value='***' Name='password'/>"},
         {"password=one\nother_password=two\n", "password=***\nother_password=***\n"},
     };
     for (const auto& [text, masked] : rows) EXPECT_EQ(Masked(text), masked);
@@ -33,8 +40,23 @@ TEST(Secrets, OtherTextStaysAsItIs) {
     for (const char* text :
          {"", "password", "password=", "password=\nb=1\n", "passwords=1", "password_file=/etc/x",
           "Your password is needed.", "<Password/>", "<Password></Password>",
-          "<Setting Name=\"my_password\"/>", "<Password", "<A Password=\"\"/>"})
+          "<Setting Name=\"my_password\"/>", "<Password", "<A Password=\"\"/>",
+          "<Setting Name='user' Value='admin'/><Setting Name='password'/>",
+          "<Setting Rename='password' Value='1'/>", "<Setting Name='password' Values='1'/>", "<'password",
+          "<Name", "<Name='password"})
         EXPECT_EQ(Masked(text), text);
+}
+
+// Each took minutes where a search began anew for each of many; the time limit of the tests would end it.
+TEST(Secrets, LargeTextsTakeNoLongerThanTheirSize) {
+    const auto repeated = [](const std::string& part) {
+        std::string text;
+        for (int count = 0; count < 50000; ++count) text += part;
+        return text;
+    };
+    for (const char* part :
+         {"password=x\n", "password=\"x\n", "<password>", "<'\"", "<a 'x\n", "<password='"})
+        EXPECT_FALSE(Masked(repeated(part)).empty());
 }
 
 TEST(Secrets, WhatIsMaskedIsCollectedAndMaskedInOtherTextsToo) {
