@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <dirent.h>
+#include <map>
 #include <memory>
 #include <set>
 
@@ -30,6 +31,10 @@ std::uint64_t CountEntries(const std::string& directory) {
     return count;
 }
 
+std::string NameOf(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
 class LayerReader {
   public:
     explicit LayerReader(const Layer& layer) : m_layer(layer) {}
@@ -38,6 +43,7 @@ class LayerReader {
         Compare("", "");
         Walk("", "", Contents::Merged);
         SettleMoves();
+        JoinMoves();
         for (Change& change : m_changes) {
             if (change.action == Action::Remove) change.entries = EntriesThatGo(change);
         }
@@ -70,12 +76,17 @@ class LayerReader {
     void Compare(const std::string& path, const Before& before, Bytes bytes = Bytes::MayDiffer);
     void Remove(const std::string& before);
     void SettleMoves();
+    void JoinMoves();
+    bool IsWholeMove(const std::string& from, const std::string& to, std::size_t kept) const;
+    void Join(const std::string& from, const std::string& to);
+    bool HasGone(std::string path) const;
     Change ChangeOf(const MoveOf& move) const;
     std::uint64_t EntriesThatGo(const Change& removal) const;
 
     const Layer& m_layer;
     std::vector<Change> m_changes;
     std::vector<MoveOf> m_moves;
+    std::set<std::string> m_gone;  // what was removed or has moved, the topmost names only
 };
 
 void LayerReader::Walk(const std::string& path, const Before& before, Contents contents) {
@@ -170,17 +181,12 @@ void LayerReader::Remove(const std::string& before) {
 /// What was taken away under one name and is there under another has moved; a file that is still there under
 /// the name that it had has got one name more.
 void LayerReader::SettleMoves() {
-    std::set<std::string> gone;
     for (const Change& change : m_changes) {
-        if (change.action == Action::Remove) gone.insert(change.path);
+        if (change.action == Action::Remove) m_gone.insert(change.path);
     }
-    const auto hasGone = [&](std::string path) {
-        while (path != "/" && !gone.contains(path)) path = ParentOf(path);
-        return path != "/";
-    };
     std::set<std::string> moved;
     for (const MoveOf& move : std::exchange(m_moves, {})) {
-        const bool isMove = hasGone(HostPath(move.from));
+        const bool isMove = HasGone(HostPath(move.from));
         if (!move.isDirectory) Compare(move.path, isMove ? Before(move.from) : std::nullopt, Bytes::Stay);
         if (!isMove) continue;
         moved.insert(HostPath(move.from));
@@ -190,6 +196,45 @@ void LayerReader::SettleMoves() {
     std::erase_if(m_changes, [&](const Change& change) {
         return change.action == Action::Remove && moved.contains(change.path);
     });
+}
+
+bool LayerReader::HasGone(std::string path) const {
+    while (path != "/" && !m_gone.contains(path)) path = ParentOf(path);
+    return path != "/";
+}
+
+/// A store is emptied, an entry after the other, into a directory that the run has made. Where the old one
+/// has gone as well, the store has moved as a whole.
+void LayerReader::JoinMoves() {
+    std::map<std::pair<std::string, std::string>, std::size_t> kept;  // names, by the two directories
+    for (const MoveOf& move : m_moves) {
+        if (NameOf(move.from) == NameOf(move.path)) ++kept[{ParentOf(move.from), ParentOf(move.path)}];
+    }
+    for (const auto& [directories, count] : kept) {
+        const auto& [from, to] = directories;
+        if (IsWholeMove(from, to, count)) Join(from, to);
+    }
+}
+
+bool LayerReader::IsWholeMove(const std::string& from, const std::string& to, std::size_t kept) const {
+    const auto isMade = [made = HostPath(to)](const Change& change) {
+        return change.action == Action::Create && change.path == made;
+    };
+    return kept == NamesIn(m_layer.lower + from).size() && HasGone(HostPath(from)) &&
+           std::ranges::any_of(m_changes, isMade);
+}
+
+/// Tells the moves from one directory to the other as one.
+void LayerReader::Join(const std::string& from, const std::string& to) {
+    std::erase_if(m_moves, [&](const MoveOf& move) { return ParentOf(move.from) == from; });
+    std::erase_if(m_changes, [oldPath = HostPath(from), newPath = HostPath(to)](const Change& change) {
+        return (change.action == Action::Move && ParentOf(change.path) == oldPath) ||
+               (change.action == Action::Remove && change.path == oldPath) ||
+               (change.action == Action::Create && change.path == newPath);
+    });
+    m_moves.push_back({from, to, true});
+    m_changes.push_back(ChangeOf(m_moves.back()));
+    Compare(to, from);
 }
 
 Change LayerReader::ChangeOf(const MoveOf& move) const {

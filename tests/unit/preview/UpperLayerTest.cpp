@@ -37,6 +37,38 @@ TEST_F(UpperLayer, NothingIsTold_WhenNothingWasDone) {
     EXPECT_THAT(After([] {}), IsEmpty());
 }
 
+TEST_F(UpperLayer, ADirectoryThatIsEmptiedIntoANewOneHasMoved_WhenItGoesItself) {
+    const auto empty = [] {
+        fs::create_directory("/opt/t/new");
+        chmod("/opt/t/new", 0700);
+        fs::rename("/opt/t/dir/one", "/opt/t/new/one");
+        fs::rename("/opt/t/dir/deep", "/opt/t/new/deep");
+    };
+    EXPECT_THAT(
+        After([&] {
+            empty();
+            fs::remove("/opt/t/dir");
+            Write("/opt/t/new/three", "3\n");
+        }),
+        ElementsAre("move /opt/t/dir -> /opt/t/new (3)", "change /opt/t/new", "create /opt/t/new/three"));
+    EXPECT_THAT(
+        After([&] {
+            empty();
+            fs::remove("/opt/t/file");
+        }),
+        ElementsAre("move /opt/t/dir/deep -> /opt/t/new/deep (1)", "move /opt/t/dir/one -> /opt/t/new/one",
+                    "remove /opt/t/file", "create /opt/t/new"))
+        << "the directory is still there";
+    EXPECT_THAT(After([&] {
+                    empty();
+                    fs::rename("/opt/t/new/one", "/opt/t/new/other");
+                    fs::remove("/opt/t/dir");
+                }),
+                ElementsAre("remove /opt/t/dir", "move /opt/t/dir/deep -> /opt/t/new/deep (1)",
+                            "move /opt/t/dir/one -> /opt/t/new/other", "create /opt/t/new"))
+        << "an entry has another name";
+}
+
 TEST_F(UpperLayer, NothingIsTold_WhenAllIsAsBefore) {
     EXPECT_THAT(After([] {
                     chmod("/opt/t/file", 0600);
