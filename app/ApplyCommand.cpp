@@ -122,7 +122,8 @@ unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
     }
     Args::bQuiet = std::ranges::count(arguments, String(L"-quiet")) > 0;
     const bool isShown = !m_options.yes || (!m_options.json && !Args::bQuiet);
-    const String report = Preview::TextReport(*m_document, ColoursOfOutput(), Preview::Output::SeenAlready);
+    const Preview::Colours colours = ColoursOn(m_options.json ? STDERR_FILENO : STDOUT_FILENO);
+    const String report = Preview::TextReport(*m_document, colours, Preview::Output::SeenAlready);
     if (isShown) m_options.json ? Messages::Warn(report) : Messages::Tell(report);
     if (!m_options.yes && !IsAgreed()) return EndFailed(Failure{L"Nothing has been changed.", {}});
     return Attempt(arguments);
@@ -182,10 +183,14 @@ Outcome<> ApplyCommand::CheckRehearsal() const {
 }
 
 bool ApplyCommand::IsAgreed() const {
-    const String question = L"Apply these changes? (no): ";
-    m_options.json ? Messages::Warn(question) : Messages::Tell(question);
+    const auto tell = [&](const wchar_t* text) {
+        m_options.json ? Messages::Warn(text) : Messages::Tell(text);
+    };
+    tell(L"Apply these changes? (no): ");
     String line;
-    if (corekit::Sys::Fgets(line, stdin) != corekit::Sys::Line::Whole) return false;
+    const corekit::Sys::Line read = corekit::Sys::Fgets(line, stdin);
+    if (read == corekit::Sys::Line::End) tell(L"\n");
+    if (read != corekit::Sys::Line::Whole) return false;
     const String answer = line.Trim().Lower();
     return answer == L"yes" || answer == L"y";
 }

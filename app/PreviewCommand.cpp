@@ -82,7 +82,7 @@ unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
     if (m_options.json) {
         corekit::Console::Out(Preview::Printed(document));
     } else if (isPossible) {
-        Messages::Tell(Preview::TextReport(document, ColoursOfOutput(),
+        Messages::Tell(Preview::TextReport(document, ColoursOn(STDOUT_FILENO),
                                            wasSeen ? Preview::Output::SeenAlready : Preview::Output::Shown));
     }
     TellErrors(document);

@@ -133,8 +133,9 @@ void TellErrors(const Json& document) {
         TellLine(std::string("ERROR") + ": " + document["error"].get<std::string>());
 }
 
-Preview::Colours ColoursOfOutput() {
-    const bool areWanted = isatty(STDOUT_FILENO) != 0 && !corekit::Env::Get(L"NO_COLOR");
+Preview::Colours ColoursOn(int descriptor) {
+    const bool areWanted = isatty(descriptor) != 0 && !corekit::Env::Get(L"NO_COLOR") &&
+                           corekit::Env::Get(L"TERM") != String(L"dumb");
     return areWanted ? Preview::Colours::Terminal : Preview::Colours::None;
 }
 

@@ -54,8 +54,8 @@ class PreviewedCommand {
 void TellWarnings(const nlohmann::ordered_json& document);
 void TellErrors(const nlohmann::ordered_json& document);
 
-/// Colours on a terminal, unless nobody wants any.
-Preview::Colours ColoursOfOutput();
+/// Colours where the descriptor is a terminal that has some, unless nobody wants any.
+Preview::Colours ColoursOn(int descriptor);
 
 /// Runs the command, which is in a copy of the host, and returns the record that Preview::MakeDocument reads.
 std::string RunInCopy(ChangingCommand& command, const std::vector<corekit::String>& arguments);

@@ -23,9 +23,13 @@ unsigned StatusOf(const Facts& facts, const Json& differences, const Json& error
 
 Json Installed(const Facts& facts) {
     if (!facts.isInstalled) return nullptr;
-    return {{"version", TextOrNull(facts.version)}, {"label", TextOrNull(facts.label)},
-            {"directory", facts.directory.Utf8()},  {"client_conf", facts.clientConf.Utf8()},
-            {"unfinished", facts.isUnfinished},     {"unreadable", TextOrNull(facts.unreadable)}};
+    Json installed = {{"version", TextOrNull(facts.version)},
+                      {"label", TextOrNull(facts.label)},
+                      {"directory", facts.directory.Utf8()},
+                      {"client_conf", facts.clientConf.Utf8()},
+                      {"unfinished", facts.isUnfinished}};
+    if (!facts.unreadable.IsEmpty()) installed["unreadable"] = facts.unreadable.Utf8();
+    return installed;
 }
 
 }  // namespace

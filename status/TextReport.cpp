@@ -147,9 +147,9 @@ String TextReport(const Json& document) {
         text += Line("Agent", AgentText(installed));
         if (installed["unfinished"].get<bool>())
             text += Line("", "a run that configured it has not come to its end: run the command again");
-        if (installed["unreadable"].is_string())
+        if (installed.contains("unreadable"))
             text += Line("", "its client.conf cannot be read: " + Shown(installed["unreadable"]));
-        const std::string none = installed["unreadable"].is_string() ? "not known" : "none";
+        const std::string none = installed.contains("unreadable") ? "not known" : "none";
         text += Line("Server", ServerText(document["server"], none)) +
                 Line("Identifier", IdentifierText(document["identifier"], none)) +
                 Line("At boot", BootText(document["boot"])) +

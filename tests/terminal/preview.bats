@@ -23,6 +23,8 @@ END
     grep -qx '  create   -r-xr--r-- 0:0  /etc/init.d/zorvane' "$desk/plain"
     tail -n 1 "$desk/plain" | grep -q 'The agent would be started\. The command would succeed (status 0)\.$'
     expect_on_screen $'\033[1mChanges\033[0m'
+    TERM=dumb at_the_terminal -preview -clean /nowhere <<<""
+    if grep -q $'\033' "$desk/screen"; then fail "colours on a terminal that has none"; fi
     if pgrep qdn-; then fail "something runs"; fi
 }
 
@@ -106,6 +108,11 @@ END
         expect_on_screen "ERROR: Nothing has been changed."
         expect_untouched
     done
+    at_the_terminal -apply -configure <<'END'
+press "Apply these changes" "\x04"
+END
+    expect_status 1
+    sed 's/\r$//' "$desk/screen" | grep -qx "ERROR: Nothing has been changed\."
     at_the_terminal -apply -configure <<'END'
 press "Apply these changes" "\x03"
 END

@@ -56,7 +56,7 @@ TEST(StatusDocument, WhatIsNotKnownIsNull) {
     EXPECT_EQ(MakeDocument(facts, findings).dump(),
               R"({"format":"qdn-configure/status/1","version":"1.2.3","status":3,)"
               R"("installed":{"version":"6.0.350","label":null,"directory":"/opt/agent","client_conf":"",)"
-              R"("unfinished":false,"unreadable":null},"server":{"url":null,"reachable":null},)"
+              R"("unfinished":false},"server":{"url":null,"reachable":null},)"
               R"("identifier":{"file":null,"present":false},)"
               R"("boot":{"by":[],"enabled":false,"levels":[]},"agent":{"running":false,"pid":null},)"
               R"("differences":null,"error":null,"not_compared":"a reason"})");
