@@ -147,6 +147,19 @@ END
     task configure "$plain" --check
     expect 'r["failed"] and r["msg"]'
     expect_no_changes
+    rmdir "$agent/etc/client.conf"
+    task configure '{"wait": 1, "server": "kell.example"}' --check
+    expect 'r["failed"] and r["msg"] == "wait is 1, and can be from 2 to 3600."'
+}
+
+@test "options that the program cannot take fail the task, and run levels that are none stay so" {
+    given_the_collection
+    given_the_package
+    task configure '{"server": "kell.example", "run_levels": [], "start": false}'
+    task configure '{"contact_name": "a\u0007b"}' --check
+    expect 'r["failed"] and "control character" in r["msg"] and not r["changed"] and r["status"] == 1'
+    task configure '{"start": false}' --check
+    expect 'not r["changed"] and r["settings"]["RunLevel"] == {"value": "", "source": "installed"}'
 }
 
 @test "the agent is removed, and then there is none to remove" {

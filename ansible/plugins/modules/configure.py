@@ -33,7 +33,7 @@ options:
     type: path
     default: /opt/zorvane/kell/ksagent
   wait:
-    description: How many seconds an agent that is started may take until it has been running for two.
+    description: How many seconds an agent that is started may take until it has been running for two, 2 to 3600.
     type: int
     default: 10
   server:
@@ -311,18 +311,30 @@ class Configuration(object):
 
     @staticmethod
     def lacks_run_levels(preview, options):
-        """True if neither the task nor an installed agent says when the agent is started."""
+        """True if neither the task nor an installed agent says when the agent is started; that it never is says it, too."""
         if 'run_levels' in options or preview.get('possible') is False:
             return False
-        return not settings_of(preview).get('RunLevel', {}).get('value')
+        run_levels = settings_of(preview).get('RunLevel', {})
+        return not run_levels.get('value') and run_levels.get('source') != 'installed'
 
     def fail(self, text, **more):
         self.result.update(more)
         self.module.fail_json(msg=text, **self.result)
 
+    def why_not_used(self):
+        """Why the program has not used the file with the task's options; empty when it has."""
+        path = os.path.join(self.xml_directory, agent_settings.XML_NAME)
+        for text in self.result['warnings']:
+            if text.startswith(path + ' is not used: ') or (text.startswith(path) and text.endswith('The file is not used.')):
+                return text[len(path):].lstrip(':')
+        return ''
+
     def take(self, preview):
         """What a rehearsal has found is the result, unless it fails."""
         self.result.update(status=preview['status'], warnings=warnings_of(preview), settings=settings_of(preview))
+        why = self.why_not_used()
+        if why:  # the rest of the host's configuration would go on counting, as if the task had no options
+            self.fail('The program does not take the options, in one of which may be a control character: ' + why, status=1)
         if preview['status'] != 0:
             self.fail(preview['error'] or 'The configuration would fail.')
         # An agent that runs is stopped for the change. For anything else the real run would be refused as well.
@@ -356,6 +368,8 @@ def main():
         wait=dict(type='int', default=10),
     )
     module = AnsibleModule(argument_spec=spec, supports_check_mode=True)
+    if not 2 <= module.params['wait'] <= 3600:
+        module.fail_json(msg='wait is %d, and can be from 2 to 3600.' % module.params['wait'])
     if not is_installed(module.params['directory']):
         nothing = dict(diff=[], status=0)
         if module.params['state'] == 'absent':
