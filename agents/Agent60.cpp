@@ -121,17 +121,14 @@ namespace Path = corekit::Path;
 
 namespace {
 
-// The host's directories in which an administrator may well keep a log: those of data. In one of programs,
-// libraries or configuration the names of the host's own files end in numbers, too.
-constexpr std::array kLogDirectories = {
-    L"/home",      L"/opt",     L"/root",      L"/run",     L"/srv",     L"/tmp",       L"/var",
-    L"/var/cache", L"/var/lib", L"/var/local", L"/var/log", L"/var/opt", L"/var/spool", L"/var/tmp",
-};
+/// How the names of the agent's own files begin. In a directory of the host, such as /var/log, the rotations
+/// of any other log are the host's (syslog.1), as libraries are in another one (libc.so.6).
+constexpr std::array kOwnLogs = {L"qdn", L"zorvane"};
 
 HostDirectory LogDirectoryOf(const String& log) {
-    const String directory = Path::GetDirectory(log);
-    const auto holdsLogs = [&](const wchar_t* known) { return Path::IsMatch(directory, known); };
-    return std::ranges::any_of(kLogDirectories, holdsLogs) ? HostDirectory::Meant : HostDirectory::Refused;
+    const String name = Path::GetFileName(log);
+    const auto begins = [&](const wchar_t* own) { return name.StartsWith(own); };
+    return std::ranges::any_of(kOwnLogs, begins) ? HostDirectory::Meant : HostDirectory::Refused;
 }
 
 /// The path as a wildcard that matches nothing else: the name of a log may hold any character.

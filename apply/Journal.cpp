@@ -158,7 +158,7 @@ Outcome<> Discard() {
         if (const Result removed = RemoveIfThere(path); !removed)
             return FailBecause(L"What -apply had saved cannot be removed.", path, removed);
     }
-    // What is left now are notes that were not written to their end.
+    // What is left now are notes that were not written to their end, and in nobody's way.
     for (const corekit::FileInfo& entry : corekit::Dir::Entries(kStateDir, String())) {
         if (entry.path != kFailedDir) Forgive(RemoveIfThere(entry.path));
     }

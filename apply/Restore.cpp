@@ -123,6 +123,7 @@ Result Restorer::PutBackWhole(const SavedEntry& entry) {
     if (!IsThere(entry.saved)) return Result();  // it has been put back
     const String place = String::FromUtf8(entry.path);
     const bool isDirectory = entry.state.type == FileType::Directory;
+    // Without the directory the move fails.
     Forgive(corekit::Dir::CreateR(String::FromUtf8(Preview::ParentOf(entry.path))));
     if (IsThere(entry.path) && IdentityOf(entry.path) != IdentityOf(entry.saved)) {
         // What is left of a directory are other names of what was saved.

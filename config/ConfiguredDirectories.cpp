@@ -7,6 +7,7 @@
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/text/Text.h"
 #include "run/Keys.h"
@@ -23,6 +24,11 @@ namespace {
 constexpr ConfKey kNamedPaths[] = {
     Key::kInstallDir, Key::kEventQueueDir, Key::kTaskDir,     Key::kSwdDir, Key::kPackageDir,
     Key::kVar,        Key::kGuidFile,      Key::kDebugOutput, Key::kCAInfo, Key::kCAPath,
+};
+
+constexpr ConfKey kData[] = {
+    Key::kEventQueueDir, Key::kTaskDir,  Key::kSwdDir,      Key::kPackageDir,
+    Key::kVar,           Key::kGuidFile, Key::kDebugOutput,
 };
 
 constexpr ConfKey kCleanedPaths[] = {
@@ -75,6 +81,13 @@ std::vector<String> CleanedPaths(const IniFile& conf) {
         if (path.StartsWith(L"/") && isNew) paths.push_back(path);
     }
     return paths;
+}
+
+void DeclareData(const IniFile& conf) {
+    for (const ConfKey& key : kData) {
+        const String path = GetValue(conf, key);
+        if (path.StartsWith(L"/")) corekit::DeclareData(path);
+    }
 }
 
 std::vector<String> NamedWithin(const IniFile& conf, const String& place) {

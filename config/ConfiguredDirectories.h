@@ -27,6 +27,9 @@ std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
 /// The absolute paths that the removal of an agent, of any version, follows, as they are written.
 std::vector<corekit::String> CleanedPaths(const corekit::IniFile& conf);
 
+/// Declares the agent's data that a client.conf names: the stores, the variable data, the GUID file, the log.
+void DeclareData(const corekit::IniFile& conf);
+
 /// Those of NamedPaths that are `place` or lie below it.
 std::vector<corekit::String> NamedWithin(const corekit::IniFile& conf, const corekit::String& place);
 

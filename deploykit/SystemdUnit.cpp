@@ -96,7 +96,7 @@ Result EnablingLinks(const String& name, std::vector<FileInfo>& links) {
 Result RemoveLinks(const std::vector<FileInfo>& links) {
     Result result;
     for (const FileInfo& link : links) {
-        result = Worse(result, File::Remove(link.path));
+        result = Worse(result, File::Remove(link.path, corekit::HostDirectory::Meant));
         // A directory that holds no link any more goes too, as with `systemctl disable`; any other stays.
         Forgive(Dir::RemoveIfEmpty(Path::GetDirectory(link.path)));
     }
@@ -133,7 +133,7 @@ bool Exists(const String& name) {
 
 bool IsEnabled(const String& name) {
     std::vector<FileInfo> links;
-    Forgive(EnablingLinks(name, links));
+    Forgive(EnablingLinks(name, links));  // a link that is not known enables nothing
     return HasUnit(name) && !links.empty();
 }
 

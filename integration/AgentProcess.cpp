@@ -126,7 +126,8 @@ void StartAgent(const Settings& settings) {
     corekit::Sys::Sleep(kSecondsToComeUp);
     const String control = corekit::Text::ShellWord(installDir + Names::kControlScript);
     corekit::StringToMapFilter filter;
-    // The status itself comes on a line of its own, after whatever the script prints.
+    // The status itself comes on a line of its own, after whatever the script prints. Without one the agent
+    // counts as stopped.
     Forgive(PosixLocaleProgram::Run(control + L" status; printf '\\n%s\\n' $?", filter));
     Messages::Say(Messages::Shown(filter.RawData(0)) + L"\n");
     if (filter.Count() == 0 || filter.RawData(filter.Count() - 1) != L"0") WarnOfStoppedAgent(installDir);

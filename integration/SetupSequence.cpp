@@ -113,6 +113,7 @@ Outcome<> PlaceClientConf(SetupContext& context) {
     // that is replaced may have attributes of its own.
     const Result placed = corekit::File::WriteBytes(confPath, *generated, {.mode = kPrivate});
     if (!placed) return FailToPlace(confPath, placed);
+    // One that stays the next run removes.
     Forgive(corekit::File::Remove(context.generatedConfPath, corekit::HostDirectory::Meant));
     context.confPath = confPath;
     return {};

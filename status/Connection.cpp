@@ -32,6 +32,7 @@ constexpr const wchar_t* kQuestion =
 
 std::vector<String> AddressesOf(const String& host) {
     corekit::StringToMapFilter lines;
+    // Without an answer the name has no address, which is what is told.
     Forgive(corekit::PosixLocaleProgram::Run(String(kQuestion).Arg(corekit::Text::ShellWord(host)), lines));
     std::vector<String> addresses;
     for (std::size_t number = 0; number < lines.Count() && addresses.size() < kMostAddresses; ++number) {

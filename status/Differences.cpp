@@ -163,6 +163,7 @@ void HideOtherSources(const String& clientConf) {
     }
     for (const std::string& name : names) unsetenv(name.c_str());
     setenv("QDNCLIENT_CONFIG_FILE", clientConf.Utf8().c_str(), 1);
+    // In the copy of the host, where what stays of it shows in the differences.
     if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
 }
 

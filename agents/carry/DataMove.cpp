@@ -97,6 +97,8 @@ std::vector<String> WhyTreeIsKept(const String& directory, const IniFile& newCon
 }  // namespace
 
 DataMove MoveData(const IniFile& oldConf, const IniFile& newConf) {
+    DeclareData(oldConf);
+    DeclareData(newConf);
     DataMove dataMove = DataMove::Complete;
     for (const StoreMove& move : StoresToMove(oldConf, newConf)) {
         const String why = Move(move, newConf);
@@ -201,6 +203,7 @@ bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf
     const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
     // Without the mark, the file has become the client.conf of another agent.
     if (!isCopy && !IsKeptForUnmovedData(kept)) return true;
+    if (!isCopy) corekit::DeclareOwn(BaseOf(kept));
     const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
     if (!oldConf.ReadResult()) return IsNotFound(oldConf.ReadResult());
     if (MoveData(oldConf, newConf) == DataMove::Partial) return false;

@@ -211,6 +211,7 @@ void RemoveClientConf(const Installation& agent, const KeepList& keep, RemovalOu
 void RemoveInstalledFiles56(const IniFile& conf, const IniFile* newConf, RemovalOutcome left) {
     // Without the file every directory would be the usual one, which may well be another agent's.
     if (!conf.ReadResult()) return;
+    DeclareData(conf);
     const Installation agent = FindInstallation(conf);
     KeepList keep(newConf, agent.installDir);
     const String movedMark = agent.installDir + kMovedMark;

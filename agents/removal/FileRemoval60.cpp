@@ -115,10 +115,19 @@ void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
+/// Removes a store or the variable data. One in a directory that packages and users share is kept and told:
+/// it may be the agent's all the same.
+void RemoveDataDirectory(const String& directory, RemovalOutcome& left) {
+    const Result removed = Dir::Remove(directory);
+    left.Add(directory, removed);
+    const bool isHosts = removed.Code() == EPERM && corekit::CheckRemovable(directory) == Result(EPERM);
+    if (isHosts && corekit::CheckInstallable(directory))
+        Messages::WarnKept(directory.Left(directory.Length() - 1), L"it is a directory of the host");
+}
+
 void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
     for (const ConfKey& store : Key::kStores) {
-        const String directory = ConfiguredDirectory(conf, store);
-        left.Add(directory, Dir::Remove(directory));
+        RemoveDataDirectory(ConfiguredDirectory(conf, store), left);
     }
 }
 
@@ -198,14 +207,14 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     const String guidFile = GetValue(oldConf, Key::kGuidFile);
     if (guidFile.StartsWith(L"/")) left.Add(guidFile, RemoveGuidFile(oldConf));
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
-    const String varDir = ConfiguredDirectory(oldConf, Key::kVar);
-    left.Add(varDir, Dir::Remove(varDir));
+    RemoveDataDirectory(ConfiguredDirectory(oldConf, Key::kVar), left);
     RemoveInstallDirButClientConf(installDir, isReinstall, keepPrograms, left);
 }
 
 }  // namespace
 
 void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
+    DeclareData(oldConf);
     // An install directory that is a link is cleaned like the directory behind it, and the link goes last.
     const String configuredDir = ConfiguredDirectory(oldConf, Key::kInstallDir);
     const String installDir = UsableDirectory(DirectoryBehindLink(configuredDir, oldConf.FileName()));

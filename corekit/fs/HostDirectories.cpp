@@ -17,13 +17,12 @@
 
 namespace corekit {
 
-/// The host's own entries of one directory.
+/// The standard's entries of one directory.
 struct HostEntries {
     const wchar_t* directory;
-    std::span<const char* const> patterns;  // none: all of them, but for directories of `DeclareOwn`
+    std::span<const char* const> patterns;
 
     bool Hold(const std::string& name) const {
-        if (patterns.empty()) return true;
         return std::ranges::any_of(
             patterns, [&](const char* pattern) { return MatchesWildcard(pattern, name.c_str()); });
     }
@@ -42,32 +41,46 @@ constexpr std::array kHostEntries = {
     HostEntries{L"/var", kOfVar}, HostEntries{L"/etc", kOfEtc},
 };
 
-/// Entries of these belong to packages and users, unless the caller has declared one its own (DeclareOwn).
-constexpr std::array kSharedEntries = {
-    HostEntries{L"/etc", {}},       HostEntries{L"/home", {}},        HostEntries{L"/usr/lib", {}},
-    HostEntries{L"/usr/lib64", {}}, HostEntries{L"/usr/libexec", {}}, HostEntries{L"/usr/share", {}},
+/// What the caller may have in a shared directory: an installation (DeclareOwn), or data as well
+/// (DeclareOwnName, DeclareData).
+enum class Use { Packages, Data };
+
+/// What belongs to the host in a shared directory: its entries only, or everything below them, too.
+enum class Depth { Entries, Trees };
+
+/// A directory whose entries belong to packages and users, unless the caller has declared one its own.
+struct SharedDirectory {
+    const wchar_t* path;
+    Use use = Use::Data;
+    Depth depth = Depth::Trees;
 };
 
-/// The same, but here a directory of a declared name is the caller's own, too (DeclareOwnName).
-constexpr std::array kDataEntries = {
-    HostEntries{L"/boot", {}},
-    HostEntries{L"/dev", {}},
-    HostEntries{L"/root", {}},
-    HostEntries{L"/run", {}},
-    HostEntries{L"/usr/include", {}},
-    HostEntries{L"/usr/local/lib", {}},
-    HostEntries{L"/usr/local/share", {}},
-    HostEntries{L"/usr/src", {}},
-    HostEntries{L"/var/cache", {}},
-    HostEntries{L"/var/lib", {}},
-    HostEntries{L"/var/log", {}},
-    HostEntries{L"/var/mail", {}},
-    HostEntries{L"/var/spool", {}},
+constexpr std::array kSharedDirectories = {
+    SharedDirectory{L"/etc", Use::Packages},
+    SharedDirectory{L"/home", Use::Packages, Depth::Entries},
+    SharedDirectory{L"/usr/lib", Use::Packages},
+    SharedDirectory{L"/usr/lib64", Use::Packages},
+    SharedDirectory{L"/usr/libexec", Use::Packages},
+    SharedDirectory{L"/usr/share", Use::Packages},
+    SharedDirectory{L"/boot"},
+    SharedDirectory{L"/dev", Use::Data, Depth::Entries},
+    SharedDirectory{L"/root"},
+    SharedDirectory{L"/run"},
+    SharedDirectory{L"/usr/include"},
+    SharedDirectory{L"/usr/local/lib"},
+    SharedDirectory{L"/usr/local/share"},
+    SharedDirectory{L"/usr/src"},
+    SharedDirectory{L"/var/cache"},
+    SharedDirectory{L"/var/lib"},
+    SharedDirectory{L"/var/log"},
+    SharedDirectory{L"/var/mail"},
+    SharedDirectory{L"/var/spool"},
 };
 
 std::vector<String> ownDirectories;
 std::vector<String> ownNames;
-Descriptor confinement;  // none: removals go wherever they are allowed to
+std::vector<String> ownData;  // resolved
+Descriptor confinement;       // none: removals go wherever they are allowed to
 
 /// True for a directory of `DeclareOwn`, and for one above it.
 bool IsOwn(const String& path) {
@@ -111,22 +124,68 @@ Result CheckIsNotTheStandards(const struct stat& directory) {
     return result;
 }
 
-/// EPERM when the directory lies in one of those whose entries are the host's, and is no own one.
-Result CheckIsNotShared(const Descriptor& directory, std::span<const HostEntries> shared,
-                        std::span<const String> names) {
-    const auto above = OpenAt(directory.Get(), "..", O_PATH | O_DIRECTORY);
-    if (!above) return above.error();
-    const auto info = StatOf(above->Get());
-    if (!info) return info.error();
-    for (const HostEntries& entries : shared) {
-        const Result elsewhere = CheckIsNot(entries.directory, *info);
-        if (elsewhere) continue;
-        const String self =
-            Path::Resolve(String::FromUtf8("/proc/self/fd/" + std::to_string(directory.Get())));
-        const bool isOwn = IsOwn(self) || std::ranges::find(names, Path::GetFileName(self)) != names.end();
-        return elsewhere.Code() == EPERM && isOwn ? Result() : elsewhere;
+/// True if nothing lies in a directory but data of `DeclareData` and what leads to it.
+bool HoldsOwnDataOnly(const String& directory) {
+    bool isOwn = true;
+    const Result read = Dir::Scan(directory, String(), [&](const FileInfo& entry) {
+        const auto isData = [&](const String& own) {
+            return own == entry.path || entry.path.StartsWith(own + L".");  // a log's rotation
+        };
+        const auto lies = [&](const String& own) { return own.StartsWith(entry.path + L"/"); };
+        isOwn = std::ranges::any_of(ownData, isData) ||
+                (std::ranges::any_of(ownData, lies) && HoldsOwnDataOnly(entry.path));
+        return isOwn;
+    });
+    return read && isOwn;
+}
+
+/// True if `self`, which is that entry of a shared directory or lies below it, is the caller's own.
+bool IsOwnIn(const SharedDirectory& shared, const String& entry, const String& self) {
+    const auto holds = [&](const String& own) {
+        return Path::IsWithin(self, own) && Path::IsWithin(own, entry);
+    };
+    if (IsOwn(self) || std::ranges::any_of(ownDirectories, holds)) return true;
+    if (shared.use == Use::Packages) return false;
+    if (std::ranges::find(ownNames, Path::GetFileName(entry)) != ownNames.end()) return true;
+    // One path there may be a mistake.
+    const auto lies = [&](const String& own) { return own.StartsWith(entry + L"/"); };
+    return std::ranges::count_if(ownData, lies) > 1 && HoldsOwnDataOnly(entry);
+}
+
+/// What the shared directories are, over whichever links and mounts; of one that is missing, nothing.
+using SharedStats = std::array<struct stat, kSharedDirectories.size()>;
+
+Expected<SharedStats> StatsOfShared() {
+    SharedStats stats{};
+    for (std::size_t at = 0; at < stats.size(); ++at) {
+        const Result found = Outcome(stat(NativePath(kSharedDirectories[at].path).c_str(), &stats[at]));
+        if (IsTransient(found)) return found;
     }
-    return Result();
+    return stats;
+}
+
+/// EPERM when the directory lies in a shared one, and is no own one. Looks up to the root.
+Result CheckIsNotShared(const Descriptor& directory) {
+    const auto shared = StatsOfShared();
+    if (!shared) return shared.error();
+    const String self = Path::Resolve(String::FromUtf8("/proc/self/fd/" + std::to_string(directory.Get())));
+    auto level = StatOf(directory.Get());
+    Descriptor held;
+    for (String entry = self; level; entry = Path::GetDirectory(entry)) {
+        auto above = OpenAt(held ? held.Get() : directory.Get(), "..", O_PATH | O_DIRECTORY);
+        if (!above) return above.error();
+        const auto higher = StatOf(above->Get());
+        if (!higher) return higher.error();
+        if (IsSameFile(*level, *higher)) return Result();  // the root
+        for (std::size_t at = 0; at < shared->size(); ++at) {
+            const bool isDeep = kSharedDirectories[at].depth == Depth::Trees;
+            if ((isDeep || !held) && IsSameFile(*higher, (*shared)[at]))
+                return IsOwnIn(kSharedDirectories[at], entry, self) ? Result() : Result(EPERM);
+        }
+        level = higher;
+        held = std::move(*above);
+    }
+    return level.error();
 }
 
 /// Looks at a directory that may be missing. Links of others are followed here, since they only make for more
@@ -148,9 +207,8 @@ Result CheckRemovable(const String& directory) {
 Result CheckRemovable(const Descriptor& directory) {
     const auto info = StatOf(directory.Get());
     if (!info) return info.error();
-    Result allowed = CheckIsNotTheStandards(*info);
-    if (allowed) allowed = CheckIsNotShared(directory, kSharedEntries, {});
-    return allowed ? CheckIsNotShared(directory, kDataEntries, ownNames) : allowed;
+    const Result allowed = CheckIsNotTheStandards(*info);
+    return allowed ? CheckIsNotShared(directory) : allowed;
 }
 
 Result CheckInstallable(const String& directory) {
@@ -166,6 +224,11 @@ void DeclareOwn(const String& directory) {
 
 void DeclareOwnName(const String& name) {
     ownNames.push_back(name);
+}
+
+void DeclareData(const String& path) {
+    const String resolved = Path::Resolve(path);
+    if (std::ranges::find(ownData, resolved) == ownData.end()) ownData.push_back(resolved);
 }
 
 Result ConfineRemovals(const String& directory) {
@@ -198,6 +261,7 @@ Result CheckConfined(const EntryRef& entry) {
 void ForgetOwn() {
     ownDirectories.clear();
     ownNames.clear();
+    ownData.clear();
     confinement = Descriptor();
 }
 
@@ -205,21 +269,24 @@ HostNames::HostNames(int directory, HostDirectory hostDirectory) {
     const auto info = StatOf(directory);
     m_known = info.Outcome();
     if (!info) return;
-    const auto add = [&](const HostEntries& entries) {
-        const Result elsewhere = CheckIsNot(entries.directory, *info);
-        if (elsewhere.Code() == EPERM) m_entries.push_back(&entries);
+    const auto isHere = [&](const wchar_t* path) {
+        const Result elsewhere = CheckIsNot(path, *info);
         if (IsTransient(elsewhere)) m_known = elsewhere;
+        return elsewhere.Code() == EPERM;
     };
-    std::ranges::for_each(kHostEntries, add);
-    if (hostDirectory == HostDirectory::Refused) std::ranges::for_each(kSharedEntries, add);
+    for (const HostEntries& entries : kHostEntries) {
+        if (isHere(entries.directory)) m_entries.push_back(&entries);
+    }
+    if (hostDirectory == HostDirectory::Meant) return;
+    for (const SharedDirectory& shared : kSharedDirectories) {
+        if (shared.use == Use::Packages && isHere(shared.path)) m_shared = shared.path;
+    }
 }
 
 Result HostNames::Check(const char* name) const {
-    const auto hold = [&](const HostEntries* entries) {
-        if (!entries->Hold(name)) return false;
-        return !entries->patterns.empty() || !IsOwn(Path::Join(entries->directory, String::FromUtf8(name)));
-    };
-    return std::ranges::any_of(m_entries, hold) ? Result(EPERM) : m_known;
+    const auto hold = [&](const HostEntries* entries) { return entries->Hold(name); };
+    const bool isShared = m_shared != nullptr && !IsOwn(Path::Join(m_shared, String::FromUtf8(name)));
+    return isShared || std::ranges::any_of(m_entries, hold) ? Result(EPERM) : m_known;
 }
 
 }  // namespace corekit

@@ -10,12 +10,13 @@
 
 namespace corekit {
 
-/// Success for a directory that may be removed, emptied or moved. EPERM for "/" and for the directories of
-/// the host itself: those that the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...), and
-/// what lies directly in one that packages and users share (/etc, /home, /usr/share, /var/lib, /root ...),
-/// unless it is, or holds, a directory of `DeclareOwn` or, where that is one for data, has a name of
-/// `DeclareOwnName`. It does not matter how the path is spelled or which links and mounts lead there. Where
-/// the directory cannot be identified, the failure of that. A path that does not exist is no directory of the
+/// Success for a directory that may be removed, emptied or moved. EPERM for "/", for the directories of the
+/// host itself, which the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...), and for what
+/// lies in one that packages and users share, however deep (/etc, /usr/share, /var/lib, /root ...; of /home
+/// and /dev only the entries). Of the latter the caller may have some: what lies in, is or holds a directory
+/// of `DeclareOwn`, and where data is kept what has a name of `DeclareOwnName` or holds nothing but paths of
+/// `DeclareData`. It does not matter how the path is spelled or which links and mounts lead there. Where the
+/// directory cannot be identified, the failure of that. A path that does not exist is no directory of the
 /// host.
 Result CheckRemovable(const String& directory);
 
@@ -25,12 +26,16 @@ Result CheckRemovable(const Descriptor& directory);
 /// Success for a directory that somebody may install to: EPERM for those that the standard names.
 Result CheckInstallable(const String& directory);
 
-/// From now on this directory is the caller's own, even where it lies directly in a directory of the host.
+/// From now on this directory is the caller's own, with what lies in it, even in a directory of the host.
 void DeclareOwn(const String& directory);
 
 /// From now on a directory of this name is the caller's own where it lies directly in one for data, such as
 /// /var/lib or /var/log.
 void DeclareOwnName(const String& name);
+
+/// From now on this path holds data of the caller's. A directory directly in one for data that holds two or
+/// more such paths, and nothing else, is the caller's own.
+void DeclareData(const String& path);
 
 /// From now on nothing is removed but this directory and what lies below it, whatever a path looks like and
 /// whichever links lead there: EXDEV for all else. Fails when the directory cannot be opened.
@@ -39,7 +44,7 @@ Result ConfineRemovals(const String& directory);
 /// Success for an entry that `ConfineRemovals` allows to be removed.
 Result CheckConfined(const EntryRef& entry);
 
-/// Forgets what `DeclareOwn`, `DeclareOwnName` and `ConfineRemovals` have said.
+/// Forgets what the declarations and `ConfineRemovals` have said.
 void ForgetOwn();
 
 /// Whether an operation may work in the host's directories. `Meant` is for the few names that the program
@@ -61,6 +66,7 @@ class HostNames {
   private:
     Result m_known;
     std::vector<const HostEntries*> m_entries;
+    const wchar_t* m_shared = nullptr;  // the directory, where packages share it
 };
 
 /// The same for a single name.

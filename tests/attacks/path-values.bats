@@ -24,6 +24,7 @@ path_values() {
 /etc/hosts
 /etc/fstab
 /etc/ssh
+/etc/hosts.d/keys
 /etc/ssl
 /etc/cron.d
 /etc/init.d
@@ -48,6 +49,7 @@ path_values() {
 /usr/libexec
 /usr/share
 /usr/share/doc
+/usr/share/doc/hosts
 /usr/share/zoneinfo
 /usr/include
 /usr/src
@@ -69,11 +71,17 @@ path_values() {
 /var/lib/dpkg
 /var/lib/hosts
 /var/lib/hosts/file
+/var/lib/hosts/deep
+/var/lib/dpkg/info
+/var/lib/hosts-single/only
 /var/log/hosts
 /var/cache/hosts
 /var/spool/hosts
 /var/spool/hosts/file
 /var/log
+/var/log/hosts.log
+/var/log/hosts/access.log
+/var/spool/hosts-cron/tabs
 /var/cache
 /var/spool
 /var/mail
@@ -141,10 +149,12 @@ path_keys() {
 given_the_hosts_own() {
     mount -t tmpfs -o mode=0755 tmpfs /home
     local directory
-    hosts=(/home/alice /home/alice/below /root /root/below /var/{lib,log,cache,spool}/hosts)
+    hosts=(/home/alice /home/alice/below /root /root/below /var/{lib,log,cache,spool}/hosts{,/deep} /var/lib/hosts-single/only
+        /etc/hosts.d/keys /usr/share/doc/hosts /var/spool/hosts-cron/tabs)
     mkdir -p "${hosts[@]}" /opt/links
     for directory in "${hosts[@]}"; do echo "precious" >"$directory/file"; done
-    touch /var/{lib,log,cache,spool}/hosts/one.kse
+    touch /var/{lib,log,cache,spool}/hosts/{one.kse,deep/one.kst} /var/log/hosts{/access,}.log{,.1,.2.gz}
+    touch /etc/hosts.d/keys/{host.config,one.kse} /var/lib/hosts-single/only/one.kst
     ln -s /root /home/alice/to-root
     ln -s /etc /home/alice/to-etc
     ln -s /etc/passwd /home/alice/to-passwd
@@ -186,11 +196,11 @@ note_the_hosts_own() { list_of /etc /home /root /opt/links /usr /var >"$desk/hos
 
 # Nothing that stood there has gone or been changed. What is new is what the configuration asked for.
 expect_the_hosts_own() {
-    { list_of /etc /home /root /opt/links /var/{lib,log,cache,spool}/hosts; changes_of_large_trees; } >"$desk/host-after"
+    { list_of /etc /home /root /opt/links /usr/share/doc/hosts /var/{lib,log,cache,spool}/hosts*; changes_of_large_trees; } >"$desk/host-after"
     awk -F '\t' 'FNR == NR { after[$1] = $2; next }
         ($1 in after) && after[$1] != $2 { print "from " $2 " to " after[$1] ": " $1 }
         !($1 in after) && $1 !~ "^/(usr|var)(/|$)" { print "gone: " $1 }
-        !($1 in after) && $1 ~ "^/var/(lib|log|cache|spool)/hosts" { print "gone: " $1 }' "$desk/host-after" "$desk/host-before" >"$desk/touched"
+        !($1 in after) && $1 ~ "^/(usr/share/doc|var/(lib|log|cache|spool))/hosts" { print "gone: " $1 }' "$desk/host-after" "$desk/host-before" >"$desk/touched"
     [ ! -s "$desk/touched" ] || { head "$desk/touched"; fail "$1"; }
 }
 
@@ -262,6 +272,10 @@ try() {
 event_queue_dir /var/lib/hosts
 swd_storage_path /var/spool/hosts
 guid_guid_file /root/file
+event_queue_dir /var/lib/hosts/deep
+package_storage_path /etc/hosts.d/keys
+var /var/lib/hosts-single/only
+debug_output /var/log/hosts.log
 END
 }
 

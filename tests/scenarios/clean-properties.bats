@@ -44,11 +44,11 @@ remains() {
         echo "+ lrwxrwxrwx $bindir/qdn-configure -> $installdir/bin/qdn-configure"
 
     # The agent's log is the administrator's where it is not in a directory of the agent; only 6.2 rotates it by
-    # numbers.
+    # numbers, and in the host's own directory nobody knows whose they are.
     log=$(expanded "$logdir")/agent.log
     if ! goes "$log"; then
         echo "+ -rw-r--r-- $log"
-        [[ $version == "2 "* ]] || printf '+ -rw-r--r-- %s\n' "$log.1" "$log.20"
+        [[ $version == "2 "* && $logdir != /var/log ]] || printf '+ -rw-r--r-- %s\n' "$log.1" "$log.20"
     fi
 
     # The helper in the host's own directory goes with links that are elsewhere.

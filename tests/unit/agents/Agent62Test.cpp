@@ -88,12 +88,14 @@ TEST_F(RotatedDebugLogs, AreRemovedFromTheDirectoriesInWhichHostsKeepLogs) {
     }
 }
 
-TEST_F(RotatedDebugLogs, NeverIncludeAProgramOrALibraryOfTheHost) {
-    for (const std::string directory : {"/usr/lib", "/lib", "/usr/bin", "/usr/local/lib", "/etc"}) {
-        Write(directory + "/libqdntest.so.1", "");
-        RemoveDebugLogs("debug_output=" + directory + "/libqdntest.so\n");
-        EXPECT_TRUE(Exists(directory + "/libqdntest.so.1")) << directory;
-        std::filesystem::remove(directory + "/libqdntest.so.1");
+TEST_F(RotatedDebugLogs, NeverIncludeALogAProgramOrALibraryOfTheHost) {
+    for (const std::string log :
+         {"/var/log/syslog", "/var/log/host/access.log", "/var/tmp/session", "/usr/lib/libtest.so",
+          "/lib/libtest.so", "/usr/bin/test", "/usr/local/lib/libtest.so", "/etc/test"}) {
+        Write(log + ".1", "");
+        RemoveDebugLogs("debug_output=" + log + "\n");
+        EXPECT_TRUE(Exists(log + ".1")) << log;
+        std::filesystem::remove(log + ".1");
     }
 }
 

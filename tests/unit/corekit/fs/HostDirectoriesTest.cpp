@@ -164,35 +164,37 @@ TEST(HostNames, AreThoseOfTheStandard_WhateverStandsThere) {
     EXPECT_FALSE(NamesHost(dir("lib")));
 }
 
-TEST(HostDirectories, HoldWhatLiesDirectlyInTheDirectoriesThatManyShare) {
+TEST(HostDirectories, HoldWhatLiesInTheDirectoriesThatManyShare) {
     for (const char* parent : {"/etc", "/usr/lib", "/usr/libexec", "/usr/share"}) {
         const std::string entry = std::string(parent) + "/host-entry";
         fs::create_directories(entry + "/below");
         EXPECT_TRUE(IsHostDirectory(String::FromUtf8(entry))) << entry;
         EXPECT_TRUE(NamesHost(String::FromUtf8(entry))) << entry;
-        EXPECT_FALSE(IsHostDirectory(String::FromUtf8(entry + "/below"))) << entry;
+        EXPECT_TRUE(IsHostDirectory(String::FromUtf8(entry + "/below"))) << entry;
         EXPECT_FALSE(NamesHost(String::FromUtf8(entry + "/below"))) << entry;
         EXPECT_TRUE(corekit::CheckInstallable(String::FromUtf8(entry))) << entry;
         corekit::DeclareOwn(String::FromUtf8(entry + "/below"));
         EXPECT_FALSE(IsHostDirectory(String::FromUtf8(entry))) << entry;
         EXPECT_FALSE(NamesHost(String::FromUtf8(entry))) << entry;
+        EXPECT_FALSE(IsHostDirectory(String::FromUtf8(entry + "/below"))) << entry;
         corekit::ForgetOwn();
         EXPECT_TRUE(IsHostDirectory(String::FromUtf8(entry))) << entry;
         fs::remove_all(entry);
     }
 }
 
-TEST(HostDirectories, HoldWhatLiesDirectlyInThoseOfDataUnlessItHasANameOfOurs) {
+TEST(HostDirectories, HoldWhatLiesInThoseOfDataUnlessItHasANameOfOurs) {
     for (const char* parent :
          {"/root", "/run", "/usr/local/lib", "/var/cache", "/var/lib", "/var/log", "/var/spool"}) {
         const std::string path = std::string(parent) + "/host-entry";
         const String entry = String::FromUtf8(path);
         fs::create_directories(path + "/below");
         EXPECT_TRUE(IsHostDirectory(entry)) << path;
-        EXPECT_FALSE(IsHostDirectory(entry + L"/below")) << path;
+        EXPECT_TRUE(IsHostDirectory(entry + L"/below")) << path;
         EXPECT_FALSE(NamesHost(entry)) << path;  // a file of the administrator's may lie there
         corekit::DeclareOwnName(L"host-entry");
         EXPECT_FALSE(IsHostDirectory(entry)) << path;
+        EXPECT_FALSE(IsHostDirectory(entry + L"/below")) << path;
         corekit::ForgetOwn();
         corekit::DeclareOwn(entry + L"/below");
         EXPECT_FALSE(IsHostDirectory(entry)) << path;
@@ -205,8 +207,52 @@ TEST(HostDirectories, HoldWhatLiesDirectlyInThoseOfDataUnlessItHasANameOfOurs) {
     fs::remove("/etc/host-entry");
 }
 
-TEST(HostDirectories, HoldTheHomesOfUsers) {
+TEST(HostDirectories, AreNoneWhereTwoPathsOfDataLieAndNothingElse) {
+    const std::string path = "/var/lib/host-entry";
+    const String entry = String::FromUtf8(path);
+    fs::create_directories(path + "/queue/deep");
+    fs::create_directories(path + "/data/tasks");
+    testfiles::Write(path + "/agent.log.1", "");
+    corekit::DeclareData(entry + L"/queue");
+    corekit::DeclareData(entry + L"//queue/");
+    EXPECT_TRUE(IsHostDirectory(entry + L"/queue"));  // only one
+    corekit::DeclareData(entry + L"/data/tasks");
+    EXPECT_TRUE(IsHostDirectory(entry + L"/queue"));  // a file that is nobody's data
+    corekit::DeclareData(entry + L"/agent.log");
+    EXPECT_FALSE(IsHostDirectory(entry + L"/queue"));
+    EXPECT_FALSE(IsHostDirectory(entry + L"/queue/deep"));
+    EXPECT_FALSE(IsHostDirectory(entry + L"/data/tasks"));
+    testfiles::Write(path + "/data/other", "");
+    EXPECT_TRUE(IsHostDirectory(entry + L"/queue"));
+    fs::remove_all(path);
+    fs::create_directories("/etc/host-entry/queue");
+    fs::create_directories("/etc/host-entry/tasks");
+    corekit::DeclareData(L"/etc/host-entry/queue");
+    corekit::DeclareData(L"/etc/host-entry/tasks");
+    EXPECT_TRUE(IsHostDirectory(L"/etc/host-entry/queue"));  // no place for data
+    fs::remove_all("/etc/host-entry");
+    corekit::ForgetOwn();
+}
+
+// A client.conf may lie directly in one, or in the root.
+TEST(HostDirectories, AreNotOwnForLyingInADirectoryThatIsDeclared) {
+    fs::create_directories("/var/lib/host-entry/below");
+    for (const wchar_t* declared : {L"/", L"/var", L"/var/lib"}) {
+        corekit::DeclareOwn(declared);
+        EXPECT_TRUE(IsHostDirectory(L"/var/lib/host-entry/below")) << declared;
+    }
+    corekit::ForgetOwn();
+    fs::remove_all("/var/lib/host-entry");
+}
+
+TEST(HostDirectories, HoldTheHomesOfUsersButNotWhatIsInThem) {
     EXPECT_TRUE(NamesHost(L"/home/somebody"));
+    const Workspace root;
+    fs::create_directories(root / "home/somebody/agent");
+    WithRoot(root.Path(), [] {
+        EXPECT_TRUE(IsHostDirectory(L"/home/somebody"));
+        EXPECT_FALSE(IsHostDirectory(L"/home/somebody/agent"));
+    });
 }
 
 TEST(HostDirectories, AreNoPlaceToInstallTo) {
