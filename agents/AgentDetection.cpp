@@ -2,6 +2,7 @@
 #include "agents/AgentDetection.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <optional>
 #include <string>
 #include <utility>
@@ -138,10 +139,15 @@ std::unique_ptr<Agent> AgentFromBaseDir(const String& baseDir) {
 
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file) {
     const auto bytes = file.Read();
-    // A file that cannot be read now must not pass for no agent.
-    if (IsTransient(bytes.Outcome())) return std::make_unique<UnreadableAgent>(file.Path(), bytes.error());
+    const auto unreadable = [&](const corekit::Result& why) {
+        return std::make_unique<UnreadableAgent>(file.Path(), why);
+    };
+    // A file that cannot be read now, or is too large, must not pass for no agent.
+    const bool isThere = IsTransient(bytes.Outcome()) || bytes == corekit::Result(EFBIG);
+    if (isThere) return unreadable(bytes.error());
     if (!bytes) return nullptr;
     const IniFile conf(file.Path(), *bytes, IniFile::KeyCase::FallBack);
+    if (!conf.ReadResult()) return unreadable(conf.ReadResult());
     auto agent = CreateAgentForVersion(ReadAgentVersion(conf), GetValue(conf, Key::kInstallDir));
     if (agent) agent->SetConf(file, *bytes);
     return agent;

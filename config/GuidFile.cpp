@@ -51,17 +51,25 @@ String WhyNotOurs(const String& path) {
 
 /// Success when the file holds this text.
 corekit::Result WriteAndReadBack(const String& path, const String& text) {
-    if (const auto present = File::Read(path); present && *present == text) return corekit::Result();
-    if (const auto written = File::Write(path, text); !written) return written;
-    const auto found = File::Read(path);
+    const std::string bytes = text.Utf8();
+    const auto read = [&] { return File::ReadBytes(path, bytes.size()); };
+    if (const auto present = read(); present && *present == bytes) return corekit::Result();
+    if (const auto written = File::WriteBytes(path, bytes); !written) return written;
+    const auto found = read();
     if (!found) return found.error();
-    return *found == text ? corekit::Result() : corekit::Result(EIO);
+    return *found == bytes ? corekit::Result() : corekit::Result(EIO);
 }
 
 }  // namespace
 
 String GuidFileText(const String& guid) {
     return guid + L"\nnull";
+}
+
+corekit::Expected<String> ReadGuidFile(const String& path) {
+    const auto bytes = File::ReadBytes(path, kLargestFile);
+    if (!bytes) return bytes.error();
+    return String::FromUtf8(*bytes);
 }
 
 Outcome<> WriteGuidFile(const IniFile& conf, const Settings& settings) {
@@ -85,7 +93,7 @@ Outcome<> WriteGuidFile(const IniFile& conf, const Settings& settings) {
 
 corekit::Result RemoveGuidFile(const IniFile& conf) {
     const String path = PathIn(conf);
-    if (const auto read = File::ReadBytes(path).Outcome(); IsTransient(read)) return read;
+    if (const auto read = ReadGuidFile(path).Outcome(); IsTransient(read)) return read;
     return WhyNotOurs(path).IsEmpty() ? File::Remove(path) : corekit::Result();
 }
 

@@ -11,6 +11,9 @@ namespace Zorvane::AgentInstaller {
 /// The content of the file of an identifier.
 corekit::String GuidFileText(const corekit::String& guid);
 
+/// The content of such a file. Fails when it cannot be read, and when it is over 4 KiB: then it is none.
+corekit::Expected<corekit::String> ReadGuidFile(const corekit::String& path);
+
 /// Writes the setting Guid to the file that a client.conf names, and reads it back. Without the setting the
 /// file stays. An installed agent's identifier is written as it was given, and a file that holds it already
 /// stays untouched. Warns of a failure, and of a path that is no regular file with this one name: "WARNING!

@@ -3,7 +3,6 @@
 
 #include "config/ClientConfDraft.h"
 #include "config/GuidFile.h"
-#include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/text/Character.h"
 #include "corekit/text/Text.h"
@@ -85,7 +84,7 @@ Outcome<> LoadGuid(const IniFile& conf, Generation generation, Settings& setting
     if (!GetValue(conf, Key::kGuidFile, usual) && generation == Generation::Agent56) usual = kGuidFile56;
     if (usual.IsEmpty()) return {};
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
-        const auto text = corekit::File::Read(path);
+        const auto text = ReadGuidFile(path);
         if (IsTransient(text.Outcome())) return FailAt(Texts::kUnreadableFile, path, text.error());
         if (!text) continue;
         const String guid = GuidIn(*text);

@@ -67,6 +67,27 @@ given_a_configured_agent() {
     done
 }
 
+@test "a client.conf that is too large, or has too long a line, fails whatever is called, and nothing changes" {
+    local command size
+    given_an_old_agent 6.2
+    given_the_package
+    cp "$agent/etc/client.conf" "$desk/conf"
+    for size in line file; do
+        { cat "$desk/conf"; head -c 1050000 /dev/zero | tr '\0' '#'; } >"$agent/etc/client.conf"
+        [ "$size" = line ] || head -c 67200000 /dev/zero | tr '\0' '\n' >>"$agent/etc/client.conf"
+        for command in "-clean $agent" "-configure -noimode"; do
+            # shellcheck disable=SC2086 # words on purpose
+            qdn_configure $command
+            expect_status 1
+            expect_errors <<END
+ERROR: Missing or unreadable file in install. File: $agent/etc/client.conf
+  $agent/etc/client.conf: File too large
+END
+            expect_no_changes
+        done
+    done
+}
+
 @test "a client.conf that anyone could have written is followed nowhere" {
     given_an_old_agent 6.0SP2
     chmod 0777 "$agent/etc"

@@ -97,6 +97,21 @@ TEST(AgentFromBaseDir, IsNull_WhenOthersMayHaveWrittenTheFile) {
     EXPECT_NE(agent, nullptr);
 }
 
+TEST(AgentFromBaseDir, FailsEveryOperation_WhenTheFileIsTooLarge) {
+    const TempDir dir;
+    const std::string conf = dir / "etc/client.conf";
+    for (const std::string& more : {std::string(65 << 20, '\n'), "#" + std::string(1 << 20, 'x') + "\n"}) {
+        Write(conf, ConfOf("6", "2", "1378") + more);
+        const auto agent = AgentFromBaseDir(String::FromUtf8(dir.Path()));
+        ASSERT_NE(agent, nullptr);
+        const auto cleaned = agent->Clean();
+        ASSERT_FALSE(cleaned);
+        EXPECT_EQ(cleaned.error().text.Utf8(), "Missing or unreadable file in install. File: " + conf);
+        EXPECT_EQ(cleaned.error().reason.Utf8(), conf + ": File too large");
+    }
+    EXPECT_TRUE(testfiles::Exists(conf));
+}
+
 TEST(AgentFromBaseDir, WarnsOfNothing_WhenThereIsNoFile) {
     EXPECT_EQ(Captured([] { EXPECT_EQ(AgentFromBaseDir(L"/opt/nowhere"), nullptr); }).err, "");
     EXPECT_EQ(Captured([] { EXPECT_EQ(AgentFromBaseDir(L"/tmp"), nullptr); }).err, "");

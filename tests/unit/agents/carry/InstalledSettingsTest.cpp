@@ -302,6 +302,15 @@ TEST_F(InstalledSettings, HaveNoGuid_WhenADirectoryStandsInItsPlace) {
     EXPECT_FALSE(settings->Exists(L"Guid"));
 }
 
+TEST_F(InstalledSettings, HaveNoGuid_WhenItsFileIsOverFourKibibytes) {
+    for (const std::size_t size : {4096, 4097}) {
+        testfiles::Write(m_dir / "host.GUID", std::string(size, 'A'));
+        const auto settings = Load("[Configuration]\nguid_guid_file=" + (m_dir / "host.GUID") + "\n");
+        ASSERT_NE(settings, nullptr);
+        EXPECT_EQ(settings->Exists(L"Guid"), size == 4096);
+    }
+}
+
 TEST_F(InstalledSettings, HaveNoGuid_WhenItsFileIsNotThere) {
     const auto settings = Load("[Configuration]\nguid_guid_file=" + m_dir / "absent.GUID" + "\n");
     EXPECT_EQ(settings->Value(L"GuidDir").Utf8(), m_dir.Path());
