@@ -20,7 +20,7 @@ run_session() {
     local scenarios
     scenarios=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
     env -i PATH="$PATH" LANG=C.UTF-8 QDN_BUILD="${QDN_BUILD:-release}" \
-        QDN_ROUNDS="${QDN_ROUNDS:-}" QDN_ALL_PATHS="${QDN_ALL_PATHS:-}" \
+        QDN_ROUNDS="${QDN_ROUNDS:-}" QDN_ALL_PATHS="${QDN_ALL_PATHS:-}" QDN_ALL_DISKS="${QDN_ALL_DISKS:-}" \
         ASAN_OPTIONS="${ASAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" "$scenarios/../support/private-machine" \
         bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
 }
