@@ -245,7 +245,6 @@ void ApplyCommand::PutBack() {
     }
     m_result.wasRestored = true;
     m_result.hasKeptFiles = Apply::HasKeptFiles();
-    m_result.agent = m_runningAgent.IsEmpty() ? std::nullopt : FindAgentProcess(m_runningAgent);
 }
 
 Apply::ToSave ApplyCommand::WhatToSave() const {

@@ -4,6 +4,7 @@
 #include "app/ApplyCommand.h"
 #include "apply/Restore.h"
 #include "corekit/os/Console.h"
+#include "integration/AgentProcess.h"
 #include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
@@ -15,6 +16,7 @@ unsigned ApplyCommand::EndFailed(const Failure& failure) {
     m_result.error = failure.text.IsEmpty() ? String(L"Agent configuration failed.") : failure.text;
     static_cast<void>(Report(failure));
     if (m_result.wasRestored) Messages::Warn(L"  The host has been put back as it was.\n");
+    m_result.agent = m_runningAgent.IsEmpty() ? std::nullopt : FindAgentProcess(m_runningAgent);
     if (m_result.hasKeptFiles)
         Messages::Warn(String(L"  The files of the attempt are in %1.\n").Arg(Apply::kFailedDir));
     return End();

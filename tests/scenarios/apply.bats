@@ -105,6 +105,10 @@ stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
 @test "an agent that runs is stopped, configured and started, and is watched until it stays up" {
     given_a_running_agent
     given_other_xml good.example
+    qdn_configure -apply -json -yes -plan /nowhere -configure -noimode
+    expect_status 1
+    expect_valid "$desk/out"
+    expect_field 'd["agent"]["running"]' true # nothing has been stopped
     qdn_configure -apply -yes -configure -noimode
     expect_status 0
     expect_no_errors
