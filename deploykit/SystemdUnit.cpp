@@ -144,7 +144,7 @@ Result Remove(const String& name) {
     if (IsTransient(unmasked)) result = Worse(result, unmasked);
     const bool hasUnit = HasUnit(name);
     result = Worse(result, RemoveLinks(links));
-    return hasUnit ? Worse(result, File::Remove(UnitPath(name))) : result;
+    return hasUnit ? Worse(result, File::Remove(UnitPath(name), corekit::HostDirectory::Meant)) : result;
 }
 
 void Reload() {

@@ -124,32 +124,32 @@ Result CheckIsNotTheStandards(const struct stat& directory) {
     return result;
 }
 
-/// True if nothing lies in a directory but data of `DeclareData` and what leads to it.
-bool HoldsOwnDataOnly(const String& directory) {
-    bool isOwn = true;
+/// EPERM unless nothing lies in a directory but data of `DeclareData` and what leads to it.
+Result CheckHoldsOwnData(const String& directory) {
+    Result result;
     const Result read = Dir::Scan(directory, String(), [&](const FileInfo& entry) {
         const auto isData = [&](const String& own) {
             return own == entry.path || entry.path.StartsWith(own + L".");  // a log's rotation
         };
         const auto lies = [&](const String& own) { return own.StartsWith(entry.path + L"/"); };
-        isOwn = std::ranges::any_of(ownData, isData) ||
-                (std::ranges::any_of(ownData, lies) && HoldsOwnDataOnly(entry.path));
-        return isOwn;
+        if (std::ranges::any_of(ownData, isData)) return true;
+        result = std::ranges::any_of(ownData, lies) ? CheckHoldsOwnData(entry.path) : Result(EPERM);
+        return result.Ok();
     });
-    return read && isOwn;
+    return result ? read : result;
 }
 
-/// True if `self`, which is that entry of a shared directory or lies below it, is the caller's own.
-bool IsOwnIn(const SharedDirectory& shared, const String& entry, const String& self) {
+/// EPERM unless `self`, which is that entry of a shared directory or lies below it, is the caller's own.
+Result CheckIsOwn(const SharedDirectory& shared, const String& entry, const String& self) {
     const auto holds = [&](const String& own) {
         return Path::IsWithin(self, own) && Path::IsWithin(own, entry);
     };
-    if (IsOwn(self) || std::ranges::any_of(ownDirectories, holds)) return true;
-    if (shared.use == Use::Packages) return false;
-    if (std::ranges::find(ownNames, Path::GetFileName(entry)) != ownNames.end()) return true;
-    // One path there may be a mistake.
+    if (IsOwn(self) || std::ranges::any_of(ownDirectories, holds)) return Result();
+    if (shared.use == Use::Packages) return Result(EPERM);
+    if (std::ranges::find(ownNames, Path::GetFileName(entry)) != ownNames.end()) return Result();
+    // A single path there may be a mistake.
     const auto lies = [&](const String& own) { return own.StartsWith(entry + L"/"); };
-    return std::ranges::count_if(ownData, lies) > 1 && HoldsOwnDataOnly(entry);
+    return std::ranges::count_if(ownData, lies) > 1 ? CheckHoldsOwnData(entry) : Result(EPERM);
 }
 
 /// What the shared directories are, over whichever links and mounts; of one that is missing, nothing.
@@ -180,7 +180,7 @@ Result CheckIsNotShared(const Descriptor& directory) {
         for (std::size_t at = 0; at < shared->size(); ++at) {
             const bool isDeep = kSharedDirectories[at].depth == Depth::Trees;
             if ((isDeep || !held) && IsSameFile(*higher, (*shared)[at]))
-                return IsOwnIn(kSharedDirectories[at], entry, self) ? Result() : Result(EPERM);
+                return CheckIsOwn(kSharedDirectories[at], entry, self);
         }
         level = higher;
         held = std::move(*above);

@@ -182,6 +182,16 @@ TEST_F(SystemdUnitTest, ReplacesAUnitThatIsALink) {
     EXPECT_EQ(testfiles::Read("/etc/systemd/system/other.service"), "kept");
 }
 
+TEST_F(SystemdUnitTest, RemovesAUnitThatIsALinkAndNotItsTarget) {
+    testfiles::Write("/opt/agent.service", "[Service]\n");
+    fs::create_directories("/etc/systemd/system");
+    fs::create_symlink("/opt/agent.service", kUnit);
+    EXPECT_TRUE(SystemdUnit::Remove(L"agent"));
+    EXPECT_THAT(UnitFiles(), IsEmpty());
+    EXPECT_TRUE(fs::exists("/opt/agent.service"));
+    fs::remove("/opt/agent.service");
+}
+
 TEST_F(SystemdUnitTest, Fails_WhereTheUnitOrItsLinkCannotBeMade) {
     fs::create_directories(std::string(kUnit) + "/in the way");
     EXPECT_FALSE(SystemdUnit::Install(L"agent", kScript, L"3"));
