@@ -39,7 +39,7 @@ TEST(Attempt, Fails_WhenTheCommandIsKilled) {
     EXPECT_EQ(ending.error, "The command was ended by a signal.");
 }
 
-TEST(Attempt, HandsASignalOn_AndTellsOfIt) {
+TEST(Attempt, HandsASignalOn_AndReportsIt) {
     const Ending ending = Attempted([] {
         std::signal(SIGTERM, SIG_DFL);
         kill(getppid(), SIGTERM);
@@ -59,7 +59,7 @@ TEST(Attempt, LeavesTheCallerAsItWas) {
     EXPECT_EQ(changed, 0U);
 }
 
-TEST(Interruptions, ASignalIsTold_AndDoesNotEndTheProcess) {
+TEST(Interruptions, ASignalIsReported_AndDoesNotEndTheProcess) {
     Interruptions interruptions;
     EXPECT_FALSE(interruptions.HasCome());
     raise(SIGINT);

@@ -32,11 +32,11 @@ class Diff : public testing::Test {
     std::set<std::string> m_secrets;
 };
 
-TEST_F(Diff, IsThatOfTheHostsTool) {
+TEST_F(Diff, IsWhatTheHostsDiffWrites) {
     EXPECT_EQ(TextOf("a\nb\n", "a\nc\n"), "--- /x\n+++ /x\n@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
 }
 
-TEST_F(Diff, OfOneSideIsAsTheHostsToolWritesIt) {
+TEST_F(Diff, IsWhatTheHostsDiffWrites_WhenOneSideIsMissing) {
     EXPECT_EQ(TextOf(nullptr, "a\nb\n"), "--- /dev/null\n+++ /x\n@@ -0,0 +1,2 @@\n+a\n+b\n");
     EXPECT_EQ(TextOf("a\n", nullptr), "--- /x\n+++ /dev/null\n@@ -1 +0,0 @@\n-a\n");
     EXPECT_EQ(TextOf(nullptr, "a"),
@@ -44,7 +44,7 @@ TEST_F(Diff, OfOneSideIsAsTheHostsToolWritesIt) {
     EXPECT_EQ(TextOf(nullptr, ""), "");
 }
 
-TEST_F(Diff, IsOfTextsOnly) {
+TEST_F(Diff, IsNone_UnlessBothSidesAreText) {
     EXPECT_EQ(TextOf("a\n", "\xff\n"), "none");
     EXPECT_EQ(TextOf("\xff\n", nullptr), "none");
     EXPECT_EQ(TextOf(nullptr, std::string(70000, 'x').c_str()), "none");
@@ -52,7 +52,7 @@ TEST_F(Diff, IsOfTextsOnly) {
     EXPECT_TRUE(IsText("Zürich\n"));
 }
 
-TEST_F(Diff, HasNoPasswords) {
+TEST_F(Diff, MasksPasswords) {
     const Difference difference = Of("a_password=old!\n", "a_password=new!\nb=1\n");
     EXPECT_EQ(difference.text, "--- /x\n+++ /x\n@@ -1 +1,2 @@\n a_password=***\n+b=1\n");
     EXPECT_TRUE(difference.hasSecrets);

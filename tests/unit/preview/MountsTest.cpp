@@ -10,7 +10,7 @@
 namespace Zorvane::AgentInstaller::Preview {
 namespace {
 
-TEST(Mounts, ARowTellsWhereWhatAndHow) {
+TEST(Mounts, ARowHasThePointTheTypeAndTheFlags) {
     const auto mounts = ParseMounts(
         "36 35 98:0 /root /mnt\\0401 rw,nosuid,noatime master:1 - ext3 /dev/root rw,errors=continue\n"
         "37 35 0:20 / /tmp rw,nodev,noexec - tmpfs tmpfs ro,size=4k\n");
@@ -33,7 +33,7 @@ TEST(Mounts, APathIsOnTheLastMountAroundIt) {
     EXPECT_EQ(MountOf(mounts, "/opt/a/b")->id, 3);
 }
 
-TEST(Mounts, OnesThatOthersCoverAreNotSeen) {
+TEST(Mounts, MountsThatOthersCoverAreLeftOut) {
     const testfiles::TempDir dir;
     const std::string place = dir.Path() + "/place";
     const auto first = testsupport::Mount::Tmpfs(place);

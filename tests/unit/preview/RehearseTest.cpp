@@ -81,7 +81,7 @@ TEST(Rehearse, NoProcessOfTheHostCanBeSeenOrSignalled) {
         "no");
 }
 
-TEST(Rehearse, WhatSteersTheKernelIsReadOnly) {
+TEST(Rehearse, SettingsOfTheKernelAreReadOnly) {
     EXPECT_EQ(InCopy([] {
                   const int file = open("/proc/sys/kernel/hostname", O_WRONLY | O_CLOEXEC);
                   return YesOrNo(file >= 0 || mkdir("/sys/fs/mine", 0755) == 0);
@@ -189,7 +189,7 @@ TEST(Rehearse, WorksInAUserNamespaceWhoseRootIsItsOwn) {
     EXPECT_EQ(status, 0);
 }
 
-TEST(Rehearse, FailsWhenTheCodeIsKilled) {
+TEST(Rehearse, Fails_WhenTheCodeIsKilled) {
     EXPECT_EQ(InCopy([]() -> std::string {
                   kill(getpid(), SIGKILL);
                   return "";
@@ -197,7 +197,7 @@ TEST(Rehearse, FailsWhenTheCodeIsKilled) {
               "failed: The preview failed: the command was ended by a signal.");
 }
 
-TEST(Rehearse, FailsWhenWhatIsWrittenDoesNotFit) {
+TEST(Rehearse, Fails_WhenWhatIsWrittenDoesNotFit) {
     const auto write = [](std::size_t size) {
         return [size] {
             std::ofstream("/opt/large") << std::string(size, 'x') << std::flush;
@@ -212,7 +212,7 @@ TEST(Rehearse, FailsWhenWhatIsWrittenDoesNotFit) {
     EXPECT_FALSE(testfiles::Exists("/opt/large"));
 }
 
-TEST(Rehearse, FailsWhenTheCodeTakesTooLong_AndEndsIt) {
+TEST(Rehearse, FailsAndEndsTheCode_WhenThatTakesTooLong) {
     const auto start = std::chrono::steady_clock::now();
     const auto sleep = [] {
         std::this_thread::sleep_for(std::chrono::minutes(1));

@@ -86,7 +86,7 @@ TEST_F(UpperLayer, NothingIsTold_WhenAllIsAsBefore) {
                 IsEmpty());
 }
 
-TEST_F(UpperLayer, FilesAreToldByWhatBecameOfThem) {
+TEST_F(UpperLayer, FilesAreCreatedReplacedChangedOrRemoved) {
     EXPECT_THAT(After([] {
                     Write("/opt/t/new", "");
                     Write("/opt/t/file", "other\n");
@@ -111,7 +111,7 @@ TEST_F(UpperLayer, WhatMovesOutOfADirectoryThatGoesDoesNotCount) {
                 ElementsAre("remove /opt/t/dir (1)", "move /opt/t/dir/deep -> /opt/t/deep (1)"));
 }
 
-TEST_F(UpperLayer, ADirectoryThatMovesIsOneChange_AndWhatIsDoneInItAreMore) {
+TEST_F(UpperLayer, ADirectoryThatMovesIsOneChange_AndEachChangeInItAnother) {
     EXPECT_THAT(After([] {
                     fs::rename("/opt/t/dir", "/opt/t/moved");
                     Write("/opt/t/moved/one", "other\n");
@@ -140,7 +140,7 @@ TEST_F(UpperLayer, AFileMovesWithoutItsBytes) {
                 ElementsAre("change /opt/t/dir/file", "move /opt/t/file -> /opt/t/dir/file"));
 }
 
-TEST_F(UpperLayer, AFileThatReplacesAnotherIsToldAsItsBytes) {
+TEST_F(UpperLayer, AFileThatReplacesAnotherIsAReplacement) {
     EXPECT_THAT(After([] { fs::rename("/opt/t/file", "/opt/t/dir/one"); }),
                 ElementsAre("replace /opt/t/dir/one", "remove /opt/t/file"));
 }
@@ -178,7 +178,7 @@ TEST_F(UpperLayer, ADirectoryTakesThePlaceOfAnother) {
                 ElementsAre("remove /opt/t/dir (1)", "move /opt/t/dir/deep -> /opt/t/dir (1)"));
 }
 
-TEST_F(UpperLayer, OwnersAndAttributesAreTold) {
+TEST_F(UpperLayer, OwnersAndAttributesAreCompared) {
     EXPECT_THAT(After([] {
                     EXPECT_EQ(chown("/opt/t/file", 12, 34), 0);
                     EXPECT_EQ(setxattr("/opt/t/dir", "trusted.mark", "1", 1, 0), 0);
