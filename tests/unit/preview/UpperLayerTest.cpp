@@ -33,7 +33,7 @@ class UpperLayer : public testing::Test {
     }
 };
 
-TEST_F(UpperLayer, NothingIsTold_WhenNothingWasDone) {
+TEST_F(UpperLayer, HasNoChange_WhenNothingWasDone) {
     EXPECT_THAT(After([] {}), IsEmpty());
 }
 
@@ -69,7 +69,7 @@ TEST_F(UpperLayer, ADirectoryThatIsEmptiedIntoANewOneHasMoved_WhenItGoesItself) 
         << "an entry has another name";
 }
 
-TEST_F(UpperLayer, NothingIsTold_WhenAllIsAsBefore) {
+TEST_F(UpperLayer, HasNoChange_WhenAllIsAsBefore) {
     EXPECT_THAT(After([] {
                     chmod("/opt/t/file", 0600);
                     chmod("/opt/t/file", 0644);
