@@ -34,25 +34,23 @@ bool IsPlan(const Json& plan) {
            plan["agent"].is_object();
 }
 
-/// What two documents say of a path: null for nothing.
-struct Pair {
-    Json planned;
-    Json now;
-};
+using ChangesByPath = std::map<std::string, Json>;
 
 /// The changes by path, without what follows from the rest. One that a plan has twice is told by the last.
-std::map<std::string, Pair> PairsOf(const Json& plan, const Json& document) {
-    std::map<std::string, Pair> pairs;
-    const auto collect = [&pairs](const Json& changes, Json Pair::*side) {
-        for (Json change : changes) {
-            change.erase("diff");
-            const std::string path = change.value("path_base64", change.value("path", ""));
-            pairs[path].*side = std::move(change);
-        }
-    };
-    collect(plan["changes"], &Pair::planned);
-    collect(document["changes"], &Pair::now);
-    return pairs;
+ChangesByPath ChangesOf(const Json& document) {
+    ChangesByPath changes;
+    for (Json change : document["changes"]) {
+        change.erase("diff");
+        const std::string path = change.value("path_base64", change.value("path", ""));
+        changes[path] = std::move(change);
+    }
+    return changes;
+}
+
+/// Null for a path that does not change.
+Json ChangeAt(const ChangesByPath& changes, const std::string& path) {
+    const auto found = changes.find(path);
+    return found == changes.end() ? Json() : found->second;
 }
 
 std::string ActionOf(const Json& change) {
@@ -76,11 +74,15 @@ Outcome<> CheckPlan(const String& planFile, const Json& document) {
     const Json plan = Preview::Parsed(*bytes);
     if (!IsPlan(plan)) return Fail(L"This is no document of -preview -out: ", planFile);
     if (plan["command"] != document["command"]) return Fail(L"The plan is of another command: ", planFile);
+    const ChangesByPath planned = ChangesOf(plan);
+    const ChangesByPath found = ChangesOf(Preview::Parsed(Preview::Kept(document)));
+    ChangesByPath all = found;
+    all.insert(planned.begin(), planned.end());
     String differences;
-    for (const auto& [path, pair] : PairsOf(plan, Preview::Parsed(Preview::Kept(document)))) {
-        if (pair.planned == pair.now) continue;
-        const Json& either = pair.now.is_null() ? pair.planned : pair.now;
-        differences += Difference(either["path"], ActionOf(pair.planned), ActionOf(pair.now));
+    for (const auto& [path, change] : all) {
+        const Json before = ChangeAt(planned, path);
+        const Json now = ChangeAt(found, path);
+        if (before != now) differences += Difference(change["path"], ActionOf(before), ActionOf(now));
     }
     if (StartOf(plan) != StartOf(document))
         differences += Difference("the agent", StartOf(plan), StartOf(document));
