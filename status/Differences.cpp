@@ -164,7 +164,8 @@ void HideOtherSources(const String& clientConf) {
     for (const std::string& name : names) unsetenv(name.c_str());
     setenv("QDNCLIENT_CONFIG_FILE", clientConf.Utf8().c_str(), 1);
     // In the copy of the host, where what stays of it shows in the differences.
-    if (!corekit::Dir::Remove(Names::kHandOverDir)) Forgive(File::Remove(Names::kHandOverDir));
+    if (!corekit::Dir::Remove(Names::kHandOverDir))
+        Forgive(File::Remove(Names::kHandOverDir, corekit::HostDirectory::Meant));
 }
 
 std::string WithWhatWasLeft(const std::string& record) {

@@ -27,6 +27,16 @@ Expected<ParentDirectory> FindPlace(const String& path) {
     return place;
 }
 
+/// A link or a device in one of its directories is the host's, whatever its name is: /bin/sh, /dev/null,
+/// /etc/resolv.conf.
+Result CheckEntry(const ParentDirectory& place) {
+    if (const Result allowed = CheckReplaceable(place.At()); !allowed) return allowed;
+    const auto info = StatOf(place.Fd(), place.name);
+    if (!info) return info.error();
+    const bool isSuspect = S_ISLNK(info->st_mode) || S_ISCHR(info->st_mode) || S_ISBLK(info->st_mode);
+    return isSuspect ? corekit::CheckRemovable(place.directory) : Result();
+}
+
 }  // namespace
 
 namespace File {
@@ -48,21 +58,11 @@ Result RemoveMatches(const ParentDirectory& pattern, HostDirectory hostDirectory
     return Worse(failure, result);
 }
 
-/// A link or a device in one of its directories is the host's, whatever its name is: /bin/sh, /dev/null,
-/// /etc/resolv.conf.
-Result CheckRemovable(const ParentDirectory& place) {
-    if (const Result allowed = CheckReplaceable(place.At()); !allowed) return allowed;
-    const auto info = StatOf(place.Fd(), place.name);
-    if (!info) return info.error();
-    const bool isSuspect = S_ISLNK(info->st_mode) || S_ISCHR(info->st_mode) || S_ISBLK(info->st_mode);
-    return isSuspect ? corekit::CheckRemovable(place.directory) : Result();
-}
-
 Expected<ParentDirectory> FindRemovable(const String& path, HostDirectory hostDirectory) {
     auto place = FindPlace(path);
     if (!place) return place;
     const Result allowed = hostDirectory == HostDirectory::Refused
-                               ? CheckRemovable(*place)
+                               ? CheckEntry(*place)
                                : CheckReplaceable(place->At(), HostDirectory::Meant);
     if (!allowed) return allowed;
     return place;
@@ -108,7 +108,7 @@ Result Dir::Remove(const String& path) {
     if (!place) return place.error().About(path);
     // The name is looked at once more in the place that is held open: a link on the way may have been
     // changed.
-    if (const Result allowed = CheckReplaceable(place->At()); !allowed) return allowed.About(path);
+    if (const Result allowed = CheckEntry(*place); !allowed) return allowed.About(path);
     const auto info = StatOf(place->Fd(), place->name);
     if (!info) return info.error().About(path);
     if (S_ISDIR(info->st_mode)) return RemoveTree(place->At()).About(path);

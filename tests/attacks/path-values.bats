@@ -276,6 +276,7 @@ event_queue_dir /var/lib/hosts/deep
 package_storage_path /etc/hosts.d/keys
 var /var/lib/hosts-single/only
 debug_output /var/log/hosts.log
+swd_storage_path /bin/sh
 END
 }
 

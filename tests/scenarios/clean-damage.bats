@@ -199,10 +199,9 @@ END
         for key in $keys; do set_value "$key" /opt/through; done
         clean
         expect_told
-        expect_missing /opt/through
+        [ "$(readlink /opt/through)" = /opt/other ] # a link in a directory of the host is the host's
         [ "$(find /opt/other | LC_ALL=C sort | xargs)" = \
             "/opt/other /opt/other/README /opt/other/bin /opt/other/bin/program /opt/other/lib /opt/other/lib/library" ]
-        ln -sfn /opt/other /opt/through
     done
 }
 

@@ -329,6 +329,7 @@ TEST(HostDirectories, ALinkOfTheHostIsRemoved_OnlyWhereThatIsMeant) {
     namespace File = corekit::File;
     EXPECT_EQ(File::Remove(L"/usr/bin/host-link"), corekit::Result(EPERM));
     EXPECT_EQ(File::RemoveEx(L"/bin/host-link"), corekit::Result(EPERM));
+    EXPECT_EQ(corekit::Dir::Remove(L"/usr/bin/host-link/"), corekit::Result(EPERM));
     EXPECT_EQ(File::Remove(L"/dev/null"), corekit::Result(EPERM));
     EXPECT_TRUE(fs::is_symlink("/usr/bin/host-link"));
     EXPECT_TRUE(File::Remove(L"/usr/bin/host-link", File::HostDirectory::Meant));
