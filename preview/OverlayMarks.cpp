@@ -26,7 +26,7 @@ std::set<std::string> NamesIn(const std::string& directory) {
     if (!stream) return names;
     while (const dirent* entry = readdir(stream.get())) {
         const std::string name = entry->d_name;
-        if (name != "." && name != "..") names.insert(name);
+        if (name != "." && name != ".." && !name.starts_with(kTakenAway)) names.insert(name);
     }
     return names;
 }

@@ -4,6 +4,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "preview/HostCopy.h"
 
@@ -22,6 +23,10 @@ std::optional<std::string> MarkOf(const std::string& path, const std::string& na
 /// True for the mark of a name that was taken away.
 bool IsWhiteout(const std::string& path);
 
+/// A directory of this name has been taken away in the copy, and is nothing but in the way.
+inline constexpr std::string_view kTakenAway = ".qdn-configure-taken-away-";
+
+/// All names in a directory but those.
 std::set<std::string> NamesIn(const std::string& directory);
 
 /// The directory, "/" and the name, also below the top "".

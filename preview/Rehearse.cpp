@@ -13,8 +13,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "corekit/fs/Dir.h"
 #include "corekit/os/Console.h"
 #include "corekit/os/SystemCall.h"
+#include "preview/OverlayMarks.h"
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
@@ -113,6 +115,7 @@ void Performance::Perform(const std::function<std::string()>& code) {
     if (dup2(m_output.writer.Get(), STDOUT_FILENO) < 0 || dup2(m_errors.writer.Get(), STDERR_FILENO) < 0 ||
         !m_copy.Enter())
         _exit(kNoCopy);
+    corekit::Dir::TakeTreesAwayTo(std::string(kTakenAway));
     const std::string result = code();
     corekit::Console::Flush();
     // Without a result the other side says that the rehearsal has failed.

@@ -73,15 +73,18 @@ constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
 constexpr const wchar_t* kReasonToKeep = L"not everything could be removed";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
-/// The directory of a store; empty when it is the host's, which holds nothing that is ours.
-String StoreOf(const IniFile& conf, const ConfKey& store) {
+/// The directory of a store in which files have to be searched for by their names, since a link leads there,
+/// which is all that goes with the store. Empty for others: they go with all that they hold, or are the
+/// host's, which hold nothing that is ours.
+String LinkedStore(const IniFile& conf, const ConfKey& store) {
     const String directory = ConfiguredDirectory(conf, store);
-    return corekit::CheckRemovable(directory) == Result(EPERM) ? String() : directory;
+    const bool isHosts = corekit::CheckRemovable(directory) == Result(EPERM);
+    return isHosts || corekit::Path::Resolve(directory) + L"/" == directory ? String() : directory;
 }
 
 void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
     for (const DataFiles& row : kDataFiles) {
-        const String directory = StoreOf(conf, row.store);
+        const String directory = LinkedStore(conf, row.store);
         String extension = GetValue(conf, row.extensionKey);
         if (extension.IsEmpty()) extension = row.usualExtension;
         if (directory.IsEmpty() || extension.Contains(L"/")) continue;
@@ -89,7 +92,7 @@ void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
         left.Add(pattern, File::RemoveEx(pattern));
     }
     for (const StoredFiles& row : kStoredFiles) {
-        const String directory = StoreOf(conf, row.store);
+        const String directory = LinkedStore(conf, row.store);
         if (directory.IsEmpty()) continue;
         const String pattern = directory + row.pattern;
         left.Add(pattern, File::RemoveEx(pattern));

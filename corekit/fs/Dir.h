@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "corekit/os/Result.h"
@@ -54,14 +55,21 @@ class Dir {
     /// entries.
     static Result Remove(const String& path);
 
+    /// From now on a tree of which nothing would stay is removed by one rename: to a new name that begins
+    /// with `place`, at the top of its file system, if that is a directory of the host's own, which nobody
+    /// else looks through. For a process in a copy of the host, where entry by entry takes long. An empty
+    /// name ends it.
+    static void TakeTreesAwayTo(const std::string& place);
+
     /// Removes a directory that is empty; any other stays (ENOTEMPTY).
     static Result RemoveIfEmpty(const String& path);
 
     /// Moves the entries of `from` into `to` (made when missing, with the owner and the mode of `from`),
-    /// across file systems too. What stands in `to` already stays, and what would replace it by something
-    /// else stays in `from`: then the result is EEXIST. So does what cannot be moved, whole; the rest is
-    /// moved all the same. `from` is removed when it is empty. Refused out of one of the host's own
-    /// directories (EPERM) and into `from` itself or below it (EINVAL).
+    /// across file systems too; by one rename where nothing is at `to` nor mounted below `from`. What stands
+    /// in `to` already stays, and what would replace it by something else stays in `from`: then the result is
+    /// EEXIST. So does what cannot be moved, whole; the rest is moved all the same. `from` is removed when it
+    /// is empty. Refused out of one of the host's own directories (EPERM) and into `from` itself or below it
+    /// (EINVAL).
     static Result Move(const String& from, const String& to);
 
     /// Flushes a directory to disk: what was made, renamed and removed in it.

@@ -4,6 +4,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include "corekit/fs/Dir.h"
 #include "preview/UpperLayer.h"
 #include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
@@ -101,6 +102,20 @@ TEST_F(UpperLayer, FilesAreCreatedReplacedChangedOrRemoved) {
 
 TEST_F(UpperLayer, ADirectoryThatGoesIsOneChange) {
     EXPECT_THAT(After([] { fs::remove_all("/opt/t/dir"); }), ElementsAre("remove /opt/t/dir (3)"));
+}
+
+/// Removed as the program removes it: by one rename, of which nothing is told.
+TEST_F(UpperLayer, ADirectoryThatTheProgramRemovesIsOneChange) {
+    EXPECT_THAT(After([] { EXPECT_TRUE(corekit::Dir::Remove(L"/opt/t/dir")); }),
+                ElementsAre("remove /opt/t/dir (3)"));
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/dir/deep", "/opt/t/deep");
+                    Write("/opt/t/dir/one", "other\n");
+                    EXPECT_TRUE(corekit::Dir::Remove(L"/opt/t/dir"));
+                    Write("/opt/t/dir/new", "");
+                    EXPECT_TRUE(corekit::Dir::Remove(L"/opt/t/deep"));
+                }),
+                ElementsAre("remove /opt/t/dir/deep (1)", "create /opt/t/dir/new", "remove /opt/t/dir/one"));
 }
 
 TEST_F(UpperLayer, WhatMovesOutOfADirectoryThatGoesDoesNotCount) {

@@ -140,6 +140,16 @@ TEST_F(FileRemoval60, RemovesTheAgentsFilesFromItsStores) {
     EXPECT_TRUE(std::filesystem::is_empty(kAgent));
 }
 
+TEST_F(FileRemoval60, RemovesTheAgentsFilesBehindALinkInAnotherStore) {
+    Write(std::string(kAgent) + "/queue/a.kse", "");
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/agent/queue/tasks");
+    for (const std::string name : {"a.kst", "a.other"}) Write("/opt/data/" + name, "");
+    Remove("event_queue_dir=/opt/agent/queue\ntask_storage_path=/opt/agent/queue/tasks\n");
+    EXPECT_FALSE(Exists("/opt/data/a.kst"));
+    EXPECT_TRUE(Exists("/opt/data/a.other"));
+    EXPECT_FALSE(Exists("/opt/agent/queue"));
+}
+
 TEST_F(FileRemoval60, RemovesFilesWithTheConfiguredExtensions) {
     std::filesystem::create_directories(kAgent);
     std::filesystem::create_directory_symlink("/opt/data", "/opt/agent/store");

@@ -7,6 +7,8 @@
 #include <string>
 #include <sys/syscall.h>
 
+#include "corekit/fs/Dir.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
@@ -73,4 +75,62 @@ TEST(RemoveTree, ReturnsTheFirstFailureAndGoesOn) {
               EPERM);
     EXPECT_TRUE(testfiles::Exists(dir / "tree/a/file"));
     EXPECT_TRUE(testfiles::Exists(dir / "tree/b/file"));
+}
+
+namespace {
+
+/// Trees go to a name at the top of the file system of /opt.
+class TreesTakenAway : public testing::Test {
+  protected:
+    TreesTakenAway() {
+        testfiles::Write("/opt/agent/a/file", "");
+        corekit::Dir::TakeTreesAwayTo(".away-");
+    }
+    ~TreesTakenAway() override {
+        corekit::Dir::TakeTreesAwayTo("");
+        for (const auto& entry : fs::directory_iterator("/opt")) fs::remove_all(entry);
+    }
+    static Result Remove(const std::string& directory = "/opt", const std::string& name = "agent") {
+        const auto open = corekit::OpenDirectory(directory);
+        return open ? RemoveTree({open->Get(), name}) : open.error();
+    }
+    static std::vector<std::string> TakenAway() {
+        std::vector<std::string> names = NamesIn("/opt");
+        std::erase_if(names, [](const std::string& name) { return !name.starts_with(".away-"); });
+        return names;
+    }
+};
+
+}  // namespace
+
+TEST_F(TreesTakenAway, AreWhole) {
+    EXPECT_TRUE(Remove());
+    EXPECT_FALSE(testfiles::Exists("/opt/agent"));
+    ASSERT_EQ(TakenAway().size(), 1U);
+    EXPECT_TRUE(testfiles::Exists("/opt/" + TakenAway().front() + "/a/file"));
+}
+
+TEST_F(TreesTakenAway, HaveNothingMountedInThem) {
+    const Mount mount = Mount::Tmpfs("/opt/agent/mounted");
+    testfiles::Write("/opt/agent/mounted/file", "");
+    EXPECT_EQ(Remove(), Result(EBUSY));
+    EXPECT_THAT(TakenAway(), IsEmpty());
+    EXPECT_THAT(NamesIn("/opt/agent"), ElementsAre("mounted"));
+    EXPECT_THAT(NamesIn("/opt/agent/mounted"), ElementsAre("file"));
+}
+
+TEST_F(TreesTakenAway, AreWithinWhatMayBeRemoved) {
+    fs::create_directory("/opt/agent/b");
+    ASSERT_TRUE(corekit::ConfineRemovals(L"/opt/agent/b"));
+    EXPECT_EQ(Remove(), Result(EXDEV));
+    corekit::ForgetOwn();
+    EXPECT_THAT(TakenAway(), IsEmpty());
+    EXPECT_TRUE(testfiles::Exists("/opt/agent/a/file"));
+}
+
+TEST_F(TreesTakenAway, StayOutOfAFileSystemOfTheirOwn) {
+    const Mount mount = Mount::Tmpfs("/opt/own");
+    testfiles::Write("/opt/own/tree/file", "");
+    EXPECT_TRUE(Remove("/opt/own", "tree"));
+    EXPECT_THAT(NamesIn("/opt/own"), IsEmpty());
 }
