@@ -1,5 +1,9 @@
 // Moves what a directory holds into another.
 #include <cerrno>
+#include <cstdio>
+#include <fcntl.h>
+#include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +19,8 @@
 namespace corekit {
 
 namespace {
+
+constexpr std::size_t kLongestMountTable = std::size_t{64} << 20;
 
 /// Goes on after a failure, so that as much as possible gets to its new place. Returns the first failure; any
 /// other error takes precedence over EEXIST.
@@ -42,6 +48,48 @@ Expected<Descriptor> OpenOrMake(const String& path, int model) {
     return directory;
 }
 
+/// A "/" at the end of the path does not count.
+String DirectoryAbove(const String& path) {
+    String above = path;
+    while (above.EndsWith(L"/")) above = above.Left(above.Length() - 1);
+    return Path::GetDirectory(above);
+}
+
+/// True where something may be mounted below a directory.
+bool MayHoldMounts(const Descriptor& directory) {
+    const auto path = ReadLink(AT_FDCWD, "/proc/self/fd/" + std::to_string(directory.Get()));
+    const auto table = OpenAt(AT_FDCWD, "/proc/self/mountinfo", O_RDONLY);
+    if (!path || !table) return true;
+    const auto mounts = ReadAll(table->Get(), kLongestMountTable);
+    if (!mounts) return true;
+    std::string below = " ";
+    for (const char each : *path + "/") {
+        // As the table writes what would end a field.
+        const std::string_view special = " \t\n\\";
+        constexpr const char* kEscaped[] = {"\\040", "\\011", "\\012", "\\134"};
+        const std::size_t found = special.find(each);
+        below += found == std::string_view::npos ? std::string(1, each) : kEscaped[found];
+    }
+    return mounts->find(below) != std::string::npos;
+}
+
+/// Renames a directory to where nothing is. Fails where that is not possible, or would take along what is
+/// mounted in it.
+Result RenameWhole(const String& from, const Descriptor& directory, const String& to) {
+    if (!IsNotFound(File::Probe(to))) return Result(EEXIST);
+    const auto old = ParentDirectory::Of(from);
+    if (!old) return old.error();
+    const auto itself = StatOf(directory.Get());
+    const auto entry = StatOf(old->Fd(), old->name);
+    if (!itself || !entry || !IsSameFile(*itself, *entry)) return Result(ELOOP);
+    if (MayHoldMounts(directory)) return Result(EBUSY);
+    if (const Result made = Dir::CreateR(DirectoryAbove(to)); !made) return made;
+    const auto place = ParentDirectory::Of(to);
+    if (!place) return place.error();
+    return Outcome(
+        renameat2(old->Fd(), old->name.c_str(), place->Fd(), place->name.c_str(), RENAME_NOREPLACE));
+}
+
 }  // namespace
 
 Result Dir::Move(const String& from, const String& to) {
@@ -49,6 +97,7 @@ Result Dir::Move(const String& from, const String& to) {
     const auto source = OpenDirectory(from);
     if (!source) return source.error().About(from);
     if (const Result allowed = CheckRemovable(*source); !allowed) return allowed.About(from);
+    if (RenameWhole(from, *source, to)) return FlushEntries(DirectoryAbove(to));
     const auto target = OpenOrMake(to, source->Get());
     if (!target) return target.error().About(to);
     const Result moved = MoveEntries(source->Get(), target->Get());

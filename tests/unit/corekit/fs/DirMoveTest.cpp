@@ -73,6 +73,30 @@ TEST(DirMove, MovesEveryEntryAndTheEmptyDirectoryGoes) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("new"));
 }
 
+TEST(DirMove, RenamesTheDirectoryItself_WhereNothingStandsInTheWay) {
+    const Workspace dir;
+    MakeStore(dir / "from");
+    ASSERT_EQ(chmod((dir / "from").c_str(), 0700), 0);
+    struct stat before {};
+    struct stat after {};
+    ASSERT_EQ(stat((dir / "from").c_str(), &before), 0);
+    EXPECT_TRUE(Dir::Move(dir("from"), dir("above/to/")));
+    ASSERT_EQ(stat((dir / "above/to").c_str(), &after), 0);
+    EXPECT_EQ(after.st_ino, before.st_ino);
+    EXPECT_EQ(after.st_mode, before.st_mode);
+    ExpectStore(dir / "above/to");
+    EXPECT_FALSE(testfiles::Exists(dir / "from"));
+}
+
+TEST(DirMove, LeavesWhatIsMountedInTheDirectory) {
+    const Workspace dir;
+    testfiles::Write(dir / "from/file", "");
+    const Mount mount = Mount::Tmpfs(dir / "from/a disk");
+    EXPECT_EQ(Dir::Move(dir("from"), dir("to")), Result(EBUSY));
+    EXPECT_THAT(NamesIn(dir / "from"), ElementsAre("a disk"));
+    EXPECT_THAT(NamesIn(dir / "to"), ElementsAre("file"));
+}
+
 TEST(DirMove, MovesAcrossFileSystems) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");
