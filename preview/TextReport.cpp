@@ -2,6 +2,7 @@
 #include "preview/TextReport.h"
 
 #include <algorithm>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -17,6 +18,8 @@ using Json = nlohmann::ordered_json;
 namespace {
 
 constexpr std::size_t kWidestValue = 44;
+constexpr std::size_t kWidestList = 100;
+constexpr std::size_t kLongestDiff = 24;  // lines
 
 struct ActionWord {
     std::string_view action;
@@ -47,21 +50,23 @@ std::string Shown(const std::string& text) {
     return corekit::Text::Printable(String::FromUtf8(text)).Utf8();
 }
 
-std::string FileAndLine(const Json& source) {
-    const auto line = source.find("line");
-    const bool hasLine = line != source.end() && line->is_number();
-    return Shown(Text(source, "file")) + (hasLine ? ":" + std::to_string(line->get<unsigned long>()) : "");
+std::string SourceKind(const Json& holder) {
+    const auto source = holder.find("source");
+    return source != holder.end() && source->is_object() ? Text(*source, "kind") : std::string();
 }
 
-std::string SourceText(const Json& holder) {
-    const auto source = holder.find("source");
-    if (source == holder.end() || !source->is_object()) return {};
-    const std::string kind = Text(*source, "kind");
-    if (kind == "xml" || kind == "installed" || kind == "template") return FileAndLine(*source);
-    if (kind == "environment") return "variable " + Shown(Text(*source, "variable"));
-    if (kind == "option") return "command line";
-    return kind == "package-manager" ? "package manager" : kind;
-}
+/// The files that values are from, each under its own name, or its path where another one has the same name.
+class SourceFiles {
+  public:
+    std::string NameOf(const std::string& path) {
+        const std::string name = path.substr(path.rfind('/') + 1);
+        return m_paths.try_emplace(name, path).first->second == path ? name : path;
+    }
+    const std::map<std::string, std::string>& Paths() const { return m_paths; }
+
+  private:
+    std::map<std::string, std::string> m_paths;  // by name
+};
 
 /// "-rwxr-xr-x", as ls shows the mode of a file of this type.
 std::string ModeText(const std::string& type, const std::string& octal) {
@@ -97,10 +102,6 @@ struct Row {
     std::vector<std::string> notes = {};
 };
 
-Row RowOf(const Json& holder, const std::string& name) {
-    return {Shown(name), Shown(Text(holder, "value")), SourceText(holder)};
-}
-
 class Report {
   public:
     Report(const Json& document, Colours colours)
@@ -109,6 +110,7 @@ class Report {
     std::string Make(Output output) {
         AddSettings();
         AddKeys();
+        AddSources();
         AddChanges();
         AddDifferences();
         if (output == Output::Shown) AddOutput();
@@ -122,19 +124,41 @@ class Report {
     }
     void AddTitle(const char* title) { m_text += "\n" + Coloured(title, kBold) + "\n"; }
 
+    std::string SourceText(const Json& holder);
+    Row RowOf(const Json& holder, const std::string& name) {
+        return {Shown(name), Shown(Text(holder, "value")), SourceText(holder)};
+    }
+    void AddUnused(const Json& unused, Row& row);
     void AddRows(const std::vector<Row>& rows);
+    void AddList(std::string line, const std::vector<std::string>& items);
     void AddSettings();
     void AddKeys();
+    void AddSources();
     void AddChanges();
     void AddDifferences();
+    void AddDiff(const std::string& diff);
     void AddOutput();
     void AddClosing();
     std::string ChangeLine(const Json& change) const;
 
     const Json& m_document;
     bool m_hasColours;
+    SourceFiles m_files;
     std::string m_text;
 };
+
+std::string Report::SourceText(const Json& holder) {
+    const std::string kind = SourceKind(holder);
+    if (kind == "environment") return "variable " + Shown(Text(holder["source"], "variable"));
+    if (kind == "option") return "command line";
+    if (kind == "package-manager") return "package manager";
+    if (kind != "xml" && kind != "installed" && kind != "template") return kind;
+    const Json& source = holder["source"];
+    const auto line = source.find("line");
+    const bool hasLine = line != source.end() && line->is_number();
+    return Shown(m_files.NameOf(Text(source, "file"))) +
+           (hasLine ? ":" + std::to_string(line->get<unsigned long>()) : "");
+}
 
 void Report::AddRows(const std::vector<Row>& rows) {
     std::size_t names = 0;
@@ -144,15 +168,27 @@ void Report::AddRows(const std::vector<Row>& rows) {
         values = std::max(values, std::min(kWidestValue, Width(row.value)));
     }
     for (const Row& row : rows) {
-        m_text +=
-            "  " + Padded(row.name, names) + "  " + Padded(row.value, values) + "  " + row.source + "\n";
+        m_text += "  " + Padded(row.name, names) + "  ";
+        m_text += (row.source.empty() ? row.value : Padded(row.value, values) + "  " + row.source) + "\n";
         for (const std::string& note : row.notes)
             m_text += "  " + std::string(names, ' ') + "  " + note + "\n";
     }
 }
 
+/// Items with commas between, on as many lines as they take.
+void Report::AddList(std::string line, const std::vector<std::string>& items) {
+    for (const std::string& item : items) {
+        if (Width(line) + Width(item) + 2 > kWidestList) {
+            m_text += line + "\n";
+            line = "   ";
+        }
+        line += " " + item + (&item == &items.back() ? "" : ",");
+    }
+    m_text += line + "\n";
+}
+
 /// What a setting's value won over: a default beside its source, anything else on a line of its own.
-void AddUnused(const Json& unused, Row& row) {
+void Report::AddUnused(const Json& unused, Row& row) {
     for (const Json& value : unused) {
         const std::string lost = Shown(Text(value, "value"));
         const std::string source = SourceText(value);
@@ -165,19 +201,23 @@ void AddUnused(const Json& unused, Row& row) {
     }
 }
 
-/// A setting that is empty because nobody gives it a value is not worth a line, nor is a default that was
-/// overridden.
+/// A setting that has its default is not worth a line of its own, and none at all when that is empty.
 void Report::AddSettings() {
     std::vector<Row> rows;
+    std::vector<std::string> defaults;
     for (const Json& setting : m_document["settings"]) {
         Row row = RowOf(setting, Text(setting, "name"));
         if (const auto unused = setting.find("unused"); unused != setting.end()) AddUnused(*unused, row);
-        if (!row.value.empty() || SourceText(setting) != "default" || !row.notes.empty())
+        if (SourceKind(setting) != "default" || !row.notes.empty()) {
             rows.push_back(std::move(row));
+        } else if (!row.value.empty()) {
+            defaults.push_back(row.name + " " + row.value);
+        }
     }
-    if (rows.empty()) return;
+    if (rows.empty() && defaults.empty()) return;
     AddTitle("Settings");
     AddRows(rows);
+    if (!defaults.empty()) AddList("  by default:", defaults);
 }
 
 /// The keys that have values of their own: neither a setting's nor what the package's template has. Of the
@@ -189,19 +229,26 @@ void Report::AddKeys() {
     std::size_t usual = 0;
     for (const Json& key : m_document["client_conf"]["keys"]) {
         const std::string kind = Text(key["source"], "kind");
-        Row row = RowOf(key, "[" + Text(key, "section") + "] " + Text(key, "key"));
         if (kind == "setting") {
             ++fromSettings;
         } else if (kind == "template" || key.value("usual", false)) {
             ++usual;
         } else {
-            rows.push_back(std::move(row));
+            rows.push_back(RowOf(key, "[" + Text(key, "section") + "] " + Text(key, "key")));
         }
     }
     AddTitle("Keys of client.conf");
     AddRows(rows);
     m_text += std::string("  ") + (rows.empty() ? "" : "and ") + std::to_string(fromSettings) +
               " from the settings, " + std::to_string(usual) + " as in the package's template\n";
+}
+
+void Report::AddSources() {
+    if (m_files.Paths().empty()) return;
+    AddTitle("Sources");
+    std::vector<Row> rows;
+    for (const auto& [name, path] : m_files.Paths()) rows.push_back({Shown(name), Shown(path), ""});
+    AddRows(rows);
 }
 
 std::string Report::ChangeLine(const Json& change) const {
@@ -234,19 +281,27 @@ void Report::AddDifferences() {
         // What is created or goes is told by its line: its text would fill the screen.
         if (Text(change, "action") != "replace" || Text(change, "diff").empty()) continue;
         if (std::exchange(isFirst, false)) AddTitle("Differences");
-        const std::string diff = Text(change, "diff");
-        for (std::size_t at = 0; at < diff.size();) {
-            const std::size_t end = std::min(diff.find('\n', at), diff.size());
-            const std::string line = Shown(diff.substr(at, end - at));
-            const char sign = line.empty() ? ' ' : line.front();
-            const char* colour = sign == '+'   ? "\033[32m"
-                                 : sign == '-' ? "\033[31m"
-                                 : sign == '@' ? "\033[36m"
-                                               : nullptr;
-            m_text += (colour == nullptr ? line : Coloured(line, colour)) + "\n";
-            at = end + 1;
-        }
+        AddDiff(Text(change, "diff"));
     }
+}
+
+void Report::AddDiff(const std::string& diff) {
+    std::size_t lines = 0;
+    for (std::size_t at = 0; at < diff.size(); ++lines) {
+        const std::size_t end = std::min(diff.find('\n', at), diff.size());
+        const std::string line = Shown(diff.substr(at, end - at));
+        at = end + 1;
+        if (lines >= kLongestDiff) continue;
+        const char sign = line.empty() ? ' ' : line.front();
+        const char* colour = sign == '+'   ? "\033[32m"
+                             : sign == '-' ? "\033[31m"
+                             : sign == '@' ? "\033[36m"
+                                           : nullptr;
+        m_text += (colour == nullptr ? line : Coloured(line, colour)) + "\n";
+    }
+    if (lines > kLongestDiff)
+        m_text +=
+            "... and " + std::to_string(lines - kLongestDiff) + " more lines, which -preview -json shows\n";
 }
 
 void Report::AddOutput() {

@@ -195,7 +195,7 @@ END
     expect_field '[k["source"] for k in d["client_conf"]["keys"] if k["key"] == "package_retry_delay"]' \
         "[{\"kind\": \"installed\", \"file\": \"$agent/etc/client.conf\", \"line\": $line}]"
     qdn_configure -preview -configure -noimode
-    grep -qx "  \[Configuration\] package_retry_delay  *61  *$agent/etc/client.conf:$line" "$desk/out"
+    grep -qx "  \[Configuration\] package_retry_delay  *61  *client.conf:$line" "$desk/out"
     grep -qx "  and [0-9]* from the settings, [0-9]* as in the package's template" "$desk/out"
     expect_no_line '^  Guid  *default' "$desk/out"
 }

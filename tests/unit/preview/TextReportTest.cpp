@@ -13,6 +13,8 @@ constexpr const char* kDocument = R"({
   "settings": [
     {"name": "KSName", "value": "kell.example", "source": {"kind": "environment", "variable": "QDN_INSTALL_KSNAME"}, "unused": []},
     {"name": "Guid", "value": "", "source": {"kind": "default"}, "unused": []},
+    {"name": "LogFile", "value": "a.log", "source": {"kind": "default"}, "unused": []},
+    {"name": "Start", "value": "yes", "source": {"kind": "default"}, "unused": []},
     {"name": "LogSize", "value": "512", "source": {"kind": "xml", "file": "/tmp/a.xml", "line": 4, "column": 13},
      "unused": [{"value": "256", "source": {"kind": "default"}}, {"value": "1", "source": {"kind": "environment", "variable": "X"}}]}],
   "client_conf": {"path": "/opt/a/etc/client.conf", "keys": [
@@ -46,13 +48,18 @@ TEST(TextReport, HasSettingsChangesDifferencesOutputAndAClosingLine) {
     EXPECT_EQ(Report(Colours::None, Output::Shown), R"(
 Settings
   KSName   kell.example  variable QDN_INSTALL_KSNAME
-  LogSize  512           /tmp/a.xml:4 (default: 256)
+  LogSize  512           a.xml:4 (default: 256)
            not used: 1 (variable X)
+  by default: LogFile a.log, Start yes
 
 Keys of client.conf
-  [Tickle] enabled  no  /opt/old.conf:7
-  [SWD] x           1   /tmp/a.xml:9
+  [Tickle] enabled  no  old.conf:7
+  [SWD] x           1   a.xml:9
   and 1 from the settings, 3 as in the package's template
+
+Sources
+  a.xml     /tmp/a.xml
+  old.conf  /opt/old.conf
 
 Changes
   create   lrwxrwxrwx 0:0  /a -> b
@@ -77,6 +84,30 @@ Right now it would do nothing: The agent is running.
 
 TEST(TextReport, LeavesOutWhatHasBeenSeenAlready) {
     EXPECT_EQ(Report(Colours::None, Output::SeenAlready).find("Done."), std::string::npos);
+}
+
+TEST(TextReport, TellsFilesOfOneNameApartByTheirPaths) {
+    auto document = nlohmann::ordered_json::parse(kDocument);
+    document["client_conf"]["keys"][4]["source"]["file"] = "/opt/a.xml";
+    const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
+    EXPECT_NE(report.find(" 512           a.xml:4 "), std::string::npos) << report;
+    EXPECT_NE(report.find(" /opt/a.xml:9\n"), std::string::npos) << report;
+}
+
+TEST(TextReport, BreaksLongListsAndCutsLongDifferences) {
+    auto document = nlohmann::ordered_json::parse(kDocument);
+    document["settings"][2]["value"] = std::string(60, 'x');
+    document["settings"][3]["value"] = std::string(30, 'y');
+    std::string diff = "--- /f\n+++ /f\n@@ -0,0 +1,30 @@\n";
+    for (int line = 1; line <= 30; ++line) diff += "+line " + std::to_string(line) + "\n";
+    document["changes"][3]["diff"] = diff;
+    const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
+    EXPECT_NE(report.find("  by default: LogFile " + std::string(60, 'x') + ",\n    Start yyy"),
+              std::string::npos)
+        << report;
+    EXPECT_NE(report.find("+line 21\n... and 9 more lines, which -preview -json shows\n\nOutput"),
+              std::string::npos)
+        << report;
 }
 
 TEST(TextReport, IsColouredOnATerminal) {
