@@ -73,6 +73,7 @@ class TreeOfLinks : public TreeWalk {
         const auto info = StatOf(parent, name);
         Result result = info.Outcome();
         if (info) result = TakeOwnerAndMode(m_target.Fd(), *info, IfRefused::Fail);
+        if (result) result = TakeExtendedAttributes(m_target.Fd(), {parent, name});
         if (result) result = Flush(m_target.Fd());
         if (const Result left = m_target.Leave(); result) result = left;
         if (!result) Fail(result);

@@ -19,9 +19,9 @@ Result MakePrivateDirectory(const String& path);
 /// Gives a file or a link a second name, which must be free, on the same file system.
 Result Link(const String& from, const String& to);
 
-/// Makes a tree like `from` at a name that is free: its directories are made anew with mode and owner, all
-/// else gets a second name there. Leaves out directories for whose path `isLeftOut` returns true. All
-/// directories are flushed to disk.
+/// Makes a tree like `from` at a name that is free: its directories are made anew with mode, owner and
+/// extended attributes, all else gets a second name there. Leaves out directories for whose path `isLeftOut`
+/// returns true. All directories are flushed to disk.
 Result LinkTree(const String& from, const String& to, const std::function<bool(const String&)>& isLeftOut);
 
 /// Copies an entry of any kind, a directory with everything in it, with mode, owner and times, to a name that

@@ -22,9 +22,9 @@ Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused);
 /// Gives an open file the times of another.
 Result TakeTimes(int fd, const struct stat& model);
 
-/// Gives an open file the extended attributes of the regular file `model`: access control lists, security
-/// labels, and what users attach. Attributes that the file has already are not set again. Those that the file
-/// system or the kernel does not let this process set are left out.
+/// Gives an open file or directory the extended attributes of `model`, which is of the same type: access
+/// control lists, security labels, and what users attach. Attributes that the file has already are not set
+/// again. Those that the file system or the kernel does not let this process set are left out.
 Result TakeExtendedAttributes(int fd, const EntryRef& model);
 
 }  // namespace corekit

@@ -109,6 +109,19 @@ TEST_F(Restoring, ATreeThatWasRemovedIsBack) {
     ExpectPutBack();
 }
 
+TEST_F(Restoring, DirectoriesThatWereRemovedHaveTheirAttributesBack) {
+    for (const char* directory : {"/opt/t/dir", "/opt/t/dir/deep"})
+        ASSERT_EQ(setxattr(directory, "user.note", "kept", 4, 0), 0);
+    Saved({{"/opt/t/dir", Touch::Replace}});
+    fs::remove_all("/opt/t/dir");
+    ExpectPutBack();
+    for (const char* directory : {"/opt/t/dir", "/opt/t/dir/deep"}) {
+        char value[8] = {};
+        EXPECT_EQ(getxattr(directory, "user.note", value, sizeof value), 4) << directory;
+        EXPECT_STREQ(value, "kept") << directory;
+    }
+}
+
 TEST_F(Restoring, ATreeThatWasRemovedInPartIsBack) {
     Saved({{"/opt/t/dir", Touch::Replace}});
     fs::remove("/opt/t/dir/deep/two");
