@@ -26,11 +26,12 @@ std::string NameOf(std::uint32_t number) {
 
 int Make(const char* path, std::uint32_t count) {
     if (mkdir(path, 0755) != 0) return 1;
-    const auto directory = corekit::OpenDirectory(path);
+    const auto directory = corekit::OpenDirectory(std::string(path));
+    if (!directory) return 1;
     for (std::uint32_t i = 0; i < count; ++i) {
         if (!corekit::OpenAt(directory->Get(), NameOf(i), O_WRONLY | O_CREAT | O_EXCL, 0644)) return 1;
     }
-    return syncfs(directory.Get()) == 0 ? 0 : 1;
+    return syncfs(directory->Get()) == 0 ? 0 : 1;
 }
 
 }  // namespace

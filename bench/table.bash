@@ -67,12 +67,12 @@ same() {
     cmp -s "$2" "$3" || { echo "bench: $1: another result than ours" >&2; diff "$2" "$3" | head -n 20 >&2; exit 1; }
 }
 
-# mount_ext4 FILES: a file system for so many files, at $work/mounted. False, and why in $work/why, where it cannot be.
+# mount_ext4 FILES DIRECTORY: a file system for so many files. False, and why in $work/why, where it cannot be.
 mount_ext4() {
     truncate -s 4G "$work/ext4"
     mkfs.ext4 -q -F -N $(($1 + $1 / 10 + 1000)) "$work/ext4"
-    mkdir "$work/mounted"
-    mount -o loop "$work/ext4" "$work/mounted" 2>"$work/why"
+    mkdir -p "$2"
+    mount -o loop "$work/ext4" "$2" 2>"$work/why"
 }
 
 has() { command -v "$1" >/dev/null; }

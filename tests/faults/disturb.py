@@ -86,7 +86,10 @@ def main():
     next_runs = {}
     violations = 0
     for point in points:
-        outcome = disturbed(options.command, point, again, next_runs)
+        try:
+            outcome = disturbed(options.command, point, again, next_runs)
+        except RuntimeError as error:
+            raise RuntimeError(f"{point}: {error}") from error
         broken = list(checks.broken(outcome, point))
         if broken:
             violations += 1
