@@ -129,6 +129,7 @@ bool Performance::Listen() {
     pollfd sources[] = {{m_result.reader.Get(), POLLIN, 0},
                         {m_output.reader.Get(), POLLIN, 0},
                         {m_errors.reader.Get(), POLLIN, 0}};
+    Pipe* const pipes[] = {&m_result, &m_output, &m_errors};
     std::string* const texts[] = {&m_rehearsal.result, &m_rehearsal.output, &m_rehearsal.errors};
     // Only the code's own process holds the writing end for the result.
     while (sources[0].fd >= 0) {
@@ -138,7 +139,9 @@ bool Performance::Listen() {
         for (std::size_t i = std::size(sources); i-- > 0;) {
             if (sources[i].fd < 0 || sources[i].revents == 0) continue;
             const int copyTo = i == 1 ? m_audience.terminal : -1;
-            if (!Take(sources[i].fd, *texts[i], copyTo)) sources[i].fd = -1;
+            if (Take(sources[i].fd, *texts[i], copyTo)) continue;
+            sources[i].fd = -1;
+            pipes[i]->reader = Descriptor();  // whoever goes on writing must not wait for a reader
         }
     }
     // A daemon that was left behind may hold the other two open for ever.
@@ -210,6 +213,7 @@ Outcome<std::string> Rehearse(
     }
     answer.writer = Descriptor();
     Outcome<std::string> told = ReadAnswer(answer.reader);
+    answer.reader = Descriptor();  // where not all could be read, nobody must wait for a reader
     while (waitpid(static_cast<pid_t>(child), nullptr, 0) < 0 && errno == EINTR) continue;
     return told;
 }
