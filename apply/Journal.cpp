@@ -145,7 +145,9 @@ Outcome<> MarkOver() {
 
 Outcome<> Discard() {
     std::vector<std::string> stores;
-    if (const Outcome<bool> has = Has(kStores); has && *has) {
+    const Outcome<bool> has = Has(kStores);
+    if (!has) return has.error();
+    if (*has) {
         const auto read = ReadJournal();
         if (!read) return read.error();
         stores = read->stores;

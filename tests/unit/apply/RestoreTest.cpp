@@ -1,12 +1,15 @@
 // What was saved is put back, whatever has become of it, and however often that is begun.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
 #include "apply/Recovery.h"
 #include "apply/Restore.h"
 #include "apply/SavedState.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {
@@ -120,6 +123,13 @@ TEST_F(Restoring, DirectoriesThatWereRemovedHaveTheirAttributesBack) {
         EXPECT_EQ(getxattr(directory, "user.note", value, sizeof value), 4) << directory;
         EXPECT_STREQ(value, "kept") << directory;
     }
+}
+
+TEST_F(Restoring, WhatIsSavedStaysKnown_WhenNobodyCanTellWhatThereIs) {
+    Saved({{"/opt/t/file", Touch::Replace}});
+    EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, EMFILE}}, [] { return Discard() ? 0 : EMFILE; }),
+              EMFILE);
+    ExpectPutBack();
 }
 
 TEST_F(Restoring, ATreeThatWasRemovedInPartIsBack) {
