@@ -9,6 +9,7 @@
 #include "config/GuidFile.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "run/Keys.h"
 #include "run/Marks.h"
@@ -78,6 +79,8 @@ constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-inst
 /// host's, which hold nothing that is ours.
 String LinkedStore(const IniFile& conf, const ConfKey& store) {
     const String directory = ConfiguredDirectory(conf, store);
+    // What others have put on the way is for the removal to tell.
+    if (corekit::OpenDirectory(directory) == Result(corekit::kBelongsToOthers)) return directory;
     const bool isHosts = corekit::CheckRemovable(directory) == Result(EPERM);
     return isHosts || corekit::Path::Resolve(directory) + L"/" == directory ? String() : directory;
 }
@@ -118,19 +121,10 @@ void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
-/// Removes a store or the variable data. One in a directory that packages and users share is kept and told:
-/// it may be the agent's all the same.
-void RemoveDataDirectory(const String& directory, RemovalOutcome& left) {
-    const Result removed = Dir::Remove(directory);
-    left.Add(directory, removed);
-    const bool isHosts = removed.Code() == EPERM && corekit::CheckRemovable(directory) == Result(EPERM);
-    if (isHosts && corekit::CheckInstallable(directory))
-        Messages::WarnKept(directory.Left(directory.Length() - 1), L"it is a directory of the host");
-}
-
 void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
     for (const ConfKey& store : Key::kStores) {
-        RemoveDataDirectory(ConfiguredDirectory(conf, store), left);
+        const String directory = ConfiguredDirectory(conf, store);
+        left.Add(directory, Dir::Remove(directory));
     }
 }
 
@@ -210,7 +204,8 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     const String guidFile = GetValue(oldConf, Key::kGuidFile);
     if (guidFile.StartsWith(L"/")) left.Add(guidFile, RemoveGuidFile(oldConf));
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
-    RemoveDataDirectory(ConfiguredDirectory(oldConf, Key::kVar), left);
+    const String varDir = ConfiguredDirectory(oldConf, Key::kVar);
+    left.Add(varDir, Dir::Remove(varDir));
     RemoveInstallDirButClientConf(installDir, isReinstall, keepPrograms, left);
 }
 
