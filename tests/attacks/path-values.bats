@@ -168,9 +168,11 @@ given_the_hosts_own() {
 }
 
 # What stands in places of the host's, a line each: path, kind and mode, owner, and of what is no directory size and time.
-# The agent's own files there, and what else a run makes and takes away, do not count.
+# The agent's own files there, and what else a run makes and takes away, do not count; nor do links that lead nowhere,
+# which go where a store is named after one.
 list_of() {
-    find "$@" -xdev \( -path "$project" -o -path /var/tmp -o -path '/etc/*zorvane*' -o -path '/usr/bin/qdn-*' \) -prune -o \
+    find "$@" -xdev \( -path "$project" -o -path /var/tmp -o -path '/etc/*zorvane*' -o -path '/usr/bin/qdn-*' \
+        -o -path /opt/links/dangling -o -path /opt/links/loop \) -prune -o \
         \( -type d -printf '%p\t%M %U:%G\n' -o -printf '%p\t%M %U:%G %s %T@ %l\n' \) 2>/dev/null || true # some may have gone
 }
 
