@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <set>
 
 #include "config/ConfiguredDirectories.h"
 #include "config/GuidFile.h"
@@ -121,6 +122,24 @@ void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
+/// True if the directory lies where packages and users keep theirs, and could be removed but for that.
+bool IsKeptAsHosts(const String& directory) {
+    const auto place = corekit::ParentDirectory::Of(directory);
+    const bool isOnOurWay = place && corekit::CheckConfined(place->At()) && corekit::OpenDirectory(directory);
+    return isOnOurWay && corekit::CheckRemovable(directory) == Result(EPERM) &&
+           corekit::CheckInstallable(directory);
+}
+
+/// Warns of directories of data that have been kept: they may be the agent's all the same.
+void WarnOfHostsDirectories(const IniFile& conf) {
+    std::set<String, corekit::Ltstr> directories = {ConfiguredDirectory(conf, Key::kVar)};
+    for (const ConfKey& store : Key::kStores) directories.insert(ConfiguredDirectory(conf, store));
+    for (const String& directory : directories) {
+        if (!directory.IsEmpty() && IsKeptAsHosts(directory))
+            Messages::WarnKept(directory.Left(directory.Length() - 1), L"it is a directory of the host");
+    }
+}
+
 void RemoveStores(const IniFile& conf, RemovalOutcome& left) {
     for (const ConfKey& store : Key::kStores) {
         const String directory = ConfiguredDirectory(conf, store);
@@ -206,6 +225,7 @@ void RemoveAllButClientConf(const IniFile& oldConf, const String& installDir, bo
     RemoveGeneratedFilesButClientConf(installDir, nullptr, left);
     const String varDir = ConfiguredDirectory(oldConf, Key::kVar);
     left.Add(varDir, Dir::Remove(varDir));
+    WarnOfHostsDirectories(oldConf);
     RemoveInstallDirButClientConf(installDir, isReinstall, keepPrograms, left);
 }
 

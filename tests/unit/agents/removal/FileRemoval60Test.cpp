@@ -214,10 +214,13 @@ TEST_F(FileRemoval60, RemovesStoresOutsideTheInstallDirectory) {
 TEST_F(FileRemoval60, LeavesWhatOtherPackagesKeepInTheHostsDirectoriesOfData) {
     for (const std::string file : {"a.kse", "Packages/file", "host.GUID"})
         Write("/var/lib/host/" + file, "x");
-    Remove(
-        "installdir=/opt/agent\nvar=/var/lib/host\nevent_queue_dir=/var/lib/host\n"
-        "task_storage_path=/var/lib/host\nswd_storage_path=/var/lib/host\n"
-        "package_storage_path=/var/lib/host\nguid_guid_file=/var/lib/host/host.GUID\n");
+    const auto output = testsupport::Captured([&] {
+        Remove(
+            "installdir=/opt/agent\nvar=/var/lib/host\nevent_queue_dir=/var/lib/host\n"
+            "task_storage_path=/var/lib/host\nswd_storage_path=/var/lib/host\n"
+            "package_storage_path=/var/lib/host\nguid_guid_file=/var/lib/host/host.GUID\n");
+    });
+    EXPECT_EQ(output.err, "WARNING! /var/lib/host is kept: it is a directory of the host.\n");
     for (const std::string file : {"a.kse", "Packages/file", "host.GUID"})
         EXPECT_TRUE(Exists("/var/lib/host/" + file)) << file;
     EXPECT_FALSE(Exists(kAgent));
