@@ -19,7 +19,6 @@ namespace {
 
 constexpr std::size_t kWidestValue = 44;
 constexpr std::size_t kWidestList = 100;
-constexpr std::size_t kLongestDiff = 24;  // lines
 
 struct ActionWord {
     std::string_view action;
@@ -286,12 +285,10 @@ void Report::AddDifferences() {
 }
 
 void Report::AddDiff(const std::string& diff) {
-    std::size_t lines = 0;
-    for (std::size_t at = 0; at < diff.size(); ++lines) {
+    for (std::size_t at = 0; at < diff.size();) {
         const std::size_t end = std::min(diff.find('\n', at), diff.size());
         const std::string line = Shown(diff.substr(at, end - at));
         at = end + 1;
-        if (lines >= kLongestDiff) continue;
         const char sign = line.empty() ? ' ' : line.front();
         const char* colour = sign == '+'   ? "\033[32m"
                              : sign == '-' ? "\033[31m"
@@ -299,9 +296,6 @@ void Report::AddDiff(const std::string& diff) {
                                            : nullptr;
         m_text += (colour == nullptr ? line : Coloured(line, colour)) + "\n";
     }
-    if (lines > kLongestDiff)
-        m_text +=
-            "... and " + std::to_string(lines - kLongestDiff) + " more lines, which -preview -json shows\n";
 }
 
 void Report::AddOutput() {
