@@ -108,9 +108,10 @@ Difference DifferenceOf(const Change& change, const std::string& notesDir, std::
     const auto after = hasAfter ? ReadShort(change.afterAt) : std::string();
     if (!before || !after) return difference;
     const std::string maskedBefore = Masked(*before, &secrets);
-    const std::string maskedAfter = Masked(*after, &secrets);
+    const bool areBytesTheSame = change.action == Action::Change;
+    const std::string maskedAfter = areBytesTheSame ? maskedBefore : Masked(*after, &secrets);
     difference.hasSecrets = maskedBefore != *before || maskedAfter != *after;
-    if (change.action == Action::Change || !IsText(*before) || !IsText(*after)) return difference;
+    if (areBytesTheSame || !IsText(*before) || !IsText(*after)) return difference;
 
     const std::string label = corekit::Text::Printable(String::FromUtf8(change.path)).Utf8();
     if (!hasBefore || !hasAfter) {

@@ -60,7 +60,9 @@ Json ChangeAsJson(const Change& change, const HostCopy& copy, const std::vector<
     // The bytes of what moves stay, whatever they are.
     const bool withHash = change.action != Action::Move;
     json["before"] = StateAsJson(change.before, change.beforeAt, withHash);
-    json["after"] = StateAsJson(change.after, change.afterAt, withHash);
+    const bool areBytesTheSame = change.action == Action::Change;
+    json["after"] = StateAsJson(change.after, change.afterAt, withHash && !areBytesTheSame);
+    if (areBytesTheSame) json["after"]["sha256"] = json["before"]["sha256"];
     if (!change.attributes.empty()) json["attributes"] = change.attributes;
     json["diff"] = nullptr;
     if (change.action == Action::Move) return json;

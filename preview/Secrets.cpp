@@ -2,7 +2,6 @@
 #include "preview/Secrets.h"
 
 #include <algorithm>
-#include <cctype>
 #include <vector>
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -17,7 +16,9 @@ constexpr std::size_t kShortest = 4;
 
 std::string Lower(std::string_view text) {
     std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](unsigned char byte) { return std::tolower(byte); });
+    for (char& byte : lower) {
+        if (byte >= 'A' && byte <= 'Z') byte = static_cast<char>(byte - 'A' + 'a');
+    }
     return lower;
 }
 
