@@ -28,9 +28,9 @@ std::unique_ptr<Agent> CreateCurrentAgent();
 std::unique_ptr<Agent> AgentFromBaseDir(const corekit::String& baseDir);
 
 /// The agent that a client.conf describes. Null when the file cannot be read (a directory or a device must
-/// not pass for the file of an agent before 6.0) or its version is not known. An agent
-/// whose every operation fails where the file cannot be read for now, or is too large. The caller checks
-/// whether the file may be used.
+/// not pass for the file of an agent before 6.0) or its version is not known. While the file cannot be read
+/// because of an error that may pass, or when it is too large, every operation of the agent fails. The caller
+/// checks whether the file may be used.
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file);
 
 }  // namespace Zorvane::AgentInstaller

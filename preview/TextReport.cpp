@@ -1,4 +1,4 @@
-// Lays the document out in columns.
+// Tells people what the document tells programs.
 #include "preview/TextReport.h"
 
 #include <algorithm>
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "corekit/text/Text.h"
+#include "preview/Layout.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 
@@ -16,9 +16,6 @@ using corekit::String;
 using Json = nlohmann::ordered_json;
 
 namespace {
-
-constexpr std::size_t kWidestValue = 44;
-constexpr std::size_t kWidestList = 100;
 
 struct ActionWord {
     std::string_view action;
@@ -35,18 +32,6 @@ constexpr const char* kPlain = "\033[0m";
 std::string Text(const Json& object, const char* name) {
     const auto found = object.find(name);
     return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
-}
-
-std::size_t Width(const std::string& text) {
-    return String::FromUtf8(text).Length();
-}
-
-std::string Padded(const std::string& text, std::size_t width) {
-    return text + std::string(width - std::min(width, Width(text)), ' ');
-}
-
-std::string Shown(const std::string& text) {
-    return corekit::Text::Printable(String::FromUtf8(text)).Utf8();
 }
 
 std::string SourceKind(const Json& holder) {
@@ -67,39 +52,10 @@ class SourceFiles {
     std::map<std::string, std::string> m_paths;  // by name
 };
 
-/// "-rwxr-xr-x", as ls shows the mode of a file of this type.
-std::string ModeText(const std::string& type, const std::string& octal) {
-    const unsigned mode = static_cast<unsigned>(std::strtoul(octal.c_str(), nullptr, 8));
-    std::string text = "-rwxrwxrwx";
-    for (unsigned bit = 0; bit < 9; ++bit) {
-        if ((mode >> (8 - bit) & 1U) == 0) text[bit + 1] = '-';
-    }
-    if (type == "directory") text[0] = 'd';
-    if (type == "link") text[0] = 'l';
-    constexpr struct {
-        unsigned bit;
-        std::size_t at;
-        char letter;
-    } kSpecial[] = {{04000, 3, 's'}, {02000, 6, 's'}, {01000, 9, 't'}};
-    for (const auto& row : kSpecial) {
-        if ((mode & row.bit) != 0)
-            text[row.at] = text[row.at] == 'x' ? row.letter : static_cast<char>(row.letter - 32);
-    }
-    return text;
-}
-
 std::string AccessText(const std::string& type, const Json& state) {
     return ModeText(type, Text(state, "mode")) + " " + std::to_string(state.value("uid", 0U)) + ":" +
            std::to_string(state.value("gid", 0U));
 }
-
-/// A value and where it is from; notes stand on lines of their own below it.
-struct Row {
-    std::string name;
-    std::string value;
-    std::string source;
-    std::vector<std::string> notes = {};
-};
 
 class Report {
   public:
@@ -128,8 +84,6 @@ class Report {
         return {Shown(name), Shown(Text(holder, "value")), SourceText(holder)};
     }
     void AddUnused(const Json& unused, Row& row);
-    void AddRows(const std::vector<Row>& rows);
-    void AddList(std::string line, const std::vector<std::string>& items);
     void AddSettings();
     void AddKeys();
     void AddSources();
@@ -157,33 +111,6 @@ std::string Report::SourceText(const Json& holder) {
     const bool hasLine = line != source.end() && line->is_number();
     return Shown(m_files.NameOf(Text(source, "file"))) +
            (hasLine ? ":" + std::to_string(line->get<unsigned long>()) : "");
-}
-
-void Report::AddRows(const std::vector<Row>& rows) {
-    std::size_t names = 0;
-    std::size_t values = 0;
-    for (const Row& row : rows) {
-        names = std::max(names, Width(row.name));
-        values = std::max(values, std::min(kWidestValue, Width(row.value)));
-    }
-    for (const Row& row : rows) {
-        m_text += "  " + Padded(row.name, names) + "  ";
-        m_text += (row.source.empty() ? row.value : Padded(row.value, values) + "  " + row.source) + "\n";
-        for (const std::string& note : row.notes)
-            m_text += "  " + std::string(names, ' ') + "  " + note + "\n";
-    }
-}
-
-/// Items with commas between, on as many lines as they take.
-void Report::AddList(std::string line, const std::vector<std::string>& items) {
-    for (const std::string& item : items) {
-        if (Width(line) + Width(item) + 2 > kWidestList) {
-            m_text += line + "\n";
-            line = "   ";
-        }
-        line += " " + item + (&item == &items.back() ? "" : ",");
-    }
-    m_text += line + "\n";
 }
 
 /// What a setting's value won over: a default beside its source, anything else on a line of its own.
@@ -215,8 +142,8 @@ void Report::AddSettings() {
     }
     if (rows.empty() && defaults.empty()) return;
     AddTitle("Settings");
-    AddRows(rows);
-    if (!defaults.empty()) AddList("  by default:", defaults);
+    m_text += InColumns(rows);
+    if (!defaults.empty()) m_text += InLines("  by default:", defaults);
 }
 
 /// The keys that have values of their own: neither a setting's nor what the package's template has. Of the
@@ -237,7 +164,7 @@ void Report::AddKeys() {
         }
     }
     AddTitle("Keys of client.conf");
-    AddRows(rows);
+    m_text += InColumns(rows);
     m_text += std::string("  ") + (rows.empty() ? "" : "and ") + std::to_string(fromSettings) +
               " from the settings, " + std::to_string(usual) + " as in the package's template\n";
 }
@@ -247,7 +174,7 @@ void Report::AddSources() {
     AddTitle("Sources");
     std::vector<Row> rows;
     for (const auto& [name, path] : m_files.Paths()) rows.push_back({Shown(name), Shown(path), ""});
-    AddRows(rows);
+    m_text += InColumns(rows);
 }
 
 std::string Report::ChangeLine(const Json& change) const {

@@ -22,7 +22,7 @@ class [[nodiscard]] Result {
     Result() = default;
     explicit Result(int errnoValue) : m_errno(errnoValue) {}
 
-    /// The failure that errno stands for now.
+    /// The failure that errno tells of when this is called.
     static Result FromErrno();
 
     bool Ok() const { return m_errno == 0; }
