@@ -15,6 +15,17 @@ setup() {
     [ "$(sha256sum "$rpm" "$deb")" = "$sums" ]
 }
 
+@test "a package that is made again is there all the time, and whole" {
+    packaging/build-packages 6.0.1
+    cp "$rpm" "$deb" "$BATS_TEST_TMPDIR"
+    packaging/build-packages 6.0.1 3>&- &
+    while kill -0 $! 2>/dev/null; do
+        cmp "$rpm" "$BATS_TEST_TMPDIR/${rpm##*/}"
+        cmp "$deb" "$BATS_TEST_TMPDIR/${deb##*/}"
+    done
+    wait $!
+}
+
 @test "both packages have the agent's files, all of them root's" {
     packaging/build-packages 6.0.1
     package/lay-down "$BATS_TEST_TMPDIR/agent" build/release/qdn-configure.bin
