@@ -14,6 +14,7 @@
 #include "apply/Restore.h"
 #include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
+#include "corekit/json/Json.h"
 #include "corekit/os/Sys.h"
 #include "integration/AgentProcess.h"
 #include "run/Args.h"
@@ -23,8 +24,8 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -147,7 +148,7 @@ Outcome<> ApplyCommand::Rehearse(const std::vector<String>& arguments) {
     if (!refusal.IsEmpty()) request.refused = refusal.Trim().Utf8();
     const int shownOn = m_options.json ? STDERR_FILENO : STDOUT_FILENO;
     m_rehearsed = m_command.Rehearse(arguments, request, {m_command.MayAsk(arguments) ? shownOn : -1});
-    m_document = std::make_shared<Json>(Preview::Parsed(m_rehearsed.document));
+    m_document = std::make_shared<Json>(corekit::ParseJson(m_rehearsed.document));
     TellRecord(arguments);
     return {};
 }

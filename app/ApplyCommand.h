@@ -6,6 +6,7 @@
 #include "app/PreviewedCommand.h"
 #include "apply/Attempt.h"
 #include "apply/SavedState.h"
+#include "corekit/json/Json.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -61,7 +62,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     corekit::String m_xmlFile;       // of the rehearsed configuration; empty without one
     corekit::String m_runningAgent;  // the install directory of the agent that runs and has to be stopped
     RehearsedRun m_rehearsed;
-    std::shared_ptr<const nlohmann::ordered_json> m_document;  // of the rehearsal
+    std::shared_ptr<const corekit::Json> m_document;  // of the rehearsal
     Result m_result;
 };
 

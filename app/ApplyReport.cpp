@@ -3,14 +3,15 @@
 
 #include "app/ApplyCommand.h"
 #include "apply/Restore.h"
+#include "corekit/json/Json.h"
 #include "corekit/os/Console.h"
 #include "integration/AgentProcess.h"
 #include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 unsigned ApplyCommand::EndFailed(const Failure& failure) {
     m_result.error = failure.text.IsEmpty() ? String(L"Agent configuration failed.") : failure.text;
@@ -32,11 +33,10 @@ unsigned ApplyCommand::End() {
     if (status != kSuccess) document["error"] = m_result.error.Utf8();
     document["kept"] = nullptr;
     if (m_result.hasKeptFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
-    document["preview"] = m_document ? Json::parse(Preview::Printed(*m_document)) : Json(nullptr);
+    document["preview"] = m_document ? corekit::ParseJson(Preview::Printed(*m_document)) : Json(nullptr);
     document["agent"] = {{"running", m_result.agent.has_value()}, {"pid", nullptr}};
     if (m_result.agent) document["agent"]["pid"] = *m_result.agent;
-    constexpr int kIndentation = 2;
-    corekit::Console::Out(document.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + "\n");
+    corekit::Console::Out(corekit::JsonDocument(document));
     return status;
 }
 

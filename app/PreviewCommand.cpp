@@ -6,6 +6,7 @@
 
 #include "app/ChangingCommand.h"
 #include "corekit/fs/File.h"
+#include "corekit/json/Json.h"
 #include "corekit/os/Console.h"
 #include "preview/Document.h"
 #include "preview/FileState.h"
@@ -14,8 +15,8 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -64,7 +65,7 @@ unsigned PreviewCommand::Run(const std::vector<String>& arguments) {
     const std::vector<String> rest(arguments.begin() + static_cast<std::ptrdiff_t>(word) + 1,
                                    arguments.end());
     const std::string document = Rehearsed(rest);
-    if (Preview::Parsed(document)["status"] == kUsageError) return ShowWrongUse(document);
+    if (corekit::ParseJson(document)["status"] == kUsageError) return ShowWrongUse(document);
     return Report(document, m_command.MayAsk(rest));
 }
 
@@ -77,7 +78,7 @@ std::string PreviewCommand::Rehearsed(const std::vector<String>& arguments) {
 }
 
 unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
-    const Json document = Preview::Parsed(text);
+    const Json document = corekit::ParseJson(text);
     const bool isPossible = document["possible"].get<bool>();
     if (m_options.json) {
         corekit::Console::Out(Preview::Printed(document));
@@ -101,7 +102,7 @@ unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
 }
 
 unsigned PreviewCommand::ShowWrongUse(const std::string& text) {
-    TellErrors(Preview::Parsed(text));
+    TellErrors(corekit::ParseJson(text));
     m_isWrongUse = true;
     return kUsageError;
 }

@@ -9,6 +9,7 @@
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
 #include "corekit/ini/IniFile.h"
+#include "corekit/json/Json.h"
 #include "corekit/os/Sys.h"
 #include "preview/ClientConfKeys.h"
 #include "preview/Rehearse.h"
@@ -21,8 +22,8 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -53,16 +54,14 @@ std::string Packed(const std::string& document, const Preview::TouchedNames& nam
         packed["names"].push_back(Json::array({name.path, static_cast<int>(name.touch)}));
     for (const Preview::MovedDirectory& move : names.moves)
         packed["moves"].push_back(Json::array({move.from, move.to}));
-    const Json record = Json::parse(result, nullptr, false);
+    const Json record = corekit::ParseJson(result);
     for (const char* list : {"places", "identifiers", "answers"})
         packed[list] = record.value(list, Json::array());
-    std::string bytes;
-    Json::to_cbor(packed, bytes);
-    return bytes;
+    return corekit::Cbor(packed);
 }
 
 RehearsedRun Unpacked(const std::string& bytes) {
-    const Json packed = Json::from_cbor(bytes);
+    const Json packed = corekit::ParseCbor(bytes);
     RehearsedRun run;
     run.document = packed["document"];
     for (const Json& name : packed["names"])
@@ -205,7 +204,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
             record["identifiers"].push_back(settings->Record(L"Guid").used.source.name.Utf8());
         if (record["status"] == kSuccess) record["client_conf"] = ConfigurationOf(*settings);
     }
-    return record.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return corekit::JsonLine(record);
 }
 
 }  // namespace Zorvane::AgentInstaller

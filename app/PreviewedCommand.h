@@ -3,11 +3,11 @@
 #pragma once
 
 #include <memory>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
 #include "app/ChangingCommand.h"
+#include "corekit/json/Json.h"
 #include "preview/Document.h"
 #include "preview/TextReport.h"
 #include "preview/Touched.h"
@@ -51,8 +51,8 @@ class PreviewedCommand {
 };
 
 /// Tells again what the rehearsed command said on standard error: of what it warned, or all of it.
-void TellWarnings(const nlohmann::ordered_json& document);
-void TellErrors(const nlohmann::ordered_json& document);
+void TellWarnings(const corekit::Json& document);
+void TellErrors(const corekit::Json& document);
 
 /// Colours where the descriptor is a terminal that has some, unless nobody wants any.
 Preview::Colours ColoursOn(int descriptor);

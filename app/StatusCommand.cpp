@@ -7,6 +7,7 @@
 #include "app/ChangingCommand.h"
 #include "app/ConfigureCommand.h"
 #include "app/PreviewedCommand.h"
+#include "corekit/json/Json.h"
 #include "corekit/os/Console.h"
 #include "run/Messages.h"
 #include "settings/PathMacros.h"
@@ -16,8 +17,8 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -94,8 +95,7 @@ unsigned StatusCommand::Run(const std::vector<String>& arguments) {
     }
     const Json document = Status::MakeDocument(facts, findings);
     if (options->json) {
-        constexpr int kIndentation = 2;
-        corekit::Console::Out(document.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + "\n");
+        corekit::Console::Out(corekit::JsonDocument(document));
     } else {
         Messages::Tell(Status::TextReport(document));
     }

@@ -1,7 +1,6 @@
 // The command -status: tells what is installed and whether it is as it was configured, and changes nothing.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 
 #include "corekit/os/Application.h"

@@ -7,12 +7,13 @@
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "corekit/json/Json.h"
 
 namespace Zorvane::AgentInstaller::Apply {
 
+using corekit::Json;
 using corekit::Result;
 using corekit::String;
-using Json = nlohmann::json;
 namespace File = corekit::File;
 namespace Keeping = corekit::Keeping;
 
@@ -27,9 +28,7 @@ Failure FailToWrite(const wchar_t* path, const Result& cause) {
 }
 
 Outcome<> WriteNote(const wchar_t* path, const Json& note) {
-    const std::vector<std::uint8_t> bytes = Json::to_cbor(note);
-    const std::string_view view(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (const Result written = File::WriteBytes(path, view, {.mode = 0600}); !written)
+    if (const Result written = File::WriteBytes(path, corekit::Cbor(note), {.mode = 0600}); !written)
         return FailToWrite(path, written);
     return {};
 }
@@ -38,7 +37,7 @@ Outcome<Json> ReadNote(const wchar_t* path) {
     constexpr const wchar_t* kUnreadable = L"The journal of a former -apply cannot be read.";
     const auto bytes = File::ReadBytes(path);
     if (!bytes) return FailBecause(kUnreadable, path, bytes.error());
-    Json note = Json::from_cbor(*bytes, true, false);
+    Json note = corekit::ParseCbor(*bytes);
     if (note.is_discarded()) return FailBecause(kUnreadable, path, Result(EINVAL));
     return note;
 }

@@ -6,13 +6,14 @@
 #include <nlohmann/json.hpp>
 
 #include "corekit/fs/File.h"
+#include "corekit/json/Json.h"
 #include "preview/Document.h"
 #include "run/Messages.h"
 
 namespace Zorvane::AgentInstaller::Apply {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -71,11 +72,11 @@ String Difference(const std::string& what, const std::string& planned, const std
 Outcome<> CheckPlan(const String& planFile, const Json& document) {
     const auto bytes = corekit::File::ReadBytes(planFile);
     if (!bytes) return FailAt(L"Unable to read the plan: ", planFile, bytes.error());
-    const Json plan = Preview::Parsed(*bytes);
+    const Json plan = corekit::ParseJson(*bytes);
     if (!IsPlan(plan)) return Fail(L"This is no document of -preview -out: ", planFile);
     if (plan["command"] != document["command"]) return Fail(L"The plan is of another command: ", planFile);
     const ChangesByPath planned = ChangesOf(plan);
-    const ChangesByPath found = ChangesOf(Preview::Parsed(Preview::Kept(document)));
+    const ChangesByPath found = ChangesOf(corekit::ParseJson(Preview::Kept(document)));
     ChangesByPath all = found;
     all.insert(planned.begin(), planned.end());
     String differences;

@@ -5,6 +5,7 @@
 #include <set>
 #include <utility>
 
+#include "corekit/json/Json.h"
 #include "preview/Secrets.h"
 #include "preview/SettingsList.h"
 
@@ -12,9 +13,9 @@ namespace Zorvane::AgentInstaller::Preview {
 
 using corekit::String;
 
-nlohmann::ordered_json KeysOf(const corekit::IniFile& clientConf, const corekit::IniFile& packageTemplate,
-                              const KeySources& sources) {
-    auto keys = nlohmann::ordered_json::array();
+corekit::Json KeysOf(const corekit::IniFile& clientConf, const corekit::IniFile& packageTemplate,
+                     const KeySources& sources) {
+    auto keys = corekit::Json::array();
     std::set<std::pair<String, String>> seen;
     for (const auto& entry : clientConf.AllEntries()) {
         const auto name = std::pair(entry.section, entry.key);

@@ -13,8 +13,8 @@
 
 namespace Zorvane::AgentInstaller::Preview {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 
@@ -133,11 +133,6 @@ Json Frame(const Request& request, const std::string& output, const std::string&
     return document;
 }
 
-std::string Dumped(const Json& document) {
-    constexpr int kIndentation = 2;
-    return document.dump(kIndentation, ' ', false, Json::error_handler_t::replace) + "\n";
-}
-
 std::vector<std::string> StringsOf(const Json& list) {
     return list.is_array() ? list.get<std::vector<std::string>>() : std::vector<std::string>();
 }
@@ -175,7 +170,7 @@ Json StateAsJson(const std::optional<FileState>& state, const std::string& at, b
 }
 
 Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal) {
-    Json record = Json::parse(rehearsal.result, nullptr, false);
+    Json record = corekit::ParseJson(rehearsal.result);
     if (!record.is_object()) return Fail(L"The preview failed: the command has not said how it ended.");
     for (const std::string& place : StringsOf(record["places"])) {
         if (const Mount* mount = copy.Uncopied(place))
@@ -199,14 +194,14 @@ Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, 
     document["client_conf"] = record["client_conf"];
     document["changes"] = std::move(changes);
     document["agent"]["start"] = record["start"];
-    return Dumped(document);
+    return corekit::JsonDocument(document);
 }
 
 std::string MakeFailedDocument(const Request& request, const std::string& error) {
     Json document = Frame(request, "", "");
     document["possible"] = false;
     document["error"] = error;
-    return Dumped(document);
+    return corekit::JsonDocument(document);
 }
 
 std::string Printed(Json document) {
@@ -216,16 +211,12 @@ std::string Printed(Json document) {
             if (!change[side].is_null()) change[side]["sha256"] = nullptr;
         }
     }
-    return Dumped(document);
+    return corekit::JsonDocument(document);
 }
 
 std::string Kept(Json document) {
     for (Json& change : document["changes"]) change.erase(kSecret);
-    return Dumped(document);
-}
-
-Json Parsed(const std::string& document) {
-    return Json::parse(document, nullptr, false);
+    return corekit::JsonDocument(document);
 }
 
 }  // namespace Zorvane::AgentInstaller::Preview

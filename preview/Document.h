@@ -1,11 +1,11 @@
 // What a preview found, as the JSON document that programs read and the text report is made from.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "corekit/json/Json.h"
 #include "preview/FileState.h"
 #include "preview/Rehearse.h"
 
@@ -32,16 +32,12 @@ Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, 
 std::string MakeFailedDocument(const Request& request, const std::string& error);
 
 /// What an entry is, as the changes of a document tell it; null for none. The bytes are read from `at`.
-nlohmann::ordered_json StateAsJson(const std::optional<FileState>& state, const std::string& at,
-                                   bool withHash);
+corekit::Json StateAsJson(const std::optional<FileState>& state, const std::string& at, bool withHash);
 
 /// The document as it is printed: files with secrets have no `sha256`. One line end at its end.
-std::string Printed(nlohmann::ordered_json document);
+std::string Printed(corekit::Json document);
 
 /// The document as it is kept in a file, with every `sha256`.
-std::string Kept(nlohmann::ordered_json document);
-
-/// A document that `MakeDocument` or `MakeFailedDocument` made.
-nlohmann::ordered_json Parsed(const std::string& document);
+std::string Kept(corekit::Json document);
 
 }  // namespace Zorvane::AgentInstaller::Preview

@@ -5,9 +5,11 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 
+#include "corekit/json/Json.h"
+
 namespace Zorvane::AgentInstaller::Preview {
 
-using Json = nlohmann::ordered_json;
+using corekit::Json;
 
 namespace {
 

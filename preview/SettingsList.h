@@ -2,16 +2,15 @@
 // them.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "corekit/json/Json.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 
 /// A source as the document has it.
-nlohmann::ordered_json SourceAsJson(const Source& source);
+corekit::Json SourceAsJson(const Source& source);
 
 /// All settings that are present, ordered by name. The values of passwords are as they are.
-nlohmann::ordered_json SettingsList(const Settings& settings);
+corekit::Json SettingsList(const Settings& settings);
 
 }  // namespace Zorvane::AgentInstaller::Preview

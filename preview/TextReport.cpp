@@ -8,12 +8,13 @@
 #include <string_view>
 #include <vector>
 
+#include "corekit/json/Json.h"
 #include "preview/Layout.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 

@@ -1,8 +1,7 @@
 // A preview as people read it.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "corekit/json/Json.h"
 #include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -12,6 +11,6 @@ enum class Output { Shown, SeenAlready };  // of the command: on a terminal that
 
 /// The settings with their sources, the changes by path, the differences of text files, the command's output,
 /// and a closing line with the counts and the status. Parts that are empty are left out.
-corekit::String TextReport(const nlohmann::ordered_json& document, Colours colours, Output output);
+corekit::String TextReport(const corekit::Json& document, Colours colours, Output output);
 
 }  // namespace Zorvane::AgentInstaller::Preview

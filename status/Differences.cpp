@@ -12,6 +12,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
+#include "corekit/json/Json.h"
 #include "preview/Document.h"
 #include "run/Messages.h"
 #include "run/Names.h"
@@ -19,8 +20,8 @@
 namespace Zorvane::AgentInstaller::Status {
 
 using corekit::IniFile;
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 namespace File = corekit::File;
 
 namespace {
@@ -132,14 +133,14 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
                           const String& installDir) {
     const auto text = Preview::MakeDocument(Preview::Request(), copy, rehearsal);
     if (!text) return text;
-    const Json document = Preview::Parsed(Preview::Printed(Preview::Parsed(*text)));
+    const Json document = corekit::ParseJson(Preview::Printed(corekit::ParseJson(*text)));
     const Comparison comparison(copy, installDir);
     std::vector<Json> differences;
     for (const Json& change : document["changes"]) {
         if (Json difference = comparison.Judge(change); !difference.is_null())
             differences.push_back(std::move(difference));
     }
-    const Json record = Preview::Parsed(rehearsal.result);
+    const Json record = corekit::ParseJson(rehearsal.result);
     for (const Json& path : record.value(kNotReplaced, Json::array()))
         differences.push_back(NotReplaced(path.get<std::string>(), installDir));
     std::ranges::stable_sort(differences, {},
@@ -150,7 +151,7 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
     if (told["error"].is_null() && !notMade.empty()) told["error"] = notMade.front();
     // A run without a text of its own that fails all the same.
     if (document["status"] != 0 && told["error"].is_null()) told["error"] = "Agent configuration failed.";
-    return told.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return corekit::JsonLine(told);
 }
 
 }  // namespace
@@ -169,10 +170,10 @@ void HideOtherSources(const String& clientConf) {
 }
 
 std::string WithWhatWasLeft(const std::string& record) {
-    Json json = Preview::Parsed(record);
+    Json json = corekit::ParseJson(record);
     for (const String& path : Messages::pathsNotReplaced) json[kNotReplaced].push_back(path.Utf8());
     for (const String& text : Messages::failuresToMake) json[kNotMade].push_back(text.Utf8());
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return corekit::JsonLine(json);
 }
 
 Outcome<Json> FindDifferences(const std::function<std::string()>& run, const String& installDir) {
@@ -181,7 +182,7 @@ Outcome<Json> FindDifferences(const std::function<std::string()>& run, const Str
     };
     const Outcome<std::string> told = Preview::Rehearse(run, tell, Preview::Audience());
     if (!told) return tl::unexpected(told.error());
-    return Preview::Parsed(*told);
+    return corekit::ParseJson(*told);
 }
 
 }  // namespace Zorvane::AgentInstaller::Status

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <functional>
-#include <nlohmann/json_fwd.hpp>
 #include <string>
 
+#include "corekit/json/Json.h"
 #include "corekit/text/String.h"
 #include "run/Failure.h"
 
@@ -20,7 +20,7 @@ std::string WithWhatWasLeft(const std::string& record);
 /// Rehearses `run`, which returns its record, as a configuration of the agent of `installDir`. Returns an
 /// object with `differences`, changes as a preview's document has them, and `error`, why the configuration
 /// would fail, or null. Fails where no rehearsal is possible.
-Outcome<nlohmann::ordered_json> FindDifferences(const std::function<std::string()>& run,
-                                                const corekit::String& installDir);
+Outcome<corekit::Json> FindDifferences(const std::function<std::string()>& run,
+                                       const corekit::String& installDir);
 
 }  // namespace Zorvane::AgentInstaller::Status

@@ -3,10 +3,12 @@
 
 #include <nlohmann/json.hpp>
 
+#include "corekit/json/Json.h"
+
 namespace Zorvane::AgentInstaller::Status {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 

@@ -1,10 +1,10 @@
 // The state of the installed agent as the JSON document that programs read, and as text for people.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 
+#include "corekit/json/Json.h"
 #include "corekit/text/String.h"
 #include "status/Facts.h"
 
@@ -23,14 +23,14 @@ struct Findings {
     std::string version;              // of the program
     std::optional<bool> isReachable;  // none: nobody has asked
     /// What FindDifferences returned; null where they were not looked for, for the reason `notCompared`.
-    const nlohmann::ordered_json* found = nullptr;
+    const corekit::Json* found = nullptr;
     std::string notCompared;
 };
 
-nlohmann::ordered_json MakeDocument(const Facts& facts, const Findings& findings);
+corekit::Json MakeDocument(const Facts& facts, const Findings& findings);
 
 /// One line for each fact, then the differences, as many as fit on a screen, and a closing line with the
 /// status.
-corekit::String TextReport(const nlohmann::ordered_json& document);
+corekit::String TextReport(const corekit::Json& document);
 
 }  // namespace Zorvane::AgentInstaller::Status

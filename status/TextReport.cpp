@@ -4,13 +4,14 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "corekit/json/Json.h"
 #include "corekit/text/Text.h"
 #include "status/Document.h"
 
 namespace Zorvane::AgentInstaller::Status {
 
+using corekit::Json;
 using corekit::String;
-using Json = nlohmann::ordered_json;
 
 namespace {
 

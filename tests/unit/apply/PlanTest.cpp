@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "apply/Plan.h"
+#include "corekit/json/Json.h"
 #include "preview/Document.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
@@ -10,11 +11,11 @@
 namespace Zorvane::AgentInstaller::Apply {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using corekit::Json;
 
 Json Document(const std::string& hash) {
     Json document =
-        Preview::Parsed(Preview::MakeFailedDocument({"1.0.0", {"-clean", "/opt/a"}, {}, "", false}, ""));
+        corekit::ParseJson(Preview::MakeFailedDocument({"1.0.0", {"-clean", "/opt/a"}, {}, "", false}, ""));
     document["changes"].push_back({{"path", "/etc/file"},
                                    {"action", "replace"},
                                    {"before", {{"sha256", "old"}}},

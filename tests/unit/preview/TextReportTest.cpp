@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "corekit/json/Json.h"
 #include "preview/TextReport.h"
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -41,7 +42,7 @@ constexpr const char* kDocument = R"({
 })";
 
 std::string Report(Colours colours, Output output) {
-    return TextReport(nlohmann::ordered_json::parse(kDocument), colours, output).Utf8();
+    return TextReport(corekit::ParseJson(kDocument), colours, output).Utf8();
 }
 
 TEST(TextReport, HasSettingsChangesDifferencesOutputAndAClosingLine) {
@@ -87,7 +88,7 @@ TEST(TextReport, LeavesOutWhatHasBeenSeenAlready) {
 }
 
 TEST(TextReport, TellsFilesOfOneNameApartByTheirPaths) {
-    auto document = nlohmann::ordered_json::parse(kDocument);
+    auto document = corekit::ParseJson(kDocument);
     document["client_conf"]["keys"][4]["source"]["file"] = "/opt/a.xml";
     const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
     EXPECT_NE(report.find(" 512           a.xml:4 "), std::string::npos) << report;
@@ -95,7 +96,7 @@ TEST(TextReport, TellsFilesOfOneNameApartByTheirPaths) {
 }
 
 TEST(TextReport, BreaksLongListsAndShowsLongDifferencesWhole) {
-    auto document = nlohmann::ordered_json::parse(kDocument);
+    auto document = corekit::ParseJson(kDocument);
     document["settings"][2]["value"] = std::string(60, 'x');
     document["settings"][3]["value"] = std::string(30, 'y');
     std::string diff = "--- /f\n+++ /f\n@@ -0,0 +1,30 @@\n";

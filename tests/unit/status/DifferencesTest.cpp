@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <unistd.h>
 
+#include "corekit/json/Json.h"
 #include "run/Messages.h"
 #include "status/Differences.h"
 #include "tests/support/EnvironmentVariable.h"
@@ -14,7 +15,7 @@
 namespace Zorvane::AgentInstaller::Status {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using corekit::Json;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -138,7 +139,7 @@ TEST_F(StatusDifferences, AConfigurationThatFailsGivesItsError) {
     const auto failing = [](const char* said) {
         return [said] {
             if (said != nullptr) Messages::Warn(corekit::String::FromUtf8(said));
-            Json record = Json::parse(kRecord);
+            Json record = corekit::ParseJson(kRecord);
             record["status"] = 1;
             return record.dump();
         };

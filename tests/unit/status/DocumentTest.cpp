@@ -1,13 +1,14 @@
 // The status that follows from what was found, and the fields of the document.
 #include <nlohmann/json.hpp>
 
+#include "corekit/json/Json.h"
 #include "status/Document.h"
 #include "tests/support/PrintString.h"
 
 namespace Zorvane::AgentInstaller::Status {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using corekit::Json;
 
 Facts Configured() {
     Facts facts;

@@ -1,13 +1,14 @@
 // How the state is laid out for people, and in which words a difference is told.
 #include <nlohmann/json.hpp>
 
+#include "corekit/json/Json.h"
 #include "status/Document.h"
 #include "tests/support/PrintString.h"
 
 namespace Zorvane::AgentInstaller::Status {
 namespace {
 
-using Json = nlohmann::ordered_json;
+using corekit::Json;
 using testing::HasSubstr;
 
 Json State(const char* type, const char* mode = "0644", unsigned uid = 0, const Json& target = nullptr) {
