@@ -24,11 +24,19 @@ namespace {
 constexpr std::size_t kLongestFile = std::size_t{8} << 20;
 constexpr std::size_t kLongest = std::size_t{64} << 10;
 constexpr const char* kNoFile = "/dev/null";
+constexpr std::string_view kCompiled = "\177ELF";
 
-/// What stands in the file; none where it is too long or cannot be read.
+/// True for a program or library, which is long and has no settings.
+bool IsCompiled(int file) {
+    std::string start(kCompiled.size(), '\0');
+    return pread(file, start.data(), start.size(), 0) == static_cast<ssize_t>(start.size()) &&
+           start == kCompiled;
+}
+
+/// What stands in the file; none where it is compiled or too long, or cannot be read.
 std::optional<std::string> ReadShort(const std::string& path) {
     const auto file = corekit::OpenAt(AT_FDCWD, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
-    if (!file) return std::nullopt;
+    if (!file || IsCompiled(file->Get())) return std::nullopt;
     const auto bytes = corekit::ReadAll(file->Get(), kLongestFile);
     return bytes ? std::optional(*bytes) : std::nullopt;
 }
@@ -104,11 +112,11 @@ Difference DifferenceOf(const Change& change, const std::string& notesDir, std::
     const bool hasBefore = IsFile(change.before);
     const bool hasAfter = IsFile(change.after);
     if ((change.before && !hasBefore) || (change.after && !hasAfter)) return difference;
+    const bool areBytesTheSame = change.action == Action::Change;
     const auto before = hasBefore ? ReadShort(change.beforeAt) : std::string();
-    const auto after = hasAfter ? ReadShort(change.afterAt) : std::string();
+    const auto after = areBytesTheSame ? before : hasAfter ? ReadShort(change.afterAt) : std::string();
     if (!before || !after) return difference;
     const std::string maskedBefore = Masked(*before, &secrets);
-    const bool areBytesTheSame = change.action == Action::Change;
     const std::string maskedAfter = areBytesTheSame ? maskedBefore : Masked(*after, &secrets);
     difference.hasSecrets = maskedBefore != *before || maskedAfter != *after;
     if (areBytesTheSame || !IsText(*before) || !IsText(*after)) return difference;

@@ -61,5 +61,12 @@ TEST_F(Diff, MasksPasswords) {
     EXPECT_FALSE(Of("a=1\n", nullptr).hasSecrets);
 }
 
+TEST_F(Diff, OfAProgramIsNotLookedAt) {
+    const Difference difference = Of("\177ELF a_password=word\n", nullptr);
+    EXPECT_FALSE(difference.text);
+    EXPECT_FALSE(difference.hasSecrets);
+    EXPECT_TRUE(Of("\177ELL a_password=word\n", nullptr).hasSecrets);
+}
+
 }  // namespace
 }  // namespace Zorvane::AgentInstaller::Preview
