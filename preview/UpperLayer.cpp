@@ -13,20 +13,25 @@ namespace Zorvane::AgentInstaller::Preview {
 
 namespace {
 
-/// The number of entries below a directory, at all levels; 0 of anything else.
-std::uint64_t CountEntries(const std::string& directory) {
+/// The number of entries below a directory, at all levels, without those at `paths` and what is below them; 0
+/// of anything else.
+std::uint64_t CountEntriesBut(const std::set<std::string>& paths, const std::string& directory) {
     const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
     if (!stream) return 0;
     std::uint64_t count = 0;
     while (const dirent* entry = readdir(stream.get())) {
-        const std::string name = entry->d_name;
-        if (name == "." || name == "..") continue;
-        ++count;
+        const std::string_view name = entry->d_name;
         const bool mayHoldMore = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
+        if (!mayHoldMore && paths.empty()) {
+            ++count;
+            continue;
+        }
+        const std::string path = Joined(directory, entry->d_name);
+        if (name == "." || name == ".." || paths.contains(path)) continue;
+        ++count;
         struct stat info {};
-        const std::string path = Joined(directory, name);
         if (mayHoldMore && lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
-            count += CountEntries(path);
+            count += CountEntriesBut(paths, path);
     }
     return count;
 }
@@ -246,18 +251,15 @@ Change LayerReader::ChangeOf(const MoveOf& move) const {
     change.afterAt = m_layer.merged + move.path;
     change.before = StateOf(change.beforeAt);
     change.after = StateOf(change.afterAt);
-    if (move.isDirectory) change.entries = CountEntries(change.beforeAt);
+    if (move.isDirectory) change.entries = CountEntriesBut({}, change.beforeAt);
     return change;
 }
 
 std::uint64_t LayerReader::EntriesThatGo(const Change& removal) const {
     if (removal.before->type != FileType::Directory) return 0;
-    std::uint64_t entries = CountEntries(removal.beforeAt);
-    for (const MoveOf& move : m_moves) {
-        if (IsAtOrBelow(HostPath(move.from), removal.path))
-            entries -= 1 + (move.isDirectory ? CountEntries(m_layer.lower + move.from) : 0);
-    }
-    return entries;
+    std::set<std::string> moved;
+    for (const MoveOf& move : m_moves) moved.insert(m_layer.lower + move.from);
+    return CountEntriesBut(moved, removal.beforeAt);
 }
 
 }  // namespace
