@@ -199,7 +199,10 @@ Outcome<> BuildConfiguration(ConfigureRun& run) {
     const auto text = MigrateSettings(run.handOver, agent ? &installed : nullptr, *run.settings);
     if (!text) return text.error();
     run.migrationText = *text;
-    run.setup = {run.handOver.Path(), run.handOver.Path(), run.settings.get()};
+    run.setup = {.generatedConfPath = run.handOver.Path(),
+                 .confPath = run.handOver.Path(),
+                 .settings = run.settings.get(),
+                 .replacesAgent = run.installed != nullptr};
     return {};
 }
 

@@ -60,12 +60,13 @@ Outcome<> CheckDirectories(const SetupContext& context) {
 Outcome<> PrepareDirectories(const SetupContext& context) {
     const IniFile conf(context.confPath);
     RemoveUnwantedGuidFile(conf, *context.settings);
-    return PrepareConfiguredDirectories(conf);
+    const auto prepared = PrepareConfiguredDirectories(conf);
+    return prepared && !context.replacesAgent ? WriteGuidFile(conf, *context.settings) : prepared;
 }
 
 /// The identifier is on the host before the old agent's file of it goes. Where its directory cannot be made,
 /// the step that prepares the directories says so.
-Outcome<> WriteIdentifier(const SetupContext& context, const IniFile& conf) {
+Outcome<> WriteIdentifierEarly(const SetupContext& context, const IniFile& conf) {
     if (!context.settings->IsSet(L"Guid")) return {};
     const CurrentDirectory there(context.settings->Get(L"InstallDir"));
     const String path = GetValue(conf, Key::kGuidFile);
@@ -107,7 +108,9 @@ Outcome<> PlaceClientConf(SetupContext& context) {
     const auto generated = corekit::File::ReadBytes(context.generatedConfPath);
     if (!generated) return FailToPlace(confPath, generated.error());
     const IniFile conf(context.generatedConfPath, *generated, IniFile::KeyCase::Exact);
-    if (const auto written = WriteIdentifier(context, conf); !written) return written;
+    if (context.replacesAgent) {
+        if (const auto written = WriteIdentifierEarly(context, conf); !written) return written;
+    }
     context.isFirst = !corekit::File::Exists(confPath);
     // It is written anew rather than moved: a file keeps the security label of where it was made, and the one
     // that is replaced may have attributes of its own.

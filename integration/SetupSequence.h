@@ -15,6 +15,7 @@ struct SetupContext {
     corekit::String generatedConfPath;   // the new client.conf in its hand-over file
     corekit::String confPath;            // where the steps read it: there, or in its place once it has moved
     const Settings* settings = nullptr;  // the run's settings, not owned
+    bool replacesAgent = false;          // the files of an installed agent go before the steps
     bool isFirst = false;                // nothing was configured in the install directory before
 };
 
@@ -22,9 +23,9 @@ struct SetupContext {
 /// be known before. Changes nothing.
 Outcome<> CheckSetupSequence(const SetupContext& context);
 
-/// Writes the file of the identifier, whose directory is made when missing, and then puts the generated
-/// client.conf into its place, where it takes over the extended attributes of the file that it replaces. The
-/// context's confPath is that place then.
+/// Puts the generated client.conf into its place, where it takes over the extended attributes of the file
+/// that it replaces; the context's confPath is that place then. Where an installed agent is replaced, the
+/// file of the identifier is written first, and its directory is made when missing.
 Outcome<> PlaceClientConf(SetupContext& context);
 
 /// Runs the set-up steps, up to the first that fails; what was done stays. The install directory is the

@@ -122,6 +122,40 @@ END
 END
 }
 
+@test "directories are made in their order, that of the identifier file in its turn" {
+    given_the_package
+    given_xml /tmp <<END
+<KSAgentConfiguration>
+  <KSName>kell.example</KSName>
+  <Guid>ab-12</Guid>
+  <Settings Start="no" RunLevel="rc3" StartupOnBoot="no">
+    <InstallDir>$agent</InstallDir>
+    <TempDir>/var/tmp/zorvane</TempDir>
+    <GuidDir>/opt/id</GuidDir>
+  </Settings>
+</KSAgentConfiguration>
+END
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_output <<END
+$banner
+Creating/customizing Agent's configuration file.
+Creating directory: /var/tmp/zorvane  Result: OK
+Creating directory: $agent/var  Result: OK
+Creating directory: /opt/id  Result: OK
+Creating directory: $agent/var/queue  Result: OK
+Creating directory: $agent/var/tasks  Result: OK
+Creating directory: $agent/var/packages  Result: OK
+Creating directory: $agent/var/swd  Result: OK
+Creating customized RC and environment scripts.
+Not starting the Zorvane Agent at this time, agent will start at next system restart.
+Configuration complete.
+
+END
+    printf '{AB-12}\nnull' | expect_file /opt/id/host.GUID
+}
+
 @test "client.conf holds the settings of the XML file" {
     given_the_package
     given_a_full_xml /tmp

@@ -102,17 +102,31 @@ TEST_F(SetupSequence, FailsAsTheLookDoes_WhenADirectoryStandsInPlaceOfAScript) {
                            L"/opt/agent/bin/qdn-env: Is a directory");
 }
 
-TEST_F(SetupSequence, WritesTheIdentifierBeforeClientConfMoves) {
+TEST_F(SetupSequence, WritesTheIdentifierBeforeClientConfMoves_WhenAnAgentIsReplaced) {
+    m_context.replacesAgent = true;
     ASSERT_TRUE(PlaceClientConf(m_context));
     EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{A}\nnull");
     EXPECT_FALSE(testfiles::Exists("/opt/agent/q"));
 }
 
+TEST_F(SetupSequence, WritesAFirstIdentifierWithTheOtherDirectories) {
+    testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
+    ASSERT_TRUE(PlaceClientConf(m_context));
+    EXPECT_FALSE(testfiles::Exists("/opt/agent/id"));
+    ASSERT_TRUE(RunSetupSequence(m_context));
+    EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{A}\nnull");
+}
+
 TEST_F(SetupSequence, WarnsOnceThatTheIdentifierCannotBeWritten) {
     testfiles::Write("/opt/agent/etc/rcscript.proto.linux", "#!/bin/sh\n");
     std::filesystem::create_directories("/opt/agent/id/host.GUID");
-    const auto output = testsupport::Captured([&] { EXPECT_TRUE(PlaceAndRun()); });
-    EXPECT_EQ(output.err, "WARNING! /opt/agent/id/host.GUID is not written: it is not a regular file.\n");
+    for (const bool replacesAgent : {true, false}) {
+        m_context.replacesAgent = replacesAgent;
+        Generate("bindir=/opt/agent\ntmpdir=/tmp\nvar=/opt/agent/var\n");
+        m_context.confPath = L"/tmp/generated";
+        const auto output = testsupport::Captured([&] { EXPECT_TRUE(PlaceAndRun()); });
+        EXPECT_EQ(output.err, "WARNING! /opt/agent/id/host.GUID is not written: it is not a regular file.\n");
+    }
 }
 
 TEST_F(SetupSequence, RemovesAnUnwantedIdentifierWithTheOldFile) {
