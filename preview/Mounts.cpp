@@ -2,6 +2,8 @@
 #include "preview/Mounts.h"
 
 #include <algorithm>
+#include <array>
+#include <cerrno>
 #include <charconv>
 #include <fcntl.h>
 #include <sys/mount.h>
@@ -87,15 +89,20 @@ corekit::Expected<std::string> ReadProc(const std::string& path) {
     return corekit::ReadAll(file->Get(), kLongestTable);
 }
 
-/// The mount that a path is on; -1 when that cannot be told.
-int MountIdOf(const std::string& path) {
+/// The mount that a path is on; -1 where the path leads nowhere. Fails when the system does not tell.
+corekit::Expected<int> MountIdOf(const std::string& path) {
+    constexpr int kNone = -1;
     const auto place = corekit::OpenAt(AT_FDCWD, path, O_PATH | O_NOFOLLOW);
-    if (!place) return -1;
+    if (!place) {
+        constexpr std::array kOwnTrouble = {EMFILE, ENFILE, ENOMEM};
+        const bool isOurs = std::ranges::count(kOwnTrouble, place.error().Code()) > 0;
+        return isOurs ? corekit::Expected<int>(place.error()) : kNone;
+    }
     const auto info = ReadProc("/proc/self/fdinfo/" + std::to_string(place->Get()));
-    if (!info) return -1;
+    if (!info) return info.error();
     constexpr std::string_view kKey = "mnt_id:\t";
     const std::size_t at = info->find(kKey);
-    return at == std::string::npos ? -1 : ToNumber(std::string_view(*info).substr(at + kKey.size()));
+    return at == std::string::npos ? kNone : ToNumber(std::string_view(*info).substr(at + kKey.size()));
 }
 
 }  // namespace
@@ -112,8 +119,12 @@ std::vector<Mount> ParseMounts(std::string_view mountInfo) {
 Result ReadVisibleMounts(std::vector<Mount>& mounts) {
     const auto text = ReadProc("/proc/self/mountinfo");
     if (!text) return text.error();
-    mounts = ParseMounts(*text);
-    std::erase_if(mounts, [](const Mount& mount) { return MountIdOf(mount.point) != mount.id; });
+    mounts.clear();
+    for (Mount& mount : ParseMounts(*text)) {
+        const auto seen = MountIdOf(mount.point);
+        if (!seen) return seen.error();
+        if (*seen == mount.id) mounts.push_back(std::move(mount));
+    }
     if (std::ranges::find(mounts, "/", &Mount::point) == mounts.end()) mounts.push_back({0, "/", "root", 0});
     std::ranges::sort(mounts, {}, &Mount::point);
     return Result();

@@ -23,7 +23,7 @@ std::vector<Mount> ParseMounts(std::string_view mountInfo);
 
 /// The mounts that a path leads to, sorted so that one comes before those below it; mounts that others cover
 /// are left out. The root directory is always among them: where it is no mount of its own, as in a changed
-/// root, it has the id 0. Fails without /proc.
+/// root, it has the id 0. Fails without /proc, and where the system does not tell of every mount.
 corekit::Result ReadVisibleMounts(std::vector<Mount>& mounts);
 
 /// True for a path that is a directory's, or lies below it.

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "apply/Journal.h"
+#include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {
@@ -38,6 +39,16 @@ Journal Sample() {
 TEST_F(JournalFiles, AreNone_WhenNothingWasBegun) {
     EXPECT_EQ(FindPhase().value(), Phase::None);
     EXPECT_TRUE(Discard());
+}
+
+TEST_F(JournalFiles, AreDiscarded_WhenAStoreWasToBeWhereNothingCanBeWritten) {
+    const auto mount = testsupport::Mount::Tmpfs("/opt/store");
+    mount.MakeReadOnly();
+    Journal journal = Sample();
+    journal.stores = {"/opt/store/saved"};
+    ASSERT_TRUE(BeginJournal(journal));
+    EXPECT_TRUE(Discard());
+    EXPECT_EQ(FindPhase().value(), Phase::None);
 }
 
 TEST_F(JournalFiles, PhasesFollowEachOther) {

@@ -1,9 +1,13 @@
 // The table of mounts: its rows, and which of them can be seen.
 #include <algorithm>
+#include <cerrno>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "preview/Mounts.h"
+#include "tests/support/InChild.h"
 #include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
 
@@ -45,6 +49,18 @@ TEST(Mounts, MountsThatOthersCoverAreLeftOut) {
     EXPECT_EQ(std::ranges::count(mounts, place + "/below", &Mount::point), 0);
     EXPECT_TRUE(std::ranges::is_sorted(mounts, {}, &Mount::point));
     EXPECT_EQ(mounts.front().point, "/");
+}
+
+TEST(Mounts, AreNotTold_WhenWhichOfThemAreSeenCannotBeAsked) {
+    const int code = testsupport::InChild([] {
+        const int next = dup(STDIN_FILENO);
+        close(next);
+        const rlimit oneMore = {static_cast<rlim_t>(next) + 1, static_cast<rlim_t>(next) + 1};
+        setrlimit(RLIMIT_NOFILE, &oneMore);
+        std::vector<Mount> mounts;
+        return ReadVisibleMounts(mounts).Code();
+    });
+    EXPECT_EQ(code, EMFILE);
 }
 
 }  // namespace
