@@ -34,7 +34,7 @@ Result MoveEntries(int from, int to) {
     return failure ? result : failure;
 }
 
-/// A directory that is made takes over owner and mode of the old one: what was private stays private.
+/// A directory that is made takes over all attributes of the old one: what was private stays private.
 Expected<Descriptor> OpenOrMake(const String& path, int model) {
     const Result found = File::Probe(path);
     if (IsTransient(found)) return found;
@@ -42,9 +42,7 @@ Expected<Descriptor> OpenOrMake(const String& path, int model) {
     if (const Result result = Dir::CreateR(path); !result) return result;
     auto directory = OpenDirectory(path);
     if (!directory || !isNew) return directory;
-    const auto info = StatOf(model);
-    if (!info) return info.error();
-    if (const Result taken = TakeOwnerAndMode(directory->Get(), *info, IfRefused::GoOn); !taken) return taken;
+    if (const Result taken = TakeAttributes(directory->Get(), model, IfRefused::GoOn); !taken) return taken;
     return directory;
 }
 

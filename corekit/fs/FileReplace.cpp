@@ -26,9 +26,7 @@ Result SetUpAttributes(int fd, const EntryRef& target, const WriteAs& as) {
     if (!present || !S_ISREG(present->st_mode)) return Outcome(fchmod(fd, as.mode));
     if (const Result only = CheckOnlyName(target.directory, *present); !only) return only;
     if (as.attributes == Attributes::New) return Outcome(fchmod(fd, as.mode));
-    const Result taken = TakeOwnerAndMode(fd, *present, IfRefused::Fail);
-    // The attributes come last: a change of owner takes some of them away.
-    return taken ? TakeExtendedAttributes(fd, target) : taken;
+    return TakeAttributes(fd, target, IfRefused::Fail);
 }
 
 Result ReplaceByLink(const std::string& target, const EntryRef& link) {

@@ -70,10 +70,7 @@ class TreeOfLinks : public TreeWalk {
     }
 
     Reading OnDirectoryDone(int parent, const std::string& name, unsigned) override {
-        const auto info = StatOf(parent, name);
-        Result result = info.Outcome();
-        if (info) result = TakeOwnerAndMode(m_target.Fd(), *info, IfRefused::Fail);
-        if (result) result = TakeExtendedAttributes(m_target.Fd(), {parent, name});
+        Result result = TakeAttributes(m_target.Fd(), {parent, name}, IfRefused::Fail);
         if (result) result = Flush(m_target.Fd());
         if (const Result left = m_target.Leave(); result) result = left;
         if (!result) Fail(result);

@@ -8,6 +8,7 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 #include <vector>
 
 namespace testfiles {
@@ -36,6 +37,32 @@ inline unsigned Mode(const std::string& path) {
 inline bool Exists(const std::string& path) {
     struct stat info {};
     return lstat(path.c_str(), &info) == 0;
+}
+
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr const char* kDefaultList = "system.posix_acl_default";
+
+/// An access control list as the kernel keeps it: the owner may read and write, root may read, nobody else.
+inline std::string RootMayRead() {
+    constexpr char kNobody[] = "\xff\xff\xff\xff";
+    const auto entry = [](char who, char may, const std::string& id) {
+        return std::string({who, 0, may, 0}) + id;
+    };
+    const std::string root(4, '\0');
+    return std::string({2, 0, 0, 0}) + entry(1, 6, kNobody) + entry(2, 4, root) + entry(4, 0, kNobody) +
+           entry(0x10, 4, kNobody) + entry(0x20, 0, kNobody);
+}
+
+/// Both concern an entry itself, never what a link leads to.
+inline void SetAttribute(const std::string& path, const char* name, const std::string& value) {
+    ASSERT_EQ(lsetxattr(path.c_str(), name, value.data(), value.size(), 0), 0) << path << " " << name;
+}
+
+/// "none" when the entry has no such attribute.
+inline std::string Attribute(const std::string& path, const char* name) {
+    char value[128] = {};
+    const ssize_t length = lgetxattr(path.c_str(), name, value, sizeof value);
+    return length < 0 ? "none" : std::string(value, static_cast<std::size_t>(length));
 }
 
 /// The names in a directory, sorted.

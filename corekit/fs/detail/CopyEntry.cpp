@@ -29,9 +29,11 @@ Result CopyContent(int from, int to) {
 
 namespace {
 
+/// Nobody else can open the copy before it is complete. The attributes come last: a change of the content
+/// takes some of them away.
 Result FillCopy(int source, int copy, const struct stat& model) {
-    if (const Result result = TakeOwnerAndMode(copy, model, IfRefused::GoOn); !result) return result;
     if (const Result result = CopyContent(source, copy); !result) return result;
+    if (const Result result = TakeAttributes(copy, source, IfRefused::GoOn); !result) return result;
     if (const Result result = TakeTimes(copy, model); !result) return result;
     return Flush(copy);
 }
@@ -51,19 +53,21 @@ Result CopyLink(const EntryRef& from, const EntryRef& to, const struct stat& inf
     const auto target = ReadLink(from.directory, from.name);
     if (!target) return target.error();
     if (symlinkat(target->c_str(), to.directory, to.name.c_str()) != 0) return Result::FromErrno();
-    // Nothing depends on the owner and the times of a link.
+    // Nothing depends on the owner, the attributes and the times of a link.
     const std::array times = {info.st_atim, info.st_mtim};
     Forgive(Outcome(fchownat(to.directory, to.name.c_str(), info.st_uid, info.st_gid, AT_SYMLINK_NOFOLLOW)));
+    Forgive(TakeExtendedAttributes(to, from));
     Forgive(Outcome(utimensat(to.directory, to.name.c_str(), times.data(), AT_SYMLINK_NOFOLLOW)));
     return Result();
 }
 
-Result CopySpecial(const EntryRef& to, const struct stat& info) {
+Result CopySpecial(const EntryRef& from, const EntryRef& to, const struct stat& info) {
     if (mknodat(to.directory, to.name.c_str(), (info.st_mode & S_IFMT) | 0600, info.st_rdev) != 0)
         return Result::FromErrno();
     // Forgiven: an entry without its former owner gives nobody more rights than the original did.
     Forgive(SetOwner(to, info.st_uid, info.st_gid));
-    const Result result = SetMode(to, info.st_mode & 0777);
+    Result result = SetMode(to, info.st_mode & 0777);
+    if (result) result = TakeExtendedAttributes(to, from);
     if (!result) unlinkat(to.directory, to.name.c_str(), 0);
     return result;
 }
@@ -74,7 +78,7 @@ Result CopyFileEntry(const EntryRef& from, const EntryRef& to) {
     if (!info) return info.error();
     if (S_ISREG(info->st_mode)) return CopyRegular(from, to);
     if (S_ISLNK(info->st_mode)) return CopyLink(from, to, *info);
-    return S_ISDIR(info->st_mode) ? Result(EISDIR) : CopySpecial(to, *info);
+    return S_ISDIR(info->st_mode) ? Result(EISDIR) : CopySpecial(from, to, *info);
 }
 
 /// Walks through the old tree, and in step with it through the new one.
@@ -111,7 +115,7 @@ class TreeCopy : public TreeWalk {
     Result Finish(int parent, const std::string& name) {
         const auto info = StatOf(parent, name);
         if (!info) return info.error();
-        if (const Result result = TakeOwnerAndMode(m_target.Fd(), *info, IfRefused::GoOn); !result)
+        if (const Result result = TakeAttributes(m_target.Fd(), {parent, name}, IfRefused::GoOn); !result)
             return result;
         if (const Result result = TakeTimes(m_target.Fd(), *info); !result) return result;
         return Flush(m_target.Fd());

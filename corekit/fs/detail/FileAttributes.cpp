@@ -7,8 +7,10 @@
 #include <cstring>
 #include <fcntl.h>
 #include <string>
+#include <string_view>
 #include <sys/xattr.h>
 #include <unistd.h>
+#include <utility>
 
 #include "corekit/os/SystemCall.h"
 
@@ -20,27 +22,70 @@ constexpr mode_t kPermissions = 07777;
 constexpr mode_t kLentRights = S_ISUID | S_ISGID;
 // The errors for an attribute that the file system or the kernel does not let this process set.
 constexpr std::array kAttributeRefusals = {ENOTSUP, EPERM, EACCES};
+// What a directory may give to all that is made in it.
+constexpr const char* kAccessList = "system.posix_acl_access";
+constexpr std::array kAccessLists = {kAccessList, "system.posix_acl_default"};
 
-/// Takes a descriptor opened with O_PATH, which fchmod refuses; its name in /proc works.
-Result SetModeByName(const Descriptor& file, unsigned mode) {
-    const std::string name = "/proc/self/fd/" + std::to_string(file.Get());
-    return Outcome(chmod(name.c_str(), mode));
+/// What is opened with O_PATH can be changed by this name only. A link is not followed.
+std::string NameInProc(const Descriptor& file) {
+    return "/proc/self/fd/" + std::to_string(file.Get());
 }
 
-/// Opens an entry with O_PATH, so that nobody can exchange it. Refuses a link, and a file that others may
+/// Opens an entry of any kind with O_PATH, so that nobody can exchange it. Refuses a file that others may
 /// have given a second name here.
 Expected<Descriptor> OpenItself(const EntryRef& entry) {
     auto file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
     if (!file) return file;
     const auto info = StatOf(file->Get());
     if (!info) return info.error();
-    if (S_ISLNK(info->st_mode)) return Result(ELOOP);
     if (const Result only = CheckOnlyName(entry.directory, *info); !only) return only;
     return file;
 }
 
+Expected<Descriptor> OpenUnlessLink(const EntryRef& entry) {
+    auto file = OpenItself(entry);
+    const auto info = file ? StatOf(file->Get()) : Expected<struct stat>(file.error());
+    if (!info) return info.error();
+    return S_ISLNK(info->st_mode) ? Expected<Descriptor>(Result(ELOOP)) : std::move(file);
+}
+
 bool IsAttributeRefusal(const Result& result) {
     return std::ranges::find(kAttributeRefusals, result.Code()) != kAttributeRefusals.end();
+}
+
+/// The extended attributes of an open file or directory.
+struct AttributesOfFile {
+    int fd;
+
+    ssize_t List(char* names, std::size_t size) const { return flistxattr(fd, names, size); }
+    ssize_t Get(const char* name, char* value, std::size_t size) const {
+        return fgetxattr(fd, name, value, size);
+    }
+    int Set(const char* name, const std::string& value) const {
+        return fsetxattr(fd, name, value.data(), value.size(), 0);
+    }
+    int Remove(const char* name) const { return fremovexattr(fd, name); }
+};
+
+/// Those of an entry opened with O_PATH, by its name in /proc.
+struct AttributesOfEntry {
+    std::string path;
+
+    explicit AttributesOfEntry(const Descriptor& entry) : path(NameInProc(entry)) {}
+
+    ssize_t List(char* names, std::size_t size) const { return listxattr(path.c_str(), names, size); }
+    ssize_t Get(const char* name, char* value, std::size_t size) const {
+        return getxattr(path.c_str(), name, value, size);
+    }
+    int Set(const char* name, const std::string& value) const {
+        return setxattr(path.c_str(), name, value.data(), value.size(), 0);
+    }
+    int Remove(const char* name) const { return removexattr(path.c_str(), name); }
+};
+
+template <typename Attributes>
+bool Has(const Attributes& of, const char* name) {
+    return of.Get(name, nullptr, 0) >= 0;
 }
 
 /// Calls a function that first tells how long a value is and then fills it in.
@@ -55,23 +100,58 @@ Result ReadValue(Get&& get, std::string& value) {
     return Result();
 }
 
-Result ReadAttribute(int fd, const char* name, std::string& value) {
-    return ReadValue([&](char* buffer, std::size_t size) { return fgetxattr(fd, name, buffer, size); },
-                     value);
+template <typename Attributes>
+Result ReadAttribute(const Attributes& of, const char* name, std::string& value) {
+    return ReadValue([&](char* buffer, std::size_t size) { return of.Get(name, buffer, size); }, value);
 }
 
-Result TakeAttribute(int fd, int model, const char* name) {
+template <typename Attributes>
+Result TakeAttribute(const Attributes& to, const Attributes& model, const char* name) {
     std::string value;
     if (const Result read = ReadAttribute(model, name, value); !read) return read;
     std::string present;
-    if (ReadAttribute(fd, name, present) && present == value) return Result();
-    return fsetxattr(fd, name, value.data(), value.size(), 0) == 0 ? Result() : Result::FromErrno();
+    if (ReadAttribute(to, name, present) && present == value) return Result();
+    return Outcome(to.Set(name, value));
+}
+
+/// Names as the system lists them, each with a zero byte at its end.
+bool IsListed(const std::string& names, std::string_view name) {
+    return ('\0' + names).find('\0' + std::string(name) + '\0') != std::string::npos;
+}
+
+template <typename Attributes>
+Result TakeAll(const Attributes& to, const Attributes& model) {
+    std::string names;
+    const Result listed =
+        ReadValue([&](char* buffer, std::size_t size) { return model.List(buffer, size); }, names);
+    if (!listed && !IsAttributeRefusal(listed)) return listed;
+    for (const char* list : kAccessLists) {
+        const bool isInherited = !IsListed(names, list) && Has(to, list);
+        if (const Result gone = Outcome(isInherited ? to.Remove(list) : 0); !gone) return gone;
+    }
+    for (const char* name = names.c_str(); name < names.c_str() + names.size();
+         name += std::strlen(name) + 1) {
+        const Result taken = TakeAttribute(to, model, name);
+        if (!taken && !IsAttributeRefusal(taken)) return taken;
+    }
+    return Result();
+}
+
+/// Returns the mode that may be given to the file then.
+Expected<mode_t> TakeOwner(int fd, const struct stat& model, IfRefused ifRefused) {
+    const auto own = StatOf(fd);
+    if (!own) return own.error();
+    const mode_t mode = model.st_mode & kPermissions;
+    const bool isOwned = own->st_uid == model.st_uid && own->st_gid == model.st_gid;
+    if (isOwned || fchown(fd, model.st_uid, model.st_gid) == 0) return mode;
+    if (ifRefused == IfRefused::Fail) return Result::FromErrno();
+    return mode & ~kLentRights;
 }
 
 }  // namespace
 
 Result SetMode(const EntryRef& entry, unsigned mode) {
-    const auto file = OpenItself(entry);
+    const auto file = OpenUnlessLink(entry);
     if (!file) return file.error();
     const auto info = StatOf(file->Get());
     if (!info) return info.error();
@@ -80,25 +160,18 @@ Result SetMode(const EntryRef& entry, unsigned mode) {
         const auto opened = open ? StatOf(open->Get()) : Expected<struct stat>(open.error());
         if (opened && IsSameFile(*opened, *info)) return Outcome(fchmod(open->Get(), mode));
     }
-    return SetModeByName(*file, mode);
+    return Outcome(chmod(NameInProc(*file).c_str(), mode));
 }
 
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group) {
-    const auto file = OpenItself(entry);
+    const auto file = OpenUnlessLink(entry);
     if (!file) return file.error();
     return Outcome(fchownat(file->Get(), "", user, group, AT_EMPTY_PATH));
 }
 
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused) {
-    const auto own = StatOf(fd);
-    if (!own) return own.error();
-    mode_t mode = model.st_mode & kPermissions;
-    const bool isOwned = own->st_uid == model.st_uid && own->st_gid == model.st_gid;
-    if (!isOwned && fchown(fd, model.st_uid, model.st_gid) != 0) {
-        if (ifRefused == IfRefused::Fail) return Result::FromErrno();
-        mode &= ~kLentRights;
-    }
-    return Outcome(fchmod(fd, mode));
+    const auto mode = TakeOwner(fd, model, ifRefused);
+    return mode ? Outcome(fchmod(fd, *mode)) : mode.error();
 }
 
 Result TakeTimes(int fd, const struct stat& model) {
@@ -106,19 +179,29 @@ Result TakeTimes(int fd, const struct stat& model) {
     return Outcome(futimens(fd, times.data()));
 }
 
-Result TakeExtendedAttributes(int fd, const EntryRef& model) {
+Result TakeAttributes(int fd, int model, IfRefused ifRefused) {
+    const auto info = StatOf(model);
+    if (!info) return info.error();
+    const auto mode = TakeOwner(fd, *info, ifRefused);
+    if (!mode) return mode.error();
+    const AttributesOfFile own{fd};
+    const AttributesOfFile others{model};
+    if (const Result taken = TakeAll(own, others); !taken) return taken;
+    // With a list, the group's bits in the mode are what the list allows at most, not what the group may do.
+    const bool lacksItsList = Has(others, kAccessList) && !Has(own, kAccessList);
+    return Outcome(fchmod(fd, lacksItsList ? *mode & ~mode_t{S_IRWXG} : *mode));
+}
+
+Result TakeAttributes(int fd, const EntryRef& model, IfRefused ifRefused) {
     const auto file = OpenAt(model.directory, model.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
+    return file ? TakeAttributes(fd, file->Get(), ifRefused) : file.error();
+}
+
+Result TakeExtendedAttributes(const EntryRef& entry, const EntryRef& model) {
+    const auto file = OpenItself(entry);
     if (!file) return file.error();
-    std::string names;
-    const Result listed = ReadValue(
-        [&](char* buffer, std::size_t size) { return flistxattr(file->Get(), buffer, size); }, names);
-    if (!listed) return IsAttributeRefusal(listed) ? Result() : listed;
-    for (const char* name = names.c_str(); name < names.c_str() + names.size();
-         name += std::strlen(name) + 1) {
-        const Result taken = TakeAttribute(fd, file->Get(), name);
-        if (!taken && !IsAttributeRefusal(taken)) return taken;
-    }
-    return Result();
+    const auto other = OpenItself(model);
+    return other ? TakeAll(AttributesOfEntry(*file), AttributesOfEntry(*other)) : other.error();
 }
 
 }  // namespace corekit

@@ -19,12 +19,18 @@ enum class IfRefused { Fail, GoOn };
 /// leaves out the bits that would lend the new owner's rights.
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused);
 
+/// Gives an open file or directory owner, mode and extended attributes of `model`, which is of the same type:
+/// access control lists, security labels, and what users attach. At no time may anybody do more with it than
+/// with the model: a list that it has from its directory goes, where the model has none, and where a list
+/// cannot be given, the group loses its rights. Other attributes that the file system or the kernel does not
+/// let this process set are left out, and those that the file has already are not set again.
+Result TakeAttributes(int fd, int model, IfRefused ifRefused);
+Result TakeAttributes(int fd, const EntryRef& model, IfRefused ifRefused);
+
+/// Gives a link itself, or a special file, the extended attributes of another.
+Result TakeExtendedAttributes(const EntryRef& entry, const EntryRef& model);
+
 /// Gives an open file the times of another.
 Result TakeTimes(int fd, const struct stat& model);
-
-/// Gives an open file or directory the extended attributes of `model`, which is of the same type: access
-/// control lists, security labels, and what users attach. Attributes that the file has already are not set
-/// again. Those that the file system or the kernel does not let this process set are left out.
-Result TakeExtendedAttributes(int fd, const EntryRef& model);
 
 }  // namespace corekit

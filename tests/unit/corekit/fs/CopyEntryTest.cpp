@@ -18,7 +18,9 @@
 
 using corekit::CopyEntry;
 using corekit::Result;
+using testfiles::Attribute;
 using testfiles::NamesIn;
+using testfiles::SetAttribute;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testsupport::WithFailing;
@@ -84,6 +86,40 @@ TEST(CopyEntry, CopiesFilesAndTrees) {
     EXPECT_EQ(testfiles::Mode(dir / "copy/a"), 0510U);
     EXPECT_EQ(fs::read_symlink(dir / "copy/a/link"), "/etc");
     EXPECT_EQ(testfiles::Read(dir / "tree/a/b/file"), "1");
+}
+
+TEST(CopyEntry, KeepsAccessListsAndWhatUsersAttach) {
+    const Workspace dir;
+    const std::string list = testfiles::RootMayRead();
+    testfiles::Write(dir / "tree/file", "1");
+    testfiles::Write(dir / "tree/plain", "2");
+    ASSERT_EQ(mkfifo((dir / "tree/fifo").c_str(), 0600), 0);
+    for (const char* name : {"tree/file", "tree/fifo", "tree"})
+        SetAttribute(dir / name, testfiles::kAccessList, list);
+    for (const char* name : {"tree/file", "tree"}) SetAttribute(dir / name, "user.note", "kept");
+    // What is made below the copy meanwhile gets this list, unless it is taken away.
+    SetAttribute(dir.Path(), testfiles::kDefaultList, list);
+    SetAttribute(dir / "tree", testfiles::kDefaultList, list);
+    ASSERT_TRUE(Copy(dir / "tree", dir / "copy"));
+    for (const char* name : {"copy/file", "copy/fifo", "copy"})
+        EXPECT_EQ(Attribute(dir / name, testfiles::kAccessList), list) << name;
+    for (const char* name : {"copy/file", "copy"}) EXPECT_EQ(Attribute(dir / name, "user.note"), "kept");
+    EXPECT_EQ(Attribute(dir / "copy", testfiles::kDefaultList), list);
+    EXPECT_EQ(Attribute(dir / "copy/plain", testfiles::kAccessList), "none");
+    EXPECT_EQ(testfiles::Mode(dir / "copy/plain"), 0644U);
+}
+
+TEST(CopyEntry, KeepsTheLabelOfALinkAndOfASpecialFile) {
+    const Workspace dir;
+    fs::create_symlink("file", dir / "link");
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    testfiles::Write(dir / "file", "");
+    for (const std::string name : {"link", "fifo"}) {
+        SetAttribute(dir / name, "trusted.label", name);
+        ASSERT_TRUE(Copy(dir / name, dir / (name + "2")));
+        EXPECT_EQ(Attribute(dir / (name + "2"), "trusted.label"), name);
+    }
+    EXPECT_EQ(Attribute(dir / "file", "trusted.label"), "none");
 }
 
 TEST(CopyEntry, TouchesNothingThatHasTheNameAlready) {

@@ -73,6 +73,22 @@ TEST(DirMove, MovesEveryEntryAndTheEmptyDirectoryGoes) {
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("new"));
 }
 
+TEST(DirMove, KeepsAttributesOnAnotherFileSystem) {
+    const Workspace dir;
+    const Mount other = Mount::Tmpfs(dir / "other");
+    testfiles::Write(dir / "from/sub/file", "1");
+    for (const char* name : {"from", "from/sub", "from/sub/file"}) {
+        testfiles::SetAttribute(dir / name, testfiles::kAccessList, testfiles::RootMayRead());
+        testfiles::SetAttribute(dir / name, "user.note", name);
+    }
+    EXPECT_TRUE(Dir::Move(dir("from"), dir("other/to")));
+    for (const std::string name : {"", "/sub", "/sub/file"}) {
+        const std::string moved = dir / ("other/to" + name);
+        EXPECT_EQ(testfiles::Attribute(moved, testfiles::kAccessList), testfiles::RootMayRead()) << name;
+        EXPECT_EQ(testfiles::Attribute(moved, "user.note"), "from" + name);
+    }
+}
+
 TEST(DirMove, RenamesTheDirectoryItself_WhereNothingStandsInTheWay) {
     const Workspace dir;
     MakeStore(dir / "from");

@@ -21,7 +21,7 @@ using corekit::Descriptor;
 using corekit::EntryRef;
 using corekit::IfRefused;
 using corekit::Result;
-using corekit::TakeExtendedAttributes;
+using testfiles::Attribute;
 using testsupport::WithFailing;
 using testsupport::Workspace;
 
@@ -118,12 +118,8 @@ class ExtendedAttributes : public testing::Test {
         m_file = Descriptor(open((m_dir / "new").c_str(), O_WRONLY));
     }
 
-    Result Take() const { return TakeExtendedAttributes(m_file.Get(), {AT_FDCWD, m_dir / "model"}); }
-
-    std::string Attribute(const char* name) const {
-        char value[64] = {};
-        const ssize_t length = getxattr((m_dir / "new").c_str(), name, value, sizeof value);
-        return length < 0 ? "none" : std::string(value, static_cast<std::size_t>(length));
+    Result Take() const {
+        return corekit::TakeAttributes(m_file.Get(), {AT_FDCWD, m_dir / "model"}, IfRefused::Fail);
     }
 
     const testfiles::TempDir m_dir;
@@ -134,16 +130,16 @@ TEST_F(ExtendedAttributes, AreTakenOverFromTheModel) {
     ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.one", "1", 1, 0), 0);
     ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.empty", "", 0, 0), 0);
     EXPECT_TRUE(Take());
-    EXPECT_EQ(Attribute("user.one"), "1");
-    EXPECT_EQ(Attribute("user.empty"), "");
-    EXPECT_EQ(Attribute("user.other"), "none");
+    EXPECT_EQ(Attribute(m_dir / "new", "user.one"), "1");
+    EXPECT_EQ(Attribute(m_dir / "new", "user.empty"), "");
+    EXPECT_EQ(Attribute(m_dir / "new", "user.other"), "none");
 }
 
 TEST_F(ExtendedAttributes, ReplaceOtherValues) {
     ASSERT_EQ(setxattr((m_dir / "model").c_str(), "user.one", "new", 3, 0), 0);
     ASSERT_EQ(setxattr((m_dir / "new").c_str(), "user.one", "old", 3, 0), 0);
     EXPECT_TRUE(Take());
-    EXPECT_EQ(Attribute("user.one"), "new");
+    EXPECT_EQ(Attribute(m_dir / "new", "user.one"), "new");
 }
 
 TEST_F(ExtendedAttributes, AreLeftOut_WhenTheyMayNotBeSet) {
@@ -151,7 +147,31 @@ TEST_F(ExtendedAttributes, AreLeftOut_WhenTheyMayNotBeSet) {
     for (const int refusal : {EPERM, EACCES, ENOTSUP})
         EXPECT_EQ(WithFailing({{SYS_fsetxattr, refusal}}, [&] { return Take().Code(); }), 0);
     EXPECT_EQ(WithFailing({{SYS_fsetxattr, ENOSPC}}, [&] { return Take().Code(); }), ENOSPC);
-    EXPECT_EQ(Attribute("user.one"), "none");
+    EXPECT_EQ(Attribute(m_dir / "new", "user.one"), "none");
+}
+
+TEST_F(ExtendedAttributes, AreAccessListsToo) {
+    ASSERT_EQ(chmod((m_dir / "model").c_str(), 0600), 0);
+    testfiles::SetAttribute(m_dir / "model", testfiles::kAccessList, testfiles::RootMayRead());
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(Attribute(m_dir / "new", testfiles::kAccessList), testfiles::RootMayRead());
+    EXPECT_EQ(testfiles::Mode(m_dir / "new"), 0640U);
+}
+
+TEST_F(ExtendedAttributes, AreNotTheListThatTheDirectoryGives_WhenTheModelHasNone) {
+    testfiles::SetAttribute(m_dir.Path(), testfiles::kDefaultList, testfiles::RootMayRead());
+    m_file = Descriptor(open((m_dir / "given").c_str(), O_WRONLY | O_CREAT, 0640));
+    ASSERT_NE(Attribute(m_dir / "given", testfiles::kAccessList), "none");
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(Attribute(m_dir / "given", testfiles::kAccessList), "none");
+    EXPECT_EQ(testfiles::Mode(m_dir / "given"), 0644U);
+}
+
+TEST_F(ExtendedAttributes, LeaveTheGroupNothing_WhenTheListCannotBeSet) {
+    testfiles::SetAttribute(m_dir / "model", testfiles::kAccessList, testfiles::RootMayRead());
+    ASSERT_EQ(testfiles::Mode(m_dir / "model"), 0640U);
+    EXPECT_EQ(WithFailing({{SYS_fsetxattr, ENOTSUP}}, [&] { return Take().Code(); }), 0);
+    EXPECT_EQ(testfiles::Mode(m_dir / "new"), 0600U);
 }
 
 TEST_F(ExtendedAttributes, AreNone_WhenTheFileSystemHasNone) {
