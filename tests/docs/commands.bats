@@ -38,6 +38,7 @@ printf '%s\n' https://kell.example.com:8083 '' no 'rc3;rc5' '' '' '' '' '' '' ''
 script/bench|tests/tools/bench.bats
 script/bench --size 1000000 remove|person
 script/bench calls|person
+script/bench protection|person
 script/bench carry xml|person
 script/bench pieces|person
 script/bench xml|person
