@@ -125,7 +125,7 @@ TEST(WrapperLinkBackend, ReplacesNoFileOrLinkThatIsNotTheCallers) {
     EXPECT_EQ(testfiles::Read(agent.Link()), "another program");
     EXPECT_EQ(Printed(agent.Wrapper()), "<env>");
 
-    for (const std::string target : {"bystander", "/nowhere", agent.Bin().c_str()}) {
+    for (const std::string& target : {std::string("bystander"), std::string("/nowhere"), agent.Bin()}) {
         fs::remove(agent.Link());
         fs::create_symlink(target, agent.Link());
         expectForeign(agent.Install(agent.LinkDir(), false));
@@ -141,7 +141,7 @@ TEST(WrapperLinkBackend, RemovesNoFileOrLinkThatIsNotTheCallers) {
     EXPECT_EQ(testfiles::Read(agent.Link()), "another program");
     EXPECT_FALSE(testfiles::Exists(agent.Wrapper()));
 
-    for (const std::string target : {"bystander", "/nowhere", agent.Bin().c_str()}) {
+    for (const std::string& target : {std::string("bystander"), std::string("/nowhere"), agent.Bin()}) {
         fs::remove(agent.Link());
         fs::create_symlink(target, agent.Link());
         const Result result = agent.Uninstall(agent.LinkDir(), false);
