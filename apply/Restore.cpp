@@ -23,17 +23,28 @@ namespace {
 /// Of another file system, no more than this is copied to the files of the attempt.
 constexpr off_t kLargestCopy = 1 << 20;
 
-bool IsThere(const std::string& path) {
-    return Preview::StateOf(path).has_value();
+const Keeping::Identity kNothing;
+
+/// `kNothing` where nothing is; fails when the system does not tell.
+corekit::Expected<Keeping::Identity> IdentityOf(const std::string& path) {
+    const auto identity = Keeping::IdentityOf(String::FromUtf8(path));
+    if (identity || !IsNotFound(identity.error())) return identity;
+    return kNothing;
 }
 
-Keeping::Identity IdentityOf(const std::string& path) {
-    return Keeping::IdentityOf(String::FromUtf8(path)).value_or(Keeping::Identity());
+/// Fails when the system does not tell.
+corekit::Expected<bool> IsThere(const std::string& path) {
+    const auto identity = IdentityOf(path);
+    if (!identity) return identity.error();
+    return *identity != kNothing;
 }
 
-bool IsDirectory(const std::string& path) {
-    const auto state = Preview::StateOf(path);
-    return state && state->type == FileType::Directory;
+/// Fails when the system does not tell; nothing is no directory.
+corekit::Expected<bool> IsDirectory(const std::string& path) {
+    const auto state = Preview::ReadState(path);
+    if (state) return state->type == FileType::Directory;
+    if (IsNotFound(state.error())) return false;
+    return state.error();
 }
 
 class Restorer {
@@ -53,9 +64,11 @@ class Restorer {
     }
     void CollectSaved();
     Result Hold(const SavedMove& move) const;
+    Result BringBack(const SavedMove& move) const;
     Result MakeDirectory(const std::string& path);
     Result PutBack(const SavedEntry& entry);
     Result PutBackWhole(const SavedEntry& entry);
+    Result Clear(const SavedEntry& entry);
     Result Retire(const std::string& path);
     void KeepForReader(const std::string& path);
     Result KeepCopy(const std::string& path, const std::string& copy);
@@ -69,23 +82,44 @@ class Restorer {
 
 void Restorer::CollectSaved() {
     for (const SavedEntry& entry : m_journal.entries) {
-        if (entry.kind == SavedEntry::Kind::Whole && IsThere(entry.saved))
-            m_savedFiles.insert(IdentityOf(entry.saved));
+        if (entry.kind == SavedEntry::Kind::Whole)
+            m_savedFiles.insert(IdentityOf(entry.saved).value_or(kNothing));
     }
+    m_savedFiles.erase(kNothing);
 }
 
 /// What moved is taken to a safe place first: the directories around it may be replaced as a whole. A copy
 /// that a move to another file system has made is complete once it stands.
 Result Restorer::Hold(const SavedMove& move) const {
-    if (IsThere(move.held)) return Result();
-    const bool hasMoved =
-        IdentityOf(move.to) == move.identity || (!IsThere(move.from) && IsDirectory(move.to));
-    if (!hasMoved && !IsThere(move.from)) return Result();
+    const auto held = IsThere(move.held);
+    if (!held) return held.error();
+    if (*held) return Result();
+    const auto from = IsThere(move.from);
+    if (!from) return from.error();
+    const auto to = IdentityOf(move.to);
+    if (!to) return to.error();
+    const auto isComplete = *from ? false : IsDirectory(move.to);
+    if (!isComplete) return isComplete.error();
+    const bool hasMoved = *to == move.identity || *isComplete;
+    if (!hasMoved && !*from) return Result();
     return Keeping::Move(String::FromUtf8(hasMoved ? move.to : move.from), String::FromUtf8(move.held));
 }
 
-/// Takes away what the attempt has made.
+/// What was held goes to its place, from which the attempt's own is removed.
+Result Restorer::BringBack(const SavedMove& move) const {
+    const auto held = IsThere(move.held);
+    if (!held) return held.error();
+    if (!*held) return Result();
+    const Result cleared = Keeping::Remove(String::FromUtf8(move.from));
+    if (!cleared && !IsNotFound(cleared)) return cleared;
+    return Keeping::Move(String::FromUtf8(move.held), String::FromUtf8(move.from));
+}
+
+/// Takes away what the attempt has made, if anything.
 Result Restorer::Retire(const std::string& path) {
+    const auto isThere = IsThere(path);
+    if (!isThere) return isThere.error();
+    if (!*isThere) return Result();
     KeepForReader(path);
     return Keeping::Remove(String::FromUtf8(path));
 }
@@ -93,7 +127,8 @@ Result Restorer::Retire(const std::string& path) {
 /// That the files of the attempt are kept helps to find out why it failed; where it is not possible, nothing
 /// is put back the worse for it.
 void Restorer::KeepForReader(const std::string& path) {
-    if (m_savedFiles.contains(IdentityOf(path))) return;  // it has only moved here
+    const auto identity = IdentityOf(path);
+    if (!identity || m_savedFiles.contains(*identity)) return;  // it has only moved here
     const std::string kept = String(kFailedDir).Utf8() + path;
     Forgive(Keeping::MakePrivateDirectory(kFailedDir));
     Forgive(corekit::Dir::CreateR(String::FromUtf8(Preview::ParentOf(kept))));
@@ -104,7 +139,7 @@ void Restorer::KeepForReader(const std::string& path) {
 /// small.
 Result Restorer::KeepCopy(const std::string& path, const std::string& copy) {
     const auto state = Preview::StateOf(path);
-    if (!state || IsThere(copy)) return Result();
+    if (!state || IsThere(copy).value_or(true)) return Result();
     const String from = String::FromUtf8(path);
     const String to = String::FromUtf8(copy);
     if (state->type != FileType::Directory) {
@@ -120,25 +155,35 @@ Result Restorer::KeepCopy(const std::string& path, const std::string& copy) {
 }
 
 Result Restorer::PutBackWhole(const SavedEntry& entry) {
-    if (!IsThere(entry.saved)) return Result();  // it has been put back
-    const String place = String::FromUtf8(entry.path);
-    const bool isDirectory = entry.state.type == FileType::Directory;
+    const auto saved = IdentityOf(entry.saved);
+    if (!saved) return saved.error();
+    if (*saved == kNothing) return Result();  // it has been put back
     // Without the directory the move fails.
     Forgive(corekit::Dir::CreateR(String::FromUtf8(Preview::ParentOf(entry.path))));
-    if (IsThere(entry.path) && IdentityOf(entry.path) != IdentityOf(entry.saved)) {
-        // What is left of a directory are other names of what was saved.
-        const Result cleared = isDirectory || IsDirectory(entry.path) ? Keeping::Remove(place) : Result();
-        if (!cleared) return cleared;
-        if (IsThere(entry.path)) KeepForReader(entry.path);
-    }
-    if (IdentityOf(entry.path) == IdentityOf(entry.saved)) return Result();
-    return Keeping::Move(String::FromUtf8(entry.saved), place);
+    const auto present = IdentityOf(entry.path);
+    if (!present) return present.error();
+    if (*present == *saved) return Result();
+    if (const Result cleared = *present == kNothing ? Result() : Clear(entry); !cleared) return cleared;
+    return Keeping::Move(String::FromUtf8(entry.saved), String::FromUtf8(entry.path));
+}
+
+/// Makes room for what was saved.
+Result Restorer::Clear(const SavedEntry& entry) {
+    const auto isDirectory = IsDirectory(entry.path);
+    if (!isDirectory) return isDirectory.error();
+    // What is left of a directory are other names of what was saved.
+    if (*isDirectory || entry.state.type == FileType::Directory)
+        return Keeping::Remove(String::FromUtf8(entry.path));
+    KeepForReader(entry.path);
+    return Result();
 }
 
 /// What stands in the place of the directory goes to the files of the attempt.
 Result Restorer::MakeDirectory(const std::string& path) {
-    if (IsDirectory(path)) return Result();
-    const Result retired = IsThere(path) ? Retire(path) : Result();
+    const auto isDirectory = IsDirectory(path);
+    if (!isDirectory) return isDirectory.error();
+    if (*isDirectory) return Result();
+    const Result retired = Retire(path);
     return retired ? corekit::Dir::CreateR(String::FromUtf8(path)) : retired;
 }
 
@@ -146,7 +191,7 @@ Result Restorer::PutBack(const SavedEntry& entry) {
     const String place = String::FromUtf8(entry.path);
     switch (entry.kind) {
         case SavedEntry::Kind::Absent:
-            return IsThere(entry.path) ? Retire(entry.path) : Result();
+            return Retire(entry.path);
         case SavedEntry::Kind::Itself:
             if (const Result made = MakeDirectory(entry.path); !made) return made;
             break;
@@ -154,8 +199,8 @@ Result Restorer::PutBack(const SavedEntry& entry) {
             if (const Result back = PutBackWhole(entry); !back) return back;
             break;
     }
-    const auto now = Preview::StateOf(entry.path);
-    if (!now) return Result();
+    const auto now = Preview::ReadState(entry.path);
+    if (!now) return IsNotFound(now.error()) ? Result() : now.error();
     Result result;
     if (!IsSameAccess(*now, entry.state))
         result = Keeping::SetAccess(place, entry.state.mode, entry.state.uid, entry.state.gid);
@@ -184,10 +229,13 @@ bool Restorer::IsTemporary(const std::string& directory, const std::string& name
 void Restorer::RemoveTemporaries(const SavedEntry& directory) {
     if (directory.kind != SavedEntry::Kind::Itself) return;
     const std::set<std::string> before(directory.names.begin(), directory.names.end());
-    for (const corekit::FileInfo& entry : corekit::Dir::Entries(String::FromUtf8(directory.path), String())) {
+    std::vector<corekit::FileInfo> now;
+    Note(directory.path, corekit::Dir::ReadEntries(String::FromUtf8(directory.path), String(), now));
+    for (const corekit::FileInfo& entry : now) {
         const std::string path = entry.path.Utf8();
         if (before.contains(entry.name.Utf8()) || !IsTemporary(directory.path, entry.name.Utf8())) continue;
-        const auto state = Preview::StateOf(path);
+        const auto state = Preview::ReadState(path);
+        if (!state) Note(path, state.error());
         if (state && state->uid == 0) Note(path, Retire(path));
     }
 }
@@ -198,11 +246,7 @@ Outcome<> Restorer::Restore() {
     for (const SavedEntry& entry : m_journal.entries) {
         if (!IsInMoved(entry.path)) Note(entry.path, PutBack(entry));
     }
-    for (const SavedMove& move : m_journal.moves) {
-        if (!IsThere(move.held)) continue;
-        if (IsThere(move.from)) Note(move.from, Keeping::Remove(String::FromUtf8(move.from)));
-        Note(move.from, Keeping::Move(String::FromUtf8(move.held), String::FromUtf8(move.from)));
-    }
+    for (const SavedMove& move : m_journal.moves) Note(move.from, BringBack(move));
     for (const SavedEntry& entry : m_journal.entries) {
         if (IsInMoved(entry.path)) Note(entry.path, PutBack(entry));
     }

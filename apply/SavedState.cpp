@@ -29,12 +29,13 @@ Failure FailToSave(const std::string& path, const Result& cause) {
     return FailBecause(L"What the run would touch cannot be saved.", String::FromUtf8(path), cause);
 }
 
-/// True where others can write to a directory on the way: there, the run trusts no file with two names.
+/// True where others can write to a directory on the way, or that is not known: there, the run trusts no file
+/// with two names.
 bool IsBelowOthers(std::string path) {
     while (path != "/") {
         path = Preview::ParentOf(path);
         const auto state = Preview::StateOf(path);
-        if (state && (state->mode & (S_IWOTH | S_IWGRP)) != 0) return true;
+        if (!state || (state->mode & (S_IWOTH | S_IWGRP)) != 0) return true;
     }
     return false;
 }
@@ -79,7 +80,7 @@ Outcome<> Saver::ReadMounts() {
         const bool isOwn = std::ranges::any_of(
             m_what.ownDirs, [&](const std::string& dir) { return IsAtOrBelow(mount.point, dir); });
         const auto state = Preview::StateOf(mount.point);
-        const bool isOthers = state && (state->mode & (S_IWOTH | S_IWGRP)) != 0;
+        const bool isOthers = !state || (state->mode & (S_IWOTH | S_IWGRP)) != 0;
         const bool isMain = mount == *main || isOwn || isOthers;
         m_storeOf[mount.point] = isMain ? kMainStore : (mount.point == "/" ? "" : mount.point) + kStoreName;
     };
@@ -127,15 +128,18 @@ Result Saver::Keep(SavedEntry& entry, Touch touch) const {
 Outcome<> Saver::SaveName(const Touched& name) {
     SavedEntry entry;
     entry.path = name.path;
-    const auto state = Preview::StateOf(name.path);
+    const auto state = Preview::ReadState(name.path);
+    if (!state && !IsNotFound(state.error())) return FailToSave(name.path, state.error());
     if (state) {
         entry.state = *state;
         const bool isItself =
             state->type == FileType::Directory && (name.touch == Touch::Access || IsMoved(name.path));
         entry.kind = isItself ? SavedEntry::Kind::Itself : SavedEntry::Kind::Whole;
         if (isItself) {
-            for (const corekit::FileInfo& info : corekit::Dir::Entries(String::FromUtf8(name.path), String()))
-                entry.names.push_back(info.name.Utf8());
+            std::vector<corekit::FileInfo> names;
+            const Result read = corekit::Dir::ReadEntries(String::FromUtf8(name.path), String(), names);
+            if (!read) return FailToSave(name.path, read);
+            for (const corekit::FileInfo& info : names) entry.names.push_back(info.name.Utf8());
         }
     }
     if (entry.kind == SavedEntry::Kind::Whole) {

@@ -1,6 +1,7 @@
 // Asks the system what an entry of a directory is.
 #include "preview/FileState.h"
 
+#include <cerrno>
 #include <fcntl.h>
 #include <sha2.h>
 #include <sys/xattr.h>
@@ -18,25 +19,37 @@ namespace {
 
 constexpr std::size_t kChunk = 65536;
 
-/// The bytes of a call that tells their number when asked with an empty buffer; none where it fails.
+/// The bytes that a call fills a buffer with.
 template <typename Call>
-std::string Filled(Call&& call) {
+corekit::Expected<std::string> Filled(Call&& call) {
     constexpr std::size_t kLongest = 65536;  // of a value, and of the list of names
     std::string buffer(kLongest, '\0');
     const ssize_t got = call(buffer.data(), buffer.size());
-    buffer.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
+    if (got < 0) return Result::FromErrno();
+    buffer.resize(static_cast<std::size_t>(got));
     return buffer;
 }
 
-std::map<std::string, std::string> AttributesOf(const std::string& path) {
-    if (llistxattr(path.c_str(), nullptr, 0) <= 0) return {};
-    const std::string names =
-        Filled([&](char* buffer, std::size_t size) { return llistxattr(path.c_str(), buffer, size); });
+corekit::Expected<std::string> ReadAttribute(const std::string& path, const std::string& name) {
+    return Filled(
+        [&](char* buffer, std::size_t size) { return lgetxattr(path.c_str(), name.c_str(), buffer, size); });
+}
+
+corekit::Expected<std::map<std::string, std::string>> ReadAttributes(const std::string& path) {
     std::map<std::string, std::string> attributes;
-    for (std::size_t at = 0; at < names.size(); at += std::string(names.c_str() + at).size() + 1) {
-        const std::string name = names.c_str() + at;
+    const ssize_t length = llistxattr(path.c_str(), nullptr, 0);
+    if (length < 0 && errno != ENOTSUP) return Result::FromErrno();
+    if (length <= 0) return attributes;
+    const auto names =
+        Filled([&](char* buffer, std::size_t size) { return llistxattr(path.c_str(), buffer, size); });
+    if (!names) return names.error();
+    for (std::size_t at = 0; at < names->size(); at += std::string(names->c_str() + at).size() + 1) {
+        const std::string name = names->c_str() + at;
         if (name.starts_with("trusted.overlay.") || name.starts_with("user.overlay.")) continue;
-        attributes[name] = AttributeOf(path, name).value_or("");
+        const auto value = ReadAttribute(path, name);
+        // Of a value that is only refused, the name is known.
+        if (!value && value.error().Code() != EACCES && value.error().Code() != EPERM) return value.error();
+        attributes[name] = value ? *value : std::string();
     }
     return attributes;
 }
@@ -68,23 +81,32 @@ FileType TypeOf(mode_t mode) {
 
 }  // namespace
 
-std::optional<FileState> StateOf(const std::string& path) {
+corekit::Expected<FileState> ReadState(const std::string& path) {
     struct stat info {};
-    if (lstat(path.c_str(), &info) != 0) return std::nullopt;
-    FileState state{TypeOf(info.st_mode), info.st_mode & 07777, info.st_uid, info.st_gid,       info.st_size,
-                    info.st_nlink,        info.st_rdev,         {},          AttributesOf(path)};
+    if (lstat(path.c_str(), &info) != 0) return Result::FromErrno();
+    auto attributes = ReadAttributes(path);
+    if (!attributes) return attributes.error();
+    FileState state{TypeOf(info.st_mode),  info.st_mode & 07777, info.st_uid,  info.st_gid,
+                    info.st_size,          info.st_nlink,        info.st_rdev, {},
+                    std::move(*attributes)};
     if (state.type == FileType::Other) state.device ^= static_cast<dev_t>(info.st_mode & S_IFMT) << 40U;
     if (state.type != FileType::Link) return state;
-    state.target.resize(static_cast<std::size_t>(info.st_size) + 1);
-    const ssize_t length = readlink(path.c_str(), state.target.data(), state.target.size());
-    state.target.resize(length < 0 ? 0 : static_cast<std::size_t>(length));
+    const auto target =
+        Filled([&](char* buffer, std::size_t size) { return readlink(path.c_str(), buffer, size); });
+    if (!target) return target.error();
+    state.target = *target;
     return state;
+}
+
+std::optional<FileState> StateOf(const std::string& path) {
+    auto state = ReadState(path);
+    return state ? std::optional(std::move(*state)) : std::nullopt;
 }
 
 std::optional<std::string> AttributeOf(const std::string& path, const std::string& name) {
     if (lgetxattr(path.c_str(), name.c_str(), nullptr, 0) < 0) return std::nullopt;
-    return Filled(
-        [&](char* buffer, std::size_t size) { return lgetxattr(path.c_str(), name.c_str(), buffer, size); });
+    const auto value = ReadAttribute(path, name);
+    return value ? std::optional(*value) : std::nullopt;
 }
 
 bool IsSameContent(const FileState& left, const std::string& leftPath, const FileState& right,

@@ -24,6 +24,9 @@ struct FileState {
     std::map<std::string, std::string> attributes;  // the extended ones, by name
 };
 
+/// Fails when the system does not tell all of it, and as not found when nothing is there.
+corekit::Expected<FileState> ReadState(const std::string& path);
+
 /// None when nothing is there, or nothing can be told of it.
 std::optional<FileState> StateOf(const std::string& path);
 

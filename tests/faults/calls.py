@@ -12,6 +12,7 @@ CANNOT_FAIL = {
     "arch_prctl", "brk", "execve", "exit_group", "geteuid", "getpid", "mmap", "mprotect", "munmap", "prlimit64",
     "rseq", "rt_sigaction", "rt_sigprocmask", "set_robust_list", "set_tid_address", "umask", "uname",
 }
+CAN_BE_INTERRUPTED = {"wait4"}  # and fails in no other way
 IN_A_ROW = 5  # interruptions: a run that tries again for ever is right to do so
 
 
@@ -41,7 +42,7 @@ def points(names, kind):
     for name, number in numbered(names):
         if kind == "kill" and name != "execve":
             yield "kill", name, f"signal=SIGKILL:when={number}"
-        elif kind != "kill" and name not in CANNOT_FAIL:
+        elif kind != "kill" and name not in CANNOT_FAIL and (kind == "EINTR" or name not in CAN_BE_INTERRUPTED):
             last = number + IN_A_ROW - 1 if kind == "EINTR" else ""
             yield "once", name, f"error={kind}:when={number}"
             yield "lasting", name, f"error={kind}:when={number}" + (f"..{last}" if last else "+")

@@ -9,7 +9,9 @@
 #include "apply/Recovery.h"
 #include "apply/Restore.h"
 #include "apply/SavedState.h"
+#include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {
@@ -44,15 +46,20 @@ corekit::Keeping::Identity Identity(const wchar_t* path) {
 class Restoring : public testing::Test {
   protected:
     Restoring() {
+        MakeTree();
+        m_before = Tree("/opt/t");
+    }
+    ~Restoring() override { RemoveTree(); }
+
+    static void MakeTree() {
         Write("/opt/t/file", "old", 0640);
         Write("/opt/t/dir/one", "1");
         Write("/opt/t/dir/deep/two", "2");
         fs::create_symlink("file", "/opt/t/link");
-        m_before = Tree("/opt/t");
     }
-    ~Restoring() override {
-        fs::remove_all("/opt/t");
-        fs::remove_all("/var/lib/qdn-configure");
+    static void RemoveTree() {
+        for (const char* tree : {"/opt/t", "/opt/.qdn-configure-saved", "/var/lib/qdn-configure"})
+            fs::remove_all(tree);
     }
 
     void Saved(const std::vector<Preview::Touched>& names,
@@ -233,6 +240,63 @@ TEST_F(Restoring, ASecondTimeChangesNothing) {
     ASSERT_TRUE(Restore(*journal));
     EXPECT_EQ(Tree("/opt/t"), m_before);
     ExpectPutBack();
+}
+
+/// An attempt on a tree that touches it in every way, with whatever call fails before or after it.
+class Disturbed : public Restoring {
+  protected:
+    Disturbed() {
+        m_what.names.names = {{"/opt/t", Touch::Access},           {"/opt/t/dir", Touch::Access},
+                              {"/opt/t/dir/deep", Touch::Replace}, {"/opt/t/file", Touch::Replace},
+                              {"/opt/t/link", Touch::Edit},        {"/opt/t/new", Touch::Replace}};
+        m_calls = testsupport::kFileCalls;
+        m_calls.insert(m_calls.end(), {SYS_lgetxattr, SYS_llistxattr, SYS_lsetxattr});
+    }
+
+    static void Attempt() {
+        fs::remove_all("/opt/t/dir/deep");
+        fs::remove("/opt/t/link");
+        Write("/opt/t/new/file", "new");
+        Write("/opt/t/.file.unfinished", "new");
+        fs::copy_file("/opt/t/new/file", "/opt/t/file", fs::copy_options::overwrite_existing);
+        chmod("/opt/t/dir", 0700);
+        chmod("/opt/t/file", 0777);
+    }
+    void ExpectAsBefore() const {
+        testsupport::Captured([] { EXPECT_TRUE(FinishFormerApply()); });  // it says what it has found
+        EXPECT_EQ(Tree("/opt/t"), m_before);
+        EXPECT_EQ(FindPhase().value(), Phase::None);
+    }
+
+    std::vector<int> m_calls;
+};
+
+TEST_F(Disturbed, ATreeIsUnchangedOrCanBePutBack_WhicheverCallFailsAsItIsSaved) {
+    const auto prepare = [] {
+        RemoveTree();
+        MakeTree();
+    };
+    const auto save = [&] { return Save(m_what) ? 0 : 1; };
+    const int tried = testsupport::FailInTurn(m_calls, EIO, prepare, save, [&](int result) {
+        if (result == 0) {
+            fs::remove("/opt/t/file");
+            Attempt();
+        }
+        ExpectAsBefore();
+    });
+    EXPECT_GT(tried, 100);
+}
+
+TEST_F(Disturbed, ATreeIsPutBackByTheNextTry_WhicheverCallFailsInTheFirst) {
+    const auto prepare = [&] {
+        RemoveTree();
+        MakeTree();
+        Saved(m_what.names.names);
+        fs::remove("/opt/t/file");
+        Attempt();
+    };
+    const auto undo = [] { return UndoAttempt() ? 0 : 1; };
+    EXPECT_GT(testsupport::FailInTurn(m_calls, EIO, prepare, undo, [&](int) { ExpectAsBefore(); }), 100);
 }
 
 }  // namespace
