@@ -98,9 +98,10 @@ std::vector<FileInfo> Dir::Entries(const String& path, const String& pattern) {
 
 Result Dir::CreateR(const String& path) {
     const Result result = Create(path);
-    const bool isAboveInTheWay = result.Code() == ENOENT || result.Code() == ENOTDIR;
+    // EISDIR: a "." or ".." at the end is there once the directory before it is.
+    const bool mayBeAbove = result == Result(ENOENT) || result == Result(ENOTDIR) || result == Result(EISDIR);
     const std::size_t slash = path.FindLast(L"/");
-    if (!isAboveInTheWay || slash == 0 || slash == String::npos) return result;
+    if (!mayBeAbove || slash == 0 || slash == String::npos) return result;
     const Result above = CreateR(path.Left(slash));
     return above ? Create(path) : above;
 }

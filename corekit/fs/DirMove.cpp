@@ -46,11 +46,11 @@ Expected<Descriptor> OpenOrMake(const String& path, int model) {
     return directory;
 }
 
-/// A "/" at the end of the path does not count.
-String DirectoryAbove(const String& path) {
-    String above = path;
-    while (above.EndsWith(L"/")) above = above.Left(above.Length() - 1);
-    return Path::GetDirectory(above);
+/// The path without "/" and "/." at its end: the name by which a directory can be moved.
+String WithoutDots(String path) {
+    while (path.Length() > 1 && (path.EndsWith(L"/") || path.EndsWith(L"/.")))
+        path = path.Left(path.Length() - 1);
+    return path;
 }
 
 /// True where something may be mounted below a directory.
@@ -81,28 +81,32 @@ Result RenameWhole(const String& from, const Descriptor& directory, const String
     const auto entry = StatOf(old->Fd(), old->name);
     if (!itself || !entry || !IsSameFile(*itself, *entry)) return Result(ELOOP);
     if (MayHoldMounts(directory)) return Result(EBUSY);
-    if (const Result made = Dir::CreateR(DirectoryAbove(to)); !made) return made;
+    if (const Result made = Dir::CreateR(Path::GetDirectory(to)); !made) return made;
     const auto place = ParentDirectory::Of(to);
     if (!place) return place.error();
     return Outcome(
         renameat2(old->Fd(), old->name.c_str(), place->Fd(), place->name.c_str(), RENAME_NOREPLACE));
 }
 
-}  // namespace
-
-Result Dir::Move(const String& from, const String& to) {
+Result MoveDirectory(const String& from, const String& to) {
     if (Path::IsWithin(to, from)) return Result(EINVAL).About(to);
     const auto source = OpenDirectory(from);
     if (!source) return source.error().About(from);
     if (const Result allowed = CheckRemovable(*source); !allowed) return allowed.About(from);
-    if (RenameWhole(from, *source, to)) return FlushEntries(DirectoryAbove(to));
+    if (RenameWhole(from, *source, to)) return Dir::FlushEntries(Path::GetDirectory(to));
     const auto target = OpenOrMake(to, source->Get());
     if (!target) return target.error().About(to);
     const Result moved = MoveEntries(source->Get(), target->Get());
     const Result flushed = Flush(target->Get());
     // A directory that still holds something, or that is reached by a link, stays.
-    Forgive(RemoveIfEmpty(from));
+    Forgive(Dir::RemoveIfEmpty(from));
     return moved ? flushed.About(to) : moved.About(from);
+}
+
+}  // namespace
+
+Result Dir::Move(const String& from, const String& to) {
+    return MoveDirectory(WithoutDots(from), WithoutDots(to));
 }
 
 }  // namespace corekit

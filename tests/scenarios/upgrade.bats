@@ -142,6 +142,19 @@ upgrade_moved_6x() {
     expect_missing "$elsewhere/var/qdn-client.log.1" "$agent/var/qdn-client.log.1"
 }
 
+@test "stores that are spelled with dots move to another directory" {
+    given_an_old_agent 6.0SP2
+    sed -i -e '/^sub_agent_paths=/s,=.*,=,' -e "s,^event_queue_dir=.*,event_queue_dir=$agent/var/../var/queue," \
+        -e "s,^task_storage_path=.*,task_storage_path=$agent/./var/tasks/.," "$agent/etc/client.conf"
+    upgrade_to "$elsewhere"
+    expect_status 0
+    expect_no_errors
+    expect_value Configuration task_storage_path "$elsewhere/./var/tasks/." "$elsewhere/etc/client.conf"
+    expect_file "$elsewhere/var/queue/one.kse" <<<"event one"
+    expect_file "$elsewhere/var/tasks/one.kst" <<<"task one"
+    expect_missing "$agent"
+}
+
 @test "a certificate in the old directory keeps that directory" {
     given_an_old_agent 6.0SP2
     sed -i "s,^ssl_ca_info=.*,ssl_ca_info=$agent/etc/ca.pem," "$agent/etc/client.conf"

@@ -104,6 +104,21 @@ TEST(DirMove, RenamesTheDirectoryItself_WhereNothingStandsInTheWay) {
     EXPECT_FALSE(testfiles::Exists(dir / "from"));
 }
 
+TEST(DirMove, TakesADirectoryByAnySpelling) {
+    for (const std::string end : {"/.", "/./", "//.//"}) {
+        SCOPED_TRACE(end);
+        const Workspace dir;
+        MakeStore(dir / "from");
+        ASSERT_EQ(chmod((dir / "from").c_str(), 0700), 0);
+        EXPECT_TRUE(Dir::Move(dir("./from" + end), dir("above/./to" + end)));
+        ExpectStore(dir / "above/to");
+        EXPECT_EQ(testfiles::Mode(dir / "above/to"), 0700U);
+        EXPECT_TRUE(Dir::Move(dir("above/../above/to"), dir("none/../to")));
+        ExpectStore(dir / "to");
+        EXPECT_FALSE(testfiles::Exists(dir / "from") || testfiles::Exists(dir / "above/to"));
+    }
+}
+
 TEST(DirMove, LeavesWhatIsMountedInTheDirectory) {
     const Workspace dir;
     testfiles::Write(dir / "from/file", "");

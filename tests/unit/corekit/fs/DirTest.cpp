@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "tests/support/Mount.h"
 #include "tests/support/PrintResult.h"
@@ -142,6 +143,22 @@ TEST(DirCreateR, MakesAllThatIsMissing) {
     EXPECT_TRUE(Dir::CreateR(L"relative/x"));
     fs::current_path("/");
     EXPECT_TRUE(fs::is_directory(dir / "relative/x"));
+}
+
+TEST(DirCreateR, MakesWhatStandsBeforeADot) {
+    const Workspace dir;
+    for (const char* path : {"a/.", "b/./.", "c/././", "d/./e", "f/..", "g/../h", "g/../i/./../j/."}) {
+        SCOPED_TRACE(path);
+        EXPECT_TRUE(corekit::Access::CheckCreatableDirectory(dir(path)));
+        EXPECT_TRUE(Dir::CreateR(dir(path)));
+        EXPECT_TRUE(fs::is_directory(dir / path));
+    }
+    testfiles::Write(dir / "file", "");
+    for (const char* path : {"file/.", "file/..", "file/../k"}) {
+        SCOPED_TRACE(path);
+        EXPECT_FALSE(corekit::Access::CheckCreatableDirectory(dir(path)));
+        EXPECT_FALSE(Dir::CreateR(dir(path)));
+    }
 }
 
 TEST(DirCreateR, Fails_WhereSomethingElseStands) {
