@@ -124,8 +124,6 @@ Result Move(const String& from, const String& to) {
 Result Remove(const String& path) {
     const auto place = ParentDirectory::Of(path);
     if (!place) return place.error().About(path);
-    // What is not there need not be removed; where nothing can be written, the system would not say so.
-    if (const auto info = StatOf(place->Fd(), place->name); !info) return info.error().About(path);
     return RemoveEntry(place->At()).About(path);
 }
 

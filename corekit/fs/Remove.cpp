@@ -73,7 +73,7 @@ Expected<ParentDirectory> FindRemovable(const String& path, HostDirectory hostDi
 Result Remove(const String& path, HostDirectory hostDirectory) {
     const auto place = FindRemovable(path, hostDirectory);
     if (!place) return place.error().About(path);
-    return Outcome(unlinkat(place->Fd(), place->name.c_str(), 0)).About(path);
+    return Unlink(place->At()).About(path);
 }
 
 Result CheckRemovable(const String& path) {

@@ -96,4 +96,20 @@ END
     expect_missing "$agent" /usr/bin/qdn-{clientevent,monitor}
 }
 
+@test "a clean is done with what is not there on a read-only file system" {
+    mkdir /opt/links
+    given_the_package
+    given_plain_xml
+    sed -i "s,</Settings>,<BinDir>/opt/links</BinDir></Settings>," "/tmp/$xml"
+    mount --bind /usr/bin /usr/bin
+    mount -o remount,ro,bind /usr/bin
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_no_errors
+    clean
+    expect_status 0
+    expect_no_errors
+    expect_missing "$agent"
+}
+
 each_test_is_a_session

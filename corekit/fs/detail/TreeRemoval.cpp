@@ -130,10 +130,16 @@ Result RemoveTree(const EntryRef& top) {
     return TreeRemoval().Walk(top);
 }
 
+Result Unlink(const EntryRef& entry, int flags) {
+    const Result result = Outcome(unlinkat(entry.directory, entry.name.c_str(), flags));
+    if (result != Result(EROFS)) return result;
+    const auto info = StatOf(entry.directory, entry.name);
+    return info ? result : info.error();
+}
+
 Result RemoveEntry(const EntryRef& entry) {
-    Result result = Outcome(unlinkat(entry.directory, entry.name.c_str(), 0));
-    if (result.Code() == EISDIR)
-        result = Outcome(unlinkat(entry.directory, entry.name.c_str(), AT_REMOVEDIR));
+    Result result = Unlink(entry);
+    if (result.Code() == EISDIR) result = Unlink(entry, AT_REMOVEDIR);
     return IsNotEmpty(result) ? RemoveTree(entry) : result;
 }
 

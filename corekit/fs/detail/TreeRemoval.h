@@ -11,6 +11,10 @@ namespace corekit {
 /// mount point, it is emptied and stays (EBUSY).
 Result RemoveTree(const EntryRef& top);
 
+/// What unlinkat does. ENOENT for a name that is not there also where nothing can be written and the system
+/// says only that (EROFS).
+Result Unlink(const EntryRef& entry, int flags = 0);
+
 /// Removes a file or link, or a directory as a tree; a mount point stays as it is (EBUSY).
 Result RemoveEntry(const EntryRef& entry);
 

@@ -96,6 +96,17 @@ TEST(FileRemoveAny, LeavesWhatIsMountedAndWhatIsTheHosts) {
         EXPECT_EQ(File::RemoveAny(path), Result(EPERM)) << path;
 }
 
+TEST(FileRemoveAny, MissesNothingOnAReadOnlyFileSystemButWhatIsThere) {
+    const Workspace dir;
+    const Mount mount = Mount::Tmpfs(dir / "mounted");
+    testfiles::Write(dir / "mounted/file", "");
+    mount.MakeReadOnly();
+    for (const auto& remove : {File::Remove, File::RemoveAny, File::RemoveEx}) {
+        EXPECT_EQ(remove(dir("mounted/file"), HostDirectory::Refused), Result(EROFS));
+        EXPECT_EQ(remove(dir("mounted/none"), HostDirectory::Refused), Result(ENOENT));
+    }
+}
+
 TEST(FileRemoveEx, ExpandsStarsQuestionMarksAndClasses) {
     struct Row {
         const char* pattern;
