@@ -31,7 +31,7 @@ String Keep(const String& path, const std::string& document) {
                                   {.mode = 0600,
                                    .attributes = corekit::File::Attributes::New,
                                    .hostDirectory = corekit::HostDirectory::Meant});
-    return written ? String() : GetErrorMsg(written);
+    return written ? String() : Messages::Shown(path) + L": " + GetErrorMsg(written);
 }
 
 }  // namespace

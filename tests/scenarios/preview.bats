@@ -327,6 +327,12 @@ ERROR: Unable to write to file: $place
   It is not a regular file.
 END
     done
+    qdn_configure -preview -out /nowhere/plan -clean /nowhere
+    expect_status 1
+    expect_errors <<END
+ERROR: Unable to write to file: /nowhere/plan
+  /nowhere/plan: No such file or directory
+END
     if [ ! -c /dev/null ] || [ ! -L "$desk/link" ] || [ ! -p "$desk/fifo" ]; then fail "something was replaced"; fi
     qdn_configure -preview -out "" -clean /nowhere
     expect_status 120
