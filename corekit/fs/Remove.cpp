@@ -9,6 +9,7 @@
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/ParentDirectory.h"
+#include "corekit/fs/Path.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "corekit/os/SystemCall.h"
@@ -35,6 +36,15 @@ Result CheckEntry(const ParentDirectory& place) {
     if (!info) return info.error();
     const bool isSuspect = S_ISLNK(info->st_mode) || S_ISCHR(info->st_mode) || S_ISBLK(info->st_mode);
     return isSuspect ? corekit::CheckRemovable(place.directory) : Result();
+}
+
+/// A link that stands where a directory should may lead to a file among the host's: somebody else made it.
+Result CheckTarget(const ParentDirectory& link) {
+    const std::string path = "/proc/self/fd/" + std::to_string(link.Fd()) + "/" + link.name;
+    const String target = Path::Resolve(String::FromUtf8(path));
+    const auto info = StatOf(AT_FDCWD, NativePath(target));
+    if (!info) return IsTransient(info.error()) ? info.error() : Result();
+    return S_ISDIR(info->st_mode) ? Result() : corekit::CheckRemovable(Path::GetDirectory(target));
 }
 
 }  // namespace
@@ -113,6 +123,7 @@ Result Dir::Remove(const String& path) {
     if (!info) return info.error().About(path);
     if (S_ISDIR(info->st_mode)) return RemoveTree(place->At()).About(path);
     if (!S_ISLNK(info->st_mode)) return Result(ENOTDIR).About(path);
+    if (const Result allowed = CheckTarget(*place); !allowed) return allowed.About(path);
     return Outcome(unlinkat(place->Fd(), place->name.c_str(), 0)).About(path);
 }
 

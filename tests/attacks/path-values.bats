@@ -286,6 +286,7 @@ package_storage_path /etc/hosts.d/keys
 var /var/lib/hosts-single/only
 debug_output /var/log/hosts.log
 swd_storage_path /bin/sh
+event_queue_dir /opt/links/to-passwd
 END
 }
 

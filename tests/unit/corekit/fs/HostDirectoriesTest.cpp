@@ -324,6 +324,21 @@ TEST(HostDirectories, NoNameOfTheHostIsWrittenRenamedOrLinkedOver) {
     EXPECT_EQ(testfiles::Read(root / "etc/passwd"), "edited");
 }
 
+TEST(HostDirectories, ALinkToAFileOfTheHostIsNotRemovedAsADirectory) {
+    const Workspace work;
+    const std::string theirs = work / "theirs";
+    const std::string ours = work / "ours";
+    testfiles::Write(work / "own", "");
+    fs::create_symlink("/etc/passwd", theirs);
+    fs::create_symlink("own", ours);
+    using corekit::Dir;
+    EXPECT_EQ(Dir::Remove(corekit::String::FromUtf8(theirs + "/")), corekit::Result(EPERM));
+    EXPECT_TRUE(Dir::Remove(corekit::String::FromUtf8(ours + "/")));
+    EXPECT_TRUE(fs::is_symlink(theirs));
+    EXPECT_FALSE(fs::is_symlink(ours));
+    EXPECT_TRUE(testfiles::Exists(work / "own"));
+}
+
 TEST(HostDirectories, ALinkOfTheHostIsRemoved_OnlyWhereThatIsMeant) {
     fs::create_symlink("true", "/usr/bin/host-link");
     namespace File = corekit::File;
