@@ -1,7 +1,7 @@
-#include "corekit/json/Json.h"
-
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include "corekit/json/Json.h"
 
 namespace corekit {
 
@@ -10,11 +10,13 @@ namespace {
 TEST(Json, IsReadAndPrintedInTheOrderOfItsMembers) {
     const Json value = ParseJson(R"({"z": [1, null], "a": {"b": "c"}})");
     EXPECT_EQ(R"({"z":[1,null],"a":{"b":"c"}})", JsonLine(value));
-    EXPECT_EQ("{\n  \"z\": [\n    1,\n    null\n  ],\n  \"a\": {\n    \"b\": \"c\"\n  }\n}\n", JsonDocument(value));
+    EXPECT_EQ("{\n  \"z\": [\n    1,\n    null\n  ],\n  \"a\": {\n    \"b\": \"c\"\n  }\n}\n",
+              JsonDocument(value));
 }
 
 TEST(Json, WhatIsNoJsonIsDiscarded) {
-    for (const char* text : {"", "{", "{\"a\": }", "[1] 2", "\xff"}) EXPECT_TRUE(ParseJson(text).is_discarded()) << text;
+    for (const char* text : {"", "{", "{\"a\": }", "[1] 2", "\xff"})
+        EXPECT_TRUE(ParseJson(text).is_discarded()) << text;
 }
 
 TEST(Json, BytesThatAreNotUtf8AreReplacedInText) {
