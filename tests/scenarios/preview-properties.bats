@@ -6,7 +6,7 @@ load old-agent
 load random-installation
 
 eval "seed() { echo ${SEED:-$SRANDOM}; }" # functions are what a session is given
-eval "how_many() { echo ${NUMBER:-70}; }"
+eval "how_many() { echo ${NUMBER:-100}; }"
 eval "how_many_signals() { echo ${SIGNALS:-30}; }"
 
 truth() { "$project/tests/support/preview-truth.py" "$@"; }
