@@ -1,6 +1,6 @@
-# More than a hundred values that no path of the agent's should have, for every key that holds one, on an upgrade, an
-# upgrade to another directory and a clean: whatever the run says, nothing of the host's is changed or removed. A few of
-# these runs; QDN_ALL_PATHS=yes bats tests/attacks/path-values.bats takes all of them.
+# More than a hundred values that no path of the agent's should have, for every key that holds one, on a first
+# configuration, an upgrade, an upgrade to another directory and a clean: whatever the run says, nothing of the host's is
+# changed or removed. A few of these runs; QDN_ALL_PATHS=yes bats tests/attacks/path-values.bats takes all of them.
 # shellcheck disable=SC2154 # a session says where things are
 load support
 
@@ -213,14 +213,48 @@ expect_the_hosts_own() {
     [ ! -s "$desk/touched" ] || { head "$desk/touched"; fail "$1"; }
 }
 
-# try VALUE KEY COMMAND
-try() {
-    forget_the_agent
+# given_a_path VALUE KEY: an XML file whose setting the key is made from has that value; of "var" there is none.
+given_a_path() {
+    local setting
+    case $2 in
+        installdir) setting="<InstallDir>$1</InstallDir>" ;;
+        bindir) setting="<BinDir>$1</BinDir>" ;;
+        tmpdir) setting="<TempDir>$1</TempDir>" ;;
+        event_queue_dir) setting="<EventQueueDir>$1</EventQueueDir>" ;;
+        task_storage_path) setting="<TasksDir>$1</TasksDir>" ;;
+        package_storage_path) setting="<PackagesDir>$1</PackagesDir>" ;;
+        swd_storage_path) setting="<SWDDir>$1</SWDDir>" ;;
+        guid_guid_file) setting="<GuidDir>$1</GuidDir>" ;;
+        debug_output) setting="<EventLog LogDir=\"$1\"/>" ;;
+        ssl_ca_info) setting="<CurlSSL CAInfo=\"$1\"/>" ;;
+        ssl_ca_path) setting="<CurlSSL CAPath=\"$1\"/>" ;;
+    esac
+    given_xml /tmp <<END
+<KSAgentConfiguration>
+  <KSName>kell.example</KSName>
+  <Settings Start="no" RunLevel="rc3">${setting:-}</Settings>
+</KSAgentConfiguration>
+END
+}
+
+# given_its_configuration VALUE KEY: an agent whose client.conf has that value.
+given_its_configuration() {
     given_an_old_agent 6.2
     awk -v key="$2=" -v value="$1" 'index($0, key) == 1 { print key value; next } { print } /^.Client Transport/ { if (key == "ssl_ca_path=") print key value }' \
         "$agent/etc/client.conf" >"$desk/conf"
     cat "$desk/conf" >"$agent/etc/client.conf"
+}
+
+# try VALUE KEY COMMAND
+try() {
+    forget_the_agent
+    if [ "$3" = fresh ]; then given_a_path "$1" "$2"; else given_its_configuration "$1" "$2"; fi
     case $3 in
+        fresh)
+            given_the_package
+            set -- "$@" -configure -noimode
+            [ "$2" = installdir ] || set -- "$@" -dir "$agent"
+            ;;
         in-place) given_the_package; given_plain_xml; set -- "$@" -configure -noimode ;;
         elsewhere) given_the_package "$elsewhere"; given_plain_xml /tmp "$elsewhere"; set -- "$@" -configure -noimode -dir "$elsewhere" ;;
         clean) set -- "$@" -clean "$agent" ;;
@@ -231,7 +265,7 @@ try() {
 }
 
 @test "whatever path a configuration names, nothing of the host's is changed or removed" {
-    local value key command number=0 commands=(in-place elsewhere clean)
+    local value key command number=0 commands=(fresh in-place elsewhere clean)
     given_the_hosts_own
     try /opt/usual var clean # makes what is new on the host
     note_the_hosts_own
@@ -268,7 +302,7 @@ try() {
 
 # Of the values above, those that this is about, one after another.
 @test "a store, log or identifier in a directory where packages and users keep data leads to nothing of theirs" {
-    local value key command commands=(in-place elsewhere clean)
+    local value key command commands=(fresh in-place elsewhere clean)
     given_the_hosts_own
     try /opt/usual var clean # makes what is new on the host
     note_the_hosts_own
