@@ -23,7 +23,7 @@ namespace {
 /// Writes the file, for its owner alone; returns why that was not possible, or nothing. A device such as
 /// /dev/null is not replaced by a file, nor is a link.
 String Keep(const String& path, const std::string& document) {
-    const auto present = Preview::StateOf(path.Utf8());
+    const auto present = Preview::ReadState(path.Utf8());
     if (present && (present->type == Preview::FileType::Other || present->type == Preview::FileType::Link))
         return L"It is not a regular file.";
     const corekit::Result written =

@@ -112,7 +112,9 @@ RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, co
                           const Preview::Rehearsal& rehearsal) -> Outcome<std::string> {
         const auto document = Preview::MakeDocument(request, copy, rehearsal);
         if (!document) return document;
-        return Packed(*document, Preview::ReadTouched(copy), rehearsal.result);
+        const auto names = Preview::ReadTouched(copy);
+        if (!names) return Preview::FailToPreview(names.error());
+        return Packed(*document, *names, rehearsal.result);
     };
     const auto told = Preview::Rehearse(run, tell, audience);
     if (told) return Unpacked(*told);

@@ -138,7 +138,7 @@ void Restorer::KeepForReader(const std::string& path) {
 /// Keeps an entry under another path: by its own inode on the same file system, else by a copy of what is
 /// small.
 Result Restorer::KeepCopy(const std::string& path, const std::string& copy) {
-    const auto state = Preview::StateOf(path);
+    const auto state = Preview::ReadState(path);
     if (!state || IsThere(copy).value_or(true)) return Result();
     const String from = String::FromUtf8(path);
     const String to = String::FromUtf8(copy);

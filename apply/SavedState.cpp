@@ -34,7 +34,7 @@ Failure FailToSave(const std::string& path, const Result& cause) {
 bool IsBelowOthers(std::string path) {
     while (path != "/") {
         path = Preview::ParentOf(path);
-        const auto state = Preview::StateOf(path);
+        const auto state = Preview::ReadState(path);
         if (!state || (state->mode & (S_IWOTH | S_IWGRP)) != 0) return true;
     }
     return false;
@@ -79,7 +79,7 @@ Outcome<> Saver::ReadMounts() {
         const Mount& mount = *Preview::MountOf(m_mounts, path);
         const bool isOwn = std::ranges::any_of(
             m_what.ownDirs, [&](const std::string& dir) { return IsAtOrBelow(mount.point, dir); });
-        const auto state = Preview::StateOf(mount.point);
+        const auto state = Preview::ReadState(mount.point);
         const bool isOthers = !state || (state->mode & (S_IWOTH | S_IWGRP)) != 0;
         const bool isMain = mount == *main || isOwn || isOthers;
         m_storeOf[mount.point] = isMain ? kMainStore : (mount.point == "/" ? "" : mount.point) + kStoreName;

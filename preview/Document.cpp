@@ -72,13 +72,14 @@ Json ChangeAsJson(const Change& change, const HostCopy& copy, const std::vector<
     return json;
 }
 
-std::vector<Change> ChangesOf(const HostCopy& copy) {
+corekit::Expected<std::vector<Change>> ChangesOf(const HostCopy& copy) {
     std::vector<Change> all;
     for (const Layer& layer : copy.Layers()) {
-        for (Change& change : ReadChanges(layer)) {
-            if (!IsNoEffect(change.path)) all.push_back(std::move(change));
-        }
+        auto changes = ReadChanges(layer);
+        if (!changes) return changes;
+        std::ranges::move(*changes, std::back_inserter(all));
     }
+    std::erase_if(all, [](const Change& change) { return IsNoEffect(change.path); });
     std::ranges::stable_sort(all, {}, &Change::path);
     return all;
 }
@@ -183,8 +184,9 @@ Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, 
     CollectSecrets(record["settings"], secrets);
     Json changes = Json::array();
     const std::vector<std::string> stores = StringsOf(record["stores"]);
-    for (const Change& change : ChangesOf(copy))
-        changes.push_back(ChangeAsJson(change, copy, stores, secrets));
+    const auto found = ChangesOf(copy);
+    if (!found) return FailToPreview(found.error());
+    for (const Change& change : *found) changes.push_back(ChangeAsJson(change, copy, stores, secrets));
 
     const auto clear = [&](const std::string& text) { return WithoutValues(Masked(Decoded(text)), secrets); };
     Json document = Frame(request, clear(rehearsal.output), clear(rehearsal.errors));

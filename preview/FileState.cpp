@@ -30,11 +30,6 @@ corekit::Expected<std::string> Filled(Call&& call) {
     return buffer;
 }
 
-corekit::Expected<std::string> ReadAttribute(const std::string& path, const std::string& name) {
-    return Filled(
-        [&](char* buffer, std::size_t size) { return lgetxattr(path.c_str(), name.c_str(), buffer, size); });
-}
-
 corekit::Expected<std::map<std::string, std::string>> ReadAttributes(const std::string& path) {
     std::map<std::string, std::string> attributes;
     const ssize_t length = llistxattr(path.c_str(), nullptr, 0);
@@ -58,16 +53,18 @@ corekit::Expected<Descriptor> OpenToRead(const std::string& path) {
     return corekit::OpenAt(AT_FDCWD, path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY);
 }
 
-bool HasSameBytes(const std::string& left, const std::string& right) {
+corekit::Expected<bool> HasSameBytes(const std::string& left, const std::string& right) {
     const auto leftFile = OpenToRead(left);
+    if (!leftFile) return leftFile.error();
     const auto rightFile = OpenToRead(right);
-    if (!leftFile || !rightFile) return false;
+    if (!rightFile) return rightFile.error();
     std::string leftChunk(kChunk, '\0');
     std::string rightChunk(kChunk, '\0');
     for (;;) {
         const auto leftCount = ReadSome(leftFile->Get(), leftChunk);
         const auto rightCount = ReadSome(rightFile->Get(), rightChunk);
-        if (!leftCount || !rightCount) return false;
+        if (!leftCount) return leftCount.error();
+        if (!rightCount) return rightCount.error();
         if (leftChunk.compare(0, *leftCount, rightChunk, 0, *rightCount) != 0) return false;
         if (*leftCount == 0) return true;
     }
@@ -98,19 +95,15 @@ corekit::Expected<FileState> ReadState(const std::string& path) {
     return state;
 }
 
-std::optional<FileState> StateOf(const std::string& path) {
-    auto state = ReadState(path);
-    return state ? std::optional(std::move(*state)) : std::nullopt;
+corekit::Expected<std::string> ReadAttribute(const std::string& path, const std::string& name) {
+    // Most entries have none: what they have is asked for only then.
+    if (lgetxattr(path.c_str(), name.c_str(), nullptr, 0) < 0) return Result::FromErrno();
+    return Filled(
+        [&](char* buffer, std::size_t size) { return lgetxattr(path.c_str(), name.c_str(), buffer, size); });
 }
 
-std::optional<std::string> AttributeOf(const std::string& path, const std::string& name) {
-    if (lgetxattr(path.c_str(), name.c_str(), nullptr, 0) < 0) return std::nullopt;
-    const auto value = ReadAttribute(path, name);
-    return value ? std::optional(*value) : std::nullopt;
-}
-
-bool IsSameContent(const FileState& left, const std::string& leftPath, const FileState& right,
-                   const std::string& rightPath) {
+corekit::Expected<bool> IsSameContent(const FileState& left, const std::string& leftPath,
+                                      const FileState& right, const std::string& rightPath) {
     if (left.type != right.type) return false;
     switch (left.type) {
         case FileType::Directory:
@@ -122,7 +115,8 @@ bool IsSameContent(const FileState& left, const std::string& leftPath, const Fil
         case FileType::File:
             break;
     }
-    return left.size == right.size && HasSameBytes(leftPath, rightPath);
+    if (left.size != right.size) return false;
+    return HasSameBytes(leftPath, rightPath);
 }
 
 bool IsSameAccess(const FileState& left, const FileState& right) {
@@ -130,8 +124,8 @@ bool IsSameAccess(const FileState& left, const FileState& right) {
 }
 
 Result TakeAttributes(const std::string& model, const std::string& directory) {
-    const auto state = StateOf(model);
-    if (!state) return Result::FromErrno();
+    const auto state = ReadState(model);
+    if (!state) return state.error();
     if (chown(directory.c_str(), state->uid, state->gid) != 0) return Result::FromErrno();
     for (const auto& [name, value] : state->attributes) {
         // One that the file system in memory cannot keep matters to nobody who runs in the copy.

@@ -27,15 +27,13 @@ struct FileState {
 /// Fails when the system does not tell all of it, and as not found when nothing is there.
 corekit::Expected<FileState> ReadState(const std::string& path);
 
-/// None when nothing is there, or nothing can be told of it.
-std::optional<FileState> StateOf(const std::string& path);
+/// The value of one extended attribute of the entry itself; ENODATA when it has none of that name.
+corekit::Expected<std::string> ReadAttribute(const std::string& path, const std::string& name);
 
-/// The value of one extended attribute of the entry itself; none when it has none of that name.
-std::optional<std::string> AttributeOf(const std::string& path, const std::string& name);
-
-/// True when both are of one type and lead to, contain or stand for the same.
-bool IsSameContent(const FileState& left, const std::string& leftPath, const FileState& right,
-                   const std::string& rightPath);
+/// True when both are of one type and lead to, contain or stand for the same. Fails when a file cannot be
+/// read.
+corekit::Expected<bool> IsSameContent(const FileState& left, const std::string& leftPath,
+                                      const FileState& right, const std::string& rightPath);
 
 /// True when both have the same mode and owner; the extended attributes are compared besides.
 bool IsSameAccess(const FileState& left, const FileState& right);

@@ -16,7 +16,7 @@
 #include "corekit/fs/Dir.h"
 #include "corekit/os/Console.h"
 #include "corekit/os/SystemCall.h"
-#include "preview/OverlayMarks.h"
+#include "preview/LayerReader.h"
 
 // NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
@@ -89,11 +89,10 @@ class Performance {
 
 Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
     for (Pipe* pipe : {&m_result, &m_output, &m_errors}) {
-        if (const Result opened = pipe->Open(); !opened)
-            return FailBecause(L"The preview failed.", L"pipe", opened);
+        if (const Result opened = pipe->Open(); !opened) return FailToPreview(opened.About(L"pipe"));
     }
     const pid_t child = fork();
-    if (child < 0) return FailBecause(L"The preview failed.", L"fork", Result::FromErrno());
+    if (child < 0) return FailToPreview(Result::FromErrno().About(L"fork"));
     if (child == 0) Perform(code);
     for (Pipe* pipe : {&m_result, &m_output, &m_errors}) pipe->writer = Descriptor();
 
@@ -155,7 +154,7 @@ bool Performance::Listen() {
 }
 
 std::string Answer(const Outcome<std::string>& told) {
-    return told ? kTold + *told : kFailed + told.error().text.Utf8() + '\0' + told.error().reason.Utf8();
+    return told ? kTold + *told : kFailed + told.error().text.Utf8();
 }
 
 /// What the first process of the namespaces does. It ends when its maker does, and with it all others of
@@ -184,12 +183,14 @@ Outcome<std::string> ReadAnswer(const Descriptor& reader) {
     if (!read || read->empty()) return Fail(L"The preview failed: its process was ended by a signal.");
     const std::string rest = read->substr(1);
     if (read->front() == kTold) return rest;
-    const std::size_t end = rest.find('\0');
-    return tl::unexpected(
-        Failure{String::FromUtf8(rest.substr(0, end)), String::FromUtf8(rest.substr(end + 1))});
+    return Failure{String::FromUtf8(rest), {}};
 }
 
 }  // namespace
+
+Failure FailToPreview(const Result& cause) {
+    return Fail(L"The preview failed: ", cause.Path() + L": " + GetErrorMsg(cause) + L".");
+}
 
 Outcome<std::string> Rehearse(
     const std::function<std::string()>& code,
@@ -197,8 +198,7 @@ Outcome<std::string> Rehearse(
     const Limits& limits) {
     corekit::Console::Flush();
     Pipe answer;
-    if (const Result opened = answer.Open(); !opened)
-        return FailBecause(L"The preview failed.", L"pipe", opened);
+    if (const Result opened = answer.Open(); !opened) return FailToPreview(opened.About(L"pipe"));
     constexpr unsigned long kNamespaces = CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWNET | CLONE_NEWIPC;
     const long child = syscall(SYS_clone, kNamespaces | SIGCHLD, nullptr, nullptr, nullptr, nullptr);
     if (child == 0) {

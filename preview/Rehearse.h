@@ -27,6 +27,9 @@ struct Limits {
     std::chrono::milliseconds time = std::chrono::minutes(10);  // where nobody is asked anything
 };
 
+/// The failure of a preview that the system does not allow: "The preview failed: <path>: <why>."
+[[nodiscard]] Failure FailToPreview(const corekit::Result& cause);
+
 /// Runs `code` with the copy of the host as its root, then `tell`, which sees the host and the copy, and
 /// returns what that returned. Neither can reach a process of the host or be reached by its sockets. Standard
 /// input is this process's. Fails with a text that says what to do: one that begins with `kNotPossible` when

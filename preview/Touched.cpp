@@ -4,29 +4,31 @@
 #include <algorithm>
 #include <sys/stat.h>
 
-#include "preview/FileState.h"
-#include "preview/OverlayMarks.h"
+#include "preview/LayerReader.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 
+using corekit::Result;
+
 namespace {
 
-class TouchedReader {
+class TouchedReader : private LayerReader {
   public:
-    TouchedReader(const Layer& layer, TouchedNames& names) : m_layer(layer), m_names(names) {}
+    TouchedReader(const Layer& layer, TouchedNames& names) : LayerReader(layer), m_names(names) {}
 
-    void Read() {
+    Result Read() {
         const auto before = StateOf(m_layer.lower);
         const auto now = StateOf(m_layer.upper);
         const bool isUntouched = before && now && IsSameAccess(*before, *now);
         if (!isUntouched || !NamesIn(m_layer.upper).empty()) Visit("", "");
+        return FirstFailure();
     }
 
   private:
     void Add(const Before& before, Touch touch) {
-        if (before) m_names.names.push_back({HostPath(m_layer, *before), touch});
+        if (before) m_names.names.push_back({HostPath(*before), touch});
     }
-    bool IsDirectoryBefore(const Before& before) const {
+    bool IsDirectoryBefore(const Before& before) {
         const auto state = before ? StateOf(m_layer.lower + *before) : std::nullopt;
         return state && state->type == FileType::Directory;
     }
@@ -35,24 +37,23 @@ class TouchedReader {
     void VisitDirectory(const std::string& path, const Before& before);
     void Walk(const std::string& path, const Before& before);
 
-    const Layer& m_layer;
     TouchedNames& m_names;
 };
 
 /// An entry of the upper layer; `before` is its path on the host, none where all that matters has been told.
 void TouchedReader::Visit(const std::string& path, const Before& before) {
     const std::string upper = m_layer.upper + path;
-    struct stat info {};
-    if (lstat(upper.c_str(), &info) != 0) return;
-    if (S_ISDIR(info.st_mode)) return VisitDirectory(path, before);
+    const auto info = StatOf(upper);
+    if (!info) return;
+    if (S_ISDIR(info->st_mode)) return VisitDirectory(path, before);
     const bool isCopied = MarkOf(upper, kOrigin).has_value() && !MarkOf(upper, kMetacopy);
-    Add(before, S_ISREG(info.st_mode) && isCopied ? Touch::Edit : Touch::Replace);
+    Add(before, S_ISREG(info->st_mode) && isCopied ? Touch::Edit : Touch::Replace);
 }
 
 void TouchedReader::VisitDirectory(const std::string& path, const Before& before) {
-    if (const Before source = SourceOf(m_layer, path, before)) {
+    if (const Before source = SourceOf(path, before)) {
         Add(before, Touch::Replace);
-        m_names.moves.push_back({HostPath(m_layer, *source), HostPath(m_layer, path)});
+        m_names.moves.push_back({HostPath(*source), HostPath(path)});
         Add(source, Touch::Access);
         return Walk(path, source);
     }
@@ -82,9 +83,11 @@ bool IsNoEffect(const std::string& path) {
            std::ranges::any_of(kNone, [&](std::string_view none) { return IsAtOrBelow(path, none); });
 }
 
-TouchedNames ReadTouched(const HostCopy& copy) {
+corekit::Expected<TouchedNames> ReadTouched(const HostCopy& copy) {
     TouchedNames names;
-    for (const Layer& layer : copy.Layers()) TouchedReader(layer, names).Read();
+    for (const Layer& layer : copy.Layers()) {
+        if (const Result read = TouchedReader(layer, names).Read(); !read) return read;
+    }
     std::erase_if(names.names, [](const Touched& name) { return IsNoEffect(name.path); });
     std::ranges::stable_sort(names.names, {}, &Touched::path);
     std::ranges::stable_sort(names.moves, {}, &MovedDirectory::from);

@@ -35,7 +35,7 @@ struct TouchedNames {
 /// tools write to them when they are only asked.
 bool IsNoEffect(const std::string& path);
 
-/// The names of all file systems of the copy, but for those.
-TouchedNames ReadTouched(const HostCopy& copy);
+/// The names of all file systems of the copy, but for those. Fails when the system does not tell of one.
+corekit::Expected<TouchedNames> ReadTouched(const HostCopy& copy);
 
 }  // namespace Zorvane::AgentInstaller::Preview

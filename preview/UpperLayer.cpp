@@ -2,49 +2,24 @@
 #include "preview/UpperLayer.h"
 
 #include <algorithm>
-#include <dirent.h>
 #include <map>
-#include <memory>
 #include <set>
 
-#include "preview/OverlayMarks.h"
+#include "preview/LayerReader.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 
 namespace {
 
-/// The number of entries below a directory, at all levels, without those at `paths` and what is below them; 0
-/// of anything else.
-std::uint64_t CountEntriesBut(const std::set<std::string>& paths, const std::string& directory) {
-    const std::unique_ptr<DIR, int (*)(DIR*)> stream(opendir(directory.c_str()), closedir);
-    if (!stream) return 0;
-    std::uint64_t count = 0;
-    while (const dirent* entry = readdir(stream.get())) {
-        const std::string_view name = entry->d_name;
-        const bool mayHoldMore = entry->d_type == DT_DIR || entry->d_type == DT_UNKNOWN;
-        if (!mayHoldMore && paths.empty()) {
-            ++count;
-            continue;
-        }
-        const std::string path = Joined(directory, entry->d_name);
-        if (name == "." || name == ".." || paths.contains(path)) continue;
-        ++count;
-        struct stat info {};
-        if (mayHoldMore && lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode))
-            count += CountEntriesBut(paths, path);
-    }
-    return count;
-}
-
 std::string NameOf(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-class LayerReader {
+class ChangeReader : private LayerReader {
   public:
-    explicit LayerReader(const Layer& layer) : m_layer(layer) {}
+    explicit ChangeReader(const Layer& layer) : LayerReader(layer) {}
 
-    std::vector<Change> Read() {
+    corekit::Expected<std::vector<Change>> Read() {
         Compare("", "");
         Walk("", "", Contents::Merged);
         SettleMoves();
@@ -52,6 +27,7 @@ class LayerReader {
         for (Change& change : m_changes) {
             if (change.action == Action::Remove) change.entries = EntriesThatGo(change);
         }
+        if (!FirstFailure()) return FirstFailure();
         std::ranges::sort(m_changes, {}, &Change::path);
         return std::move(m_changes);
     }
@@ -64,8 +40,7 @@ class LayerReader {
         bool isDirectory = false;
     };
 
-    std::string HostPath(const std::string& path) const { return Preview::HostPath(m_layer, path); }
-    std::optional<FileState> Lower(const Before& path) const {
+    std::optional<FileState> Lower(const Before& path) {
         return path ? StateOf(m_layer.lower + *path) : std::nullopt;
     }
 
@@ -73,36 +48,32 @@ class LayerReader {
     void VisitDirectory(const std::string& path, const Before& before, Contents around);
     void VisitFile(const std::string& path, const Before& before);
     void Hide(const std::string& path, const std::string& before);
-    Before SourceOf(const std::string& path, const Before& before) const {
-        return Preview::SourceOf(m_layer, path, before);
-    }
 
     enum class Bytes { MayDiffer, Stay };
     void Compare(const std::string& path, const Before& before, Bytes bytes = Bytes::MayDiffer);
     void Remove(const std::string& before);
     void SettleMoves();
     void JoinMoves();
-    bool IsWholeMove(const std::string& from, const std::string& to, std::size_t kept) const;
+    bool IsWholeMove(const std::string& from, const std::string& to, std::size_t kept);
     void Join(const std::string& from, const std::string& to);
     bool HasGone(std::string path) const;
-    Change ChangeOf(const MoveOf& move) const;
-    std::uint64_t EntriesThatGo(const Change& removal) const;
+    Change ChangeOf(const MoveOf& move);
+    std::uint64_t EntriesThatGo(const Change& removal);
 
-    const Layer& m_layer;
     std::vector<Change> m_changes;
     std::vector<MoveOf> m_moves;
     std::set<std::string> m_gone;  // what was removed or has moved, the topmost names only
 };
 
-void LayerReader::Walk(const std::string& path, const Before& before, Contents contents) {
+void ChangeReader::Walk(const std::string& path, const Before& before, Contents contents) {
     for (const std::string& name : NamesIn(m_layer.upper + path)) {
         const std::string child = Joined(path, name);
         const Before childBefore = Below(before, name);
-        struct stat info {};
-        if (lstat((m_layer.upper + child).c_str(), &info) != 0) continue;
-        if (IsWhiteout(m_layer.upper + child)) {
+        const auto info = StatOf(m_layer.upper + child);
+        if (!info) continue;
+        if (IsWhiteout(*info)) {
             if (childBefore && Lower(childBefore)) Remove(*childBefore);
-        } else if (S_ISDIR(info.st_mode)) {
+        } else if (S_ISDIR(info->st_mode)) {
             VisitDirectory(child, childBefore, contents);
         } else {
             VisitFile(child, childBefore);
@@ -110,7 +81,7 @@ void LayerReader::Walk(const std::string& path, const Before& before, Contents c
     }
 }
 
-void LayerReader::VisitDirectory(const std::string& path, const Before& before, Contents around) {
+void ChangeReader::VisitDirectory(const std::string& path, const Before& before, Contents around) {
     const auto was = Lower(before);
     if (const Before source = SourceOf(path, before)) {
         if (was) Remove(*before);
@@ -129,14 +100,14 @@ void LayerReader::VisitDirectory(const std::string& path, const Before& before, 
 }
 
 /// A directory has been made anew under the name of one that went: what was in that has gone.
-void LayerReader::Hide(const std::string& path, const std::string& before) {
+void ChangeReader::Hide(const std::string& path, const std::string& before) {
     for (const std::string& name : NamesIn(m_layer.lower + before)) {
         const std::string now = Joined(m_layer.upper + path, name);
         if (!StateOf(now)) Remove(Joined(before, name));
     }
 }
 
-void LayerReader::VisitFile(const std::string& path, const Before& before) {
+void ChangeReader::VisitFile(const std::string& path, const Before& before) {
     const bool isOnlyMetadata = MarkOf(m_layer.upper + path, kMetacopy).has_value();
     const Before source = isOnlyMetadata ? SourceOf(path, before) : std::nullopt;
     if (!source) return Compare(path, before, isOnlyMetadata ? Bytes::Stay : Bytes::MayDiffer);
@@ -145,7 +116,7 @@ void LayerReader::VisitFile(const std::string& path, const Before& before) {
 }
 
 /// Tells of a difference between what stood at `before` and what the copy has at `path`.
-void LayerReader::Compare(const std::string& path, const Before& before, Bytes bytes) {
+void ChangeReader::Compare(const std::string& path, const Before& before, Bytes bytes) {
     Change change;
     change.path = HostPath(path);
     change.before = Lower(before);
@@ -174,7 +145,7 @@ void LayerReader::Compare(const std::string& path, const Before& before, Bytes b
     m_changes.push_back(std::move(change));
 }
 
-void LayerReader::Remove(const std::string& before) {
+void ChangeReader::Remove(const std::string& before) {
     Change change;
     change.action = Action::Remove;
     change.path = HostPath(before);
@@ -185,7 +156,7 @@ void LayerReader::Remove(const std::string& before) {
 
 /// What was taken away under one name and is there under another has moved; a file that is still there under
 /// the name that it had has got one name more.
-void LayerReader::SettleMoves() {
+void ChangeReader::SettleMoves() {
     for (const Change& change : m_changes) {
         if (change.action == Action::Remove) m_gone.insert(change.path);
     }
@@ -203,14 +174,14 @@ void LayerReader::SettleMoves() {
     });
 }
 
-bool LayerReader::HasGone(std::string path) const {
+bool ChangeReader::HasGone(std::string path) const {
     while (path != "/" && !m_gone.contains(path)) path = ParentOf(path);
     return path != "/";
 }
 
 /// A store is emptied, an entry after the other, into a directory that the run has made. Where the old one
 /// has gone as well, the store has moved as a whole.
-void LayerReader::JoinMoves() {
+void ChangeReader::JoinMoves() {
     std::map<std::pair<std::string, std::string>, std::size_t> kept;  // names, by the two directories
     for (const MoveOf& move : m_moves) {
         if (NameOf(move.from) == NameOf(move.path)) ++kept[{ParentOf(move.from), ParentOf(move.path)}];
@@ -221,7 +192,7 @@ void LayerReader::JoinMoves() {
     }
 }
 
-bool LayerReader::IsWholeMove(const std::string& from, const std::string& to, std::size_t kept) const {
+bool ChangeReader::IsWholeMove(const std::string& from, const std::string& to, std::size_t kept) {
     const auto isMade = [made = HostPath(to)](const Change& change) {
         return change.action == Action::Create && change.path == made;
     };
@@ -230,7 +201,7 @@ bool LayerReader::IsWholeMove(const std::string& from, const std::string& to, st
 }
 
 /// Tells the moves from one directory to the other as one.
-void LayerReader::Join(const std::string& from, const std::string& to) {
+void ChangeReader::Join(const std::string& from, const std::string& to) {
     std::erase_if(m_moves, [&](const MoveOf& move) { return ParentOf(move.from) == from; });
     std::erase_if(m_changes, [oldPath = HostPath(from), newPath = HostPath(to)](const Change& change) {
         return (change.action == Action::Move && ParentOf(change.path) == oldPath) ||
@@ -242,7 +213,7 @@ void LayerReader::Join(const std::string& from, const std::string& to) {
     Compare(to, from);
 }
 
-Change LayerReader::ChangeOf(const MoveOf& move) const {
+Change ChangeReader::ChangeOf(const MoveOf& move) {
     Change change;
     change.action = Action::Move;
     change.path = HostPath(move.from);
@@ -255,7 +226,7 @@ Change LayerReader::ChangeOf(const MoveOf& move) const {
     return change;
 }
 
-std::uint64_t LayerReader::EntriesThatGo(const Change& removal) const {
+std::uint64_t ChangeReader::EntriesThatGo(const Change& removal) {
     if (removal.before->type != FileType::Directory) return 0;
     std::set<std::string> moved;
     for (const MoveOf& move : m_moves) moved.insert(m_layer.lower + move.from);
@@ -264,8 +235,8 @@ std::uint64_t LayerReader::EntriesThatGo(const Change& removal) const {
 
 }  // namespace
 
-std::vector<Change> ReadChanges(const Layer& layer) {
-    return LayerReader(layer).Read();
+corekit::Expected<std::vector<Change>> ReadChanges(const Layer& layer) {
+    return ChangeReader(layer).Read();
 }
 
 }  // namespace Zorvane::AgentInstaller::Preview

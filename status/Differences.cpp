@@ -123,7 +123,8 @@ Json NotReplaced(const std::string& path, const String& installDir) {
     link["target"] = (isHelper ? String(Names::kHelperProgram) : installDir + L"/bin/" + name).Utf8();
     link["type"] = "link";
     Json difference = {{"path", path}, {"action", "replace"}, {"type", "link"}};
-    difference["before"] = Preview::StateAsJson(Preview::StateOf(path), path, true);
+    const auto present = Preview::ReadState(path);
+    difference["before"] = Preview::StateAsJson(present ? std::optional(*present) : std::nullopt, path, true);
     difference["after"] = link;
     difference["diff"] = nullptr;
     return difference;

@@ -20,8 +20,8 @@ class Diff : public testing::Test {
         change.afterAt = m_dir / "new";
         if (before != nullptr) testfiles::Write(change.beforeAt, before);
         if (after != nullptr) testfiles::Write(change.afterAt, after);
-        if (before != nullptr) change.before = StateOf(change.beforeAt);
-        if (after != nullptr) change.after = StateOf(change.afterAt);
+        if (before != nullptr) change.before = ReadState(change.beforeAt).value();
+        if (after != nullptr) change.after = ReadState(change.afterAt).value();
         return DifferenceOf(change, m_dir.Path(), m_secrets);
     }
     std::string TextOf(const char* before, const char* after) {

@@ -32,8 +32,10 @@ inline std::vector<std::string> ChangesAt(const std::string& place, const std::f
     const auto tell = [](const HostCopy& copy,
                          const Rehearsal&) -> Zorvane::AgentInstaller::Outcome<std::string> {
         std::string lines;
-        for (const Layer& layer : copy.Layers())
-            for (const Change& change : ReadChanges(layer)) lines += Shown(change) + '\0';
+        for (const Layer& layer : copy.Layers()) {
+            const auto changes = ReadChanges(layer).value();
+            for (const Change& change : changes) lines += Shown(change) + '\0';
+        }
         return lines;
     };
     const auto told = Rehearse(run, tell, {});

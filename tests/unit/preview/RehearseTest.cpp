@@ -167,8 +167,10 @@ TEST(Rehearse, WorksInAUserNamespaceWhoseRootIsItsOwn) {
         if (!EnterRootOfAUserNamespace()) _exit(2);
         const auto tell = [](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
             std::string told = run.result;
-            for (const Layer& layer : copy.Layers())
-                for (const Change& change : ReadChanges(layer)) told += " " + testsupport::Shown(change);
+            for (const Layer& layer : copy.Layers()) {
+                const auto changes = ReadChanges(layer).value();
+                for (const Change& change : changes) told += " " + testsupport::Shown(change);
+            }
             return told;
         };
         const auto code = [] {

@@ -3,7 +3,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 
-#include "preview/OverlayMarks.h"
+#include "preview/LayerReader.h"
 #include "preview/Touched.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/preview/InCopy.h"
@@ -48,7 +48,7 @@ class TouchedNamesOf : public testing::Test {
         return ToldOf(code, [](const HostCopy& copy) {
             constexpr const char* kTouches[] = {"access ", "replace ", "edit "};
             std::string lines;
-            const TouchedNames touched = ReadTouched(copy);
+            const TouchedNames touched = ReadTouched(copy).value();
             for (const Touched& name : touched.names) {
                 if (name.path.starts_with("/opt/t/"))
                     lines += kTouches[static_cast<int>(name.touch)] + name.path.substr(7) + "\n";
@@ -117,12 +117,13 @@ std::vector<std::string> MarksAfter(const std::function<void()>& code, const std
         for (const Layer& layer : copy.Layers()) {
             if (layer.point != "/opt") continue;
             const std::string path = layer.upper + "/t/" + name;
-            std::string lines = IsWhiteout(path) ? "taken away\n" : "";
-            if (MarkOf(path, kOpaque) == "y") lines += "opaque\n";
-            if (MarkOf(path, kMetacopy)) lines += "metadata only\n";
-            if (const Before source = SourceOf(layer, "/t/" + name, "/t/" + name))
+            LayerReader reader(layer);
+            std::string lines = IsWhiteout(reader.StatOf(path).value()) ? "taken away\n" : "";
+            if (reader.MarkOf(path, kOpaque) == "y") lines += "opaque\n";
+            if (reader.MarkOf(path, kMetacopy)) lines += "metadata only\n";
+            if (const Before source = reader.SourceOf("/t/" + name, "/t/" + name))
                 lines += "from " + *source + "\n";
-            return lines + HostPath(layer, "/t/" + name) + "\n";
+            return lines + reader.HostPath("/t/" + name) + "\n";
         }
         return "no layer of /opt\n";
     });

@@ -6,6 +6,7 @@
 
 #include "corekit/fs/Dir.h"
 #include "preview/UpperLayer.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/preview/InCopy.h"
@@ -223,6 +224,42 @@ TEST_F(UpperLayer, BetweenFileSystemsAMoveIsACopyAndARemoval) {
                     fs::remove("/opt/t/file");
                 }),
                 ElementsAre("remove /opt/t/file", "create /opt/t/other/file"));
+}
+
+/// What a host and its copy have, as three directories; none where it could not be told.
+std::string ToldOf(const Layer& layer) {
+    const auto changes = ReadChanges(layer);
+    std::string lines;
+    for (const Change& change : changes.value_or(std::vector<Change>()))
+        lines += testsupport::Shown(change) + "\n";
+    return lines;
+}
+
+TEST_F(UpperLayer, IsToldWholeOrNotAtAll_WhateverFails) {
+    const Layer layer{"/opt/t", "/opt/t/lower", "/opt/t/upper", "/opt/t/merged"};
+    for (const std::string& place : {layer.lower, layer.upper, layer.merged}) {
+        Write(place + "/same/file", "1\n");
+        Write(place + "/replaced", place == layer.lower ? "old\n" : "new\n");
+        fs::create_symlink("file", place + "/link");
+    }
+    mknod((layer.upper + "/gone").c_str(), S_IFCHR, 0);
+    Write(layer.lower + "/gone/deep/file", "2\n");
+    fs::remove(layer.upper + "/same/file");
+    mknod((layer.upper + "/same/file").c_str(), S_IFCHR, 0);
+    Write(layer.merged + "/new", "3\n");
+    Write(layer.upper + "/new", "3\n");
+    const std::string whole =
+        "remove /opt/t/gone (2)\ncreate /opt/t/new\nreplace /opt/t/replaced\nremove /opt/t/same/file\n";
+    const std::vector<int> calls = {SYS_newfstatat, SYS_openat,    SYS_getdents64, SYS_read,
+                                    SYS_readlink,   SYS_lgetxattr, SYS_llistxattr};
+    const int failed = testsupport::FailInTurn(
+        calls, EIO, [] {},
+        [&] {
+            const std::string told = ToldOf(layer);
+            return told == whole ? 0 : told.empty() ? 1 : 2;
+        },
+        [](int result) { EXPECT_NE(result, 2); });
+    EXPECT_GT(failed, 40);
 }
 
 }  // namespace
