@@ -5,23 +5,6 @@
 load host
 load repository
 
-# The root has its tools from debs: a package that says so stands in for those that dnf looks for.
-given_host_tools() {
-    cat >"$HOST_WORK/host-tools.spec" <<'END'
-Name: host-tools
-Version: 1
-Release: 1
-Summary: Says what the host has
-License: MIT
-BuildArch: noarch
-Provides: /bin/sh, procps, grep, sed, gawk, findutils, coreutils
-%description
-%files
-END
-    rpmbuild --quiet -bb --define "_topdir $HOST_WORK/host-tools" "$HOST_WORK/host-tools.spec"
-    createrepo_c --quiet "$HOST_WORK/host-tools/RPMS/noarch"
-}
-
 given_repositories() {
     given_host_tools
     lay_down_repository

@@ -20,3 +20,20 @@ change_byte() {
     [ "$(dd if="$1" bs=1 skip=$middle count=1 status=none)" != '#' ] || middle=$((middle + 1))
     printf '#' | dd of="$1" bs=1 seek=$middle conv=notrunc status=none
 }
+
+# A host may have its tools from debs: in $HOST_WORK/host-tools, a package that says so stands in for those that dnf looks for.
+given_host_tools() {
+    cat >"$HOST_WORK/host-tools.spec" <<'END'
+Name: host-tools
+Version: 1
+Release: 1
+Summary: Says what the host has
+License: MIT
+BuildArch: noarch
+Provides: /bin/sh, procps, grep, sed, gawk, findutils, coreutils
+%description
+%files
+END
+    rpmbuild --quiet -bb --define "_topdir $HOST_WORK/host-tools" "$HOST_WORK/host-tools.spec"
+    createrepo_c --quiet "$HOST_WORK/host-tools/RPMS/noarch"
+}
