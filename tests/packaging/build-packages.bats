@@ -1,5 +1,10 @@
 # How the packages are made. What they do on a host is tested by script/test-hosts.
 
+setup_file() {
+    cd "$BATS_TEST_DIRNAME/../.." || exit
+    packaging/build-packages 6.0.1
+}
+
 setup() {
     cd "$BATS_TEST_DIRNAME/../.." || exit
     rpm=build/packages/qdn-ksclt-6.0.1-1.$(uname -m).rpm
@@ -7,7 +12,6 @@ setup() {
 }
 
 @test "the same sources give the same packages, whatever the umask" {
-    packaging/build-packages 6.0.1
     sums=$(sha256sum "$rpm" "$deb")
     touch package/sample-program
     umask 077
@@ -16,7 +20,6 @@ setup() {
 }
 
 @test "a package that is made again is there all the time, and whole" {
-    packaging/build-packages 6.0.1
     cp "$rpm" "$deb" "$BATS_TEST_TMPDIR"
     packaging/build-packages 6.0.1 3>&- &
     while kill -0 $! 2>/dev/null; do
@@ -27,7 +30,6 @@ setup() {
 }
 
 @test "both packages have the agent's files, all of them root's" {
-    packaging/build-packages 6.0.1
     package/lay-down "$BATS_TEST_TMPDIR/agent" build/release/qdn-configure.bin
     (cd "$BATS_TEST_TMPDIR/agent" && find . -type f -printf '%M root root /opt/zorvane/kell/ksagent/%P\n') |
         sort >"$BATS_TEST_TMPDIR/files"
@@ -37,8 +39,22 @@ setup() {
         sed -n 's,^ \(-.*/opt/\),\1,p' | sort | diff "$BATS_TEST_TMPDIR/files" -
 }
 
+@test "both packages have the unit for an image's first boot, which no preset enables" {
+    name=qdn-ksclt-first-boot.service
+    mkdir "$BATS_TEST_TMPDIR/deb" "$BATS_TEST_TMPDIR/rpm"
+    dpkg-deb --extract "$deb" "$BATS_TEST_TMPDIR/deb"
+    rpm2cpio "$rpm" | cpio --extract --quiet --make-directories --directory "$BATS_TEST_TMPDIR/rpm"
+    for root in "$BATS_TEST_TMPDIR/deb" "$BATS_TEST_TMPDIR/rpm"; do
+        grep -x ConditionFirstBoot=yes "$root/usr/lib/systemd/system/$name"
+        [ -z "$(find "$root" -type l -name "$name")" ]
+        systemctl --quiet --root="$root" preset-all
+        [ "$(systemctl --root="$root" is-enabled "$name")" = disabled ]
+        systemctl --quiet --root="$root" enable "$name"
+        [ "$(systemctl --root="$root" is-enabled "$name")" = enabled ]
+    done
+}
+
 @test "the agent is of the version of its package" {
-    packaging/build-packages 6.0.1
     dpkg-deb --fsys-tarfile "$deb" | tar xO ./opt/zorvane/kell/ksagent/etc/client.proto >"$BATS_TEST_TMPDIR/proto"
     [ "$(sed -n '/^.Version/,/^$/s/^agent_/agent_/p' "$BATS_TEST_TMPDIR/proto")" = "agent_major=6
 agent_minor=0
@@ -47,7 +63,6 @@ agent_build=1" ]
 }
 
 @test "a scriptlet needs nothing that lies on disk" {
-    packaging/build-packages 6.0.1
     cd "$BATS_TEST_TMPDIR"
     dpkg-deb --ctrl-tarfile "$OLDPWD/$deb" | tar x
     for name in PREIN POSTIN PREUN; do rpm -qp --qf "%{$name}" "$OLDPWD/$rpm" >"$name"; done
