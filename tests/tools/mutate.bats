@@ -12,6 +12,20 @@ list() { "$root/script/mutate" --list --seed 7 --sample "$@" >"$BATS_TEST_TMPDIR
     [ "$(grep -c '^    - ' "$BATS_TEST_TMPDIR/list")" -eq 20 ]
 }
 
+@test "a sample is continued where it ended" {
+    list 20
+    tail -n 30 "$BATS_TEST_TMPDIR/list" >"$BATS_TEST_TMPDIR/second-half"
+    list 10 --from 10
+    tail -n +2 "$BATS_TEST_TMPDIR/list" | cmp "$BATS_TEST_TMPDIR/second-half" -
+}
+
+@test "a mutant keeps its place among the others whatever other files have" {
+    list 0 --only run/TrustedFile.cpp
+    tail -n +2 "$BATS_TEST_TMPDIR/list" >"$BATS_TEST_TMPDIR/alone"
+    list 0
+    grep -A2 '^run/TrustedFile.cpp:' --no-group-separator "$BATS_TEST_TMPDIR/list" | cmp "$BATS_TEST_TMPDIR/alone" -
+}
+
 @test "every mutant differs from the line as it is, and that line is in the file" {
     list 0 --only run/TrustedFile.cpp
     [ "$(grep -c '^    - ' "$BATS_TEST_TMPDIR/list")" -gt 20 ]

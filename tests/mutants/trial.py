@@ -1,0 +1,217 @@
+"""Trees in which a mutant is built and shown to the tests, those first that most probably notice it."""
+import concurrent.futures
+import io
+import os
+import signal
+import subprocess
+import tarfile
+import threading
+import time
+
+MEMORY = 4 << 30      # bytes of data a test may ask for
+BUILD_SECONDS = 1200
+FIRST_SECONDS = 1800  # for a test whose time is not known yet
+SLOW = "*WhateverFails*"
+NOT_OF_THE_PROGRAM = {"tools", "hosts", "builds"}  # tests of tools, of whole hosts, and of reproducible packages
+
+# Which stories are about a folder: words in their names, the first folder that fits. All others come after them.
+STORIES_OF = [
+    ("preview", ["preview"]), ("apply", ["scenarios/apply", "record"]), ("status", ["status"]),
+    ("agents/carry", ["upgrade", "reconfigure"]), ("agents", ["clean", "upgrade"]),
+    ("settings", ["values", "questionnaire", "bad-input", "questions", "xml"]),
+    ("config", ["fresh-install", "values", "reconfigure", "client-conf"]),
+    ("deploykit", ["service", "fresh-install", "clean"]),
+    ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]), ("packaging", ["packaging/", "package/", "service"]),
+    ("integration", ["fresh-install", "service", "mended"]), ("corekit/process", ["service", "surroundings", "signals"]),
+    ("corekit/json", ["preview", "status"]), ("corekit/fs", ["clean", "exchange", "planted", "faults/"]),
+    ("app", ["command-line", "refusals", "failing-runs", "fresh-install"]), ("", ["fresh-install", "bad-input"]),
+]
+
+
+running = set()  # what was started and has not ended
+
+
+def run(command, seconds, **others):
+    """The status of a command; None when it did not end in time. What it has started ends with it."""
+    process = subprocess.Popen(["prlimit", f"--data={MEMORY}", *command], stdin=subprocess.DEVNULL,
+                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True, **others)
+    running.add(process)
+    try:
+        return process.wait(seconds)
+    except subprocess.TimeoutExpired:
+        return None
+    finally:
+        end(process)
+        process.wait()
+        running.discard(process)
+
+
+def end(process):
+    try:
+        os.killpg(process.pid, signal.SIGKILL)
+    except ProcessLookupError:
+        pass
+
+
+def end_all(number, _):
+    """Ends this program by a signal, and what it has started. The journal has all outcomes so far."""
+    for process in list(running):
+        end(process)
+    os._exit(128 + number)
+
+
+class Tree:
+    """A copy of the committed tree, built. What an earlier run has built is taken up: only files that differ are written."""
+
+    def __init__(self, path, top):
+        self.path = path
+        self.build_path = os.path.join(path, "build/dev")
+        self.programs = {}
+        os.makedirs(path, exist_ok=True)
+        self.write(top)
+
+    def write(self, top):
+        archive = subprocess.run(["git", "-C", top, "archive", "HEAD"], stdout=subprocess.PIPE, check=True).stdout
+        with tarfile.open(fileobj=io.BytesIO(archive)) as tree:
+            names = {member.name for member in tree}
+            for where, folders, files in os.walk(self.path):
+                folders[:] = [name for name in folders if (where, name) != (self.path, "build")]
+                for path in (os.path.join(where, name) for name in files):
+                    if os.path.relpath(path, self.path) not in names:
+                        os.remove(path)
+            for member in tree:
+                path = os.path.join(self.path, member.name)
+                if not member.isfile() or not os.path.isfile(path) or \
+                        open(path, "rb").read() != tree.extractfile(member).read():
+                    tree.extract(member, self.path)
+                    if member.isfile():
+                        os.utime(path)
+
+    def build_all(self):
+        subprocess.run(["cmake", "--preset", "dev"], cwd=self.path, check=True, stdout=subprocess.DEVNULL)
+        subprocess.run(["ninja", "-C", self.build_path], check=True, stdout=subprocess.DEVNULL)
+        for where, _, names in os.walk(os.path.join(self.build_path, "tests")):
+            for name in names:
+                path = os.path.join(where, name)
+                if name.startswith("unit_") and os.access(path, os.X_OK) and os.path.isfile(path):
+                    self.programs[name] = os.path.relpath(path, self.build_path)
+
+    def build(self, *targets):
+        return run(["ninja", "-C", self.build_path, *targets], BUILD_SECONDS) == 0
+
+    def libraries_of(self, program):
+        inputs = subprocess.run(["ninja", "-C", self.build_path, "-t", "inputs", self.programs[program]],
+                                stdout=subprocess.PIPE, check=True, text=True).stdout
+        return {line for line in inputs.split("\n") if line.endswith(".a") and not line.startswith("/")}
+
+    def unit_programs_for(self, path):
+        """The unit programs that link a source's library: its own folder's first, then those that link little else."""
+        folder, library = os.path.dirname(path), None
+        while folder and not library:
+            name = folder.replace("/", "_")
+            library = f"{folder}/lib{name}.a" if os.path.exists(f"{self.build_path}/{folder}/lib{name}.a") else None
+            folder = os.path.dirname(folder)
+        libraries = {program: self.libraries_of(program) for program in self.programs}
+        return sorted((program for program in libraries if library in libraries[program]),
+                      key=lambda program: (program != "unit_" + name, len(libraries[program]), program))
+
+    def stories_for(self, path):
+        words = next(words for folder, words in STORIES_OF if path.startswith(folder))
+        every = [os.path.join("tests", suite, name)
+                 for suite in os.listdir(os.path.join(self.path, "tests")) if suite not in NOT_OF_THE_PROGRAM
+                 and os.path.isdir(os.path.join(self.path, "tests", suite))
+                 for name in os.listdir(os.path.join(self.path, "tests", suite)) if name.endswith(".bats")]
+        places = ["scenarios", "terminal", "package", "docs", "attacks", "faults", "ansible", "rounds", "packaging"]
+        return sorted(every, key=lambda story: (not any(word in story for word in words),
+                                                places.index(story.split("/")[1]), story))
+
+    def show_to(self, test, seconds):
+        """The status of a test, a story or "PROGRAM FILTER"; None when it did not end in time."""
+        if test.endswith(".bats"):
+            limit = str(int(seconds))
+            return run(["bats", test], seconds, cwd=self.path, env=dict(
+                os.environ, QDN_BUILD="dev", BATS_TEST_TIMEOUT=limit, PRIVATE_MACHINE_SECONDS=limit))
+        program, chosen = test.split()
+        return run([os.path.join(self.build_path, self.programs[program]), "--gtest_brief=1", "--gtest_filter=" + chosen],
+                   seconds, cwd=self.path)
+
+
+class Limits:
+    """How long a test may take: several times what it takes in a tree without mistakes, where it has to pass."""
+
+    def __init__(self, tree):
+        self.tree = tree
+        self.seconds = {}
+        self.lock = threading.Lock()
+
+    def of(self, test):
+        with self.lock:
+            if test not in self.seconds:
+                self.measure(test)
+            return 5 * self.seconds[test] + 20
+
+    def again(self, test):
+        """The limit on a machine that may have become busy."""
+        with self.lock:
+            self.measure(test)
+            return 5 * self.seconds[test] + 20
+
+    def measure(self, test):
+        for _ in range(2):
+            began = time.time()
+            if self.tree.show_to(test, FIRST_SECONDS) == 0:
+                self.seconds[test] = max(time.time() - began, self.seconds.get(test, 0))
+                return
+        raise RuntimeError(f"{test} fails without any mistake; look in {self.tree.path}")
+
+
+class Trial:
+    """What becomes of one mutant in one tree."""
+
+    def __init__(self, tree, limits, units_only, stories_at_once):
+        self.tree, self.limits, self.units_only, self.stories_at_once = tree, limits, units_only, stories_at_once
+
+    def of(self, mutant):
+        """The outcome ("does not compile", "noticed" or "survives") and the test that noticed."""
+        path = os.path.join(self.tree.path, mutant.file)
+        original = open(path).read()
+        lines = original.split("\n")
+        lines[mutant.line - 1] = mutant.after
+        try:
+            open(path, "w").write("\n".join(lines))
+            return self.outcome(mutant.file)
+        finally:
+            open(path, "w").write(original)
+
+    def outcome(self, path):
+        programs = self.tree.unit_programs_for(path) if path.endswith(".cpp") else []
+        for chosen in ("-" + SLOW, SLOW):
+            for program in programs:
+                if not self.tree.build(program):
+                    return "does not compile", None
+                if self.notices(f"{program} {chosen}"):
+                    return "noticed", program
+        if self.units_only:
+            return "survives", None
+        if not self.tree.build():
+            return "does not compile", None
+        by = self.first_story(self.tree.stories_for(path))
+        return ("noticed", by) if by else ("survives", None)
+
+    def notices(self, test):
+        limit = self.limits.of(test)
+        status = self.tree.show_to(test, limit)
+        if status is None and self.limits.again(test) > limit:
+            status = self.tree.show_to(test, self.limits.of(test))
+        return status != 0
+
+    def first_story(self, stories):
+        """A story that fails, twice in a row so that a busy machine is no reason; None when all pass."""
+        found = []
+
+        def show(story):
+            if not found and self.notices(story) and self.notices(story):
+                found.append(story)
+        with concurrent.futures.ThreadPoolExecutor(self.stories_at_once) as pool:
+            list(pool.map(show, stories))
+        return found[0] if found else None
