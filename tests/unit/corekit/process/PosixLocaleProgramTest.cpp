@@ -16,6 +16,8 @@
 #include "corekit/process/Program.h"
 #include "tests/support/EndChild.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/OnceWeWait.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/PrintResult.h"
@@ -232,6 +234,19 @@ TEST(PosixLocaleProgram, Fails_WhenItCannotWatchACommand) {
 
 TEST(PosixLocaleProgram, ReadsToTheEnd_WhereItCannotPoll) {
     EXPECT_EQ(WithFailing({{SYS_poll, ENOMEM}}, [] { return FirstLineOf("echo 7; echo 8").ToInt(); }), 7);
+}
+
+TEST(PosixLocaleProgram, Fails_WhenItCannotReadTheOutput) {
+    EXPECT_EQ(testsupport::InChild([] {
+                  testsupport::JudgeCalls({SYS_read}, [caller = getpid()](const seccomp_notif& call) {
+                      return static_cast<pid_t>(call.pid) == caller ? testsupport::Verdict(-EIO)
+                                                                    : std::nullopt;
+                  });
+                  StringToMapFilter filter;
+                  const Result result = Shell::Run(L"echo x", filter);
+                  return filter.Count() == 0 ? result.Code() : 254;
+              }),
+              EIO);
 }
 
 TEST(PosixLocaleProgram, Fails_WhenItDoesNotKnowWhatThePipeHolds) {
