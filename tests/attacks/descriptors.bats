@@ -2,9 +2,11 @@
 # shellcheck disable=SC2154 # a session says where things are
 load support
 
-# An agent that notes what it has inherited before it goes on as the sample does.
+# given_an_agent_that_looks SHELL: an agent that notes what it has inherited before it goes on as the sample does, and
+# a host whose /bin/sh is that shell.
 given_an_agent_that_looks() {
     local real=$agent/bin/qdn-pluginmanager.sample
+    ln -sf "$1" /bin/sh
     given_the_package
     cp "$agent/bin/qdn-pluginmanager.bin" "$real"
     cat >"$agent/bin/qdn-pluginmanager.bin" <<END
@@ -45,7 +47,7 @@ END
 }
 
 @test "an agent that a run from a pipe starts inherits no descriptor and no ignored signal of the caller's" {
-    given_an_agent_that_looks
+    given_an_agent_that_looks bash
     # The caller's pipe is read to its end: nothing that was started holds it open.
     (
         exec 5</etc/passwd 6>>"$desk/open" 77</ 200</dev/zero
@@ -58,7 +60,7 @@ END
 }
 
 @test "an agent that is started with the standard streams closed has three streams that lead nowhere" {
-    given_an_agent_that_looks
+    given_an_agent_that_looks dash
     "$program" -configure -noimode <&- >&- 2>&-
     expect_nothing_inherited
 }

@@ -162,8 +162,9 @@ END
     lines_are "$usage" 2 "$usage" 2
 }
 
-@test "a running agent holds nothing of its caller" {
-    machine linux <<'END'
+# started_under SHELL: what an agent holds that was started where /bin/sh is that shell.
+started_under() {
+    machine linux < <(echo "ln -sf $1 /bin/sh"; cat <<'END'
 "$script" start 3>/opt/open 9>&3 | cat >/opt/told
 pid=$(cat "$pid_file")
 for descriptor in 0 1 2; do readlink "/proc/$pid/fd/$descriptor"; done
@@ -172,8 +173,13 @@ find "/proc/$pid/fd" -lname /opt/open
 environment SERVICE_SCRIPT_CALLER "$pid"
 [ "$(ps -o sid= -p "$pid" | tr -d ' ')" = "$pid" ] && echo "session of its own"
 END
+    )
     lines_are /dev/null /dev/null /dev/null / "session of its own"
 }
+
+@test "a running agent holds nothing of its caller where the shell is dash" { started_under dash; }
+
+@test "a running agent holds nothing of its caller where the shell is bash" { started_under bash; }
 
 @test "where systemd runs the host and knows the service, it starts and stops the agent" {
     machine linux <<'END'
