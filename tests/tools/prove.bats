@@ -1,0 +1,93 @@
+# script/prove, in a small tree of its own where each part is a stand-in.
+# shellcheck disable=SC2016 # what a stand-in is to do is expanded when it is called
+
+setup() {
+    tree=$BATS_TEST_TMPDIR/tree
+    mkdir -p "$tree"/{script,docs,build,tests/{builds,rounds}}
+    cp "$BATS_TEST_DIRNAME/../../script/prove" "$tree/script/"
+    cd "$tree" || return
+    stand_in build 'echo "Built"'
+    stand_in test 'echo "1..9"; echo "Total: 9 passed, 0 failed"'
+    stand_in sanitize 'echo "Sanitizer reports: 2"; exit 1'
+    stand_in check 'echo "All checks | passed."; echo'
+    printf '@test "one" { echo "# 40 rounds" >&3; }\n@test "two" { echo "# 2 rounds" >&3; }\n' >tests/builds/counts.bats
+    printf '@test "one" { true; }\n@test "two" { skip; }\n' >tests/rounds/skips.bats
+    echo /build/ >.gitignore
+    git init -q
+    save
+}
+
+stand_in() {
+    printf '#!/bin/bash\n%s\n' "$2" >"script/$1"
+    chmod +x "script/$1"
+}
+
+save() { git add -A && git -c user.name=me -c user.email=me@example commit -q -m "A change"; }
+
+# expect_row COMMAND OUTCOME RESULT
+expect_row() {
+    grep -qF "| \`$1\` | $2 | $3 |" docs/proof.md || { cat docs/proof.md; return 1; }
+}
+
+@test "the table has a row for each part, and those that were not run say so" {
+    script/prove check
+    expect_row script/check held 'All checks \| passed.'
+    expect_row script/test "not run" ""
+    grep -q ": 1 of 21 parts were run" docs/proof.md
+}
+
+@test "what another go finds on the same commit joins the table, though the table has been committed meanwhile" {
+    script/prove check
+    save
+    script/prove test
+    expect_row script/check held 'All checks \| passed.'
+    expect_row script/test held "Total: 9 passed, 0 failed"
+}
+
+@test "rows of another commit are not among those of this one" {
+    script/prove check
+    stand_in check 'echo "Other checks"'
+    save
+    script/prove test
+    expect_row script/check "not run" ""
+    expect_row script/test held "Total: 9 passed, 0 failed"
+}
+
+@test "a part that fails is told with its status, and runs that did not fail stay" {
+    script/prove test
+    run script/prove sanitize check
+    [ "$status" -eq 1 ]
+    expect_row script/sanitize '**failed** (status 1)' "Sanitizer reports: 2"
+    expect_row script/check held 'All checks \| passed.'
+    expect_row script/test held "Total: 9 passed, 0 failed"
+}
+
+@test "tests of bats are counted, and so is what they have counted" {
+    script/prove builds
+    expect_row "bats tests/builds" held "2 passed, 0 failed, 42 rounds"
+}
+
+@test "a test that was skipped has not held" {
+    run script/prove rounds
+    [ "$status" -eq 1 ]
+    expect_row "env LIVES=500 bats tests/rounds" '**failed**' "1 passed, 0 failed, 1 skipped"
+}
+
+@test "what was found while the tree was changed is no result" {
+    stand_in check 'echo "All checks passed."; echo change >>script/test'
+    save
+    run script/prove check
+    [ "$status" -eq 1 ]
+    expect_row script/check '**failed** (the tree was changed meanwhile)' "All checks passed."
+}
+
+@test "a tree that is not committed, and a part that there is not, are refused" {
+    run script/prove everything
+    [ "$status" -eq 2 ]
+    [ "$output" = "script/prove [--into FILE] [PART ...]" ]
+    echo change >>script/test
+    run script/prove check
+    [ "$status" -eq 1 ]
+    [ "$output" = "script/prove: commit first" ]
+    [ ! -e docs/proof.md ]
+}
