@@ -1,14 +1,14 @@
-# Random lives of a host: an agent is configured, asked about, upgraded, moved, damaged, filled up, killed and removed in
-# any order, beside a model of what must hold after each step. The host's own files stay as they were; no event that the
-# agent has not sent is lost; the server and the identifier are those that the model expects; and after a run that
-# failed, or was killed, the next one completes. SEED=number repeats a life that went wrong, LIVES and STEPS make more.
+# Random lives of a host: an agent is configured, asked about, upgraded, reinstalled, moved, damaged and removed, its disk is
+# filled, its runs are killed and the power is cut, in any order, beside a model of what must hold after each step. The
+# host's own files stay as they were; no event that the agent has not sent is lost; the server and the identifier are
+# those that the model expects; and after a run that failed, or was killed, the next one completes. SEED=number repeats
+# a life that went wrong, LIVES and STEPS make more.
 load ../scenarios/support
 load ../scenarios/old-agent
 
 eval "seed() { echo ${SEED:-$SRANDOM}; }" # functions are what a session is given
-eval "lives() { echo ${LIVES:-6}; }"
+eval "lives() { echo ${LIVES:-5}; }"
 eval "steps() { echo ${STEPS:-20}; }"
-
 
 pick() {
     local -a choices=("$@")
@@ -21,11 +21,35 @@ begin_a_life() {
     life=/opt/life
     places=("$life/one" "$life/two" "$life/three/deep")
     mkdir -p "$life"
-    mount -t tmpfs -o size=48m tmpfs "$life"
+    given_a_disk
     export QDN_INSTALL_START=never
     forget_the_agent
     server='' identifier='' events=() number_of_events=0
     hosts_files >"$desk/hosts-files"
+}
+
+# Nothing gets to the disk by chance, nor by care of the file system's.
+mount_the_disk() { mount -o loop,noauto_da_alloc,commit=600,noinit_itable "$desk/image" "$life"; }
+
+# Where there are no loop devices the power cannot be cut.
+given_a_disk() {
+    rm -f "$desk/image"
+    truncate -s 48M "$desk/image"
+    mkfs.ext4 -q -F -b 1024 -m 0 -N 4096 -J size=4 -E lazy_itable_init=0,lazy_journal_init=0 "$desk/image"
+    mount_the_disk 2>/dev/null || mount -t tmpfs -o size=48m tmpfs "$life"
+    rm -rf "$life/lost+found"
+}
+
+is_on_a_disk() { [ "$(stat -f -c %T "$life")" != tmpfs ]; }
+
+# What has not got to the disk is gone.
+cut_the_power() {
+    is_on_a_disk || return 0
+    cp "$desk/image" "$desk/image.then"
+    umount "$life"
+    mv "$desk/image.then" "$desk/image"
+    mount_the_disk
+    cuts=$((cuts + 1))
 }
 
 end_a_life() {
@@ -49,6 +73,7 @@ let_the_agent_live() {
         events+=("event-$((++number_of_events)).kse")
         echo "${events[-1]}" >"$where/var/queue/${events[-1]}"
     fi
+    sync -f "$life"
 }
 
 # The agent's own environment names its configuration to whatever runs in it.
@@ -166,6 +191,27 @@ step_answer() {
     expect_configured "$place"
 }
 
+# An older agent was there, and is upgraded where it is or to another place.
+step_upgrade() {
+    step_clean
+    pick "${places[@]}"
+    local place=$picked
+    pick 6.0SP2 6.1 6.2
+    tell "from $picked at $place"
+    given_an_old_agent "$picked" "$place"
+    remember_the_agent "$place"
+    events=(one.kse)
+    step_move
+}
+
+# The package is laid down anew, and nobody says again what was configured.
+step_reinstall() {
+    [ -n "$where" ] || return 0
+    given_the_package "$where"
+    call -configure -noimode -dir "$where"
+    expect_configured "$where"
+}
+
 step_clean() {
     [ -n "$where" ] || return 0
     call -clean "$where"
@@ -178,7 +224,7 @@ step_clean() {
 step_damage() {
     [ -n "$where" ] || return 0
     pick "rm -f /usr/bin/qdn-monitor" "chmod 0777 $where/bin/qdn-env" "rm -f $where/bin/rcscript" "rm -f /etc/init.d/zorvane" \
-        "chmod 0666 $where/etc/client.conf" "truncate -s 0 $where/bin/qdn-env" "rmdir $where/var/tasks"
+        "chmod 0666 $where/etc/client.conf" "truncate -s 0 $where/bin/qdn-env" "rm -rf $where/var/tasks"
     $picked
     tell "$picked"
     expect_state 1
@@ -227,6 +273,20 @@ call_and_kill() {
     tell "ended with $status, and left $(find "$life" \( -name client.conf\* -o -name host.GUID -o -name .unfinished \) -print0 | xargs -0)"
 }
 
+step_power_cut() {
+    if [ -n "$where" ] && ((RANDOM % 2)); then pick "${places[@]}"; else place_of_the_agent; fi
+    local place=$picked
+    given_the_package "$place"
+    sync -f "$life"
+    pick call call_and_kill
+    configure_again "$place" "$picked"
+    cut_the_power
+    step_reboot
+    expect_events
+    configure_again "$place" call
+    expect_configured "$place"
+}
+
 step_reboot() {
     find /run/lock /tmp /run -maxdepth 1 -name '*qdn-configure*' -delete
     find /tmp -mindepth 1 -maxdepth 1 -name '.*' -delete
@@ -236,7 +296,7 @@ live() {
     local step
     begin_a_life
     for ((step = 1; step <= $(steps); ++step)); do
-        pick configure configure move answer clean damage full_disk kill kill reboot
+        pick configure configure move answer clean upgrade reinstall damage full_disk kill kill power_cut reboot
         echo "step $step: $picked ${where:-no agent} $server" >>"$desk/story"
         "step_$picked"
         expect_the_host_as_it_was
@@ -248,11 +308,13 @@ live() {
     echo "seed $(seed)"
     trap 'tail -n 25 "$desk/story"; cat "$desk/err"; ls -l /usr/bin/qdn-configure' EXIT
     RANDOM=$(seed)
+    cuts=0
     for ((number = 1; number <= $(lives); ++number)); do
         : >"$desk/story"
         live
     done
     trap - EXIT
+    printf '# %d lives\n# %d cuts\n' "$(lives)" "$cuts" >&3
 }
 
 each_test_is_a_session
