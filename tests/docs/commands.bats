@@ -70,8 +70,9 @@ script/test-arm64 --unit s390x|script/prove
 script/test-selinux|script/prove
 script/test-faults|person
 script/test-faults --power|person
-script/test-fleet|person
-script/test-fleet 5|person
+script/test-fleet|script/prove
+script/test-fleet --repositories|script/prove
+script/test-fleet 5|.ci/run
 script/test-hosts|.ci/run
 script/test-hosts systemd|person
 script/test-preview|person

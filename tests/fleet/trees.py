@@ -4,9 +4,9 @@ import os
 import stat
 
 # What the host's own programs write while they run: sessions, logs, temporary files, the agent's process id.
-RUNNING = ('/dev', '/home', '/proc', '/root', '/run', '/sys', '/tmp', '/var/cache/apt', '/var/cache/debconf', '/var/lib/dpkg',
-           '/var/log', '/var/tmp', '/opt/zorvane/kell/ksagent/var/qdn-agent.pid',
-           '/opt/zorvane/kell/ksagent/etc/host.GUID', '/mnt')
+RUNNING = ('/dev', '/home', '/proc', '/root', '/run', '/sys', '/tmp', '/var/cache/apt', '/var/cache/debconf', '/var/cache/dnf',
+           '/var/lib/apt', '/var/lib/dnf', '/var/lib/dpkg', '/var/lib/rpm', '/var/log', '/var/tmp',
+           '/opt/zorvane/kell/ksagent/var/qdn-agent.pid', '/opt/zorvane/kell/ksagent/etc/host.GUID', '/mnt')
 
 
 def state(path):

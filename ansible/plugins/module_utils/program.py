@@ -6,6 +6,8 @@ __metaclass__ = type
 
 import json
 import os
+import resource
+import time
 
 USUAL_DIRECTORY = '/opt/zorvane/kell/ksagent'
 PATH = '/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin'
@@ -32,12 +34,19 @@ def is_installed(directory):
     return os.access(program_of(directory), os.X_OK)
 
 
+def _computed():
+    """The processor time of what this process has run so far."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
 class Program(object):
-    """The program of one install directory, run in an environment that is the same on every host."""
+    """The program of one install directory, run in an environment that is the same on every host. What it took counts."""
 
     def __init__(self, module, directory, xml_directory=None):
         self._module = module
         self._path = program_of(directory)
+        self._seconds = self._processor_seconds = 0.0
         self._environment = {'PATH': PATH, 'LC_ALL': 'C.UTF-8', 'LANG': 'C.UTF-8'}
         if xml_directory:
             self._environment.update(QDNCLIENT_CONFIG_XML_DIR=xml_directory, QDN_INSTALL_OVERRIDE='yes')
@@ -60,8 +69,16 @@ class Program(object):
     def _run(self, words):
         # Variables of the caller's, such as QDN_INSTALL_KSNAME, would be another source of settings.
         command = ['/usr/bin/env', '-i'] + ['%s=%s' % pair for pair in sorted(self._environment.items())]
-        status, output, errors = self._module.run_command(command + [self._path] + words, cwd='/')
-        return status, output, errors
+        started, computed = time.time(), _computed()
+        try:
+            return self._module.run_command(command + [self._path] + words, cwd='/')
+        finally:
+            self._seconds += time.time() - started
+            self._processor_seconds += _computed() - computed
+
+    def times(self):
+        """How long it ran in all, as a part of a module's result."""
+        return dict(seconds=round(self._seconds, 3), processor_seconds=round(self._processor_seconds, 3))
 
 
 def warnings_of(document):

@@ -236,8 +236,8 @@ status:
   returned: always
   type: int
 agent:
-  description: After a change, whether the agent runs, and its process id.
-  returned: after a change
+  description: Whether an agent runs and, after a change, its process id.
+  returned: when the configuration was rehearsed
   type: dict
   sample: {"running": true, "pid": 4711}
 restored:
@@ -249,15 +249,18 @@ kept:
   returned: when a change failed
   type: str
 seconds:
-  description: How long the program ran, in all.
-  returned: always
+  description: How long the program ran, in all; much of it is waiting, when an agent is started and watched.
+  returned: when the program was run
+  type: float
+processor_seconds:
+  description: How long it computed, with all that it runs.
+  returned: when the program was run
   type: float
 '''
 
 import os
 import shutil
 import tempfile
-import time
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.zorvane.kell_agent.plugins.module_utils import settings as agent_settings
@@ -274,7 +277,7 @@ class Configuration(object):
         self.module = module
         self.params = module.params
         self.xml_directory = tempfile.mkdtemp(prefix='.qdn-configure-', dir=module.tmpdir)
-        self.result = {'changed': False, 'diff': [], 'status': 0, 'warnings': [], 'seconds': 0.0}
+        self.result = {'changed': False, 'diff': [], 'status': 0, 'warnings': []}
         self._program = Program(module, self.params['directory'], self.xml_directory)
 
     def command(self):
@@ -290,23 +293,15 @@ class Configuration(object):
         with os.fdopen(descriptor, 'wb') as xml:
             xml.write(agent_settings.to_xml(options, self.params['extra_settings']).encode('utf-8', 'surrogateescape'))
 
-    def document(self, kind, words):
-        """The document of one command; its time counts."""
-        started = time.time()
-        try:
-            return self._program.document(kind, words)
-        finally:
-            self.result['seconds'] = round(self.result['seconds'] + time.time() - started, 3)
-
     def rehearse(self):
         """What the configuration would change now."""
         options = agent_settings.given(self.params)
         self.write_xml(options)
-        preview = self.document('preview', ['-preview', '-json'] + self.command())
+        preview = self._program.document('preview', ['-preview', '-json'] + self.command())
         if self.params['state'] == 'configured' and self.lacks_run_levels(preview, options):
             options['run_levels'] = agent_settings.USUAL_RUN_LEVELS
             self.write_xml(options)
-            preview = self.document('preview', ['-preview', '-json'] + self.command())
+            preview = self._program.document('preview', ['-preview', '-json'] + self.command())
         return preview
 
     @staticmethod
@@ -318,7 +313,7 @@ class Configuration(object):
         return not run_levels.get('value') and run_levels.get('source') != 'installed'
 
     def fail(self, text, **more):
-        self.result.update(more)
+        self.result.update(self._program.times(), **more)
         self.module.fail_json(msg=text, **self.result)
 
     def why_not_used(self):
@@ -340,12 +335,13 @@ class Configuration(object):
         # An agent that runs is stopped for the change. For anything else the real run would be refused as well.
         if preview['refused'] and 'running' not in preview['refused']:
             self.fail(preview['refused'].strip(), status=1)
+        self.result['agent'] = {'running': bool(preview['refused'])}
         self.result['diff'] = differences(preview)
         self.result['changed'] = bool(self.result['diff'])
 
     def apply(self):
         """Does what was rehearsed, or leaves the host as it was."""
-        applied = self.document('apply', ['-apply', '-json', '-yes', '-wait', str(self.params['wait'])] + self.command())
+        applied = self._program.document('apply', ['-apply', '-json', '-yes', '-wait', str(self.params['wait'])] + self.command())
         self.result['status'] = applied['status']
         if applied['status'] != 0:
             self.fail(applied['error'] or 'The configuration failed.', changed=not applied['restored'],
@@ -358,6 +354,7 @@ class Configuration(object):
         self.take(self.rehearse())
         if self.result['changed'] and not self.module.check_mode:
             self.apply()
+        self.result.update(self._program.times())
 
 
 def main():

@@ -62,11 +62,13 @@ kell_agent:
   sample: {"status": 0, "agent": {"running": true, "pid": 4711}, "differences": []}
 seconds:
   description: How long the program ran.
-  returned: always
+  returned: when there is one
+  type: float
+processor_seconds:
+  description: How long it computed, with all that it runs.
+  returned: when there is one
   type: float
 '''
-
-import time
 
 from ansible.module_utils.basic import AnsibleModule
 from ansible_collections.zorvane.kell_agent.plugins.module_utils.program import (
@@ -87,15 +89,17 @@ UNKNOWN = {
 
 
 def ask(module):
+    """The document, and what it took to get it."""
     directory = module.params['directory']
     if not is_installed(directory):
-        return dict(UNKNOWN, status=NOT_CONFIGURED)
+        return dict(UNKNOWN, status=NOT_CONFIGURED), {}
+    program = Program(module, directory)
     words = ['-status', '-json'] + (['-connect'] if module.params['connect'] else []) + [directory]
     try:
-        return Program(module, directory).document('status', words)
+        return program.document('status', words), program.times()
     except Failed as failed:
         if failed.more.get('too_old'):
-            return dict(UNKNOWN)
+            return dict(UNKNOWN), program.times()
         module.fail_json(msg=failed.text, **failed.more)
 
 
@@ -107,10 +111,8 @@ def main():
         ),
         supports_check_mode=True,
     )
-    started = time.time()
-    document = ask(module)
-    seconds = round(time.time() - started, 3)
-    module.exit_json(changed=False, kell_agent=document, ansible_facts={'kell_agent': document}, seconds=seconds)
+    document, times = ask(module)
+    module.exit_json(changed=False, kell_agent=document, ansible_facts={'kell_agent': document}, **times)
 
 
 if __name__ == '__main__':
