@@ -7,8 +7,6 @@ change something (a point "all"). Errors meet the process that applies.
 """
 import os
 import re
-import shutil
-import subprocess
 import sys
 
 import calls
@@ -28,23 +26,15 @@ def enter_copy():
     """A copy without overlays of overlays, on which nothing could be rehearsed."""
     here = os.getcwd()
     machine.enter_namespace()
-    copies = {tree: f"{machine.POINT}/changes/{tree.replace('/', '-')}" for tree in machine.LARGE_TREES + machine.SMALL}
-    for tree, copy in copies.items():
-        copy_tree(tree if tree in machine.SMALL else CHANGES + tree, copy)
+    small = machine.plain_copies()
     for tree in machine.LARGE_TREES:
-        work = f"{machine.POINT}/work/{tree.replace('/', '-')}"
+        copy, work = machine.copy_of(CHANGES + tree, tree), f"{machine.POINT}/work/{tree.replace('/', '-')}"
         os.makedirs(work)
-        options = f"lowerdir={BARE}{tree},upperdir={copies[tree]},workdir={work}"
+        options = f"lowerdir={BARE}{tree},upperdir={copy},workdir={work}"
         machine.mount("overlay", tree, options + ("" if machine.is_everyone_mapped() else ",userxattr"))
-    for tree in machine.SMALL:
-        machine.bind(copies[tree], tree)
+    for tree, copy in small:
+        machine.bind(copy, tree)
     os.chdir(here)
-
-
-def copy_tree(tree, copy):
-    os.makedirs(copy)
-    subprocess.run(["cp", "-a", "-x", "--", f"{tree}/.", copy], check=True)
-    shutil.copystat(tree, copy)
 
 
 def tree():

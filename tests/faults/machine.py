@@ -8,10 +8,12 @@ import pickle
 import shutil
 import signal
 import stat
+import subprocess
 import traceback
 
 LARGE_TREES = ("/etc", "/usr", "/var")
 SMALL = ("/opt", "/tmp", "/var/tmp")
+OTHER_DISK = "/opt/elsewhere"  # if something is mounted there
 RUN = "/run"
 POINT = "/run/faults/point"
 SECONDS = 60  # that a point may take
@@ -60,6 +62,21 @@ def cover(tree, lower):
     mount("overlay", tree, options + ("" if is_everyone_mapped() else ",userxattr"))
 
 
+def copy_of(source, tree):
+    """A plain copy of a directory, to put over a tree: what is in it can be renamed as on a disk."""
+    copy = f"{POINT}/changes/{tree.replace('/', '-')}"
+    os.makedirs(copy)
+    subprocess.run(["cp", "-a", "-x", "--", f"{source}/.", copy], check=True)
+    shutil.copystat(source, copy)
+    return copy
+
+
+def plain_copies():
+    """The small directories, each with a copy to put over it; another disk stays one."""
+    trees = SMALL + ((OTHER_DISK,) if os.path.ismount(OTHER_DISK) else ())
+    return [(tree, copy_of(tree, tree)) for tree in trees]
+
+
 def cover_run():
     """Puts a copy over /run, where the lock of a run is; POINT, which lies there, stays what it is."""
     point, lower = (os.open(path, os.O_PATH | os.O_DIRECTORY) for path in (POINT, RUN))
@@ -73,13 +90,13 @@ def enter_copy():
     """Puts this process on a copy of its own, which goes with it."""
     here = os.getcwd()
     enter_namespace()
-    trees = LARGE_TREES + SMALL
-    # Held open: /var, once it is covered, would cover /var/tmp.
-    lower = {tree: os.open(tree, os.O_PATH | os.O_DIRECTORY) for tree in trees}
-    for tree in trees:
-        cover(tree, lower[tree])
-    for descriptor in lower.values():
-        os.close(descriptor)
+    copies = plain_copies()
+    for tree in LARGE_TREES:
+        lower = os.open(tree, os.O_PATH | os.O_DIRECTORY)
+        cover(tree, lower)
+        os.close(lower)
+    for tree, copy in copies:
+        bind(copy, tree)
     cover_run()
     os.chdir(here)
 

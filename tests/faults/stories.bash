@@ -24,15 +24,24 @@ given_in_place_56() {
     command=(-configure -noimode)
 }
 
-# The package manager knows where the new package is, so that a next run finds what this one has made there. The data
-# goes to another file system.
 given_elsewhere() {
-    given_an_old_agent 6.0SP2
     mkdir -p "${elsewhere%/*}"
-    given_the_package "$elsewhere"
-    have_package_manager "$elsewhere"
-    conf=$elsewhere/etc/client.conf
-    command=(-configure -noimode -dir "$elsewhere")
+    mount -t tmpfs -o mode=0755 tmpfs "${elsewhere%/*}"
+    upgrade_to "$elsewhere"
+}
+
+# On one disk what moves is renamed.
+given_beside() { upgrade_to /opt/beside/agent; }
+
+# upgrade_to DIR: the package manager knows that the new package is there, so that a next run finds what this one has
+# made.
+upgrade_to() {
+    given_an_old_agent 6.0SP2
+    mkdir -p "${1%/*}"
+    given_the_package "$1"
+    have_package_manager "$1"
+    conf=$1/etc/client.conf
+    command=(-configure -noimode -dir "$1")
 }
 
 given_clean() {
@@ -44,6 +53,11 @@ given_clean() {
 
 given_apply() {
     given_in_place
+    command=(-apply -yes "${command[@]}")
+}
+
+given_apply_beside() {
+    given_beside
     command=(-apply -yes "${command[@]}")
 }
 
