@@ -2,6 +2,7 @@
 import glob
 import json
 import os
+import resource
 import subprocess
 import sys
 import time
@@ -84,6 +85,12 @@ def script_times(host):
     return ran, computed
 
 
+def computed_by_controller():
+    """The processor time of the engine's own processes so far, those of its connections included as far as they have ended."""
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
 def computed_by_all():
     """The processor time of all processes here, which are the fleet's and the controller's, and of those that have ended."""
     ticks = 0
@@ -97,9 +104,10 @@ def computed_by_all():
 
 
 # A host's share of each: the seconds in which a task was under way, and those of them in which the program ran; the
-# processor's seconds of all there is, controller and hosts, and those of them in which the program computed.
+# processor's seconds of all there is, controller and hosts, those of the controller, and those in which the program computed;
+# and the program's share of these, and of the seconds of the engine.
 HEADING = (f'{"step":44} {"hosts":>5} {"not":>5} {"ok":>6} {"changed":>8} {"failed":>7} {"engine s":>9} {"ours s":>7} {"%":>5} '
-           f'{"CPU s":>8} {"ours":>7} {"%":>5} {"ours/eng":>8} {"wall s":>7} {"kB/host":>8}')
+           f'{"CPU s":>8} {"ctl":>6} {"ours":>7} {"%":>5} {"ours/eng":>8} {"wall s":>7} {"kB/host":>8}')
 
 
 class Step:
@@ -111,7 +119,7 @@ class Step:
             os.remove(record)
         write(f'{WORK}/variables', json.dumps(variables))
         scripts = {name: script_times(host) for name, host in fleet.hosts.items()}
-        wire, computed, began = bytes_on_the_wire(), computed_by_all(), time.time()
+        wire, computed, controller, began = bytes_on_the_wire(), computed_by_all(), computed_by_controller(), time.time()
         with open(f'{WORK}/log', 'a', encoding='utf-8') as log:
             log.write(f'\n=== {title}\n')
             log.flush()
@@ -121,6 +129,7 @@ class Step:
                 check=False).returncode
         self.wall = time.time() - began
         self.computed = computed_by_all() - computed
+        self.controller = computed_by_controller() - controller
         self.wire = bytes_on_the_wire() - wire
         self.scripts = {name: [now - before for now, before in zip(script_times(host), scripts[name])]
                         for name, host in fleet.hosts.items()}
@@ -164,7 +173,7 @@ class Step:
         engine, computed = sum(map(self.engine_seconds, hosts)) / count, self.computed / count
         ran, ours = (sum(column) / count for column in zip(*map(self.program_seconds, hosts)))
         print(f'{title:44} {len(hosts):5} {number - len(hosts):5} {totals[0]:6} {totals[1]:8} {len(self.failed()):7} {engine:9.2f} '
-              f'{ran:7.3f} {100 * ran / engine:5.1f} {computed:8.2f} {ours:7.3f} {100 * ours / computed:5.1f} {100 * ours / engine:8.1f} '
+              f'{ran:7.3f} {100 * ran / engine:5.1f} {computed:8.2f} {self.controller / count:6.2f} {ours:7.3f} {100 * ours / computed:5.1f} {100 * ours / engine:8.1f} '
               f'{self.wall:7.1f} {self.wire / count / 1000:8.0f}', flush=True)
 
 
