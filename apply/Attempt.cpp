@@ -8,12 +8,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "corekit/os/Child.h"
 #include "corekit/os/Console.h"
 #include "corekit/os/SystemCall.h"
 #include "run/Failure.h"
-
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
-extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
 
 namespace Zorvane::AgentInstaller::Apply {
 
@@ -44,8 +42,7 @@ bool IsIgnored(int signal) {
     if (status != 0)
         Forgive(corekit::WriteAll(errorTo.Get(), Error::m_sErrorText.Utf8().substr(0, kLongestError)));
     corekit::Console::Flush();
-    if (__gcov_dump != nullptr) __gcov_dump();
-    _exit(static_cast<int>(status));
+    corekit::EndChild(static_cast<int>(status));
 }
 
 }  // namespace
@@ -81,14 +78,12 @@ int Interruptions::Wait(unsigned milliseconds) {
 Ending Attempt(const std::function<unsigned()>& command, Output output, Interruptions& interruptions) {
     corekit::Console::Flush();
     const pid_t parent = getpid();
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return {false, false, GetErrorMsg(corekit::Result::FromErrno()).Utf8()};
-    const Descriptor errorFrom(ends[0]);
-    Descriptor errorTo(ends[1]);
+    auto errors = corekit::OpenPipe();
+    if (!errors) return {false, false, GetErrorMsg(errors.error()).Utf8()};
     const pid_t child = fork();
     if (child < 0) return {false, false, GetErrorMsg(corekit::Result::FromErrno()).Utf8()};
-    if (child == 0) Perform(command, output, interruptions, parent, errorTo);
-    errorTo = Descriptor();
+    if (child == 0) Perform(command, output, interruptions, parent, errors->writer);
+    errors->writer = Descriptor();
     constexpr unsigned kLongTime = 1000;
     int status = 0;
     while (waitpid(child, &status, WNOHANG) != child) {
@@ -97,7 +92,7 @@ Ending Attempt(const std::function<unsigned()>& command, Output output, Interrup
     }
     const bool wasInterrupted = interruptions.HasCome();
     const bool hasEndedWell = WIFEXITED(status) && WEXITSTATUS(status) == 0;
-    std::string error = corekit::ReadAll(errorFrom.Get(), kLongestError).value_or("");
+    std::string error = corekit::ReadAll(errors->reader.Get(), kLongestError).value_or("");
     if (!hasEndedWell && WIFSIGNALED(status)) error = "The command was ended by a signal.";
     return {hasEndedWell && !wasInterrupted, wasInterrupted, error};
 }

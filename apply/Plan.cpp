@@ -76,7 +76,7 @@ Outcome<> CheckPlan(const String& planFile, const Json& document) {
     if (!IsPlan(plan)) return Fail(L"This is no document of -preview -out: ", planFile);
     if (plan["command"] != document["command"]) return Fail(L"The plan is of another command: ", planFile);
     const ChangesByPath planned = ChangesOf(plan);
-    const ChangesByPath found = ChangesOf(corekit::ParseJson(Preview::Kept(document)));
+    const ChangesByPath found = ChangesOf(Preview::Kept(document));
     ChangesByPath all = found;
     all.insert(planned.begin(), planned.end());
     String differences;

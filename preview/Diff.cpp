@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "corekit/os/Child.h"
 #include "corekit/os/SystemCall.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
@@ -16,7 +16,6 @@
 
 namespace Zorvane::AgentInstaller::Preview {
 
-using corekit::Descriptor;
 using corekit::String;
 
 namespace {
@@ -61,13 +60,11 @@ std::string OneSided(const std::string& text, char sign, const std::string& path
 std::optional<std::string> RunDiff(const std::string& before, const std::string& after,
                                    const std::string& label) {
     static const std::string program = corekit::Program::Locate(L"diff").Utf8();
-    int ends[2];
-    if (program.empty() || pipe2(ends, O_CLOEXEC) != 0) return std::nullopt;
-    const Descriptor reader(ends[0]);
-    Descriptor writer(ends[1]);
+    auto pipe = corekit::OpenPipe();
+    if (program.empty() || !pipe) return std::nullopt;
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
-    posix_spawn_file_actions_adddup2(&files, writer.Get(), STDOUT_FILENO);
+    posix_spawn_file_actions_adddup2(&files, pipe->writer.Get(), STDOUT_FILENO);
     const std::array<const char*, 10> arguments = {program.c_str(), "-u",          "--label", label.c_str(),
                                                    "--label",       label.c_str(), "--",      before.c_str(),
                                                    after.c_str(),   nullptr};
@@ -77,11 +74,10 @@ std::optional<std::string> RunDiff(const std::string& before, const std::string&
         posix_spawn(&child, program.c_str(), &files, nullptr, const_cast<char* const*>(arguments.data()),
                     const_cast<char* const*>(environment));
     posix_spawn_file_actions_destroy(&files);
-    writer = Descriptor();
+    pipe->writer = corekit::Descriptor();
     if (failure != 0) return std::nullopt;
-    const auto text = corekit::ReadAll(reader.Get(), kLongestFile);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+    const auto text = corekit::ReadAll(pipe->reader.Get(), kLongestFile);
+    const int status = corekit::WaitForChild(child);
     constexpr int kDiffers = 1;
     if (!text || !WIFEXITED(status) || WEXITSTATUS(status) > kDiffers) return std::nullopt;
     return *text;

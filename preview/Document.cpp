@@ -170,7 +170,7 @@ Json StateAsJson(const std::optional<FileState>& state, const std::string& at, b
     return json;
 }
 
-Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal) {
+Outcome<Json> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal) {
     Json record = corekit::ParseJson(rehearsal.result);
     if (!record.is_object()) return Fail(L"The preview failed: the command has not said how it ended.");
     for (const std::string& place : StringsOf(record["places"])) {
@@ -196,29 +196,29 @@ Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, 
     document["client_conf"] = record["client_conf"];
     document["changes"] = std::move(changes);
     document["agent"]["start"] = record["start"];
-    return corekit::JsonDocument(document);
+    return document;
 }
 
-std::string MakeFailedDocument(const Request& request, const std::string& error) {
+Json MakeFailedDocument(const Request& request, const std::string& error) {
     Json document = Frame(request, "", "");
     document["possible"] = false;
     document["error"] = error;
-    return corekit::JsonDocument(document);
+    return document;
 }
 
-std::string Printed(Json document) {
+Json Printed(Json document) {
     for (Json& change : document["changes"]) {
         if (change.erase(kSecret) == 0) continue;
         for (const char* side : {"before", "after"}) {
             if (!change[side].is_null()) change[side]["sha256"] = nullptr;
         }
     }
-    return corekit::JsonDocument(document);
+    return document;
 }
 
-std::string Kept(Json document) {
+Json Kept(Json document) {
     for (Json& change : document["changes"]) change.erase(kSecret);
-    return corekit::JsonDocument(document);
+    return document;
 }
 
 }  // namespace Zorvane::AgentInstaller::Preview

@@ -26,18 +26,18 @@ struct Request {
 /// `start`, `settings`, `client_conf` (an object or null), `stores` (directories whose files are not shown)
 /// and `places` (directories that must have been writable). Fails where one of those cannot be written in the
 /// copy.
-Outcome<std::string> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal);
+Outcome<corekit::Json> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal);
 
 /// The document of a preview that was not possible.
-std::string MakeFailedDocument(const Request& request, const std::string& error);
+corekit::Json MakeFailedDocument(const Request& request, const std::string& error);
 
 /// What an entry is, as the changes of a document tell it; null for none. The bytes are read from `at`.
 corekit::Json StateAsJson(const std::optional<FileState>& state, const std::string& at, bool withHash);
 
-/// The document as it is printed: files with secrets have no `sha256`. One line end at its end.
-std::string Printed(corekit::Json document);
+/// The document as it is printed: files with secrets have no `sha256`.
+corekit::Json Printed(corekit::Json document);
 
 /// The document as it is kept in a file, with every `sha256`.
-std::string Kept(corekit::Json document);
+corekit::Json Kept(corekit::Json document);
 
 }  // namespace Zorvane::AgentInstaller::Preview

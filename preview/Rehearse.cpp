@@ -14,16 +14,15 @@
 #include <unistd.h>
 
 #include "corekit/fs/Dir.h"
+#include "corekit/os/Child.h"
 #include "corekit/os/Console.h"
 #include "corekit/os/SystemCall.h"
 #include "preview/LayerReader.h"
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
-extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
-
 namespace Zorvane::AgentInstaller::Preview {
 
 using corekit::Descriptor;
+using corekit::Pipe;
 using corekit::Result;
 using corekit::String;
 
@@ -35,24 +34,6 @@ constexpr int kMillisecondsBetweenLooks = 20;
 // The first byte of what the first process answers.
 constexpr char kTold = 'T';
 constexpr char kFailed = 'F';
-
-[[noreturn]] void End() {
-    if (__gcov_dump != nullptr) __gcov_dump();
-    _exit(0);
-}
-
-struct Pipe {
-    Descriptor reader;
-    Descriptor writer;
-
-    Result Open() {
-        int ends[2];
-        if (pipe2(ends, O_CLOEXEC) != 0) return Result::FromErrno();
-        reader = Descriptor(ends[0]);
-        writer = Descriptor(ends[1]);
-        return Result();
-    }
-};
 
 /// Takes what is in a pipe; false at its end.
 bool Take(int reader, std::string& bytes, int copyTo) {
@@ -89,7 +70,9 @@ class Performance {
 
 Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
     for (Pipe* pipe : {&m_result, &m_output, &m_errors}) {
-        if (const Result opened = pipe->Open(); !opened) return FailToPreview(opened.About(L"pipe"));
+        auto opened = corekit::OpenPipe();
+        if (!opened) return FailToPreview(opened.error().About(L"pipe"));
+        *pipe = std::move(*opened);
     }
     const pid_t child = fork();
     if (child < 0) return FailToPreview(Result::FromErrno().About(L"fork"));
@@ -98,8 +81,7 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
 
     const bool inTime = Listen();
     if (!inTime) kill(child, SIGKILL);
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) continue;
+    const int status = corekit::WaitForChild(child);
     if (!inTime) return Fail(L"The preview failed: the command has not ended within ten minutes.");
     if (m_wasFull || m_copy.IsFull())
         return Fail(String(kNotPossible) +
@@ -119,7 +101,7 @@ void Performance::Perform(const std::function<std::string()>& code) {
     corekit::Console::Flush();
     // Without a result the other side says that the rehearsal has failed.
     Forgive(corekit::WriteAll(m_result.writer.Get(), result));
-    End();
+    corekit::EndChild(0);
 }
 
 /// Reads all that is said until the code has ended. False when that takes too long.
@@ -175,7 +157,7 @@ std::string Answer(const Outcome<std::string>& told) {
     };
     // Without an answer the other side says that there is none.
     Forgive(corekit::WriteAll(answerTo.Get(), Answer(answer())));
-    End();
+    corekit::EndChild(0);
 }
 
 Outcome<std::string> ReadAnswer(const Descriptor& reader) {
@@ -197,13 +179,13 @@ Outcome<std::string> Rehearse(
     const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,
     const Limits& limits) {
     corekit::Console::Flush();
-    Pipe answer;
-    if (const Result opened = answer.Open(); !opened) return FailToPreview(opened.About(L"pipe"));
+    auto answer = corekit::OpenPipe();
+    if (!answer) return FailToPreview(answer.error().About(L"pipe"));
     constexpr unsigned long kNamespaces = CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWNET | CLONE_NEWIPC;
     const long child = syscall(SYS_clone, kNamespaces | SIGCHLD, nullptr, nullptr, nullptr, nullptr);
     if (child == 0) {
-        answer.reader = Descriptor();
-        BuildRunAndTell(code, tell, audience, limits, answer.writer);
+        answer->reader = Descriptor();
+        BuildRunAndTell(code, tell, audience, limits, answer->writer);
     }
     if (child < 0) {
         const Result cause = Result::FromErrno();
@@ -211,10 +193,10 @@ Outcome<std::string> Rehearse(
                     L"the kernel gives no namespaces; run it as root, outside of a container (" +
                     GetErrorMsg(cause) + L").");
     }
-    answer.writer = Descriptor();
-    Outcome<std::string> told = ReadAnswer(answer.reader);
-    answer.reader = Descriptor();  // where not all could be read, nobody must wait for a reader
-    while (waitpid(static_cast<pid_t>(child), nullptr, 0) < 0 && errno == EINTR) continue;
+    answer->writer = Descriptor();
+    Outcome<std::string> told = ReadAnswer(answer->reader);
+    answer->reader = Descriptor();  // where not all could be read, nobody must wait for a reader
+    corekit::WaitForChild(static_cast<pid_t>(child));
     return told;
 }
 

@@ -132,9 +132,9 @@ Json NotReplaced(const std::string& path, const String& installDir) {
 
 Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsal& rehearsal,
                           const String& installDir) {
-    const auto text = Preview::MakeDocument(Preview::Request(), copy, rehearsal);
-    if (!text) return text;
-    const Json document = corekit::ParseJson(Preview::Printed(corekit::ParseJson(*text)));
+    const auto found = Preview::MakeDocument(Preview::Request(), copy, rehearsal);
+    if (!found) return found.error();
+    const Json document = Preview::Printed(*found);
     const Comparison comparison(copy, installDir);
     std::vector<Json> differences;
     for (const Json& change : document["changes"]) {

@@ -1,7 +1,6 @@
 // Running a shell command: its output is read until the command itself has ended.
 #include <algorithm>
 #include <cerrno>
-#include <fcntl.h>
 #include <poll.h>
 #include <string>
 #include <string_view>
@@ -9,6 +8,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "corekit/os/Child.h"
 #include "corekit/os/Console.h"
 #include "corekit/process/Program.h"
 #include "corekit/process/detail/ShellProcess.h"
@@ -81,14 +81,13 @@ Result PosixLocaleProgram::Run(const String& commandLine, StringToMapFilter& fil
 
     const ChildEndWatch watch;
     if (!watch) return Result::FromErrno();
-    int ends[2];
-    if (pipe2(ends, O_CLOEXEC) != 0) return Result::FromErrno();
-    Descriptor writeEnd(ends[1]);
+    auto pipe = OpenPipe();
+    if (!pipe) return pipe.error();
 
     ShellProcess shell;
-    PipeReader output{Descriptor(ends[0])};
-    if (const Result started = shell.Start(commandLine.Utf8(), writeEnd.Get()); !started) return started;
-    writeEnd = Descriptor();
+    PipeReader output(std::move(pipe->reader));
+    if (const Result started = shell.Start(commandLine.Utf8(), pipe->writer.Get()); !started) return started;
+    pipe->writer = Descriptor();
 
     ReadUntilEnd(shell, watch, output);
     if (output.Failure()) FileLines(output.Bytes(), filter);

@@ -1,0 +1,25 @@
+// Child processes that are made by fork, and the pipes between them and their parent.
+#pragma once
+
+#include <sys/types.h>
+
+#include "corekit/os/Descriptor.h"
+#include "corekit/os/Result.h"
+
+namespace corekit {
+
+/// The two ends are closed when a program is executed.
+struct Pipe {
+    Descriptor reader;
+    Descriptor writer;
+};
+
+Expected<Pipe> OpenPipe();
+
+/// Waits until a child has ended. Returns its status, as waitpid(2) tells it.
+int WaitForChild(pid_t child);
+
+/// Ends a child without what a process does at its usual end, which is its parent's.
+[[noreturn]] void EndChild(int status);
+
+}  // namespace corekit
