@@ -107,24 +107,24 @@ unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
     if (lock->IsTaken()) return EndFailed({String(kAnotherRun).Trim(), {}});
     if (const auto finished = Apply::FinishFormerApply(); !finished) return EndFailed(finished.error());
     m_runningAgent = FindRunningAgent(m_command.Word(), arguments);
-    if (const auto rehearsed = Rehearse(arguments); !rehearsed) return EndFailed(rehearsed.error());
+    Rehearse(arguments);
     if (m_options.orPlainly && !m_rehearsed.wasPossible) {
         lock.reset();  // the command takes it itself
         return RunPlainly(arguments);
     }
-    if ((*m_document)["status"] == kUsageError) {
-        TellErrors(*m_document);
+    if ((*m_rehearsed.document)["status"] == kUsageError) {
+        TellErrors(*m_rehearsed.document);
         m_isWrongUse = true;
         return kUsageError;
     }
     if (const auto checked = CheckRehearsal(); !checked) {
-        TellWarnings(*m_document);
+        TellWarnings(*m_rehearsed.document);
         return EndFailed(checked.error());
     }
     Args::bQuiet = std::ranges::count(arguments, String(L"-quiet")) > 0;
     const bool isShown = !m_options.yes || (!m_options.json && !Args::bQuiet);
     const Preview::Colours colours = ColoursOn(m_options.json ? STDERR_FILENO : STDOUT_FILENO);
-    const String report = Preview::TextReport(*m_document, colours, Preview::Output::SeenAlready);
+    const String report = Preview::TextReport(*m_rehearsed.document, colours, Preview::Output::SeenAlready);
     if (isShown) m_options.json ? Messages::Warn(report) : Messages::Tell(report);
     if (!m_options.yes && !IsAgreed()) return EndFailed(Failure{L"Nothing has been changed.", {}});
     return Attempt(arguments);
@@ -132,14 +132,14 @@ unsigned ApplyCommand::Apply(const std::vector<String>& arguments) {
 
 /// Where nothing can be rehearsed, nothing is known that could be saved: the command does what it does alone.
 unsigned ApplyCommand::RunPlainly(const std::vector<String>& arguments) {
-    const String why = String::FromUtf8(m_document->at("error").get<std::string>());
+    const String why = String::FromUtf8(m_rehearsed.document->at("error").get<std::string>());
     Messages::Warn(L"WARNING! " + why +
                    L"\n  The command runs all the same; what fails half-way is not put back.\n");
     m_isWrongUse = true;  // its usage is the command's
     return m_command->Run(arguments);
 }
 
-Outcome<> ApplyCommand::Rehearse(const std::vector<String>& arguments) {
+void ApplyCommand::Rehearse(const std::vector<String>& arguments) {
     Preview::Request request = m_command.RequestFor(arguments, m_version);
     request.stopsAgent = !m_runningAgent.IsEmpty();
     // The lock that a run would find held is this one's own.
@@ -148,15 +148,13 @@ Outcome<> ApplyCommand::Rehearse(const std::vector<String>& arguments) {
     if (!refusal.IsEmpty()) request.refused = refusal.Trim().Utf8();
     const int shownOn = m_options.json ? STDERR_FILENO : STDOUT_FILENO;
     m_rehearsed = m_command.Rehearse(arguments, request, {m_command.MayAsk(arguments) ? shownOn : -1});
-    m_document = std::make_shared<Json>(corekit::ParseJson(m_rehearsed.document));
     TellRecord(arguments);
-    return {};
 }
 
 /// What the record of the run says of the command, which runs in another process.
 void ApplyCommand::TellRecord(const std::vector<String>& arguments) {
     Settings server;
-    for (const Json& setting : (*m_document)["settings"]) {
+    for (const Json& setting : (*m_rehearsed.document)["settings"]) {
         const String value = String::FromUtf8(setting["value"].get<std::string>());
         if (setting["name"] == "KSName") server.Value(L"KSName") = value;
         if (setting["name"] == "KSUrlFormat") server.Value(L"KSUrlFormat") = value;
@@ -171,7 +169,7 @@ void ApplyCommand::TellRecord(const std::vector<String>& arguments) {
 
 /// What ends the run before anything has been changed.
 Outcome<> ApplyCommand::CheckRehearsal() const {
-    const Json& document = *m_document;
+    const Json& document = *m_rehearsed.document;
     const auto textOf = [&](const char* field) {
         return document[field].is_string() ? String::FromUtf8(document[field].get<std::string>()) : String();
     };
@@ -219,7 +217,7 @@ Outcome<> ApplyCommand::Perform(const std::vector<String>& arguments, Apply::Int
     const Apply::Ending ending = Apply::Attempt(command, output, interruptions);
     if (ending.wasInterrupted) return interrupted();
     if (!ending.hasSucceeded) return Failure{String::FromUtf8(ending.error), {}};
-    if ((*m_document)["agent"]["start"] == true) {
+    if ((*m_rehearsed.document)["agent"]["start"] == true) {
         if (auto stands = WatchAgent(interruptions); !stands) return stands;
     }
     if (interruptions.HasCome()) return interrupted();
@@ -262,7 +260,7 @@ Apply::ToSave ApplyCommand::WhatToSave() const {
 
 /// Where the agent is after the run; empty after a clean.
 String ApplyCommand::InstallDir() const {
-    for (const Json& setting : (*m_document)["settings"]) {
+    for (const Json& setting : (*m_rehearsed.document)["settings"]) {
         if (setting["name"] == "InstallDir") return String::FromUtf8(setting["value"].get<std::string>());
     }
     return String();

@@ -41,7 +41,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
 
     unsigned Apply(const std::vector<corekit::String>& arguments);
     unsigned RunPlainly(const std::vector<corekit::String>& arguments);
-    Outcome<> Rehearse(const std::vector<corekit::String>& arguments);
+    void Rehearse(const std::vector<corekit::String>& arguments);
     Outcome<> CheckRehearsal() const;
     void TellRecord(const std::vector<corekit::String>& arguments);
     bool IsAgreed() const;
@@ -62,7 +62,6 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     corekit::String m_xmlFile;       // of the rehearsed configuration; empty without one
     corekit::String m_runningAgent;  // the install directory of the agent that runs and has to be stopped
     RehearsedRun m_rehearsed;
-    std::shared_ptr<const corekit::Json> m_document;  // of the rehearsal
     Result m_result;
 };
 

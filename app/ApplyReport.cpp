@@ -33,7 +33,7 @@ unsigned ApplyCommand::End() {
     if (status != kSuccess) document["error"] = m_result.error.Utf8();
     document["kept"] = nullptr;
     if (m_result.hasKeptFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
-    document["preview"] = m_document ? Preview::Printed(*m_document) : Json(nullptr);
+    document["preview"] = m_rehearsed.document ? Preview::Printed(*m_rehearsed.document) : Json(nullptr);
     document["agent"] = {{"running", m_result.agent.has_value()}, {"pid", nullptr}};
     if (m_result.agent) document["agent"]["pid"] = *m_result.agent;
     corekit::Console::Out(corekit::JsonDocument(document));

@@ -64,12 +64,16 @@ unsigned PreviewCommand::Run(const std::vector<String>& arguments) {
     if (word == arguments.size() || !m_command.Choose(arguments[word])) return kUsageError;
     const std::vector<String> rest(arguments.begin() + static_cast<std::ptrdiff_t>(word) + 1,
                                    arguments.end());
-    const std::string document = Rehearsed(rest);
-    if (corekit::ParseJson(document)["status"] == kUsageError) return ShowWrongUse(document);
-    return Report(document, m_command.MayAsk(rest));
+    const auto document = Rehearsed(rest);
+    if ((*document)["status"] == kUsageError) {
+        TellErrors(*document);
+        m_isWrongUse = true;
+        return kUsageError;
+    }
+    return Report(*document, m_command.MayAsk(rest));
 }
 
-std::string PreviewCommand::Rehearsed(const std::vector<String>& arguments) {
+std::shared_ptr<const Json> PreviewCommand::Rehearsed(const std::vector<String>& arguments) {
     Preview::Request request = m_command.RequestFor(arguments, m_version);
     if (const String refusal = m_command->Refusal(arguments); !refusal.IsEmpty())
         request.refused = refusal.Trim().Utf8();
@@ -77,11 +81,10 @@ std::string PreviewCommand::Rehearsed(const std::vector<String>& arguments) {
     return m_command.Rehearse(arguments, request, {m_command.MayAsk(arguments) ? shownOn : -1}).document;
 }
 
-unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
-    const Json document = corekit::ParseJson(text);
+unsigned PreviewCommand::Report(const Json& document, bool wasSeen) const {
     const bool isPossible = document["possible"].get<bool>();
     if (m_options.json) {
-        corekit::Console::Out(Preview::Printed(document));
+        corekit::Console::Out(corekit::JsonDocument(Preview::Printed(document)));
     } else if (isPossible) {
         Messages::Tell(Preview::TextReport(document, ColoursOn(STDOUT_FILENO),
                                            wasSeen ? Preview::Output::SeenAlready : Preview::Output::Shown));
@@ -89,7 +92,8 @@ unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
     TellErrors(document);
     if (!isPossible) return kFailure;
     if (!m_options.outFile.IsEmpty()) {
-        if (const String why = Keep(m_options.outFile, Preview::Kept(document)); !why.IsEmpty()) {
+        const std::string kept = corekit::JsonDocument(Preview::Kept(document));
+        if (const String why = Keep(m_options.outFile, kept); !why.IsEmpty()) {
             Messages::Warn(L"ERROR: Unable to write to file: " + Messages::ShownAscii(m_options.outFile) +
                            L"\n  " + why + L"\n");
             return kFailure;
@@ -99,12 +103,6 @@ unsigned PreviewCommand::Report(const std::string& text, bool wasSeen) const {
     const unsigned status = document["status"].get<unsigned>();
     const bool tellsChange = m_options.exitCode && status == kSuccess && document["changed"].get<bool>();
     return tellsChange ? kWouldChange : status;
-}
-
-unsigned PreviewCommand::ShowWrongUse(const std::string& text) {
-    TellErrors(corekit::ParseJson(text));
-    m_isWrongUse = true;
-    return kUsageError;
 }
 
 void PreviewCommand::Usage(const String& prefix) const {

@@ -26,9 +26,8 @@ class PreviewCommand : public corekit::CommandBasedApp::Command {
 
     /// The number of arguments before the word of the previewed command.
     std::size_t ParseOptions(const std::vector<corekit::String>& arguments);
-    std::string Rehearsed(const std::vector<corekit::String>& arguments);
-    unsigned Report(const std::string& document, bool wasSeen) const;
-    unsigned ShowWrongUse(const std::string& document);
+    std::shared_ptr<const corekit::Json> Rehearsed(const std::vector<corekit::String>& arguments);
+    unsigned Report(const corekit::Json& document, bool wasSeen) const;
 
     corekit::String m_version;
     Options m_options;

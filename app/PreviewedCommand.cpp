@@ -47,9 +47,10 @@ bool Holds(const std::vector<String>& arguments, const wchar_t* option) {
 }
 
 /// What goes from the process that saw the copy to the one that asked for it: CBOR, which takes any path.
-std::string Packed(const std::string& document, const Preview::TouchedNames& names,
-                   const std::string& result) {
-    Json packed = {{"document", document}, {"names", Json::array()}, {"moves", Json::array()}};
+/// The document goes as text: a plan that was read from a file is compared with it.
+std::string Packed(const Json& document, const Preview::TouchedNames& names, const std::string& result) {
+    Json packed = {
+        {"document", corekit::JsonLine(document)}, {"names", Json::array()}, {"moves", Json::array()}};
     for (const Preview::Touched& name : names.names)
         packed["names"].push_back(Json::array({name.path, static_cast<int>(name.touch)}));
     for (const Preview::MovedDirectory& move : names.moves)
@@ -63,7 +64,8 @@ std::string Packed(const std::string& document, const Preview::TouchedNames& nam
 RehearsedRun Unpacked(const std::string& bytes) {
     const Json packed = corekit::ParseCbor(bytes);
     RehearsedRun run;
-    run.document = packed["document"];
+    run.document =
+        std::make_shared<Json>(corekit::ParseJson(packed["document"].get_ref<const std::string&>()));
     for (const Json& name : packed["names"])
         run.names.names.push_back({name[0], static_cast<Preview::Touch>(name[1].get<int>())});
     for (const Json& move : packed["moves"]) run.names.moves.push_back({move[0], move[1]});
@@ -111,7 +113,7 @@ RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, co
     const auto tell = [&](const Preview::HostCopy& copy,
                           const Preview::Rehearsal& rehearsal) -> Outcome<std::string> {
         const auto document = Preview::MakeDocument(request, copy, rehearsal);
-        if (!document) return document;
+        if (!document) return document.error();
         const auto names = Preview::ReadTouched(copy);
         if (!names) return Preview::FailToPreview(names.error());
         return Packed(*document, *names, rehearsal.result);
@@ -120,7 +122,7 @@ RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, co
     if (told) return Unpacked(*told);
     RehearsedRun failed;
     failed.wasPossible = !told.error().text.StartsWith(Preview::kNotPossible);
-    failed.document = Preview::MakeFailedDocument(request, told.error().text.Utf8());
+    failed.document = std::make_shared<Json>(Preview::MakeFailedDocument(request, told.error().text.Utf8()));
     return failed;
 }
 

@@ -19,8 +19,9 @@ inline constexpr const wchar_t* kBanner = L"Zorvane Agent for UNIX and Linux Con
 
 /// What a rehearsal found.
 struct RehearsedRun {
-    bool wasPossible = true;               // false: nothing can be rehearsed here, whatever the command does
-    std::string document;                  // Preview::MakeDocument's, or Preview::MakeFailedDocument's
+    bool wasPossible = true;  // false: nothing can be rehearsed here, whatever the command does
+    std::shared_ptr<const corekit::Json>
+        document;                          // Preview::MakeDocument's or Preview::MakeFailedDocument's
     Preview::TouchedNames names;           // that the run has touched
     std::vector<std::string> places;       // directories that the settings name
     std::vector<std::string> identifiers;  // files that hold the identifier of the host

@@ -29,13 +29,17 @@ Failure FailToSave(const std::string& path, const Result& cause) {
     return FailBecause(L"What the run would touch cannot be saved.", String::FromUtf8(path), cause);
 }
 
-/// True where others can write to a directory on the way, or that is not known: there, the run trusts no file
-/// with two names.
+/// True where others can write, or that is not known.
+bool IsOthers(const std::string& directory) {
+    const auto state = Preview::ReadState(directory);
+    return !state || (state->mode & (S_IWOTH | S_IWGRP)) != 0;
+}
+
+/// True where others can write to a directory on the way: there, the run trusts no file with two names.
 bool IsBelowOthers(std::string path) {
     while (path != "/") {
         path = Preview::ParentOf(path);
-        const auto state = Preview::ReadState(path);
-        if (!state || (state->mode & (S_IWOTH | S_IWGRP)) != 0) return true;
+        if (IsOthers(path)) return true;
     }
     return false;
 }
@@ -79,9 +83,7 @@ Outcome<> Saver::ReadMounts() {
         const Mount& mount = *Preview::MountOf(m_mounts, path);
         const bool isOwn = std::ranges::any_of(
             m_what.ownDirs, [&](const std::string& dir) { return IsAtOrBelow(mount.point, dir); });
-        const auto state = Preview::ReadState(mount.point);
-        const bool isOthers = !state || (state->mode & (S_IWOTH | S_IWGRP)) != 0;
-        const bool isMain = mount == *main || isOwn || isOthers;
+        const bool isMain = mount == *main || isOwn || IsOthers(mount.point);
         m_storeOf[mount.point] = isMain ? kMainStore : (mount.point == "/" ? "" : mount.point) + kStoreName;
     };
     for (const Touched& name : m_what.names.names) {

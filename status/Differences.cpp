@@ -43,13 +43,10 @@ bool IsStricter(const Json& change) {
            (ModeOf(before) & ~ModeOf(after)) == 0 && !change.contains("attributes");
 }
 
-/// True for what the host's own tools write while they register a service or are asked for a package: the
-/// order of other services, and databases.
+/// True for what the host's own tools write while they register a service: the order of other services.
 bool IsHostsOwn(const std::string& path) {
     const bool isRegistration = path.starts_with("/etc/init.d/") || path.starts_with("/etc/rc");
-    const bool isDatabase =
-        Preview::IsAtOrBelow(path, "/var/lib/rpm") || path.find("/.rpmdb") != std::string::npos;
-    return isDatabase || (isRegistration && path.find("zorvane") == std::string::npos);
+    return isRegistration && path.find("zorvane") == std::string::npos;
 }
 
 /// Where a path of the host lies in the copy, in the process that built the copy.

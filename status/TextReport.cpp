@@ -6,6 +6,7 @@
 
 #include "corekit/json/Json.h"
 #include "corekit/text/Text.h"
+#include "preview/Layout.h"
 #include "status/Document.h"
 
 namespace Zorvane::AgentInstaller::Status {
@@ -20,7 +21,7 @@ constexpr std::size_t kWidestName = 12;
 
 std::string Shown(const Json& text) {
     if (!text.is_string()) return {};
-    return corekit::Text::Printable(String::FromUtf8(text.get<std::string>())).Utf8();
+    return Preview::Shown(text.get<std::string>());
 }
 
 std::string Line(std::string name, const std::string& value) {

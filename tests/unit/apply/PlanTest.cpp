@@ -14,14 +14,17 @@ namespace {
 using corekit::Json;
 
 Json Document(const std::string& hash) {
-    Json document =
-        corekit::ParseJson(Preview::MakeFailedDocument({"1.0.0", {"-clean", "/opt/a"}, {}, "", false}, ""));
+    Json document = Preview::MakeFailedDocument({"1.0.0", {"-clean", "/opt/a"}, {}, "", false}, "");
     document["changes"].push_back({{"path", "/etc/file"},
                                    {"action", "replace"},
                                    {"before", {{"sha256", "old"}}},
                                    {"after", {{"sha256", hash}}},
                                    {"diff", "-old\n+" + hash}});
     return document;
+}
+
+std::string Kept(const Json& document) {
+    return corekit::JsonDocument(Preview::Kept(document));
 }
 
 class Plan : public testing::Test {
@@ -39,24 +42,24 @@ class Plan : public testing::Test {
 };
 
 TEST_F(Plan, IsFollowed_WhenTheChangesAreTheSame) {
-    EXPECT_TRUE(CheckPlan(File(Preview::Kept(Document("new"))), Document("new")));
+    EXPECT_TRUE(CheckPlan(File(Kept(Document("new"))), Document("new")));
 }
 
 TEST_F(Plan, IsFollowed_WhenOnlyTheTextOfADifferenceIsAnother) {
     Json document = Document("new");
     document["changes"][0]["diff"] = nullptr;
-    EXPECT_TRUE(CheckPlan(File(Preview::Kept(Document("new"))), document));
+    EXPECT_TRUE(CheckPlan(File(Kept(Document("new"))), document));
 }
 
 TEST_F(Plan, IsStale_WhenTheBytesAreOthers) {
-    EXPECT_EQ(Refused(Preview::Kept(Document("new")), Document("newer")),
+    EXPECT_EQ(Refused(Kept(Document("new")), Document("newer")),
               L"The host has changed since the plan was made:\n  /etc/file (planned: replace, now: replace)");
 }
 
 TEST_F(Plan, IsStale_WhenAChangeIsMissingOrNew) {
     Json document = Document("new");
     document["changes"][0]["path"] = "/etc/other";
-    EXPECT_EQ(Refused(Preview::Kept(Document("new")), document),
+    EXPECT_EQ(Refused(Kept(Document("new")), document),
               L"The host has changed since the plan was made:\n  /etc/file (planned: replace, now: none)\n  "
               L"/etc/other (planned: none, now: replace)");
 }
@@ -64,7 +67,7 @@ TEST_F(Plan, IsStale_WhenAChangeIsMissingOrNew) {
 TEST_F(Plan, IsStale_WhenTheAgentWouldBeStartedNow) {
     Json document = Document("new");
     document["agent"]["start"] = true;
-    EXPECT_EQ(Refused(Preview::Kept(Document("new")), document),
+    EXPECT_EQ(Refused(Kept(Document("new")), document),
               L"The host has changed since the plan was made:\n  the agent (planned: not started, now: "
               L"started)");
 }
@@ -73,7 +76,7 @@ TEST_F(Plan, TellsAPathThatIsNoUtf8InReadableForm) {
     Json document = Document("new");
     document["changes"][0]["path"] = "/etc/f\xEF\xBF\xBD";
     document["changes"][0]["path_base64"] = "L2V0Yy9m/A==";
-    EXPECT_EQ(Refused(Preview::Kept(document), Document("new")),
+    EXPECT_EQ(Refused(Kept(document), Document("new")),
               L"The host has changed since the plan was made:\n  /etc/file (planned: none, now: replace)\n  "
               L"/etc/f\xFFFD (planned: replace, now: none)");
 }
@@ -81,8 +84,7 @@ TEST_F(Plan, TellsAPathThatIsNoUtf8InReadableForm) {
 TEST_F(Plan, IsRefused_WhenItIsOfAnotherCommand) {
     Json document = Document("new");
     document["command"] = {"-clean", "/opt/b"};
-    EXPECT_TRUE(
-        Refused(Preview::Kept(Document("new")), document).StartsWith(L"The plan is of another command: "));
+    EXPECT_TRUE(Refused(Kept(Document("new")), document).StartsWith(L"The plan is of another command: "));
 }
 
 TEST_F(Plan, IsRefused_WhenItIsNoDocument) {
