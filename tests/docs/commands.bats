@@ -157,14 +157,6 @@ block() {
         sed 's/^    //'
 }
 
-# The document leaves out lines at "..." and shows one process id for all.
-as_in_the_document() {
-    awk 'FNR == NR { wanted[FNR] = $0; count = FNR; next }
-        at == 0 { at = 1 }
-        wanted[at] == "..." { if ($0 != wanted[at + 1]) next; print "..."; at++ }
-        { print; at++ }' "$1" - | sed -e 's/(pid [0-9]*)/(pid 165)/' -e '/^$/N;/\n$/D'
-}
-
 @test "the XML file in README.md configures the agent, and the terminal shows what README.md shows" {
     given_the_package
     rm /etc/redhat-release

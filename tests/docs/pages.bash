@@ -19,7 +19,7 @@ items() {
 first_words() { cut -d ' ' -f 1; }
 
 sources() {
-    find "$project"/{app,status,preview,run,settings,config,agents,integration,deploykit,corekit} -name '*.cpp' -o -name '*.h'
+    find "$project"/{app,status,apply,preview,run,settings,config,agents,integration,deploykit,corekit} -name '*.cpp' -o -name '*.h'
 }
 
 # same_lists WHAT <(EXPECTED) <(FOUND): the same lines, however they are sorted.

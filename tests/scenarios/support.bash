@@ -24,3 +24,12 @@ run_session() {
         ASAN_OPTIONS="${ASAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" "$scenarios/../support/private-machine" \
         bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
 }
+
+# as_in_the_document DOCUMENT: standard input as a document shows it, which leaves out lines at "..." and has one
+# process id for all.
+as_in_the_document() {
+    awk 'FNR == NR { wanted[FNR] = $0; count = FNR; next }
+        at == 0 { at = 1 }
+        wanted[at] == "..." { if ($0 != wanted[at + 1]) next; print "..."; at++ }
+        { print; at++ }' "$1" - | sed -e 's/(pid [0-9]*)/(pid 165)/' -e '/^$/N;/\n$/D'
+}

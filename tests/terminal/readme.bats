@@ -5,7 +5,7 @@ load terminal
 # What is to be typed in README.md's section on the terminal, and what comes then: the block that begins with a line
 # like this one, without its indentation.
 block() {
-    sed -n '/^## At the terminal$/,/^## Find/p' "$project/README.md" |
+    sed -n '/^## At the terminal$/,/^## Install/p' "$project/README.md" |
         awk -v first="$1" 'index($0, "    " first) == 1 { inside = 1 } /^[^ ]/ { inside = 0 } inside' |
         sed 's/^    //'
 }
@@ -13,16 +13,18 @@ block() {
 # Without blanks at the ends of lines and empty lines at the end, which a document does not keep.
 as_in_a_document() { printf '%s\n' "$(sed 's/[ \r]*$//')"; }
 
-@test "the dialogue in README.md is what the terminal shows" {
+@test "the terminal shows the dialogue, of which README.md shows a part" {
     given_the_package
-    block "# $agent/bin/qdn-configure.bin -iconfigure" | as_in_a_document >"$desk/document"
-    sed 1d "$desk/document" >"$desk/transcript"
+    local dialogue=$project/tests/terminal/dialogue.txt
     at_the_terminal -iconfigure <<END
-type_along $desk/transcript
+type_along $dialogue
 END
     expect_status 0
     as_in_a_document <"$desk/screen" >"$desk/shown"
-    expect_file "$desk/shown" <"$desk/transcript"
+    expect_file "$desk/shown" <"$dialogue"
+    block "# $agent/bin/qdn-configure.bin -iconfigure" | sed 1d | as_in_a_document >"$desk/document"
+    as_in_the_document "$desk/document" <"$desk/shown" >"$desk/shown-part"
+    expect_file "$desk/shown-part" <"$desk/document"
 }
 
 @test "the script of answers in README.md configures the agent" {
