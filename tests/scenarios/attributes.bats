@@ -1,4 +1,5 @@
 # What an administrator has attached to a file outlives the run that replaces it: access control lists, and labels.
+# Lists name root, the only user that there is everywhere: in a user namespace, too.
 load support
 
 # The named users and groups of a list, with what is left to them by its mask.
@@ -13,7 +14,7 @@ given_an_agent() {
 
 @test "an access control list of client.conf outlives an upgrade" {
     given_an_agent
-    setfacl --modify user:daemon:r,group:games:r "$agent/etc/client.conf"
+    setfacl --modify user:root:r,group:root:r "$agent/etc/client.conf"
     named_entries "$agent/etc/client.conf" >"$desk/list"
     [ "$(wc -l <"$desk/list")" -eq 2 ]
     inode=$(stat -c %i "$agent/etc/client.conf")
@@ -27,20 +28,20 @@ given_an_agent() {
 @test "a first client.conf has nothing of the directory in which it was generated" {
     given_the_package
     given_plain_xml
-    setfacl --default --modify user:daemon:rw /tmp
+    setfacl --default --modify user:root:rw /tmp
     qdn_configure -configure -noimode -quiet
     expect_status 0
     run getfacl --absolute-names --omit-header "$agent/etc/client.conf"
-    [ "$(grep -c daemon <<<"$output")" -eq 0 ]
+    [ "$(grep -c user:root <<<"$output")" -eq 0 ]
 }
 
 @test "a first client.conf has what its own directory gives" {
     given_the_package
     given_plain_xml
-    setfacl --default --modify user:daemon:r "$agent/etc"
+    setfacl --default --modify user:root:r "$agent/etc"
     qdn_configure -configure -noimode -quiet
     expect_status 0
-    named_entries "$agent/etc/client.conf" | grep '^user:daemon:r--'
+    named_entries "$agent/etc/client.conf" | grep '^user:root:r--'
 }
 
 each_test_is_a_session

@@ -331,6 +331,7 @@ answered() {
     expect_file "$elsewhere/etc/client.conf.old" <"$desk/old.conf"
 }
 
+# bats test_tags=not-under-qemu
 @test "an agent unpacked anywhere is configured by its own program and the server's name alone" {
     local program=$program
     given_the_package /opt/unpacked/here

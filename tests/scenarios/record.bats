@@ -85,6 +85,7 @@ expect_ended() { [ "$(tail -n 1 "$desk/log")" = "$1" ] || { cat "$desk/log" "$de
 END
 }
 
+# bats test_tags=not-under-qemu
 @test "an -apply is recorded once, with what its command used" {
     given_the_package
     given_plain_xml
@@ -104,6 +105,7 @@ END
     expect_record 'r["MESSAGE"]' "-apply by root: status 120"
 }
 
+# bats test_tags=not-under-qemu
 @test "a preview leaves no record, nor does the command that it rehearses" {
     given_the_package
     given_plain_xml

@@ -127,6 +127,7 @@ END
     done
 }
 
+# bats test_tags=not-under-qemu
 @test "input that cannot be read fails the run" {
     given_an_agent_to_ask_about
     ask </
