@@ -5,6 +5,7 @@
 
 #include "preview/LayerReader.h"
 #include "preview/Touched.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/preview/InCopy.h"
 
@@ -101,6 +102,39 @@ TEST_F(TouchedNamesOf, ADirectoryThatMovesAreItsOldPathAndItsNewOne) {
                 }),
                 ElementsAre("access dir", "replace dir/deep", "access dir/deep", "replace dir/deep/two",
                             "replace other", "move dir/deep -> other"));
+}
+
+TEST_F(TouchedNamesOf, ARunAreToldWholeOrNotAtAll_WhateverFails) {
+    const auto change = [] {
+        fs::remove("/opt/t/link");
+        Write("/opt/t/file", "new\n");
+        fs::rename("/opt/t/dir", "/opt/t/other");
+        chmod("/opt/t/other/one", 0600);
+    };
+    const auto tell = [](const HostCopy& copy) {
+        const auto textOf = [](const TouchedNames& touched) {
+            std::string text;
+            for (const Touched& name : touched.names)
+                text += name.path + " " + std::to_string(static_cast<int>(name.touch)) + " ";
+            for (const MovedDirectory& move : touched.moves) text += move.from + " " + move.to + " ";
+            return text;
+        };
+        const std::string whole = textOf(ReadTouched(copy).value());
+        const std::vector<int> calls = {SYS_newfstatat, SYS_openat,    SYS_getdents64,
+                                        SYS_readlink,   SYS_lgetxattr, SYS_llistxattr};
+        int wrong = 0;
+        const int failed = testsupport::FailInTurn(
+            calls, EIO, [] {},
+            [&] {
+                const auto touched = ReadTouched(copy);
+                if (!touched) return 1;
+                return textOf(*touched) == whole ? 0 : 2;
+            },
+            [&](int result) { wrong += result == 2 ? 1 : 0; });
+        return std::string(failed > 40 ? "enough" : "too few") + " failed\n" + std::to_string(wrong) +
+               " wrong\n";
+    };
+    EXPECT_THAT(ToldOf(change, tell), ElementsAre("enough failed", "0 wrong"));
 }
 
 TEST(IsNoEffect, IsTrueOfLocksAndOfThePackageManagersDatabase) {
