@@ -60,7 +60,9 @@ script/mutate --seed 1 --sample 1000 --resume|person
 script/mutate --units-only|person
 script/picture|tests/docs/architecture.bats
 script/prove|person
+script/prove test check|person
 script/sanitize|person
+script/sanitize --memory|script/prove
 script/setup|.ci/run
 script/test|.ci/run
 script/test scenarios|here
