@@ -88,6 +88,7 @@ ends_as_told() {
         count=$((count + 1))
     done <"$desk/table"
     [ "$count" -eq 20 ]
+    [ -z "${QDN_ROUNDS:-}" ] || echo "# $count surroundings" >&3 # as script/prove tells it
 }
 
 @test "an upgrade whose surroundings lack something does all of it, or says why not" { ends_as_told upgrade 3; }
