@@ -45,15 +45,16 @@ is_on_a_disk() { [ "$(stat -f -c %T "$life")" != tmpfs ]; }
 # What has not got to the disk is gone.
 cut_the_power() {
     is_on_a_disk || return 0
-    cp "$desk/image" "$desk/image.then"
-    umount "$life"
+    # Something may still be written to it, and a tool of a killed run may still be there.
+    while ! cmp -s "$desk/image" "$desk/image.then"; do cp "$desk/image" "$desk/image.then"; done
+    umount -l "$life"
     mv "$desk/image.then" "$desk/image"
     mount_the_disk
     cuts=$((cuts + 1))
 }
 
 end_a_life() {
-    umount "$life"
+    umount -l "$life"
     rm -rf /tmp/.qdn* /tmp/.zorvane* /etc/init.d/zorvane /etc/zorvane /usr/bin/qdn-*
     find /etc -name '[SK][0-9][0-9]zorvane' -delete
 }
