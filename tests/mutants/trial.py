@@ -67,6 +67,7 @@ class Tree:
         self.path = path
         self.build_path = os.path.join(path, "build/dev")
         self.programs = {}
+        self.libraries = {}  # of the tree that each program links
         os.makedirs(path, exist_ok=True)
         self.write(top)
 
@@ -95,6 +96,7 @@ class Tree:
                 path = os.path.join(where, name)
                 if name.startswith("unit_") and os.access(path, os.X_OK) and os.path.isfile(path):
                     self.programs[name] = os.path.relpath(path, self.build_path)
+                    self.libraries[name] = self.libraries_of(name)
 
     def build(self, *targets):
         return run(["ninja", "-C", self.build_path, *targets], BUILD_SECONDS) == 0
@@ -111,9 +113,8 @@ class Tree:
             name = folder.replace("/", "_")
             library = f"{folder}/lib{name}.a" if os.path.exists(f"{self.build_path}/{folder}/lib{name}.a") else None
             folder = os.path.dirname(folder)
-        libraries = {program: self.libraries_of(program) for program in self.programs}
-        return sorted((program for program in libraries if library in libraries[program]),
-                      key=lambda program: (program != "unit_" + name, len(libraries[program]), program))
+        return sorted((program for program in self.programs if library in self.libraries[program]),
+                      key=lambda program: (program != "unit_" + name, len(self.libraries[program]), program))
 
     def stories_for(self, path):
         words = next(words for folder, words in STORIES_OF if path.startswith(folder))
