@@ -14,6 +14,9 @@ FIRST_SECONDS = 1800  # for a test whose time is not known yet
 SLOW = "*WhateverFails*"
 NOT_OF_THE_PROGRAM = {"tools", "hosts", "builds"}  # tests of tools, of whole hosts, and of reproducible packages
 
+# The scripts that ship in packages are tried on the hosts that CI tests, too.
+HOSTS = ["script/test-hosts rpm dpkg", "script/test-hosts sysvinit systemd"]
+
 # Which stories are about a folder: words in their names, the first folder that fits. All others come after them.
 STORIES_OF = [
     ("preview", ["preview"]), ("apply", ["scenarios/apply", "record"]), ("status", ["status"]),
@@ -21,7 +24,7 @@ STORIES_OF = [
     ("settings", ["values", "questionnaire", "bad-input", "questions", "xml"]),
     ("config", ["fresh-install", "values", "reconfigure", "client-conf"]),
     ("deploykit", ["service", "fresh-install", "clean"]),
-    ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]), ("packaging", ["packaging/", "package/", "service"]),
+    ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]), ("packaging", ["packaging/", "test-hosts"]),
     ("integration", ["fresh-install", "service", "mended"]), ("corekit/process", ["service", "surroundings", "signals"]),
     ("corekit/json", ["preview", "status"]), ("corekit/fs", ["clean", "exchange", "planted", "faults/"]),
     ("app", ["command-line", "refusals", "failing-runs", "fresh-install"]), ("", ["fresh-install", "bad-input"]),
@@ -122,16 +125,19 @@ class Tree:
                  for suite in os.listdir(os.path.join(self.path, "tests")) if suite not in NOT_OF_THE_PROGRAM
                  and os.path.isdir(os.path.join(self.path, "tests", suite))
                  for name in os.listdir(os.path.join(self.path, "tests", suite)) if name.endswith(".bats")]
-        places = ["scenarios", "terminal", "package", "docs", "attacks", "faults", "ansible", "rounds", "packaging"]
-        return sorted(every, key=lambda story: (not any(word in story for word in words),
-                                                places.index(story.split("/")[1]), story))
+        late = ["docs", "attacks", "faults", "ansible", "rounds", "packaging"]
+        return sorted(every + (HOSTS if path.startswith("packaging/") else []),
+                      key=lambda story: (not any(word in story for word in words), story in HOSTS,
+                                         (late.index(story.split("/")[1]) + 1 if story.split("/")[1] in late else 0), story))
 
     def show_to(self, test, seconds):
-        """The status of a test, a story or "PROGRAM FILTER"; None when it did not end in time."""
+        """The status of a test, a story, a script or "PROGRAM FILTER"; None when it did not end in time."""
         if test.endswith(".bats"):
             limit = str(int(seconds))
             return run(["bats", test], seconds, cwd=self.path, env=dict(
                 os.environ, QDN_BUILD="dev", BATS_TEST_TIMEOUT=limit, PRIVATE_MACHINE_SECONDS=limit))
+        if test in HOSTS:
+            return run(test.split(), seconds, cwd=self.path)
         program, chosen = test.split()
         return run([os.path.join(self.build_path, self.programs[program]), "--gtest_brief=1", "--gtest_filter=" + chosen],
                    seconds, cwd=self.path)
