@@ -75,9 +75,15 @@ TEST(MakeBeside, StopsAtAnyOtherFailure) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST(MakeBeside, GivesUp_WhenEveryNameIsTaken) {
+TEST(MakeBeside, GivesUp_WhenTheUsualNameAndAHundredOthersAreTaken) {
+    std::set<std::string> offered;
     std::string made;
-    EXPECT_EQ(MakeBeside(kEntry, made, [](const std::string&) { return Result(EEXIST); }), Result(EEXIST));
+    const auto refuse = [&](const std::string& candidate) {
+        offered.insert(candidate);
+        return Result(EEXIST);
+    };
+    EXPECT_EQ(MakeBeside(kEntry, made, refuse), Result(EEXIST));
+    EXPECT_EQ(offered.size(), 101U);
 }
 
 TEST(MakeBeside, KeepsToTheLengthOfAName) {
