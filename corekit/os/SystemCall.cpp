@@ -95,9 +95,9 @@ Expected<std::string> ReadAll(int fd, std::size_t limit, std::size_t expected) {
 
 Result WriteAll(int fd, std::string_view bytes) {
     while (!bytes.empty()) {
-        const ssize_t written = Uninterrupted([&] { return write(fd, bytes.data(), bytes.size()); });
-        if (written < 0) return Result::FromErrno();
-        bytes.remove_prefix(static_cast<std::size_t>(written));
+        const ssize_t count = Uninterrupted([&] { return write(fd, bytes.data(), bytes.size()); });
+        if (count < 0) return Result::FromErrno();
+        bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return Result();
 }

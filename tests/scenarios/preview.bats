@@ -51,6 +51,16 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     grep -qx -e "-# Configuration of the agent" "$desk/out"
 }
 
+@test "of what the agent has stored, no contents are shown" {
+    given_an_old_agent 6.2
+    mount -t tmpfs none "$agent/var/queue" # stays, so that what goes from below it is told one by one
+    echo "event one" >"$agent/var/queue/one.kse"
+    qdn_configure -preview -json -clean "$agent"
+    expect_status 0
+    expect_field '[(c["action"], c["diff"]) for c in d["changes"] if c["path"].endswith("/var/queue/one.kse")]' '[["remove", null]]'
+    expect_field '["-log\n" in c["diff"] for c in d["changes"] if c["path"].endswith("/var/qdn-client.log")]' '[true]'
+}
+
 @test "the document is valid and is all that standard output holds" {
     given_the_package
     given_plain_xml

@@ -1,7 +1,9 @@
 // Which documents are read and which are refused, where and why.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include "corekit/xml/detail/XmlTree.h"
+#include "tests/support/InChild.h"
 
 using corekit::ReadXml;
 
@@ -180,6 +182,22 @@ TEST(XmlReader, RefusesDefaultAttributesThatGrowBeyondMeasure) {
     const std::string doctype = "<!DOCTYPE r [<!ATTLIST a b CDATA '" + std::string(30000, 'x') + "'>]>";
     EXPECT_EQ(ReasonOf(doctype + "<r>" + Repeated("<a/>", 2000) + "</r>"), "content over 32 MiB");
     EXPECT_EQ(ReasonOf(doctype + "<r>" + Repeated("<a/>", 1000) + "</r>"), "");
+}
+
+TEST(XmlReader, ReadsNoFurther_WhenItHasRefusedADocument) {
+    const std::string doctype = "<!DOCTYPE r [<!ATTLIST a b CDATA '" + std::string(30000, 'x') + "'>]>";
+    const std::string gibibyte = doctype + "<r>" + Repeated("<a/>", 40000) + "</r>";
+    const auto mebibytesOfMemory = [] {
+        rusage usage{};
+        getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_maxrss / 1024;
+    };
+    const int more = testsupport::InChild([&] {
+        const long before = mebibytesOfMemory();
+        EXPECT_EQ(ReasonOf(gibibyte), "content over 32 MiB");
+        return mebibytesOfMemory() - before < 500 ? 0 : 1;
+    });
+    EXPECT_EQ(more, 0) << "more than 500 MiB";
 }
 
 TEST(XmlReader, RefusesADocumentTypeDeclarationOver32KiB) {
