@@ -80,8 +80,9 @@ def mutants_of(tree, path):
         for kind, mutate in CPP if is_cpp else SHELL:
             for changed in mutate(code):
                 after = changed + comment + remark
-                yield Mutant(path, number, kind, line, after, seen[line, after])
-                seen[line, after] += 1
+                text = line.strip(), after.strip()
+                yield Mutant(path, number, kind, line, after, seen[text])
+                seen[text] += 1
 
 
 def sources(tree):

@@ -1,5 +1,4 @@
 // Differences are those of diff -u, without passwords, and only of texts.
-#include <csignal>
 #include <gmock/gmock.h>
 
 #include "preview/Diff.h"
@@ -43,13 +42,6 @@ TEST_F(Diff, IsWhatTheHostsDiffWrites_WhenOneSideIsMissing) {
     EXPECT_EQ(TextOf(nullptr, "a"),
               "--- /dev/null\n+++ /x\n@@ -0,0 +1 @@\n+a\n\\ No newline at end of file\n");
     EXPECT_EQ(TextOf(nullptr, ""), "");
-}
-
-TEST_F(Diff, IsTheSame_WhereTheCallerIgnoresTheEndOfChildren) {
-    std::signal(SIGCHLD, SIG_IGN);
-    const std::string text = TextOf("a\nb\n", "a\nc\n");
-    std::signal(SIGCHLD, SIG_DFL);
-    EXPECT_EQ(text, "--- /x\n+++ /x\n@@ -1,2 +1,2 @@\n a\n-b\n+c\n");
 }
 
 TEST_F(Diff, IsNone_UnlessBothSidesAreText) {
