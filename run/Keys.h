@@ -31,7 +31,7 @@ class SettingName {
     /// No setting: its value is always empty.
     constexpr SettingName() = default;
     consteval SettingName(const wchar_t* name) : m_name(name) {
-        if (std::ranges::find(kSettingNames, m_name) == std::end(kSettingNames)) throw "no such setting";
+        if (std::ranges::find(kSettingNames, m_name) == std::end(kSettingNames)) ThereIsNoSuchSetting();
     }
 
     constexpr std::wstring_view View() const { return m_name; }
@@ -42,6 +42,8 @@ class SettingName {
     constexpr auto operator<=>(const SettingName&) const = default;  // NOLINT(modernize-use-nullptr)
 
   private:
+    static void ThereIsNoSuchSetting();  // not defined: the compiler, which cannot call it, shows its name
+
     std::wstring_view m_name;
 };
 

@@ -64,12 +64,15 @@ std::string takenAwayTo;
 
 /// The top of the file system that a directory lies on.
 Expected<Descriptor> TopOf(int directory) {
-    for (auto at = OpenAt(directory, ".", O_PATH | O_DIRECTORY); at;
-         at = OpenAt(at->Get(), "..", O_PATH | O_DIRECTORY)) {
+    auto at = OpenAt(directory, ".", O_PATH | O_DIRECTORY);
+    while (at) {
         struct statx info {};
         if (statx(at->Get(), "", AT_EMPTY_PATH, 0, &info) != 0) return Result::FromErrno();
         if ((info.stx_attributes_mask & STATX_ATTR_MOUNT_ROOT) == 0) return Result(ENOTSUP);
         if ((info.stx_attributes & STATX_ATTR_MOUNT_ROOT) != 0) return at;
+        auto above = OpenAt(at->Get(), "..", O_PATH | O_DIRECTORY);
+        if (!above) return above;
+        *at = std::move(*above);
     }
     return Result::FromErrno();
 }
