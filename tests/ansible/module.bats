@@ -1,4 +1,5 @@
-# The modules, run by Ansible as it is, with the real program on a private machine.
+# The modules, run by Ansible as it is, with the real program on a private machine; by another Python of the host if QDN_PYTHON
+# names one.
 # shellcheck disable=SC2154 # what the session sets
 load ../scenarios/support
 
@@ -20,7 +21,7 @@ task() {
     shift 2
     rm -f "$desk/result"
     list_files >"$desk/before"
-    RECORD=$desk/result /usr/bin/ansible localhost -c local -e ansible_python_interpreter=/usr/bin/python3 \
+    RECORD=$desk/result /usr/bin/ansible localhost -c local -e ansible_python_interpreter="${QDN_PYTHON:-/usr/bin/python3}" \
         -m "zorvane.kell_agent.$module" -a "$arguments" "$@" >"$desk/out" 2>"$desk/err" || true
 }
 
