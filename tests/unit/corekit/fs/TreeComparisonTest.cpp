@@ -21,7 +21,7 @@ class Comparison : public testing::Test {
         return corekit::ContainsCopyOf({AT_FDCWD, m_dir / "copy"}, {AT_FDCWD, m_dir / "original"});
     }
 
-    const Workspace m_dir;
+    const Workspace m_dir{};
 };
 
 }  // namespace
