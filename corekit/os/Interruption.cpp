@@ -83,6 +83,11 @@ void Prepare() {
         sigaction(signal, nullptr, &before);
         if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
     }
+    // Where a caller ignores it, our children would end without leaving a status, and waitpid would find
+    // none.
+    struct sigaction noticed {};
+    noticed.sa_handler = SIG_DFL;
+    sigaction(SIGCHLD, &noticed, nullptr);
 }
 
 void BeforeEnd(void (*last)(int status)) {

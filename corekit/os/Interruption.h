@@ -8,7 +8,7 @@ namespace corekit::Interruption {
 
 /// From now on SIGHUP, SIGINT, SIGQUIT and SIGTERM end the process as they do by default, but not before the
 /// running processes of `EndWithUs` have ended and every `TemporaryFile` is gone. One that the caller left
-/// ignored stays ignored.
+/// ignored stays ignored; but not the end of children, whose status is needed.
 void Prepare();
 
 /// Calls `last` when a signal (with 128 and its number, as a shell tells the status) or a lack of memory

@@ -48,6 +48,15 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     grep -q "The command would succeed" "$desk/out"
 }
 
+@test "a caller that ignores the end of its children changes nothing about it" {
+    given_the_package
+    given_plain_xml
+    timeout 100 env --ignore-signal=CHLD "$program" -apply -yes -configure -noimode >"$desk/out" 2>"$desk/err"
+    expect_no_errors
+    expect_no_trace
+    grep -qx "Configuration complete." "$desk/out"
+}
+
 @test "an upgrade is applied" {
     given_an_old_agent 6.2
     given_the_package

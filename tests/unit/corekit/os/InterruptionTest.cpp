@@ -68,6 +68,20 @@ TEST(Interruption, LeavesASignalIgnoredThatTheCallerIgnores) {
         testing::ExitedWithCode(7), "");
 }
 
+TEST(Interruption, LeavesChildrenTheirStatus_WhereTheCallerIgnoresTheirEnd) {
+    EXPECT_EXIT(
+        {
+            std::signal(SIGCHLD, SIG_IGN);
+            Interruption::Prepare();
+            const pid_t child = fork();
+            if (child == 0) _exit(7);
+            int status = 0;
+            const bool hasEnded = waitpid(child, &status, 0) == child;
+            _exit(hasEnded && WIFEXITED(status) ? WEXITSTATUS(status) : 1);
+        },
+        testing::ExitedWithCode(7), "");
+}
+
 TEST(Interruption, EndsTheFirstProcessOfAContainerToo) {
     const pid_t outside = fork();
     if (outside == 0) {
