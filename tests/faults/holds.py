@@ -142,7 +142,7 @@ class Checks:
                     yield f"{path}: {expected} expected, {found} found"
 
     def of_the_next_run(self, outcome, point):
-        if outcome.second.status != 0:
+        if outcome.second.status != 0 and not self.was_done(outcome):
             yield f"the next run ended with {outcome.second.status}: {outcome.second.errors}{outcome.second.output}"
         for path in sorted(self.reference.after.keys() | outcome.after.keys()):
             expected, found = self.should_be(path), machine.value_in(outcome.after, path)
@@ -154,6 +154,11 @@ class Checks:
                           point[0] == "lasting" and self.is_forgiven(path, expected))
             if expected != found and not may_differ:
                 yield f"after the next run: {path}: {expected} expected, {found} found"
+
+    def was_done(self, outcome):
+        """Where nobody knows of the new agent, a run after one that had done everything finds nothing to upgrade."""
+        return ("No configuration file found" in outcome.second.errors and outcome.after == outcome.left and
+                not any(self.undone(outcome.left, True)))
 
     def is_saved_again(self, path, found):
         """A run that finds the new configuration saves that one."""
