@@ -7,6 +7,7 @@ change something (a point "all"). Errors meet the process that applies.
 """
 import os
 import re
+import shutil
 import sys
 
 import calls
@@ -19,6 +20,7 @@ CHANGES = os.environ["PRIVATE_MACHINE_CHANGES"]
 NEXT_RUN = ("-clean", "/nowhere")  # does nothing but what a former run has left to do
 CHANGES_SOMETHING = re.compile(r"rename|link|symlink|unlink|mkdir|rmdir|mknod|open|write|p?write|f?truncate|f?chmod|[fl]?chown|"
                                r"[fl]?(set|remove)xattr|utimens|copy_file|sendfile|mount|clone|v?fork|kill|exit_group")
+TOOL = "/usr/sbin/chkconfig"  # makes the run of the story "apply_failing" fail
 FAILED = "/var/lib/qdn-configure/failed"  # what an attempt had made stays for its reader
 
 
@@ -66,6 +68,19 @@ def undisturbed(command, strace=()):
     return machine.on_a_copy(work, enter_copy)
 
 
+def unspoilt(command):
+    """What the run leaves when the tool that makes it fail does not come to do so."""
+    def work():
+        shutil.move(TOOL, machine.POINT + "/tool")
+        run = calls.run(command)
+        machine.end_of_all_children()
+        shutil.move(machine.POINT + "/tool", TOOL)
+        if run.status != 0:
+            raise RuntimeError(f"without {TOOL} the run ended with {run.status}: {run.errors}")
+        return tree()
+    return machine.on_a_copy(work, enter_copy)
+
+
 def points_of(command, kind):
     names = calls.names_of(undisturbed(command)[2])
     if kind != "kill":
@@ -98,7 +113,7 @@ def disturbed(command, point):
 
 
 def broken(point, outcome, before, after):
-    """What does not hold of a disturbed run and the next one."""
+    """What does not hold of a disturbed run and the next one, of which `after` is what one that ends with 0 leaves."""
     first, left, second, final = outcome
     was_disturbed = any("(INJECTED)" in line or "killed by SIGKILL" in line for line in first.trace)
     if not was_disturbed and point[1] not in holds.TIMED:
@@ -126,6 +141,8 @@ def main():
     has_changed = any(difference(after, before))
     if (status == 0, has_changed) != ((False, False) if options.story == "apply_failing" else (True, True)):
         raise RuntimeError(f"the undisturbed run ended with {status}, and something changed: {has_changed}")
+    if options.story == "apply_failing":
+        after = unspoilt(options.command)
     plain = undisturbed([word for word in options.command if word not in ("-apply", "-yes")])[0]
     if options.story != "apply_failing" and any(difference(after, plain)):
         raise RuntimeError("it leaves something else than the command by itself: " + "\n".join(difference(after, plain)))
