@@ -18,7 +18,7 @@ compiles() {
     for name in InstalDir installDir "InstallDir " ""; do
         compiles "settings.Get(L\"$name\") + GetValue(conf, Key::kInstallDir)"
         [ "$status" -ne 0 ]
-        [[ $output == *"no such setting"* ]]
+        [[ $output == *ThereIsNoSuchSetting* ]]
     done
 }
 
