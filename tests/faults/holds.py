@@ -157,8 +157,7 @@ class Checks:
 
     def was_done(self, outcome):
         """Where nobody knows of the new agent, a run after one that had done everything finds nothing to upgrade."""
-        return ("No configuration file found" in outcome.second.errors and outcome.after == outcome.left and
-                not any(self.undone(outcome.left, True)))
+        return "No configuration file found" in outcome.second.errors and not any(self.undone(outcome.after, True))
 
     def is_saved_again(self, path, found):
         """A run that finds the new configuration saves that one."""
