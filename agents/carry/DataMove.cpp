@@ -47,11 +47,10 @@ constexpr UsualStore kStores56[] = {
 };
 
 /// The store of an old agent: a file of version 5.6, which states no version, has defaults for keys that it
-/// lacks.
+/// lacks or leaves empty.
 String OldStore(const IniFile& oldConf, const ConfKey& store) {
-    String directory;
-    if (GetValue(oldConf, store, directory) || !GetValue(oldConf, Key::kAgentMajor).IsEmpty())
-        return directory;
+    const String directory = GetValue(oldConf, store);
+    if (!directory.IsEmpty() || !GetValue(oldConf, Key::kAgentMajor).IsEmpty()) return directory;
     const auto* const usual = std::ranges::find(kStores56, store, &UsualStore::key);
     return usual == std::end(kStores56) ? directory : usual->directory;
 }

@@ -80,8 +80,8 @@ String CarriedPath(const IniFile& conf, String path) {
 }
 
 Outcome<> LoadGuid(const IniFile& conf, Generation generation, Settings& settings) {
-    String usual;
-    if (!GetValue(conf, Key::kGuidFile, usual) && generation == Generation::Agent56) usual = kGuidFile56;
+    String usual = GetValue(conf, Key::kGuidFile);
+    if (usual.IsEmpty() && generation == Generation::Agent56) usual = kGuidFile56;
     if (usual.IsEmpty()) return {};
     for (const String& path : {usual, CarriedPath(conf, usual)}) {
         const auto text = ReadGuidFile(path);

@@ -277,13 +277,53 @@ expect_no_56_in_the_system() {
     done
 }
 
-@test "5.6 without keys of its stores takes its data to another directory" {
+# upgraded_without_paths EDIT: 5.6 whose configuration does not say where its data and its identifier are.
+upgraded_without_paths() {
     given_an_old_agent 5.6
-    sed -i '/^event_queue_dir/d; /^task_storage_path/d' "$agent/etc/client.conf"
+    sed -i -E "/^(event_queue_dir|task_storage_path|guid_guid_file) /$1" "$agent/etc/client.conf"
     upgrade_to "$elsewhere"
     expect_status 0
     expect_no_errors
     expect_data "$elsewhere"
+    expect_file "$elsewhere/etc/host.GUID" <<<"$guid"
+}
+
+@test "5.6 without keys of its paths takes its data and its identifier to another directory" {
+    upgraded_without_paths d
+}
+
+@test "5.6 with keys of its paths that are empty takes its data and its identifier to another directory" {
+    upgraded_without_paths 's/=.*/=/'
+}
+
+@test "5.6 keeps the identifier file that its configuration names, byte for byte" {
+    given_an_old_agent 5.6
+    mkdir /var/ids
+    mv "$agent/etc/host.GUID" /var/ids/host
+    sed -i 's,^guid_guid_file.*,guid_guid_file = /var/ids/host,' "$agent/etc/client.conf"
+    inode=$(stat -c %i /var/ids/host)
+    upgrade_to "$agent"
+    expect_status 0
+    expect_no_errors
+    expect_value Configuration guid_guid_file /var/ids/host
+    expect_file /var/ids/host <<<"$guid"
+    [ "$(stat -c %i /var/ids/host)" = "$inode" ]
+}
+
+@test "where an old path is empty, the new one is the usual one" {
+    given_an_old_agent 6.0SP2
+    sed -i -E 's/^(bindir|tmpdir|var|event_queue_dir|guid_guid_file|debug_output)=.*/\1=/' "$agent/etc/client.conf"
+    upgrade_to "$agent"
+    expect_status 0
+    expect_no_errors
+    expect_value Configuration bindir /usr/bin
+    expect_value Configuration tmpdir /tmp
+    expect_value Configuration var "$agent/var"
+    expect_value Configuration event_queue_dir "$agent/var/queue"
+    expect_value Configuration guid_guid_file "$agent/etc/host.GUID"
+    expect_value Configuration debug_output "$agent/var/qdn-client.log"
+    expect_data "$agent"
+    printf '%s\nnull' "$guid" | expect_file "$agent/etc/host.GUID"
 }
 
 @test "5.6 moves to another directory with its identifier, run levels and description" {

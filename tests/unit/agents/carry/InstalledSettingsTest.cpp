@@ -143,9 +143,10 @@ TEST_F(InstalledSettings, HaveTheGuidTheRunLevelsAndTheDescription_ForVersion56)
 TEST_F(InstalledSettings, HaveTheGuidOfTheUsualFile_WhenVersion56NamesNone) {
     const std::string usual = "/opt/zorvane/kell/ksagent/etc/host.GUID";
     testfiles::Write(usual, "{usual}");
-    EXPECT_EQ(Load("[Configuration]\n", Generation::Agent56)->Get(L"Guid"), L"{usual}");
-    EXPECT_FALSE(Load("[Configuration]\nguid_guid_file=\n", Generation::Agent56)->Exists(L"Guid"));
-    EXPECT_FALSE(Load("[Configuration]\n", Generation::Agent60)->Exists(L"Guid"));
+    for (const std::string none : {"[Configuration]\n", "[Configuration]\nguid_guid_file=\n"}) {
+        EXPECT_EQ(Load(none, Generation::Agent56)->Get(L"Guid"), L"{usual}") << none;
+        EXPECT_FALSE(Load(none, Generation::Agent60)->Exists(L"Guid")) << none;
+    }
     std::filesystem::remove_all("/opt/zorvane");
 }
 
