@@ -94,6 +94,7 @@ old_stores_6x() {
     mkdir -p "$dir/var/packages/$package" "$dir/var/swd"
     echo "payload" >"$dir/var/packages/$package/file"
     cat >"$dir/var/packages/$package.qdn-pkg-info" <<END
+a line that is no entry
 [PackageInfo]
 PackageName=Office & tools
 pkg_total_size=4711

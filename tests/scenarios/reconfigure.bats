@@ -45,6 +45,17 @@ END
     expect_missing /tmp/.zorvane-agent-installer.*
 }
 
+@test "an agent whose configuration only root may read is carried over like any other" {
+    given_a_used_agent
+    chmod 0600 "$agent/etc/client.conf"
+    qdn_configure -configure -noimode
+    expect_status 0
+    expect_no_errors
+    grep -qx "Migrating Agent 6.0SP2 settings..." "$desk/out"
+    expect_value "Event Queue" level1-retries 77
+    expect_value "Client Details" Location "Rack 7"
+}
+
 @test "the same server by its short name keeps the identifier" {
     given_a_used_agent
     given_plain_xml

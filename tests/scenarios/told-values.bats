@@ -127,6 +127,42 @@ END
     expect_no_line Installation "$agent/etc/client.conf"
 }
 
+@test "a no to the old settings, and a pending reinstall, drop what was recorded for the next upgrade" {
+    given_a_configured_agent 'AllowNonRoot="no" EnableNICError="no" StartupOnBoot="no"'
+    cp "$agent/etc/client.conf" "$desk/recorded.conf"
+    printf '\n\nno\n\n\n\n\n\n\n\n\n\n\n\nno\n' >"$desk/answers"
+    qdn_configure -iconfigure -quiet <"$desk/answers"
+    expect_status 0
+    expect_no_errors
+    expect_no_line Installation "$agent/etc/client.conf"
+
+    cp "$desk/recorded.conf" "$agent/etc/client.conf"
+    mkdir -m 0700 /tmp/ksclt
+    install -m 0600 "$desk/recorded.conf" /tmp/ksclt/.reinstall-client.conf
+    given_settings 'RunLevel="rc3;rc5"'
+    configure
+    expect_no_errors
+    expect_no_line Installation "$agent/etc/client.conf"
+}
+
+@test "what a run that cannot go on would have warned of comes before its error" {
+    given_a_configured_agent
+    sed -i -e 's/^server-1=.*/server-1=/' -e 's/^runlevels_start=.*/runlevels_start=/' "$agent/etc/client.conf"
+    rm "$agent/etc/rcscript.proto.linux"
+    given_settings "" "" '<EventLog LogLevl="Debug" LogSize="512"/>'
+    qdn_configure -configure -noimode -quiet
+    expect_status 1
+    expect_errors <<END
+WARNING! /tmp/$xml:5:15: unknown attribute LogLevl (LogLevel?).
+WARNING! No Kell Server name is configured.
+WARNING! No run level is configured: the agent is not started when the host boots.
+WARNING! /tmp/$xml:5:31: LogSize "512" is not used: the installed agent has "256".
+ERROR: Failed to set up the RC scripts.
+  $agent/etc/rcscript.proto.linux: No such file or directory
+END
+    expect_no_changes
+}
+
 @test "an XML file that overrides changes what it gives, and carries all else over" {
     given_a_configured_agent
     sed -i -e 's/^level1-delay=.*/level1-delay=77/' -e 's/^Location=.*/Location=Rack 7/' "$agent/etc/client.conf"
