@@ -171,6 +171,21 @@ TEST_F(AgentStart, WarnsOfAnAgentThatDoesNotRun) {
     EXPECT_EQ(output.err, "WARNING! The agent does not run. See its log.\n");
 }
 
+TEST_F(AgentStart, WarnsBelowTheStatusLine_WhereBothStreamsAreOne) {
+    testfiles::Write("/opt/agent/bin/rcscript",
+                     "#!/bin/sh\n[ $1 = start ] || { echo It is dead.; exit 3; }\n", 0755);
+    const auto output = Captured([&] {
+        ASSERT_EQ(dup2(STDOUT_FILENO, STDERR_FILENO), STDERR_FILENO);
+        static_cast<void>(SecondsPaused([&] {
+            StartAgent(m_settings);
+            corekit::Console::Flush();
+        }));
+    });
+    EXPECT_EQ(output.out,
+              "Starting Zorvane Agent for UNIX and Linux.\nIt is dead.\n"
+              "WARNING! The agent does not run. See its log.\n");
+}
+
 TEST_F(AgentStart, ShowsAnEmptyLine_WhenTheStatusIsWithoutAWord) {
     testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n", 0755);
     const auto output = Captured([&] {
