@@ -23,6 +23,9 @@ constexpr const wchar_t* kStores = L"/var/lib/qdn-configure/stores";
 constexpr const wchar_t* kJournal = L"/var/lib/qdn-configure/journal";
 constexpr const wchar_t* kOver = L"/var/lib/qdn-configure/over";
 
+/// Goes up with every change of what is written here: the run that reads a journal may be a newer program's.
+constexpr int kFormat = 1;
+
 Failure FailToWrite(const wchar_t* path, const Result& cause) {
     return FailBecause(L"What the run would touch cannot be saved.", path, cause);
 }
@@ -109,7 +112,8 @@ Outcome<> BeginJournal(const Journal& journal) {
     Result made = corekit::Dir::CreateR(L"/var/lib");
     if (made) made = Keeping::MakePrivateDirectory(kStateDir);
     if (!made && made.Code() != EEXIST) return FailToWrite(kStateDir, made);
-    return WriteNote(kStores, {{"stores", journal.stores},
+    return WriteNote(kStores, {{"format", kFormat},
+                               {"stores", journal.stores},
                                {"agent-dirs", journal.agentDirs},
                                {"running-agent", journal.runningAgent}});
 }
@@ -125,6 +129,8 @@ Outcome<Journal> ReadJournal() {
     Journal journal;
     const auto begun = ReadNote(kStores);
     if (!begun) return begun.error();
+    if (!begun->is_object() || begun->value("format", 0) != kFormat)
+        return Fail(L"The journal of a former -apply is of another version of qdn-configure.");
     journal.stores = begun->at("stores").get<std::vector<std::string>>();
     journal.agentDirs = begun->at("agent-dirs").get<std::vector<std::string>>();
     journal.runningAgent = begun->at("running-agent");

@@ -1,4 +1,5 @@
-// The journal of an -apply: what was saved of the host, and how far the run has come.
+// The journal of an -apply: what was saved of the host, and how far the run has come. It is written before
+// the host changes, so that whatever cuts the run off, the next one can put the host back.
 #pragma once
 
 #include <optional>

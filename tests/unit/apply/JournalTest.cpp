@@ -1,8 +1,10 @@
 // What the journal tells is what was written to it, phase by phase.
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include "apply/Journal.h"
+#include "corekit/json/Json.h"
 #include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
 
@@ -97,6 +99,20 @@ TEST_F(JournalFiles, ADamagedJournalIsAFailure) {
     const auto read = ReadJournal();
     ASSERT_FALSE(read);
     EXPECT_EQ(read.error().text, L"The journal of a former -apply cannot be read.");
+}
+
+TEST_F(JournalFiles, AreNotReadNorDiscarded_WhenTheyAreOfAnotherVersion) {
+    ASSERT_TRUE(BeginJournal(Sample()));
+    testfiles::Write("/opt/store/saved", "the host's");
+    for (const corekit::Json& note :
+         {corekit::Json{{"format", 2}}, corekit::Json::object(), corekit::Json(1)}) {
+        testfiles::Write(std::string(kDir) + "/stores", corekit::Cbor(note));
+        const Failure refusal =
+            Fail(L"The journal of a former -apply is of another version of qdn-configure.");
+        EXPECT_EQ(ReadJournal().error(), refusal);
+        EXPECT_EQ(Discard().error(), refusal);
+    }
+    EXPECT_EQ(testfiles::Read("/opt/store/saved"), "the host's");
 }
 
 TEST_F(JournalFiles, TheFilesOfAnAttemptStay_WhenTheRestGoes) {
