@@ -41,6 +41,11 @@ scriptlet() {
     run scriptlet clean
     [ "$status" -eq 1 ]
     [ "${lines[0]}" = called ]
+    : >"$BATS_TEST_TMPDIR/etc/client.conf"
+    rm "$BATS_TEST_TMPDIR/bin/qdn-configure.bin"
+    run scriptlet clean
+    [ "$status" -eq 0 ]
+    [ -z "$output" ]
 }
 
 @test "where no service is to be started, the scripts pass that on to the program" {
@@ -91,6 +96,7 @@ installdir=$PWD" | tee etc/client.conf >hand-over/kept
     [ -z "$output" ]
     [ "$(cat bin/agent)" = package ] # it has not failed
     : >.other-files/failed
+    mkdir -p .other-files.new/bin && : >.other-files.new/bin/agent # an exchange was cut off
     run scriptlet eval "$return_to_former"
     [ "${lines[0]}" = start ]
     [ "$(cat bin/agent lib/functions etc/client.proto)" = $'former\nformer\nformer' ]
