@@ -60,6 +60,7 @@ script/mutate --seed 1 --sample 1000 --resume|person
 script/mutate --units-only|person
 script/picture|tests/docs/architecture.bats
 script/prove|person
+script/prove --looks-at fuzz|tests/tools/prove.bats
 script/prove test check|person
 script/sanitize|person
 script/sanitize --memory|script/prove

@@ -33,7 +33,7 @@ expect_row() {
     script/prove check
     expect_row script/check held 'All checks \| passed.'
     expect_row script/test "not run" ""
-    grep -q ": 1 of 22 parts were run" docs/proof.md
+    grep -q ": 1 of 22 parts were run and count for commit $(git rev-parse --short=10 HEAD)" docs/proof.md
 }
 
 @test "what another go finds on the same commit joins the table, though the table has been committed meanwhile" {
@@ -44,13 +44,39 @@ expect_row() {
     expect_row script/test held "Total: 9 passed, 0 failed"
 }
 
-@test "rows of another commit are not among those of this one" {
-    script/prove check
-    stand_in check 'echo "Other checks"'
+@test "what was found counts until something changes that the part looks at" {
+    script/prove check builds
+    first=$(git rev-parse --short=10 HEAD)
+    mkdir app ansible
+    echo "a change" >ansible/role
     save
     script/prove test
     expect_row script/check "not run" ""
     expect_row script/test held "Total: 9 passed, 0 failed"
+    expect_row "bats tests/builds" held "2 passed, 0 failed, 42 rounds"
+    grep -q "bats tests/builds.* | $first |\$" docs/proof.md
+    grep -q "script/test. .* | $(git rev-parse --short=10 HEAD) |\$" docs/proof.md
+    echo "a change" >app/main.cpp
+    save
+    script/prove test
+    expect_row "bats tests/builds" "not run" ""
+}
+
+@test "what was found counts no longer when its own script has changed" {
+    script/prove sanitize || true
+    stand_in sanitize 'echo "Sanitizer reports: 0"'
+    save
+    script/prove test
+    expect_row script/sanitize "not run" ""
+}
+
+@test "what a part looks at is there" {
+    cd "$BATS_TEST_DIRNAME/../.."
+    for part in $(sed -n '/^parts=(/,/)/p' script/prove | tr -d '()' | sed 's/parts=//'); do
+        while read -r path; do
+            [[ $path == :* || -e $path ]] || { echo "$part: $path"; return 1; }
+        done < <(script/prove --looks-at "$part")
+    done
 }
 
 @test "a part that fails is told with its status, and runs that did not fail stay" {
@@ -84,7 +110,7 @@ expect_row() {
 @test "a tree that is not committed, and a part that there is not, are refused" {
     run script/prove everything
     [ "$status" -eq 2 ]
-    [ "$output" = "script/prove [--into FILE] [PART ...]" ]
+    [ "${lines[0]}" = "script/prove [--into FILE] [PART ...]" ]
     echo change >>script/test
     run script/prove check
     [ "$status" -eq 1 ]
