@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -104,12 +103,6 @@ Result Dir::CreateR(const String& path) {
     if (!mayBeAbove || slash == 0 || slash == String::npos) return result;
     const Result above = CreateR(path.Left(slash));
     return above ? Create(path) : above;
-}
-
-Result Dir::RemoveIfEmpty(const String& path) {
-    const auto place = ParentDirectory::Of(path);
-    if (!place) return place.error().About(path);
-    return Outcome(unlinkat(place->Fd(), place->name.c_str(), AT_REMOVEDIR)).About(path);
 }
 
 Result Dir::FlushEntries(const String& path) {

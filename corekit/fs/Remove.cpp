@@ -127,4 +127,10 @@ Result Dir::Remove(const String& path) {
     return Outcome(unlinkat(place->Fd(), place->name.c_str(), 0)).About(path);
 }
 
+Result Dir::RemoveIfEmpty(const String& path) {
+    const auto place = FindPlace(path);
+    if (!place) return place.error().About(path);
+    return Outcome(unlinkat(place->Fd(), place->name.c_str(), AT_REMOVEDIR)).About(path);
+}
+
 }  // namespace corekit

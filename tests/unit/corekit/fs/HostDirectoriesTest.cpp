@@ -267,6 +267,8 @@ TEST(ConfinedRemovals, TakeTheDirectoryAndWhatLiesBelowAndNothingElse) {
     for (const char* file :
          {"base/file", "base/tree/file", "base/x.1", "other/file", "other/tree/file", "other/x.1"})
         testfiles::Write(dir / file, "x");
+    fs::create_directory(dir / "base/empty");
+    fs::create_directory(dir / "other/empty");
     fs::create_directory_symlink(dir / "other", dir / "base/link");
     fs::create_directory_symlink(dir / "base", dir / "to-base");
     ASSERT_TRUE(corekit::ConfineRemovals(dir("base")));
@@ -280,13 +282,16 @@ TEST(ConfinedRemovals, TakeTheDirectoryAndWhatLiesBelowAndNothingElse) {
         EXPECT_EQ(File::RemoveEx(path("/x.[0-9]*"), HostDirectory::Meant), outside) << prefix;
         EXPECT_EQ(File::CheckRemovable(path("/file")), outside) << prefix;
         EXPECT_EQ(corekit::Dir::Remove(path("/tree")), outside) << prefix;
+        EXPECT_EQ(corekit::Dir::RemoveIfEmpty(path("/empty")), outside) << prefix;
     }
     EXPECT_EQ(corekit::Dir::Remove(dir("other")), outside);
     EXPECT_TRUE(File::RemoveEx(dir("base/x.[0-9]*")));
     EXPECT_TRUE(File::Remove(dir("to-base/file")));
+    EXPECT_TRUE(corekit::Dir::RemoveIfEmpty(dir("base/empty")));
     EXPECT_TRUE(corekit::Dir::Remove(dir("base")));
     EXPECT_THAT(testfiles::NamesIn(dir.Path()), testing::UnorderedElementsAre("other", "to-base"));
-    EXPECT_THAT(testfiles::NamesIn(dir / "other"), testing::UnorderedElementsAre("file", "tree", "x.1"));
+    EXPECT_THAT(testfiles::NamesIn(dir / "other"),
+                testing::UnorderedElementsAre("empty", "file", "tree", "x.1"));
     corekit::ForgetOwn();
     EXPECT_TRUE(corekit::Dir::Remove(dir("other")));
 }
