@@ -28,7 +28,8 @@ using corekit::String;
 
 namespace {
 
-/// The failure of an operation that needs a client.conf when none is known. The caller adds the text.
+/// The failure of an operation that needs a client.conf when none is known. It has no text: the caller knows
+/// which operation has failed.
 Failure FailWithoutConf() {
     return Fail(String());
 }
@@ -53,8 +54,8 @@ Outcome<> Agent60::RemoveFiles(const String& newConfPath) {
     if (ConfPath().IsEmpty()) return FailWithoutConf();
     if (!newConfPath.IsEmpty()) return RelocateFiles(newConfPath);
     const IniFile oldConf = OldConf();
-    // Runs while client.conf is there, by which a next run finds the logs if this one is interrupted. m_left
-    // records what stays.
+    // The logs go while client.conf is there, by which the next run finds them if this one is interrupted.
+    // m_left records what stays.
     Forgive(RemoveRotatedDebugLogs(oldConf));
     RemoveInstalledFiles60(oldConf, m_left);
     return {};
@@ -64,13 +65,13 @@ Outcome<> Agent60::RelocateFiles(const String& newConfPath) {
     if (ConfPath().IsEmpty()) return FailWithoutConf();
     const IniFile oldConf = OldConf();
     const IniFile newConf(newConfPath);
-    // Without both nobody knows where the data is, and where it goes.
+    // The one says where the data is, and the other where it goes.
     for (const IniFile* conf : {&oldConf, &newConf}) {
         if (!conf->ReadResult())
             return FailBecause(Texts::kUnreadableConfiguration, conf->FileName(), conf->ReadResult());
     }
     const DataMove moved = MoveData(oldConf, newConf);
-    Forgive(ConvertPackageStore(newConf));  // each record that stays as it was is told there
+    Forgive(ConvertPackageStore(newConf));  // records that stay as they were have been warned of
     if (moved == DataMove::Partial) KeepConfOfUnmovedData(oldConf, newConf);
     RemoveOldInstallation(oldConf, newConf, moved);
     // m_left records what stays.
@@ -116,7 +117,7 @@ bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
     return result.Ok();
 }
 
-using corekit::File::HostDirectory;
+using corekit::HostDirectory;
 namespace Path = corekit::Path;
 
 namespace {

@@ -17,6 +17,9 @@ class Agent60 : public Agent {
     Outcome<> RemoveFiles(const corekit::String& newConfPath) override;
     bool RegistersSubAgents() const override { return true; }
 
+    // The steps of those operations. What a step could not remove is in `m_left`; a bool that it returns says
+    // nothing that its caller needs.
+
     virtual bool RemoveProgramLinks(const corekit::IniFile& oldConf);
     virtual bool RemoveRunLevelScripts(const corekit::IniFile& oldConf);
 
@@ -24,16 +27,18 @@ class Agent60 : public Agent {
     /// files.
     virtual Outcome<> RelocateFiles(const corekit::String& newConfPath);
 
-    /// Carries jobs and packages, which lie where the new client.conf says by then, into today's layout.
+    /// Converts jobs and packages, which have been moved to where the new client.conf says, to today's
+    /// layout.
     virtual bool ConvertPackageStore(const corekit::IniFile& newConf);
 
-    /// Both remove the rotated logs that the version leaves; the logs themselves stay.
+    /// Both remove the rotated logs of a version that rotates them; the logs themselves stay.
     virtual bool RemoveRotatedDebugLogs(const corekit::IniFile& oldConf);
     virtual bool RemoveRotatedClientLogs(const corekit::IniFile& oldConf,
                                          const corekit::String& newInstallDir);
 };
 
-/// Version 6.0 SP2 and 6.1: their links are wrappers, and their service has a script of its own.
+/// Versions 6.0 SP2 and 6.1, whose links lead to wrapper scripts, and whose service is a script in
+/// /etc/init.d.
 class Agent60SP2 : public Agent60 {
   public:
     using Agent60::Agent60;
@@ -48,7 +53,7 @@ class CurrentAgent : public Agent60SP2 {
     using Agent60SP2::Agent60SP2;
 };
 
-/// Version 6.2: they rotate their logs, and the rotations go with them.
+/// Version 6.2, which rotates its logs: the rotations are removed with the agent.
 class Agent62 : public Agent60SP2 {
   public:
     using Agent60SP2::Agent60SP2;

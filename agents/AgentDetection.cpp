@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -32,7 +31,6 @@ namespace {
 constexpr const wchar_t* kConfigVariable = L"QDNCLIENT_CONFIG_FILE";
 constexpr const wchar_t* kPackageQuery =
     L" -q -l qdn-ksclt |grep client.proto | sed -e 's/.etc.client.proto//' -e 's,//,/,g'";
-constexpr const wchar_t* kUsualDir = L"/opt/zorvane/kell/ksagent";
 constexpr const wchar_t* kNewLabel = L"6.0SP2";
 
 /// A configuration file that may describe the installed agent.
@@ -48,21 +46,17 @@ String QueryPackageDir() {
     return rpm.IsEmpty() ? String() : RunShellCommand(corekit::Text::ShellWord(rpm) + kPackageQuery);
 }
 
-/// A file of an install directory; empty, as that is, when there is none.
-String FileOf(const String& installDir, const wchar_t* file) {
-    return installDir.IsEmpty() ? String() : installDir + file;
-}
-
-/// The file that describes the agent of an install directory: its copy while an upgrade is unfinished, and
-/// none while a first configuration is.
+/// The file that describes the agent of an install directory: client.conf, or its copy while an upgrade is
+/// unfinished. Empty while a first configuration is unfinished, and without an install directory.
 String ConfOf(const String& installDir) {
+    if (installDir.IsEmpty()) return String();
     switch (FindUnfinishedRun(installDir)) {
         case Unfinished::FirstConfiguration:
             return String();
         case Unfinished::Upgrade:
-            return FileOf(installDir, Names::kSavedClientConf);
+            return installDir + Names::kSavedClientConf;
         default:
-            return FileOf(installDir, Names::kClientConf);
+            return installDir + Names::kClientConf;
     }
 }
 
@@ -81,8 +75,8 @@ std::vector<Candidate> Candidates(const String& packageDir, const std::vector<St
     };
     add(ConfAt(corekit::Env::Get(kConfigVariable).value_or(String())), ChosenBy::Administrator);
     for (const String& path :
-         {ConfOf(kUsualDir), String(Names::kMigrateClientConf), String(Names::kReinstallClientConf),
-          String(Names::kInventoryConf), ConfOf(packageDir)})
+         {ConfOf(Names::kUsualInstallDir), String(Names::kMigrateClientConf),
+          String(Names::kReinstallClientConf), String(Names::kInventoryConf), ConfOf(packageDir)})
         add(path, ChosenBy::Program);
     for (const String& directory : moreDirs) {
         if (FindUnfinishedRun(directory) == Unfinished::Upgrade)
@@ -91,8 +85,8 @@ std::vector<Candidate> Candidates(const String& packageDir, const std::vector<St
     return candidates;
 }
 
-/// The file, open, when it decides: where there is one that may be used, or where one cannot be read that
-/// nobody else could have put there.
+/// The candidate, open, if it decides which agent is installed: a file that may be used, or one that cannot
+/// be read and that only root can have put there. Warns of a file that does not decide.
 std::optional<TrustedFile> Open(const Candidate& candidate) {
     if (!corekit::File::Exists(candidate.path) || IsKeptForUnmovedData(candidate.path)) return std::nullopt;
     TrustedFile file(candidate.path, candidate.chosenBy);

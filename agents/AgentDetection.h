@@ -27,10 +27,10 @@ std::unique_ptr<Agent> CreateCurrentAgent();
 /// on standard error says so.
 std::unique_ptr<Agent> AgentFromBaseDir(const corekit::String& baseDir);
 
-/// The agent that a client.conf describes. Null when the file cannot be read (a directory or a device must
-/// not pass for the file of an agent before 6.0) or its version is not known. While the file cannot be read
-/// because of an error that may pass, or when it is too large, every operation of the agent fails. The caller
-/// checks whether the file may be used.
+/// The agent that a client.conf describes; the caller has checked that the file may be used. Null when the
+/// version is not known, and when the file is none that can be read: a directory or a device must not pass
+/// for the file of an agent before 6.0. An UnreadableAgent when reading fails for a reason that may pass, or
+/// the file is too large.
 std::unique_ptr<Agent> AgentFromConfigFile(const TrustedFile& file);
 
 }  // namespace Zorvane::AgentInstaller

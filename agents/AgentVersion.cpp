@@ -1,4 +1,4 @@
-// The versions of the agent: how a file states its own, and whose builds are whose.
+// The versions of the agent: how a client.conf states one, and which class stands for which builds.
 #include "agents/AgentVersion.h"
 
 #include <algorithm>

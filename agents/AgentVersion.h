@@ -19,8 +19,8 @@ corekit::Version ReadAgentVersion(const corekit::IniFile& conf);
 std::unique_ptr<Agent> CreateAgentForVersion(const corekit::Version& version,
                                              const corekit::String& installDir);
 
-/// Version 5.5, or an installation whose configuration nobody understands: provides no settings and leaves
-/// everything where it is.
+/// Version 5.5, or an installation without a configuration that the program understands: provides no settings
+/// and leaves everything where it is.
 class UnsupportedAgent : public Agent {
   public:
     using Agent::Agent;

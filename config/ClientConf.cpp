@@ -25,7 +25,7 @@ namespace {
 
 constexpr const wchar_t* kTemplate = L"/tmp/.zorvane-agent-installer.XXXXXX";
 
-// The file, and what is beside it while it is written.
+// The hand-over files, and the temporary files beside them while they are written.
 constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????",
                                          L"/tmp/..zorvane-agent-installer.??????.*"};
 
@@ -33,7 +33,7 @@ constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????"
 
 void HandOverFile::RemoveLeftovers() {
     // A file that stays does no harm, and the next run tries again.
-    for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, File::HostDirectory::Meant));
+    for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, corekit::HostDirectory::Meant));
 }
 
 Outcome<> HandOverFile::Create() {
@@ -94,8 +94,7 @@ Outcome<ClientConfDraft> ReadTemplate(const String& outputPath, const Settings& 
 }
 
 Outcome<> ApplySettings(ClientConfDraft draft, Settings& settings) {
-    // Values that the file has already are no reason not to write it.
-    Forgive(ApplySettingsToClientConf(draft, settings));
+    ApplySettingsToClientConf(draft, settings);
     const IniFile& file = draft.File();
     if (const auto written = file.Write(); !written)
         return FailAt(Texts::kUnwritableFile, file.FileName(), written);
@@ -137,8 +136,8 @@ Outcome<> UpgradeClientConf(const String& outputPath, Settings& settings,
     return ApplySettings(std::move(*draft), settings);
 }
 
-/// The value of an operation that succeeded.
-Outcome<ClientConfSource> Made(const Outcome<>& written, ClientConfSource source) {
+/// What a client.conf was made from, or the reason why it could not be written.
+Outcome<ClientConfSource> MadeFrom(const Outcome<>& written, ClientConfSource source) {
     if (!written) return written.error();
     return source;
 }
@@ -153,15 +152,15 @@ Outcome<ClientConfSource> WriteClientConf(const String& outputPath, Settings& se
     const bool upgrade = installed != nullptr && !installed->confPath.IsEmpty() &&
                          (!settings.IsSet(L"Upgrade") || settings.IsYes(L"Upgrade"));
     if (!upgrade) return CreateClientConfFromTemplate(outputPath, settings);
-    return Made(UpgradeClientConf(outputPath, settings, *installed), ClientConfSource::InstalledAgent);
+    return MadeFrom(UpgradeClientConf(outputPath, settings, *installed), ClientConfSource::InstalledAgent);
 }
 
 Outcome<ClientConfSource> CreateClientConfFromTemplate(const String& outputPath, Settings& settings) {
     if (!settings.IsSet(L"InstallDir"))
-        return Made(ApplySettings(ClientConfDraft(outputPath), settings), ClientConfSource::Nothing);
+        return MadeFrom(ApplySettings(ClientConfDraft(outputPath), settings), ClientConfSource::Nothing);
     auto draft = ReadTemplate(outputPath, settings, kUnreadableFresh);
     if (!draft) return draft.error();
-    return Made(ApplySettings(std::move(*draft), settings), ClientConfSource::Template);
+    return MadeFrom(ApplySettings(std::move(*draft), settings), ClientConfSource::Template);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -19,10 +19,10 @@ struct InstalledConfiguration {
 /// What a new client.conf was made from, beside the settings.
 enum class ClientConfSource { Template, InstalledAgent, Nothing };
 
-/// Writes a new client.conf to `outputPath`. With `installed` (and Upgrade absent or "yes") its values are
-/// carried over and also become the settings they belong to. Records in the settings where each key is from.
-/// Changes nothing else on the host, and writes nothing to the operator. On failure `outputPath` may be
-/// incomplete.
+/// Writes a new client.conf to `outputPath`. If there is an installed agent with a client.conf, and Upgrade
+/// is empty or "yes", that file's values are carried over and also become the settings they belong to.
+/// Records in the settings where each key is from. Changes nothing else on the host, and writes nothing to
+/// the operator. On failure `outputPath` may be incomplete.
 Outcome<ClientConfSource> WriteClientConf(const corekit::String& outputPath, Settings& settings,
                                           const InstalledConfiguration* installed);
 

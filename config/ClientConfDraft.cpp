@@ -8,7 +8,6 @@
 #include "config/SystemProbes.h"
 #include "corekit/text/Text.h"
 #include "run/Keys.h"
-#include "run/Names.h"
 #include "settings/ClientConfKeyMap.h"
 #include "settings/InstalledValues.h"
 #include "settings/PathMacros.h"
@@ -30,7 +29,7 @@ struct MacroRow {
 };
 constexpr MacroRow kMacros[] = {{kServerMacro, L"KSName"}, {L"%INSTDIR%", L"InstallDir"}};
 
-/// A value on one line: it brings no lines of its own into the file.
+/// The value with a blank for each line end: it brings no lines of its own into the file.
 String OneLine(String value) {
     return value.Replace(L"\n", L" ").Replace(L"\r", L" ");
 }
@@ -147,8 +146,9 @@ void ApplyFixedKeys(ClientConfDraft& draft, const Settings& settings) {
     draft.Set(Key::kStopLevels, levels.stopList, SourceOf(L"RunLevel"));
 }
 
-/// Keeps for the next upgrade, at the end of the file, the settings that no other key holds.
-void Record(ClientConfDraft& draft, const Settings& settings) {
+/// Records for the next upgrade, at the end of the file, those settings that are "no" and that no other key
+/// holds.
+void RecordSettings(ClientConfDraft& draft, const Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
         if (settings.Get(row.setting) == L"no") draft.Set(row.key, L"no", SourceOf(row.setting));
     }
@@ -161,7 +161,7 @@ bool ApplySettingsToClientConf(ClientConfDraft& draft, const Settings& settings)
     ApplyFixedKeys(draft, settings);
     for (const ExtraSetting& extra : settings.Extra())
         draft.Set(extra.Section, extra.Name, extra.Value, extra.source);
-    Record(draft, settings);
+    RecordSettings(draft, settings);
     return true;
 }
 
@@ -174,7 +174,7 @@ bool IsAnswered(SettingName setting, const Settings& settings) {
     return settings.IsYes(L"IsInteractive") && IsQuestionKey(setting);
 }
 
-/// True if the setting does not take the old value: it is this run's that counts.
+/// True if the value that this run was given counts, and not the old one.
 bool KeepsItsValue(SettingName setting, const Settings& settings) {
     return IsAnswered(setting, settings) || OverridesInstalled(settings, setting);
 }

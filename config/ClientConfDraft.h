@@ -7,13 +7,14 @@
 
 namespace Zorvane::AgentInstaller {
 
+/// A client.conf in memory; nothing is written before `File().Write()`.
 class ClientConfDraft {
   public:
     /// A file as it is on the disk, empty where there is none.
     explicit ClientConfDraft(const corekit::String& path) : m_ini(path) {}
 
-    /// The package's template, read from `templatePath`, with its macros filled in from the settings. Their
-    /// number of lines is the same before and after.
+    /// The package's template, whose text was read from `templatePath`, with its macros filled in from the
+    /// settings. A value never brings lines of its own, so each entry keeps the number of its line.
     ClientConfDraft(const corekit::String& path, const corekit::String& templatePath,
                     const corekit::String& text, const Settings& settings);
 

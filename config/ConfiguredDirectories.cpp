@@ -12,7 +12,6 @@
 #include "corekit/text/Text.h"
 #include "run/Keys.h"
 #include "run/Messages.h"
-#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 
@@ -36,7 +35,7 @@ constexpr ConfKey kCleanedPaths[] = {
     Key::kPackageDir, Key::kVar,    Key::kTmpDir, Key::kGuidFile,      Key::kDebugOutput,
 };
 
-/// Without the slashes and the "." at the end of a path: no directory can be removed by that name.
+/// The path without "/" and "/." at its end: no directory can be removed by a name that ends so.
 String WithoutDots(const String& path) {
     const std::wstring_view text = path.View();
     std::size_t last = text.find_last_not_of(L'/');
@@ -148,7 +147,8 @@ constexpr DirectoryKey kDirectoryKeys[] = {
     {Key::kInstallDir, ValueKind::InstallDirectory},
 };
 
-/// Calls `create` with each directory that the run has to make; one that must be there is only checked.
+/// Calls `create` with each directory that the run makes if it is missing, and only checks one that must be
+/// there. Stops at the first failure.
 Outcome<> ForEachDirectory(const corekit::IniFile& conf, Outcome<> (*create)(const String& path)) {
     for (const DirectoryKey& row : kDirectoryKeys) {
         String path = GetValue(conf, row.key);

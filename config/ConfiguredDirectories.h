@@ -19,9 +19,9 @@ corekit::String UsableDirectory(const corekit::String& value);
 /// The same for the value of a key.
 corekit::String ConfiguredDirectory(const corekit::IniFile& conf, const ConfKey& key);
 
-/// The paths that a client.conf names, as written: the install directory, the stores, the variable
-/// data, the GUID file, the log and the certificates, and of all other values, lists among them, the absolute
-/// paths of what exists. None is empty, and none occurs twice.
+/// The paths that a client.conf names, as written: the install directory, the stores, the variable data, the
+/// GUID file, the log and the certificates, and from all other values, lists included, the absolute paths at
+/// which something exists. None is empty, and none occurs twice.
 std::vector<corekit::String> NamedPaths(const corekit::IniFile& conf);
 
 /// The absolute paths that the removal of an agent, of any version, follows, as they are written.

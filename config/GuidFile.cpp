@@ -49,7 +49,8 @@ String WhyNotOurs(const String& path) {
     return HoldsIdentifier(*bytes) ? String() : String(L"it holds no identifier");
 }
 
-/// Success when the file holds this text.
+/// Writes the text, unless the file holds it already, and reads it back: EIO if the file does not hold it
+/// then.
 corekit::Result WriteAndReadBack(const String& path, const String& text) {
     const std::string bytes = text.Utf8();
     const auto read = [&] { return File::ReadBytes(path, bytes.size()); };

@@ -11,7 +11,8 @@ namespace Zorvane::AgentInstaller {
 /// The content of the file of an identifier.
 corekit::String GuidFileText(const corekit::String& guid);
 
-/// The content of such a file. Fails when it cannot be read, and when it is over 4 KiB: then it is none.
+/// The content of such a file. Fails when it cannot be read, and (EFBIG) when it is over 4 KiB: then it is
+/// none.
 corekit::Expected<corekit::String> ReadGuidFile(const corekit::String& path);
 
 /// Writes the setting Guid to the file that a client.conf names, and reads it back. Without the setting the
@@ -21,8 +22,9 @@ corekit::Expected<corekit::String> ReadGuidFile(const corekit::String& path);
 /// agent's, which would be removed next.
 Outcome<> WriteGuidFile(const corekit::IniFile& conf, const Settings& settings);
 
-/// Removes the file that a client.conf names, if it is a plain one; in a directory of the host only if it
-/// holds an identifier.
+/// Removes the file that a client.conf names, if it is a regular file without a second name; in a directory
+/// of the host only if it holds an identifier. Success for any other file, which stays. Fails when the file
+/// cannot be removed, and when it cannot be read for a reason that may pass.
 corekit::Result RemoveGuidFile(const corekit::IniFile& conf);
 
 /// Removes the file that a client.conf names when there is no setting Guid, unless an upgrade keeps its

@@ -1,7 +1,6 @@
 // The registrations of sub-agents: which sections and keys hold them.
 #include "config/ClientConfDraft.h"
 #include "run/Keys.h"
-#include "run/Names.h"
 
 namespace Zorvane::AgentInstaller {
 

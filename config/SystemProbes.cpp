@@ -22,8 +22,11 @@ namespace {
 constexpr const wchar_t* kPluginProbe = L"if ps -e | grep qdn-plug>/dev/null; then echo YES; fi";
 constexpr const wchar_t* kSolutionsProbe =
     L"if [ ! -f '%1/etc/config.xml' ]; then echo 0; else grep -c '<Solution ' '%1/etc/config.xml'; fi";
+// The replacement is the control character itself, and no back-reference: sed drops the version.
 constexpr const wchar_t* kRpmVersionProbe = L"rpm --version | sed -r -e 's,[^0-9]*([0-9][.0-9]*),\x01,'";
 
+// Levels 7 and 8 count as found although they are not supported: with nothing else, no level is one to start
+// in.
 constexpr int kHighestRunLevel = 8;
 
 }  // namespace

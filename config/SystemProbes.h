@@ -31,8 +31,8 @@ struct RunLevels {
 };
 RunLevels SplitRunLevels(const corekit::String& levels);
 
-/// The version of the host's rpm, with 0 for missing parts. No command asks for it; it helps whoever looks
-/// for a fault.
+/// The version of the host's rpm as far as the probe's command line shows it, with 0 for missing parts. No
+/// command of the program calls it: it is there for debugging.
 corekit::Version GetPackageManagerVersion();
 
 /// A text like "4.18.0" as a version: what stands between the first three dots, missing parts 0.

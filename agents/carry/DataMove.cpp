@@ -60,8 +60,8 @@ bool IsToMove(const StoreMove& move) {
            !Path::IsMatch(move.from, move.to);
 }
 
-/// The stores to move, those that lie within another one before it: each takes its own way. A directory that
-/// is two stores moves once, to the place of the first.
+/// The stores to move. One that lies within another comes before it, so that each moves to a place of its
+/// own. A directory that is two stores moves once, to the place of the first.
 std::vector<StoreMove> StoresToMove(const IniFile& oldConf, const IniFile& newConf) {
     std::vector<StoreMove> moves;
     for (const ConfKey& store : Key::kStores) {
@@ -183,8 +183,9 @@ bool LiesIn(const String& oldDir, const std::string& bytes) {
     return present && *present == bytes && corekit::CheckRemovable(oldDir);
 }
 
-/// Where the old client.conf stays. In place the new one takes its name; then, and where it lies nowhere, it
-/// gets another name, which no other content has, beside the new one.
+/// The path at which the old client.conf is kept: its own, unless it does not lie in the install directory
+/// that it names, or the new one takes its place. Then a name beside the new one under which there is no
+/// other content.
 String KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
     const bool isElsewhere = !oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir);
     if (isElsewhere && LiesIn(oldDir, bytes)) return oldDir + Names::kClientConf;
@@ -206,7 +207,7 @@ bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf
     const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
     if (!oldConf.ReadResult()) return IsNotFound(oldConf.ReadResult());
     if (MoveData(oldConf, newConf) == DataMove::Partial) return false;
-    // An agent of version 5.6 has left nothing else by then.
+    // Of an agent of version 5.6 everything else was removed when its data could not be moved.
     const bool isOf56 = GetValue(oldConf, Key::kAgentMajor).IsEmpty();
     if (!isOf56) RemoveOldInstallation(oldConf, newConf, DataMove::Complete);
     if (const Result removed = File::Remove(kept); !removed && !IsNotFound(removed)) {
@@ -231,14 +232,14 @@ void KeepConfOfUnmovedData(const IniFile& oldConf, const IniFile& newConf) {
     if (!isCopy && !WriteMark(oldDir + Names::kMovedMark, {newDir})) return;
     std::vector<String> lines = ReadMark(newDir + Names::kUnmoved);
     if (std::ranges::find(lines, kept) == lines.end()) lines.push_back(kept);
-    Forgive(WriteMark(newDir + Names::kUnmoved, lines));  // told there
+    Forgive(WriteMark(newDir + Names::kUnmoved, lines));  // WriteMark has warned of a failure
 }
 
 void MoveUnmovedData(const IniFile& newConf) {
     const String newDir = InstallDirOf(newConf);
     if (newDir.IsEmpty()) return;
-    // An agent is installed here from now on, whatever was kept here before. Most directories have no mark,
-    // and one that stays leads the next run here once more.
+    // From now on an agent is installed here, so the mark goes that says there is none. Most directories have
+    // no mark, and one that stays leads the next run here once more.
     Forgive(File::Remove(newDir + Names::kMovedMark));
     const String mark = newDir + Names::kUnmoved;
     std::vector<String> lines = ReadMark(mark);
@@ -247,7 +248,7 @@ void MoveUnmovedData(const IniFile& newConf) {
     if (lines.empty())
         Forgive(File::Remove(mark));  // one that stays names nothing that is there
     else
-        Forgive(WriteMark(mark, lines));  // told there
+        Forgive(WriteMark(mark, lines));  // WriteMark has warned of a failure
 }
 
 bool IsKeptForUnmovedData(const String& confPath) {

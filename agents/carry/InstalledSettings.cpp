@@ -44,7 +44,7 @@ constexpr LoadedKey kLoadedKeys[] = {
     {Generation::Agent60, L"Description", Key::kDescription},
 };
 
-// Where agents of version 5.6 had it when their client.conf did not say.
+// Where agents of version 5.6 had their GUID file when client.conf did not say.
 constexpr const wchar_t* kGuidFile56 = L"/opt/zorvane/kell/ksagent/etc/host.GUID";
 
 /// A setting pair that is the directory and the name of a file.
@@ -80,10 +80,10 @@ String CarriedPath(const IniFile& conf, String path) {
 }
 
 Outcome<> LoadGuid(const IniFile& conf, Generation generation, Settings& settings) {
-    String usual = GetValue(conf, Key::kGuidFile);
-    if (usual.IsEmpty() && generation == Generation::Agent56) usual = kGuidFile56;
-    if (usual.IsEmpty()) return {};
-    for (const String& path : {usual, CarriedPath(conf, usual)}) {
+    String configured = GetValue(conf, Key::kGuidFile);
+    if (configured.IsEmpty() && generation == Generation::Agent56) configured = kGuidFile56;
+    if (configured.IsEmpty()) return {};
+    for (const String& path : {configured, CarriedPath(conf, configured)}) {
         const auto text = ReadGuidFile(path);
         if (IsTransient(text.Outcome())) return FailAt(Texts::kUnreadableFile, path, text.error());
         if (!text) continue;
@@ -114,7 +114,8 @@ void LoadRunLevel(const IniFile& conf, Settings& settings) {
         settings.Set(L"RunLevel", {RunLevelItems(digits), SourceOf(conf, Key::kStartLevels), digits});
 }
 
-/// A file of version 5.6 need not have any: then there is no such setting.
+/// Loads the description from the first of its two keys that has one. A file of version 5.6 without any gives
+/// no such setting.
 void LoadDescription(const IniFile& conf, Settings& settings) {
     for (const ConfKey& key : {Key::kDescription, Key::kDescriptions}) {
         const String description = GetValue(conf, key);
@@ -123,8 +124,8 @@ void LoadDescription(const IniFile& conf, Settings& settings) {
     }
 }
 
-/// Settings that no other key holds; only a "no" is recorded.
-void LoadRecord(const IniFile& conf, Settings& settings) {
+/// Loads the settings that client.conf records because no other key holds them; only a "no" is recorded.
+void LoadRecordedSettings(const IniFile& conf, Settings& settings) {
     for (const Key::RecordedKey& row : Key::kRecorded) {
         if (IsWordForNo(GetValue(conf, row.key))) settings.Set(row.setting, L"no", SourceOf(conf, row.key));
     }
@@ -139,7 +140,7 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
         if (row.since <= generation)
             settings->Set(row.setting, GetValue(conf, row.key), SourceOf(conf, row.key));
     }
-    // Not a source of the new server, but of whether that is another one.
+    // The new server is not taken from it, but compared with it.
     if (generation == Generation::Agent56)
         settings->Set(L"InstalledKSName", GetValue(conf, Key::kServer), SourceOf(conf, Key::kServer));
     for (const LoadedFile& row : kLoadedFiles) {
@@ -152,7 +153,7 @@ Outcome<std::unique_ptr<Settings>> LoadInstalledSettings(const IniFile& conf, Ge
     if (const auto loaded = LoadGuid(conf, generation, *settings); !loaded) return loaded.error();
     LoadRunLevel(conf, *settings);
     LoadDescription(conf, *settings);
-    LoadRecord(conf, *settings);
+    LoadRecordedSettings(conf, *settings);
     return settings;
 }
 

@@ -44,9 +44,9 @@ String JobRecord(const Fields& fields, const String& oldXml) {
 Outcome<> ConvertJob(const String& stem, const String& newPath) {
     const String infoPath = stem + kInfoSuffix;
     const auto fields = ReadFields(infoPath, kJobSection);
-    if (!fields) return tl::unexpected(fields.error());
+    if (!fields) return fields.error();
     const auto xml = ReadXmlRecord(stem + kXmlSuffix);
-    if (!xml) return tl::unexpected(xml.error());
+    if (!xml) return xml.error();
     auto written = WriteRecord(newPath, JobRecord(*fields, *xml), infoPath);
     // As long as it is there, the next run converts the job again.
     if (written) corekit::Forgive(corekit::File::Remove(infoPath));
@@ -104,11 +104,11 @@ Outcome<Fields> ReadPackage(const String& infoPath, const String& xmlPath) {
     auto fields = ReadFields(infoPath, kPackageSection);
     if (!fields) return fields;
     const auto xml = ReadXmlRecord(xmlPath);
-    if (!xml) return tl::unexpected(xml.error());
+    if (!xml) return xml.error();
     const String version = corekit::BasicXml(*xml).GetText(kInternalVersion).Trim();
     if (version.IsEmpty()) return fields;
     const auto added = AddField(*fields, kInternalVersion, version);
-    if (!added) return tl::unexpected(added.error());
+    if (!added) return added.error();
     return fields;
 }
 
@@ -135,7 +135,7 @@ Outcome<> ConvertPackage(const String& store, const String& name) {
     const String infoPath = store + name + L".qdn-pkg-info";
     const String newName = name.Upper();
     const auto fields = ReadPackage(infoPath, store + name + L".qdn-pkg-xml");
-    if (!fields) return tl::unexpected(fields.error());
+    if (!fields) return fields.error();
     Outcome<> converted = WriteRecord(store + L".qdn-pkg-xml-" + newName, PackageRecord(*fields), infoPath);
     for (const wchar_t* file : {L".qdn-pkg-codebases", L".qdn-pkg-snapshot"}) {
         if (converted) converted = MoveIfPresent(store + name + file, store + file + L"-" + newName);

@@ -1,8 +1,6 @@
 // Reading and replacing the records of older stores so that nothing they held is lost.
 #include "agents/carry/StoreRecords.h"
 
-#include <cerrno>
-#include <fcntl.h>
 #include <string>
 #include <sys/stat.h>
 
@@ -28,7 +26,7 @@ constexpr mode_t kPermissions = 0777;
 /// The records of a package or job are small; a larger file is none.
 constexpr std::size_t kLargestRecord = std::size_t(16) << 20;
 
-/// True if the entry itself exists, even a link that leads nowhere.
+/// The entry itself, even a link that leads nowhere.
 corekit::Expected<struct stat> Find(const String& path) {
     const auto place = corekit::ParentDirectory::Of(path);
     return place ? corekit::StatOf(place->Fd(), place->name) : place.error();
@@ -69,17 +67,15 @@ Outcome<Fields> ReadFields(const String& path, const String& section) {
     if (entries.empty() && !record.Values().empty()) return Fail(L"it has no section ", section);
     Fields fields;
     for (const auto& [key, value] : entries) {
-        if (const auto added = AddField(fields, FieldName(key), value); !added)
-            return tl::unexpected(added.error());
+        if (const auto added = AddField(fields, FieldName(key), value); !added) return added.error();
     }
     return fields;
 }
 
 Outcome<String> ReadXmlRecord(const String& path) {
     if (!IsThere(path)) return String();
-    const auto bytes = File::ReadBytes(path);
+    const auto bytes = File::ReadBytes(path, kLargestRecord);
     if (!bytes) return Fail(path + L": " + GetErrorMsg(bytes.error()));
-    if (bytes->size() > kLargestRecord) return Fail(path + L": " + GetErrorMsg(Result(EFBIG)));
     return String::FromUtf8(*bytes);
 }
 

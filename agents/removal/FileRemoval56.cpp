@@ -7,6 +7,8 @@
 #include "agents/removal/ProcessControl.h"
 #include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
+#include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "run/Keys.h"
@@ -15,6 +17,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::HostDirectory;
 using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
@@ -29,7 +32,7 @@ struct OldKey {
     const wchar_t* fallback;
 };
 
-constexpr OldKey kInstallDir = {Key::kInstallDir, L"/opt/zorvane/kell/ksagent"};
+constexpr OldKey kInstallDir = {Key::kInstallDir, Names::kUsualInstallDir};
 constexpr OldKey kLibraryDir = {Key::kLibDir, L"/opt/zorvane/kell/ksagent/lib"};
 constexpr OldKey kTaskDir = {Key::kTaskDir, L"/opt/zorvane/kell/ksagent/var/tasks"};
 constexpr OldKey kDebugLog = {Key::kDebugOutput, L"/opt/zorvane/kell/ksagent/var/qdn-client.log"};
@@ -100,7 +103,7 @@ constexpr const wchar_t* kHostLibraryPrefixes[] = {L"/lib", L"/usr/lib", L"/usr/
 constexpr const wchar_t* kTemporaryFiles = L"qdn-*";
 constexpr const wchar_t* kHostTemporaryDirs[] = {L"/tmp", L"/var/tmp"};
 
-/// A key that stands there with nothing behind it names nothing; only one that is missing has its fallback.
+/// The value of a key, or its fallback where the key is missing. A key without a value names nothing.
 String Value(const IniFile& conf, const OldKey& key) {
     String value = QueryValue(key.name.key, conf.FileName());
     if (value.IsEmpty() && !GetValue(conf, key.name, value)) value = key.fallback;
@@ -163,7 +166,7 @@ void RemoveTemporaryFiles(const String& directory, const KeepList& keep, Removal
     const bool isMeant = std::ranges::any_of(
         kHostTemporaryDirs, [&](const wchar_t* known) { return Path::IsMatch(directory, known); });
     keep.RemoveOthers(directory + kTemporaryFiles, left,
-                      isMeant ? File::HostDirectory::Meant : File::HostDirectory::Refused);
+                      isMeant ? HostDirectory::Meant : HostDirectory::Refused);
 }
 
 /// Unknown libraries may stay, so client.conf does too: the next run looks again.
@@ -183,7 +186,7 @@ void RemoveAllButClientConf(const Installation& agent, KeepList keep, RemovalOut
         if (!directory.IsEmpty()) keep.RemoveOthers(directory + row.pattern, left);
     }
     for (const wchar_t* program : kPrograms)
-        keep.RemoveOthers(String(kProgramDir) + program, left, File::HostDirectory::Meant);
+        keep.RemoveOthers(String(kProgramDir) + program, left, HostDirectory::Meant);
     if (!agent.installDir.IsEmpty()) {
         RemoveInstallDir(agent, keep, left);
         RemoveLibraries(agent.libraryDir, keep, left);
@@ -191,7 +194,7 @@ void RemoveAllButClientConf(const Installation& agent, KeepList keep, RemovalOut
     RemoveTemporaryFiles(agent.temporaryDir, keep, left);
 }
 
-/// The configuration goes last, and only when all else has gone: by it the next run finds what is left.
+/// Removes client.conf, by which the next run finds what is left, unless something is left.
 void RemoveClientConf(const Installation& agent, const KeepList& keep, RemovalOutcome left) {
     const String path = agent.installDir + kClientConf;
     left.Tell();
@@ -216,13 +219,14 @@ void RemoveInstalledFiles56(const IniFile& conf, const IniFile* newConf, Removal
     KeepList keep(newConf, agent.installDir);
     const String movedMark = agent.installDir + kMovedMark;
     if (newConf != nullptr && !agent.installDir.IsEmpty() && File::Exists(movedMark)) {
-        // Data that could not be moved will be found by it.
+        // The next run finds the data that could not be moved by the mark and by client.conf.
         keep.Keep(movedMark);
         keep.Keep(agent.installDir + kClientConf);
     }
     WarnOfUnreadableScript(agent, left);
     RemoveAllButClientConf(agent, keep, left);
-    // Only client.conf, which goes now, leads the next run to them. They are gone, flushed or not.
+    // Only client.conf, which goes now, leads the next run to the programs: a power cut must not bring them
+    // back without it. If the flush fails they are gone all the same.
     Forgive(corekit::Dir::FlushEntries(kProgramDir));
     RemoveClientConf(agent, keep, left);
 }

@@ -75,12 +75,12 @@ constexpr const wchar_t* kBackupCopies = L"etc/client.conf.??????";
 constexpr const wchar_t* kReasonToKeep = L"not everything could be removed";
 constexpr const wchar_t* kInstallerFiles[] = {L"qdn-bootstrap", L"qdn-ksclt-install.log"};
 
-/// The directory of a store in which files have to be searched for by their names, since a link leads there,
-/// which is all that goes with the store. Empty for others: they go with all that they hold, or are the
-/// host's, which hold nothing that is ours.
+/// The directory of a store if the path leads over a link: removing the store may remove no more than the
+/// link, so that the agent's files in it are searched for by their names. Empty for any other store: it is
+/// removed with everything in it, or is a directory of the host, which holds nothing of the agent's.
 String LinkedStore(const IniFile& conf, const ConfKey& store) {
     const String directory = ConfiguredDirectory(conf, store);
-    // What others have put on the way is for the removal to tell.
+    // The removal fails there, and tells of the link that another user has put on the way.
     if (corekit::OpenDirectory(directory) == Result(corekit::kBelongsToOthers)) return directory;
     const bool isHosts = corekit::CheckRemovable(directory) == Result(EPERM);
     return isHosts || corekit::Path::Resolve(directory) + L"/" == directory ? String() : directory;
@@ -103,8 +103,8 @@ void RemoveStoredFiles(const IniFile& conf, RemovalOutcome& left) {
     }
 }
 
-/// The settings document of a server, named after it with and without its port. What a server's name holds is
-/// never a wildcard, and never leads to another directory.
+/// Removes the server's settings documents, which are named after it, with and without its port. No character
+/// of the name is a wildcard, and none leads to another directory.
 void RemoveServerDocuments(const IniFile& conf, const String& varDir, RemovalOutcome& left) {
     const String server = GetValue(conf, Key::kServer);
     for (const String& name : {server, server.Before(L":")}) {
@@ -122,7 +122,8 @@ void RemoveVariableData(const IniFile& conf, RemovalOutcome& left) {
     if (!corekit::Path::IsMatch(varDir, usualDir)) RemoveServerDocuments(conf, varDir, left);
 }
 
-/// True if the directory lies where packages and users keep theirs, and could be removed but for that.
+/// True if the directory stays for no other reason than that packages and users share the directory it lies
+/// in.
 bool IsKeptAsHosts(const String& directory) {
     const auto place = corekit::ParentDirectory::Of(directory);
     const bool isOnOurWay = place && corekit::CheckConfined(place->At()) && corekit::OpenDirectory(directory);
@@ -130,7 +131,8 @@ bool IsKeptAsHosts(const String& directory) {
            corekit::CheckInstallable(directory);
 }
 
-/// Warns of directories of data that have been kept: they may be the agent's all the same.
+/// Warns of directories of data that stay because they may be the host's: they may be the agent's all the
+/// same.
 void WarnOfHostsDirectories(const IniFile& conf) {
     std::set<String, corekit::Ltstr> directories = {ConfiguredDirectory(conf, Key::kVar)};
     for (const ConfKey& store : Key::kStores) directories.insert(ConfiguredDirectory(conf, store));
@@ -158,7 +160,6 @@ void RemoveEntriesBut(const String& directory, RemovalOutcome& left,
     left.Add(directory, read);
 }
 
-/// The programs stay when anything is left from before: the next run knows the links to them by their names.
 void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, bool keepPrograms,
                                    RemovalOutcome& left) {
     if (installDir.IsEmpty()) return;
@@ -175,7 +176,7 @@ void RemoveInstallDirButClientConf(const String& installDir, bool isReinstall, b
     RemoveEntriesBut(installDir + kEtc, left, [](const String& name) { return name == kClientConfName; });
 }
 
-/// The directories that nothing but client.conf was left in.
+/// Removes the directories that held nothing but client.conf at last.
 Result RemoveEmptied(const String& installDir, bool isReinstall) {
     if (!isReinstall) return Dir::Remove(installDir).About(installDir);
     if (const Result allowed = CheckOwnDirectory(installDir); !allowed) return allowed.About(installDir);
@@ -185,8 +186,8 @@ Result RemoveEmptied(const String& installDir, bool isReinstall) {
     return isEmpty ? Worse(removed, Dir::Remove(installDir).About(installDir)) : removed;
 }
 
-/// The configuration goes last: by it the next run finds what is left when this one is interrupted. It comes
-/// back where its directories stay although another run could remove them.
+/// Removes client.conf, by which the next run finds what is left when this one is interrupted, and then its
+/// directories. If these stay for a reason that may pass, writes it again, so that another run finds them.
 void RemoveClientConf(const String& installDir, bool isReinstall, RemovalOutcome& left) {
     const String path = installDir + kClientConf;
     const auto content = File::ReadBytes(path);
@@ -256,8 +257,8 @@ void RemoveInstalledFiles60(const IniFile& oldConf, RemovalOutcome left) {
 
 RemovalOutcome RemoveGeneratedFiles60(const String& installDir, const IniFile* newConf) {
     RemovalOutcome left;
-    // First: without it the next run goes by the copy that the upgrade saved, which knows what has been
-    // carried.
+    // client.conf goes first: without it the next run goes by the copy that the upgrade saved, from which it
+    // sees what has been carried over.
     RemoveGeneratedFile(UsableDirectory(installDir), kClientConf, newConf, left);
     RemoveGeneratedFilesButClientConf(installDir, newConf, left);
     return left;

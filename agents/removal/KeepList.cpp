@@ -1,4 +1,4 @@
-// Tells what an upgrade needs from what the old agent left, and removes the latter.
+// Distinguishes what an upgrade needs from what the old agent has left, and removes the latter.
 #include "agents/removal/KeepList.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 #include "config/ConfiguredDirectories.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/File.h"
 #include "corekit/text/Regex.h"
 #include "run/Keys.h"
 
@@ -15,6 +15,7 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::Dir;
 using corekit::FileInfo;
+using corekit::HostDirectory;
 using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
@@ -68,8 +69,8 @@ bool KeepList::IsLaidDown(const String& path) const {
         kLaidDown, [&](const char* pattern) { return fnmatch(pattern, name.c_str(), FNM_PATHNAME) == 0; });
 }
 
-/// True if a kept path is the link itself, or leads through it. What else the link leads to does not go with
-/// it.
+/// True if a kept path is the link itself, or leads through it. Removing a link does not remove what it leads
+/// to.
 bool KeepList::IsOnTheWayToKept(const String& link) const {
     const auto place = [](const String& path) {
         return Path::Join(Path::Resolve(Path::GetDirectory(path)), Path::GetFileName(path));
@@ -83,15 +84,14 @@ bool KeepList::IsOnTheWayToKept(const String& link) const {
     });
 }
 
-void KeepList::RemoveOthers(const String& pattern, RemovalOutcome& left,
-                            File::HostDirectory hostDirectory) const {
+void KeepList::RemoveOthers(const String& pattern, RemovalOutcome& left, HostDirectory hostDirectory) const {
     const String directory = Path::GetDirectory(pattern);
     const String name = Path::GetFileName(pattern);
     if (m_isClean || !corekit::HasWildcard(name.Utf8())) {
         if (!Includes(pattern)) left.Add(pattern, File::RemoveEx(pattern, hostDirectory), hostDirectory);
         return;
     }
-    if (hostDirectory == File::HostDirectory::Refused) {
+    if (hostDirectory == HostDirectory::Refused) {
         const Result allowed = corekit::CheckRemovable(directory);
         if (!allowed) return left.Add(directory, allowed);
     }

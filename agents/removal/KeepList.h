@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "agents/removal/RemovalOutcome.h"
-#include "corekit/fs/File.h"
+#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/text/String.h"
@@ -26,9 +26,8 @@ class KeepList {
 
     /// Removes every path that matches a pattern with shell wildcards in its last component, directories with
     /// everything in them, unless it is kept.
-    void RemoveOthers(
-        const corekit::String& pattern, RemovalOutcome& left,
-        corekit::File::HostDirectory hostDirectory = corekit::File::HostDirectory::Refused) const;
+    void RemoveOthers(const corekit::String& pattern, RemovalOutcome& left,
+                      corekit::HostDirectory hostDirectory = corekit::HostDirectory::Refused) const;
 
     /// Removes a directory with everything in it; when it holds something kept, its other entries.
     void RemoveOthersInTree(const corekit::String& directory, RemovalOutcome& left) const;

@@ -28,7 +28,7 @@ String ShellWords(const String& text) {
     return quoted;
 }
 
-/// For such a file grep does not print the lines, but tells that the file matches.
+/// True for a file with a NUL: grep does not print its lines, but only tells that the file matches.
 bool HasNul(const String& file) {
     const auto bytes = corekit::File::ReadBytes(file);
     return bytes && bytes->find('\0') != std::string::npos;

@@ -46,8 +46,8 @@ bool MayPass(const String& path, const Result& removal, HostDirectory hostDirect
 
 void RemovalOutcome::Add(const String& path, const Result& removal, HostDirectory hostDirectory) {
     if (removal || !MayPass(path, removal, hostDirectory)) return;
-    // Of a tree, the entry that could not be removed; but of what others have put on the way, what was asked
-    // for, since the reason names the rest.
+    // Of a tree, the entry that could not be removed counts. But where another user's link is on the way, the
+    // path that was to be removed counts, since the reason names the link.
     const bool isOnTheWay = removal.Code() == corekit::kBelongsToOthers;
     const String asked = isOnTheWay && HasWildcardName(path) ? Path::GetDirectory(path) : path;
     const String& entry = !isOnTheWay && removal.Path().StartsWith(L"/") ? removal.Path() : asked;
@@ -61,7 +61,7 @@ void RemovalOutcome::Add(const RemovalOutcome& others) {
 }
 
 void RemovalOutcome::Tell() {
-    String onTheWay;  // what lies below it is not reached for the same reason
+    String onTheWay;  // the last path with another user's link on the way; paths below it are not warned of
     for (auto& [path, remainder] : m_left) {
         const bool isOthers = remainder.why.Code() == corekit::kBelongsToOthers;
         const bool isBelow = isOthers && !onTheWay.IsEmpty() && path.StartsWith(onTheWay + L"/");

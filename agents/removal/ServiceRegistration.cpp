@@ -8,7 +8,6 @@
 
 #include "config/SystemProbes.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/File.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "run/Names.h"
@@ -90,8 +89,8 @@ RemovalOutcome RemoveServiceRegistration60(const String& platform) {
 }
 
 void FlushRemovals(const String& linkDir) {
-    // Links of run levels go before the script, and with it: a journal keeps the order. They are gone,
-    // flushed or not.
+    // The run levels' directories need no flush: their links were removed before the script, and a journal
+    // keeps the order. If a flush fails the entries are gone all the same.
     for (const String& directory : {String(kServiceDir), String(kEtc), linkDir}) {
         if (!directory.IsEmpty()) Forgive(corekit::Dir::FlushEntries(directory));
     }

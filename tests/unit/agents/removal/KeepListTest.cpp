@@ -10,8 +10,8 @@
 namespace Zorvane::AgentInstaller {
 namespace {
 
+using corekit::HostDirectory;
 using corekit::String;
-using corekit::File::HostDirectory;
 using testfiles::Exists;
 using testfiles::Write;
 
