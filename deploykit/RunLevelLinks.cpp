@@ -63,9 +63,9 @@ Result LinkIn(const String& levels, const String& links, const String& prefix, c
     return result;
 }
 
-/// All links of the service; what cannot be read is told by `result`.
-std::vector<FileInfo> FindLinks(const String& name, Result& result) {
-    std::vector<FileInfo> links;
+/// Adds all links of the service. Fails when a directory cannot be read, for a reason that may pass.
+Result FindLinks(const String& name, std::vector<FileInfo>& links) {
+    Result result;
     const auto read = [&result](const String& directory, const String& pattern,
                                 std::vector<FileInfo>& entries) {
         const Result reading = Dir::ReadEntries(directory, pattern, entries);
@@ -77,7 +77,7 @@ std::vector<FileInfo> FindLinks(const String& name, Result& result) {
         for (const FileInfo& level : levels) read(level.path, kAllLinks + name, links);
     }
     std::erase_if(links, [](const FileInfo& link) { return link.isDirectory; });
-    return links;
+    return result;
 }
 
 }  // namespace
@@ -101,13 +101,15 @@ void MakeDirectories(const ServiceLevels& levels) {
 }
 
 bool Exist(const String& name) {
-    Result unread;
-    return !FindLinks(name, unread).empty();
+    std::vector<FileInfo> links;
+    Forgive(FindLinks(name, links));  // `Remove` fails where they cannot be read
+    return !links.empty();
 }
 
 Result Remove(const String& name) {
-    Result result;
-    for (const FileInfo& link : FindLinks(name, result))
+    std::vector<FileInfo> links;
+    Result result = FindLinks(name, links);
+    for (const FileInfo& link : links)
         result = Worse(result, File::Remove(link.path, corekit::HostDirectory::Meant));
     return result;
 }

@@ -1,6 +1,8 @@
 // Service scripts: their place, their macros, and the comment header that the host's tools read.
 #include "deploykit/ServiceScript.h"
 
+#include <optional>
+
 #include "corekit/text/Text.h"
 
 namespace deploykit {
@@ -26,6 +28,7 @@ class HeaderReader {
     explicit HeaderReader(const String& script)
         : m_lines(script, L"\n"), m_hasBlock((L"\n" + script).Contains(L"\n" + String(kBlockBegin))) {}
 
+    /// The next line into `line`; false at the end.
     bool GetLine(String& line) {
         if (!m_lines.GetToken(line)) return false;
         const bool isComment = line.StartsWith(L"#") || line.Trim().IsEmpty();
@@ -37,14 +40,13 @@ class HeaderReader {
         return true;
     }
 
-    /// True, and the value, if the last line is "# KEYWORD: value" and the keyword counts there.
-    bool ReadField(const String& line, const String& keyword, String& value) const {
+    /// The value of the last line, `line`, if that is "# KEYWORD: value" and the keyword counts there.
+    std::optional<String> Field(const String& line, const String& keyword) const {
         const bool countsAnywhere = keyword == kChkconfig || keyword == kPidFile;
-        if (!line.StartsWith(L"#") || !(m_isLsb || countsAnywhere)) return false;
+        if (!line.StartsWith(L"#") || !(m_isLsb || countsAnywhere)) return std::nullopt;
         const String field = line.Mid(1).TrimLeft();
-        if (!field.StartsWith(keyword + L":")) return false;
-        value = field.Mid(keyword.Length() + 1).Trim();
-        return true;
+        if (!field.StartsWith(keyword + L":")) return std::nullopt;
+        return field.Mid(keyword.Length() + 1).Trim();
     }
 
   private:
@@ -72,12 +74,10 @@ String ChkconfigValue(const String& value, const String& levels) {
 }
 
 String WithLevels(const HeaderReader& header, const String& line, const ServiceLevels& levels) {
-    String value;
-    if (header.ReadField(line, kDefaultStart, value)) return FieldLine(kDefaultStart, Spaced(levels.start));
-    if (header.ReadField(line, kDefaultStop, value)) return FieldLine(kDefaultStop, Spaced(levels.stop));
-    if (header.ReadField(line, kChkconfig, value)) {
-        return FieldLine(kChkconfig, ChkconfigValue(value, levels.start));
-    }
+    if (header.Field(line, kDefaultStart)) return FieldLine(kDefaultStart, Spaced(levels.start));
+    if (header.Field(line, kDefaultStop)) return FieldLine(kDefaultStop, Spaced(levels.stop));
+    if (const auto value = header.Field(line, kChkconfig))
+        return FieldLine(kChkconfig, ChkconfigValue(*value, levels.start));
     return line;
 }
 
@@ -103,10 +103,9 @@ String ExpandServiceTemplate(const String& text, const String& installDir, const
 
 String ServiceHeaderField(const String& script, const String& keyword) {
     String line;
-    String value;
     HeaderReader header(script);
     while (header.GetLine(line)) {
-        if (header.ReadField(line, keyword, value)) return value;
+        if (const auto value = header.Field(line, keyword)) return *value;
     }
     return String();
 }

@@ -77,8 +77,9 @@ Result Enable(const String& name, const std::vector<String>& targets) {
     return result;
 }
 
-/// All links by which targets, or units that an administrator chose, pull the unit in.
-Result EnablingLinks(const String& name, std::vector<FileInfo>& links) {
+/// Adds all links by which targets, or units that an administrator chose, pull the unit in. Fails when a
+/// directory cannot be read, for a reason that may pass.
+Result FindEnablingLinks(const String& name, std::vector<FileInfo>& links) {
     Result result;
     const auto read = [&result](const String& directory, const String& pattern,
                                 std::vector<FileInfo>& found) {
@@ -115,7 +116,7 @@ Result Install(const String& name, const String& script, const String& startLeve
     }
     const std::vector<String> targets = TargetsOf(startLevels);
     std::vector<FileInfo> oldLinks;
-    Result result = EnablingLinks(name, oldLinks);
+    Result result = FindEnablingLinks(name, oldLinks);
     result = Worse(result, RemoveLinks(oldLinks));
     if (result) result = Dir::CreateR(kUnitDir);
     if (result) result = File::Write(UnitPath(name), UnitText(name, script, targets));
@@ -127,19 +128,19 @@ Result Install(const String& name, const String& script, const String& startLeve
 bool Exists(const String& name) {
     std::vector<FileInfo> links;
     // Removing the service reads them once more, and fails where they cannot be read.
-    Forgive(EnablingLinks(name, links));
+    Forgive(FindEnablingLinks(name, links));
     return HasUnit(name) || !links.empty();
 }
 
 bool IsEnabled(const String& name) {
     std::vector<FileInfo> links;
-    Forgive(EnablingLinks(name, links));  // a link that is not known enables nothing
+    Forgive(FindEnablingLinks(name, links));  // a link that is not known enables nothing
     return HasUnit(name) && !links.empty();
 }
 
 Result Remove(const String& name) {
     std::vector<FileInfo> links;
-    Result result = EnablingLinks(name, links);
+    Result result = FindEnablingLinks(name, links);
     const Result unmasked = CheckUnmasked(name);
     if (IsTransient(unmasked)) result = Worse(result, unmasked);
     const bool hasUnit = HasUnit(name);

@@ -31,15 +31,14 @@ Result SetUpAttributes(int fd, const EntryRef& target, const WriteAs& as) {
 
 Result ReplaceByLink(const std::string& target, const EntryRef& link) {
     const SignalBlock untilItStandsOrIsGone;
-    std::string name;
-    const Result result = MakeBeside(link, name, [&](const std::string& candidate) {
-        return Outcome(symlinkat(target.c_str(), link.directory, candidate.c_str()));
+    const auto made = MakeBeside(link, [&](const std::string& name) {
+        return Outcome(symlinkat(target.c_str(), link.directory, name.c_str()));
     });
-    if (!result) return result;
-    if (renameat(link.directory, name.c_str(), link.directory, link.name.c_str()) == 0) return Result();
-    const Result failure = Result::FromErrno();
-    unlinkat(link.directory, name.c_str(), 0);
-    return failure;
+    if (!made) return made.error();
+    const Result renamed =
+        Outcome(renameat(link.directory, made->c_str(), link.directory, link.name.c_str()));
+    if (!renamed) unlinkat(link.directory, made->c_str(), 0);
+    return renamed;
 }
 
 /// Small pieces are collected; large ones are written from where they lie.
@@ -135,12 +134,11 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent) {
 Expected<String> MakeTemp(const String& pattern) {
     const auto place = ParentDirectory::Of(pattern);
     if (!place) return place.error().About(pattern);
-    std::string name;
-    const Result result = MakeFromPattern(place->name, name, [&](const std::string& candidate) {
-        return OpenAt(place->Fd(), candidate, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600).Outcome();
+    const auto made = MakeFromPattern(place->name, [&](const std::string& name) {
+        return OpenAt(place->Fd(), name, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW, 0600).Outcome();
     });
-    if (!result) return result.About(pattern);
-    return Path::Join(Path::GetDirectory(pattern), String::FromUtf8(name));
+    if (!made) return made.error().About(pattern);
+    return Path::Join(Path::GetDirectory(pattern), String::FromUtf8(*made));
 }
 
 }  // namespace corekit::File

@@ -72,10 +72,9 @@ String IniFile::GetValue(const String& section, const String& key) const {
 }
 
 bool IniFile::GetValue(const String& section, const String& key, String& value) const {
-    std::string_view bytes;
-    const bool exists = m_text->Get(section.Utf8(), key.Utf8(), bytes);
-    if (exists) value = String::FromUtf8(bytes);
-    return exists;
+    const auto bytes = m_text->Get(section.Utf8(), key.Utf8());
+    if (bytes) value = String::FromUtf8(*bytes);
+    return bytes.has_value();
 }
 
 void IniFile::GetEntries(const String& section, Entries& entries) const {

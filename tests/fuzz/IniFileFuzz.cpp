@@ -104,20 +104,18 @@ void CheckOtherEntries(const Edit& edit, bool wasThere, const std::string& after
 void CheckSetting(const Edit& edit) {
     IniText lines(edit.text, edit.keyCase);
     Holds(Joined(lines) == edit.text, "a text that nothing is set in stays as it is");
-    std::string_view value;
-    const bool wasThere = lines.Get(edit.section, edit.key, value);
+    const bool wasThere = lines.Get(edit.section, edit.key).has_value();
     lines.Set(edit.section, edit.key, edit.value);
     const std::string after = Joined(lines);
-    if (!lines.Get(edit.section, edit.key, value))
-        return Holds(after == edit.text, "what cannot be set changes nothing");
+    const auto value = lines.Get(edit.section, edit.key);
+    if (!value) return Holds(after == edit.text, "what cannot be set changes nothing");
 
-    Holds(value == InOneLine(edit.value), "what is set is what is got");
+    Holds(*value == InOneLine(edit.value), "what is set is what is got");
     CheckChange(edit, wasThere, after);
     CheckOtherEntries(edit, wasThere, after);
 
     IniText again(after, edit.keyCase);
-    Holds(again.Get(edit.section, edit.key, value) && value == InOneLine(edit.value),
-          "what is written is what is read");
+    Holds(again.Get(edit.section, edit.key) == InOneLine(edit.value), "what is written is what is read");
     again.Set(edit.section, edit.key, edit.value);
     Holds(Joined(again) == after, "setting the same again changes nothing");
 }

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "corekit/fs/detail/TempName.h"
 #include "corekit/os/SystemCall.h"
@@ -19,14 +20,13 @@ AtomicFile::~AtomicFile() {
 Result AtomicFile::Begin() {
     const auto present = StatOf(m_target.directory, m_target.name);
     if (present && S_ISDIR(present->st_mode)) return Result(EISDIR);
-    std::string name;
-    const Result result = MakeBeside(m_target, name, [&](const std::string& candidate) {
-        auto file = OpenAt(m_target.directory, candidate, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
+    auto made = MakeBeside(m_target, [&](const std::string& name) {
+        auto file = OpenAt(m_target.directory, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
         if (file) m_file = std::move(*file);
         return file.Outcome();
     });
-    if (result) m_temporaryName = name;
-    return result;
+    if (made) m_temporaryName = std::move(*made);
+    return made.Outcome();
 }
 
 Result AtomicFile::Commit() {

@@ -39,9 +39,9 @@ std::size_t CountEntries(int directory) {
     return count;
 }
 
-/// Reads a directory once. `isDue` tells that another reading may find what this one has missed.
-Result RemoveOnce(int directory, DirectoryBatch& batch, const std::function<bool(const DirEntry&)>& remove,
-                  bool& isDue) {
+/// Reads a directory once. Returns true if another reading may find what this one has missed.
+Expected<bool> RemoveOnce(int directory, DirectoryBatch& batch,
+                          const std::function<bool(const DirEntry&)>& remove) {
     bool hasRemoved = false;
     PassLimit limit;
     std::size_t met = 0;
@@ -49,11 +49,9 @@ Result RemoveOnce(int directory, DirectoryBatch& batch, const std::function<bool
         const Result result = batch.Read(directory);
         for (const DirEntry& entry : batch) hasRemoved |= remove(entry);
         met += static_cast<std::size_t>(batch.end() - batch.begin());
-        if (!batch.IsEnd() && limit.IsReached(directory, met)) return Result(EBUSY);
-        if (batch.IsEnd()) {
-            isDue = hasRemoved && !isFirst;
-            return result;
-        }
+        if (!result) return result;
+        if (batch.IsEnd()) return hasRemoved && !isFirst;
+        if (limit.IsReached(directory, met)) return Result(EBUSY);
     }
 }
 
@@ -65,7 +63,7 @@ bool IsDirectory(int directory, const DirEntry& entry) {
     return fstatat(directory, entry.name, &info, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(info.st_mode);
 }
 
-// Left uninitialised: pages that no directory fills are never touched.
+// The memory is left uninitialised: pages that no directory fills are never touched.
 DirectoryBatch::DirectoryBatch() : m_buffer(new char[kMostAtOnce]), m_memory(new DirEntry[kMostEntries]) {}
 
 Result DirectoryBatch::Read(int directory, std::size_t size) {
@@ -112,13 +110,12 @@ bool PassLimit::IsReached(int directory, std::size_t met) {
 
 Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& remove) {
     DirectoryBatch batch;
-    Result result;
-    bool isDue = true;
-    for (unsigned reading = 0; isDue && result && reading < kMostReadings; ++reading) {
+    Expected<bool> isDue = true;
+    for (unsigned reading = 0; isDue && *isDue && reading < kMostReadings; ++reading) {
         lseek(directory, 0, SEEK_SET);
-        result = RemoveOnce(directory, batch, remove, isDue);
+        isDue = RemoveOnce(directory, batch, remove);
     }
-    return result;
+    return isDue.Outcome();
 }
 
 }  // namespace corekit

@@ -22,9 +22,9 @@ struct DirEntry {
 bool IsDirectory(int directory, const DirEntry& entry);
 
 /// Some of a directory's entries, "." and ".." left out, in the order of inodes: working through them writes
-/// to the disk in the order of its blocks. A batch is large because, of a million files, only some 100,000
-/// have more than one in most blocks of inodes. Where the kernel tells the last inode first, as tmpfs does, a
-/// small batch is as good, and still in the processor's caches.
+/// to the disk in the order of its blocks. A batch is large so that most blocks of inodes have several of its
+/// entries: of a million files that takes some 100,000. Where the kernel gives the entries in the reverse
+/// order of inodes, as tmpfs does, a small batch is as good, and stays in the processor's caches.
 class DirectoryBatch {
   public:
     static constexpr std::size_t kLargest = 4 << 20;  // some 95,000 entries with short names
@@ -73,9 +73,9 @@ class PassLimit {
     std::size_t m_most = 0;  // 0: not counted yet
 };
 
-/// Reads a directory from its start and gives `remove` each entry, which returns true if it removed that;
-/// again, as long as it removes any. Returns the first failure to read; EBUSY when somebody keeps adding
-/// entries.
+/// Reads a directory from its start and calls `remove` with each entry, which returns true if it has removed
+/// the entry. Reads again as long as entries are removed, at most `kMostReadings` times. Returns the first
+/// failure to read; EBUSY when somebody keeps adding entries.
 Result RemoveEntriesOf(int directory, const std::function<bool(const DirEntry&)>& remove);
 
 }  // namespace corekit

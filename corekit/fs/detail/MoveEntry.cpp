@@ -3,7 +3,6 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <optional>
 #include <string>
 #include <sys/stat.h>
@@ -60,18 +59,17 @@ Result MoveByCopy(const EntryRef& from, const EntryRef& to, Existing existing) {
     // copy.
     std::optional<SignalBlock> untilItStandsOrIsGone;
     if (!IsDirectory(from)) untilItStandsOrIsGone.emplace();
-    EntryRef copy = to;
-    Result result = MakeBeside(to, copy.name, [&](const std::string& candidate) {
-        return CopyEntry(from, {to.directory, candidate});
+    const auto made = MakeBeside(to, [&](const std::string& name) {
+        return CopyEntry(from, {to.directory, name});
     });
-    if (!result) return result;
-    result = Rename(copy, to, existing);
-    if (!result) {
-        Forgive(RemoveEntry(copy));  // what is left of it the next move clears away
-        return result;
+    if (!made) return made.error();
+    const EntryRef copy{to.directory, *made};
+    if (const Result renamed = Rename(copy, to, existing); !renamed) {
+        Forgive(RemoveEntry(copy));  // the next move clears away what is left of it
+        return renamed;
     }
-    if (result = Flush(to.directory); !result) return result;
-    return RemoveEntry(from);
+    const Result flushed = Flush(to.directory);
+    return flushed ? RemoveEntry(from) : flushed;
 }
 
 }  // namespace

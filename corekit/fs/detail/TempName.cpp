@@ -27,35 +27,34 @@ std::string RandomSuffix() {
     return suffix;
 }
 
-Result MakeUnderAnyName(const std::string& stem, std::string& made,
-                        const std::function<Result(const std::string& candidate)>& make) {
-    Result result(EEXIST);
-    for (int attempt = 0; attempt < kAttempts && result.Code() == EEXIST; ++attempt) {
-        made = stem + RandomSuffix();
-        result = make(made);
+Expected<std::string> MakeUnderAnyName(const std::string& stem, const MakeNamed& make) {
+    for (int attempt = 0; attempt < kAttempts; ++attempt) {
+        std::string name = stem + RandomSuffix();
+        const Result made = make(name);
+        if (made) return name;
+        if (made.Code() != EEXIST) return made;
     }
-    return result;
+    return Result(EEXIST);
 }
 
 }  // namespace
 
-Result MakeBeside(const EntryRef& entry, std::string& made,
-                  const std::function<Result(const std::string& candidate)>& make) {
+Expected<std::string> MakeBeside(const EntryRef& entry, const MakeNamed& make) {
     const std::string stem = std::string(".").append(entry.name, 0, kLongestStem).append(".");
-    made = stem + kUnfinished;
-    Result result = make(made);
-    if (result.Code() == EEXIST) {
-        Forgive(RemoveEntry({entry.directory, made}));  // else another name is found
-        result = make(made);
+    std::string name = stem + kUnfinished;
+    Result made = make(name);
+    if (made.Code() == EEXIST) {
+        Forgive(RemoveEntry({entry.directory, name}));  // else another name is found
+        made = make(name);
     }
-    return result.Code() == EEXIST ? MakeUnderAnyName(stem, made, make) : result;
+    if (made) return name;
+    return made.Code() == EEXIST ? MakeUnderAnyName(stem, make) : made;
 }
 
-Result MakeFromPattern(const std::string& pattern, std::string& made,
-                       const std::function<Result(const std::string& candidate)>& make) {
+Expected<std::string> MakeFromPattern(const std::string& pattern, const MakeNamed& make) {
     const std::string placeholder(6, 'X');
     if (!pattern.ends_with(placeholder)) return Result(EINVAL);
-    return MakeUnderAnyName(pattern.substr(0, pattern.size() - placeholder.size()), made, make);
+    return MakeUnderAnyName(pattern.substr(0, pattern.size() - placeholder.size()), make);
 }
 
 }  // namespace corekit

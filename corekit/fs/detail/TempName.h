@@ -9,15 +9,16 @@
 
 namespace corekit {
 
-/// Calls `make` with the hidden name that belongs to an entry (".NAME.unfinished"); returns its result, and
-/// the name in `made`. First removes what a killed run left under that name; if the name is taken all the
-/// same, tries others (".NAME.XXXXXX") until `make` does not fail with EEXIST.
-Result MakeBeside(const EntryRef& entry, std::string& made,
-                  const std::function<Result(const std::string& candidate)>& make);
+/// Makes something under a name; EEXIST when the name is taken.
+using MakeNamed = std::function<Result(const std::string& name)>;
 
-/// Calls `make` with names from a pattern ending in XXXXXX, until it does not fail with EEXIST; returns its
-/// result, and the name in `made`. Unlike mkstemp(3) it works where the system gives no random numbers.
-Result MakeFromPattern(const std::string& pattern, std::string& made,
-                       const std::function<Result(const std::string& candidate)>& make);
+/// Calls `make` with the hidden name that belongs to an entry (".NAME.unfinished"), and returns the name.
+/// First removes what a killed run left under that name; if the name is taken all the same, tries others
+/// (".NAME.XXXXXX"). Fails when `make` fails with anything but EEXIST, or with that for a hundred others.
+Expected<std::string> MakeBeside(const EntryRef& entry, const MakeNamed& make);
+
+/// The same with names from a pattern, which ends in XXXXXX (EINVAL otherwise). mkstemp(3) takes a path, and
+/// cannot make a file in an open directory.
+Expected<std::string> MakeFromPattern(const std::string& pattern, const MakeNamed& make);
 
 }  // namespace corekit

@@ -32,7 +32,7 @@ class EditedText {
   public:
     using Place = std::size_t;
 
-    /// At the beginning of a text it belongs to no line.
+    /// Where a text begins with it, it belongs to no line.
     static constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
     explicit EditedText(std::string text);

@@ -10,8 +10,8 @@ namespace corekit {
 
 namespace {
 
-constexpr std::size_t kTextInBunch = 65536;
-constexpr std::size_t kMostBunches = 512;
+constexpr std::size_t kTextPerBucket = 65536;
+constexpr std::size_t kMostBuckets = 512;
 
 constexpr std::uint64_t kFold = 0x2020202020202020;  // makes ASCII letters lower case, eight at a time
 constexpr std::uint64_t kSpread = 0x9e3779b97f4a7c15;
@@ -94,10 +94,10 @@ void IniSection::AddPart(std::size_t begin, std::size_t end, std::size_t addAt) 
 }
 
 void IniSection::MakeIndex() {
-    if (!m_bunches.empty()) return;
+    if (!m_buckets.empty()) return;
     std::size_t size = 0;
     for (const Part& part : m_parts) size += part.end - part.begin;
-    m_bunches.resize(std::bit_ceil(std::clamp<std::size_t>(size / kTextInBunch, 1, kMostBunches)));
+    m_buckets.resize(std::bit_ceil(std::clamp<std::size_t>(size / kTextPerBucket, 1, kMostBuckets)));
     for (const Part& part : m_parts) IndexPart(part);
 }
 
@@ -109,7 +109,7 @@ void IniSection::IndexPart(const Part& part) {
         const IniLine line = ParseIniLine(text.substr(begin, end - begin));
         if (line.kind != IniLine::Kind::Entry) continue;
         const std::uint32_t hash = HashOf(line.name);
-        BunchOf(hash).push_back({hash, static_cast<std::uint32_t>(begin)});
+        BucketOf(hash).push_back({hash, static_cast<std::uint32_t>(begin)});
         m_addAt = next;
     }
 }
@@ -118,7 +118,7 @@ IniSection::Place IniSection::Find(std::string_view key, IniFile::KeyCase keyCas
     MakeIndex();
     const std::uint32_t hash = HashOf(key);
     Place inAnyCase = kNone;
-    for (const Item& item : BunchOf(hash)) {
+    for (const Item& item : BucketOf(hash)) {
         if (item.hash != hash) continue;
         const std::string_view present = ParseIniLine(m_text.Line(item.place)).name;
         if (present == key) return item.place;
@@ -131,8 +131,8 @@ IniSection::Place IniSection::Find(std::string_view key, IniFile::KeyCase keyCas
 std::vector<IniSection::Place> IniSection::Entries() {
     MakeIndex();
     std::vector<Place> places;
-    for (const Bunch& bunch : m_bunches) {
-        for (const Item& item : bunch) places.push_back(item.place);
+    for (const Bucket& bucket : m_buckets) {
+        for (const Item& item : bucket) places.push_back(item.place);
     }
     std::ranges::sort(places);
     return places;
@@ -142,7 +142,7 @@ void IniSection::AddEntry(std::string_view key, std::string_view value) {
     MakeIndex();
     const Place place = m_text.AddLine(m_addAt, m_rank, std::string(key).append("=").append(value));
     const std::uint32_t hash = HashOf(key);
-    BunchOf(hash).push_back({hash, static_cast<std::uint32_t>(place)});
+    BucketOf(hash).push_back({hash, static_cast<std::uint32_t>(place)});
 }
 
 IniText::IniText(std::string text, IniFile::KeyCase keyCase) : m_text(std::move(text)), m_keyCase(keyCase) {
@@ -172,18 +172,14 @@ void IniText::FindSections() {
     endPart(text.size());
 }
 
-bool IniText::Get(std::string_view section, std::string_view key, std::string_view& value) {
-    IniSection* const found = Find(section);
-    const EditedText::Place place =
-        found != nullptr ? found->Find(Trimmed(key), m_keyCase) : IniSection::kNone;
-    if (place != IniSection::kNone) value = ParseIniLine(m_text.Line(place)).value;
-    return place != IniSection::kNone;
+std::optional<std::string_view> IniText::Get(std::string_view section, std::string_view key) {
+    const EditedText::Place place = Find(section, key);
+    if (place == IniSection::kNone) return std::nullopt;
+    return ParseIniLine(m_text.Line(place)).value;
 }
 
 std::size_t IniText::LineOf(std::string_view section, std::string_view key) {
-    IniSection* const found = Find(section);
-    const EditedText::Place place =
-        found != nullptr ? found->Find(Trimmed(key), m_keyCase) : IniSection::kNone;
+    const EditedText::Place place = Find(section, key);
     const std::string_view text = m_text.Original();
     if (place == IniSection::kNone || place >= text.size()) return 0;
     if (m_lineEnds.empty()) {
@@ -197,6 +193,11 @@ std::size_t IniText::LineOf(std::string_view section, std::string_view key) {
 IniSection* IniText::Find(std::string_view name) {
     const auto found = m_sections.find(Trimmed(name));
     return found != m_sections.end() ? &found->second : nullptr;
+}
+
+EditedText::Place IniText::Find(std::string_view section, std::string_view key) {
+    IniSection* const found = Find(section);
+    return found != nullptr ? found->Find(Trimmed(key), m_keyCase) : IniSection::kNone;
 }
 
 std::vector<IniLine> IniText::Entries(std::string_view section) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,9 +21,9 @@ namespace corekit {
 /// The index is there because a section may have a million entries, of which a run looks up a hundred:
 /// walking all of them for each would take minutes, and a hash table of them is slower to fill than the file
 /// is to read. So each key is hashed (without regard to ASCII case, which serves both ways of looking it up),
-/// and its hash appended to one of a few bunches, all of which stay in the processor's cache. A look-up walks
-/// one bunch and compares hashes before keys. The index is made when the section is first asked for an entry:
-/// most sections of a large file never are.
+/// and its hash appended to one of a few buckets, all of which stay in the processor's cache. A look-up walks
+/// one bucket and compares hashes before keys. The index is made when the section is first asked for an
+/// entry: most sections of a large file never are.
 class IniSection {
   public:
     using Place = EditedText::Place;
@@ -54,17 +55,17 @@ class IniSection {
         std::uint32_t hash;
         std::uint32_t place;  // wide enough for every file that is read
     };
-    using Bunch = std::deque<Item>;
+    using Bucket = std::deque<Item>;
 
     void MakeIndex();
     void IndexPart(const Part& part);
-    Bunch& BunchOf(std::uint32_t hash) { return m_bunches[hash & (m_bunches.size() - 1)]; }
+    Bucket& BucketOf(std::uint32_t hash) { return m_buckets[hash & (m_buckets.size() - 1)]; }
 
     EditedText& m_text;
     std::size_t m_rank;
     std::vector<Part> m_parts;
     std::size_t m_addAt = 0;
-    std::vector<Bunch> m_bunches;  // a power of two; empty until the index is made
+    std::vector<Bucket> m_buckets;  // a power of two; empty until the index is made
 };
 
 /// The whole text. Names and values are bytes here; both are trimmed, and line ends and NULs in them count as
@@ -75,8 +76,8 @@ class IniText {
     IniText(const IniText&) = delete;
     IniText& operator=(const IniText&) = delete;
 
-    /// The value of an entry, valid until the next `Set`; false if there is no such entry.
-    bool Get(std::string_view section, std::string_view key, std::string_view& value);
+    /// The value of an entry, valid until the next `Set`; none if there is no such entry.
+    std::optional<std::string_view> Get(std::string_view section, std::string_view key);
 
     /// The number of the original line of an entry, from 1; 0 for one that is not there or was added.
     std::size_t LineOf(std::string_view section, std::string_view key);
@@ -93,6 +94,7 @@ class IniText {
   private:
     void FindSections();
     IniSection* Find(std::string_view name);
+    EditedText::Place Find(std::string_view section, std::string_view key);
     IniSection& FindOrAdd(const std::string& name);
     void ChangeValue(EditedText::Place place, const std::string& value);
 
