@@ -19,7 +19,7 @@ constexpr Question kQuestions[] = {
      L"Name or IP of Kell Server? If your server uses HTTPS or a non-default port, it is necessary to "
      L"specify the full URL.\nExample:  https://kellserver.example.com:8083",
      L"", AnswerKind::Text, L""},
-    {L"InstallDir", L"The directory the Agent package has been installed to?", L"/opt/zorvane/kell/ksagent",
+    {L"InstallDir", L"The directory the Agent package has been installed to?", Names::kUsualInstallDir,
      AnswerKind::Directory, L""},
     {L"Upgrade", L"Do you want to keep old settings?", L"yes", AnswerKind::YesNo, L""},
     {L"AllowNonRoot", L"Allow program execution by unprivileged users?", L"yes", AnswerKind::YesNo, L""},
@@ -70,18 +70,8 @@ struct Judgement {
     const wchar_t* complaint = L"";
 };
 
-Judgement If(bool isGood, const String& stored) {
+Judgement StoredIf(bool isGood, const String& stored) {
     return {isGood ? std::optional(stored) : std::nullopt};
-}
-
-/// True if the answer has a character that controls a terminal or breaks a line of client.conf. (The bytes of
-/// another character set do neither.)
-bool HasControlCharacter(const String& answer) {
-    return std::ranges::any_of(answer, [](wchar_t character) {
-        const auto code =
-            static_cast<char32_t>(character);  // whether wchar_t has a sign depends on the machine
-        return code < 0x20 || (code >= 0x7F && code < 0xA0);
-    });
 }
 
 bool IsAllowed(const Question& question, const String& answer) {
@@ -103,14 +93,15 @@ Judgement JudgeDirectory(const Question& question, const String& answer) {
 Judgement JudgeYesOrNo(const String& answer) {
     const String initial = answer.Lower().Left(1);
     if (initial == L"y") return {L"yes"};
-    return If(initial == L"n", L"no");
+    return StoredIf(initial == L"n", L"no");
 }
 
 Judgement Judge(const Question& question, const String& answer) {
-    if (answer.IsEmpty() || HasControlCharacter(answer)) return {};
+    // A control character would steer a terminal or break a line of client.conf.
+    if (answer.IsEmpty() || std::ranges::any_of(answer, corekit::IsControl)) return {};
     switch (question.kind) {
         case AnswerKind::Text:
-            return If(IsAllowed(question, answer), answer);
+            return StoredIf(IsAllowed(question, answer), answer);
         case AnswerKind::Directory:
             return JudgeDirectory(question, answer);
         case AnswerKind::NonEmpty:
@@ -118,7 +109,7 @@ Judgement Judge(const Question& question, const String& answer) {
         case AnswerKind::YesNo:
             return JudgeYesOrNo(answer);
         case AnswerKind::Digits:
-            return If(std::ranges::all_of(answer, corekit::IsDigit), answer);
+            return StoredIf(std::ranges::all_of(answer, corekit::IsDigit), answer);
     }
     return {};
 }

@@ -4,8 +4,6 @@
 #include <fcntl.h>
 #include <string>
 #include <string_view>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
@@ -55,7 +53,7 @@ String WithoutDots(String path) {
 
 /// True where something may be mounted below a directory.
 bool MayHoldMounts(const Descriptor& directory) {
-    const auto path = ReadLink(AT_FDCWD, "/proc/self/fd/" + std::to_string(directory.Get()));
+    const auto path = ReadLink(AT_FDCWD, ProcPath(directory.Get()));
     const auto table = OpenAt(AT_FDCWD, "/proc/self/mountinfo", O_RDONLY);
     if (!path || !table) return true;
     const auto mounts = ReadAll(table->Get(), kLongestMountTable);

@@ -54,7 +54,7 @@ bool MayBeDirectory(const String& path) {
 
 Result CheckNotLink(const String& path) {
     const auto place = ParentDirectory::Of(path);
-    const auto found = place ? StatOf(place->Fd(), place->name) : Expected<struct stat>(place.error());
+    const auto found = place ? StatOf(place->Fd(), place->name) : place.error();
     if (found) return (S_ISLNK(found->st_mode) ? Result(ELOOP) : Result()).About(path);
     return IsTransient(found.error()) ? found.error().About(path) : Result();
 }

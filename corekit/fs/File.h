@@ -13,8 +13,6 @@
 
 namespace corekit::File {
 
-using corekit::HostDirectory;
-
 /// Success when the path names anything, else why not (see `IsNotFound`). Links are followed: a dangling link
 /// does not exist.
 Result Probe(const String& path);
@@ -27,12 +25,14 @@ bool MayBeDirectory(const String& path);
 /// True if the path is known to be a directory.
 bool IsDirectory(const String& path);
 
-/// Success for anything but a symbolic link (ELOOP), and for a path that does not exist; otherwise the
-/// failure of the lookup. A "/" at the end of the path does not count.
+/// Success for anything but a symbolic link (ELOOP), also for a path at which nothing can be found. Fails as
+/// well when the lookup fails for a reason that may pass (see `IsTransient`). A "/" at the end of the path
+/// does not count.
 Result CheckNotLink(const String& path);
 
+/// True if the effective user may read what is at the path, or write to it; nobody may write where the file
+/// system is read-only.
 bool IsReadable(const String& path);
-/// True if the effective user may write it, on a file system that is not read-only.
 bool IsWritable(const String& path);
 
 /// More bytes than any file that the program reads.
@@ -83,7 +83,7 @@ Result CheckRemovable(const String& path);
 /// Removes the files that a shell wildcard in the last component names ("*", "?", "[...]"); the directory
 /// before it is taken literally. Directories that match are removed as trees. "*" takes no leading dot unless
 /// the pattern has it. Wildcards in one of the host's own directories are not expanded unless it is meant. An
-/// empty pattern names nothing; the result is the worst failure.
+/// empty pattern names nothing; one that ends in "/" is refused (EINVAL). Returns the worst failure.
 Result RemoveEx(const String& pattern, HostDirectory hostDirectory = HostDirectory::Refused);
 
 /// Renames, replacing an existing target; to another file system by copy, flush and rename there. Neither

@@ -152,7 +152,7 @@ Result CheckIsOwn(const SharedDirectory& shared, const String& entry, const Stri
     return std::ranges::count_if(ownData, lies) > 1 ? CheckHoldsOwnData(entry) : Result(EPERM);
 }
 
-/// What the shared directories are, over whichever links and mounts; of one that is missing, nothing.
+/// The shared directories, whichever links and mounts lead there; of one that is missing, zeros.
 using SharedStats = std::array<struct stat, kSharedDirectories.size()>;
 
 Expected<SharedStats> StatsOfShared() {
@@ -164,11 +164,12 @@ Expected<SharedStats> StatsOfShared() {
     return stats;
 }
 
-/// EPERM when the directory lies in a shared one, and is no own one. Looks up to the root.
+/// EPERM when the directory lies in a shared one and is not the caller's own. Looks at each directory above,
+/// up to the root.
 Result CheckIsNotShared(const Descriptor& directory) {
     const auto shared = StatsOfShared();
     if (!shared) return shared.error();
-    const String self = Path::Resolve(String::FromUtf8("/proc/self/fd/" + std::to_string(directory.Get())));
+    const String self = Path::Resolve(String::FromUtf8(ProcPath(directory.Get())));
     auto level = StatOf(directory.Get());
     Descriptor held;
     for (String entry = self; level; entry = Path::GetDirectory(entry)) {
@@ -188,8 +189,8 @@ Result CheckIsNotShared(const Descriptor& directory) {
     return level.error();
 }
 
-/// Looks at a directory that may be missing. Links of others are followed here, since they only make for more
-/// that is the host's.
+/// Looks at a directory that may be missing. Links of other users are followed here, since they can only lead
+/// to more directories that are refused.
 template <typename Check>
 Result CheckDirectory(const String& path, Check&& check) {
     if (IsListed(Path::Resolve(path))) return Result(EPERM);

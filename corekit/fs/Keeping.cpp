@@ -151,7 +151,7 @@ Result SetAccess(const String& path, unsigned mode, unsigned user, unsigned grou
 Result SetAttributes(const String& path, const std::map<std::string, std::string>& attributes) {
     const auto place = ParentDirectory::Of(path);
     if (!place) return place.error().About(path);
-    const std::string entry = "/proc/self/fd/" + std::to_string(place->Fd()) + "/" + place->name;
+    const std::string entry = ProcPath(place->Fd()) + "/" + place->name;
     for (const auto& [name, value] : attributes) {
         const Result set = Outcome(lsetxattr(entry.c_str(), name.c_str(), value.data(), value.size(), 0));
         if (!set && set.Code() != ENOTSUP) return set.About(path);

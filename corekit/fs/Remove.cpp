@@ -19,7 +19,7 @@ namespace corekit {
 
 namespace {
 
-/// Every removal opens its parent directory here.
+/// The directory that holds the entry, which every removal opens here. Fails as `CheckConfined` does.
 Expected<ParentDirectory> FindPlace(const String& path) {
     auto place = ParentDirectory::Of(path);
     if (!place) return place;
@@ -38,9 +38,10 @@ Result CheckEntry(const ParentDirectory& place) {
     return isSuspect ? corekit::CheckRemovable(place.directory) : Result();
 }
 
-/// A link that stands where a directory should may lead to a file among the host's: somebody else made it.
+/// Judges a link in the place of a directory: one that leads to a file in a directory of the host was not
+/// made for the agent, and fails with EPERM.
 Result CheckTarget(const ParentDirectory& link) {
-    const std::string path = "/proc/self/fd/" + std::to_string(link.Fd()) + "/" + link.name;
+    const std::string path = ProcPath(link.Fd()) + "/" + link.name;
     const String target = Path::Resolve(String::FromUtf8(path));
     const auto info = StatOf(AT_FDCWD, NativePath(target));
     if (!info) return IsTransient(info.error()) ? info.error() : Result();
@@ -116,8 +117,7 @@ Result Dir::Remove(const String& path) {
     if (const Result allowed = CheckRemovable(path); !allowed) return allowed.About(path);
     const auto place = FindPlace(path);
     if (!place) return place.error().About(path);
-    // The name is looked at once more in the place that is held open: a link on the way may have been
-    // changed.
+    // This checks the name in the directory that is open now: a link on the way may have been exchanged.
     if (const Result allowed = CheckEntry(*place); !allowed) return allowed.About(path);
     const auto info = StatOf(place->Fd(), place->name);
     if (!info) return info.error().About(path);

@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <optional>
 
-#include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 
 namespace corekit::Sys {

@@ -52,6 +52,10 @@ Expected<struct stat> StatOf(int directory, const std::string& name) {
     return info;
 }
 
+std::string ProcPath(int fd) {
+    return "/proc/self/fd/" + std::to_string(fd);
+}
+
 Expected<std::string> ReadLink(int directory, const std::string& name) {
     std::array<char, PATH_MAX> target;
     const ssize_t length = readlinkat(directory, name.c_str(), target.data(), target.size());
@@ -60,7 +64,6 @@ Expected<std::string> ReadLink(int directory, const std::string& name) {
 }
 
 Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links links) {
-    // Looked at first, since opening a device can set it to work.
     const int noFollow = links == Links::Refused ? AT_SYMLINK_NOFOLLOW : 0;
     struct stat info {};
     if (fstatat(directory, name.c_str(), &info, noFollow) != 0) return Result::FromErrno();

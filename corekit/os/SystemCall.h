@@ -21,14 +21,14 @@ auto Uninterrupted(Call&& call) {
     return returned;
 }
 
-/// Success for 0, otherwise the failure that errno stands for.
+/// The result of a system call that returned this: success for 0, otherwise the failure that errno tells of.
 Result Outcome(int returned);
 
 /// The bytes of a path. A path that holds a NUL can be given to no system call: it becomes the empty path,
 /// which names nothing, rather than the path before the NUL.
 std::string NativePath(const String& path);
 
-/// openat(2), closed when a program is executed.
+/// openat(2). The descriptor is closed when a program is executed.
 Expected<Descriptor> OpenAt(int directory, const std::string& name, int flags, unsigned mode = 0);
 
 /// Opens a directory for reading; a symbolic link is refused (ENOTDIR).
@@ -38,7 +38,10 @@ Expected<Descriptor> OpenDirectoryItself(int parent, const std::string& name);
 Expected<struct stat> StatOf(int fd);
 Expected<struct stat> StatOf(int directory, const std::string& name);
 
-/// Where a symbolic link leads.
+/// The path of an open descriptor under /proc, "/proc/self/fd/<fd>": a link to what is open.
+std::string ProcPath(int fd);
+
+/// Where a symbolic link leads, as it stands in the link; EINVAL for anything else.
 Expected<std::string> ReadLink(int directory, const std::string& name);
 
 /// A file that is open, and what fstat(2) told of it then.
@@ -49,8 +52,8 @@ struct OpenFile {
 
 enum class Links { Followed, Refused };
 
-/// Opens a regular file for reading. Anything else is refused without waiting (EISDIR,
-/// EINVAL; ELOOP for a link that is not followed).
+/// Opens a regular file for reading. Anything else is refused without being opened (EISDIR, EINVAL; ELOOP for
+/// a link that is not followed): opening it could wait, or set a device to work.
 Expected<OpenFile> OpenRegular(int directory, const std::string& name, Links links);
 
 /// Reads as much as fits into the buffer and returns how much that was: 0 bytes at the end of the file.
@@ -60,6 +63,7 @@ Expected<std::size_t> ReadSome(int fd, std::span<char> buffer);
 /// `expected`, avoids copies of a large file.
 Expected<std::string> ReadAll(int fd, std::size_t limit, std::size_t expected = 0);
 
+/// Writes all of the bytes, in as many calls as that takes.
 Result WriteAll(int fd, std::string_view bytes);
 
 /// Flushes a file or directory to disk; success on file systems that know no flush.

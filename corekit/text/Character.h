@@ -1,5 +1,5 @@
-// The classes of ASCII characters, whatever the locale, and the characters that stand for bytes without
-// meaning.
+// The classes of characters, whatever the locale, and the characters that stand for bytes that are not valid
+// text.
 #pragma once
 
 namespace corekit {
@@ -27,6 +27,12 @@ constexpr wchar_t ToLower(wchar_t character) {
 
 constexpr wchar_t ToUpper(wchar_t character) {
     return IsLower(character) ? character - (L'a' - L'A') : character;
+}
+
+/// True for the control characters: C0, DEL and C1.
+constexpr bool IsControl(wchar_t character) {
+    const auto code = static_cast<char32_t>(character);  // whether wchar_t has a sign depends on the machine
+    return code < 0x20 || (code >= 0x7F && code < 0xA0);
 }
 
 /// The character that stands for a byte 0x80..0xff: U+DC80..U+DCFF, half of a surrogate pair, which no valid

@@ -13,11 +13,6 @@ constexpr std::wstring_view kTrueWords[] = {L"yes", L"y", L"true", L"on", L"1"};
 
 constexpr std::wstring_view kPlainPunctuation = L"_./,:=@%+-{}";
 
-constexpr bool IsControl(wchar_t character) {
-    const auto code = static_cast<char32_t>(character);  // whether wchar_t has a sign depends on the machine
-    return code < 0x20 || (code >= 0x7F && code < 0xA0);
-}
-
 bool IsPlain(wchar_t character) {
     return IsDigit(character) || IsLetter(character) ||
            kPlainPunctuation.find(character) != kPlainPunctuation.npos;

@@ -1,8 +1,6 @@
 // Reading meaning into text: booleans, tokens, what is safe to show and what is safe for a shell.
 #pragma once
 
-#include <vector>
-
 #include "corekit/text/String.h"
 
 namespace corekit {

@@ -26,11 +26,6 @@ constexpr std::array kAttributeRefusals = {ENOTSUP, EPERM, EACCES};
 constexpr const char* kAccessList = "system.posix_acl_access";
 constexpr std::array kAccessLists = {kAccessList, "system.posix_acl_default"};
 
-/// What is opened with O_PATH can be changed by this name only. A link is not followed.
-std::string NameInProc(const Descriptor& file) {
-    return "/proc/self/fd/" + std::to_string(file.Get());
-}
-
 /// Opens an entry of any kind with O_PATH, so that nobody can exchange it. Refuses a file that others may
 /// have given a second name here.
 Expected<Descriptor> OpenItself(const EntryRef& entry) {
@@ -44,7 +39,7 @@ Expected<Descriptor> OpenItself(const EntryRef& entry) {
 
 Expected<Descriptor> OpenUnlessLink(const EntryRef& entry) {
     auto file = OpenItself(entry);
-    const auto info = file ? StatOf(file->Get()) : Expected<struct stat>(file.error());
+    const auto info = file ? StatOf(file->Get()) : file.error();
     if (!info) return info.error();
     return S_ISLNK(info->st_mode) ? Expected<Descriptor>(Result(ELOOP)) : std::move(file);
 }
@@ -67,11 +62,12 @@ struct AttributesOfFile {
     int Remove(const char* name) const { return fremovexattr(fd, name); }
 };
 
-/// Those of an entry opened with O_PATH, by its name in /proc.
+/// Those of an entry opened with O_PATH, which can be changed by its path under /proc only. A link is not
+/// followed.
 struct AttributesOfEntry {
     std::string path;
 
-    explicit AttributesOfEntry(const Descriptor& entry) : path(NameInProc(entry)) {}
+    explicit AttributesOfEntry(const Descriptor& entry) : path(ProcPath(entry.Get())) {}
 
     ssize_t List(char* names, std::size_t size) const { return listxattr(path.c_str(), names, size); }
     ssize_t Get(const char* name, char* value, std::size_t size) const {
@@ -90,28 +86,27 @@ bool Has(const Attributes& of, const char* name) {
 
 /// Calls a function that first tells how long a value is and then fills it in.
 template <typename Get>
-Result ReadValue(Get&& get, std::string& value) {
+Expected<std::string> ReadValue(Get&& get) {
     const ssize_t size = get(nullptr, 0);
     if (size < 0) return Result::FromErrno();
-    value.resize(static_cast<std::size_t>(size));
+    std::string value(static_cast<std::size_t>(size), '\0');
     const ssize_t length = size == 0 ? 0 : get(value.data(), value.size());
     if (length < 0) return Result::FromErrno();
     value.resize(static_cast<std::size_t>(length));
-    return Result();
+    return value;
 }
 
 template <typename Attributes>
-Result ReadAttribute(const Attributes& of, const char* name, std::string& value) {
-    return ReadValue([&](char* buffer, std::size_t size) { return of.Get(name, buffer, size); }, value);
+Expected<std::string> ReadAttribute(const Attributes& of, const char* name) {
+    return ReadValue([&](char* buffer, std::size_t size) { return of.Get(name, buffer, size); });
 }
 
 template <typename Attributes>
 Result TakeAttribute(const Attributes& to, const Attributes& model, const char* name) {
-    std::string value;
-    if (const Result read = ReadAttribute(model, name, value); !read) return read;
-    std::string present;
-    if (ReadAttribute(to, name, present) && present == value) return Result();
-    return Outcome(to.Set(name, value));
+    const auto value = ReadAttribute(model, name);
+    if (!value) return value.error();
+    if (const auto present = ReadAttribute(to, name); present && *present == *value) return Result();
+    return Outcome(to.Set(name, *value));
 }
 
 /// Names as the system lists them, each with a zero byte at its end.
@@ -121,10 +116,9 @@ bool IsListed(const std::string& names, std::string_view name) {
 
 template <typename Attributes>
 Result TakeAll(const Attributes& to, const Attributes& model) {
-    std::string names;
-    const Result listed =
-        ReadValue([&](char* buffer, std::size_t size) { return model.List(buffer, size); }, names);
-    if (!listed && !IsAttributeRefusal(listed)) return listed;
+    const auto listed = ReadValue([&](char* buffer, std::size_t size) { return model.List(buffer, size); });
+    if (!listed && !IsAttributeRefusal(listed.error())) return listed.error();
+    const std::string names = listed.value_or(std::string());
     for (const char* list : kAccessLists) {
         const bool isInherited = !IsListed(names, list) && Has(to, list);
         if (const Result gone = Outcome(isInherited ? to.Remove(list) : 0); !gone) return gone;
@@ -157,10 +151,10 @@ Result SetMode(const EntryRef& entry, unsigned mode) {
     if (!info) return info.error();
     if (S_ISREG(info->st_mode) || S_ISDIR(info->st_mode)) {
         const auto open = OpenAt(entry.directory, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        const auto opened = open ? StatOf(open->Get()) : Expected<struct stat>(open.error());
+        const auto opened = open ? StatOf(open->Get()) : open.error();
         if (opened && IsSameFile(*opened, *info)) return Outcome(fchmod(open->Get(), mode));
     }
-    return Outcome(chmod(NameInProc(*file).c_str(), mode));
+    return Outcome(chmod(ProcPath(file->Get()).c_str(), mode));
 }
 
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group) {

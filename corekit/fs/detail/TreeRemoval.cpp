@@ -21,8 +21,8 @@ namespace corekit {
 
 namespace {
 
-/// Success for an entry that is gone already.
-Result Removed(int directory, const char* name, int flags) {
+/// Removes an entry; success also if it is gone already.
+Result UnlinkIfPresent(int directory, const char* name, int flags) {
     const Result result = Outcome(unlinkat(directory, name, flags));
     return result.Code() == ENOENT ? Result() : result;
 }
@@ -31,9 +31,9 @@ bool IsNotEmpty(const Result& result) {
     return result.Code() == ENOTEMPTY || result.Code() == EEXIST;
 }
 
-/// The path of an entry in an open directory, for whoever reads of the failure.
+/// The path of an entry in an open directory, for the text of a failure; empty where it is not known.
 String PathOf(int directory, const std::string& name) {
-    const auto path = ReadLink(AT_FDCWD, "/proc/self/fd/" + std::to_string(directory));
+    const auto path = ReadLink(AT_FDCWD, ProcPath(directory));
     if (!path) return String();
     return String::FromUtf8((*path == "/" ? "" : *path) + "/" + name);
 }
@@ -104,16 +104,16 @@ class TreeRemoval : public TreeWalk {
 
     Action OnEntry(int directory, const DirEntry& entry) override {
         Result result(EISDIR);
-        if (entry.type != DT_DIR) result = Removed(directory, entry.name, 0);
+        if (entry.type != DT_DIR) result = UnlinkIfPresent(directory, entry.name, 0);
         // Tries rmdir first: an empty directory needs no walk, and a mount point answers with EBUSY.
-        if (result.Code() == EISDIR) result = Removed(directory, entry.name, AT_REMOVEDIR);
+        if (result.Code() == EISDIR) result = UnlinkIfPresent(directory, entry.name, AT_REMOVEDIR);
         if (IsNotEmpty(result)) return Action::GoIn;
         if (!result) Fail(result.About(PathOf(directory, entry.name)));
         return Action::Done;
     }
 
     Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) override {
-        const Result result = Removed(parent, name.c_str(), AT_REMOVEDIR);
+        const Result result = UnlinkIfPresent(parent, name.c_str(), AT_REMOVEDIR);
         if (IsNotEmpty(result) && !HasFailed() && reading < kMostReadings) return Reading::Again;
         if (!result) Fail(result.About(PathOf(parent, name)));
         return Reading::Done;

@@ -11,8 +11,8 @@ namespace corekit {
 /// mount point, it is emptied and stays (EBUSY).
 Result RemoveTree(const EntryRef& top);
 
-/// What unlinkat does. ENOENT for a name that is not there also where nothing can be written and the system
-/// says only that (EROFS).
+/// unlinkat(2), but ENOENT for a name that is not there on a read-only file system, too, where the system
+/// says EROFS.
 Result Unlink(const EntryRef& entry, int flags = 0);
 
 /// Removes a file or link, or a directory as a tree; a mount point stays as it is (EBUSY).

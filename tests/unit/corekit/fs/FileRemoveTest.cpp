@@ -12,9 +12,9 @@
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
+using corekit::HostDirectory;
 using corekit::Result;
 using corekit::String;
-using corekit::File::HostDirectory;
 using testfiles::NamesIn;
 using testing::ElementsAre;
 using testing::IsEmpty;

@@ -321,7 +321,7 @@ TEST(HostDirectories, NoNameOfTheHostIsWrittenRenamedOrLinkedOver) {
         }
         EXPECT_EQ(File::Rename(L"/lib64", L"/opt/lib64"), refused);
         EXPECT_EQ(File::SymLink(L"/opt/file", L"/lib64"), refused);
-        EXPECT_TRUE(File::Write(L"/etc/passwd", L"edited", {.hostDirectory = File::HostDirectory::Meant}));
+        EXPECT_TRUE(File::Write(L"/etc/passwd", L"edited", {.hostDirectory = corekit::HostDirectory::Meant}));
         EXPECT_TRUE(File::Write(L"/opt/new", L"x"));
     });
     EXPECT_TRUE(fs::is_symlink(root / "lib64"));
@@ -352,6 +352,6 @@ TEST(HostDirectories, ALinkOfTheHostIsRemoved_OnlyWhereThatIsMeant) {
     EXPECT_EQ(corekit::Dir::Remove(L"/usr/bin/host-link/"), corekit::Result(EPERM));
     EXPECT_EQ(File::Remove(L"/dev/null"), corekit::Result(EPERM));
     EXPECT_TRUE(fs::is_symlink("/usr/bin/host-link"));
-    EXPECT_TRUE(File::Remove(L"/usr/bin/host-link", File::HostDirectory::Meant));
+    EXPECT_TRUE(File::Remove(L"/usr/bin/host-link", corekit::HostDirectory::Meant));
     EXPECT_FALSE(fs::is_symlink("/usr/bin/host-link"));
 }

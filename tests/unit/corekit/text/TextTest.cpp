@@ -1,5 +1,6 @@
 // Booleans, tokens, and what is safe to show and to give to a shell.
 #include <gtest/gtest.h>
+#include <vector>
 
 #include "corekit/text/Text.h"
 #include "tests/support/PrintString.h"
