@@ -32,7 +32,7 @@ String WrapperText(const String& binary, const String& environmentScript) {
            Quoted(binary) + L" \"$@\"\n";
 }
 
-/// Makes a link. Replaces what stands in its place only if that is a link which may be replaced.
+/// Makes a link. Replaces what stands in its place only if that is the caller's own; EEXIST otherwise.
 Result MakeLink(const String& wrapper, const String& link, const OwnsLink& owns) {
     Result made = File::SymLink(wrapper, link, File::IfPresent::Keep);
     if (made.Code() != EEXIST) return made;
@@ -48,8 +48,8 @@ Result RemoveFile(const String& path) {
     return isGone ? Result() : removal;
 }
 
-/// EEXIST if a file, or a link wherever it leads, stands there that is not the caller's.
-Result RefuseForeign(const String& path, const OwnsLink& owns) {
+/// EEXIST if a file, or a link wherever it leads, stands there that is not the caller's own.
+Result CheckOwn(const String& path, const OwnsLink& owns) {
     const auto isOwn = owns(path);
     if (!isOwn || *isOwn) return isOwn.Outcome();
     const Result isNoLink = File::CheckNotLink(path);
@@ -73,7 +73,7 @@ Result Uninstall(const String& program, const String& linkDir, const String& pro
     Result result;
     if (!linkDir.IsEmpty() && !Path::IsMatch(linkDir, programDir)) {
         const String link = Path::Join(linkDir, program);
-        result = RefuseForeign(link, owns).About(link);
+        result = CheckOwn(link, owns).About(link);
         if (result) result = RemoveFile(link);
     }
     return Worse(result, RemoveFile(Path::Join(programDir, program)));

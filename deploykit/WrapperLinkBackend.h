@@ -17,15 +17,15 @@ using OwnsLink = std::function<corekit::Expected<bool>(const corekit::String& pa
 
 /// Writes <programDir>/PROGRAM, a shell script that sources `environmentScript` and becomes
 /// <programDir>/PROGRAM.bin with the arguments it was given, and the symbolic link <linkDir>/PROGRAM to it.
-/// If both directories are the same place there is only the wrapper, which is always replaced. Fails, with
-/// the path concerned, if either cannot be made: with EEXIST if `owns` denies what stands in the place of the
-/// link, and with the failure of `owns`.
+/// If both directories are the same place, or `linkDir` is empty, there is only the wrapper, which is always
+/// replaced. Fails, with the path concerned, if either cannot be made: with EEXIST if `owns` denies what
+/// stands in the place of the link, and with the failure of `owns`.
 corekit::Result Install(const corekit::String& program, const corekit::String& linkDir,
                         const corekit::String& programDir, const corekit::String& environmentScript,
                         const OwnsLink& owns);
 
-/// Removes both. Leaves alone a directory in the place of either, and a link that `owns` denies (EEXIST) or
-/// fails to judge. Success if nothing else is left.
+/// Removes both. Leaves alone a directory in the place of either, and a file or link in the place of the link
+/// that `owns` denies (EEXIST) or fails to judge. Success if nothing else is left.
 corekit::Result Uninstall(const corekit::String& program, const corekit::String& linkDir,
                           const corekit::String& programDir, const OwnsLink& owns);
 

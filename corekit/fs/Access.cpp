@@ -50,8 +50,9 @@ constexpr KernelFileSystem kKernelFileSystems[] = {
     {SECURITYFS_MAGIC, EPERM},  {DEBUGFS_MAGIC, EPERM},
 };
 
-/// The reason why no entry can be made in a directory that can be written to. ENOSPC on a file system without
-/// any room; what is reserved for root counts as room, and some file systems count no blocks or no files.
+/// Fails where no entry can be made in a directory although its mode allows that: in a file system of the
+/// kernel's, and (ENOSPC) in one without any room. What is reserved for root counts as room, and some file
+/// systems count no blocks or no files.
 Result CheckRoom(const String& path) {
     const auto directory = OpenDirectory(path);
     if (!directory) return directory.error();
@@ -66,7 +67,8 @@ Result CheckRoom(const String& path) {
     return isFull ? Result(ENOSPC) : Result();
 }
 
-/// What keeps root itself from replacing a name, as far as the system tells.
+/// Fails for an entry that even root cannot replace or remove: a mount point (EBUSY), or an immutable or
+/// append-only file (EPERM). Success where the system does not tell.
 Result CheckNotPinned(const ParentDirectory& place) {
     struct statx info {};
     if (statx(place.Fd(), place.name.c_str(), AT_SYMLINK_NOFOLLOW, STATX_BASIC_STATS, &info) != 0)

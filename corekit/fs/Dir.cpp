@@ -91,7 +91,7 @@ Result Dir::ReadEntries(const String& path, const String& pattern, std::vector<F
 
 std::vector<FileInfo> Dir::Entries(const String& path, const String& pattern) {
     std::vector<FileInfo> entries;
-    Forgive(ReadEntries(path, pattern, entries));  // asked for by whom what cannot be read is not there
+    Forgive(ReadEntries(path, pattern, entries));  // the caller takes for absent what cannot be read
     return entries;
 }
 

@@ -42,7 +42,7 @@ class Dir {
     /// before a failure counts.
     static Result ReadEntries(const String& path, const String& pattern, std::vector<FileInfo>& entries);
 
-    /// All that `Scan` would visit. What cannot be read counts as absent.
+    /// All that `Scan` would visit. An entry, or a whole directory, that cannot be read counts as absent.
     static std::vector<FileInfo> Entries(const String& path, const String& pattern);
 
     /// Creates a directory (mode 0755) with all missing parents; one that exists already is success.
@@ -55,25 +55,27 @@ class Dir {
     /// entries.
     static Result Remove(const String& path);
 
-    /// From now on a tree of which nothing would stay is removed by one rename: to a new name that begins
-    /// with `place`, at the top of its file system, if that is a directory of the host's own, which nobody
-    /// else looks through. For a process in a copy of the host, where entry by entry takes long. An empty
-    /// name ends it.
+    /// From now on a tree that can be removed whole is renamed instead, in one step: to a new name that
+    /// begins with `place`, at the top of its file system, if that is a directory of the host's own, which
+    /// nobody else looks through. For a process in a copy of the host, where the removal of each entry takes
+    /// long. An empty name ends this.
     static void TakeTreesAwayTo(const std::string& place);
 
     /// Removes a directory that is empty; any other stays (ENOTEMPTY).
     static Result RemoveIfEmpty(const String& path);
 
     /// Moves the entries of `from` into `to` (made when missing, with the owner and the mode of `from`),
-    /// across file systems too; by one rename where nothing is at `to` nor mounted below `from`. What stands
-    /// in `to` already stays, and what would replace it by something else stays in `from`: then the result is
-    /// EEXIST. So does what cannot be moved, whole; the rest is moved all the same. `from` is removed when it
-    /// is empty. Refused out of one of the host's own directories (EPERM) and into `from` itself or below it
-    /// (EINVAL).
+    /// across file systems too; by one rename where nothing is at `to` nor mounted below `from`. An entry of
+    /// `to` is never replaced: one of the same name stays in `from` (EEXIST), unless `to` holds a copy of it.
+    /// An entry that cannot be moved stays whole, and the others are moved all the same. `from` is removed
+    /// when it is empty. Refused out of one of the host's own directories (EPERM) and into `from` itself or
+    /// below it (EINVAL).
     static Result Move(const String& from, const String& to);
 
     /// Flushes a directory to disk: what was made, renamed and removed in it.
     static Result FlushEntries(const String& path);
+
+    // The current directory of the process.
 
     static Expected<String> GetCurrent();
     static Result SetCurrent(const String& path);

@@ -1,5 +1,5 @@
-// The directories and names that belong to the host: nothing that a configuration names by mistake removes,
-// empties, moves or replaces them.
+// The directories and names that belong to the host: they are never removed, emptied, moved or replaced
+// because a configuration names them by mistake.
 #pragma once
 
 #include <vector>
@@ -10,17 +10,19 @@
 
 namespace corekit {
 
-/// Success for a directory that may be removed, emptied or moved. EPERM for "/", for the directories of the
-/// host itself, which the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...), and for what
-/// lies in one that packages and users share, however deep (/etc, /usr/share, /var/lib, /root ...; of /home
-/// and /dev only the entries). Of the latter the caller may have some: what lies in, is or holds a directory
-/// of `DeclareOwn`, and where data is kept what has a name of `DeclareOwnName` or holds nothing but paths of
-/// `DeclareData`. It does not matter how the path is spelled or which links and mounts lead there. Where the
-/// directory cannot be identified, the failure of that. A path that does not exist is no directory of the
-/// host.
+/// Success for a directory that may be removed, emptied or moved, and for a path that does not exist. EPERM
+/// for:
+/// - "/" and the directories that the file-system standard names (/usr, /etc, /var/lib, /etc/init.d ...);
+/// - what lies, however deep, in a directory that packages and users share (/etc, /usr/share, /var/lib ...;
+///   of /home and /dev only the entries). Excepted is the caller's own: what lies in, is or holds a directory
+///   of `DeclareOwn` and, in a directory for data such as /var/lib, an entry that has a name of
+///   `DeclareOwnName`, or holds paths of `DeclareData` and nothing else.
+///
+/// It does not matter how the path is spelled or which links and mounts lead there. Fails with the failure of
+/// the lookup where the directory cannot be identified.
 Result CheckRemovable(const String& directory);
 
-/// The same for a directory that is open, and that nobody can change for another one meanwhile.
+/// The same for a directory that is open, so that nobody can exchange it meanwhile.
 Result CheckRemovable(const Descriptor& directory);
 
 /// Success for a directory that somebody may install to: EPERM for those that the standard names.
@@ -41,10 +43,10 @@ void DeclareData(const String& path);
 /// whichever links lead there: EXDEV for all else. Fails when the directory cannot be opened.
 Result ConfineRemovals(const String& directory);
 
-/// Success for an entry that `ConfineRemovals` allows to be removed.
+/// Success for an entry that `ConfineRemovals` allows to be removed, EXDEV for any other.
 Result CheckConfined(const EntryRef& entry);
 
-/// Forgets what the declarations and `ConfineRemovals` have said.
+/// Forgets all declarations, and removes the limit of `ConfineRemovals`.
 void ForgetOwn();
 
 /// Whether an operation may work in the host's directories. `Meant` is for the few names that the program

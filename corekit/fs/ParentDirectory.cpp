@@ -131,8 +131,8 @@ Expected<std::string> WalkToTarget(Walk& walk, std::string path) {
     }
 }
 
-/// A path without links, "." and ".." taken out.
-std::string WithoutDots(const std::string& path) {
+/// An absolute path that leads over no links, with "." and ".." resolved.
+std::string DotsResolved(const std::string& path) {
     std::string text;
     for (std::size_t at = 0; at < path.size();) {
         const std::size_t end = std::min(path.find('/', at), path.size());
@@ -182,7 +182,7 @@ Expected<ParentDirectory> ParentDirectory::OfTarget(const String& path) {
 Expected<std::string> CanonicalPath(const std::string& absolute) {
     if (absolute.empty()) return Result(ENOENT);
     const auto found = OpenWithoutLinks(absolute, O_PATH);
-    if (found) return WithoutDots(absolute);
+    if (found) return DotsResolved(absolute);
     if (!NeedsWalk(found.error())) return found.error();
     Walk walk;
     const auto name = WalkToTarget(walk, absolute);

@@ -50,11 +50,12 @@ class CommandBasedApp : public Application {
   public:
     class Command : public ApplicationFlags {
       public:
-        /// Runs with the arguments after the command word. 0 success, 1 failure, 120 usage error.
+        /// Runs with the arguments after the command word. Returns the exit status: 0 for success,
+        /// `kUsageError` to have the usage text shown, and any other as the command defines it.
         virtual unsigned Run(const std::vector<String>& arguments) = 0;
         /// Writes the usage text to standard output, after the prefix (in the local encoding).
         virtual void Usage(const String& prefix) const = 0;
-        /// One line.
+        /// One line, which the list of the commands shows.
         virtual String Description() const = 0;
     };
 

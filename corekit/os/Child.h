@@ -14,12 +14,13 @@ struct Pipe {
     Descriptor writer;
 };
 
+/// Fails when no descriptor is free.
 Expected<Pipe> OpenPipe();
 
-/// Waits until a child has ended. Returns its status, as waitpid(2) tells it.
+/// Waits until a child has ended. Returns its status, as waitpid(2) tells it; -1 if there is no such child.
 int WaitForChild(pid_t child);
 
-/// Ends a child without what a process does at its usual end, which is its parent's.
+/// Ends the calling process, a child, by _exit(2): exit handlers and buffered output are its parent's.
 [[noreturn]] void EndChild(int status);
 
 }  // namespace corekit

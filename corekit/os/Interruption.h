@@ -8,7 +8,7 @@ namespace corekit::Interruption {
 
 /// From now on SIGHUP, SIGINT, SIGQUIT and SIGTERM end the process as they do by default, but not before the
 /// running processes of `EndWithUs` have ended and every `TemporaryFile` is gone. One that the caller left
-/// ignored stays ignored; but not the end of children, whose status is needed.
+/// ignored stays ignored. SIGCHLD does not: ignored, it would leave us without the status of our children.
 void Prepare();
 
 /// Calls `last` when a signal (with 128 and its number, as a shell tells the status) or a lack of memory
@@ -18,8 +18,8 @@ void BeforeEnd(void (*last)(int status));
 /// Calls the function given to `BeforeEnd`; for a caller that ends the process at once.
 void TellEnd(int status);
 
-/// From now on this process group ends with us: it gets the signal too, and SIGKILL when that is not enough.
-/// 0 stands for none.
+/// From now on this process group ends with us: it gets the signal that ends us, and SIGKILL if it still runs
+/// two seconds later. Its leader is a child of ours. 0 stands for no group.
 void EndWithUs(pid_t group);
 
 }  // namespace corekit::Interruption

@@ -20,7 +20,7 @@ constexpr std::string_view kSyslog = "/dev/log";
 bool Send(std::string_view path, int type, std::span<const std::string_view> pieces) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    path.copy(address.sun_path, sizeof address.sun_path - 1);  // its end is zero already
+    path.copy(address.sun_path, sizeof address.sun_path - 1);  // the byte behind it is zero already
     std::array<iovec, 8> parts{};
     const std::size_t count = std::min(pieces.size(), parts.size());
     for (std::size_t i = 0; i < count; ++i)

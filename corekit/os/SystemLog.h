@@ -11,8 +11,9 @@ namespace corekit::SystemLog {
 /// most 4096 bytes of the value go in.
 std::string Field(std::string_view name, std::string_view value);
 
-/// Sends an entry, whose fields stand in the pieces one after the other, to the journal. Returns false when
-/// no journal took it. Does not block, raises no signal and is async-signal-safe.
+/// Sends an entry, whose fields stand in the pieces one after the other, to the journal; of more than eight
+/// pieces the rest is left out. Returns false when no journal took it. Does not block, raises no signal and
+/// is async-signal-safe.
 bool ToJournal(std::span<const std::string_view> pieces);
 
 /// The same for a line of text, which begins with its priority as in "<30>", and the syslog daemon.

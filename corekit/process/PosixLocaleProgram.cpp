@@ -65,7 +65,7 @@ void ReadUntilEnd(ShellProcess& shell, const ChildEndWatch& watch, PipeReader& o
     output.ReadHeld();
 }
 
-void FileLines(std::string_view output, StringToMapFilter& filter) {
+void AddLines(std::string_view output, StringToMapFilter& filter) {
     while (!output.empty()) {
         const std::size_t end = output.find('\n');
         filter.Line(String::FromUtf8(output.substr(0, end)));
@@ -90,7 +90,7 @@ Result PosixLocaleProgram::Run(const String& commandLine, StringToMapFilter& fil
     pipe->writer = Descriptor();
 
     ReadUntilEnd(shell, watch, output);
-    if (output.Failure()) FileLines(output.Bytes(), filter);
+    if (output.Failure()) AddLines(output.Bytes(), filter);
     return output.Failure();
 }
 

@@ -48,7 +48,6 @@ String Program::Search(const String& directories, const String& name) {
 void Program::RunSilently(const String& program, const String& arguments) {
     if (program.IsEmpty()) return;
     StringToMapFilter unused;
-    // The caller looks at what the program has done, not at its output.
     Forgive(
         PosixLocaleProgram::Run(Text::ShellWord(program) + L" " + arguments + L" >/dev/null 2>&1", unused));
 }

@@ -8,8 +8,9 @@
 
 namespace corekit {
 
-/// One character set. Decoding never fails: bytes that mean nothing in it become U+DC80..U+DCFF; encoding
-/// writes those back as they were and "?" for what the set lacks.
+/// A character set. Decoding never fails: a byte that the set does not define becomes one of U+DC80..U+DCFF.
+/// Encoding writes these characters as the bytes that they stand for, and "?" for any other that the set
+/// lacks.
 class Encoding {
   public:
     virtual ~Encoding() = default;

@@ -54,7 +54,8 @@ class String {
     String TrimLeft() const;
     String TrimRight() const;
 
-    /// Replaces every occurrence, left to right; replacements are not looked at again.
+    /// Replaces every occurrence, left to right; what has been put in is not searched again. Returns this
+    /// string.
     String& Replace(const String& what, const String& with);
 
     /// A copy with the placeholders "%1" (and "%2") filled in one pass: a "%2" inside the first value stays.

@@ -84,8 +84,7 @@ class BasicXml {
     BasicXml(std::shared_ptr<const Tree> tree, std::size_t root);
 
     std::shared_ptr<const Tree> m_tree;
-    std::size_t
-        m_root;  // the element's number in the tree; one that the tree lacks if there is no such element
+    std::size_t m_root;  // the element's number in the tree, which has none of that number if none was found
 };
 
 }  // namespace corekit

@@ -31,12 +31,14 @@ class TreeWalk {
 
     /// Handles an entry of an open directory. Returns GoIn for a directory that is to be walked through.
     virtual Action OnEntry(int directory, const DirEntry& entry) = 0;
-    /// Called when a directory is about to be walked through. Does nothing unless it is overridden.
-    virtual Result Enter(int, const std::string&) { return Result(); }
+    /// Called with a directory, open, and its name before it is walked through. If it fails, the failure
+    /// counts and the entries are passed over. Does nothing unless it is overridden.
+    virtual Result Enter(int /*directory*/, const std::string& /*name*/) { return Result(); }
     /// Called when all of a directory has been visited, for the `reading`th time; `parent` holds it under
     /// this name. Returns Again to read it once more from the start.
     virtual Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) = 0;
 
+    /// Counts a failure; after the first one the walk ends if it was made with AfterFailure::Stop.
     void Fail(const Result& failure);
     bool HasFailed() const { return !m_result.Ok(); }
 
