@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <string>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <vector>
 
 #include "corekit/fs/Dir.h"

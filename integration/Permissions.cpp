@@ -31,7 +31,7 @@ constexpr gid_t kRootGroup = 0;
 constexpr mode_t kForAll = 0555;
 constexpr mode_t kForRoot = 0544;
 
-/// Modes that hold whatever the files of their directory got.
+/// The mode of a file or directory, whatever the files of its directory got before.
 struct FileMode {
     const wchar_t* file;  // below the install directory
     mode_t mode;
@@ -47,7 +47,7 @@ constexpr FileMode kConfiguration[] = {
     {kIdentifier, 0644},
     {L"/etc/config.xml", 0644},
 };
-/// The operator may have made links of them.
+// A directory may be a link of the operator's, which is followed.
 constexpr FileMode kDirectories[] = {{L"/bin", 0755}, {L"/etc", 0755}, {L"/lib", 0755}, {L"", 0755}};
 
 /// The machine's identifier may have a second name, whose mode is somebody else's business.

@@ -51,10 +51,10 @@ Failure FailFor(const String& path, const Result& cause) {
 /// The service, from its template, registered for the levels that client.conf names.
 Outcome<> InstallService(const SetupContext& context) {
     const corekit::IniFile conf(context.confPath);
-    // One that cannot be read names no levels: nothing would start the agent.
+    // A file that cannot be read would name no levels, and nothing would start the agent.
     if (!conf.ReadResult()) return FailFor(context.confPath, conf.ReadResult());
     const RunLevels levels = SplitRunLevels(GetValue(conf, Key::kStartLevels));
-    // An old registration that stays is replaced, or in the way of the new one, which fails then.
+    // An old registration that stays is replaced by the new one, or makes that fail.
     Forgive(RCScriptBackend::Uninstall(Names::kServiceName));
     const Result installed =
         RCScriptBackend::Install(Names::kServiceName, TemplatePath(context),

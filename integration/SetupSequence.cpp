@@ -75,20 +75,20 @@ Outcome<> WriteIdentifierEarly(const SetupContext& context, const IniFile& conf)
     return WriteGuidFile(conf, *context.settings);
 }
 
-/// For a step that cannot fail.
-Outcome<> ExpectNothing(const SetupContext&) {
+/// The check of a step that cannot fail.
+Outcome<> CheckNothing(const SetupContext&) {
     return {};
 }
 
-/// A step begins with its own check, too: what is found before the run changes anything is what fails it.
+/// A step. `check` is called before the run changes anything, and fails as `run` would.
 struct Step {
     Outcome<> (*check)(const SetupContext&);
     Outcome<> (*run)(const SetupContext&);
 };
 constexpr Step kSteps[] = {
     {CheckDirectories, PrepareDirectories},       {CheckEnvironmentScript, CreateScriptsStep},
-    {CheckRunLevelScripts, SetUpRunLevelScripts}, {ExpectNothing, CreateProgramLinks},
-    {ExpectNothing, SetInstallPermissions},       {ExpectNothing, SetSecurityLabels},
+    {CheckRunLevelScripts, SetUpRunLevelScripts}, {CheckNothing, CreateProgramLinks},
+    {CheckNothing, SetInstallPermissions},        {CheckNothing, SetSecurityLabels},
 };
 
 }  // namespace
@@ -116,14 +116,15 @@ Outcome<> PlaceClientConf(SetupContext& context) {
     // that is replaced may have attributes of its own.
     const Result placed = corekit::File::WriteBytes(confPath, *generated, {.mode = kPrivate});
     if (!placed) return FailToPlace(confPath, placed);
-    // One that stays the next run removes.
+    // The next run removes it if it stays.
     Forgive(corekit::File::Remove(context.generatedConfPath, corekit::HostDirectory::Meant));
     context.confPath = confPath;
     return {};
 }
 
 Outcome<> RunSetupSequence(const SetupContext& context) {
-    // The identifier and client.conf lie there by now; a path that is not absolute fails its own step.
+    // The directory is there by now, since client.conf lies in it. If it cannot be entered, a step that
+    // uses a relative path fails.
     Forgive(corekit::Dir::SetCurrent(context.settings->Get(L"InstallDir")));
     for (const Step& step : kSteps) {
         if (const auto done = step.run(context); !done) return done;

@@ -110,7 +110,7 @@ String Place(const Source& source) {
 }
 
 void WarnOfUnused(SettingName name, const SettingRecord& record, const Settings& settings) {
-    // They come with KSName.
+    // The warning of KSName, with which they come, is enough.
     if (name == L"KSProtocol" || name == L"KSUrlFormat") return;
     for (const SourcedValue& unused : record.unused) {
         if (!IsGiven(unused) || MeanTheSame(name, unused, settings)) continue;

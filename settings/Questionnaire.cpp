@@ -23,12 +23,12 @@ constexpr const wchar_t* kIntroduction =
 
 const Source kAnswer = {Source::Kind::Answer};
 
-/// The settings that "no" to keeping the old settings leaves alone: the answers before it, and the host's
-/// identity.
+/// The settings that stay when the operator does not want to keep the old ones: the answers given before that
+/// question, and the host's identity.
 constexpr SettingName kNotReset[] = {L"KSName", L"KSProtocol", L"KSUrlFormat", L"KSNameChanged",
                                      L"Guid",   L"InstallDir", L"Upgrade"};
 
-/// The value of an empty answer; a server with its scheme, unless that is http.
+/// The value that an empty answer stands for; of a server with its scheme, unless that is http.
 String CurrentValue(const Question& question, const Settings& settings) {
     if (question.key == L"KSName") {
         const ServerUrl server = CurrentServer(settings);
@@ -79,12 +79,12 @@ void Store(const String& answer, const Question& question, Settings& settings) {
     if (question.key == L"Upgrade" && answer == L"no") settings.Reset(*DefaultSettings(), kNotReset);
 }
 
-/// Shows a part of the dialogue, unless that was led at the rehearsal.
+/// Shows a part of the dialogue, unless the rehearsal, whose answers are taken, has shown it.
 void Show(const String& text) {
     if (Rehearsal::replayed.empty()) Messages::Tell(text);
 }
 
-/// A line from standard input, or the one that was accepted at the rehearsal.
+/// Reads a line from standard input, or takes the next one that the rehearsal accepted.
 Sys::Line ReadAnswer(String& line) {
     if (Rehearsal::replayed.empty()) return Sys::Fgets(line, stdin);
     line = Rehearsal::replayed.front();
@@ -101,7 +101,7 @@ Outcome<> RunQuestionnaire(Settings& settings, const TakeUp& takeUp) {
     for (const Question& question : Questions()) {
         if (question.key == L"Upgrade" && !settings.IsYes(L"Upgrade")) continue;
         const auto answer = AskQuestion(question, ShownDefault(question, settings));
-        if (!answer) return tl::unexpected(answer.error());
+        if (!answer) return answer.error();
         if (question.key == L"KSName") server = *answer;
         if (question.key == L"InstallDir" && takeUp) {
             const auto taken = takeUp(*answer, unanswered);

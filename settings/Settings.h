@@ -70,8 +70,8 @@ class Settings {
     /// stays.
     corekit::String& Value(SettingName name) { return m_usual[name].used.value; }
 
-    /// Gives a setting its value. The former one becomes unused, unless it is empty; of each
-    /// kind of source the last value counts.
+    /// Gives a setting its value. The former one becomes unused, unless it is empty; of the values from one
+    /// kind of source only the last is kept.
     void Set(SettingName name, const SourcedValue& value);
     void Set(SettingName name, const corekit::String& value, const Source& source) {
         Set(name, {value, source, value});
@@ -112,7 +112,7 @@ class Settings {
     const KeySources& Keys() const { return m_keys; }
     void SetKeys(KeySources keys) { m_keys = std::move(keys); }
 
-    /// Dumps all settings to standard output, for debugging: no command calls it.
+    /// Dumps all settings to standard output. No command calls it: it is there for debugging.
     void Print() const;
 
   private:

@@ -18,8 +18,9 @@ namespace Zorvane::AgentInstaller {
 std::unique_ptr<Settings> ReadXmlConfig(const corekit::BasicXml& document,
                                         const corekit::String& path = corekit::String());
 
-/// Sets the setting that is the trimmed text of the element of its name. KSName takes the port with it, and
-/// is the address where that is to be used.
+/// Sets a setting from the trimmed text of the element of its name. KSName becomes the server as
+/// `ReadXmlConfig` reads it: with the port, and the address where the document says that the address is to be
+/// used.
 void ReadElementSetting(Settings& settings, const corekit::BasicXml& document, SettingName name);
 
 /// The settings of the built-in document: the defaults.
