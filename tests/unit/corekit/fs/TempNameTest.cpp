@@ -71,6 +71,16 @@ TEST(MakeBeside, StopsAtAnyOtherFailure) {
     EXPECT_EQ(calls, 1);
 }
 
+TEST(MakeBeside, StopsAtAnyOtherFailure_WhenTheUsualNameIsTaken) {
+    std::set<std::string> offered;
+    const auto fail = [&](const std::string& name) {
+        offered.insert(name);
+        return Result(name == ".name.unfinished" ? EEXIST : ENOSPC);
+    };
+    EXPECT_EQ(MakeBeside(kEntry, fail), Result(ENOSPC));
+    EXPECT_EQ(offered.size(), 2U);
+}
+
 TEST(MakeBeside, GivesUp_WhenTheUsualNameAndAHundredOthersAreTaken) {
     std::set<std::string> offered;
     const auto refuse = [&](const std::string& name) {
