@@ -42,7 +42,7 @@ bool IsIgnored(int signal) {
     if (status != 0)
         Forgive(corekit::WriteAll(errorTo.Get(), Error::m_sErrorText.Utf8().substr(0, kLongestError)));
     corekit::Console::Flush();
-    corekit::EndChild(static_cast<int>(status));
+    _exit(static_cast<int>(status));
 }
 
 }  // namespace
@@ -81,9 +81,14 @@ Ending Attempt(const std::function<unsigned()>& command, Output output, Interrup
     auto errors = corekit::OpenPipe();
     if (!errors) return {false, false, GetErrorMsg(errors.error()).Utf8()};
     const pid_t child = fork();
-    if (child < 0) return {false, false, GetErrorMsg(corekit::Result::FromErrno()).Utf8()};
-    if (child == 0) Perform(command, output, interruptions, parent, errors->writer);
-    errors->writer = Descriptor();
+    switch (child) {
+        case -1:
+            return {false, false, GetErrorMsg(corekit::Result::FromErrno()).Utf8()};
+        case 0:
+            Perform(command, output, interruptions, parent, errors->writer);
+        default:
+            errors->writer = Descriptor();
+    }
     constexpr unsigned kLongTime = 1000;
     int status = 0;
     while (waitpid(child, &status, WNOHANG) != child) {

@@ -75,9 +75,14 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
         *pipe = std::move(*opened);
     }
     const pid_t child = fork();
-    if (child < 0) return FailToPreview(Result::FromErrno().About(L"fork"));
-    if (child == 0) Perform(code);
-    for (Pipe* pipe : {&m_result, &m_output, &m_errors}) pipe->writer = Descriptor();
+    switch (child) {
+        case -1:
+            return FailToPreview(Result::FromErrno().About(L"fork"));
+        case 0:
+            Perform(code);
+        default:
+            for (Pipe* pipe : {&m_result, &m_output, &m_errors}) pipe->writer = Descriptor();
+    }
 
     const bool inTime = Listen();
     if (!inTime) kill(child, SIGKILL);
@@ -101,7 +106,7 @@ void Performance::Perform(const std::function<std::string()>& code) {
     corekit::Console::Flush();
     // Without a result the other side says that the rehearsal has failed.
     Forgive(corekit::WriteAll(m_result.writer.Get(), result));
-    corekit::EndChild(0);
+    _exit(0);
 }
 
 /// Reads all that is said until the code has ended. False when that takes too long.
@@ -157,7 +162,7 @@ std::string Answer(const Outcome<std::string>& told) {
     };
     // Without an answer the other side says that there is none.
     Forgive(corekit::WriteAll(answerTo.Get(), Answer(answer())));
-    corekit::EndChild(0);
+    _exit(0);
 }
 
 Outcome<std::string> ReadAnswer(const Descriptor& reader) {
@@ -183,17 +188,17 @@ Outcome<std::string> Rehearse(
     if (!answer) return FailToPreview(answer.error().About(L"pipe"));
     constexpr unsigned long kNamespaces = CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWNET | CLONE_NEWIPC;
     const long child = syscall(SYS_clone, kNamespaces | SIGCHLD, nullptr, nullptr, nullptr, nullptr);
-    if (child == 0) {
-        answer->reader = Descriptor();
-        BuildRunAndTell(code, tell, audience, limits, answer->writer);
+    switch (child) {
+        case -1:
+            return Fail(String(kNotPossible) +
+                        L"the kernel gives no namespaces; run it as root, outside of a container (" +
+                        GetErrorMsg(Result::FromErrno()) + L").");
+        case 0:
+            answer->reader = Descriptor();
+            BuildRunAndTell(code, tell, audience, limits, answer->writer);
+        default:
+            answer->writer = Descriptor();
     }
-    if (child < 0) {
-        const Result cause = Result::FromErrno();
-        return Fail(String(kNotPossible) +
-                    L"the kernel gives no namespaces; run it as root, outside of a container (" +
-                    GetErrorMsg(cause) + L").");
-    }
-    answer->writer = Descriptor();
     Outcome<std::string> told = ReadAnswer(answer->reader);
     answer->reader = Descriptor();  // where not all could be read, nobody must wait for a reader
     corekit::WaitForChild(static_cast<pid_t>(child));

@@ -1,13 +1,10 @@
-// Pipes, and the ends of children.
+// Pipes, and waiting for children.
 #include "corekit/os/Child.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>
 
 #include "corekit/os/SystemCall.h"
-
-// NOLINTNEXTLINE(bugprone-reserved-identifier,readability-identifier-naming)
-extern "C" void __gcov_dump() __attribute__((weak));  // there when built with coverage counters
 
 namespace corekit {
 
@@ -21,11 +18,6 @@ int WaitForChild(pid_t child) {
     int status = -1;
     Uninterrupted([&] { return waitpid(child, &status, 0); });
     return status;
-}
-
-void EndChild(int status) {
-    if (__gcov_dump != nullptr) __gcov_dump();
-    _exit(status);
 }
 
 }  // namespace corekit

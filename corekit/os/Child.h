@@ -20,7 +20,4 @@ Expected<Pipe> OpenPipe();
 /// Waits until a child has ended. Returns its status, as waitpid(2) tells it; -1 if there is no such child.
 int WaitForChild(pid_t child);
 
-/// Ends the calling process, a child, by _exit(2): exit handlers and buffered output are its parent's.
-[[noreturn]] void EndChild(int status);
-
 }  // namespace corekit

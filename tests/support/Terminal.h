@@ -9,8 +9,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/support/EndChild.h"
-
 namespace testsupport {
 
 /// A child process on a terminal of its own, and what is shown and typed there.
@@ -19,7 +17,7 @@ class Terminal {
     /// The child runs `action` and exits with status 0 when that is true.
     explicit Terminal(const std::function<bool()>& action)
         : m_child(forkpty(&m_master, nullptr, nullptr, nullptr)) {
-        if (m_child == 0) EndChild(Open() && action() ? 0 : 1);
+        if (m_child == 0) _exit(Open() && action() ? 0 : 1);
     }
     ~Terminal() { close(m_master); }
     Terminal(const Terminal&) = delete;

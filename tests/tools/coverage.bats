@@ -1,37 +1,66 @@
-# The list of branches that no test takes, against measurements that are written here.
+# The report on what the tests have run, from measurements that are written here.
 
 setup() {
     cd "$BATS_TEST_TMPDIR" || return
-    printf '%s\n' "if (a) b();" "    return Result::FromErrno();" "switch (c) {" >one.cpp
-    printf '%s\n' "return Result::FromErrno();" >two.cpp
-    measure one.cpp 1:4:0 2:0:1 >files
-    measure two.cpp 1:0:7 >>files
+    mkdir app run
+    printf '%s\n' "if (a) b();" "    return Result::FromErrno();" "switch (c) {" >app/one.cpp
+    printf '%s\n' "return Result::FromErrno();" >run/two.cpp
+    measure app/one.cpp 1:4:0 2:0:1 >files
+    measure run/two.cpp 1:0:7 >>files
 }
 
-# measure FILE LINE:COUNT:COUNT ...: a file as gcovr measured it, with two branches in each line.
+# measure FILE LINE:TRUE:FALSE ...: a file as llvm-cov tells of it, with one condition in each line.
 measure() {
-    local line number first second lines=()
+    local line number if_true if_false branches=()
+    {
+        echo "SF:$PWD/$1"
+        for line in "${@:2}"; do
+            IFS=: read -r number if_true if_false <<<"$line"
+            echo "DA:$number,$((if_true + if_false))"
+        done
+        echo end_of_record
+    } >>lines
     for line in "${@:2}"; do
-        IFS=: read -r number first second <<<"$line"
-        lines+=("{\"line_number\": $number, \"count\": $((first + second)), \"gcovr/noncode\": false, \"branches\": [{\"count\": $first}, {\"count\": $second}]}")
+        IFS=: read -r number if_true if_false <<<"$line"
+        branches+=("[$number,5,$number,6,$if_true,$if_false,0,0,4]")
     done
-    (IFS=, && echo "{\"file\": \"$1\", \"lines\": [${lines[*]}]}")
+    (IFS=, && echo "{\"filename\": \"$PWD/$1\", \"branches\": [${branches[*]}]}")
 }
 
 compare() {
-    echo "{\"files\": [$(paste -s -d , files)]}" >report.json
+    echo "{\"data\": [{\"files\": [$(paste -s -d , files)]}]}" >report.json
     cat >known
-    run "$BATS_TEST_DIRNAME/../coverage/untaken.py" report.json known
+    run "$BATS_TEST_DIRNAME/../coverage/report.py" lines report.json known run app
+}
+
+@test "the table has a row for each folder, and shares that are never rounded up" {
+    compare <<'END'
+[memory] there is always enough of it
+*: /./
+END
+    [ "$status" -eq 0 ]
+    [ "$(head -n 4 <<<"$output")" = "folder             lines run                   branches taken
+run               1 of      1  100.00 %        1 of      2   50.00 %
+app               2 of      2  100.00 %        2 of      4   50.00 %
+all               3 of      3  100.00 %        3 of      6   50.00 %" ]
+}
+
+@test "the functions that are made from one template count as one" {
+    : >lines
+    measure app/one.cpp 1:4:0 1:0:3 >files
+    compare <<<"[memory] there is always enough of it"
+    [ "$status" -eq 0 ]
+    [[ $output == *"branches not taken: 0, "* ]]
 }
 
 @test "a line that has a branch not taken, and is not listed, is told" {
     compare <<'END'
 [memory] there is always enough of it
-one.cpp: if (a) b();
+app/one.cpp: if (a) b();
 END
     [ "$status" -eq 1 ]
-    [ "$output" = "one.cpp: return Result::FromErrno();
-two.cpp: return Result::FromErrno();
+    [ "$(tail -n +5 <<<"$output")" = "app/one.cpp: return Result::FromErrno();
+run/two.cpp: return Result::FromErrno();
 Lines not run: 0; branches not taken: 3, in 3 lines, of which 2 are not listed; 0 of the list are none any more" ]
 }
 
@@ -39,41 +68,43 @@ Lines not run: 0; branches not taken: 3, in 3 lines, of which 2 are not listed; 
     compare <<'END'
 # what is reviewed
 [memory] there is always enough of it
-one.cpp: if (a) b();
+app/one.cpp: if (a) b();
 [kernel] none of those that are tested refuses it
 *: /^return Result::FromErrno/
 END
-    echo "$output"
     [ "$status" -eq 0 ]
-    [ "$output" = "Lines not run: 0; branches not taken: 3, in 3 lines, of which 0 are not listed; 0 of the list are none any more" ]
+    [ "$(tail -n 1 <<<"$output")" = "Lines not run: 0; branches not taken: 3, in 3 lines, of which 0 are not listed; 0 of the list are none any more" ]
 }
 
 @test "a line that is listed, and has all its branches taken, is told" {
-    measure one.cpp 1:4:1 2:0:1 >files
+    : >lines
+    measure app/one.cpp 1:4:1 2:0:1 >files
     compare <<'END'
 [memory] there is always enough of it
-one.cpp: if (a) b();
-one.cpp: return Result::FromErrno();
+app/one.cpp: if (a) b();
+app/one.cpp: return Result::FromErrno();
 END
     [ "$status" -eq 1 ]
-    [ "${lines[0]}" = "[memory] one.cpp: if (a) b();: has no such branch any more" ]
+    [ "${lines[4]}" = "[memory] app/one.cpp: if (a) b();: has no such branch any more" ]
 }
 
 @test "a line that was not run is told" {
-    measure one.cpp 1:0:0 >files
+    : >lines
+    measure app/one.cpp 1:0:0 >files
     compare <<'END'
 [memory] there is always enough of it
-one.cpp: if (a) b();
+app/one.cpp: if (a) b();
 END
     [ "$status" -eq 1 ]
-    [[ $output == "Lines not run: 1; "* ]]
+    [ "${lines[4]}" = "not run: app/one.cpp:1: if (a) b();" ]
+    [[ ${lines[5]} == "Lines not run: 1; "* ]]
 }
 
 @test "a kind without a reason is refused" {
     compare <<'END'
 [memory]
-one.cpp: if (a) b();
+app/one.cpp: if (a) b();
 END
     [ "$status" -eq 1 ]
-    [ "$output" = "known: the kind memory has no reason" ]
+    [ "${lines[4]}" = "known: the kind memory has no reason" ]
 }

@@ -85,7 +85,7 @@ Right now it would do nothing: The agent is running.
 
 TEST(TextReport, CountsAChangeThatIsTheOnlyOne) {
     auto document = corekit::ParseJson(kDocument);
-    document["changes"] = {document["changes"][0]};
+    document["changes"] = corekit::Json::array({document["changes"][0]});
     const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
     EXPECT_NE(report.find("\n1 change: 1 created. The agent"), std::string::npos) << report;
 }

@@ -94,7 +94,7 @@ TEST(RunLock, UsesTheOtherPlace_WhenAFifoIsPlanted) {
 }
 
 TEST(RunLock, LiesOnlyInADirectoryOfRoot) {
-    for (const mode_t mode : {01777, 0777, 0775}) {
+    for (const mode_t mode : {01777U, 0777U, 0775U}) {
         ASSERT_EQ(chmod("/run", mode), 0);
         const RunLock lock;
         EXPECT_FALSE(testfiles::Exists(kLock)) << mode;

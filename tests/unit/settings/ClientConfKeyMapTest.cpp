@@ -132,7 +132,7 @@ constexpr const wchar_t* kOldKeys[] = {
 struct Row {
     const wchar_t* newKey;  // null: the same
     bool isPath;
-    SettingName setting;
+    std::wstring_view setting;
     int kind;
 };
 const std::map<int, Row> kRows = {
@@ -142,22 +142,22 @@ const std::map<int, Row> kRows = {
     {6, {nullptr, true, L"TasksDir", 4}},
     {8, {nullptr, true, L"PackagesDir", 4}},
     {19, {nullptr, true, L"SWDDir", 4}},
-    {20, {nullptr, true, {}, 0}},
-    {21, {nullptr, true, {}, 0}},
-    {30, {nullptr, true, {}, 0}},
+    {20, {nullptr, true, L"", 0}},
+    {21, {nullptr, true, L"", 0}},
+    {30, {nullptr, true, L"", 0}},
     {31, {nullptr, false, L"UseDomain", 2}},
     {36, {nullptr, false, L"SSLVerifyPeer", 1}},
     {37, {nullptr, false, L"SSLVerifyHost", 1}},
     {38, {nullptr, false, L"CAInfo", 5}},
     {39, {nullptr, false, L"CAPath", 5}},
-    {61, {L"Event Queue/level1-retries", false, {}, 0}},
-    {62, {L"Event Queue/level2-retries", false, {}, 0}},
-    {63, {L"Event Queue/level3-retries", false, {}, 0}},
-    {64, {L"Event Queue/level4-retries", false, {}, 0}},
-    {65, {L"Event Queue/level5-retries", false, {}, 0}},
-    {75, {nullptr, true, {}, 0}},
-    {92, {nullptr, true, {}, 0}},
-    {93, {nullptr, true, {}, 0}},
+    {61, {L"Event Queue/level1-retries", false, L"", 0}},
+    {62, {L"Event Queue/level2-retries", false, L"", 0}},
+    {63, {L"Event Queue/level3-retries", false, L"", 0}},
+    {64, {L"Event Queue/level4-retries", false, L"", 0}},
+    {65, {L"Event Queue/level5-retries", false, L"", 0}},
+    {75, {nullptr, true, L"", 0}},
+    {92, {nullptr, true, L"", 0}},
+    {93, {nullptr, true, L"", 0}},
     {98, {nullptr, false, L"SerialNumber", 3}},
     {99, {nullptr, false, L"AssetTag", 3}},
     {100, {nullptr, false, L"EmployeeID", 3}},
@@ -167,9 +167,9 @@ const std::map<int, Row> kRows = {
     {104, {nullptr, false, L"Location", 3}},
     {105, {nullptr, false, L"Department", 3}},
     {106, {nullptr, false, L"Description", 3}},
-    {107, {L"Client Transport/transport_timeout", false, {}, 0}},
-    {108, {L"Client Transport/httppost_var_name", false, {}, 0}},
-    {109, {L"SWD/swd_temporary_dir", false, {}, 0}},
+    {107, {L"Client Transport/transport_timeout", false, L"", 0}},
+    {108, {L"Client Transport/httppost_var_name", false, L"", 0}},
+    {109, {L"SWD/swd_temporary_dir", false, L"", 0}},
 };
 
 String Text(const ConfKey& path) {
@@ -202,7 +202,7 @@ TEST(ClientConfKeyMap, NamesTheNewKeyAndTheSettingOfEachRow) {
         const Row row = found == kRows.end() ? Row{nullptr, false, {}, 0} : found->second;
         EXPECT_EQ(Text(key.newKey), row.newKey ? String(row.newKey) : Text(key.oldKey));
         EXPECT_EQ(key.isPath, row.isPath);
-        EXPECT_TRUE(key.setting == row.setting);
+        EXPECT_TRUE(key.setting.View() == row.setting);
         EXPECT_EQ(static_cast<int>(key.kind), row.kind);
     }
 }

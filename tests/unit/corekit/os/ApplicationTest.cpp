@@ -13,7 +13,6 @@
 #include "corekit/os/Console.h"
 #include "corekit/os/TemporaryFile.h"
 #include "tests/support/Captured.h"
-#include "tests/support/EndChild.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -218,7 +217,7 @@ TEST(Init, SetsTheUmask) {
         {
             umask(077);
             corekit::Init();
-            testsupport::EndChild(static_cast<int>(umask(0)));
+            _exit(static_cast<int>(umask(0)));
         },
         testing::ExitedWithCode(022), "");
 }
@@ -229,7 +228,7 @@ TEST(Init, IgnoresTheSignalsOfFailedWrites) {
             corekit::Init();
             std::raise(SIGPIPE);
             std::raise(SIGXFSZ);
-            testsupport::EndChild(7);
+            _exit(7);
         },
         testing::ExitedWithCode(7), "");
 }
@@ -244,7 +243,7 @@ TEST(Init, OpensClosedStandardStreams) {
                     if ((closed >> fd & 1) != 0) close(fd);
                 }
                 corekit::Init();
-                testsupport::EndChild(static_cast<int>(StreamsOnNull()));
+                _exit(static_cast<int>(StreamsOnNull()));
             },
             testing::ExitedWithCode(static_cast<int>(closed)), "")
             << closed;

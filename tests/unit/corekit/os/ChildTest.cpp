@@ -15,7 +15,7 @@ TEST(Child, SaysThroughAPipeWhatItHasToSay_AndEndsWithItsStatus) {
     const pid_t child = fork();
     if (child == 0) {
         const bool isSaid = corekit::WriteAll(pipe->writer.Get(), "said").Ok();
-        corekit::EndChild(isSaid ? 7 : 1);
+        _exit(isSaid ? 7 : 1);
     }
     pipe->writer = Descriptor();
     EXPECT_EQ(corekit::ReadAll(pipe->reader.Get(), 10).value_or(""), "said");

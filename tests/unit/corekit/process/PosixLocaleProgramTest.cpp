@@ -14,7 +14,6 @@
 #include "corekit/os/Console.h"
 #include "corekit/os/Descriptor.h"
 #include "corekit/process/Program.h"
-#include "tests/support/EndChild.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/InChild.h"
 #include "tests/support/JudgedCalls.h"
@@ -126,7 +125,7 @@ TEST(PosixLocaleProgram, RunsWithItsStandardStreamsClosed) {
                 }
                 const List lines =
                     LinesOf("readlink /proc/self/fd/0; echo x >&2; test -e /proc/self/fd/2 && echo err");
-                testsupport::EndChild(lines == List{L"/dev/null", L"err"} ? 7 : 1);
+                _exit(lines == List{L"/dev/null", L"err"} ? 7 : 1);
             },
             testing::ExitedWithCode(7), "")
             << closed;
@@ -144,7 +143,7 @@ TEST(PosixLocaleProgram, HasDefaultSignalsAndNothingBlocked) {
             const List lines =
                 LinesOf("sed -n 's/^Sig\\(Blk\\|Ign\\):.*\\(.\\{8\\}\\)$/\\1 \\2/p' /proc/self/status");
             for (const String& line : lines) corekit::Console::Err(line.Utf8() + "\n");
-            testsupport::EndChild(0);
+            _exit(0);
         },
         testing::ExitedWithCode(0), "^Blk 00000000\nIgn [08]0000000\n$");
 }
