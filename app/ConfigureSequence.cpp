@@ -134,10 +134,10 @@ Outcome<> ConfigureCommand::GatherSettings(ConfigureRun& run) {
     run.reinstall = IsReinstallPending();
     WarnOfUnusedReinstallMarker();
     run.settings = DefaultSettings();
-    if (!run.settings) {  // GCOVR_EXCL_START: the built-in document always gives settings
+    if (!run.settings) {
         run.settings = std::make_unique<Settings>();
         return Fail(L"Cannot load agent settings.");
-    }  // GCOVR_EXCL_STOP
+    }
     ApplyEnvironmentOverrides(*run.settings);
     if (m_bInteractive) return {};
     if (const auto xmlSettings = LoadXmlSettings()) {

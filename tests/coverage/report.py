@@ -2,7 +2,7 @@
 """Tells what the tests have run of the program, and compares the branches that none takes with those that are known:
 report.py LINES BRANCHES KNOWN FOLDER ...
 
-LINES and BRANCHES are what llvm-cov exports as lcov and as JSON. A branch is one outcome, true or false, of one
+LINES and BRANCHES are what llvm-cov exports as lcov and as JSON; only files in the FOLDERs count. A branch is one outcome, true or false, of one
 condition. KNOWN lists those that may stay untaken: below a line "[kind] reason" the lines that have such branches, each
 as "FILE: TEXT" with the text of the line. A text of the form /REGEX/, or a file "*", stands for several.
 
@@ -18,27 +18,34 @@ import sys
 Entry = collections.namedtuple("Entry", "kind file text")
 
 
-def measured_lines(path):
+def folder_of(file):
+    return file.split("/")[0]
+
+
+def measured_lines(path, folders):
     """Of each file, how often each line was run."""
     lines = collections.defaultdict(dict)
     for row in open(path):
         kind, _, value = row.rstrip("\n").partition(":")
         if kind == "SF":
             file = os.path.relpath(value)
-        elif kind == "DA":
+        elif kind == "DA" and folder_of(file) in folders:
             number, count = value.split(",")[:2]
             lines[file][int(number)] = int(count)
     return lines
 
 
-def measured_branches(path):
+def measured_branches(path, folders):
     """Of each file, how often each outcome of a condition was seen, by its place and outcome. The functions that are
     made from one template count as one."""
     branches = collections.defaultdict(collections.Counter)
-    for file in json.load(open(path))["data"][0]["files"]:
-        for line, column, last_line, last_column, if_true, if_false, *_ in file["branches"]:
+    for entry in json.load(open(path))["data"][0]["files"]:
+        file = os.path.relpath(entry["filename"])
+        if folder_of(file) not in folders:
+            continue
+        for line, column, last_line, last_column, if_true, if_false, *_ in entry["branches"]:
             for outcome, count in ((True, if_true), (False, if_false)):
-                branches[os.path.relpath(file["filename"])][line, column, last_line, last_column, outcome] += count
+                branches[file][line, column, last_line, last_column, outcome] += count
     return branches
 
 
@@ -72,31 +79,37 @@ def share(counts):
 def print_table(folders, lines, branches):
     print("folder             lines run                   branches taken")
     for folder in [*folders, "all"]:
-        files = [file for file in lines if folder in ("all", file.split("/")[0])]
+        files = [file for file in lines if folder in ("all", folder_of(file))]
         cells = [share([count for file in files for count in of[file].values()]) for of in (lines, branches)]
         print(f"{folder:12} {cells[0]}   {cells[1]}")
 
 
 def main():
-    lines, branches, path = measured_lines(sys.argv[1]), measured_branches(sys.argv[2]), sys.argv[3]
-    print_table(sys.argv[4:], lines, branches)
+    line_report, branch_report, path, *folders = sys.argv[1:]
+    lines, branches = measured_lines(line_report, folders), measured_branches(branch_report, folders)
+    print_table(folders, lines, branches)
     source = {file: open(file).read().split("\n") for file in lines}
-    not_run = [(file, number) for file in lines for number, count in lines[file].items() if count == 0]
-    for file, number in not_run:
-        print(f"not run: {file}:{number}: {source[file][number - 1].strip()}")
 
-    untaken = [(file, place[0]) for file in branches for place, count in branches[file].items() if count == 0]
-    texts = {(file, source[file][number - 1].strip()) for file, number in untaken}
+    def texts(places):
+        """Each (file, text) with a number of its line; brackets alone say nothing."""
+        found = {(file, source[file][number - 1].strip()): number for file, number in places}
+        return {text: number for text, number in found.items() if re.search(r"\w", text[1])}
+
+    not_run = texts((file, number) for file in lines for number, count in lines[file].items() if count == 0)
+    untaken = texts((file, place[0]) for file in branches for place, count in branches[file].items() if count == 0)
     entries = list(known(path))
-    unknown = sorted(text for text in texts if not any(covers(entry, *text) for entry in entries))
-    gone = [entry for entry in entries if not any(covers(entry, *text) for text in texts)]
-    for file, text in unknown:
+    unknown = [{text: number for text, number in found.items() if not any(covers(entry, *text) for entry in entries)}
+               for found in (not_run, untaken)]
+    gone = [entry for entry in entries if not any(covers(entry, *text) for text in (*not_run, *untaken))]
+    for (file, text), number in unknown[0].items():
+        print(f"not run: {file}:{number}: {text}")
+    for file, text in sorted(unknown[1]):
         print(f"{file}: {text}")
     for entry in gone:
-        print(f"[{entry.kind}] {entry.file}: {entry.text}: has no such branch any more")
-    print(f"Lines not run: {len(not_run)}; branches not taken: {len(untaken)}, in {len(texts)} lines, of which {len(unknown)} "
-          f"are not listed; {len(gone)} of the list are none any more")
-    return 1 if unknown or gone or not_run else 0
+        print(f"[{entry.kind}] {entry.file}: {entry.text}: lacks nothing any more")
+    print(f"Lines not run: {len(not_run)}, of which {len(unknown[0])} are not listed; with branches not taken: {len(untaken)}, "
+          f"of which {len(unknown[1])} are not listed; {len(gone)} of the list lack nothing any more")
+    return 1 if any(unknown) or gone else 0
 
 
 if __name__ == "__main__":

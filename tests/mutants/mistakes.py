@@ -67,7 +67,7 @@ def is_code(line, is_cpp):
     text = line.strip()
     if not is_cpp:
         return bool(text) and not text.startswith("#")
-    return bool(text) and not text.startswith(("//", "#", "static_assert", "namespace", "using ", "template", "GCOVR"))
+    return bool(text) and not text.startswith(("//", "#", "static_assert", "namespace", "using ", "template"))
 
 
 def mutants_of(tree, path):

@@ -50,7 +50,7 @@ all               3 of      3  100.00 %        3 of      6   50.00 %" ]
     measure app/one.cpp 1:4:0 1:0:3 >files
     compare <<<"[memory] there is always enough of it"
     [ "$status" -eq 0 ]
-    [[ $output == *"branches not taken: 0, "* ]]
+    [[ $output == *"with branches not taken: 0, "* ]]
 }
 
 @test "a line that has a branch not taken, and is not listed, is told" {
@@ -61,7 +61,7 @@ END
     [ "$status" -eq 1 ]
     [ "$(tail -n +5 <<<"$output")" = "app/one.cpp: return Result::FromErrno();
 run/two.cpp: return Result::FromErrno();
-Lines not run: 0; branches not taken: 3, in 3 lines, of which 2 are not listed; 0 of the list are none any more" ]
+Lines not run: 0, of which 0 are not listed; with branches not taken: 3, of which 2 are not listed; 0 of the list lack nothing any more" ]
 }
 
 @test "a list with every line, by its text or by a pattern, is right" {
@@ -73,7 +73,7 @@ app/one.cpp: if (a) b();
 *: /^return Result::FromErrno/
 END
     [ "$status" -eq 0 ]
-    [ "$(tail -n 1 <<<"$output")" = "Lines not run: 0; branches not taken: 3, in 3 lines, of which 0 are not listed; 0 of the list are none any more" ]
+    [ "$(tail -n 1 <<<"$output")" = "Lines not run: 0, of which 0 are not listed; with branches not taken: 3, of which 0 are not listed; 0 of the list lack nothing any more" ]
 }
 
 @test "a line that is listed, and has all its branches taken, is told" {
@@ -85,19 +85,19 @@ app/one.cpp: if (a) b();
 app/one.cpp: return Result::FromErrno();
 END
     [ "$status" -eq 1 ]
-    [ "${lines[4]}" = "[memory] app/one.cpp: if (a) b();: has no such branch any more" ]
+    [ "${lines[4]}" = "[memory] app/one.cpp: if (a) b();: lacks nothing any more" ]
 }
 
-@test "a line that was not run is told" {
+@test "a line that was not run is told, but not when it is listed" {
     : >lines
-    measure app/one.cpp 1:0:0 >files
+    measure app/one.cpp 1:0:0 2:0:0 >files
     compare <<'END'
 [memory] there is always enough of it
 app/one.cpp: if (a) b();
 END
     [ "$status" -eq 1 ]
-    [ "${lines[4]}" = "not run: app/one.cpp:1: if (a) b();" ]
-    [[ ${lines[5]} == "Lines not run: 1; "* ]]
+    [ "${lines[4]}" = "not run: app/one.cpp:2: return Result::FromErrno();" ]
+    [[ ${lines[6]} == "Lines not run: 2, of which 1 are not listed; "* ]]
 }
 
 @test "a kind without a reason is refused" {

@@ -103,7 +103,7 @@ class XmlReader {
 };
 
 XmlReader::XmlReader() : m_parser(XML_ParserCreate("UTF-8")) {
-    if (!m_parser) EndWithoutMemory();  // GCOVR_EXCL_LINE: nothing fails for another reason
+    if (!m_parser) EndWithoutMemory();  // it fails for no other reason
     XML_SetUserData(m_parser.get(), this);
     XML_SetHashSalt(m_parser.get(), static_cast<unsigned long>(RandomNumber() | 1));
     XML_SetParamEntityParsing(m_parser.get(), XML_PARAM_ENTITY_PARSING_ALWAYS);
