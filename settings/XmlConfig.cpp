@@ -31,7 +31,8 @@ class Reader {
   public:
     Reader(const BasicXml& document, const Source& source) : m_document(document), m_source(source) {
         document.ForEachElement(
-            [&](const BasicXml::Element& element) { m_firstElements.try_emplace(element.name, element); });
+            [&](const BasicXml::Element& element) { m_firstElements.try_emplace(element.name, element); },
+            BasicXml::Which::FirstOfEachName);
     }
 
     SourcedValue Text(const String& element) const {
@@ -94,12 +95,15 @@ Server Reader::NamedServer() const {
 
 /// An attribute that an entry lacks has the value that the shared map holds from what was read before.
 void Reader::ReadExtraSettings(Attributes& attributes, Settings& settings) const {
+    const String section = L"Section";
+    const String name = L"Name";
+    const String value = L"Value";
     const BasicXml extra = m_document.GetNode(XmlFormat::kExtraSettings);
     extra.ForEachElement([&](const BasicXml::Element& element) {
         if (element.name != XmlFormat::kExtraSetting) return;
         Add(element, attributes);
-        settings.AddExtra({Value(attributes, L"Section").value, Value(attributes, L"Name").value,
-                           Value(attributes, L"Value").value, At(L"", element.position).source});
+        settings.AddExtra({attributes[section].value, attributes[name].value, attributes[value].value,
+                           At(L"", element.position).source});
     });
 }
 

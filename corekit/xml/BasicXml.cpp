@@ -19,18 +19,29 @@ void AddAttributes(const XmlTree& tree, std::size_t element, AttributeMap& attri
     });
 }
 
-/// Where the names of a tag's attributes begin in a well-formed document; none for a reference to an entity.
-std::vector<std::size_t> FindAttributeNames(std::string_view document, std::size_t tag) {
-    std::vector<std::size_t> names;
-    if (document[tag] != '<') return names;
-    std::size_t at = document.find_first_of(" \t\r\n/>", tag);
-    while ((at = document.find_first_not_of(kBlanks, at)), document[at] != '/' && document[at] != '>') {
-        names.push_back(at);
-        const std::size_t quote = document.find_first_of("\"'", at);
-        at = document.find(document[quote], quote + 1) + 1;
+/// Where the names of a tag's attributes begin in a well-formed document, one after the other.
+class AttributeNames {
+  public:
+    AttributeNames(std::string_view document, std::size_t tag)
+        : m_document(document),
+          m_at(document[tag] == '<' ? document.find_first_of(" \t\r\n/>", tag) : kNoTag) {}
+
+    /// None after the last one, and for a reference to an entity.
+    std::optional<std::size_t> Next() {
+        if (m_at == kNoTag) return std::nullopt;
+        const std::size_t name = m_document.find_first_not_of(kBlanks, m_at);
+        if (m_document[name] == '/' || m_document[name] == '>') return std::nullopt;
+        const std::size_t quote = m_document.find_first_of("\"'", name);
+        m_at = m_document.find(m_document[quote], quote + 1) + 1;
+        return name;
     }
-    return names;
-}
+
+  private:
+    static constexpr std::size_t kNoTag = std::string_view::npos;
+
+    std::string_view m_document;
+    std::size_t m_at;  // behind the attribute before
+};
 
 /// Turns offsets of a document's bytes into positions, each offset at or after the one before.
 class PositionCounter {
@@ -108,28 +119,30 @@ BasicXml BasicXml::GetNode(const String& name, std::size_t index) const {
     return BasicXml(m_tree, m_tree->elements.Find(m_root, name.Utf8(), index));
 }
 
-void BasicXml::ForEachElement(const std::function<void(const Element&)>& visit) const {
+void BasicXml::ForEachElement(const std::function<void(const Element&)>& visit, Which which) const {
     if (!Exists()) return;
     const XmlTree& tree = m_tree->elements;
     PositionCounter positions(m_tree->document);
     std::vector<std::size_t> around;  // the elements that the one at `at` lies in
+    Element element;
     for (std::size_t at = m_root; at < tree.End(m_root); ++at) {
         while (!around.empty() && tree.End(around.back()) <= at) around.pop_back();
-        Element element;
+        around.push_back(at);
+        if (which == Which::FirstOfEachName && !tree.IsFirstOfItsName(at)) continue;
         element.name = String::FromUtf8(tree.Name(at));
-        if (!around.empty()) element.parent = String::FromUtf8(tree.Name(around.back()));
-        element.depth = around.size();
+        element.depth = around.size() - 1;
+        element.parent =
+            element.depth > 0 ? String::FromUtf8(tree.Name(around[element.depth - 1])) : String();
         element.text = String::FromUtf8(tree.Text(at));
         element.position = positions.At(tree.Offset(at));
-        const std::vector<std::size_t> names = FindAttributeNames(m_tree->document, tree.Offset(at));
+        element.attributes.clear();
+        AttributeNames names(m_tree->document, tree.Offset(at));
         tree.ForEachAttribute(at, [&](std::string_view name, std::string_view value) {
-            const std::size_t index = element.attributes.size();
-            element.attributes.push_back(
-                {String::FromUtf8(name), String::FromUtf8(value),
-                 index < names.size() ? positions.At(names[index]) : element.position});
+            const auto written = names.Next();
+            element.attributes.push_back({String::FromUtf8(name), String::FromUtf8(value),
+                                          written ? positions.At(*written) : element.position});
         });
         visit(element);
-        around.push_back(at);
     }
 }
 

@@ -76,8 +76,11 @@ class BasicXml {
     /// The index-th element of the name; one that does not exist answers every query with nothing.
     BasicXml GetNode(const String& name, std::size_t index = 0) const;
 
-    /// Calls `visit` for this element and for each one below it, in document order.
-    void ForEachElement(const std::function<void(const Element&)>& visit) const;
+    enum class Which { All, FirstOfEachName };
+
+    /// Calls `visit` for this element and for each one below it, in document order, or only for those that no
+    /// other element of their name comes before in the document.
+    void ForEachElement(const std::function<void(const Element&)>& visit, Which which = Which::All) const;
 
   private:
     struct Tree;

@@ -67,6 +67,10 @@ std::size_t XmlTree::Find(std::size_t within, std::string_view name, std::size_t
     return found < m_elements[within].end ? found : kNone;
 }
 
+bool XmlTree::IsFirstOfItsName(std::size_t element) const {
+    return m_byName.find(Name(element))->second.elements.front() == element;
+}
+
 std::string XmlTree::Text(std::size_t element) const {
     std::string text;
     for (std::uint32_t at = m_elements[element].firstPiece; at != kNoPiece; at = m_pieces[at].next) {

@@ -41,6 +41,9 @@ class XmlTree {
 
     std::string_view Name(std::size_t element) const { return *m_names[m_elements[element].name]; }
 
+    /// True if no element of the name comes before it.
+    bool IsFirstOfItsName(std::size_t element) const;
+
     /// Where the element's tag begins in the document, in bytes.
     std::size_t Offset(std::size_t element) const { return m_elements[element].offset; }
 

@@ -25,21 +25,23 @@ AttributeMap AttributesOf(const BasicXml& xml, const String& name) {
 }
 
 /// A line for each element: "line:column depth parent/name [text] attribute=value@line:column ...".
-std::vector<std::string> WalkOf(const BasicXml& xml) {
+std::vector<std::string> WalkOf(const BasicXml& xml, BasicXml::Which which = BasicXml::Which::All) {
     const auto text = [](const BasicXml::Position& position) {
         return std::to_string(position.line) + ":" + std::to_string(position.column);
     };
     std::vector<std::string> lines;
-    xml.ForEachElement([&](const BasicXml::Element& element) {
-        std::string line = text(element.position) + " " + std::to_string(element.depth) + " " +
-                           element.parent.Utf8() + "/" + element.name.Utf8() + " [" + element.text.Utf8() +
-                           "]";
-        for (const BasicXml::Attribute& attribute : element.attributes) {
-            line +=
-                " " + attribute.name.Utf8() + "=" + attribute.value.Utf8() + "@" + text(attribute.position);
-        }
-        lines.push_back(line);
-    });
+    xml.ForEachElement(
+        [&](const BasicXml::Element& element) {
+            std::string line = text(element.position) + " " + std::to_string(element.depth) + " " +
+                               element.parent.Utf8() + "/" + element.name.Utf8() + " [" +
+                               element.text.Utf8() + "]";
+            for (const BasicXml::Attribute& attribute : element.attributes) {
+                line += " " + attribute.name.Utf8() + "=" + attribute.value.Utf8() + "@" +
+                        text(attribute.position);
+            }
+            lines.push_back(line);
+        },
+        which);
     return lines;
 }
 
@@ -186,6 +188,13 @@ TEST(BasicXml, WalksElementsInDocumentOrderWithTheirPositions) {
         "  </a><c\tx = '>' /></r>\n");
     EXPECT_EQ(WalkOf(xml), (Lines{"3:1 0 /r [one\n  ]", "4:3 1 r/a [\n    \n  ] x=1@4:6 y=2@4:12",
                                   "5:5 2 a/b []", "5:9 2 a/b [two] z=3@5:12", "6:7 1 r/c [] x=>@6:10"}));
+}
+
+TEST(BasicXml, WalksTheFirstElementOfEachNameAlone_WhenNoOtherIsAskedFor) {
+    const BasicXml xml("<r><a x='1'/><b/><a x='2'><c/></a><b/></r>");
+    EXPECT_EQ(WalkOf(xml, BasicXml::Which::FirstOfEachName),
+              (Lines{"1:1 0 /r []", "1:4 1 r/a [] x=1@1:7", "1:14 1 r/b []", "1:27 2 a/c []"}));
+    EXPECT_EQ(WalkOf(xml.GetNode(L"a", 1), BasicXml::Which::FirstOfEachName), Lines{"1:27 1 a/c []"});
 }
 
 TEST(BasicXml, WalksANodeAlone) {
