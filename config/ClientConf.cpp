@@ -73,7 +73,6 @@ Outcome<String> MigrateSettings(HandOverFile& handOver, const InstalledConfigura
     return told;
 }
 
-using corekit::Forgive;
 using corekit::IniFile;
 
 namespace {
