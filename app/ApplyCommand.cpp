@@ -163,7 +163,7 @@ void ApplyCommand::TellRecord(const std::vector<String>& arguments) {
     }
     if (server.IsSet(L"KSName")) RunRecord::SetServer(CurrentServer(server).Text());
     const bool isClean = m_command.Word() == L"-clean" && !arguments.empty();
-    RunRecord::SetInstallDir(isClean ? arguments.front() : InstallDir());
+    RunRecord::SetInstallDir(isClean ? arguments.front() : m_rehearsed.installDir);
     RunRecord::SetXmlFile(m_xmlFile);
 }
 
@@ -229,7 +229,7 @@ Outcome<> ApplyCommand::WatchAgent(Apply::Interruptions& interruptions) {
         interruptions.Wait(milliseconds);
         return !interruptions.HasCome();
     };
-    m_result.agent = Apply::WatchAgent(InstallDir(), m_options.wait, pause);
+    m_result.agent = Apply::WatchAgent(m_rehearsed.installDir, m_options.wait, pause);
     if (!m_result.agent) return Failure{L"The agent does not stay up.", {}};
     if (!m_options.json)
         Messages::Say(L"Zorvane Agent is running (pid " + String::FromInt(*m_result.agent) + L").\n");
@@ -252,18 +252,10 @@ Apply::ToSave ApplyCommand::WhatToSave() const {
     what.ownDirs = m_rehearsed.places;
     what.withOneName = m_rehearsed.identifiers;
     what.runningAgent = m_runningAgent.Utf8();
-    for (const String& directory : {InstallDir(), m_runningAgent}) {
+    for (const String& directory : {m_rehearsed.installDir, m_runningAgent}) {
         if (!directory.IsEmpty()) what.agentDirs.push_back(directory.Utf8());
     }
     return what;
-}
-
-/// Where the agent is after the run; empty after a clean.
-String ApplyCommand::InstallDir() const {
-    for (const Json& setting : (*m_rehearsed.document)["settings"]) {
-        if (setting["name"] == "InstallDir") return String::FromUtf8(setting["value"].get<std::string>());
-    }
-    return String();
 }
 
 }  // namespace Zorvane::AgentInstaller

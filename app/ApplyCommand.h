@@ -53,7 +53,6 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     unsigned End();
 
     Apply::ToSave WhatToSave() const;
-    corekit::String InstallDir() const;
 
     corekit::String m_version;
     Options m_options;

@@ -55,9 +55,10 @@ std::string Packed(const Json& document, const Preview::TouchedNames& names, con
         packed["names"].push_back(Json::array({name.path, static_cast<int>(name.touch)}));
     for (const Preview::MovedDirectory& move : names.moves)
         packed["moves"].push_back(Json::array({move.from, move.to}));
-    const Json record = corekit::ParseJson(result);
+    const Json record = corekit::ParseCbor(result);
     for (const char* list : {"places", "identifiers", "answers"})
         packed[list] = record.value(list, Json::array());
+    packed["install_dir"] = record.value("install_dir", "");
     return corekit::Cbor(packed);
 }
 
@@ -73,6 +74,7 @@ RehearsedRun Unpacked(const std::string& bytes) {
     for (const Json& identifier : packed["identifiers"]) run.identifiers.push_back(identifier);
     for (const Json& answer : packed["answers"])
         run.answers.push_back(String::FromUtf8(answer.get<std::string>()));
+    run.installDir = String::FromUtf8(packed["install_dir"].get<std::string>());
     return run;
 }
 
@@ -201,6 +203,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
     if (const Settings* settings = command.LastSettings()) {
         const String installDir = settings->Get(kInstallDir);
         record["settings"] = Preview::SettingsList(*settings);
+        record["install_dir"] = installDir.Utf8();
         AddStores(installDir, record["stores"]);
         AddPlaces(*settings, record["places"]);
         AddIdentifier(installDir, record["identifiers"]);
@@ -208,7 +211,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
             record["identifiers"].push_back(settings->Record(L"Guid").used.source.name.Utf8());
         if (record["status"] == kSuccess) record["client_conf"] = ConfigurationOf(*settings);
     }
-    return corekit::JsonLine(record);
+    return corekit::Cbor(record);
 }
 
 }  // namespace Zorvane::AgentInstaller

@@ -26,6 +26,7 @@ struct RehearsedRun {
     std::vector<std::string> places;       // directories that the settings name
     std::vector<std::string> identifiers;  // files that hold the identifier of the host
     std::vector<corekit::String> answers;  // to the questions of the run
+    corekit::String installDir;            // of the agent that it configures; empty for a clean
 };
 
 class PreviewedCommand {

@@ -138,7 +138,7 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
         if (Json difference = comparison.Judge(change); !difference.is_null())
             differences.push_back(std::move(difference));
     }
-    const Json record = corekit::ParseJson(rehearsal.result);
+    const Json record = corekit::ParseCbor(rehearsal.result);
     for (const Json& path : record.value(kNotReplaced, Json::array()))
         differences.push_back(NotReplaced(path.get<std::string>(), installDir));
     std::ranges::stable_sort(differences, {},
@@ -149,7 +149,7 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
     if (told["error"].is_null() && !notMade.empty()) told["error"] = notMade.front();
     // A run without a text of its own that fails all the same.
     if (document["status"] != 0 && told["error"].is_null()) told["error"] = "Agent configuration failed.";
-    return corekit::JsonLine(told);
+    return corekit::Cbor(told);
 }
 
 }  // namespace
@@ -168,10 +168,10 @@ void HideOtherSources(const String& clientConf) {
 }
 
 std::string WithWhatWasLeft(const std::string& record) {
-    Json json = corekit::ParseJson(record);
+    Json json = corekit::ParseCbor(record);
     for (const String& path : Messages::pathsNotReplaced) json[kNotReplaced].push_back(path.Utf8());
     for (const String& text : Messages::failuresToMake) json[kNotMade].push_back(text.Utf8());
-    return corekit::JsonLine(json);
+    return corekit::Cbor(json);
 }
 
 Outcome<Json> FindDifferences(const std::function<std::string()>& run, const String& installDir) {
@@ -180,7 +180,7 @@ Outcome<Json> FindDifferences(const std::function<std::string()>& run, const Str
     };
     const Outcome<std::string> told = Preview::Rehearse(run, tell, Preview::Audience());
     if (!told) return tl::unexpected(told.error());
-    return corekit::ParseJson(*told);
+    return corekit::ParseCbor(*told);
 }
 
 }  // namespace Zorvane::AgentInstaller::Status

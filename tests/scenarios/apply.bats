@@ -57,6 +57,19 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     grep -qx "Configuration complete." "$desk/out"
 }
 
+@test "an agent in a directory of bytes that are no UTF-8 is applied and stays up" {
+    directory=$'/opt/caf\xe9'
+    given_the_package "$directory"
+    given_plain_xml
+    sed -i 's/Start="no"/Start="yes"/' /tmp/.qdn-agent-install-config.xml
+    qdn_configure -apply -yes -configure -noimode -dir "$directory"
+    "$directory/bin/rcscript" stop >"$desk/stopped"
+    expect_status 0
+    expect_no_errors
+    expect_no_trace
+    grep -qx "Zorvane Agent is running (pid [0-9]*)\." "$desk/out"
+}
+
 @test "an upgrade is applied" {
     given_an_old_agent 6.2
     given_the_package

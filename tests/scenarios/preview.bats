@@ -22,6 +22,23 @@ field() {
 
 expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expected $2"; }
 
+@test "a directory of bytes that are no UTF-8 is told with its bytes, and what lies in its stores is not shown" {
+    directory=$'/opt/caf\xe9'
+    path_of='__import__("base64").b64decode(c["path_base64"]).decode("latin-1")'
+    given_the_package "$directory"
+    given_plain_xml
+    qdn_configure -preview -json -configure -noimode -dir "$directory"
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_field "'/opt/caf\xe9/etc/client.conf' in [$path_of for c in d['changes'] if 'path_base64' in c]" true
+    qdn_configure -configure -noimode -quiet -dir "$directory"
+    mount -t tmpfs none "$directory/var/queue"
+    echo "event one" >"$directory/var/queue/one.kse"
+    qdn_configure -preview -json -clean "$directory"
+    expect_valid "$desk/out"
+    expect_field "[c['diff'] for c in d['changes'] if c['path'].endswith('one.kse')]" '[null]'
+}
+
 @test "the report lists what would change, and nothing is changed" {
     given_the_package
     given_plain_xml

@@ -19,8 +19,16 @@ using corekit::Json;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr const char* kRecord =
-    R"({"status": 0, "settings": [], "client_conf": null, "stores": [], "places": [], "start": false})";
+/// What a run tells of itself that has succeeded and configured nothing.
+std::string Record(unsigned status = 0) {
+    return corekit::Cbor({{"status", status},
+                          {"settings", Json::array()},
+                          {"client_conf", nullptr},
+                          {"stores", Json::array()},
+                          {"places", Json::array()},
+                          {"start", false}});
+}
+
 constexpr const char* kConf = "/opt/agent/etc/client.conf";
 
 class StatusDifferences : public testing::Test {
@@ -39,7 +47,7 @@ class StatusDifferences : public testing::Test {
     std::vector<std::string> After(Action&& configure) {
         const auto run = [&] {
             configure();
-            return std::string(kRecord);
+            return Record();
         };
         const auto found = FindDifferences(run, L"/opt/agent");
         std::vector<std::string> lines;
@@ -124,7 +132,7 @@ TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     testfiles::Write("/opt/agent/links/qdn-monitor", "somebody's");
     const auto run = [] {
         Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-monitor");
-        return WithWhatWasLeft(kRecord);
+        return WithWhatWasLeft(Record());
     };
     const auto found = FindDifferences(run, L"/opt/agent");
     ASSERT_TRUE(found);
@@ -139,9 +147,7 @@ TEST_F(StatusDifferences, AConfigurationThatFailsGivesItsError) {
     const auto failing = [](const char* said) {
         return [said] {
             if (said != nullptr) Messages::Warn(corekit::String::FromUtf8(said));
-            Json record = corekit::ParseJson(kRecord);
-            record["status"] = 1;
-            return record.dump();
+            return Record(1);
         };
     };
     EXPECT_EQ((*FindDifferences(failing("ERROR: No space.\n"), L"/opt/agent"))["error"], "No space.");
@@ -151,7 +157,7 @@ TEST_F(StatusDifferences, AConfigurationThatFailsGivesItsError) {
 TEST_F(StatusDifferences, ALinkOrWrapperThatCannotBeMadeIsTheError) {
     const auto run = [] {
         Messages::WarnNotMade(corekit::Result(EISDIR).About(L"/opt/agent/bin/qdn-monitor"));
-        return WithWhatWasLeft(kRecord);
+        return WithWhatWasLeft(Record());
     };
     EXPECT_EQ((*FindDifferences(run, L"/opt/agent"))["error"],
               "/opt/agent/bin/qdn-monitor could not be made: Is a directory.");
