@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
+#include <sys/ioctl.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -130,12 +131,13 @@ bool Performance::Listen() {
             pipes[i]->reader = Descriptor();  // whoever goes on writing must not wait for a reader
         }
     }
-    // A daemon that was left behind may hold the other two open for ever.
+    // A daemon that was left behind may hold the other two open, and write to them, for ever.
     for (std::size_t i = 1; i < std::size(sources); ++i) {
-        while (sources[i].fd >= 0 && poll(&sources[i], 1, 0) > 0) {
-            const int copyTo = i == 1 ? m_audience.terminal : -1;
-            if (!Take(sources[i].fd, *texts[i], copyTo)) break;
-        }
+        int held = 0;
+        if (sources[i].fd < 0 || ioctl(sources[i].fd, FIONREAD, &held) != 0) continue;
+        const std::size_t end = texts[i]->size() + static_cast<std::size_t>(held);
+        const int copyTo = i == 1 ? m_audience.terminal : -1;
+        while (texts[i]->size() < end && Take(sources[i].fd, *texts[i], copyTo)) continue;
     }
     return true;
 }

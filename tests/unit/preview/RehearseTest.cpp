@@ -74,6 +74,14 @@ TEST(Rehearse, OutputIsKept) {
     EXPECT_EQ(Rehearse(code, tell, {}).value(), "out|err|result");
 }
 
+TEST(Rehearse, ADaemonThatGoesOnWritingHoldsNobodyUp) {
+    const auto code = [] {
+        EXPECT_EQ(std::system("yes more &"), 0);
+        return std::string("done");
+    };
+    EXPECT_EQ(InCopy(code), "done");
+}
+
 TEST(Rehearse, NoProcessOfTheHostCanBeSeenOrSignalled) {
     const pid_t host = getpid();
     EXPECT_EQ(
