@@ -112,15 +112,16 @@ class Comparison {
     std::string m_helper = String(Names::kHelperProgram).Utf8();
 };
 
-/// Something else stands where the configuration would put a link to one of the agent's programs.
+/// Something else stood where the configuration would put a link to one of the agent's programs, if it is
+/// still there.
 Json NotReplaced(const std::string& path, const String& installDir) {
     const String name = corekit::Path::GetFileName(String::FromUtf8(path));
     const bool isHelper = name == Names::kHelperName;
     Json link = {{"mode", "0777"}, {"uid", 0}, {"gid", 0}, {"size", nullptr}, {"sha256", nullptr}};
     link["target"] = (isHelper ? String(Names::kHelperProgram) : installDir + L"/bin/" + name).Utf8();
     link["type"] = "link";
-    Json difference = {{"path", path}, {"action", "replace"}, {"type", "link"}};
     const auto present = Preview::ReadState(path);
+    Json difference = {{"path", path}, {"action", present ? "replace" : "create"}, {"type", "link"}};
     difference["before"] = Preview::StateAsJson(present ? std::optional(*present) : std::nullopt, path, true);
     difference["after"] = link;
     difference["diff"] = nullptr;

@@ -143,6 +143,18 @@ TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     EXPECT_EQ(difference["after"]["target"], "/opt/agent/bin/qdn-monitor");
 }
 
+TEST_F(StatusDifferences, ALinkOfSomebodyElseThatHasVanishedSinceIsMissing) {
+    const auto run = [] {
+        Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-monitor");
+        return WithWhatWasLeft(Record());
+    };
+    const auto found = FindDifferences(run, L"/opt/agent");
+    ASSERT_TRUE(found);
+    ASSERT_EQ((*found)["differences"].size(), 1U);
+    EXPECT_EQ((*found)["differences"][0]["action"], "create");
+    EXPECT_TRUE((*found)["differences"][0]["before"].is_null());
+}
+
 TEST_F(StatusDifferences, AConfigurationThatFailsGivesItsError) {
     const auto failing = [](const char* said) {
         return [said] {
