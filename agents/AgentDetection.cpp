@@ -88,7 +88,6 @@ std::vector<Candidate> Candidates(const String& packageDir, const std::vector<St
 /// The candidate, open, if it decides which agent is installed: a file that may be used, or one that cannot
 /// be read and that only root can have put there. Warns of a file that does not decide.
 std::optional<TrustedFile> Open(const Candidate& candidate) {
-    if (!corekit::File::Exists(candidate.path) || IsKeptForUnmovedData(candidate.path)) return std::nullopt;
     TrustedFile file(candidate.path, candidate.chosenBy);
     if (file.IsAbsent()) return std::nullopt;
     const bool isRootsSecret = file.IsUnreadable() && !file.IsExposed();
@@ -100,6 +99,10 @@ std::optional<TrustedFile> Open(const Candidate& candidate) {
 /// The agent of the first candidate that decides, recognised or not.
 std::unique_ptr<Agent> AgentFromFirst(const std::vector<Candidate>& candidates) {
     for (const Candidate& candidate : candidates) {
+        if (!corekit::File::Exists(candidate.path)) continue;
+        const auto isKept = IsKeptForUnmovedData(candidate.path);
+        if (!isKept) return std::make_unique<UnreadableAgent>(candidate.path, isKept.error());
+        if (*isKept) continue;
         if (const auto file = Open(candidate)) return AgentFromConfigFile(*file);
     }
     return nullptr;

@@ -22,6 +22,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Expected;
 using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
@@ -145,23 +146,25 @@ String BaseOf(const String& confPath) {
     return Path::GetDirectory(Path::GetDirectory(confPath));
 }
 
+void WarnNotWritten(const String& path, const Result& why) {
+    Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + GetErrorMsg(why) + L".\n");
+}
+
 /// Writes a file unless it is there with this content. Warns of a failure.
 bool Write(const String& path, const std::string& bytes) {
     if (const auto present = File::ReadBytes(path); present && *present == bytes) return true;
     const Result written = File::WriteBytes(path, bytes, {.mode = kPrivate});
-    if (!written)
-        Messages::Warn(L"WARNING! " + Messages::Shown(path) + L" is not written: " + GetErrorMsg(written) +
-                       L".\n");
+    if (!written) WarnNotWritten(path, written);
     return written.Ok();
 }
 
-/// The lines of a mark; none without a mark that may be believed.
-std::vector<String> ReadMark(const String& path) {
-    std::vector<String> lines;
-    if (!File::Exists(path)) return lines;
+/// The lines of a mark; none without a mark that may be believed. Fails where a mark cannot be read now.
+Expected<std::vector<String>> ReadMark(const String& path) {
     const TrustedFile mark(path, ChosenBy::Program);
     const auto bytes = mark.Read();
-    if (!mark.WhyNot().IsEmpty() || !bytes) return lines;
+    if (IsTransient(bytes.Outcome())) return bytes.error();
+    std::vector<String> lines;
+    if (!bytes || !mark.MayBeUsed()) return lines;
     corekit::StringTokenizer tokens(String::FromUtf8(*bytes), L"\n");
     for (String line; tokens.GetToken(line);) {
         if (!line.IsEmpty()) lines.push_back(line);
@@ -185,35 +188,38 @@ bool LiesIn(const String& oldDir, const std::string& bytes) {
 
 /// The path at which the old client.conf is kept: its own, unless it does not lie in the install directory
 /// that it names, or the new one takes its place. Then a name beside the new one under which there is no
-/// other content.
-String KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
+/// other content; EEXIST when there is no such name.
+Expected<String> KeptPath(const String& oldDir, const String& newDir, const std::string& bytes) {
     const bool isElsewhere = !oldDir.IsEmpty() && !Path::IsMatch(oldDir, newDir);
     if (isElsewhere && LiesIn(oldDir, bytes)) return oldDir + Names::kClientConf;
-    String name = newDir + kCopyInPlace;
-    for (int number = 1;; ++number) {
+    const String name = newDir + kCopyInPlace;
+    for (int number = 1; number <= kMostCopies; ++number) {
         String path = number == 1 ? name : name + L"." + String::FromInt(number);
         const auto present = File::ReadBytes(path);
         if (!present ? IsNotFound(present.error()) : *present == bytes) return path;
-        if (number == kMostCopies) return name;
     }
+    return Result(EEXIST).About(name);
 }
 
 /// Goes on moving by one kept client.conf. True when nothing is left to be moved by it.
 bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf) {
+    const auto stays = [&](const Result& why) {
+        WarnKept(kept, GetErrorMsg(why));
+        return false;
+    };
     const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
+    const auto isKept = isCopy ? Expected<bool>(true) : IsKeptForUnmovedData(kept);
+    if (!isKept) return stays(isKept.error());
     // Without the mark, the file has become the client.conf of another agent.
-    if (!isCopy && !IsKeptForUnmovedData(kept)) return true;
+    if (!*isKept) return true;
     if (!isCopy) corekit::DeclareOwn(BaseOf(kept));
     const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
-    if (!oldConf.ReadResult()) return IsNotFound(oldConf.ReadResult());
+    if (const Result read = oldConf.ReadResult(); !read) return IsNotFound(read) || stays(read);
     if (MoveData(oldConf, newConf) == DataMove::Partial) return false;
     // Of an agent of version 5.6 everything else was removed when its data could not be moved.
     const bool isOf56 = GetValue(oldConf, Key::kAgentMajor).IsEmpty();
     if (!isOf56) RemoveOldInstallation(oldConf, newConf, DataMove::Complete);
-    if (const Result removed = File::Remove(kept); !removed && !IsNotFound(removed)) {
-        Messages::WarnKept(kept, GetErrorMsg(removed));
-        return false;
-    }
+    if (const Result removed = File::Remove(kept); !removed && !IsNotFound(removed)) return stays(removed);
     // Without its client.conf the mark leads to nothing.
     if (!isCopy) Forgive(File::Remove(BaseOf(kept) + Names::kMovedMark));
     return true;
@@ -226,13 +232,16 @@ void KeepConfOfUnmovedData(const IniFile& oldConf, const IniFile& newConf) {
     const String oldDir = InstallDirOf(oldConf);
     const auto bytes = File::ReadBytes(oldConf.FileName());
     if (newDir.IsEmpty() || !bytes) return;
-    const String kept = KeptPath(oldDir, newDir, *bytes);
-    const bool isCopy = kept.StartsWith(newDir + kCopyInPlace);
-    if (!Write(kept, *bytes)) return;
+    const String mark = newDir + Names::kUnmoved;
+    auto lines = ReadMark(mark);
+    if (!lines) return WarnNotWritten(mark, lines.error());
+    const auto kept = KeptPath(oldDir, newDir, *bytes);
+    if (!kept) return WarnNotWritten(kept.error().Path(), kept.error());
+    const bool isCopy = kept->StartsWith(newDir + kCopyInPlace);
+    if (!Write(*kept, *bytes)) return;
     if (!isCopy && !WriteMark(oldDir + Names::kMovedMark, {newDir})) return;
-    std::vector<String> lines = ReadMark(newDir + Names::kUnmoved);
-    if (std::ranges::find(lines, kept) == lines.end()) lines.push_back(kept);
-    Forgive(WriteMark(newDir + Names::kUnmoved, lines));  // WriteMark has warned of a failure
+    if (std::ranges::find(*lines, *kept) == lines->end()) lines->push_back(*kept);
+    Forgive(WriteMark(mark, *lines));  // WriteMark has warned of a failure
 }
 
 void MoveUnmovedData(const IniFile& newConf) {
@@ -242,19 +251,22 @@ void MoveUnmovedData(const IniFile& newConf) {
     // no mark, and one that stays leads the next run here once more.
     Forgive(File::Remove(newDir + Names::kMovedMark));
     const String mark = newDir + Names::kUnmoved;
-    std::vector<String> lines = ReadMark(mark);
-    if (lines.empty()) return;
-    std::erase_if(lines, [&](const String& kept) { return FinishMove(kept, newDir, newConf); });
-    if (lines.empty())
+    auto lines = ReadMark(mark);
+    if (!lines) return WarnKept(mark, GetErrorMsg(lines.error()));
+    if (lines->empty()) return;
+    std::erase_if(*lines, [&](const String& kept) { return FinishMove(kept, newDir, newConf); });
+    if (lines->empty())
         Forgive(File::Remove(mark));  // one that stays names nothing that is there
     else
-        Forgive(WriteMark(mark, lines));  // WriteMark has warned of a failure
+        Forgive(WriteMark(mark, *lines));  // WriteMark has warned of a failure
 }
 
-bool IsKeptForUnmovedData(const String& confPath) {
+Expected<bool> IsKeptForUnmovedData(const String& confPath) {
     const String base = BaseOf(confPath);
-    return !base.IsEmpty() && confPath == base + Names::kClientConf &&
-           !ReadMark(base + Names::kMovedMark).empty();
+    if (confPath != base + Names::kClientConf) return false;
+    const auto lines = ReadMark(base + Names::kMovedMark);
+    if (!lines) return lines.error();
+    return !lines->empty();
 }
 
 }  // namespace Zorvane::AgentInstaller

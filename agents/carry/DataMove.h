@@ -3,6 +3,7 @@
 #pragma once
 
 #include "corekit/ini/IniFile.h"
+#include "corekit/os/Result.h"
 #include "corekit/text/String.h"
 
 namespace Zorvane::AgentInstaller {
@@ -37,6 +38,7 @@ void KeepConfOfUnmovedData(const corekit::IniFile& oldConf, const corekit::IniFi
 void MoveUnmovedData(const corekit::IniFile& newConf);
 
 /// True if a client.conf is only kept for data that could not be moved: no agent is installed there any more.
-bool IsKeptForUnmovedData(const corekit::String& confPath);
+/// Fails where that cannot be told now.
+corekit::Expected<bool> IsKeptForUnmovedData(const corekit::String& confPath);
 
 }  // namespace Zorvane::AgentInstaller

@@ -14,6 +14,7 @@
 #include "tests/support/Captured.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
 #include "tests/support/StandIn.h"
@@ -259,6 +260,20 @@ TEST_F(InstalledAgent, IsNeitherPassedOverNorTouched_WhenItsFileCannotBeRead) {
         EXPECT_EQ(verdict, 0) << call;
     }
     EXPECT_EQ(Found(), "/opt/601");
+}
+
+TEST_F(InstalledAgent, IsNeitherFoundNorPassedOver_WhereAClientConfIsKeptForDataAndItsMarkCannotBeRead) {
+    Lay(kDefault, 1);
+    Write(std::filesystem::path(kDefault).parent_path() / ".moved", "/opt/new\n");
+    const auto find = [] {
+        const auto agent = FindInstalledAgent();
+        return Is<UnreadableAgent>(agent) ? 1 : agent ? 2 : 0;
+    };
+    const std::vector<int> calls = {SYS_read, SYS_openat, SYS_fstat};
+    const auto check = [](int result) { EXPECT_EQ(result, 1); };
+    EXPECT_GE(testsupport::FailInTurn(
+                  calls, EIO, [] {}, find, check),
+              2);
 }
 
 TEST_F(InstalledAgent, IsNotSupported_WhenItIsThatOfTheInventorySolution) {
