@@ -35,11 +35,11 @@ Unfinished FindUnfinishedRun(const String& installDir) {
     const String path = installDir + Names::kUnfinished;
     // Where the mark cannot be looked up, client.conf beside it cannot either, and whoever reads that fails.
     if (installDir.IsEmpty() || !File::Probe(path)) return Unfinished::Nothing;
-    const String text = File::Read(path).value_or(String()).Trim();
-    const auto* const row = std::ranges::find(kWords, text, &Word::word);
+    const auto text = File::Read(path);
+    const auto* const row = std::ranges::find(kWords, text.value_or(String()).Trim(), &Word::word);
     if (row != std::end(kWords)) return row->what;
-    const bool hasOld = File::Exists(installDir + Names::kSavedClientConf);
-    return hasOld ? Unfinished::Upgrade : Unfinished::FirstConfiguration;
+    if (File::Exists(installDir + Names::kSavedClientConf)) return Unfinished::Upgrade;
+    return text ? Unfinished::FirstConfiguration : Unfinished::Saving;
 }
 
 Outcome<> CheckUnfinishedMark(const String& installDir) {

@@ -15,8 +15,9 @@ enum class Unfinished {
     Upgrade,             // the agent that was there before is what etc/client.conf.old says
 };
 
-/// Reads the mark below the install directory. A mark with an unknown word stands for an upgrade if there is
-/// a client.conf.old, and for a first configuration otherwise.
+/// Reads the mark below the install directory. A mark with an unknown word, or one that cannot be read,
+/// stands for an upgrade if there is a client.conf.old. Without that file the one stands for a first
+/// configuration, the other for saving, so that no client.conf is passed over which may be an agent's.
 Unfinished FindUnfinishedRun(const corekit::String& installDir);
 
 /// Fails where the mark could not be written. Changes nothing.

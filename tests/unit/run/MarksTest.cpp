@@ -4,6 +4,7 @@
 
 #include "run/Marks.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -37,6 +38,15 @@ TEST_F(UnfinishedRun, IsAnUpgrade_WhenTheMarkIsUnknownAndACopyIsSaved) {
     EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::FirstConfiguration);
     testfiles::Write(m_dir / "etc/client.conf.old", "");
     EXPECT_EQ(FindUnfinishedRun(m_installDir), Unfinished::Upgrade);
+}
+
+// Else the next configuration would pass over the agent whose client.conf was being saved.
+TEST_F(UnfinishedRun, PassesOverNoClientConf_WhenTheMarkCannotBeRead) {
+    for (const auto what : {Unfinished::Saving, Unfinished::FirstConfiguration}) {
+        EXPECT_TRUE(MarkUnfinishedRun(m_installDir, what));
+        const auto find = [&] { return static_cast<int>(FindUnfinishedRun(m_installDir)); };
+        EXPECT_EQ(testsupport::WithFailing({{SYS_read, EIO}}, find), static_cast<int>(Unfinished::Saving));
+    }
 }
 
 TEST_F(UnfinishedRun, FailsTheRunWithTheReason_WhenItCannotBeMarked) {
