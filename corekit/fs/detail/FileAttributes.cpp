@@ -79,9 +79,13 @@ struct AttributesOfEntry {
     int Remove(const char* name) const { return removexattr(path.c_str(), name); }
 };
 
+/// Fails when it cannot be told.
 template <typename Attributes>
-bool Has(const Attributes& of, const char* name) {
-    return of.Get(name, nullptr, 0) >= 0;
+Expected<bool> Has(const Attributes& of, const char* name) {
+    if (of.Get(name, nullptr, 0) >= 0) return true;
+    const Result failure = Result::FromErrno();
+    if (failure.Code() == ENODATA || failure.Code() == ENOTSUP) return false;
+    return failure;
 }
 
 /// Calls a function that first tells how long a value is and then fills it in.
@@ -120,8 +124,10 @@ Result TakeAll(const Attributes& to, const Attributes& model) {
     if (!listed && !IsAttributeRefusal(listed.error())) return listed.error();
     const std::string names = listed.value_or(std::string());
     for (const char* list : kAccessLists) {
-        const bool isInherited = !IsListed(names, list) && Has(to, list);
-        if (const Result gone = Outcome(isInherited ? to.Remove(list) : 0); !gone) return gone;
+        if (IsListed(names, list)) continue;
+        const auto isInherited = Has(to, list);
+        if (!isInherited) return isInherited.error();
+        if (const Result gone = Outcome(*isInherited ? to.Remove(list) : 0); !gone) return gone;
     }
     for (const char* name = names.c_str(); name < names.c_str() + names.size();
          name += std::strlen(name) + 1) {
@@ -182,7 +188,10 @@ Result TakeAttributes(int fd, int model, IfRefused ifRefused) {
     const AttributesOfFile others{model};
     if (const Result taken = TakeAll(own, others); !taken) return taken;
     // With a list, the group's bits in the mode are what the list allows at most, not what the group may do.
-    const bool lacksItsList = Has(others, kAccessList) && !Has(own, kAccessList);
+    const auto isMeant = Has(others, kAccessList);
+    const auto isThere = isMeant ? Has(own, kAccessList) : isMeant;
+    if (!isThere) return isThere.error();
+    const bool lacksItsList = *isMeant && !*isThere;
     return Outcome(fchmod(fd, lacksItsList ? *mode & ~mode_t{S_IRWXG} : *mode));
 }
 

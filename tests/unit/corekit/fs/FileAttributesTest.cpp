@@ -7,12 +7,14 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
+#include <vector>
 
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/FileAttributes.h"
 #include "corekit/os/Descriptor.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
 #include "tests/support/Workspace.h"
@@ -63,6 +65,24 @@ TEST(SetMode, RefusesLinksWhereverTheyLead) {
     EXPECT_EQ(testfiles::Mode(dir / "sub"), 0755U);
 }
 
+TEST(SetMode, ConcernsTheFileThatWasThere_WhenAnotherTakesItsPlace) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0644);
+    testfiles::Write(dir / "other", "", 0644);
+    fs::create_hard_link(dir / "file", dir / "kept");
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
+    testsupport::InChild([&] {
+        testsupport::JudgeCalls({SYS_openat}, [&](const seccomp_notif& call) -> testsupport::Verdict {
+            if ((call.data.args[2] & O_PATH) == 0) rename((dir / "other").c_str(), (dir / "file").c_str());
+            return std::nullopt;
+        });
+        EXPECT_TRUE(corekit::SetMode({directory.Get(), "file"}, 0600));
+        return 0;
+    });
+    EXPECT_EQ(testfiles::Mode(dir / "kept"), 0600U);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0644U);
+}
+
 TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRights_WhereTheOwnerIsRefused) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0600);
@@ -76,6 +96,19 @@ TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRights_WhereTheOwnerIsRefused) {
     EXPECT_EQ(testfiles::Mode(dir / "file"), 0600U);
     EXPECT_EQ(take(IfRefused::GoOn), 0);
     EXPECT_EQ(testfiles::Mode(dir / "file"), 0755U);
+}
+
+TEST(TakeOwnerAndMode, GivesTheGroup_WhereOnlyThatDiffers) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0600);
+    const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_WRONLY).value();
+    struct stat model {};
+    ASSERT_EQ(fstat(file.Get(), &model), 0);
+    ++model.st_gid;
+    const int failure = WithFailing({{SYS_fchown, EPERM}}, [&] {
+        return corekit::TakeOwnerAndMode(file.Get(), model, IfRefused::Fail).Code();
+    });
+    EXPECT_EQ(failure, EPERM) << "it was not asked for";
 }
 
 TEST(TakeOwnerAndMode, SetsNoOwnerThatIsAlreadyRight) {
@@ -109,6 +142,9 @@ TEST(TakeTimes, SetsBothToTheNanosecond) {
 }
 
 namespace {
+
+const std::vector<int> kAttributeCalls = {SYS_flistxattr, SYS_fgetxattr, SYS_fsetxattr, SYS_fremovexattr,
+                                          SYS_fchmod};
 
 class ExtendedAttributes : public testing::Test {
   protected:
@@ -171,6 +207,39 @@ TEST_F(ExtendedAttributes, LeaveTheGroupNothing_WhenTheListCannotBeSet) {
     testfiles::SetAttribute(m_dir / "model", testfiles::kAccessList, testfiles::RootMayRead());
     ASSERT_EQ(testfiles::Mode(m_dir / "model"), 0640U);
     EXPECT_EQ(WithFailing({{SYS_fsetxattr, ENOTSUP}}, [&] { return Take().Code(); }), 0);
+    EXPECT_EQ(testfiles::Mode(m_dir / "new"), 0600U);
+}
+
+TEST_F(ExtendedAttributes, AreAllTakenOrThatIsAFailure) {
+    testfiles::SetAttribute(m_dir / "model", "user.one", "1");
+    testfiles::SetAttribute(m_dir.Path(), testfiles::kDefaultList, testfiles::RootMayRead());
+    const std::string given = m_dir / "given";
+    const int points = testsupport::FailInTurn(
+        kAttributeCalls, EIO,
+        [&] {
+            fs::remove(given);
+            m_file = Descriptor(open(given.c_str(), O_WRONLY | O_CREAT, 0640));
+        },
+        [&] { return Take().Code(); },
+        [&](int result) {
+            if (result != 0) return;
+            EXPECT_EQ(Attribute(given, "user.one"), "1");
+            EXPECT_EQ(Attribute(given, testfiles::kAccessList), "none");
+            EXPECT_EQ(testfiles::Mode(given), 0644U);
+        });
+    EXPECT_GE(points, 8);
+    EXPECT_EQ(Attribute(given, testfiles::kAccessList), "none");
+}
+
+TEST_F(ExtendedAttributes, GiveTheGroupNoMoreThanTheModelDid_WhateverFails) {
+    testfiles::SetAttribute(m_dir / "model", testfiles::kAccessList, testfiles::RootMayRead());
+    testsupport::FailInTurn(
+        kAttributeCalls, EIO, [&] { testfiles::Write(m_dir / "new", "", 0600); },
+        [&] {
+            EXPECT_TRUE(testsupport::MakeFail({{SYS_fsetxattr, ENOTSUP}}));
+            return Take().Code();
+        },
+        [&](int) { EXPECT_EQ(testfiles::Mode(m_dir / "new"), 0600U); });
     EXPECT_EQ(testfiles::Mode(m_dir / "new"), 0600U);
 }
 
