@@ -53,8 +53,24 @@ Result CheckUnmasked(const String& name) {
     return target && *target == L"/dev/null" ? Result(EPERM).About(UnitPath(name)) : Result();
 }
 
+/// Adds a directory's entries to a list. Fails when it cannot be read, for a reason that may pass.
+Result FindEntries(const String& directory, const String& pattern, std::vector<FileInfo>& found) {
+    const Result read = Dir::ReadEntries(directory, pattern, found);
+    return IsTransient(read) ? read : Result();
+}
+
+/// Adds the unit's file, unless it is a mask. Fails when it is not known whether there is one.
+Result FindUnit(const String& name, std::vector<FileInfo>& units) {
+    if (const Result unmasked = CheckUnmasked(name); !unmasked) {
+        return unmasked.Code() == EPERM ? Result() : unmasked;
+    }
+    return FindEntries(kUnitDir, FileName(name), units);
+}
+
 bool HasUnit(const String& name) {
-    return CheckUnmasked(name) && !Dir::Entries(kUnitDir, FileName(name)).empty();
+    std::vector<FileInfo> units;
+    Forgive(FindUnit(name, units));  // as with the links: whoever removes it looks once more
+    return !units.empty();
 }
 
 std::vector<String> TargetsOf(const String& levels) {
@@ -81,15 +97,11 @@ Result Enable(const String& name, const std::vector<String>& targets) {
 /// directory cannot be read, for a reason that may pass.
 Result FindEnablingLinks(const String& name, std::vector<FileInfo>& links) {
     Result result;
-    const auto read = [&result](const String& directory, const String& pattern,
-                                std::vector<FileInfo>& found) {
-        const Result reading = Dir::ReadEntries(directory, pattern, found);
-        if (IsTransient(reading)) result = Worse(result, reading);
-    };
     for (const wchar_t* pattern : {L"*.wants", L"*.requires"}) {
         std::vector<FileInfo> directories;
-        read(kUnitDir, pattern, directories);
-        for (const FileInfo& directory : directories) read(directory.path, FileName(name), links);
+        result = Worse(result, FindEntries(kUnitDir, pattern, directories));
+        for (const FileInfo& directory : directories)
+            result = Worse(result, FindEntries(directory.path, FileName(name), links));
     }
     return result;
 }
@@ -141,11 +153,12 @@ bool IsEnabled(const String& name) {
 Result Remove(const String& name) {
     std::vector<FileInfo> links;
     Result result = FindEnablingLinks(name, links);
-    const Result unmasked = CheckUnmasked(name);
-    if (IsTransient(unmasked)) result = Worse(result, unmasked);
-    const bool hasUnit = HasUnit(name);
+    std::vector<FileInfo> units;
+    result = Worse(result, FindUnit(name, units));
     result = Worse(result, RemoveLinks(links));
-    return hasUnit ? Worse(result, File::Remove(UnitPath(name), corekit::HostDirectory::Meant)) : result;
+    for (const FileInfo& unit : units)
+        result = Worse(result, File::Remove(unit.path, corekit::HostDirectory::Meant));
+    return result;
 }
 
 void Reload() {

@@ -213,6 +213,15 @@ TEST_F(SystemdUnitTest, IsInstalledWholeOrFails) {
     EXPECT_EQ(UnitFiles(), whole);
 }
 
+TEST_F(SystemdUnitTest, IsGoneOrFails_WhateverFails) {
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [] { ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"35")); },
+        [] { return SystemdUnit::Remove(L"agent") ? 0 : 1; },
+        [](int failed) { EXPECT_TRUE(failed != 0 || !fs::exists(kUnit)); });
+    EXPECT_GE(points, 30);
+    EXPECT_THAT(UnitFiles(), IsEmpty());
+}
+
 // Two links and the unit; that a directory of links stays, empty, is no failure.
 TEST_F(SystemdUnitTest, Fails_WhenItCannotBeRemoved) {
     int failures = 0;
