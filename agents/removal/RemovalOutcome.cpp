@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <utility>
+#include <vector>
 
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
@@ -61,11 +62,14 @@ void RemovalOutcome::Add(const RemovalOutcome& others) {
 }
 
 void RemovalOutcome::Tell() {
-    String onTheWay;  // the last path with another user's link on the way; paths below it are not warned of
-    for (auto& [path, remainder] : m_left) {
+    std::vector<String> onTheWay;  // paths with another user's link on the way: none below them is warned of
+    for (auto& entry : m_left) {
+        const String& path = entry.first;
+        Remainder& remainder = entry.second;
         const bool isOthers = remainder.why.Code() == corekit::kBelongsToOthers;
-        const bool isBelow = isOthers && !onTheWay.IsEmpty() && path.StartsWith(onTheWay + L"/");
-        if (isOthers && !isBelow) onTheWay = path;
+        const auto holds = [&](const String& other) { return path.StartsWith(other + L"/"); };
+        const bool isBelow = isOthers && std::ranges::any_of(onTheWay, holds);
+        if (isOthers && !isBelow) onTheWay.push_back(path);
         if (std::exchange(remainder.isTold, true) || isBelow) continue;
         const String shown = Messages::Shown(path);
         const String why = Messages::Shown(GetErrorMsg(remainder.why));
