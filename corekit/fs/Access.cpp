@@ -80,8 +80,10 @@ Result CheckNotPinned(const ParentDirectory& place) {
 
 /// Whether an entry can be made in a directory, which may have to be made first.
 Result CheckNewEntry(const String& directory) {
-    const Result creatable = CheckCreatableDirectory(directory);
-    return creatable && StatOfTarget(directory) ? CheckRoom(directory) : creatable;
+    if (const Result creatable = CheckCreatableDirectory(directory); !creatable) return creatable;
+    const auto found = StatOfTarget(directory);
+    if (found) return CheckRoom(directory);
+    return found == Result(ENOENT) ? Result() : found.error();
 }
 
 }  // namespace
@@ -112,7 +114,8 @@ Result CheckReplaceable(const String& path) {
     const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
     if (!info) return info == Result(ENOENT) ? Result() : info.error();
     if (S_ISDIR(info->st_mode)) return Result(EISDIR);
-    if (const Result allowed = corekit::CheckRemovable(name); !allowed) return allowed;
+    const Result allowed = corekit::CheckReplaceable(place->At(), HostDirectory::Meant);
+    if (!allowed) return allowed;
     return CheckNotPinned(*place);
 }
 

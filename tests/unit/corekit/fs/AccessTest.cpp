@@ -2,12 +2,19 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <linux/stat.h>
+#include <string_view>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
+#include "tests/support/AnsweredCalls.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
 
@@ -71,6 +78,31 @@ TEST_F(AccessChecks, FailOnAFullDisk) {
     EXPECT_EQ(Access::CheckReplaceable(At("crowded/other")).Code(), ENOSPC);
 }
 
+TEST_F(AccessChecks, FindNoRoomOnAFullDisk_WhateverFails) {
+    const Mounted full(m_dir / "full", 0, "size=4k");
+    testfiles::Write(m_dir / "full/file", std::string(4096, 'x'));
+    const int points = testsupport::FailInTurn(
+        {SYS_openat, SYS_newfstatat, SYS_fstat, SYS_fstatfs}, EIO, [] {},
+        [&] { return Access::CheckReplaceable(At("full/other")) ? 1 : 0; },
+        [](int isAllowed) { EXPECT_EQ(isAllowed, 0); });
+    EXPECT_GE(points, 8);
+}
+
+TEST_F(AccessChecks, TakeAFileSystemThatCountsNothingForOneWithRoom) {
+    std::filesystem::create_directory(m_dir / "ram");
+    ASSERT_EQ(mount("none", (m_dir / "ram").c_str(), "ramfs", 0, nullptr), 0);
+    ExpectReplacement("ram/new", 0);
+    ASSERT_EQ(umount((m_dir / "ram").c_str()), 0);
+}
+
+TEST_F(AccessChecks, RefuseANameOfTheHost) {
+    std::filesystem::create_symlink("nowhere", m_dir / "bin");
+    testsupport::WithRoot(m_dir.Path(), [] {
+        EXPECT_EQ(Access::CheckReplaceable(L"/bin"), Result(EPERM));
+        EXPECT_FALSE(File::Write(L"/bin", L"new"));
+    });
+}
+
 TEST_F(AccessChecks, AllowADirectoryThatCanBeMade) {
     testfiles::Write(m_dir / "file", "");
     std::filesystem::create_symlink("nowhere", m_dir / "dangling");
@@ -112,6 +144,9 @@ TEST_F(AccessChecks, AllowAFileThatCanBeReplaced) {
     ExpectReplacement("directory", EISDIR);
     ExpectReplacement("ro/file", EROFS);
     ExpectReplacement("new/file", ENOTDIR);
+    ExpectReplacement(std::string(300, 'x'), ENAMETOOLONG);
+    std::filesystem::create_symlink("/usr", m_dir / "a link of ours");
+    ExpectReplacement("a link of ours", 0);
 }
 
 TEST_F(AccessChecks, FailOnAMountPoint) {
@@ -122,6 +157,42 @@ TEST_F(AccessChecks, FailOnAMountPoint) {
     EXPECT_EQ(Access::CheckRemovable(At("file")).Code(), EBUSY);
     ASSERT_EQ(umount((m_dir / "file").c_str()), 0);
     ExpectReplacement("file", 0);
+}
+
+TEST_F(AccessChecks, FailOnAFileThatMayNotChange) {
+    testfiles::Write(m_dir / "file", "");
+    for (const unsigned attribute : {STATX_ATTR_IMMUTABLE, STATX_ATTR_APPEND}) {
+        testsupport::InChild([&] {
+            testsupport::AnswerStatx([attribute](std::string_view name, struct statx& info) {
+                info.stx_attributes = attribute;
+                return name == "file";
+            });
+            EXPECT_EQ(Access::CheckReplaceable(At("file")), Result(EPERM));
+            EXPECT_EQ(Access::CheckRemovable(At("file")), Result(EPERM));
+            return 0;
+        });
+    }
+}
+
+TEST_F(AccessChecks, AllowWhatTheSystemDoesNotTellOf) {
+    testfiles::Write(m_dir / "file", "");
+    testsupport::WithFailing({{SYS_statx, EPERM}}, [&] {
+        EXPECT_TRUE(Access::CheckReplaceable(At("file")));
+        EXPECT_TRUE(Access::CheckRemovable(At("file")));
+        return 0;
+    });
+}
+
+TEST_F(AccessChecks, SayWhatAnotherUserMayDo) {
+    std::filesystem::create_directory(m_dir / "blind");
+    ASSERT_EQ(chmod((m_dir / "blind").c_str(), 0333), 0);
+    ASSERT_EQ(chmod(m_dir.Path().c_str(), 0755), 0);
+    testsupport::InChild([&] {
+        if (seteuid(12345) != 0) return 0;  // not root's machine
+        EXPECT_EQ(Access::CheckReplaceable(At("blind/x")), Result(EACCES));
+        EXPECT_FALSE(File::Write(At("blind/x"), L"new"));
+        return 0;
+    });
 }
 
 TEST_F(AccessChecks, AllowWhatCanBeRemoved) {
