@@ -69,10 +69,6 @@ inline bool GetValue(const corekit::IniFile& conf, const ConfKey& key, corekit::
     return conf.GetValue(key.section, key.key, value);
 }
 
-inline void SetValue(corekit::IniFile& conf, const ConfKey& key, const corekit::String& value) {
-    conf.SetValue(key.section, key.key, value);
-}
-
 /// The keys that the program itself reads or writes; settings/ClientConfKeyMap.cpp has those that are only
 /// carried over.
 namespace Key {

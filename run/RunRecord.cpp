@@ -53,8 +53,9 @@ String NameOfUser(uid_t id) {
         String name;
         String password;
         String user;
-        if (columns.GetToken(name) && columns.GetToken(password) && columns.GetToken(user) && user == number)
-            return name;
+        columns.GetToken(name);
+        columns.GetToken(password);
+        if (columns.GetToken(user) && user == number) return name;
     }
     return number;
 }
@@ -101,7 +102,7 @@ void Update(Change&& change) {
 
 /// Leaves the record, if it is this process's. Async-signal-safe.
 void Leave(int status) {
-    if (present.owner == 0 || present.owner != getpid()) return;
+    if (present.owner != getpid()) return;
     present.owner = 0;
     std::array<char, 12> digits{};
     const char* const end = std::to_chars(digits.begin(), digits.end(), status).ptr;

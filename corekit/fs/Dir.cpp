@@ -100,7 +100,7 @@ Result Dir::CreateR(const String& path) {
     // EISDIR: a "." or ".." at the end is there once the directory before it is.
     const bool mayBeAbove = result == Result(ENOENT) || result == Result(ENOTDIR) || result == Result(EISDIR);
     const std::size_t slash = path.FindLast(L"/");
-    if (!mayBeAbove || slash == 0 || slash == String::npos) return result;
+    if (!mayBeAbove || slash == String::npos) return result;
     const Result above = CreateR(path.Left(slash));
     return above ? Create(path) : above;
 }

@@ -54,7 +54,7 @@ class TreeOfLinks : public TreeWalk {
             return Action::Done;
         }
         if (S_ISDIR(info->st_mode)) {
-            const std::string path = m_hasBegun ? m_path + "/" + entry.name : m_path;
+            const std::string path = m_path + "/" + entry.name;
             return m_isLeftOut(String::FromUtf8(path)) ? Action::Done : Action::GoIn;
         }
         if (const Result linked = LinkEntry({directory, entry.name}, {m_target.Fd(), entry.name}); !linked)

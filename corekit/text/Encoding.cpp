@@ -201,10 +201,10 @@ Sequence ReadSequence(const char* at, const char* end) {
     return {};
 }
 
-/// What is written for a character: itself, or "?" when it has no place in UTF-8. Kept bytes stay.
+/// What is written for a character: itself, or "?" when it has no place in UTF-8.
 constexpr char32_t Writable(wchar_t character) {
     const auto codePoint = static_cast<char32_t>(character);
-    return codePoint > kLastCodePoint || (IsSurrogate(codePoint) && !IsKeptByte(character)) ? '?' : codePoint;
+    return codePoint > kLastCodePoint || IsSurrogate(codePoint) ? '?' : codePoint;
 }
 
 void AppendSequence(std::string& bytes, char32_t codePoint) {

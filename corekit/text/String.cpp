@@ -24,7 +24,7 @@ template <std::size_t count>
 std::wstring FilledIn(std::wstring_view pattern, const std::array<std::wstring_view, count>& values) {
     static_assert(count <= 9);
     std::wstring filled;
-    while (true) {
+    for (;;) {
         const std::size_t percent = pattern.find(L'%');
         filled += pattern.substr(0, percent);
         if (percent == pattern.npos) return filled;

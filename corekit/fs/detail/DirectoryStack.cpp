@@ -39,8 +39,7 @@ Result DirectoryStack::Leave() {
 Result DirectoryStack::Close(Level& level) {
     const auto info = StatOf(level.directory.Get());
     if (!info) return info.error();
-    level.device = info->st_dev;
-    level.inode = info->st_ino;
+    level.identity = {info->st_dev, info->st_ino};
     level.position = lseek(level.directory.Get(), 0, SEEK_CUR);
     level.directory = Descriptor();
     return Result();
@@ -51,7 +50,7 @@ Result DirectoryStack::Reopen(Level& level, const Descriptor& below) {
     if (!directory) return directory.error();
     const auto info = StatOf(directory->Get());
     if (!info) return info.error();
-    if (info->st_dev != level.device || info->st_ino != level.inode) return Result(ESTALE);
+    if (std::pair(info->st_dev, info->st_ino) != level.identity) return Result(ESTALE);
     lseek(directory->Get(), level.position, SEEK_SET);
     level.directory = std::move(*directory);
     return Result();

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <sys/types.h>
+#include <utility>
 #include <vector>
 
 #include "corekit/os/Descriptor.h"
@@ -28,9 +29,8 @@ class DirectoryStack {
 
   private:
     struct Level {
-        Descriptor directory;  // none: closed until the way leads back
-        dev_t device = 0;      // of one that is closed, like the rest
-        ino_t inode = 0;
+        Descriptor directory;                // none: closed until the way leads back
+        std::pair<dev_t, ino_t> identity{};  // of one that is closed, like the position
         off_t position = 0;
     };
     static Result Close(Level& level);

@@ -74,7 +74,7 @@ Expected<Descriptor> TopOf(int directory) {
         if (!above) return above;
         *at = std::move(*above);
     }
-    return Result::FromErrno();
+    return at;
 }
 
 /// True when the tree has gone by one rename.

@@ -93,7 +93,7 @@ void TreeWalk::AddPending(const char* name) {
 std::string TreeWalk::NextPending() const {
     const std::string& pending = m_levels.back().pending;
     const std::size_t end = pending.size() - 1;
-    const std::size_t before = end == 0 ? std::string::npos : pending.rfind('\0', end - 1);
+    const std::size_t before = pending.rfind('\0', end - 1);  // no name is empty
     return pending.substr(before + 1, end - before - 1);
 }
 

@@ -32,8 +32,8 @@ class TreeWalk {
     /// Handles an entry of an open directory. Returns GoIn for a directory that is to be walked through.
     virtual Action OnEntry(int directory, const DirEntry& entry) = 0;
     /// Called with a directory, open, and its name before it is walked through. If it fails, the failure
-    /// counts and the entries are passed over. Does nothing unless it is overridden.
-    virtual Result Enter(int /*directory*/, const std::string& /*name*/) { return Result(); }
+    /// counts and the entries are passed over.
+    virtual Result Enter(int directory, const std::string& name) = 0;
     /// Called when all of a directory has been visited, for the `reading`th time; `parent` holds it under
     /// this name. Returns Again to read it once more from the start.
     virtual Reading OnDirectoryDone(int parent, const std::string& name, unsigned reading) = 0;
