@@ -166,3 +166,13 @@ TEST(CopyEntry, CopiesTreesDeeperThanDescriptorsReach) {
     for (const char* name : {"tree", "copy"})
         EXPECT_TRUE(corekit::RemoveTree({AT_FDCWD, dir / name})) << name;
 }
+
+TEST(CopyEntry, GivesASpecialFileNoListOfItsNewDirectory) {
+    const Workspace dir;
+    fs::create_directory(dir / "new");
+    SetAttribute(dir / "new", testfiles::kDefaultList, testfiles::RootMayRead());
+    ASSERT_EQ(mkfifo((dir / "fifo").c_str(), 0600), 0);
+    ASSERT_TRUE(Copy(dir / "fifo", dir / "new/fifo"));
+    EXPECT_EQ(Attribute(dir / "new/fifo", testfiles::kAccessList), "none");
+    EXPECT_EQ(testfiles::Mode(dir / "new/fifo"), 0600U);
+}

@@ -128,6 +128,18 @@ TEST(DirMove, LeavesWhatIsMountedInTheDirectory) {
     EXPECT_THAT(NamesIn(dir / "to"), ElementsAre("file"));
 }
 
+TEST(DirMove, LeavesWhatIsMounted_HoweverTheDirectoryIsCalled) {
+    for (const std::string name : {"a b", "a\tb", "a\nb", "a\\b"}) {
+        SCOPED_TRACE(name);
+        const Workspace dir;
+        testfiles::Write(dir / (name + "/file"), "");
+        const Mount mount = Mount::Tmpfs(dir / (name + "/disk"));
+        EXPECT_EQ(Dir::Move(dir(name), dir("to")), Result(EBUSY));
+        EXPECT_THAT(NamesIn(dir / name), ElementsAre("disk"));
+        EXPECT_THAT(NamesIn(dir / "to"), ElementsAre("file"));
+    }
+}
+
 TEST(DirMove, MovesAcrossFileSystems) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");

@@ -143,7 +143,9 @@ TEST(DirRemove, RemovesALinkAndNotWhatItLeadsTo) {
     testfiles::Write(dir / "kept/file", "x");
     fs::create_directory_symlink("kept", dir / "link");
     fs::create_directory_symlink("kept", dir / "slashed");
+    fs::create_directory_symlink("nowhere", dir / "dangling");
     EXPECT_TRUE(Dir::Remove(dir("link")));
+    EXPECT_TRUE(Dir::Remove(dir("dangling")));
     EXPECT_TRUE(Dir::Remove(dir("slashed/")));
     EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("kept"));
     EXPECT_THAT(NamesIn(dir / "kept"), ElementsAre("file"));

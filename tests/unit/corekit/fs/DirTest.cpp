@@ -69,6 +69,7 @@ TEST(DirRead, GivesNothingOfAnEmptyDirectoryAndOfOneThatWasNotOpened) {
     Dir open;
     FileInfo entry;
     EXPECT_FALSE(open.Read(entry));
+    EXPECT_TRUE(open.ReadResult());
     ASSERT_TRUE(open.Open(dir("")));
     EXPECT_FALSE(open.Read(entry));
 }

@@ -13,6 +13,8 @@
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
 #include "corekit/os/SystemCall.h"
+#include "tests/support/AnsweredCalls.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
@@ -148,6 +150,17 @@ TEST(RemoveEntriesOf, ComesToAnEnd_WhenEntriesAreAddedAllTheTime) {
     EXPECT_LE(offered, 101 * 20000);
 }
 
+TEST(RemoveEntriesOf, GivesUp_WhereADirectoryHasNoEnd) {
+    const Workspace dir;
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
+    testsupport::InChild([&] {
+        testsupport::MakeEndless();
+        EXPECT_EQ(corekit::RemoveEntriesOf(directory.Get(), [](const DirEntry&) { return false; }),
+                  Result(EBUSY));
+        return 0;
+    });
+}
+
 TEST(PassLimit, LetsAShortPassEndByItself) {
     const Workspace dir;
     MakeFiles(dir, 3);
@@ -167,4 +180,29 @@ TEST(PassLimit, EndsALongPassAfterWhatWasThere) {
     EXPECT_FALSE(limit.IsReached(directory->Get(), corekit::PassLimit::kLong + 3));
     MakeFiles(dir, 9);
     EXPECT_TRUE(limit.IsReached(directory->Get(), corekit::PassLimit::kLong + 4));
+}
+
+TEST(PassLimit, EndsAtOnce_WhereNothingCanBeCounted) {
+    using corekit::PassLimit;
+    PassLimit limit;
+    EXPECT_FALSE(limit.IsReached(-1, PassLimit::kLong));
+    EXPECT_TRUE(limit.IsReached(-1, PassLimit::kLong + 1));
+    const Workspace dir;
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
+    testsupport::WithFailing({{SYS_getdents64, EIO}}, [&] {
+        PassLimit unread;
+        EXPECT_FALSE(unread.IsReached(directory.Get(), PassLimit::kLong));
+        EXPECT_TRUE(unread.IsReached(directory.Get(), PassLimit::kLong + 1));
+        return 0;
+    });
+}
+
+TEST(PassLimit, CountsDirectoriesOfAnySize) {
+    const Workspace dir;
+    MakeFiles(dir, 5000);
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
+    corekit::PassLimit limit;
+    EXPECT_FALSE(limit.IsReached(directory.Get(), corekit::PassLimit::kLong));
+    EXPECT_FALSE(limit.IsReached(directory.Get(), corekit::PassLimit::kLong + 5000));
+    EXPECT_TRUE(limit.IsReached(directory.Get(), corekit::PassLimit::kLong + 5001));
 }

@@ -1,8 +1,10 @@
 // Operations on files in which each system call fails in turn: nothing is lost, and nothing is left over.
+#include <atomic>
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
 #include <sys/stat.h>
 #include <vector>
 
@@ -210,14 +212,18 @@ TEST(Faults, AnOwnerThatCannotBeSetIsAFailure) {
 
 TEST(Faults, WhatIsReadIsWholeOrAFailure) {
     const Workspace dir;
-    Write(dir / "file", kLarge);
-    const auto read = [&] {
-        const auto content = File::ReadBytes(dir("file"));
-        return content && *content != kLarge ? 99 : content.Outcome().Code();
-    };
-    EXPECT_GE(FailInTurn(
-                  kFileCalls, EIO, [] {}, read, [](int result) { EXPECT_EQ(result, EIO); }),
-              4);
+    Write(dir / "sub/file", kLarge);
+    fs::create_symlink("sub/file", dir / "link");
+    for (const char* path : {"sub/file", "link"}) {
+        SCOPED_TRACE(path);
+        const auto read = [&] {
+            const auto content = File::ReadBytes(dir(path));
+            return content && *content != kLarge ? 99 : content.Outcome().Code();
+        };
+        EXPECT_GE(FailInTurn(
+                      kFileCalls, EIO, [] {}, read, [](int result) { EXPECT_EQ(result, EIO); }),
+                  4);
+    }
 }
 
 TEST(Faults, AnInterruptedCallIsMadeAgain) {
@@ -239,4 +245,44 @@ TEST(Faults, ARemovalThatLosesItsWayInADeepTreeFails) {
         [&](int result) { EXPECT_EQ(result == 0, !Exists(dir / "tree")); });
     EXPECT_GE(points, 80);
     EXPECT_FALSE(Exists(dir / "tree"));
+}
+
+TEST(Faults, ADeepTreeThatMovesToAnotherFileSystemIsWholeInOneOfTwoPlaces_WhenTheWayBackIsLost) {
+    const Workspace dir;
+    const Elsewhere elsewhere;
+    std::string bottom = "tree";
+    for (int level = 0; level < 70; ++level) bottom += "/d";  // more than stay open
+    int failing = 0;
+    for (bool isReached = true; isReached;) {
+        SCOPED_TRACE(++failing);
+        fs::remove_all(elsewhere / "tree");
+        Write(dir / bottom + "/file", "x");
+        isReached =
+            testsupport::InChild([&] {
+                std::atomic<int> count = 0;
+                testsupport::JudgeCalls({SYS_openat}, [&](const seccomp_notif& call) -> testsupport::Verdict {
+                    const bool isWayBack =
+                        reinterpret_cast<const char*>(call.data.args[1]) == std::string_view("..");
+                    return isWayBack && ++count == failing ? testsupport::Verdict(-EIO) : std::nullopt;
+                });
+                Forgive(File::Rename(dir("tree"), elsewhere("tree")));
+                return count >= failing ? 1 : 0;
+            }) == 1;
+        EXPECT_TRUE(Exists(dir / bottom + "/file") || Exists(elsewhere / bottom + "/file"));
+    }
+    EXPECT_GE(failing, 10);
+    EXPECT_TRUE(Exists(elsewhere / bottom + "/file"));
+}
+
+TEST(Faults, ALinkInThePlaceOfADirectoryGoesOrStays) {
+    const Workspace dir;
+    Write(dir / "sub/file", "x");
+    FailInTurn(
+        kFileCalls, EIO,
+        [&] {
+            if (!Exists(dir / "link")) fs::create_directory_symlink("sub", dir / "link");
+        },
+        [&] { return Dir::Remove(dir("link")).Code(); },
+        [&](int result) { EXPECT_EQ(result == 0, !Exists(dir / "link")); });
+    EXPECT_EQ(Read(dir / "sub/file"), "x");
 }

@@ -156,6 +156,17 @@ TEST(FileWrite, LeavesTheOldFileWholeOnAFullDisk) {
     EXPECT_THAT(NamesIn(dir / "small"), ElementsAre("file"));
 }
 
+TEST(FileWrite, LeavesTheOldFileWholeOnADiskThatPiecesFill) {
+    const Workspace dir;
+    const Mount mount = Mount::Tmpfs(dir / "small", "size=16k");
+    testfiles::Write(dir / "small/file", "old", 0600);
+    const std::string half(40000, 'x');
+    const std::array<std::string_view, 2> pieces = {half, half};
+    EXPECT_EQ(File::WritePieces(dir("small/file"), pieces), Result(ENOSPC));
+    EXPECT_EQ(testfiles::Read(dir / "small/file"), "old");
+    EXPECT_THAT(NamesIn(dir / "small"), ElementsAre("file"));
+}
+
 TEST(FileWrite, LeavesTheOldFileWholeWithoutAFreeInode) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs(dir / "small", "nr_inodes=2");

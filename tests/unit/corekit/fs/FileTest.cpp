@@ -100,6 +100,7 @@ TEST(FileAccess, IsThatOfTheEffectiveUser) {
     EXPECT_TRUE(File::IsWritable(dir("")));
     EXPECT_FALSE(File::IsReadable(dir("none")));
     EXPECT_FALSE(File::IsWritable(dir("none")));
+    EXPECT_FALSE(File::IsReadable(dir("none/file")));
 }
 
 TEST(FileAccess, IsNoWriting_OnAReadOnlyFileSystem) {
@@ -187,6 +188,8 @@ TEST(FileChmod, SetsTheModeToTheBit) {
     EXPECT_EQ(testfiles::Mode(dir / "file"), 04711U);
     ASSERT_TRUE(File::Chmod(dir("sub"), 0777));
     EXPECT_EQ(testfiles::Mode(dir / "sub"), 0777U);
+    ASSERT_TRUE(File::Chmod(dir("sub/."), 0700));
+    EXPECT_EQ(testfiles::Mode(dir / "sub"), 0700U);
 }
 
 TEST(FileChmod, RefusesALink) {

@@ -11,6 +11,7 @@
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Mount.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/Workspace.h"
@@ -133,6 +134,9 @@ TEST(HostDirectories, AreAssumed_WhenTheLookupFails) {
         };
         EXPECT_EQ(refused(path), errnoValue);
         EXPECT_EQ(refused(L"/usr"), EPERM);  // known by its name
+        EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, errnoValue}, {SYS_fstat, errnoValue}},
+                                           [&] { return corekit::CheckInstallable(path).Code(); }),
+                  errnoValue);
         EXPECT_EQ(testsupport::WithFailing({{SYS_openat, errnoValue}},
                                            [&] { return corekit::CheckRemovable(path).Code(); }),
                   errnoValue);
@@ -294,6 +298,20 @@ TEST(ConfinedRemovals, TakeTheDirectoryAndWhatLiesBelowAndNothingElse) {
                 testing::UnorderedElementsAre("empty", "file", "tree", "x.1"));
     corekit::ForgetOwn();
     EXPECT_TRUE(corekit::Dir::Remove(dir("other")));
+}
+
+TEST(ConfinedRemovals, RefuseWhatLiesOutside_WhateverFails) {
+    const Workspace dir;
+    fs::create_directory(dir / "base");
+    testfiles::Write(dir / "other/file", "");
+    ASSERT_TRUE(corekit::ConfineRemovals(dir("base")));
+    const ParentDirectory place = ParentDirectory::Of(dir("other/file")).value();
+    const int points = testsupport::FailInTurn(
+        {SYS_newfstatat, SYS_fstat, SYS_openat}, EIO, [] {},
+        [&] { return corekit::CheckConfined(place.At()) ? 1 : 0; },
+        [](int isAllowed) { EXPECT_EQ(isAllowed, 0); });
+    EXPECT_GE(points, 6);
+    corekit::ForgetOwn();
 }
 
 TEST(ConfinedRemovals, AreRefusedForADirectoryThatIsNotThere) {

@@ -98,6 +98,15 @@ TEST(MoveEntry, UsesALink_WhenNoRenameSparesWhatExists) {
     }
 }
 
+TEST(MoveEntry, LeavesTheOldOne_WhereLinksAreRefusedToo) {
+    const Workspace dir;
+    testfiles::Write(dir / "from", "x");
+    const int failure = WithFailing({{SYS_renameat2, EINVAL}, {SYS_linkat, EPERM}},
+                                    [&] { return Move(dir / "from", dir / "to", Existing::Stays).Code(); });
+    EXPECT_EQ(failure, EPERM);
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("from"));
+}
+
 TEST(MoveEntry, RemovesTheOldOneOnlyAfterItsCopyIsInPlace) {
     const Workspace dir;
     const Mount mount = Mount::Tmpfs("/opt/other");

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"
@@ -12,6 +13,9 @@
 #include "corekit/fs/Path.h"
 #include "corekit/fs/detail/CopyEntry.h"
 #include "corekit/os/SystemCall.h"
+#include "tests/support/FailingInTurn.h"
+#include "tests/support/InChild.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
@@ -146,6 +150,59 @@ TEST(SafePath, EndsAtALinkOrInADirectoryOfAnotherUser) {
     EXPECT_EQ(Unsafe(dir("mine/way/file")), dir("mine/way"));
     EXPECT_EQ(GetErrorMsg(ParentDirectory::Of(dir("mine/way/file")).error()),
               dir("mine/way") + L" belongs to another user");
+}
+
+TEST(SafePath, EndsAtALinkOfOthers_WhateverFails) {
+    const Workspace dir;
+    for (const char* name : {"real", "mine", "open"}) fs::create_directories(dir / name);
+    testfiles::Write(dir / "real/file", "secret");
+    fs::create_directory_symlink(dir / "real", dir / "mine/way");
+    fs::create_hard_link(dir / "real/file", dir / "open/file");
+    ASSERT_EQ(chmod((dir / "open").c_str(), 0777), 0);
+    if (lchown((dir / "mine/way").c_str(), kStranger, 0) != 0) return;  // not root's machine
+    for (const char* path : {"mine/way/file", "open/file"}) {
+        SCOPED_TRACE(path);
+        const int points = testsupport::FailInTurn(
+            testsupport::kFileCalls, EIO, [] {}, [&] { return corekit::File::ReadBytes(dir(path)) ? 1 : 0; },
+            [](int isRead) { EXPECT_EQ(isRead, 0); });
+        EXPECT_GE(points, 4);
+    }
+}
+
+TEST(SafePath, LeadsOverLinksOfOurGroupAndOfOurselves) {
+    const Workspace dir;
+    for (const char* name : {"real", "group", "theirs"}) fs::create_directories(dir / name);
+    testfiles::Write(dir / "real/file", "");
+    for (const char* name : {"group/way", "theirs/way"})
+        fs::create_directory_symlink(dir / "real", dir / name);
+    ASSERT_EQ(chmod(dir.Path().c_str(), 0755), 0);
+    if (chown((dir / "group").c_str(), 0, kStranger) != 0) return;  // not root's machine
+    ASSERT_EQ(chmod((dir / "group").c_str(), 0775), 0);
+    for (const char* name : {"theirs", "theirs/way"})
+        ASSERT_EQ(lchown((dir / name).c_str(), kStranger, 0), 0);
+    EXPECT_EQ(Unsafe(dir("group/way/file")), dir("group"));
+    EXPECT_EQ(Unsafe(dir("theirs/way/file")), dir("theirs"));
+    testsupport::InChild([&] {
+        EXPECT_EQ(setegid(kStranger), 0);
+        EXPECT_EQ(Unsafe(dir("group/way/file")), L"");
+        EXPECT_EQ(seteuid(kStranger), 0);
+        EXPECT_EQ(Unsafe(dir("theirs/way/file")), L"");
+        return 0;
+    });
+}
+
+// The host's root, as a user namespace sees it.
+TEST(SafePath, LeadsOverLinksOfWhoeverOwnsTheRoot) {
+    const Workspace root;
+    for (const char* name : {"real", "theirs"}) fs::create_directories(root / name);
+    testfiles::Write(root / "real/file", "");
+    fs::create_directory_symlink("/real", root / "theirs/way");
+    if (chown(root.Path().c_str(), kStranger, 0) != 0) return;  // not root's machine
+    ASSERT_EQ(lchown((root / "theirs").c_str(), kStranger, 0), 0);
+    ASSERT_EQ(lchown((root / "theirs/way").c_str(), kStranger, 0), 0);
+    testsupport::WithRoot(root.Path(), [] { EXPECT_EQ(Unsafe(L"/theirs/way/file"), L""); });
+    ASSERT_EQ(lchown((root / "theirs/way").c_str(), kStranger + 1, 0), 0);
+    testsupport::WithRoot(root.Path(), [] { EXPECT_EQ(Unsafe(L"/theirs/way/file"), L"/theirs/way"); });
 }
 
 TEST(SafePath, IsGivenWithoutItsLinks_WhereAllOfThemMayBeFollowed) {

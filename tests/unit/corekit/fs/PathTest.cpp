@@ -93,6 +93,7 @@ TEST(MakeAbsolute, FailsInADirectoryThatIsGone) {
     const CurrentDirectory inside("/opt/gone");
     fs::remove("/opt/gone");
     EXPECT_EQ(Path::MakeAbsolute(L"a"), Result(ENOENT));
+    EXPECT_EQ(Path::Resolve(L"a"), L"a");
     EXPECT_EQ(Absolute(L"/a"), L"/a");
 }
 

@@ -1,4 +1,5 @@
 // When one entry holds all of another.
+#include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -6,6 +7,7 @@
 #include <sys/stat.h>
 
 #include "corekit/fs/TreeComparison.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Workspace.h"
 
 using testfiles::Write;
@@ -82,4 +84,30 @@ TEST_F(Comparison, FindsEntriesOfDifferentKindsDifferent) {
     fs::remove(m_dir / "original");
     ASSERT_EQ(mkfifo((m_dir / "original").c_str(), 0644), 0);
     EXPECT_TRUE(IsHeld());
+}
+
+// The original is removed on its word.
+TEST_F(Comparison, FindsNoCopyInWhatCannotBeRead) {
+    Write(m_dir / "original/file", "text");
+    Write(m_dir / "original/sub/file", "text");
+    fs::create_symlink("file", m_dir / "original/link");
+    fs::copy(m_dir / "original", m_dir / "copy",
+             fs::copy_options::recursive | fs::copy_options::copy_symlinks);
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [] {}, [&] { return IsHeld() ? 0 : 1; },
+        [](int isNotHeld) { EXPECT_EQ(isNotHeld, 1); });
+    EXPECT_GE(points, 15);
+}
+
+TEST_F(Comparison, ComparesEveryEntryOfALargeDirectory) {
+    constexpr int kMany = 5000;  // several batches
+    for (const std::string tree : {"original/", "copy/"}) {
+        for (int i = 0; i < kMany; ++i) Write(m_dir / (tree + "file-" + std::to_string(i)), "");
+    }
+    EXPECT_TRUE(IsHeld());
+    for (const int missing : {0, kMany - 1}) {
+        fs::rename(m_dir / ("copy/file-" + std::to_string(missing)), m_dir / "aside");
+        EXPECT_FALSE(IsHeld()) << missing;
+        fs::rename(m_dir / "aside", m_dir / ("copy/file-" + std::to_string(missing)));
+    }
 }

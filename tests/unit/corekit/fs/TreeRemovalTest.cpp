@@ -1,16 +1,21 @@
 // Removal of entries and trees in open directories.
 #include <cerrno>
+#include <cstdint>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/mman.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/detail/TreeRemoval.h"
+#include "tests/support/AnsweredCalls.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Mount.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
@@ -77,6 +82,108 @@ TEST(RemoveTree, ReturnsTheFirstFailureAndGoesOn) {
     EXPECT_TRUE(testfiles::Exists(dir / "tree/b/file"));
 }
 
+TEST(RemoveTree, RefusesADirectoryThatWasMadeMeanwhile) {
+    const Workspace dir;
+    testfiles::Write(dir / "tree/a/file", "");
+    testsupport::InChild([&] {
+        testsupport::AnswerStatx([](std::string_view, struct statx& info) {
+            info.stx_mask = STATX_BTIME;
+            info.stx_btime.tv_sec = std::int64_t{1} << 33;  // in the year 2242
+            return true;
+        });
+        EXPECT_EQ(RemoveTree({AT_FDCWD, dir / "tree"}), Result(EBUSY));
+        return 0;
+    });
+    EXPECT_TRUE(testfiles::Exists(dir / "tree/a/file"));
+}
+
+TEST(RemoveTree, WorksWhereNobodyKnowsWhenADirectoryWasMade) {
+    const Workspace dir;
+    const auto remove = [&] { return RemoveTree({AT_FDCWD, dir / "tree"}).Code(); };
+    testfiles::Write(dir / "tree/a/file", "");
+    EXPECT_EQ(WithFailing({{SYS_statx, EPERM}}, remove), 0);
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+    testfiles::Write(dir / "tree/a/file", "");
+    testsupport::InChild([&] {
+        testsupport::AnswerStatx([](std::string_view, struct statx&) { return true; });
+        EXPECT_EQ(remove(), 0);
+        return 0;
+    });
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+namespace {
+
+/// What removing the tree returns while somebody adds an entry whenever it is empty, `most` times.
+int RemoveWhileAdding(const std::string& tree, int most, int& made) {
+    testfiles::Write(tree + "/file", "");
+    auto* const count = static_cast<int*>(
+        mmap(nullptr, sizeof made, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    const int result = testsupport::InChild([&] {
+        testsupport::JudgeCalls({SYS_unlinkat}, [=](const seccomp_notif& call) -> testsupport::Verdict {
+            if (call.data.args[2] == AT_REMOVEDIR && *count < most) {
+                const std::string name = tree + "/new-" + std::to_string(++*count);
+                close(open(name.c_str(), O_CREAT | O_WRONLY, 0600));
+            }
+            return std::nullopt;
+        });
+        return RemoveTree({AT_FDCWD, tree}).Code();
+    });
+    made = *count;
+    munmap(count, sizeof made);
+    return result;
+}
+
+}  // namespace
+
+TEST(RemoveTree, ReadsAgain_WhereSomethingIsAddedMeanwhile) {
+    const Workspace dir;
+    int made = 0;
+    EXPECT_EQ(RemoveWhileAdding(dir / "tree", 3, made), 0);
+    EXPECT_EQ(made, 3);
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+    EXPECT_EQ(RemoveWhileAdding(dir / "tree", 1000, made), ENOTEMPTY);
+    EXPECT_LE(made, 101);
+}
+
+TEST(RemoveTree, TakesWhatIsGoneMeanwhileForRemoved) {
+    const Workspace dir;
+    testfiles::Write(dir / "tree/file", "");
+    EXPECT_EQ(WithFailing({{SYS_unlinkat, ENOENT}},
+                          [&] {
+                              return RemoveTree({AT_FDCWD, dir / "tree"}).Code();
+                          }),
+              0);
+}
+
+TEST(RemoveTree, GoesInto_WhatSomeFileSystemsCallThere) {
+    const Workspace dir;
+    testfiles::Write(dir / "tree/sub/file", "");
+    testsupport::InChild([&] {
+        testsupport::JudgeCalls({SYS_unlinkat}, [&](const seccomp_notif& call) -> testsupport::Verdict {
+            const auto* const name = reinterpret_cast<const char*>(call.data.args[1]);
+            if (call.data.args[2] != AT_REMOVEDIR) return std::nullopt;
+            const std::string path =
+                *name == '/' ? name : "/proc/self/fd/" + std::to_string(call.data.args[0]) + "/" + name;
+            return fs::is_empty(path) ? testsupport::Verdict() : -EEXIST;
+        });
+        EXPECT_TRUE(RemoveTree({AT_FDCWD, dir / "tree"}));
+        return 0;
+    });
+    EXPECT_THAT(NamesIn(dir.Path()), IsEmpty());
+}
+
+TEST(RemoveTree, FailsWithoutAPath_WhereProcIsMissing) {
+    const Workspace dir;
+    testfiles::Write(dir / "tree/file", "");
+    WithFailing({{SYS_unlinkat, EIO}, {SYS_readlinkat, ENOENT}, {SYS_readlink, ENOENT}}, [&] {
+        const Result result = RemoveTree({AT_FDCWD, dir / "tree"});
+        EXPECT_EQ(result.Code(), EIO);
+        EXPECT_TRUE(result.Path().IsEmpty());
+        return 0;
+    });
+}
+
 namespace {
 
 /// Trees go to a name at the top of the file system of /opt.
@@ -133,4 +240,27 @@ TEST_F(TreesTakenAway, StayOutOfAFileSystemOfTheirOwn) {
     testfiles::Write("/opt/own/tree/file", "");
     EXPECT_TRUE(Remove("/opt/own", "tree"));
     EXPECT_THAT(NamesIn("/opt/own"), IsEmpty());
+}
+
+TEST_F(TreesTakenAway, AreRemovedOneByOne_WhereTheKernelDoesNotTell) {
+    for (const bool isTopUnknown : {true, false}) {
+        SCOPED_TRACE(isTopUnknown);
+        testfiles::Write("/opt/agent/a/file", "");
+        testsupport::InChild([&] {
+            testsupport::AnswerStatx(
+                [&](std::string_view name, struct statx&) { return name.empty() == isTopUnknown; });
+            EXPECT_TRUE(Remove());
+            return 0;
+        });
+        EXPECT_FALSE(testfiles::Exists("/opt/agent"));
+        EXPECT_THAT(TakenAway(), IsEmpty());
+    }
+}
+
+TEST_F(TreesTakenAway, AreGoneOrThatIsAFailure_WhateverFails) {
+    const int points = testsupport::FailInTurn(
+        {SYS_openat, SYS_statx}, EIO, [] { testfiles::Write("/opt/agent/a/file", ""); },
+        [] { return Remove().Code(); },
+        [](int result) { EXPECT_EQ(result == 0, !testfiles::Exists("/opt/agent")); });
+    EXPECT_GE(points, 6);
 }

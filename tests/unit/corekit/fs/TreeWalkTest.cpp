@@ -4,12 +4,15 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
 #include "corekit/fs/detail/TreeWalk.h"
+#include "tests/support/AnsweredCalls.h"
+#include "tests/support/InChild.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
@@ -33,12 +36,14 @@ class Notes : public TreeWalk {
     std::vector<std::string> way;
     std::string failing;  // the name that fails when it is met or entered
     unsigned readings = 1;
+    std::function<void(const DirEntry&)> meanwhile = [](const DirEntry&) {};
 
     using TreeWalk::AfterFailure;
 
   private:
     Action OnEntry(int, const DirEntry& entry) override {
         met.emplace_back(entry.name);
+        meanwhile(entry);
         if (entry.name == failing && entry.type != DT_DIR) Fail(Result(EIO));
         return entry.type == DT_DIR ? Action::GoIn : Action::Done;
     }
@@ -107,4 +112,24 @@ TEST(TreeWalk, VisitsAllOfAWideTreeOfWideDirectories) {
     EXPECT_TRUE(notes.Walk({AT_FDCWD, dir / "tree"}));
     EXPECT_EQ(notes.met.size(), 8600U);
     EXPECT_EQ(notes.way.size(), 2 * (1 + 8000 + 300));
+}
+
+TEST(TreeWalk, PassesOverADirectoryThatHasGone) {
+    const Workspace dir;
+    fs::create_directories(dir / "tree/sub");
+    Notes notes;
+    notes.meanwhile = [&](const DirEntry&) { fs::remove(dir / "tree/sub"); };
+    EXPECT_TRUE(notes.Walk({AT_FDCWD, dir / "tree"}));
+    EXPECT_THAT(notes.met, ElementsAre("sub"));
+    EXPECT_EQ(notes.way.size(), 2U);  // into the top and out again
+}
+
+TEST(TreeWalk, ComesToAnEnd_WhereADirectoryHasNone) {
+    const Workspace dir;
+    fs::create_directory(dir / "tree");
+    testsupport::InChild([&] {
+        testsupport::MakeEndless();
+        EXPECT_EQ(Notes().Walk({AT_FDCWD, dir / "tree"}), Result(EBUSY));
+        return 0;
+    });
 }
