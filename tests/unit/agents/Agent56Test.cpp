@@ -65,6 +65,32 @@ TEST_F(Agent56OnDisk, MovesItsQueueToWhereTheNewConfigurationWantsIt) {
     EXPECT_FALSE(Exists(m_dir / "agent/var/queue"));
 }
 
+TEST_F(Agent56OnDisk, IsFoundAgain_WhereDataCouldNotBeMoved) {
+    const std::string conf = m_dir / "agent/etc/client.conf";
+    Write(conf, "[Configuration]\ninstalldir=" + m_dir / "agent" +
+                    "\nevent_queue_dir=" + m_dir / "agent/var/queue" + "\n");
+    Write(m_dir / "agent/var/queue/one.kse", "old");
+    Write(m_dir / "agent/var/queue/two.kse", "event");
+    Write(m_dir / "new/var/queue/one.kse", "new");
+    Write(m_dir / "new.conf", "[Configuration]\ninstalldir=" + m_dir / "new" +
+                                  "\nevent_queue_dir=" + m_dir / "new/var/queue" + "\n");
+    Captured([&] { EXPECT_TRUE(m_agent.RemoveFiles(String::FromUtf8(m_dir / "new.conf"))); });
+    EXPECT_EQ(Read(m_dir / "new/var/queue/one.kse"), "new");
+    EXPECT_EQ(Read(m_dir / "new/var/queue/two.kse"), "event");
+    EXPECT_EQ(Read(m_dir / "agent/var/queue/one.kse"), "old");
+    EXPECT_TRUE(Exists(conf));
+    EXPECT_TRUE(Exists(m_dir / "agent/etc/.moved"));
+    EXPECT_FALSE(Exists(m_dir / "agent/bin/runit.sh"));
+}
+
+TEST_F(Agent56OnDisk, ChangesNothing_WhenTheNewConfigurationCannotBeRead) {
+    const Outcome<> removed = m_agent.RemoveFiles(String::FromUtf8(m_dir / "none"));
+    ASSERT_FALSE(removed);
+    EXPECT_EQ(removed.error().reason.Utf8(), m_dir / "none" + ": No such file or directory");
+    EXPECT_TRUE(Exists(m_dir / "agent/bin/runit.sh"));
+    EXPECT_TRUE(Exists(m_dir / "agent/etc/client.conf"));
+}
+
 TEST_F(Agent56OnDisk, RemovesItsFiles) {
     EXPECT_TRUE(m_agent.RemoveFiles(L""));
     EXPECT_FALSE(Exists(m_dir / "agent/bin/runit.sh"));

@@ -15,6 +15,7 @@
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/ScopedValue.h"
 #include "tests/support/StandIn.h"
@@ -96,6 +97,28 @@ TEST(AgentFromBaseDir, IsNull_WhenOthersMayHaveWrittenTheFile) {
     std::filesystem::permissions(conf, std::filesystem::perms(0644));
     EXPECT_EQ(Captured(find).err, "");
     EXPECT_NE(agent, nullptr);
+}
+
+TEST(AgentFromBaseDir, IsNullWithoutAWord_WhenItsFileGoesMeanwhile) {
+    const TempDir dir;
+    const std::string conf = dir / "etc/client.conf";
+    for (int at = 1; at <= 8; ++at) {
+        SCOPED_TRACE(at);
+        Write(conf, ConfOf("6", "2", "1378"));
+        const auto output = Captured([&] {
+            testsupport::InChild([&] {
+                testsupport::JudgeCalls({SYS_openat, SYS_openat2, SYS_newfstatat},
+                                        [&, count = 0](const seccomp_notif&) mutable -> testsupport::Verdict {
+                                            if (++count == at) std::filesystem::remove(conf);
+                                            return std::nullopt;
+                                        });
+                static_cast<void>(AgentFromBaseDir(String::FromUtf8(dir.Path())));
+                corekit::Console::Flush();
+                return 0;
+            });
+        });
+        EXPECT_EQ(output.err, "");
+    }
 }
 
 TEST(AgentFromBaseDir, FailsEveryOperation_WhenTheFileIsTooLarge) {
@@ -316,6 +339,19 @@ TEST_F(InstalledAgent, IsNotTakenFromAFileThatOthersCouldHaveMade) {
     EXPECT_EQ(output.out, "");
     EXPECT_EQ(output.err,
               "WARNING! /tmp/ksclt/.migrate-client.conf is not used: other users can write to it.\n");
+}
+
+// Else whoever can make the file could block every run.
+TEST_F(InstalledAgent, IsNotTakenFromAHandOverFileThatCannotBeRead) {
+    Lay(kReinstall, 3);
+    const auto output = Captured([] {
+        testsupport::WithFailing({{SYS_openat, EACCES}}, [] {
+            EXPECT_EQ(FindInstalledAgent(), nullptr);
+            corekit::Console::Flush();
+            return 0;
+        });
+    });
+    EXPECT_EQ(output.err, "WARNING! /tmp/ksclt/.reinstall-client.conf is not used: Permission denied.\n");
 }
 
 TEST_F(InstalledAgent, IsNotTakenFromALinkThatOthersCouldHaveMade) {

@@ -1,5 +1,6 @@
 // What every installation of the agent does alike.
 #include <cerrno>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
@@ -62,14 +63,33 @@ TEST(Agent, WarnsOfOtherPathsAndKeepsTheIntegration_WhenItsFileIsNotRoots) {
                              "\nbindir=/usr/bin\nlibdir=lib\nvar=" + base +
                              "/var\nevent_queue_dir=/etc\ntask_storage_path=/etc\n";
     testfiles::Write(path, conf);
+    testfiles::Write("/etc/init.d/zorvane", "#!/bin/sh\n", 0755);
     ASSERT_EQ(chmod(home.Path().c_str(), 0777), 0);
     RecordingAgent agent(true, true);
     agent.SetConf(TrustedFile(String::FromUtf8(path), ChosenBy::Administrator), conf);
     const auto output = testsupport::Captured([&] { EXPECT_TRUE(agent.Clean()); });
     EXPECT_EQ(agent.Calls(), L"files[] ");
     const std::string why = " is kept: it lies outside of " + base + ", whose client.conf is not root's.\n";
-    EXPECT_EQ(output.err, "WARNING! /usr/bin" + why + "WARNING! /etc" + why);
+    EXPECT_EQ(output.err,
+              "WARNING! /usr/bin" + why + "WARNING! /etc" + why + "WARNING! /etc/init.d/zorvane" + why);
+    EXPECT_TRUE(testfiles::Exists("/etc/init.d/zorvane"));
+    std::filesystem::remove("/etc/init.d/zorvane");
     EXPECT_EQ(corekit::File::Remove(L"/etc/passwd", corekit::HostDirectory::Meant), corekit::Result(EXDEV));
+}
+
+TEST(Agent, RemovesNothing_WhereItCannotBeConfined) {
+    const testfiles::TempDir home;
+    const std::string path = home / "agent/etc/client.conf";
+    testfiles::Write(path, "[Configuration]\n");
+    ASSERT_EQ(chmod(home.Path().c_str(), 0777), 0);
+    RecordingAgent agent(true, true);
+    agent.SetConf(TrustedFile(String::FromUtf8(path), ChosenBy::Administrator), "[Configuration]\n");
+    std::filesystem::remove_all(home / "agent");
+    const Outcome<> cleaned = agent.Clean();
+    ASSERT_FALSE(cleaned);
+    EXPECT_EQ(cleaned.error().text, L"Failed to read configuration files.");
+    EXPECT_EQ(cleaned.error().reason.Utf8(), home / "agent: No such file or directory");
+    EXPECT_EQ(agent.Calls(), L"");
 }
 
 TEST(Agent, IsNotClean_WhenFilesStay) {

@@ -66,6 +66,7 @@ TEST(AgentVersion, IsWhatTheFileStates) {
         {ConfOf("six", "0", "250"), {0, 0, 250}},
         {"[Version]\nAgent_Major=6\nAGENT_MINOR=2\nagent_build=7\n", {6, 2, 7}},
         {ConfOf("6", "0", ""), {5, 6, 0}},
+        {ConfOf("6", "", "250"), {5, 6, 0}},
         {ConfOf("", "0", "1"), {5, 6, 0}},
         {"[Version]\nagent_major=6\nagent_minor=0\n", {5, 6, 0}},
         {"[version]\nagent_major=6\nagent_minor=0\nagent_build=1\n", {5, 6, 0}},

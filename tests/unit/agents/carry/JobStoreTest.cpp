@@ -1,10 +1,13 @@
 // Jobs carried into today's layout without loss, or left as they are.
+#include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <map>
+#include <sys/syscall.h>
 
 #include "agents/carry/StoreConversion.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -124,11 +127,43 @@ TEST_F(JobStore, LeavesWhatIsNoJob) {
     Write(kStore + "{a}.qdn-job-info.bak", kInfo);
     Write(kStore + "{b}.qdn-job-xml", kXml);
     std::filesystem::create_directories(kStore + "{c}.qdn-job-info");
+    std::filesystem::create_directories(kOld + "/{ab-1}.qdn-job-info");
+    const auto contents = Contents();
+    const auto output = testsupport::Captured([] { ConvertJobs(L"/opt/jobs"); });
+    EXPECT_EQ(Contents(), contents);
+    EXPECT_EQ(output.err, "");
+}
+
+TEST_F(JobStore, NeverReplacesAnotherRecord) {
     Write(kOld + ".qdn-job-info", kInfo);
     Write(kStore + ".qdn-job-xml-{AB-1}", "another record");
     const auto contents = Contents();
     ConvertJobs(L"/opt/jobs");
     EXPECT_EQ(Contents(), contents);
+}
+
+TEST_F(JobStore, LeavesAndWarnsOfAJobWhoseXmlCannotBeRead) {
+    Write(kOld + ".qdn-job-info", kInfo);
+    std::filesystem::create_directories(kOld + ".qdn-job-xml");
+    const auto contents = Contents();
+    const auto output = testsupport::Captured([] { ConvertJobs(L"/opt/jobs"); });
+    EXPECT_EQ(Contents(), contents);
+    EXPECT_EQ(output.err,
+              "WARNING! /opt/jobs/{ab-1}.qdn-job-info is not converted: "
+              "/opt/jobs/{ab-1}.qdn-job-xml: Is a directory.\n");
+}
+
+TEST_F(JobStore, IsWarnedOf_WhenItCannotBeRead) {
+    for (const auto convert : {ConvertJobs, ConvertPackages}) {
+        const auto output = testsupport::Captured([&] {
+            testsupport::WithFailing({{SYS_getdents64, EIO}}, [&] {
+                convert(L"/opt/jobs");
+                corekit::Console::Flush();
+                return 0;
+            });
+        });
+        EXPECT_EQ(output.err, "WARNING! /opt/jobs/ is not converted: Input/output error.\n");
+    }
 }
 
 TEST_F(JobStore, DoesNothingWithoutAStore) {

@@ -249,6 +249,17 @@ TEST_F(PackageStore, LeavesAPackageWhoseRecordAFullDiskCannotTake) {
     EXPECT_EQ(umount("/opt/packages"), 0);
 }
 
+TEST_F(PackageStore, LeavesAndWarnsOfAPackageWhoseXmlCannotBeRead) {
+    Write(kOld + ".qdn-pkg-info", kInfo);
+    std::filesystem::create_directories(kOld + ".qdn-pkg-xml");
+    const auto contents = Contents();
+    const auto output = testsupport::Captured([] { ConvertPackages(L"/opt/packages"); });
+    EXPECT_EQ(Contents(), contents);
+    EXPECT_EQ(output.err,
+              "WARNING! /opt/packages/{ab-1}.qdn-pkg-info is not converted: "
+              "/opt/packages/{ab-1}.qdn-pkg-xml: Is a directory.\n");
+}
+
 TEST_F(PackageStore, ConvertsManyPackages) {
     constexpr int kCount = 500;
     for (int number = 0; number < kCount; ++number) {

@@ -132,6 +132,8 @@ TEST(StoreRecords, FailsForAnEmptyRecordAndForAMissingDirectory) {
     EXPECT_FALSE(WriteRecord(PathOf(temp, "new"), L"", PathOf(temp, "old")));
     EXPECT_FALSE(Exists(temp / "new"));
     EXPECT_FALSE(WriteRecord(PathOf(temp, "missing/new"), L"text", PathOf(temp, "old")));
+    EXPECT_FALSE(WriteRecord(PathOf(temp, "new"), L"text", PathOf(temp, "missing")));
+    EXPECT_FALSE(Exists(temp / "new"));
 }
 
 TEST(StoreRecords, MovesAFileThatIsThereToANameThatIsFree) {
@@ -166,6 +168,22 @@ TEST(StoreRecords, ReportsAFileAsMoved_OnlyWhenItIs) {
         }
     };
     EXPECT_GT(testsupport::FailInTurn(testsupport::kFileCalls, EACCES, prepare, move, check), 3);
+}
+
+TEST(StoreRecords, KeepsTheCopyThatCounts_WhateverFails) {
+    const TempDir temp;
+    const auto prepare = [&] {
+        Write(temp / "old", "content");
+        Write(temp / "new", "content");
+    };
+    const auto move = [&] {
+        static_cast<void>(MoveIfPresent(PathOf(temp, "old"), PathOf(temp, "new")));
+        return 0;
+    };
+    const auto check = [&](int) { EXPECT_EQ(Read(temp / "new"), "content"); };
+    EXPECT_GT(testsupport::FailInTurn(testsupport::kFileCalls, EACCES, prepare, move, check), 5);
+    EXPECT_EQ(Read(temp / "new"), "content");
+    EXPECT_FALSE(Exists(temp / "old"));
 }
 
 }  // namespace

@@ -162,10 +162,13 @@ TEST_F(FileRemoval56, KeepsClientConf_WhenSomethingIsLeft) {
     const auto output =
         testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), nullptr, left); });
     EXPECT_EQ(NamesIn(etc), std::set<std::string>{"client.conf"});
+    const std::string stays = "WARNING! /usr/bin/qdn-collector could not be removed: Input/output error.\n";
+    std::filesystem::remove(etc + "client.conf");
+    const auto again =
+        testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), nullptr, left); });
+    EXPECT_EQ(again.err, stays);
     EXPECT_EQ(output.err,
-              "WARNING! /usr/bin/qdn-collector could not be removed: Input/output error.\n"
-              "WARNING! " +
-                  etc + "client.conf is kept: not everything could be removed.\n");
+              stays + "WARNING! " + etc + "client.conf is kept: not everything could be removed.\n");
 }
 
 TEST_F(FileRemoval56, LooksWhereItsClientConfSays) {
@@ -285,6 +288,24 @@ TEST_F(FileRemoval56, RemovesNothingBelowTheInstallDirectory_WhenThatIsEmptyOrTh
         EXPECT_FALSE(Exists("/usr/bin/qdn-runinvnow")) << value;
     }
     std::filesystem::remove("/etc/filescan.a");
+}
+
+TEST_F(FileRemoval56, LooksNowhere_WhereADirectoryIsNotAbsolute) {
+    const std::vector<std::string> stay = {"/opt/data/libssl.so", "/opt/data/qdn-x",
+                                           "/opt/data/relative/qdn-x"};
+    WriteAll(stay);
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path("/opt/data");
+    Remove("installdir=/opt/data/agent\nlibdir=\ntmpdir=relative\n");
+    std::filesystem::current_path(before);
+    ExpectAll(stay, true);
+}
+
+TEST_F(FileRemoval56, KeepsTheMarkAndClientConf_WhenDataCouldNotBeMoved) {
+    const std::string etc = std::string(kUsualDir) + "/etc/";
+    WriteAll({"client.conf", ".moved", "other"}, etc);
+    Remove("", "installdir=/opt/data/new\n");
+    EXPECT_EQ(NamesIn(etc), (std::set<std::string>{".moved", "client.conf"}));
 }
 
 TEST_F(FileRemoval56, RemovesNoTreesOfAHostDirectory) {

@@ -4,11 +4,14 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
+#include <string_view>
 #include <sys/mount.h>
 #include <sys/syscall.h>
+#include <unistd.h>
 #include <vector>
 
 #include "agents/removal/FileRemoval60.h"
+#include "corekit/fs/HostDirectories.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
@@ -54,6 +57,54 @@ const std::string kUsualConfiguration =
     "package_storage_path=/opt/agent/var/packages\n"
     "debug_output=/opt/agent/var/qdn-client.log\n"
     "guid_guid_file=/opt/agent/etc/host.GUID\n";
+
+TEST_F(FileRemoval60, TellsOfALinkInAnotherUsersDirectory_AndLeavesWhatItLeadsTo) {
+    const std::string file = std::string("/opt/data/") + kGuid;
+    Write(file, "");
+    Write("/opt/agent/etc/client.conf", "");
+    std::filesystem::create_directory("/opt/agent/var");
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/agent/var/swd");
+    if (chown("/opt/agent/var", 12345, 0) != 0) return;  // not root's machine
+    const auto output = testsupport::Captured(
+        [&] { Remove("installdir=/opt/agent\nswd_storage_path=/opt/agent/var/swd\n"); });
+    EXPECT_EQ(output.err,
+              "WARNING! /opt/agent/var/swd is not used: /opt/agent/var belongs to another user.\n"
+              "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
+    EXPECT_TRUE(Exists(file));
+}
+
+TEST_F(FileRemoval60, SaysNothingOfTheHostsDirectories_OutsideOfWhereItMayRemove) {
+    std::filesystem::create_directories("/var/lib/host");
+    std::filesystem::create_directory("/opt/agent");
+    const std::string conf = "installdir=/opt/agent\nevent_queue_dir=/var/lib/host\n";
+    const auto kept = testsupport::Captured([&] { Remove(conf); });
+    EXPECT_EQ(kept.err, "WARNING! /var/lib/host is kept: it is a directory of the host.\n");
+    std::filesystem::create_directory("/opt/agent");
+    ASSERT_TRUE(corekit::ConfineRemovals(L"/opt/agent"));
+    const auto output = testsupport::Captured([&] { Remove(conf); });
+    corekit::ForgetOwn();
+    EXPECT_EQ(output.err, "");
+    std::filesystem::remove("/var/lib/host");
+}
+
+TEST_F(FileRemoval60, DoesNotSayThatClientConfIsKept_WhenItCannotBeWrittenAgain) {
+    Write("/opt/agent/etc/client.conf", "[Configuration]\ninstalldir=/opt/agent\n");
+    const auto output = testsupport::Captured([] {
+        testsupport::InChild([] {
+            const auto judge = [isGone = false](const seccomp_notif& call) mutable -> testsupport::Verdict {
+                if (isGone) return -EIO;
+                const auto* const name = reinterpret_cast<const char*>(call.data.args[1]);
+                isGone = call.data.nr == SYS_unlinkat && std::string_view(name) == "client.conf";
+                return std::nullopt;
+            };
+            testsupport::JudgeCalls({SYS_unlinkat, SYS_mkdirat, SYS_openat2}, judge);
+            RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"));
+            corekit::Console::Flush();
+            return 0;
+        });
+    });
+    EXPECT_EQ(output.err, "WARNING! /opt/agent could not be removed: Input/output error.\n");
+}
 
 /// A file of a store, and whether it is one of the agent's.
 struct StoredFile {

@@ -106,6 +106,16 @@ TEST(SignalProcesses, ReachesEachProcess) {
     EXPECT_EQ(second.EndedBy(), SIGUSR2);
 }
 
+TEST(SignalProcesses, PassesOverBlanksAroundIds) {
+    ChildProcess first;
+    ChildProcess second;
+    const auto output = Captured(
+        [&] { SignalProcesses(L"HUP", String::FromUtf8("  " + first.Id() + "  " + second.Id() + " ")); });
+    EXPECT_EQ(output.err, "");  // where kill would complain of an empty argument
+    EXPECT_EQ(first.EndedBy(), SIGHUP);
+    EXPECT_EQ(second.EndedBy(), SIGHUP);
+}
+
 TEST(SignalProcesses, NeverReadsAnIdAsShellCommands) {
     const TempDir dir;
     Captured([&] { SignalProcesses(L"HUP", String::FromUtf8("0x;touch$IFS" + dir / "planted")); });
