@@ -142,6 +142,7 @@ unsigned ApplyCommand::RunPlainly(const std::vector<String>& arguments) {
 void ApplyCommand::Rehearse(const std::vector<String>& arguments) {
     Preview::Request request = m_command.RequestFor(arguments, m_version);
     request.stopsAgent = !m_runningAgent.IsEmpty();
+    request.withHashes = m_options.json || !m_options.planFile.IsEmpty();
     // The lock that a run would find held is this one's own.
     const bool isInTheWay = m_runningAgent.IsEmpty() && IsPluginProcessRunning();
     const String refusal = isInTheWay ? m_command->Refusal(arguments) : m_command->LastingRefusal(arguments);

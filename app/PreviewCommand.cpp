@@ -77,6 +77,7 @@ std::shared_ptr<const Json> PreviewCommand::Rehearsed(const std::vector<String>&
     Preview::Request request = m_command.RequestFor(arguments, m_version);
     if (const String refusal = m_command->Refusal(arguments); !refusal.IsEmpty())
         request.refused = refusal.Trim().Utf8();
+    request.withHashes = m_options.json || !m_options.outFile.IsEmpty();
     const int shownOn = m_options.json ? STDERR_FILENO : STDOUT_FILENO;
     return m_command.Rehearse(arguments, request, {m_command.MayAsk(arguments) ? shownOn : -1}).document;
 }

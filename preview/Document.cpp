@@ -47,7 +47,7 @@ bool IsInStore(const Change& change, const std::vector<std::string>& stores) {
 }
 
 Json ChangeAsJson(const Change& change, const HostCopy& copy, const std::vector<std::string>& stores,
-                  std::set<std::string>& secrets) {
+                  bool withHashes, std::set<std::string>& secrets) {
     const FileState& shown = change.after ? *change.after : *change.before;
     Json json;
     PutPath(json, "path", change.path);
@@ -58,7 +58,7 @@ Json ChangeAsJson(const Change& change, const HostCopy& copy, const std::vector<
         (change.action == Action::Move || change.action == Action::Remove))
         json["entries"] = change.entries;
     // The bytes of what moves stay, whatever they are.
-    const bool withHash = change.action != Action::Move;
+    const bool withHash = withHashes && change.action != Action::Move;
     json["before"] = StateAsJson(change.before, change.beforeAt, withHash);
     const bool areBytesTheSame = change.action == Action::Change;
     json["after"] = StateAsJson(change.after, change.afterAt, withHash && !areBytesTheSame);
@@ -186,7 +186,8 @@ Outcome<Json> MakeDocument(const Request& request, const HostCopy& copy, const R
     const std::vector<std::string> stores = StringsOf(record["stores"]);
     const auto found = ChangesOf(copy);
     if (!found) return FailToPreview(found.error());
-    for (const Change& change : *found) changes.push_back(ChangeAsJson(change, copy, stores, secrets));
+    for (const Change& change : *found)
+        changes.push_back(ChangeAsJson(change, copy, stores, request.withHashes, secrets));
 
     const auto clear = [&](const std::string& text) { return WithoutValues(Masked(Decoded(text)), secrets); };
     Json document = Frame(request, clear(rehearsal.output), clear(rehearsal.errors));

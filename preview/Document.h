@@ -20,9 +20,10 @@ struct Request {
     std::optional<std::string> refused;  // why the command would do nothing right now
     std::string banner;                  // what the program says before every command
     bool stopsAgent = false;             // the agent that runs would be stopped before
+    bool withHashes = true;              // false: nobody is going to read a `sha256`
 };
 
-/// The document of what `rehearsal` left in the copy; its result is the text of a JSON object with `status`,
+/// The document of what `rehearsal` left in the copy; its result is a JSON object as CBOR with `status`,
 /// `start`, `settings`, `client_conf` (an object or null), `stores` (directories whose files are not shown)
 /// and `places` (directories that must have been writable). Fails where one of those cannot be written in the
 /// copy.
