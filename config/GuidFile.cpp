@@ -35,18 +35,19 @@ bool HoldsIdentifier(const std::string& bytes) {
 
 /// The reason why no identifier may be written or removed at the path; empty when it may be. The path must be
 /// free or a regular file without a second name, and in a directory of the host it must hold an identifier
-/// already.
-String WhyNotOurs(const String& path) {
+/// already. Fails when that cannot be told.
+corekit::Expected<String> WhyNotOurs(const String& path) {
     const auto place = corekit::ParentDirectory::Of(path);
-    if (!place) return String();
-    const auto info = corekit::StatOf(place->At().directory, place->At().name);
-    if (!info) return String();
-    if (!S_ISREG(info->st_mode)) return L"it is not a regular file";
-    if (info->st_nlink != 1) return L"it has other names";
+    const auto info = place ? corekit::StatOf(place->Fd(), place->name) : place.error();
+    if (!info && IsNotFound(info.error())) return String();
+    if (!info) return info.error();
+    if (!S_ISREG(info->st_mode)) return String(L"it is not a regular file");
+    if (info->st_nlink != 1) return String(L"it has other names");
     if (corekit::CheckRemovable(corekit::Path::GetDirectory(path))) return String();
     const auto bytes = File::ReadBytes(path, kLargestFile);
+    if (!bytes && IsTransient(bytes.error())) return bytes.error();
     if (!bytes) return GetErrorMsg(bytes.error());
-    return HoldsIdentifier(*bytes) ? String() : String(L"it holds no identifier");
+    return String(HoldsIdentifier(*bytes) ? L"" : L"it holds no identifier");
 }
 
 /// Writes the text, unless the file holds it already, and reads it back: EIO if the file does not hold it
@@ -79,7 +80,8 @@ Outcome<> WriteGuidFile(const IniFile& conf, const Settings& settings) {
     if (path.IsEmpty()) return {};
     const SourcedValue& guid = settings.Record(L"Guid").used;
     const bool isInstalled = guid.source.kind == Source::Kind::Installed;
-    String why = WhyNotOurs(path);
+    const auto whyNot = WhyNotOurs(path);
+    String why = whyNot ? *whyNot : GetErrorMsg(whyNot.error());
     if (why.IsEmpty()) {
         const auto written = WriteAndReadBack(path, isInstalled ? guid.given : GuidFileText(guid.value));
         if (written) return {};
@@ -95,7 +97,9 @@ Outcome<> WriteGuidFile(const IniFile& conf, const Settings& settings) {
 corekit::Result RemoveGuidFile(const IniFile& conf) {
     const String path = PathIn(conf);
     if (const auto read = ReadGuidFile(path).Outcome(); IsTransient(read)) return read;
-    return WhyNotOurs(path).IsEmpty() ? File::Remove(path) : corekit::Result();
+    const auto whyNot = WhyNotOurs(path);
+    if (!whyNot) return whyNot.error();
+    return whyNot->IsEmpty() ? File::Remove(path) : corekit::Result();
 }
 
 void RemoveUnwantedGuidFile(const IniFile& conf, const Settings& settings) {

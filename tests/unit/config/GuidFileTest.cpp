@@ -11,6 +11,9 @@
 #include "config/GuidFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
+#include "tests/support/Mount.h"
+#include "tests/support/PrintResult.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
@@ -150,6 +153,76 @@ TEST_F(GuidFile, InADirectoryOfTheHostIsOneOnlyIfItHoldsAnIdentifier) {
     EXPECT_TRUE(RemoveGuidFile(conf));
     EXPECT_FALSE(testfiles::Exists("/var/lib/host/file"));
     std::filesystem::remove("/var/lib/host");
+}
+
+TEST_F(GuidFile, InADirectoryOfTheHostStays_WhateverFails) {
+    const corekit::IniFile conf(L"client.conf", L"[Configuration]\nguid_guid_file=/var/lib/host/file\n");
+    m_settings.Value(L"Guid") = L"{NEW}";
+    const auto expectKept = [](int) { EXPECT_EQ(testfiles::Read("/var/lib/host/file"), "word\n"); };
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCallsButUnlink, EIO, [] { testfiles::Write("/var/lib/host/file", "word\n"); },
+        [&] {
+            EXPECT_TRUE(WriteGuidFile(conf, m_settings));
+            return 0;
+        },
+        expectKept);
+    EXPECT_GE(points, 4);
+    int failures = 0;
+    testsupport::FailInTurn(
+        testsupport::kFileCallsButUnlink, EIO, [] { testfiles::Write("/var/lib/host/file", "word\n"); },
+        [&] { return RemoveGuidFile(conf) ? 0 : 1; },
+        [&](int failed) {
+            expectKept(0);
+            failures += failed;
+        });
+    EXPECT_GE(failures, 4);
+    std::filesystem::remove_all("/var/lib/host");
+}
+
+// The file of the old agent may go on its word.
+TEST_F(GuidFile, IsReadBack) {
+    m_settings.Set(L"Guid", L"{A}", {Source::Kind::Installed, String::FromUtf8(m_dir / "old.GUID")});
+    testsupport::InChild([&] {
+        testsupport::JudgeCalls({SYS_write}, [](const seccomp_notif& call) -> testsupport::Verdict {
+            struct stat info {};
+            const bool isFile =
+                fstat(static_cast<int>(call.data.args[0]), &info) == 0 && S_ISREG(info.st_mode);
+            return isFile ? testsupport::Verdict(static_cast<int>(call.data.args[2])) : std::nullopt;
+        });
+        const auto written = WriteGuidFile(Conf(), m_settings);
+        EXPECT_FALSE(written);
+        EXPECT_EQ(written ? "" : written.error().reason.Utf8(), m_file + ": Input/output error");
+        return 0;
+    });
+}
+
+TEST_F(GuidFile, IsNotWrittenWithoutItsDirectory) {
+    m_file = m_dir / "missing/host.GUID";
+    const std::string why = "No such file or directory";
+    m_settings.Value(L"Guid") = L"{NEW}";
+    const auto output = testsupport::Captured([&] { EXPECT_TRUE(WriteGuidFile(Conf(), m_settings)); });
+    EXPECT_EQ(output.err, "WARNING! " + m_file + " is not written: " + why + ".\n");
+    m_settings.Set(L"Guid", L"{A}", {Source::Kind::Installed, String::FromUtf8(m_dir / "old.GUID")});
+    const auto written = WriteGuidFile(Conf(), m_settings);
+    ASSERT_FALSE(written);
+    EXPECT_EQ(written.error().reason.Utf8(), m_file + ": " + why);
+}
+
+TEST_F(GuidFile, IsWarnedOf_WhenItCannotBeRemoved) {
+    testfiles::Write(m_file, "{OLD}");
+    const testsupport::Mount mount = testsupport::Mount::Bind(m_file, m_file);
+    const auto output = testsupport::Captured([&] { RemoveUnwantedGuidFile(Conf(), m_settings); });
+    EXPECT_EQ(output.err, "WARNING! " + m_file + " is kept: Device or resource busy.\n");
+}
+
+TEST_F(GuidFile, IsKeptAndReported_BehindALinkOfAnotherUser) {
+    testfiles::Write(m_dir / "real/host.GUID", "{OLD}");
+    std::filesystem::create_directory(m_dir / "theirs");
+    std::filesystem::create_directory_symlink(m_dir / "real", m_dir / "theirs/way");
+    std::filesystem::permissions(m_dir / "theirs", std::filesystem::perms(0777));
+    m_file = m_dir / "theirs/way/host.GUID";
+    EXPECT_EQ(RemoveGuidFile(Conf()), corekit::Result(corekit::kBelongsToOthers));
+    EXPECT_TRUE(testfiles::Exists(m_dir / "real/host.GUID"));
 }
 
 TEST_F(GuidFile, IsNotRemoved_WhenThereIsAnIdentifier) {
