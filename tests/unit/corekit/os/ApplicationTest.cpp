@@ -1,10 +1,12 @@
 // The application frame: which command runs, what is shown and which status comes back.
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -13,6 +15,8 @@
 #include "corekit/os/Console.h"
 #include "corekit/os/TemporaryFile.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -248,4 +252,23 @@ TEST(Init, OpensClosedStandardStreams) {
             testing::ExitedWithCode(static_cast<int>(closed)), "")
             << closed;
     }
+}
+
+TEST(Init, OpensClosedStandardStreams_WhereThereAreNoDevices) {
+    const testfiles::TempDir root;
+    testsupport::WithRoot(root.Path(), [] {
+        for (int fd = 0; fd <= 2; ++fd) close(fd);
+        corekit::Init();
+        for (int fd = 0; fd <= 2; ++fd) EXPECT_GE(fcntl(fd, F_GETFD), 0) << fd;
+    });
+}
+
+TEST(Init, GoesOn_WhereItCanOpenNothing) {
+    EXPECT_EQ(testsupport::WithFailing({{SYS_openat, EMFILE}},
+                                       [] {
+                                           for (int fd = 0; fd <= 2; ++fd) close(fd);
+                                           corekit::Init();
+                                           return 7;
+                                       }),
+              7);
 }

@@ -1,15 +1,20 @@
 // What goes to the operator: in order, at once, and whole.
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
 
 #include "corekit/os/Console.h"
 #include "corekit/os/Descriptor.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::Descriptor;
@@ -150,4 +155,31 @@ TEST(Console, IgnoresThatNobodyReads) {
             _exit(0);
         },
         testing::ExitedWithCode(0), "^still here$");
+}
+
+TEST(Console, GivesUp_WhereItCannotWaitForAStream) {
+    EXPECT_EQ(testsupport::WithFailing({{SYS_write, EAGAIN}, {SYS_poll, ENOMEM}},
+                                       [] {
+                                           Console::Err("to nobody\n");
+                                           return 7;
+                                       }),
+              7);
+}
+
+TEST(Console, WritesOnce_WhereTheWaitIsInterrupted) {
+    const auto output = testsupport::Captured([] {
+        testsupport::InChild([] {
+            std::atomic<int> writes = 0;
+            std::atomic<int> polls = 0;
+            testsupport::JudgeCalls({SYS_write, SYS_poll},
+                                    [&](const seccomp_notif& call) -> testsupport::Verdict {
+                                        if (call.data.nr == SYS_write && ++writes <= 2) return -EAGAIN;
+                                        if (call.data.nr == SYS_poll && ++polls == 1) return -EINTR;
+                                        return std::nullopt;
+                                    });
+            Console::Err("once\n");
+            return 0;
+        });
+    });
+    EXPECT_EQ(output.err, "once\n");
 }

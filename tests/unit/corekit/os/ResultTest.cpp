@@ -70,6 +70,7 @@ TEST(Result, HasTheSystemsText) {
     EXPECT_EQ(corekit::GetErrorMsg(Result(EACCES)), L"Permission denied");
     EXPECT_EQ(corekit::GetErrorMsg(Result(ENOSPC)), L"No space left on device");
     EXPECT_EQ(corekit::GetErrorMsg(Result()), L"Success");
+    EXPECT_EQ(corekit::GetErrorMsg(Result(corekit::kBelongsToOthers)), L"it belongs to another user");
 }
 
 TEST(Result, KeepsTheFirstPathThatAFailureConcerns) {

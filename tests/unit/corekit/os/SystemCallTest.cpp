@@ -14,6 +14,8 @@
 
 #include "corekit/os/SystemCall.h"
 #include "tests/support/FailingCall.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
@@ -109,6 +111,25 @@ TEST(OpenRegular, RefusesLinksThatAreNotToBeFollowed) {
     EXPECT_EQ(corekit::OpenRegular(AT_FDCWD, dir.Path(), Links::Refused), Result(EISDIR));
     EXPECT_EQ(corekit::OpenRegular(AT_FDCWD, "/dev/null", Links::Refused), Result(EINVAL));
     EXPECT_EQ(corekit::OpenRegular(AT_FDCWD, dir / "none", Links::Refused), Result(ENOENT));
+}
+
+TEST(OpenRegular, RefusesWhatTakesThePlaceOfAFileMeanwhile) {
+    for (const bool isFifo : {false, true}) {
+        const Workspace dir;
+        testfiles::Write(dir / "file", "");
+        testsupport::InChild([&] {
+            const auto exchange = [&](const seccomp_notif&) -> testsupport::Verdict {
+                unlink((dir / "file").c_str());
+                EXPECT_EQ(isFifo ? mkfifo((dir / "file").c_str(), 0600) : mkdir((dir / "file").c_str(), 0700),
+                          0);
+                return std::nullopt;
+            };
+            testsupport::JudgeCalls({SYS_openat}, exchange);
+            EXPECT_EQ(corekit::OpenRegular(AT_FDCWD, dir / "file", Links::Refused),
+                      Result(isFifo ? EINVAL : EISDIR));
+            return 0;
+        });
+    }
 }
 
 TEST(ReadAll, StopsAtItsLimit) {

@@ -1,9 +1,12 @@
 // What is sent to the journal and to the syslog daemon, and that nothing is waited for.
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <string>
+#include <sys/syscall.h>
 
 #include "corekit/os/SystemLog.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/LogSocket.h"
 #include "tests/support/Mount.h"
 
@@ -52,6 +55,21 @@ TEST(SystemLog, SpeaksToEitherKindOfSyslogDaemon) {
     const LogSocket daemon("/dev/log", SOCK_STREAM);
     EXPECT_TRUE(ToSyslog(kPieces));
     EXPECT_EQ(daemon.NextStream(), "one two");
+}
+
+TEST(SystemLog, SendsNothing_WithoutASocket) {
+    const LogSocket journal(kJournal);
+    EXPECT_EQ(testsupport::WithFailing({{SYS_socket, EMFILE}}, [] { return ToJournal(kPieces) ? 1 : 0; }), 0);
+    EXPECT_EQ(journal.Next(), "");
+}
+
+// The same time limit.
+TEST(SystemLog, DoesNotWaitForADaemonThatAcceptsNobody) {
+    const testsupport::Mount dev = testsupport::Mount::Tmpfs("/dev");
+    const LogSocket daemon("/dev/log", SOCK_STREAM);
+    int sent = 0;
+    while (sent < 10 && ToSyslog(kPieces)) ++sent;
+    EXPECT_LT(sent, 10);
 }
 
 // One that waited would be ended by the time limit of the tests.

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "corekit/os/TemporaryFile.h"
+#include "tests/support/InChild.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::TemporaryFile;
@@ -45,6 +46,22 @@ TEST(TemporaryFile, MayHaveGoneAlready) {
     file.Remove();
     file.Take("");
     EXPECT_EQ(file.Path(), "");
+}
+
+TEST(TemporaryFile, IsLeftByAForkedProcess) {
+    const testfiles::TempDir dir;
+    testfiles::Write(dir / "file", "");
+    TemporaryFile file;
+    file.Take(dir / "file");
+    testsupport::InChild([] {
+        TemporaryFile::RemoveAll();
+        return 0;
+    });
+    testsupport::InChild([&] {
+        file.Remove();
+        return 0;
+    });
+    EXPECT_THAT(NamesIn(dir.Path()), ElementsAre("file"));
 }
 
 TEST(TemporaryFile, IsIndependentOfTheOthers) {

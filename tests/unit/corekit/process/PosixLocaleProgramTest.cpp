@@ -1,5 +1,6 @@
 // Shell commands: their lines, what they inherit, and when they count as ended.
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -246,6 +247,24 @@ TEST(PosixLocaleProgram, Fails_WhenItCannotReadTheOutput) {
                   return filter.Count() == 0 ? result.Code() : 254;
               }),
               EIO);
+}
+
+TEST(PosixLocaleProgram, ReadsOn_WhenItIsInterrupted) {
+    EXPECT_EQ(testsupport::InChild([] {
+                  std::atomic<int> reads = 0;
+                  std::atomic<int> polls = 0;
+                  testsupport::JudgeCalls(
+                      {SYS_read, SYS_poll}, [&, caller = getpid()](const seccomp_notif& call) {
+                          std::atomic<int>& count = call.data.nr == SYS_read ? reads : polls;
+                          const bool isCallers = static_cast<pid_t>(call.pid) == caller;
+                          return isCallers && ++count <= 3 ? testsupport::Verdict(-EINTR) : std::nullopt;
+                      });
+                  EXPECT_EQ(LinesOf("echo x"), List{L"x"});
+                  EXPECT_GT(reads, 3);
+                  EXPECT_GT(polls, 3);
+                  return 0;
+              }),
+              0);
 }
 
 TEST(PosixLocaleProgram, Fails_WhenItDoesNotKnowWhatThePipeHolds) {

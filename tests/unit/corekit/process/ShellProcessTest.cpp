@@ -61,6 +61,11 @@ TEST(ShellEnvironment, PassesWhatCommandsNeed) {
     EXPECT_EQ(Passed(variables), AndTheUsual(variables));
 }
 
+TEST(ShellEnvironment, PassesAnEntryWithoutAValueAsItIs) {
+    const Variables variables = {"NOVALUE", "A=b"};
+    EXPECT_EQ(Passed(variables), AndTheUsual(variables));
+}
+
 TEST(ShellEnvironment, SetsThePosixLocaleAndNoOther) {
     EXPECT_EQ(
         Passed({"LANG=de_DE.UTF-8", "LC_ALL=de_DE", "LC_CTYPE=de_DE", "LC_MESSAGES=de_DE", "LANGUAGE=de"}),

@@ -63,7 +63,7 @@ TEST(XmlElement, GivesEveryValueBackThroughAParser) {
 TEST(XmlElement, WritesNothing_WhereAValueHasACharacterThatXmlLacks) {
     for (const wchar_t character :
          {L'\0', L'\1', L'\b', L'\v', L'\x1b', L'\x1f', wchar_t{0xD800}, wchar_t{0xDC80}, wchar_t{0xDCFF},
-          wchar_t{0xDFFF}, wchar_t{0xFFFE}, wchar_t{0xFFFF}}) {
+          wchar_t{0xDFFF}, wchar_t{0xFFFE}, wchar_t{0xFFFF}, wchar_t{0x110000}}) {
         String value(L"a");
         value += character;
         EXPECT_EQ(WrittenWith(L"a", value), L"") << static_cast<long>(character);
