@@ -195,7 +195,13 @@ TEST_F(RCScriptBackendTest, Fails_WhereNothingWouldStartTheService) {
     EXPECT_TRUE(Install(L"", L"3"));
     m_host.AddTool("systemctl");
     EXPECT_TRUE(Install(L"3", L""));
+    fs::remove_all("/etc/systemd/system");
+    testfiles::Write("/etc/systemd/system", "in the way");
+    EXPECT_EQ(Install(L"3", L"").Path(), L"/etc/rc3.d");
     fs::remove("/etc/rc3.d");
+    fs::create_directory("/etc/rc3.d");
+    EXPECT_TRUE(Install(L"3", L"")) << "the links alone do";
+    fs::remove("/etc/systemd/system");
 }
 
 TEST_F(RCScriptBackendTest, RefusesNamesThatAreNoPlainWords) {

@@ -6,6 +6,7 @@
 
 #include "corekit/text/String.h"
 #include "deploykit/WrapperLinkBackend.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
@@ -217,4 +218,16 @@ TEST(WrapperLinkBackend, Fails_WhenAStepFails) {
     EXPECT_EQ(testsupport::FailInTurn(
                   {SYS_unlink, SYS_unlinkat}, EIO, [] {}, uninstall, expectFailure),
               2);
+}
+
+TEST(WrapperLinkBackend, LeavesALinkAlone_WhereItCannotBeLookedAt) {
+    const Installation agent;
+    ASSERT_TRUE(agent.Install(agent.LinkDir()));
+    testsupport::WithFailing({{SYS_newfstatat, EIO}}, [&] {
+        const Result removed = agent.Uninstall(agent.LinkDir(), false);
+        EXPECT_EQ(removed, Result(EIO));
+        EXPECT_EQ(removed.Path().Utf8(), agent.Link());
+        return 0;
+    });
+    EXPECT_TRUE(fs::is_symlink(agent.Link()));
 }

@@ -7,6 +7,7 @@
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "run/RunLock.h"
 #include "tests/support/FailingCall.h"
@@ -85,6 +86,54 @@ TEST(RunLock, CountsAsFree_WhenThereIsNoPlaceForIt) {
 
 TEST(RunLock, UsesTheOtherPlace_WhenAFifoIsPlanted) {
     ASSERT_EQ(mkfifo(kLock, 0600), 0);
+    {
+        const RunLock lock;
+        EXPECT_FALSE(lock.IsTaken());
+        EXPECT_TRUE(testfiles::Exists(kOtherLock));
+    }
+    ASSERT_EQ(unlink(kLock), 0);
+}
+
+TEST(RunLock, IsTriedAgain_WhenItsFileIsAnothersByNow) {
+    testsupport::InChild([] {
+        const auto exchange = [isDone = false](const seccomp_notif&) mutable -> testsupport::Verdict {
+            if (std::exchange(isDone, true)) return std::nullopt;
+            unlink(kLock);
+            close(open(kLock, O_CREAT | O_WRONLY, 0600));
+            return std::nullopt;
+        };
+        testsupport::JudgeCalls({SYS_flock}, exchange);
+        const RunLock lock;
+        EXPECT_FALSE(lock.IsTaken());
+        EXPECT_TRUE(RunLock().IsTaken());
+        return 0;
+    });
+    EXPECT_FALSE(testfiles::Exists(kLock));
+}
+
+TEST(RunLock, IsHeld_OnlyWhileARunHoldsIt) {
+    EXPECT_FALSE(RunLock::IsHeld());
+    testfiles::Write(kLock, "", 0600);
+    EXPECT_FALSE(RunLock::IsHeld());
+    {
+        const RunLock lock;
+        EXPECT_TRUE(RunLock::IsHeld());
+        EXPECT_EQ(testsupport::WithFailing({{SYS_openat, EACCES}}, [] { return RunLock::IsHeld() ? 1 : 0; }),
+                  0);
+    }
+    EXPECT_FALSE(RunLock::IsHeld());
+}
+
+TEST(RunLock, LiesInNoPlaceOfAnotherUser) {
+    if (chown("/run", 12345, 0) != 0) return;  // not root's machine
+    {
+        const RunLock lock;
+        EXPECT_FALSE(testfiles::Exists(kLock));
+        EXPECT_TRUE(testfiles::Exists(kOtherLock));
+    }
+    ASSERT_EQ(chown("/run", 0, 0), 0);
+    testfiles::Write(kLock, "", 0600);
+    ASSERT_EQ(chown(kLock, 12345, 0), 0);
     {
         const RunLock lock;
         EXPECT_FALSE(lock.IsTaken());

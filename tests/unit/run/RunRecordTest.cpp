@@ -80,6 +80,18 @@ TEST_F(Record, SaysThatAnXmlFileWasLeft) {
     EXPECT_THAT(m_journal.Next(), HasSubstr("\nQDN_XML_FILE=/root/x.xml\nQDN_XML_FILE_REMOVED=no\n"));
 }
 
+TEST_F(Record, BelievesOnlyRootsEnvironment) {
+    const EnvironmentVariable sudo("SUDO_USER", "alice");
+    testsupport::InChild([] {
+        if (setresuid(12345, 0, 0) == 0) Leave(0);
+        return 0;
+    });
+    const std::string record = m_journal.Next();
+    if (record.empty()) return;  // not root's machine
+    EXPECT_THAT(record, HasSubstr("\nQDN_USER=12345\n"));
+    EXPECT_THAT(record, Not(HasSubstr("alice")));
+}
+
 TEST_F(Record, NamesTheUserBehindSudo) {
     const EnvironmentVariable sudo("SUDO_USER", "alice");
     Leave(0);

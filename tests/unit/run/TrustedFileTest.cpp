@@ -7,7 +7,9 @@
 #include "run/TrustedFile.h"
 #include "tests/support/Captured.h"
 #include "tests/support/EnvironmentVariable.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
@@ -49,6 +51,43 @@ TEST(TrustedFile, WhateverCannotBeLookedAtIsNotTrusted) {
         testsupport::kFileCalls, EIO, [] {}, [] { return Why("/tmp/open").IsEmpty() ? 1 : 0; },
         [](int isTrusted) { EXPECT_EQ(isTrusted, 0); });
     EXPECT_GE(points, 3);
+    testfiles::Write("/tmp/ksclt/.reinstall-client.conf", "x", 0600);
+    ASSERT_EQ(chmod("/tmp/ksclt", 0777), 0);
+    const int more = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [] {},
+        [] { return Why("/tmp/ksclt/.reinstall-client.conf").IsEmpty() ? 1 : 0; },
+        [](int isTrusted) { EXPECT_EQ(isTrusted, 0); });
+    EXPECT_GE(more, 3);
+    std::filesystem::remove_all("/tmp/ksclt");
+}
+
+TEST(TrustedFile, TheEnvironmentIsBelievedOnlyOfRoot) {
+    testfiles::Write("/tmp/x", "x", 0644);
+    if (chown("/tmp/x", 4711, 0) != 0) return;  // not root's machine
+    const testsupport::EnvironmentVariable user("SUDO_UID", "4711");
+    EXPECT_EQ(Why("/tmp/x"), L"");
+    testsupport::InChild([] {
+        EXPECT_EQ(seteuid(12345), 0);
+        EXPECT_EQ(Why("/tmp/x"), L"it belongs to another user");
+        return 0;
+    });
+}
+
+TEST(TrustedFile, AFileOfTheCallersOwnMayBeUsed) {
+    testfiles::Write("/tmp/own", "x", 0644);
+    testfiles::Write("/tmp/group", "x");
+    if (chown("/tmp/own", 12345, 0) != 0) return;  // not root's machine
+    ASSERT_EQ(chown("/tmp/group", 0, 12345), 0);
+    ASSERT_EQ(chmod("/tmp/group", 0664), 0);
+    EXPECT_EQ(Why("/tmp/own"), L"it belongs to another user");
+    EXPECT_EQ(Why("/tmp/group"), L"other users can write to it");
+    testsupport::InChild([] {
+        EXPECT_EQ(setresgid(12345, 0, 0), 0);
+        EXPECT_EQ(setresuid(12345, 0, 0), 0);
+        EXPECT_EQ(Why("/tmp/own"), L"");
+        EXPECT_EQ(Why("/tmp/group"), L"");
+        return 0;
+    });
 }
 
 TEST(TrustedFile, ANameAloneIsInTheCurrentDirectory) {
@@ -160,6 +199,26 @@ TEST(RemoveHandOverDirectory, LeavesAndWarnsOfThatOfAnotherUser) {
     EXPECT_TRUE(RemoveHandOverDirectory());
 }
 
+TEST(RemoveHandOverDirectory, RemovesThatOfTheCaller) {
+    std::filesystem::create_directory("/tmp/ksclt");
+    if (chown("/tmp/ksclt", 12345, 0) != 0) return;  // not root's machine
+    testsupport::InChild([] {
+        EXPECT_EQ(seteuid(12345), 0);
+        EXPECT_TRUE(RemoveHandOverDirectory());
+        return 0;
+    });
+    EXPECT_FALSE(testfiles::Exists("/tmp/ksclt"));
+}
+
+TEST(RemoveHandOverDirectory, SaysWhetherThereIsNone) {
+    const testfiles::TempDir root;
+    testsupport::WithRoot(root.Path(), [] { EXPECT_TRUE(RemoveHandOverDirectory()); });
+    testsupport::WithFailing({{SYS_newfstatat, EIO}}, [] {
+        EXPECT_EQ(RemoveHandOverDirectory(), corekit::Result(EIO));
+        return 0;
+    });
+}
+
 TEST(TrustedFile, AFileWithASecondNameIsNotUsed) {
     testfiles::Write("/tmp/one", "x", 0644);
     ASSERT_EQ(link("/tmp/one", "/tmp/two"), 0);
@@ -178,6 +237,18 @@ TEST(TrustedFile, ALinkOfOthersOnTheWayIsNotFollowed) {
     EXPECT_EQ(Why(directory / "theirs/way/file", ChosenBy::Administrator),
               String::FromUtf8(directory / "theirs") + L" belongs to another user");
     EXPECT_EQ(Why(directory / "way/file"), L"");
+}
+
+TEST(TrustedFile, ALinkThatOthersPutInThePlaceOfAFileIsNotFollowed) {
+    testfiles::TempDir directory;
+    testfiles::Write(directory / "real", "x", 0600);
+    std::filesystem::create_directory(directory / "theirs");
+    std::filesystem::create_symlink(directory / "real", directory / "theirs/file");
+    if (chown((directory / "theirs").c_str(), 12345, 0) != 0) return;  // not root's machine
+    const TrustedFile file(String::FromUtf8(directory / "theirs/file"), ChosenBy::Administrator);
+    EXPECT_EQ(file.WhyNot(), String::FromUtf8(directory / "theirs") + L" belongs to another user");
+    EXPECT_FALSE(file.MayBeUsed());
+    EXPECT_FALSE(file.Read());
 }
 
 TEST(TrustedFile, AMissingFileIsNotUsed) {
