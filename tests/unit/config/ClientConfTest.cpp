@@ -100,8 +100,10 @@ TEST_F(ClientConf, WithoutAnInstallDirectoryTheSettingsGoIntoTheFileThatIsThere)
     testfiles::Write(kOutput, "[Configuration]\nkept=1\ndebug_level=old\n");
     Settings settings;
     settings.Value(L"LogLevel") = L"Error";
-    const auto output =
-        Captured([&] { EXPECT_TRUE(CreateClientConfFromTemplate(String::FromUtf8(kOutput), settings)); });
+    const auto output = Captured([&] {
+        const auto source = WriteClientConf(String::FromUtf8(kOutput), settings, nullptr);
+        EXPECT_TRUE(source && *source == ClientConfSource::Nothing);
+    });
     EXPECT_EQ(output.out, "");
     EXPECT_TRUE(testfiles::Read(kOutput).starts_with("[Configuration]\nkept=1\ndebug_level=Error\n"));
 }

@@ -1,6 +1,7 @@
 // Writing the new client.conf into its hand-over file: when values are carried, and what is left on failure.
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/mount.h>
 
 #include "config/ClientConf.h"
 #include "corekit/ini/IniFile.h"
@@ -76,6 +77,13 @@ TEST_F(Migration, WithoutAnInstalledAgentTheFileComesFromTheTemplate) {
     EXPECT_EQ(Written(L"Configuration", L"installdir"), L"/opt/new");
     EXPECT_EQ(Written(L"Configuration", L"use_https"), L"template");
     EXPECT_EQ(Written(L"Configuration", L"tmpdir"), L"/tmp");
+}
+
+TEST_F(Migration, FailsWithoutAPlaceForTheHandOverFile) {
+    ASSERT_EQ(mount("none", "/tmp", "tmpfs", MS_RDONLY, nullptr), 0);
+    m_result = MigrateSettings(m_handOver, &m_installed, *m_settings);
+    ASSERT_EQ(umount("/tmp"), 0);
+    EXPECT_EQ(Text(), L"Failed to create migration config file: Read-only file system");
 }
 
 TEST_F(Migration, AnInstalledAgentsValuesAreCarried) {

@@ -162,6 +162,18 @@ TEST_F(InstalledValues, AValueThatAnEmptyOneOverridesIsWarnedOf) {
     m_settings->Set(L"AssetTag", L"", {Source::Kind::Installed});
     EXPECT_EQ(Told(),
               "WARNING! /tmp/x.xml:1:23: AssetTag \"A1\" is not used: the installed agent has \"\".\n");
+    m_settings = DefaultSettings();
+    Merge("<Settings><TempDir>/tmp/x</TempDir></Settings>");
+    m_settings->Set(L"TempDir", L"", {Source::Kind::Installed});
+    EXPECT_EQ(Told(),
+              "WARNING! /tmp/x.xml:1:33: TempDir \"/tmp/x\" is not used: the installed agent has \"\".\n");
+}
+
+TEST_F(InstalledValues, TwoWordsThatAreNoNumberAreNotTheSame) {
+    Installed(L"LogSize", L"none");
+    Merge("<Settings><EventLog LogSize='x'/></Settings>");
+    EXPECT_EQ(Told(),
+              "WARNING! /tmp/x.xml:1:43: LogSize \"x\" is not used: the installed agent has \"none\".\n");
 }
 
 TEST_F(InstalledValues, AValueThatMeansTheSameOrIsUsedIsNotWarnedOf) {
@@ -173,6 +185,8 @@ TEST_F(InstalledValues, AValueThatMeansTheSameOrIsUsedIsNotWarnedOf) {
         {L"UseDomain", L"1", "<Settings UseDomain='YES'/>"},
         {L"LogLevel", L"info", "<Settings><EventLog LogLevel='INFO'/></Settings>"},
         {L"LogSize", L"256", "<Settings><EventLog LogSize='0256'/></Settings>"},
+        {L"LogSize", L"none", "<Settings><EventLog LogSize='none'/></Settings>"},
+        {L"RunLevel", L"rc3;", "<Settings RunLevel=''/>"},
         {L"RunLevel", L"rc3;rc5;", "<Settings RunLevel='5 3'/>"},
         {L"TempDir", L"/opt/old/tmp", "<Settings><TempDir>%INSTDIR%/tmp/</TempDir></Settings>"},
         {L"Location", L"", "<Location>none</Location>"},
@@ -198,6 +212,15 @@ TEST_F(InstalledValues, TheSameServerInOtherWordsIsNotWarnedOf) {
         Merge();
         EXPECT_EQ(Told(), "");
     }
+}
+
+TEST_F(InstalledValues, AnotherSchemeIsAnotherServer) {
+    const EnvironmentVariable server("QDN_INSTALL_KSNAME", "http://kell.example.com:443");
+    Merge();
+    EXPECT_EQ(
+        Told(),
+        "WARNING! QDN_INSTALL_KSNAME: KSName \"http://kell.example.com:443\" is not used: the installed "
+        "agent has \"kell.example.com\".\n");
 }
 
 TEST_F(InstalledValues, ExtraSettingsOfTheXmlFileAreWarnedOfInOneLine) {

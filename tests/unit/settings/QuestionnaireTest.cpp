@@ -103,6 +103,21 @@ TEST_F(Questionnaire, WithoutAnUpgradeItDoesNotAskForOneAndProposesTheTablesDefa
     EXPECT_EQ(Setting(L"LogFile"), L"qdn-client.log");
 }
 
+TEST_F(Questionnaire, Ends_WhenTheInstalledAgentCannotBeTakenUp) {
+    Setting(L"KSName") = L"srv.example";
+    Setting(L"InstallDir") = L"/opt/zorvane";
+    const testsupport::StandardInput input("\n\n" + kRestByDefault);
+    const auto output = testsupport::Captured([&] {
+        m_outcome = RunQuestionnaire(*m_settings, [](const corekit::String&, Settings&) -> Outcome<bool> {
+            return Fail(L"it cannot be read");
+        });
+    });
+    ASSERT_FALSE(m_outcome);
+    EXPECT_EQ(m_outcome.error().text, L"it cannot be read");
+    EXPECT_EQ(output.out,
+              kIntroduction + Asked(L"KSName", "srv.example") + Asked(L"InstallDir", "/opt/zorvane"));
+}
+
 TEST_F(Questionnaire, ARejectedUpgradeResetsTheProposalsButForTheInstallDirectory) {
     Setting(L"KSName") = L"srv.example";
     Setting(L"InstallDir") = L"/opt/zorvane";

@@ -77,6 +77,12 @@ TEST(ServerUrl, IsValid_WhenItNamesAServer) {
     EXPECT_FALSE(ServerUrl(L"srv:http").IsValid());
 }
 
+TEST(ServerUrl, IsAFullUrl_OnlyWithASchemeOfTheWebAndAServer) {
+    EXPECT_TRUE(ServerUrl::FromFullUrl(L"https://srv"));
+    for (const wchar_t* text : {L"srv", L"https://", L"http://srv:0", L"ftp://srv"})
+        EXPECT_FALSE(ServerUrl::FromFullUrl(text)) << text;
+}
+
 TEST(ServerUrl, ComposesTheThreeSettingsTogether) {
     const struct {
         const wchar_t* text;

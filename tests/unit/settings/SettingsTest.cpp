@@ -102,6 +102,17 @@ TEST(Settings, ExtraSettingsKeepTheirOrderAndTheirDuplicates) {
     EXPECT_THAT(values, testing::ElementsAre(L"b=1", L"a=2", L"b=3"));
 }
 
+TEST(Settings, TheInstalledDirectoryIsTheInstalledAgents) {
+    Settings settings;
+    EXPECT_EQ(InstalledDirectory(settings), L"");
+    settings.Set(L"InstallDir", L"/opt/default", {Source::Kind::Default});
+    EXPECT_EQ(InstalledDirectory(settings), L"");
+    settings.Set(L"InstallDir", L"/opt/old", {Source::Kind::Installed});
+    EXPECT_EQ(InstalledDirectory(settings), L"/opt/old");
+    settings.Set(L"InstallDir", L"/opt/new", {Source::Kind::Answer});
+    EXPECT_EQ(InstalledDirectory(settings), L"/opt/old");
+}
+
 TEST(Settings, TheDumpShowsNamesInOrderAndTheSeparatorsOfExtraSettingsAsAddresses) {
     const testsupport::EnvironmentVariable charset("LC_ALL", "C.UTF-8");
     Settings settings;

@@ -33,7 +33,7 @@ TEST(XmlCheck, IsSilent_ForAGoodDocument) {
         Told(
             "<?xml version='1.0'?>\n"
             "<KSAgentConfiguration xmlns:xsi='http://www.w3.org/2001/XMLSchema-instance'"
-            " xsi:noNamespaceSchemaLocation='x.xsd'>\n"
+            " xsi:noNamespaceSchemaLocation='x.xsd' xsi:schemaLocation='a b'>\n"
             "<KSName> kell.example.com </KSName><KSPort>8080</KSPort><KSProtocol>HTTPS</KSProtocol>"
             "<Guid/><Settings UseKSIPAddress='no' KSIPAddress='[::1]' Upgrade='no' Start='TRUE'"
             " AllowNonRoot='off' RunLevel='2 3'><CurlSSL SSLVerifyPeer='1' CAInfo=''/>"
@@ -41,6 +41,7 @@ TEST(XmlCheck, IsSilent_ForAGoodDocument) {
             "<Location>here</Location><ExtraConfigSettings><Setting Section='a' Name='b' Value='c'/>"
             "<Setting Name='d' Value='e'/></ExtraConfigSettings></KSAgentConfiguration>"),
         "");
+    EXPECT_EQ(ToldInRoot("<Settings Upgrade=''/>"), "");
 }
 
 TEST(XmlCheck, WarnsOfUnknownNamesAndSuggestsTheNearest) {
@@ -48,6 +49,10 @@ TEST(XmlCheck, WarnsOfUnknownNamesAndSuggestsTheNearest) {
               Warning("1:43", "unknown attribute LogLevl (LogLevel?)"));
     EXPECT_EQ(ToldInRoot("<KSname>x</KSname>"), Warning("1:23", "unknown element KSname (KSName?)"));
     EXPECT_EQ(ToldInRoot("<Frobnicate/>"), Warning("1:23", "unknown element Frobnicate"));
+    EXPECT_EQ(ToldInRoot("<Gid/>"), Warning("1:23", "unknown element Gid (Guid?)"));
+    EXPECT_EQ(ToldInRoot("<Gix/>"), Warning("1:23", "unknown element Gix"));
+    const std::string longName(41, 'x');
+    EXPECT_EQ(ToldInRoot("<" + longName + "/>"), Warning("1:23", "unknown element " + longName));
     EXPECT_EQ(ToldInRoot("<Settings Colour='x'/>"), Warning("1:33", "unknown attribute Colour"));
     EXPECT_EQ(Told("<KSAgentConfig/>").substr(0, 52),
               "WARNING! /x.xml:1:1: unknown element KSAgentConfig.\n");
@@ -60,6 +65,11 @@ TEST(XmlCheck, WarnsOfWhatStandsInAWrongPlaceOrTwice) {
     EXPECT_EQ(ToldInRoot("<KSName>a</KSName><KSName>b</KSName>"),
               Warning("1:41", "KSName stands there twice: the first one counts"));
     EXPECT_EQ(Told("<Settings/>"), Warning("1:1", "Settings belongs in KSAgentConfiguration"));
+    EXPECT_EQ(ToldInRoot("<KSAgentConfiguration/>"),
+              Warning("1:23", "KSAgentConfiguration belongs around all others") +
+                  Warning("1:23", "KSAgentConfiguration stands there twice: the first one counts"));
+    EXPECT_EQ(ToldInRoot("<Frobnicate><Settings/></Frobnicate>"),
+              Warning("1:23", "unknown element Frobnicate"));
     EXPECT_EQ(ToldInRoot("text<Settings/>"),
               Warning("1:1", "KSAgentConfiguration \"text\": no text can stand there"));
 }
@@ -98,6 +108,7 @@ TEST(XmlCheck, WarnsOfAPortOrAProtocolThatDoesNotFitTheServer) {
     EXPECT_EQ(ToldInRoot("<KSPort>8080</KSPort>"),
               Warning("1:23", "KSPort \"8080\": only together with KSName or KSIPAddress"));
     EXPECT_EQ(ToldInRoot("<KSPort>1</KSPort><Settings UseKSIPAddress='yes' KSIPAddress='10.0.0.5'/>"), "");
+    EXPECT_EQ(ToldInRoot("<KSName>a</KSName><KSPort>1</KSPort><Settings UseKSIPAddress='yes'/>"), "");
     EXPECT_EQ(ToldInRoot("<KSName>https://a</KSName><KSPort>8080</KSPort><KSProtocol>http</KSProtocol>"),
               Warning("1:49", "KSPort \"8080\": the URL of the server has port 443") +
                   Warning("1:70", "KSProtocol \"http\": the URL of the server has https"));
