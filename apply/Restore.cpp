@@ -206,6 +206,9 @@ Result Restorer::PutBack(const SavedEntry& entry) {
         result = Keeping::SetAccess(place, entry.state.mode, entry.state.uid, entry.state.gid);
     if (result && now->attributes != entry.state.attributes)
         result = Keeping::SetAttributes(place, entry.state.attributes);
+    for (const auto& [name, value] : now->attributes) {
+        if (result && !entry.state.attributes.contains(name)) result = Keeping::RemoveAttribute(place, name);
+    }
     return result;
 }
 

@@ -159,4 +159,12 @@ Result SetAttributes(const String& path, const std::map<std::string, std::string
     return Result();
 }
 
+Result RemoveAttribute(const String& path, const std::string& name) {
+    const auto place = ParentDirectory::Of(path);
+    if (!place) return place.error().About(path);
+    const std::string entry = ProcPath(place->Fd()) + "/" + place->name;
+    const Result removed = Outcome(lremovexattr(entry.c_str(), name.c_str()));
+    return removed.Code() == ENODATA ? Result() : removed.About(path);
+}
+
 }  // namespace corekit::Keeping

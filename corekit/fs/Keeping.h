@@ -46,4 +46,7 @@ Result SetAccess(const String& path, unsigned mode, unsigned user, unsigned grou
 /// support.
 Result SetAttributes(const String& path, const std::map<std::string, std::string>& attributes);
 
+/// Takes one extended attribute of an entry away; none of that name is no failure.
+Result RemoveAttribute(const String& path, const std::string& name);
+
 }  // namespace corekit::Keeping

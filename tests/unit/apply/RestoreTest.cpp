@@ -132,6 +132,19 @@ TEST_F(Restoring, DirectoriesThatWereRemovedHaveTheirAttributesBack) {
     }
 }
 
+TEST_F(Restoring, AttributesThatWereChangedAddedOrRemovedAreBack) {
+    testfiles::SetAttribute("/opt/t/dir", "user.changed", "old");
+    testfiles::SetAttribute("/opt/t/dir", "user.removed", "old");
+    Saved({{"/opt/t/dir", Touch::Access}});
+    testfiles::SetAttribute("/opt/t/dir", "user.changed", "new");
+    ASSERT_EQ(removexattr("/opt/t/dir", "user.removed"), 0);
+    testfiles::SetAttribute("/opt/t/dir", "user.added", "new");
+    ExpectPutBack();
+    EXPECT_EQ(testfiles::Attribute("/opt/t/dir", "user.changed"), "old");
+    EXPECT_EQ(testfiles::Attribute("/opt/t/dir", "user.removed"), "old");
+    EXPECT_EQ(testfiles::Attribute("/opt/t/dir", "user.added"), "none");
+}
+
 TEST_F(Restoring, WhatIsSavedStaysKnown_WhenNobodyCanTellWhatThereIs) {
     Saved({{"/opt/t/file", Touch::Replace}});
     EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, EMFILE}}, [] { return Discard() ? 0 : EMFILE; }),
