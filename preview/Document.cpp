@@ -134,22 +134,14 @@ Json Frame(const Request& request, const std::string& output, const std::string&
     return document;
 }
 
-std::vector<std::string> StringsOf(const Json& list) {
-    return list.is_array() ? list.get<std::vector<std::string>>() : std::vector<std::string>();
+/// The command may have read or changed what the mount hides on the host.
+Failure HiddenMount(const Mount& mount) {
+    return Fail(String(kNotPossible) +
+                String::FromUtf8(mount.point + " (" + mount.type + ") cannot be mounted a second time."));
 }
 
-/// The values of settings whose names say that they are secret.
-void CollectSecrets(Json& settings, std::set<std::string>& secrets) {
-    for (Json& setting : settings) {
-        if (!IsSecretName(setting.value("name", ""))) continue;
-        const auto mask = [&](Json& value) {
-            if (value.is_string() && !value.get_ref<const std::string&>().empty())
-                secrets.insert(std::exchange(value, kMask).get<std::string>());
-        };
-        mask(setting["value"]);
-        if (!setting.contains("unused")) continue;
-        for (Json& unused : setting["unused"]) mask(unused["value"]);
-    }
+std::vector<std::string> StringsOf(const Json& list) {
+    return list.is_array() ? list.get<std::vector<std::string>>() : std::vector<std::string>();
 }
 
 }  // namespace
@@ -179,15 +171,17 @@ Outcome<Json> MakeDocument(const Request& request, const HostCopy& copy, const R
                         String::FromUtf8(place + " is on a file system (" + mount->type + " at " +
                                          mount->point +
                                          ") that cannot be copied; choose a directory on another one."));
+        if (const Mount* mount = copy.HiddenAt(place)) return HiddenMount(*mount);
     }
     std::set<std::string> secrets;
-    CollectSecrets(record["settings"], secrets);
     Json changes = Json::array();
     const std::vector<std::string> stores = StringsOf(record["stores"]);
     const auto found = ChangesOf(copy);
     if (!found) return FailToPreview(found.error());
-    for (const Change& change : *found)
+    for (const Change& change : *found) {
+        if (const Mount* mount = copy.HiddenAt(change.path)) return HiddenMount(*mount);
         changes.push_back(ChangeAsJson(change, copy, stores, request.withHashes, secrets));
+    }
 
     const auto clear = [&](const std::string& text) { return WithoutValues(Masked(Decoded(text)), secrets); };
     Json document = Frame(request, clear(rehearsal.output), clear(rehearsal.errors));

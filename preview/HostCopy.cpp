@@ -68,9 +68,12 @@ Result Bind(const std::string& source, const std::string& target) {
     return MountAt(source, target, nullptr, MS_BIND);
 }
 
+/// Nothing is mounted when that fails: what could be written to would be the host's.
 Result BindReadOnly(const std::string& source, const std::string& target, unsigned long flags) {
     if (Result bound = Bind(source, target); !bound) return bound;
-    return MountAt("", target, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY | flags);
+    Result isReadOnly = MountAt("", target, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY | flags);
+    if (!isReadOnly) umount2(target.c_str(), MNT_DETACH);
+    return isReadOnly;
 }
 
 bool IsDirectory(const std::string& path) {
@@ -117,11 +120,11 @@ std::string HostCopy::NotesDir() const {
 
 Outcome<> HostCopy::Build(unsigned long long bytes) {
     m_workDir = CurrentDirectory();
+    if (const Result read = ReadVisibleMounts(m_mounts); !read)
+        return Impossible(L"/proc/self/mountinfo cannot be read; mount /proc first", read);
     if (const Result isPrivate = MakeMountsPrivate(); !isPrivate)
         return Impossible(L"mounts of its own are not allowed; run it as root, outside of a container",
                           isPrivate);
-    if (const Result read = ReadVisibleMounts(m_mounts); !read)
-        return Impossible(L"/proc/self/mountinfo cannot be read; mount /proc first", read);
     if (Outcome<> stage = MountStage(bytes); !stage) return stage;
     for (const Mount& mount : m_mounts) {
         if (IsKernels(mount)) continue;
@@ -181,10 +184,10 @@ Outcome<> HostCopy::Overlay(const Mount& mount, const Layer& layer) {
         if (result.Code() == EINVAL || result.Code() == EPERM) result = Result();
     }
     const String point = String::FromUtf8(mount.point);
-    if (mount.type == "overlay")
-        return Impossible(point + L" is an overlay of overlays already; run it on the host itself.");
     if (result.Code() == ENODEV)
         return Impossible(L"the kernel has no overlay file system; load its module (modprobe overlay).");
+    if (mount.type == "overlay")
+        return Impossible(point + L" is an overlay of overlays already; run it on the host itself.");
     return Impossible(L"no overlay can be mounted over " + point +
                       L"; run it as root, outside of a container.");
 }
@@ -194,18 +197,16 @@ Outcome<> HostCopy::ShowReadOnly(const Mount& mount, const std::string& lower) {
     const Result shown = BindReadOnly(lower, merged, mount.flags);
     if ((mount.flags & MS_RDONLY) == 0) m_uncopied.push_back(mount);
     if (!shown && mount.point == "/") return Impossible(L"/ cannot be mounted a second time", shown);
+    if (!shown) m_hidden.push_back(mount);
     return {};
 }
 
-/// New /proc, /sys and /dev, where the host has these directories: nothing that steers the host.
+/// A new /proc, and new /sys and /dev where the host has these directories: nothing that steers the host.
 Outcome<> HostCopy::MountKernelFiles() {
     constexpr unsigned long kFlags = MS_NOSUID | MS_NODEV | MS_NOEXEC;
-    if (IsDirectory(kRoot + "/proc")) {
-        if (const Result result = MountAt("proc", kRoot + "/proc", "proc", MS_RDONLY | kFlags); !result)
-            return Impossible(L"/proc cannot be mounted anew; run it as root, outside of a container",
-                              result);
-    }
-    Result result;
+    Result result = MountAt("proc", kRoot + "/proc", "proc", MS_RDONLY | kFlags);
+    if (!result)
+        return Impossible(L"/proc cannot be mounted anew; run it as root, outside of a container", result);
     if (IsDirectory(kRoot + "/sys")) result = BindReadOnly("/sys", kRoot + "/sys", kFlags);
     const std::string dev = kRoot + "/dev";
     if (result && IsDirectory(dev)) {
@@ -226,13 +227,25 @@ Outcome<> HostCopy::MountKernelFiles() {
 }
 
 Result HostCopy::Enter() const {
-    if (chroot(kRoot.c_str()) != 0) return Result::FromErrno();
-    return chdir(m_workDir.c_str()) == 0 ? Result() : corekit::Outcome(chdir("/"));
+    if (chroot(kRoot.c_str()) != 0) return Result::FromErrno().About(L"chroot");
+    if (chdir(m_workDir.c_str()) == 0) return Result();
+    return corekit::Outcome(chdir("/")).About(L"chdir");
 }
 
 const Mount* HostCopy::Uncopied(const std::string& path) const {
     const Mount* mount = MountOf(m_mounts, path);
     return mount != nullptr && std::ranges::count(m_uncopied, *mount) > 0 ? mount : nullptr;
+}
+
+const Mount* HostCopy::HiddenAt(const std::string& path) const {
+    const auto found = std::ranges::find_if(m_hidden, [&](const Mount& mount) {
+        return IsAtOrBelow(path, mount.point) || IsAtOrBelow(mount.point, path);
+    });
+    return found == m_hidden.end() ? nullptr : &*found;
+}
+
+std::string HostCopy::PathOf(const std::string& path) const {
+    return kRoot + path;
 }
 
 bool HostCopy::IsFull() const {

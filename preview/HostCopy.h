@@ -40,6 +40,13 @@ class HostCopy {
     /// not in the copy; null for any other path.
     const Mount* Uncopied(const std::string& path) const;
 
+    /// A mount at, above or below `path` that the copy does not have: the command met what it hides on the
+    /// host. Null for any other path.
+    const Mount* HiddenAt(const std::string& path) const;
+
+    /// Where a path of the host lies in the copy.
+    std::string PathOf(const std::string& path) const;
+
     /// True when no more than a hundredth of the place for what is written is left.
     bool IsFull() const;
 
@@ -55,6 +62,7 @@ class HostCopy {
 
     std::vector<Mount> m_mounts;    // of the host, those that can be seen
     std::vector<Mount> m_uncopied;  // those of them that are read-only in the copy alone
+    std::vector<Mount> m_hidden;    // those of them that the copy does not have
     std::vector<Layer> m_layers;
     std::string m_workDir;
 };

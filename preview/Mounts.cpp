@@ -89,20 +89,20 @@ corekit::Expected<std::string> ReadProc(const std::string& path) {
     return corekit::ReadAll(file->Get(), kLongestTable);
 }
 
-/// The mount that a path is on; -1 where the path leads nowhere. Fails when the system does not tell.
-corekit::Expected<int> MountIdOf(const std::string& path) {
-    constexpr int kNone = -1;
-    const auto place = corekit::OpenAt(AT_FDCWD, path, O_PATH | O_NOFOLLOW);
+/// True if the path of a mount leads to it, or nobody can tell, as of a server that does not answer. Fails
+/// when this process lacks what it takes to look.
+corekit::Expected<bool> CanBeSeen(const Mount& mount) {
+    const auto place = corekit::OpenAt(AT_FDCWD, mount.point, O_PATH | O_NOFOLLOW);
     if (!place) {
         constexpr std::array kOwnTrouble = {EMFILE, ENFILE, ENOMEM};
-        const bool isOurs = std::ranges::count(kOwnTrouble, place.error().Code()) > 0;
-        return isOurs ? corekit::Expected<int>(place.error()) : kNone;
+        if (std::ranges::count(kOwnTrouble, place.error().Code()) > 0) return place.error();
+        return !IsNotFound(place.error()) && place.error().Code() != EACCES;
     }
     const auto info = ReadProc("/proc/self/fdinfo/" + std::to_string(place->Get()));
     if (!info) return info.error();
     constexpr std::string_view kKey = "mnt_id:\t";
     const std::size_t at = info->find(kKey);
-    return at == std::string::npos ? kNone : ToNumber(std::string_view(*info).substr(at + kKey.size()));
+    return at != std::string::npos && ToNumber(std::string_view(*info).substr(at + kKey.size())) == mount.id;
 }
 
 }  // namespace
@@ -121,9 +121,9 @@ Result ReadVisibleMounts(std::vector<Mount>& mounts) {
     if (!text) return text.error();
     mounts.clear();
     for (Mount& mount : ParseMounts(*text)) {
-        const auto seen = MountIdOf(mount.point);
-        if (!seen) return seen.error();
-        if (*seen == mount.id) mounts.push_back(std::move(mount));
+        const auto isSeen = CanBeSeen(mount);
+        if (!isSeen) return isSeen.error();
+        if (*isSeen) mounts.push_back(std::move(mount));
     }
     if (std::ranges::find(mounts, "/", &Mount::point) == mounts.end()) mounts.push_back({0, "/", "root", 0});
     std::ranges::sort(mounts, {}, &Mount::point);

@@ -89,19 +89,24 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
     if (!inTime) kill(child, SIGKILL);
     const int status = corekit::WaitForChild(child);
     if (!inTime) return Fail(L"The preview failed: the command has not ended within ten minutes.");
-    if (m_wasFull || m_copy.IsFull())
+    if (m_wasFull)
         return Fail(String(kNotPossible) +
                     L"what the command writes does not fit into a quarter of the memory.");
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        return Fail(L"The preview failed: the command was ended by a signal.");
-    return m_rehearsal;
+    if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return m_rehearsal;
+    if (WIFEXITED(status) && !m_rehearsal.result.empty())  // why the code has not been run
+        return Failure{String::FromUtf8(m_rehearsal.result), {}};
+    return Fail(L"The preview failed: the command was ended by a signal.");
 }
 
 void Performance::Perform(const std::function<std::string()>& code) {
-    constexpr int kNoCopy = 1;
-    if (dup2(m_output.writer.Get(), STDOUT_FILENO) < 0 || dup2(m_errors.writer.Get(), STDERR_FILENO) < 0 ||
-        !m_copy.Enter())
-        _exit(kNoCopy);
+    const bool isHeard =
+        dup2(m_output.writer.Get(), STDOUT_FILENO) >= 0 && dup2(m_errors.writer.Get(), STDERR_FILENO) >= 0;
+    const Result entered = isHeard ? m_copy.Enter() : Result::FromErrno().About(L"dup2");
+    if (!entered) {
+        // Without the reason the other side says that the code has not ended by itself.
+        Forgive(corekit::WriteAll(m_result.writer.Get(), FailToPreview(entered).text.Utf8()));
+        _exit(1);
+    }
     corekit::Dir::TakeTreesAwayTo(std::string(kTakenAway));
     const std::string result = code();
     corekit::Console::Flush();

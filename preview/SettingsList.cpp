@@ -32,6 +32,10 @@ constexpr KindRow kKinds[] = {
     {Source::Kind::Template, "template", "file"},
 };
 
+static_assert(std::ranges::none_of(kSettingNames,
+                                   [](std::wstring_view name) { return name.ends_with(L"assword"); }),
+              "the values of settings are shown");
+
 Json ValueAsJson(const SourcedValue& value) {
     return {{"value", value.value.Utf8()}, {"source", SourceAsJson(value.source)}};
 }

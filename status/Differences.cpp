@@ -49,17 +49,6 @@ bool IsHostsOwn(const std::string& path) {
     return isRegistration && path.find("zorvane") == std::string::npos;
 }
 
-/// Where a path of the host lies in the copy, in the process that built the copy.
-std::string InCopy(const Preview::HostCopy& copy, const std::string& path) {
-    const Preview::Layer* layer = nullptr;
-    for (const Preview::Layer& candidate : copy.Layers()) {
-        const bool isDeeper = layer == nullptr || candidate.point.size() > layer->point.size();
-        if (Preview::IsAtOrBelow(path, candidate.point) && isDeeper) layer = &candidate;
-    }
-    if (layer == nullptr) return path;
-    return layer->merged + (layer->point == "/" ? path : path.substr(layer->point.size()));
-}
-
 /// True if both files give each key the same value.
 bool HasSameValues(const String& left, const String& right) {
     const auto leftBytes = File::ReadBytes(left);
@@ -92,7 +81,7 @@ class Comparison {
         // An upgrade takes the helper away with the old package; no configuration has put it there.
         if (path == m_helper && change["action"] == "remove") return nullptr;
         if (path == m_clientConf && change["action"] == "replace" && change["before"]["type"] == "file" &&
-            HasSameValues(String::FromUtf8(path), String::FromUtf8(InCopy(m_copy, path)))) {
+            HasSameValues(String::FromUtf8(path), String::FromUtf8(m_copy.PathOf(path)))) {
             change["action"] = "change";
             change["diff"] = nullptr;
         }

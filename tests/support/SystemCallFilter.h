@@ -12,6 +12,7 @@
 // Newer architectures have only the calls that take a directory, too.
 #ifndef SYS_unlink
 #define SYS_chmod SYS_fchmodat
+#define SYS_chown SYS_fchownat
 #define SYS_link SYS_linkat
 #define SYS_mkdir SYS_mkdirat
 #define SYS_poll SYS_ppoll

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "preview/Mounts.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/InChild.h"
 #include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
@@ -20,6 +21,14 @@ TEST(Mounts, ARowHasThePointTheTypeAndTheFlags) {
         "37 35 0:20 / /tmp rw,nodev,noexec - tmpfs tmpfs ro,size=4k\n");
     EXPECT_THAT(mounts, testing::ElementsAre(Mount{36, "/mnt 1", "ext3", MS_NOSUID},
                                              Mount{37, "/tmp", "tmpfs", MS_NODEV | MS_NOEXEC | MS_RDONLY}));
+}
+
+TEST(Mounts, ABackslashIsOne_WhereNoDigitsFollow) {
+    for (const char* point : {"/mnt\\", "/mnt\\zzz", "/mnt\\04"}) {
+        const auto mounts = ParseMounts("36 35 98:0 / " + std::string(point) + " rw - ext4 a rw\n");
+        ASSERT_EQ(mounts.size(), 1U) << point;
+        EXPECT_EQ(mounts.front().point, point);
+    }
 }
 
 TEST(Mounts, ARowThatIsNotUnderstoodIsLeftOut) {
@@ -61,6 +70,23 @@ TEST(Mounts, AreNotTold_WhenWhichOfThemAreSeenCannotBeAsked) {
         return ReadVisibleMounts(mounts).Code();
     });
     EXPECT_EQ(code, EMFILE);
+}
+
+TEST(Mounts, AreToldAllOrNotAtAll_WhateverFails) {
+    std::vector<Mount> all;
+    ASSERT_TRUE(ReadVisibleMounts(all));
+    const auto read = [&] {
+        std::vector<Mount> mounts;
+        if (!ReadVisibleMounts(mounts)) return 1;
+        const bool hasAll = std::ranges::all_of(
+            all, [&](const Mount& mount) { return std::ranges::count(mounts, mount) == 1; });
+        return hasAll ? 0 : 2;
+    };
+    for (const int error : {EMFILE, EIO}) {
+        const int failed = testsupport::FailInTurn(
+            {SYS_openat, SYS_read}, error, [] {}, read, [](int result) { EXPECT_NE(result, 2); });
+        EXPECT_GT(failed, 4);
+    }
 }
 
 }  // namespace

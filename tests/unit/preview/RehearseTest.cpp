@@ -14,7 +14,10 @@
 #include <unistd.h>
 
 #include "preview/Rehearse.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Mount.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/preview/InCopy.h"
 
@@ -74,12 +77,14 @@ TEST(Rehearse, OutputIsKept) {
     EXPECT_EQ(Rehearse(code, tell, {}).value(), "out|err|result");
 }
 
-TEST(Rehearse, ADaemonThatGoesOnWritingHoldsNobodyUp) {
-    const auto code = [] {
-        EXPECT_EQ(std::system("yes more &"), 0);
-        return std::string("done");
-    };
-    EXPECT_EQ(InCopy(code), "done");
+TEST(Rehearse, ADaemonHoldsNobodyUp_WhetherItGoesOnWritingOrSaysNothing) {
+    for (const char* daemon : {"yes more &", "sleep 20 &"}) {
+        const auto code = [daemon] {
+            EXPECT_EQ(std::system(daemon), 0);
+            return std::string("done");
+        };
+        EXPECT_EQ(InCopy(code), "done") << daemon;
+    }
 }
 
 TEST(Rehearse, NoProcessOfTheHostCanBeSeenOrSignalled) {
@@ -245,6 +250,126 @@ TEST(Rehearse, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {
     };
     const auto write = [&] { return YesOrNo(open((dir / "point").c_str(), O_WRONLY | O_CLOEXEC) >= 0); };
     EXPECT_EQ(Rehearse(write, tell, {}).value(), dir / "point" + " no no");
+}
+
+TEST(Rehearse, AFileSystemThatIsNotTheHostsOwnIsReadOnlyAndKnown) {
+    const testfiles::TempDir dir;
+    fs::create_directory(dir / "proc");
+    const auto proc = testsupport::Mount::Bind("/proc", dir / "proc");
+    const auto tell = [&](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
+        const Mount* mount = copy.Uncopied(dir / "proc/sys");
+        return (mount == nullptr ? "" : mount->type) + " " + run.result;
+    };
+    const auto write = [&] {
+        return YesOrNo(open((dir / "proc/sys/kernel/hostname").c_str(), O_WRONLY | O_CLOEXEC) >= 0);
+    };
+    EXPECT_EQ(Rehearse(write, tell, {}).value(), "proc no");
+}
+
+TEST(Rehearse, TheCurrentDirectoryIsTheRoot_WhereTheCopyHasNone) {
+    const fs::path before = fs::current_path();
+    fs::create_directories("/dev/shm/of-the-test");
+    fs::current_path("/dev/shm/of-the-test");
+    EXPECT_EQ(InCopy([] { return fs::current_path().string(); }), "/");
+    fs::current_path(before);
+    fs::remove("/dev/shm/of-the-test");
+}
+
+TEST(Rehearse, Fails_WhenItsProcessEnds) {
+    const auto tell = [](const HostCopy&, const Rehearsal&) -> Outcome<std::string> { _exit(0); };
+    const auto told = Rehearse([] { return std::string("done"); }, tell, {});
+    ASSERT_FALSE(told);
+    EXPECT_EQ(told.error().text, L"The preview failed: its process was ended by a signal.");
+}
+
+TEST(Rehearse, FailsWithTheReason_WhenTheCodeCannotBeRunInTheCopy) {
+    testsupport::WithFailing({{SYS_chroot, EIO}}, [] {
+        EXPECT_EQ(InCopy([] { return std::string("run"); }),
+                  "failed: The preview failed: chroot: Input/output error.");
+        return 0;
+    });
+}
+
+TEST(Rehearse, SaysWhatToDo_WhereNothingMayBeMounted) {
+    testsupport::WithFailing({{SYS_mount, EPERM}}, [] {
+        EXPECT_EQ(
+            InCopy([] { return std::string("run"); }),
+            "failed: A preview is not possible here: mounts of its own are not allowed; run it as root, "
+            "outside of a container (Operation not permitted).");
+        return 0;
+    });
+}
+
+TEST(Rehearse, SaysWhatIsMissing_WhereTheKernelHasNoOverlays) {
+    testsupport::InChild([] {
+        testsupport::JudgeCalls({SYS_mount}, [](const seccomp_notif& call) -> testsupport::Verdict {
+            // The text is a literal of this program, which the caller has at the same address.
+            const auto* const type = reinterpret_cast<const char*>(call.data.args[2]);
+            if (type == nullptr || std::string_view(type) != "overlay") return std::nullopt;
+            return -ENODEV;
+        });
+        EXPECT_EQ(InCopy([] { return std::string("run"); }),
+                  "failed: A preview is not possible here: the kernel has no overlay file system; load its "
+                  "module (modprobe overlay).");
+        return 0;
+    });
+}
+
+TEST(Rehearse, AsksForProc_WhereItIsNotMounted) {
+    const char* const text =
+        "failed: A preview is not possible here: /proc/self/mountinfo cannot be read; mount /proc first (No "
+        "such file or directory).";
+    const auto rehearse = [&] { EXPECT_EQ(InCopy([] { return std::string("run"); }), text); };
+    const testfiles::TempDir plain;
+    fs::create_directory(plain / "proc");
+    testsupport::WithRoot(plain.Path(), rehearse);
+    const testfiles::TempDir dir;
+    const auto mounted = testsupport::Mount::Tmpfs(dir.Path());
+    fs::create_directory(dir / "proc");
+    testsupport::WithRoot(dir.Path(), rehearse);
+}
+
+/// 0 when the code ran in the copy, 1 when there was none, with a text that begins as all of them do.
+int RunOrRefusal() {
+    const std::string result =
+        InCopy([] { return std::string(mkfifo("/opt/file", 0600) == 0 ? "made" : "there already"); });
+    if (result == "made") return 0;
+    EXPECT_TRUE(result.starts_with("failed: A preview is not possible here: ") ||
+                result.starts_with("failed: The preview failed: "))
+        << result;
+    EXPECT_EQ(result.find('\n'), std::string::npos) << result;
+    return 1;
+}
+
+TEST(Rehearse, LeavesTheHostAsItWas_WhateverFails) {
+    const std::string mounts = testfiles::Read("/proc/self/mountinfo");
+    const std::vector<int> calls = {SYS_mount,  SYS_mkdir, SYS_openat, SYS_pipe2,
+                                    SYS_chroot, SYS_chdir, SYS_chown};
+    const int failed = testsupport::FailInTurn(
+        calls, EIO, [] {}, RunOrRefusal,
+        [&](int) {
+            EXPECT_EQ(testfiles::Read("/proc/self/mountinfo"), mounts);
+            EXPECT_FALSE(testfiles::Exists("/opt/file"));
+        });
+    EXPECT_GT(failed, 50);
+}
+
+TEST(Rehearse, StaysInAChangedRoot_WhateverFails) {
+    const testfiles::TempDir root;
+    for (const char* name : {"proc", "opt"}) fs::create_directory(root / name);
+    const auto proc = testsupport::Mount::Bind("/proc", root / "proc");
+    const auto rehearse = [&] {
+        if (chroot(root.Path().c_str()) != 0 || chdir("/") != 0) return 2;
+        return RunOrRefusal();
+    };
+    const std::vector<int> calls = {SYS_openat, SYS_setns, SYS_fchdir, SYS_mount};
+    const int failed = testsupport::FailInTurn(
+        calls, EIO, [] {}, rehearse,
+        [&](int) {
+            EXPECT_FALSE(testfiles::Exists("/opt/file"));
+            EXPECT_FALSE(testfiles::Exists(root / "opt/file"));
+        });
+    EXPECT_GT(failed, 10);
 }
 
 }  // namespace

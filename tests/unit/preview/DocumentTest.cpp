@@ -1,0 +1,126 @@
+// What the document says of what a command has printed, of paths that are no text, and of mounts in its way.
+#include <cerrno>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sys/mount.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
+
+#include "preview/Document.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
+#include "tests/support/Mount.h"
+#include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
+
+namespace Zorvane::AgentInstaller::Preview {
+namespace {
+
+namespace fs = std::filesystem;
+using corekit::Json;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+/// A host of which nothing was copied: the document has what the command said.
+Outcome<Json> DocumentOf(const Json& record, const std::string& errors = "") {
+    return MakeDocument({}, HostCopy(), {corekit::Cbor(record), "", errors});
+}
+
+TEST(PreviewDocument, TheBytesOfAPathThatIsNoTextStandBesideIt) {
+    const auto bytesOf = [](const std::string& target) {
+        FileState link;
+        link.type = FileType::Link;
+        link.target = target;
+        return StateAsJson(link, "", false).value("target_base64", "none");
+    };
+    EXPECT_EQ(bytesOf("a"), "none");
+    EXPECT_EQ(bytesOf("\xff"), "/w==");
+    EXPECT_EQ(bytesOf("\xff\xfe"), "//4=");
+    EXPECT_EQ(bytesOf("\xff\xfe\xfd"), "//79");
+}
+
+TEST(PreviewDocument, ErrorsAndWarningsAreToldApart) {
+    const auto document =
+        DocumentOf({{"status", 1}}, "WARNING! one\n  more\nERROR: x\n  why\nWARNING! two\nthree\n");
+    ASSERT_TRUE(document);
+    EXPECT_EQ((*document)["error"], "x\n  why");
+    EXPECT_EQ((*document)["warnings"], Json({"WARNING! one\n  more", "WARNING! two\nthree"}));
+}
+
+TEST(PreviewDocument, ARecordWithoutListsHasNone) {
+    const auto document = DocumentOf({{"status", 0}, {"places", "/opt"}});
+    ASSERT_TRUE(document);
+    EXPECT_EQ((*document)["status"], 0);
+    EXPECT_THAT((*document)["changes"], IsEmpty());
+}
+
+TEST(PreviewDocument, Fails_WhenTheCommandHasNotSaidHowItEnded) {
+    for (const std::string& result : {std::string(), corekit::Cbor(Json::array()), std::string("{")}) {
+        const auto document = MakeDocument({}, HostCopy(), {result, "", ""});
+        ASSERT_FALSE(document) << result;
+        EXPECT_EQ(document.error().text, L"The preview failed: the command has not said how it ended.");
+    }
+}
+
+/// The text at an address of another process.
+std::string TextAt(pid_t process, std::uint64_t address) {
+    std::string text(64, '\0');
+    iovec here{text.data(), text.size()};
+    iovec there{reinterpret_cast<void*>(address), text.size()};  // NOLINT: it is not this process's
+    return process_vm_readv(process, &here, 1, &there, 1, 0) > 0 ? text.c_str() : "";
+}
+
+/// The paths of the changes that `code` makes, or the failure, where mounting something at /opt/t/own with
+/// one of these flags fails in the copy.
+std::string PathsWhereHidden(unsigned long flags, const std::vector<std::string>& places,
+                             const std::function<void()>& code) {
+    const auto proc = testsupport::Mount::Bind("/proc", "/opt/t/own");
+    std::string paths;
+    int ends[2] = {-1, -1};
+    EXPECT_EQ(pipe(ends), 0);
+    testsupport::InChild([&] {
+        testsupport::JudgeCalls({SYS_mount}, [&](const seccomp_notif& call) -> testsupport::Verdict {
+            const bool isMeant =
+                (call.data.args[3] & flags) != 0 &&
+                TextAt(static_cast<pid_t>(call.pid), call.data.args[1]) == "/proc/root/opt/t/own";
+            return isMeant ? testsupport::Verdict(-EIO) : std::nullopt;
+        });
+        const auto run = [&] {
+            code();
+            return corekit::Cbor({{"status", 0}, {"places", places}});
+        };
+        const auto tell = [](const HostCopy& copy, const Rehearsal& rehearsal) -> Outcome<std::string> {
+            const auto document = MakeDocument({}, copy, rehearsal);
+            if (!document) return document.error();
+            std::string told;
+            for (const Json& change : (*document)["changes"]) told += change["path"].get<std::string>() + " ";
+            return told;
+        };
+        const auto told = Rehearse(run, tell, {});
+        const std::string text = told ? *told : told.error().text.Utf8();
+        return write(ends[1], text.data(), text.size()) < 0 ? 1 : 0;
+    });
+    close(ends[1]);
+    char byte = 0;
+    while (read(ends[0], &byte, 1) == 1) paths += byte;
+    close(ends[0]);
+    return paths;
+}
+
+TEST(PreviewDocument, AMountThatTheCopyLacksRefusesWhatItConcerns) {
+    fs::create_directories("/opt/t/own");
+    const auto beside = [] { testfiles::Write("/opt/t/beside", ""); };
+    const auto below = [] { testfiles::Write("/opt/t/own/file", ""); };
+    const char* const refusal =
+        "A preview is not possible here: /opt/t/own (proc) cannot be mounted a second time.";
+    for (const unsigned long failing : {MS_BIND, MS_REMOUNT}) {
+        EXPECT_EQ(PathsWhereHidden(failing, {}, beside), "/opt/t/beside ");
+        EXPECT_EQ(PathsWhereHidden(failing, {}, below), refusal);
+        EXPECT_EQ(PathsWhereHidden(failing, {"/opt/t"}, [] {}), refusal) << "a place around it";
+    }
+    fs::remove_all("/opt/t");
+}
+
+}  // namespace
+}  // namespace Zorvane::AgentInstaller::Preview
