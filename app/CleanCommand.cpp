@@ -67,8 +67,7 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
     RunRecord::SetServer(ServerOf(*agent));
     corekit::DeclareOwnName(Names::kServiceName);
     corekit::DeclareOwn(baseDir);
-    if (const auto cleaned = agent->Clean(); !cleaned)
-        return cleaned.error().text.IsEmpty() ? kFailure : Report(cleaned.error());
+    if (const auto cleaned = agent->Clean(); !cleaned) return Report(cleaned.error());
     return kSuccess;
 }
 

@@ -92,7 +92,7 @@ class PermissionSetter {
   private:
     /// Ignores a missing path, and a link, whose target is not the installation's.
     void Note(const String& path, const Result& outcome) {
-        if (outcome || IsNotFound(outcome) || outcome.Code() == ELOOP) return;
+        if (outcome || IsNotFound(outcome)) return;
         m_kept.try_emplace(path, GetErrorMsg(outcome));
     }
 

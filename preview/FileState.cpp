@@ -160,7 +160,7 @@ std::string CurrentDirectory() {
     if (path == nullptr) return "/";
     std::string directory = path;
     std::free(path);
-    return directory.starts_with('/') ? directory : "/";
+    return directory;
 }
 
 }  // namespace Zorvane::AgentInstaller::Preview

@@ -134,7 +134,7 @@ std::string Masked(std::string_view text, std::set<std::string>* secrets) {
 
 std::string WithoutValues(std::string text, const std::set<std::string>& secrets) {
     for (const std::string& secret : secrets) {
-        if (secret.size() < kShortest || secret == kMask) continue;
+        if (secret.size() < kShortest) continue;
         for (std::size_t at = text.find(secret); at != std::string::npos;
              at = text.find(secret, at + kMask.size()))
             text.replace(at, secret.size(), kMask);

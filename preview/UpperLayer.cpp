@@ -120,7 +120,7 @@ void ChangeReader::Compare(const std::string& path, const Before& before, Bytes 
     Change change;
     change.path = HostPath(path);
     change.before = Lower(before);
-    change.afterAt = m_layer.merged == "/" ? path : m_layer.merged + path;
+    change.afterAt = m_layer.merged + path;
     change.after = StateOf(change.afterAt);
     if (!change.after) return;
     if (change.before) {

@@ -139,6 +139,13 @@ TEST_F(Commands, CleanOfABaseWithoutAConfigurationIsNoFailure) {
         "Can't find client.conf file: /opt/no\\x1bne/etc/client.conf\nCheck parameter <Agent-Base-Dir>.\n\n");
 }
 
+TEST_F(Commands, TheFirstWordAfterCleanIsTheBaseDirectory_WhateverItIs) {
+    EXPECT_EQ(Run(m_clean, {L"-quiet"}), 0U);
+    EXPECT_EQ(m_output.out,
+              "Can't find client.conf file: -quiet/etc/client.conf\nCheck parameter <Agent-Base-Dir>.\n\n");
+    EXPECT_FALSE(Args::bQuiet);
+}
+
 TEST_F(Commands, CleanOfAConfigurationThatCannotBeReadNowFails) {
     testfiles::Write("/opt/base/etc/client.conf", "[Configuration]\ninstalldir=/opt/base\n");
     const auto clean = [] {
