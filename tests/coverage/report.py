@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""Tells what the tests have run of the program, and compares the branches that none takes with those that are known:
-report.py LINES BRANCHES KNOWN FOLDER ...
+"""Tells what the tests have run of the program, and compares the lines that none runs, and those with a branch that
+none takes, with the ones that are known: report.py LINES BRANCHES KNOWN FOLDER ...
 
-LINES and BRANCHES are what llvm-cov exports as lcov and as JSON; only files in the FOLDERs count. A branch is one outcome, true or false, of one
-condition. KNOWN lists those that may stay untaken: below a line "[kind] reason" the lines that have such branches, each
-as "FILE: TEXT" with the text of the line. A text of the form /REGEX/, or a file "*", stands for several.
+LINES and BRANCHES are what llvm-cov exports as lcov and as JSON; only files in the FOLDERs count. A branch is one
+outcome, true or false, of one condition. KNOWN lists the lines that may stay so, below a line "[kind] reason" each as
+"FILE: TEXT" with the text of the line. A text of the form /REGEX/, or a file "*", stands for several.
 
-Prints a table with a line a FOLDER, the lines that no test runs, in the form of the list the lines with a branch that
-none takes and that are not in it, and those in it that have no such branch any more. Ends 0 when there are none of the three.
+Prints a table with a line a FOLDER; the lines that are not run, and those with a branch that is not taken, that KNOWN
+does not list; and what KNOWN lists although it lacks nothing any more. Ends 0 when there are none of the three.
 """
 import collections
 import json

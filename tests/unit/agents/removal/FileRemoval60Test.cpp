@@ -352,6 +352,9 @@ TEST_F(FileRemoval60, KeepsClientConfAndThePrograms_WhenSomethingIsLeftFromBefor
     EXPECT_FALSE(Exists("/opt/agent/etc/other"));
     EXPECT_TRUE(Exists("/opt/agent/bin/qdn-agent.bin")) << "the next run finds the link to it by its name";
     EXPECT_EQ(output.err, "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
+    const IniFile conf(L"/opt/agent/etc/client.conf");
+    std::filesystem::remove("/opt/agent/etc/client.conf");
+    EXPECT_EQ(testsupport::Captured([&] { RemoveInstalledFiles60(conf, left); }).err, "");
 }
 
 TEST_F(FileRemoval60, RemovesTheDocumentOfTheServerWithAndWithoutItsPort) {

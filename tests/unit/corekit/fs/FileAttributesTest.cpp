@@ -246,6 +246,8 @@ TEST_F(ExtendedAttributes, GiveTheGroupNoMoreThanTheModelDid_WhateverFails) {
 TEST_F(ExtendedAttributes, AreNone_WhenTheFileSystemHasNone) {
     EXPECT_EQ(WithFailing({{SYS_flistxattr, ENOTSUP}}, [&] { return Take().Code(); }), 0);
     EXPECT_EQ(WithFailing({{SYS_flistxattr, EIO}}, [&] { return Take().Code(); }), EIO);
+    EXPECT_EQ(
+        WithFailing({{SYS_flistxattr, ENOTSUP}, {SYS_fgetxattr, ENOTSUP}}, [&] { return Take().Code(); }), 0);
 }
 
 }  // namespace
