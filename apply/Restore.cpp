@@ -58,9 +58,21 @@ class Restorer {
         if (!result && m_first)
             m_first = FailBecause(L"Not everything could be put back.", String::FromUtf8(path), result);
     }
+    void Note(const SavedMove& move, const Result& result) {
+        Note(move.from, result);
+        if (!result) m_astray.push_back(&move);
+    }
     bool IsInMoved(const std::string& path) const {
         return std::ranges::any_of(
             m_journal.moves, [&](const SavedMove& move) { return Preview::IsAtOrBelow(path, move.from); });
+    }
+    /// True around a directory that could not be moved back, which would go with what it is in now, and for
+    /// what was in it, which would go when it comes back.
+    bool IsLeftToNextTry(const std::string& path) const {
+        return std::ranges::any_of(m_astray, [&](const SavedMove* move) {
+            return Preview::IsAtOrBelow(move->to, path) || Preview::IsAtOrBelow(move->from, path) ||
+                   Preview::IsAtOrBelow(path, move->from);
+        });
     }
     void CollectSaved();
     Result Hold(const SavedMove& move) const;
@@ -77,6 +89,7 @@ class Restorer {
 
     const Journal& m_journal;
     std::set<Keeping::Identity> m_savedFiles;
+    std::vector<const SavedMove*> m_astray;  // could not be held, or brought back
     Outcome<> m_first;
 };
 
@@ -245,15 +258,17 @@ void Restorer::RemoveTemporaries(const SavedEntry& directory) {
 
 Outcome<> Restorer::Restore() {
     CollectSaved();
-    for (const SavedMove& move : m_journal.moves) Note(move.from, Hold(move));
+    for (const SavedMove& move : m_journal.moves) Note(move, Hold(move));
     for (const SavedEntry& entry : m_journal.entries) {
-        if (!IsInMoved(entry.path)) Note(entry.path, PutBack(entry));
+        if (!IsInMoved(entry.path) && !IsLeftToNextTry(entry.path)) Note(entry.path, PutBack(entry));
     }
-    for (const SavedMove& move : m_journal.moves) Note(move.from, BringBack(move));
+    for (const SavedMove& move : m_journal.moves) Note(move, BringBack(move));
     for (const SavedEntry& entry : m_journal.entries) {
-        if (IsInMoved(entry.path)) Note(entry.path, PutBack(entry));
+        if (IsInMoved(entry.path) && !IsLeftToNextTry(entry.path)) Note(entry.path, PutBack(entry));
     }
-    for (const SavedEntry& entry : m_journal.entries) RemoveTemporaries(entry);
+    for (const SavedEntry& entry : m_journal.entries) {
+        if (!IsLeftToNextTry(entry.path)) RemoveTemporaries(entry);
+    }
     FlushPlaces(m_journal);
     return m_first;
 }

@@ -2,6 +2,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -12,6 +13,8 @@
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/RunningScript.h"
+#include "tests/support/SkippedPauses.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {
@@ -182,6 +185,20 @@ TEST_F(Restoring, ADirectoryThatHasMovedIsMovedBack) {
     EXPECT_EQ(Identity(L"/opt/t/dir/deep"), moved);
 }
 
+TEST_F(Restoring, ADirectoryThatHasMovedIsMovedBack_ThoughItHasChangedAndAnotherStandsInItsPlace) {
+    for (const Touch touch : {Touch::Access, Touch::Replace}) {
+        const auto moved = Identity(L"/opt/t/dir/deep");
+        Saved({{"/opt/t/dir", Touch::Access}, {"/opt/t/dir/deep", touch}, {"/opt/t/to", Touch::Replace}},
+              {{"/opt/t/dir/deep", "/opt/t/to/deep"}});
+        fs::create_directory("/opt/t/to");
+        fs::rename("/opt/t/dir/deep", "/opt/t/to/deep");
+        chmod("/opt/t/to/deep", 0700);
+        Write("/opt/t/dir/deep/other", "made anew");
+        ExpectPutBack();
+        EXPECT_EQ(Identity(L"/opt/t/dir/deep"), moved);
+    }
+}
+
 TEST_F(Restoring, ADirectoryThatWasToMoveStays) {
     Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/to", Touch::Replace}},
           {{"/opt/t/dir/deep", "/opt/t/to/deep"}});
@@ -204,14 +221,92 @@ TEST_F(Restoring, TemporaryFilesOfARunGo_AndOthersStay) {
     Saved({{"/opt/t", Touch::Access}, {"/opt/t/dir", Touch::Access}, {"/opt/t/file", Touch::Replace}});
     for (const char* name : {"/opt/t/.file.unfinished", "/opt/t/.file.x1Y2z3", "/opt/t/dir/mark"})
         Write(name, "");
-    for (const char* name : {"/opt/t/other", "/opt/t/.other.unfinished", "/opt/t/.file.none"})
-        Write(name, "");
+    const std::vector<std::string> others = {"/opt/t/other", "/opt/t/.other.unfinished", "/opt/t/.file.none",
+                                             "/opt/t/.hidden", "/opt/t/dir/theirs"};
+    for (const std::string& name : others) Write(name, "");
+    ASSERT_EQ(chown("/opt/t/dir/theirs", 1234, 1234), 0);
     ASSERT_TRUE(UndoAttempt());
     EXPECT_FALSE(testfiles::Exists("/opt/t/.file.unfinished"));
     EXPECT_FALSE(testfiles::Exists("/opt/t/.file.x1Y2z3"));
     EXPECT_FALSE(testfiles::Exists("/opt/t/dir/mark"));
-    for (const char* name : {"/opt/t/other", "/opt/t/.other.unfinished", "/opt/t/.file.none"})
-        EXPECT_TRUE(testfiles::Exists(name)) << name;
+    for (const std::string& name : others) EXPECT_TRUE(testfiles::Exists(name)) << name;
+}
+
+TEST_F(Restoring, NothingIsSaved_WhenTheAgentThatRunsCannotBeStopped) {
+    const testsupport::RunningScript agent("/opt/t/bin/qdn-pluginmanager.bin");
+    Write("/opt/t/bin/rcscript", "#!/bin/sh\necho $1 >>/opt/t/calls\n", 0755);
+    m_what.runningAgent = "/opt/t";
+    m_what.names.names = {{"/opt/t/file", Touch::Replace}};
+    const int seconds = testsupport::SecondsPaused([&] {
+        const auto saved = Save(m_what);
+        EXPECT_TRUE(!saved && saved.error().text == L"The Zorvane Agent runs and cannot be stopped.");
+    });
+    EXPECT_EQ(seconds, 5);
+    EXPECT_EQ(testfiles::Read("/opt/t/calls"), "stop\nstart\n");
+    EXPECT_EQ(FindPhase().value(), Phase::None);
+    EXPECT_FALSE(testfiles::Exists("/opt/.qdn-configure-saved"));
+}
+
+TEST_F(Restoring, WhatStandsInThePlaceOfADirectoryIsKeptAside) {
+    fs::create_directory("/opt/t/bare");
+    chmod("/opt/t/bare", 0710);
+    m_before = Tree("/opt/t");
+    Saved({{"/opt/t/bare", Touch::Access}});
+    fs::remove("/opt/t/bare");
+    Write("/opt/t/bare", "a file");
+    ExpectPutBack();
+    EXPECT_EQ(testfiles::Read("/var/lib/qdn-configure/failed/opt/t/bare"), "a file");
+}
+
+TEST_F(Restoring, WhatIsGoneAltogetherIsNoFailure) {
+    Saved({{"/opt/t/dir", Touch::Access}, {"/opt/t/to", Touch::Replace}, {"/opt/t/file", Touch::Replace}},
+          {{"/opt/t/dir/deep", "/opt/t/to"}});
+    fs::remove_all("/opt/t/dir/deep");
+    fs::remove_all("/opt/.qdn-configure-saved");
+    fs::remove("/opt/t/file");
+    m_before = Tree("/opt/t");
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, AFileBesideTheMainStoreIsSavedAndKeptAsideItself) {
+    Write("/var/lib/t/file", "old");
+    const auto inode = Identity(L"/var/lib/t/file");
+    Saved({{"/var/lib/t/file", Touch::Replace}});
+    fs::remove("/var/lib/t/file");
+    Write("/var/lib/t/file", "new");
+    const auto ofTheAttempt = Identity(L"/var/lib/t/file");
+    ExpectPutBack();
+    EXPECT_EQ(Identity(L"/var/lib/t/file"), inode);
+    EXPECT_EQ(Identity(L"/var/lib/qdn-configure/failed/var/lib/t/file"), ofTheAttempt);
+    fs::remove_all("/var/lib/t");
+}
+
+TEST_F(Restoring, WhatIsLargeOrNoFileIsNotKeptAside) {
+    Saved({{"/opt/t/pipe", Touch::Replace},
+           {"/opt/t/large", Touch::Replace},
+           {"/opt/t/small", Touch::Replace}});
+    ASSERT_EQ(mkfifo("/opt/t/pipe", 0600), 0);
+    Write("/opt/t/large", std::string(2 << 20, 'x'));
+    Write("/opt/t/small", "x");
+    ExpectPutBack();
+    EXPECT_EQ(testfiles::NamesIn("/var/lib/qdn-configure/failed/opt/t"), std::vector<std::string>{"small"});
+}
+
+TEST_F(Restoring, TheFirstThatCannotBePutBackIsTold_AndTheNextTryPutsAllBack) {
+    Saved({{"/opt/t/dir/one", Touch::Replace}, {"/opt/t/file", Touch::Replace}});
+    for (const char* file : {"/opt/t/dir/one", "/opt/t/file"}) {
+        fs::remove(file);
+        Write(file, "new");
+    }
+    testsupport::WithFailing({{SYS_rename, EIO}, {SYS_renameat, EIO}, {SYS_renameat2, EIO}}, [] {
+        const auto undone = UndoAttempt();
+        EXPECT_FALSE(undone);
+        EXPECT_EQ(undone.error().text, L"Not everything could be put back.");
+        EXPECT_TRUE(undone.error().reason.Contains(L"Input/output error")) << undone.error().reason.Utf8();
+        EXPECT_FALSE(undone.error().reason.Contains(L"file")) << undone.error().reason.Utf8();
+        return 0;
+    });
+    ExpectPutBack();
 }
 
 TEST_F(Restoring, WhatOthersCanTakeAwayIsCopied) {
@@ -261,12 +356,26 @@ class Disturbed : public Restoring {
     Disturbed() {
         m_what.names.names = {{"/opt/t", Touch::Access},           {"/opt/t/dir", Touch::Access},
                               {"/opt/t/dir/deep", Touch::Replace}, {"/opt/t/file", Touch::Replace},
-                              {"/opt/t/link", Touch::Edit},        {"/opt/t/new", Touch::Replace}};
+                              {"/opt/t/link", Touch::Edit},        {"/opt/t/new", Touch::Replace},
+                              {"/opt/t/bare", Touch::Access},      {"/opt/t/from/three", Touch::Edit},
+                              {"/opt/t/to", Touch::Replace}};
+        m_what.names.moves = {{"/opt/t/from", "/opt/t/to/from"}};
+        MakeMore();
+        m_before = Tree("/opt/t");
         m_calls = testsupport::kFileCalls;
         m_calls.insert(m_calls.end(), {SYS_lgetxattr, SYS_llistxattr, SYS_lsetxattr});
     }
 
+    static void MakeMore() {
+        fs::create_directory("/opt/t/bare");
+        Write("/opt/t/from/three", "3");
+    }
     static void Attempt() {
+        fs::remove("/opt/t/bare");
+        Write("/opt/t/bare", "a file");
+        fs::create_directory("/opt/t/to");
+        fs::rename("/opt/t/from", "/opt/t/to/from");
+        Write("/opt/t/to/from/three", "changed");
         fs::remove_all("/opt/t/dir/deep");
         fs::remove("/opt/t/link");
         Write("/opt/t/new/file", "new");
@@ -288,6 +397,7 @@ TEST_F(Disturbed, ATreeIsUnchangedOrCanBePutBack_WhicheverCallFailsAsItIsSaved) 
     const auto prepare = [] {
         RemoveTree();
         MakeTree();
+        MakeMore();
     };
     const auto save = [&] { return Save(m_what) ? 0 : 1; };
     const int tried = testsupport::FailInTurn(m_calls, EIO, prepare, save, [&](int result) {
@@ -304,7 +414,8 @@ TEST_F(Disturbed, ATreeIsPutBackByTheNextTry_WhicheverCallFailsInTheFirst) {
     const auto prepare = [&] {
         RemoveTree();
         MakeTree();
-        Saved(m_what.names.names);
+        MakeMore();
+        Saved(m_what.names.names, m_what.names.moves);
         fs::remove("/opt/t/file");
         Attempt();
     };

@@ -1,57 +1,58 @@
 // Which processes count as the running agent, whether it is started, and what the operator is shown of it.
+#include <cerrno>
 #include <csignal>
-#include <fcntl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
 #include "integration/AgentProcess.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Installation.h"
+#include "tests/support/Mount.h"
+#include "tests/support/RunningScript.h"
+#include "tests/support/ScopedValue.h"
 #include "tests/support/SkippedPauses.h"
 
 namespace Zorvane::AgentInstaller {
 
 namespace {
 
-/// A script that runs until it is ended. It has begun once the object is there.
-class RunningScript {
-  public:
-    explicit RunningScript(const std::string& path) {
-        testfiles::Write(path, "#!/bin/sh\necho >&3\nexec 3>&-\nread line\n", 0755);
-        int begun[2] = {};
-        int input[2] = {};
-        EXPECT_EQ(pipe2(begun, O_CLOEXEC), 0);
-        EXPECT_EQ(pipe2(input, O_CLOEXEC), 0);
-        m_id = fork();
-        if (m_id == 0) {
-            dup2(input[0], 0);
-            dup2(begun[1], 3);
-            execl(path.c_str(), path.c_str(), nullptr);
-            _exit(127);
-        }
-        close(begun[1]);
-        close(input[0]);
-        m_input = input[1];
-        char byte = 0;
-        EXPECT_EQ(read(begun[0], &byte, 1), 1) << path;
-        close(begun[0]);
-    }
-    ~RunningScript() {
-        kill(m_id, SIGKILL);
-        waitpid(m_id, nullptr, 0);
-        close(m_input);
-    }
-    RunningScript(const RunningScript&) = delete;
-    RunningScript& operator=(const RunningScript&) = delete;
-
-    pid_t Id() const { return m_id; }
-
-  private:
-    pid_t m_id = 0;
-    int m_input = -1;
-};
+using testsupport::RunningScript;
 
 constexpr const char* kProgram = "/opt/agent/bin/qdn-pluginmanager.bin";
 
 class AgentProcess : public testsupport::Installation {};
+
+TEST_F(AgentProcess, IsToldFromWhatTheKernelShows) {
+    const auto proc = testsupport::Mount::Tmpfs("/proc");
+    const std::string program = "/opt/agent/bin/qdn-pluginmanager.bin";
+    const auto show = [](const std::string& commandLine) {
+        testfiles::Write("/proc/4711/comm", "qdn-pluginmanag\n");
+        testfiles::Write("/proc/4711/cmdline", commandLine + '\0');
+    };
+    show(program);
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), 4711) << "whose root is not known";
+    std::filesystem::create_symlink("/", "/proc/4711/root");
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), 4711);
+    std::filesystem::remove("/proc/4711/root");
+    std::filesystem::create_symlink("/opt", "/proc/4711/root");
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt) << "one in a container of this host";
+    std::filesystem::remove("/proc/4711/root");
+    show("./qdn-pluginmanager.bin");
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt) << "a program in nobody knows which directory";
+    show(program);
+    std::filesystem::remove("/proc/4711/comm");
+    EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt) << "it has ended meanwhile";
+}
+
+TEST_F(AgentProcess, IsFoundByAnOrdinaryUser) {
+    const RunningScript agent(kProgram);
+    testsupport::InChild([&] {
+        constexpr uid_t kUser = 12;
+        EXPECT_EQ(seteuid(kUser), 0);
+        EXPECT_EQ(FindAgentProcess(L"/opt/agent"), agent.Id());
+        return 0;
+    });
+}
 
 TEST_F(AgentProcess, IsNone_WhenNoneWasStarted) {
     EXPECT_EQ(FindAgentProcess(L"/opt/agent"), std::nullopt);
@@ -186,6 +187,17 @@ TEST_F(AgentStart, WarnsBelowTheStatusLine_WhereBothStreamsAreOne) {
               "WARNING! The agent does not run. See its log.\n");
 }
 
+TEST_F(AgentStart, WarnsOfAnAgentThatDoesNotRun_WhereNoProgramCanBeStarted) {
+    const auto output = Captured([&] {
+        static_cast<void>(SecondsPaused([&] {
+            EXPECT_TRUE(testsupport::MakeFail({{SYS_pipe2, EMFILE}}));
+            StartAgent(m_settings);
+            corekit::Console::Flush();
+        }));
+    });
+    EXPECT_EQ(output.err, "WARNING! The agent does not run. See its log.\n");
+}
+
 TEST_F(AgentStart, ShowsAnEmptyLine_WhenTheStatusIsWithoutAWord) {
     testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\n", 0755);
     const auto output = Captured([&] {
@@ -196,6 +208,46 @@ TEST_F(AgentStart, ShowsAnEmptyLine_WhenTheStatusIsWithoutAWord) {
     });
     EXPECT_EQ(output.out, "Starting Zorvane Agent for UNIX and Linux.\n\n");
     EXPECT_EQ(output.err, "");
+}
+
+class AgentStop : public AgentStart {
+  protected:
+    /// A control script that does this, too, when it is called.
+    static void ControlScript(const std::string& lines) {
+        testfiles::Write("/opt/agent/bin/rcscript", "#!/bin/sh\necho $1 >>/opt/agent/calls\n" + lines, 0755);
+    }
+};
+
+TEST_F(AgentStop, IsGivenUp_WhenTheAgentStillRunsAfterFiveSeconds) {
+    const RunningScript agent(kProgram);
+    ControlScript("");
+    EXPECT_EQ(SecondsPaused([] { EXPECT_FALSE(StopAgent(L"/opt/agent")); }), 5);
+    EXPECT_EQ(testfiles::Read("/opt/agent/calls"), "stop\n");
+}
+
+TEST_F(AgentStop, IsOver_OnceTheAgentHasEnded) {
+    const RunningScript agent(kProgram);
+    ControlScript("kill -KILL " + std::to_string(agent.Id()) + "\n");
+    EXPECT_TRUE(StopAgent(L"/opt/agent"));
+    EXPECT_EQ(testfiles::Read("/opt/agent/calls"), "stop\n");
+}
+
+TEST_F(AgentStop, AnAgentThatDoesNotComeUpAgainIsWarnedOf) {
+    ControlScript("");
+    EXPECT_EQ(Captured([] { StartAgentAgain(L"/opt/agent"); }).err,
+              "WARNING! The agent does not run. See its log.\n");
+    const RunningScript agent(kProgram);
+    EXPECT_EQ(Captured([] { StartAgentAgain(L"/opt/agent"); }).err, "");
+    EXPECT_EQ(testfiles::Read("/opt/agent/calls"), "start\nstart\n");
+}
+
+TEST_F(AgentStop, TheAgentIsNeitherStoppedNorStarted_InARehearsal) {
+    const testsupport::ScopedValue rehearsal(Rehearsal::bIsOn, true);
+    const RunningScript agent(kProgram);
+    ControlScript("");
+    EXPECT_TRUE(StopAgent(L"/opt/agent"));
+    StartAgentAgain(L"/opt/agent");
+    EXPECT_FALSE(testfiles::Exists("/opt/agent/calls"));
 }
 
 }  // namespace
