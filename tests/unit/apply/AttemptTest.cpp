@@ -1,10 +1,17 @@
 // How an attempt ends, and what becomes of signals meanwhile.
+#include <cerrno>
 #include <csignal>
+#include <cstdio>
+#include <cstring>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "apply/Attempt.h"
 #include "run/Failure.h"
+#include "tests/support/FailingCall.h"
+#include "tests/support/JudgedCalls.h"
+#include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {
 namespace {
@@ -50,6 +57,63 @@ TEST(Attempt, HandsASignalOn_AndReportsIt) {
     EXPECT_TRUE(ending.wasInterrupted);
 }
 
+TEST(Attempt, DoesNotSucceed_WhenASignalComes_ThoughTheCommandEndsWell) {
+    const Ending ending = Attempted([] {
+        std::signal(SIGTERM, SIG_IGN);
+        kill(getppid(), SIGTERM);
+        return 0U;
+    });
+    EXPECT_FALSE(ending.hasSucceeded);
+    EXPECT_TRUE(ending.wasInterrupted);
+}
+
+/// Runs a command that leaves a file; true if it was run.
+bool IsRun(Output output) {
+    Interruptions interruptions;
+    const auto command = [] {
+        testfiles::Write("/opt/of-the-attempt", "");
+        return 0U;
+    };
+    const bool hasSucceeded = Attempt(command, output, interruptions).hasSucceeded;
+    const bool isRun = testfiles::Exists("/opt/of-the-attempt");
+    std::remove("/opt/of-the-attempt");
+    EXPECT_EQ(hasSucceeded, isRun);
+    return isRun;
+}
+
+TEST(Attempt, IsNotRun_WhenItsMakerHasEnded) {
+    EXPECT_TRUE(IsRun(Output::Shown));
+    testsupport::InChild([] {
+        testsupport::JudgeCalls({SYS_getppid},
+                                [](const seccomp_notif&) -> testsupport::Verdict { return 1; });
+        EXPECT_FALSE(IsRun(Output::Shown));
+        return 0;
+    });
+}
+
+TEST(Attempt, IsNotRun_WhenItsOutputCannotBeDropped) {
+    EXPECT_TRUE(IsRun(Output::Dropped));
+    testsupport::WithFailing({{SYS_openat, EMFILE}}, [] {
+        Interruptions interruptions;
+        const Ending ending = Attempt([] { return 0U; }, Output::Dropped, interruptions);
+        EXPECT_FALSE(ending.hasSucceeded);
+        return 0;
+    });
+}
+
+TEST(Attempt, SaysWhyItCannotBegin) {
+    const auto expectErrorWith = [](testsupport::FailingCall call) {
+        testsupport::WithFailing({call}, [&] {
+            const Ending ending = Attempted([] { return 0U; });
+            EXPECT_FALSE(ending.hasSucceeded);
+            EXPECT_EQ(ending.error, strerror(call.errnoValue));
+            return 0;
+        });
+    };
+    expectErrorWith({SYS_pipe2, EMFILE});
+    expectErrorWith({SYS_clone, EAGAIN});
+}
+
 TEST(Attempt, LeavesTheCallerAsItWas) {
     unsigned changed = 0;
     Attempted([&] {
@@ -64,6 +128,16 @@ TEST(Interruptions, ASignalIsReported_AndDoesNotEndTheProcess) {
     EXPECT_FALSE(interruptions.HasCome());
     raise(SIGINT);
     EXPECT_TRUE(interruptions.HasCome());
+}
+
+TEST(Interruptions, ASignalThatNobodyHasAskedAboutDoesNotEndTheProcess) {
+    testsupport::InChild([] {
+        {
+            const Interruptions interruptions;
+            raise(SIGINT);
+        }
+        return 0;
+    });
 }
 
 TEST(Interruptions, AnIgnoredSignalNeverComes) {

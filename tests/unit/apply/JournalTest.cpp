@@ -93,6 +93,12 @@ TEST_F(JournalFiles, NobodyElseCanReadIt) {
     EXPECT_EQ(testfiles::Mode(std::string(kDir) + "/stores"), 0600U);
 }
 
+TEST_F(JournalFiles, ANoteThatWasNotWrittenToItsEndGoesWithTheRest) {
+    testfiles::Write("/var/lib/qdn-configure/.journal.unfinished", "");
+    EXPECT_TRUE(Discard());
+    EXPECT_FALSE(testfiles::Exists("/var/lib/qdn-configure"));
+}
+
 TEST_F(JournalFiles, ADamagedJournalIsAFailure) {
     ASSERT_TRUE(BeginJournal(Sample()));
     testfiles::Write(std::string(kDir) + "/journal", "\xff\xff no CBOR");

@@ -89,7 +89,9 @@ TEST_F(Plan, IsRefused_WhenItIsOfAnotherCommand) {
 
 TEST_F(Plan, IsRefused_WhenItIsNoDocument) {
     for (const char* bytes : {"", "{", "[]", "{}", R"({"format": "qdn-configure/preview/1"})",
-                              R"({"format": "qdn-configure/preview/1", "command": [], "changes": 1})"})
+                              R"({"format": "qdn-configure/preview/1", "command": []})",
+                              R"({"format": "qdn-configure/preview/1", "command": [], "changes": 1})",
+                              R"({"format": "qdn-configure/preview/1", "command": [], "changes": []})"})
         EXPECT_TRUE(Refused(bytes, Document("new")).StartsWith(L"This is no document of -preview -out: "))
             << bytes;
 }

@@ -5,6 +5,7 @@
 #include "apply/Recovery.h"
 #include "apply/SavedState.h"
 #include "run/Args.h"
+#include "tests/support/RunningScript.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Apply {
@@ -89,6 +90,32 @@ TEST_F(Recovery, AnAttemptThatHasSucceededStays) {
     EXPECT_TRUE(Commit());
     EXPECT_EQ(testfiles::Read("/opt/t/file"), "new");
     ExpectNothingLeft();
+}
+
+TEST_F(Recovery, TheAgentOfTheAttemptIsStoppedBeforeAnythingIsPutBack) {
+    const testsupport::RunningScript agent("/opt/t/bin/qdn-pluginmanager.bin");
+    testfiles::Write("/opt/t/bin/rcscript",
+                     "#!/bin/sh\necho \"$1: $(cat /opt/t/file)\" >>/opt/t/calls\nkill -KILL " +
+                         std::to_string(agent.Id()) + "\n",
+                     0755);
+    ToSave what;
+    what.names.names = {{"/opt/t/file", Preview::Touch::Replace}};
+    what.agentDirs = {"/opt/t"};
+    ASSERT_TRUE(Save(what));
+    std::filesystem::remove("/opt/t/file");
+    testfiles::Write("/opt/t/file", "new");
+    EXPECT_TRUE(UndoAttempt());
+    EXPECT_EQ(testfiles::Read("/opt/t/calls"), "stop: new\n");
+    EXPECT_EQ(testfiles::Read("/opt/t/file"), "old");
+}
+
+TEST_F(Recovery, AnAttemptHasNotSucceeded_WhenThatCannotBeNoted) {
+    SaveAndChange();
+    std::filesystem::create_directory("/var/lib/qdn-configure/over");
+    EXPECT_FALSE(Commit());
+    std::filesystem::remove("/var/lib/qdn-configure/over");
+    testfiles::Write("/var/lib/qdn-configure/journal", "x");
+    EXPECT_FALSE(Commit());
 }
 
 TEST_F(Recovery, Fails_WhenTheJournalIsDamaged) {

@@ -1,9 +1,12 @@
 // Which programs get a link, and where there is one to the helper.
 #include <algorithm>
+#include <cerrno>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include "integration/SetupSequence.h"
 #include "tests/support/Captured.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {
@@ -86,6 +89,20 @@ TEST_F(ProgramLinks, LeaveTheHelperOfSomebodyElseAloneAndSaySo) {
     EXPECT_EQ(Warnings(),
               "WARNING! /opt/agent/links/qdn-helper is not replaced: it is not a link of the agent's.\n");
     EXPECT_EQ(testfiles::Read("/opt/agent/links/qdn-helper"), "theirs");
+}
+
+TEST_F(ProgramLinks, LeaveALinkOfTheHelpersNameThatLeadsElsewhereAloneAndSaySo) {
+    std::filesystem::create_symlink("/usr/bin/true", "/opt/agent/links/qdn-helper");
+    EXPECT_EQ(Warnings(),
+              "WARNING! /opt/agent/links/qdn-helper is not replaced: it is not a link of the agent's.\n");
+    EXPECT_EQ(std::filesystem::read_symlink("/opt/agent/links/qdn-helper"), "/usr/bin/true");
+}
+
+TEST_F(ProgramLinks, AreToldAsMissing_WhenTheProgramsCannotBeListed) {
+    testsupport::WithFailing({{SYS_getdents64, EIO}}, [&] {
+        EXPECT_EQ(Warnings(), "WARNING! /opt/agent/links/qdn-* could not be made: Input/output error.\n");
+        return 0;
+    });
 }
 
 TEST_F(ProgramLinks, LeaveAProgramOfSomebodyElseAloneAndSaySo) {

@@ -3,6 +3,7 @@
 
 #include "deploykit/RCScriptBackend.h"
 #include "integration/SetupSequence.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"
 
 namespace Zorvane::AgentInstaller {
@@ -110,6 +111,33 @@ TEST_F(RunLevelScripts, Fails_WhenTheControlScriptCannotBePlaced) {
     std::filesystem::create_directories("/opt/agent/bin/rcscript/x");
     ExpectFailure(L"/opt/agent/bin/rcscript: Is a directory");
     EXPECT_FALSE(testfiles::Exists(kService));
+}
+
+TEST_F(RunLevelScripts, AreSetUpOrFailWithAReason_WhateverFails) {
+    Args::bQuiet = true;
+    for (const wchar_t* startsOnBoot : {L"yes", L"no"}) {
+        m_settings.Value(L"StartupOnBoot") = startsOnBoot;
+        const auto prepare = [] {
+            Forgive(deploykit::ItemInstallers::RCScriptBackend::Uninstall(L"zorvane"));
+            std::filesystem::remove("/opt/agent/bin/rcscript");
+        };
+        const auto setUp = [&] {
+            const auto outcome = SetUpRunLevelScripts(m_context);
+            if (outcome) return 0;
+            EXPECT_EQ(TextOf(outcome), L"Failed to set up the RC scripts.");
+            EXPECT_NE(ReasonOf(outcome), L"");
+            return 1;
+        };
+        const auto check = [&](int result) {
+            if (result == 0) {
+                EXPECT_EQ(testfiles::Mode("/opt/agent/bin/rcscript") & 0755U, 0755U);
+            }
+        };
+        // Those of the host's tools, which run meanwhile, are not among them.
+        const std::vector<int> calls = {SYS_renameat, SYS_renameat2, SYS_symlinkat,
+                                        SYS_unlinkat, SYS_fsync,     SYS_fchmod};
+        EXPECT_GT(testsupport::FailInTurn(calls, EIO, prepare, setUp, check), 4);
+    }
 }
 
 TEST_F(RunLevelScripts, Fails_WhenTheConfigurationCannotBeRead) {

@@ -4,6 +4,7 @@
 
 #include "integration/SetupSequence.h"
 #include "tests/support/Installation.h"
+#include "tests/support/Mount.h"
 
 namespace Zorvane::AgentInstaller {
 namespace {
@@ -107,6 +108,40 @@ TEST_F(SetupSequence, WritesTheIdentifierBeforeClientConfMoves_WhenAnAgentIsRepl
     ASSERT_TRUE(PlaceClientConf(m_context));
     EXPECT_EQ(testfiles::Read("/opt/agent/id/host.GUID"), "{A}\nnull");
     EXPECT_FALSE(testfiles::Exists("/opt/agent/q"));
+}
+
+TEST_F(SetupSequence, FailsBeforeClientConfMoves_WhenTheInstalledIdentifierWouldBeLost) {
+    testfiles::Write("/opt/agent/etc/client.conf", "old");
+    std::filesystem::create_directories("/opt/agent/id/host.GUID");
+    m_settings.Set(L"Guid", L"{A}", {Source::Kind::Installed, L"/opt/old/host.GUID"});
+    m_context.replacesAgent = true;
+    EXPECT_EQ(TextOf(PlaceClientConf(m_context)), L"Unable to write to file: /opt/agent/id/host.GUID");
+    EXPECT_EQ(testfiles::Read("/opt/agent/etc/client.conf"), "old");
+}
+
+TEST_F(SetupSequence, WritesNoIdentifier_WhereTheConfigurationNamesNoFileForIt) {
+    testfiles::Write("/tmp/generated", "[Configuration]\ninstalldir=/opt/agent\n", 0600);
+    m_context.replacesAgent = true;
+    EXPECT_TRUE(PlaceClientConf(m_context));
+    EXPECT_EQ(testfiles::NamesIn("/opt/agent"), std::vector<std::string>{"etc"});
+}
+
+TEST_F(SetupSequence, Fails_WhenTheGeneratedFileIsGone) {
+    std::filesystem::remove("/tmp/generated");
+    const auto placed = PlaceClientConf(m_context);
+    EXPECT_EQ(TextOf(placed), L"Failed to create the new config file: /opt/agent/etc/client.conf");
+    EXPECT_EQ(ReasonOf(placed), L"/tmp/generated: No such file or directory");
+}
+
+TEST_F(SetupSequence, KeepsTheOldFile_WhenTheDiskIsFull) {
+    const auto disk = testsupport::Mount::Tmpfs("/opt/agent/etc", "size=8k");
+    testfiles::Write("/opt/agent/etc/client.conf", "old");
+    Generate("comment=" + std::string(64 << 10, 'x') + "\n");
+    const auto placed = PlaceClientConf(m_context);
+    EXPECT_EQ(TextOf(placed), L"Failed to create the new config file: /opt/agent/etc/client.conf");
+    EXPECT_EQ(ReasonOf(placed), L"/opt/agent/etc/client.conf: No space left on device");
+    EXPECT_EQ(testfiles::Read("/opt/agent/etc/client.conf"), "old");
+    EXPECT_EQ(testfiles::NamesIn("/opt/agent/etc"), std::vector<std::string>{"client.conf"});
 }
 
 TEST_F(SetupSequence, WritesAFirstIdentifierWithTheOtherDirectories) {
