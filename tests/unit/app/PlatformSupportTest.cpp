@@ -101,7 +101,17 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"SUSE Linux Enterprise Desktop 10 (i586)\nVERSION = 10", true, true},
                     Row{"SUSE LINUX Enterprise Server 10 (i586)\nVERSION = 10", false, false},
                     Row{"SUSE Linux Enterprise Server 9 (i586)\nVERSION = 9", false, false},
-                    Row{"SuSE SLES-8 (i386)\nVERSION = 8", false, false}));
+                    Row{"SuSE SLES-8 (i386)\nVERSION = 8", false, false},
+                    // of each release only its own version
+                    Row{"SuSE Linux 8.1 (i386)\nVERSION = 8.0", false, false},
+                    Row{"SuSE Linux 8.2 (i386)\nVERSION = 8.1", false, false},
+                    Row{"SuSE Linux 8.0 (i386)\nVERSION = 8.2", false, false},
+                    Row{"SuSE Linux 9.1 (i386)\nVERSION = 9.0", false, false},
+                    Row{"SuSE Linux 9.2 (i386)\nVERSION = 9.1", false, false},
+                    Row{"SuSE Linux 9.3 (i386)\nVERSION = 9.2", false, false},
+                    Row{"SuSE Linux 9.0 (i386)\nVERSION = 9.3", false, false},
+                    Row{"SUSE LINUX 10.1 (X86-64)\nVERSION = 10.0", false, false},
+                    Row{"SUSE LINUX 10.0 (X86-64)\nVERSION = 10.1", false, false}));
 
 struct EsxRow {
     const char* product;

@@ -68,6 +68,23 @@ TEST(FileState, ADirectoryTakesAttributesModeAndOwnerOfAnother) {
     });
 }
 
+TEST(FileState, FilesOfOneSizeAreComparedToTheirEnds) {
+    const testfiles::TempDir dir;
+    const std::string bytes(200'000, 'x');
+    for (const std::size_t at : {std::size_t(0), bytes.size() / 2, bytes.size() - 1}) {
+        std::string other = bytes;
+        other[at] = 'y';
+        Write(dir / "one", bytes);
+        Write(dir / "other", other);
+        const auto isSame = [&](const char* left, const char* right) {
+            return IsSameContent(*ReadState(dir / left), dir / left, *ReadState(dir / right), dir / right);
+        };
+        EXPECT_EQ(isSame("one", "other"), false) << at;
+        Write(dir / "other", bytes);
+        EXPECT_EQ(isSame("one", "other"), true);
+    }
+}
+
 TEST(FileState, OnlyAFileHasAHash) {
     const testfiles::TempDir dir;
     Write(dir / "empty", "");

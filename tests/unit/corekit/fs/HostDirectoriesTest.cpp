@@ -1,4 +1,5 @@
 // Which directories belong to the host.
+#include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
@@ -166,6 +167,30 @@ TEST(HostNames, AreThoseOfTheStandard_WhateverStandsThere) {
     EXPECT_FALSE(NamesHost(dir("etc")));  // a name of ours, wherever it leads
     EXPECT_FALSE(NamesHost(L"/usr/bin/lib"));
     EXPECT_FALSE(NamesHost(dir("lib")));
+}
+
+TEST(HostDirectories, HoldAllThatLiesWherePackagesAndUsersKeepTheirFiles) {
+    const Workspace root;
+    const auto lay = [&](const std::string& parent) { fs::create_directories(root / (parent + "/a/below")); };
+    const auto isHosts = [](const std::string& path) {
+        return IsHostDirectory(String::FromUtf8("/" + path));
+    };
+    const std::vector<std::string> trees = {
+        "boot",    "root",      "run",     "usr/include", "usr/local/lib", "usr/local/share",
+        "usr/src", "var/cache", "var/lib", "var/log",     "var/mail",      "var/spool"};
+    const std::vector<std::string> directories = {"dev", "home"};
+    std::ranges::for_each(trees, lay);
+    std::ranges::for_each(directories, lay);
+    WithRoot(root.Path(), [&] {
+        for (const std::string& parent : trees) {
+            EXPECT_TRUE(isHosts(parent + "/a")) << parent;
+            EXPECT_TRUE(isHosts(parent + "/a/below")) << parent;
+        }
+        for (const std::string& parent : directories) {
+            EXPECT_TRUE(isHosts(parent + "/a")) << parent;
+            EXPECT_FALSE(isHosts(parent + "/a/below")) << parent;
+        }
+    });
 }
 
 TEST(HostDirectories, HoldWhatLiesInTheDirectoriesThatManyShare) {
