@@ -52,9 +52,10 @@ END
     grep -qx LD_ASSUME_KERNEL=2.4.1 "$desk/env"
 }
 
-@test "the limit of open files is raised where it can be" {
+@test "the limit of open files is raised where it can be, and never lowered" {
     given_a_configured_agent
     [ "$(sh -c 'ulimit -Sn 256; . "$0"; ulimit -n' "$agent/bin/qdn-env")" -eq 1024 ]
+    [ "$(sh -c 'ulimit -n 2048; . "$0"; ulimit -n' "$agent/bin/qdn-env")" -eq 2048 ]
 }
 
 @test "its example shows the environment" {

@@ -112,6 +112,28 @@ installdir=$PWD" | tee etc/client.conf >hand-over/kept
     [ "$(cat bin/agent)" = package ]
 }
 
+@test "the scripts work wherever they are started" {
+    cd "$BATS_TEST_TMPDIR"
+    run scriptlet pwd
+    [ "$output" = / ]
+}
+
+@test "only a file is handed over, and only in a directory that nobody else can write to" {
+    mkdir "$BATS_TEST_TMPDIR/hand-over"
+    # shellcheck disable=SC2016 # as it stands
+    local handed='handed_over "$kept_conf" && echo yes || echo no'
+    [ "$(scriptlet eval "$handed")" = no ]
+    mkdir "$BATS_TEST_TMPDIR/hand-over/kept"
+    [ "$(scriptlet eval "$handed")" = no ]
+    rmdir "$BATS_TEST_TMPDIR/hand-over/kept"
+    : >"$BATS_TEST_TMPDIR/hand-over/kept"
+    [ "$(scriptlet eval "$handed")" = yes ]
+    chmod 0775 "$BATS_TEST_TMPDIR/hand-over"
+    [ "$(scriptlet eval "$handed")" = no ]
+    chmod 0757 "$BATS_TEST_TMPDIR/hand-over"
+    [ "$(scriptlet eval "$handed")" = no ]
+}
+
 @test "a client.conf that is not there has no values" {
     [ "$(conf_value installdir)" = "" ]
 }

@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"SUSE LINUX Enterprise Server 10 (i586)\nVERSION = 10", false, false},
                     Row{"SUSE Linux Enterprise Server 9 (i586)\nVERSION = 9", false, false},
                     Row{"SuSE SLES-8 (i386)\nVERSION = 8", false, false},
-                    // of each release only its own version
+                    // Of each release only its own version is supported.
                     Row{"SuSE Linux 8.1 (i386)\nVERSION = 8.0", false, false},
                     Row{"SuSE Linux 8.2 (i386)\nVERSION = 8.1", false, false},
                     Row{"SuSE Linux 8.0 (i386)\nVERSION = 8.2", false, false},
