@@ -1,11 +1,17 @@
 // The options of -apply, and what it refuses before anything is rehearsed.
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <unistd.h>
 
 #include "app/ApplyCommand.h"
+#include "corekit/json/Json.h"
+#include "run/RunLock.h"
+#include "tests/support/AsUser.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
+#include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller {
 namespace {
@@ -62,6 +68,39 @@ TEST_F(WithoutATerminal, ApplyRefusesMistakesInItsOptions) {
         EXPECT_EQ(Run(arguments), corekit::CommandBasedApp::kUsageError);
         EXPECT_EQ(m_output.err, "");
     }
+}
+
+/// What -apply says, as text and in its document, where it cannot even be rehearsed.
+class BeforeTheRehearsal : public WithoutATerminal {
+  protected:
+    void ExpectEnd(const std::string& error) {
+        EXPECT_EQ(Run({L"-yes", L"-configure"}), 1U);
+        EXPECT_EQ(m_output.err, "ERROR: " + error + "\n");
+        EXPECT_EQ(Run({L"-yes", L"-json", L"-configure"}), 1U);
+        const auto document = corekit::ParseJson(m_output.out);
+        EXPECT_EQ(document["error"], error);
+        EXPECT_EQ(document["restored"], false);
+        EXPECT_TRUE(document["preview"].is_null());
+    }
+};
+
+TEST_F(BeforeTheRehearsal, ApplyEnds_UnlessRootRunsIt) {
+    const testsupport::AsUser other(1);
+    ExpectEnd("qdn-configure has to be run as root.");
+}
+
+TEST_F(BeforeTheRehearsal, ApplyEnds_WhileAnotherRunWorks) {
+    const RunLock first;
+    ExpectEnd("Another run of qdn-configure is in progress.");
+}
+
+TEST_F(BeforeTheRehearsal, ApplyEnds_WhenTheJournalOfAFormerOneIsDamaged) {
+    testfiles::Write("/var/lib/qdn-configure/stores", "x");
+    EXPECT_EQ(Run({L"-yes", L"-json", L"-configure"}), 1U);
+    const auto document = corekit::ParseJson(m_output.out);
+    EXPECT_TRUE(document["error"].is_string());
+    EXPECT_TRUE(document["preview"].is_null());
+    std::filesystem::remove_all("/var/lib/qdn-configure");
 }
 
 TEST(ApplyCommand, WantsNoBannerForADocumentOnly) {

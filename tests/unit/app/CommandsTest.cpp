@@ -9,6 +9,7 @@
 #include "app/ConfigureCommand.h"
 #include "run/Args.h"
 #include "run/RunLock.h"
+#include "tests/support/AsUser.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/PrintString.h"
@@ -166,6 +167,25 @@ TEST_F(Commands, CleanIsRefused_WhileSolutionsDependOnTheAgent) {
     EXPECT_EQ(m_output.out,
               " There are some solutions that depend on Zorvane Agent for UNIX and Linux.\n"
               " Please uninstall them first.\n");
+}
+
+TEST_F(Commands, AreRefusedToAnOrdinaryUser) {
+    const testsupport::AsUser other(1);
+    EXPECT_EQ(Run(m_configure, {L"-quiet"}), 1U);
+    EXPECT_EQ(m_output.err, "ERROR: qdn-configure has to be run as root.\n");
+    EXPECT_FALSE(m_configure.reached);
+    EXPECT_EQ(Run(m_clean, {L"/opt/none"}), 1U);
+    EXPECT_EQ(m_output.err, "ERROR: qdn-configure has to be run as root.\n");
+}
+
+TEST_F(Commands, Fail_WhenAFormerApplyCannotBeFinished) {
+    testfiles::Write("/var/lib/qdn-configure/stores", "x");
+    EXPECT_EQ(Run(m_configure, {L"-quiet"}), 1U);
+    EXPECT_TRUE(m_output.err.starts_with("ERROR: ")) << m_output.err;
+    EXPECT_FALSE(m_configure.reached);
+    EXPECT_EQ(Run(m_clean, {L"/opt/none"}), 1U);
+    EXPECT_TRUE(m_output.err.starts_with("ERROR: ")) << m_output.err;
+    std::filesystem::remove_all("/var/lib/qdn-configure");
 }
 
 TEST_F(Commands, DescribeThemselvesInALine) {

@@ -7,6 +7,7 @@
 
 #include "app/ConfigureSteps.h"
 #include "run/Marks.h"
+#include "tests/support/Mount.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
 
@@ -188,6 +189,108 @@ TEST_F(InstalledAgentSteps, LeavesTheSavedCopyAlone_WhenTheAgentIsReadFromIt) {
     EXPECT_TRUE(SaveInstalledConfiguration(m_run));
     EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "the administrator's");
     EXPECT_EQ(FindUnfinishedRun(L"/opt/new"), Unfinished::Upgrade);
+}
+
+TEST_F(InstalledAgentSteps, AConfigurationThatCannotBeReadFailsTheRun) {
+    Setting(L"InstallDir") = L"/opt/new";
+    const auto expectFailure = [&] {
+        for (const auto& outcome : {CheckInstalledAgent(m_run), SaveInstalledConfiguration(m_run)})
+            EXPECT_EQ(TextOf(outcome), L"Unable to write to file: /opt/new/etc/client.conf.old");
+    };
+    m_agent->SetConfPath(L"/opt/gone/client.conf");
+    expectFailure();
+    m_run.installed = nullptr;
+    std::filesystem::create_directories("/opt/new/etc");
+    std::filesystem::create_symlink("client.conf", "/opt/new/etc/client.conf");
+    expectFailure();
+}
+
+TEST_F(InstalledAgentSteps, SaysThatTheSavingIsUnfinished_WhenTheDiskIsFull) {
+    const auto disk = testsupport::Mount::Tmpfs("/opt/new", "size=16k");
+    testfiles::Write("/tmp/old.conf", std::string(64 << 10, 'x'));
+    m_agent->SetConfPath(L"/tmp/old.conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    const auto saved = SaveInstalledConfiguration(m_run);
+    EXPECT_EQ(TextOf(saved), L"Unable to write to file: /opt/new/etc/client.conf.old");
+    EXPECT_EQ(ReasonOf(saved), L"/opt/new/etc/client.conf.old: No space left on device");
+    EXPECT_FALSE(testfiles::Exists("/opt/new/etc/client.conf.old"));
+    EXPECT_EQ(FindUnfinishedRun(L"/opt/new"), Unfinished::Saving);
+    EXPECT_EQ(m_agent->ConfPath(), L"/tmp/old.conf");
+}
+
+TEST_F(InstalledAgentSteps, AMarkThatCannotBeWrittenFailsTheRun) {
+    testfiles::Write("/tmp/old.conf", "x");
+    m_agent->SetConfPath(L"/tmp/old.conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    std::filesystem::create_directories("/opt/new/etc/.unfinished");
+    EXPECT_TRUE(TextOf(SaveInstalledConfiguration(m_run)).StartsWith(L"Unable to write to file: "));
+}
+
+TEST_F(InstalledAgentSteps, AnUpgradeStaysMarked_WhenItsAgentIsNotFoundAgain) {
+    m_run.installed = nullptr;
+    Setting(L"InstallDir") = L"/opt/new";
+    testfiles::Write("/opt/new/etc/client.conf", "unfinished");
+    testfiles::Write("/opt/new/etc/client.conf.old", "the administrator's");
+    ASSERT_TRUE(MarkUnfinishedRun(L"/opt/new", Unfinished::Upgrade));
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "the administrator's");
+    EXPECT_EQ(FindUnfinishedRun(L"/opt/new"), Unfinished::Upgrade);
+}
+
+TEST_F(InstalledAgentSteps, AConfigurationThatIsALinkToItsCopyIsNotLost) {
+    m_run.installed = nullptr;
+    Setting(L"InstallDir") = L"/opt/new";
+    testfiles::Write("/opt/new/etc/client.conf.old", "the administrator's");
+    std::filesystem::create_symlink("client.conf.old", "/opt/new/etc/client.conf");
+    EXPECT_TRUE(SaveInstalledConfiguration(m_run));
+    EXPECT_EQ(testfiles::Read("/opt/new/etc/client.conf.old"), "the administrator's");
+}
+
+/// What is done with an agent in a directory that an answer names, whose upgrade was not finished.
+class TakenUp : public InstalledAgentSteps {
+  protected:
+    TakenUp() {
+        m_run.installed = nullptr;
+        WriteSaved("6", "2");
+        EXPECT_TRUE(MarkUnfinishedRun(L"/opt/new", Unfinished::Upgrade));
+    }
+    static void WriteSaved(const std::string& major, const std::string& minor) {
+        testfiles::Write("/opt/new/etc/client.conf.old",
+                         "[Version]\nagent_major=" + major + "\nagent_minor=" + minor +
+                             "\nagent_build=0\n[Kell Servers]\nserver-1=kell.example\n"
+                             "[Configuration]\ninstalldir=/opt/new\n");
+    }
+    /// False when there is nothing to take up, none when that fails.
+    std::optional<bool> IsTaken() {
+        const auto taken = TakeUpUpgrade(m_run, L"/opt/new", m_unanswered);
+        return taken ? std::optional(*taken) : std::nullopt;
+    }
+
+    Settings m_unanswered;
+};
+
+TEST_F(TakenUp, AnUnfinishedUpgradeGivesItsValues) {
+    EXPECT_EQ(IsTaken(), true);
+    EXPECT_EQ(m_unanswered.Get(L"KSName"), L"kell.example");
+    EXPECT_TRUE(m_unanswered.IsYes(L"Upgrade"));
+}
+
+TEST_F(TakenUp, NothingIs_WhileAReinstallIsPending) {
+    m_run.reinstall = true;
+    EXPECT_EQ(IsTaken(), false);
+    EXPECT_FALSE(m_unanswered.IsSet(L"KSName"));
+}
+
+TEST_F(TakenUp, NothingIs_WhereTheVersionCannotBeUpgraded) {
+    WriteSaved("9", "0");
+    EXPECT_EQ(IsTaken(), false);
+    EXPECT_FALSE(m_unanswered.IsSet(L"KSName"));
+}
+
+TEST_F(TakenUp, Fails_WhenTheSavedConfigurationIsTooLarge) {
+    std::filesystem::resize_file("/opt/new/etc/client.conf.old", 65 << 20);
+    EXPECT_EQ(IsTaken(), std::nullopt);
+    EXPECT_FALSE(m_unanswered.IsSet(L"KSName"));
 }
 
 TEST_F(InstalledAgentSteps, KeepsAConfigurationThatNobodyRecognised) {

@@ -1,8 +1,8 @@
 // What the operator is told when a command ends early.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include "app/ChangingCommand.h"
+#include "tests/support/AsUser.h"
 #include "tests/support/Captured.h"
 #include "tests/support/PrintString.h"
 
@@ -10,15 +10,6 @@ namespace Zorvane::AgentInstaller {
 namespace {
 
 using testsupport::Captured;
-
-/// The user of the process is another one for as long as this lives.
-class AsUser {
-  public:
-    explicit AsUser(uid_t user) { EXPECT_EQ(seteuid(user), 0); }
-    ~AsUser() { EXPECT_EQ(seteuid(0), 0); }
-    AsUser(const AsUser&) = delete;
-    AsUser& operator=(const AsUser&) = delete;
-};
 
 TEST(Report, WritesTheTextAndBelowItTheReason) {
     unsigned status = 0;
@@ -46,7 +37,7 @@ TEST(RefuseOrdinaryUser, LetsRootPass) {
 }
 
 TEST(RefuseOrdinaryUser, TellsAnotherUserWhatIsNeeded) {
-    const AsUser other(1);
+    const testsupport::AsUser other(1);
     bool refused = false;
     const auto output = Captured([&] { refused = RefuseOrdinaryUser(); });
     EXPECT_TRUE(refused);

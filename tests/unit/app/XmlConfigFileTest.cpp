@@ -53,6 +53,18 @@ class XmlConfigFileTest : public testing::Test {
     testsupport::Output m_output;
 };
 
+TEST_F(XmlConfigFileTest, AnEmptyFileGoesWithTheRun) {
+    testfiles::Write(std::string("/var") + kName, "", 0600);
+    EXPECT_EQ(Server(), "");
+    m_file.Remove();
+    EXPECT_FALSE(testfiles::Exists(std::string("/var") + kName));
+}
+
+TEST_F(XmlConfigFileTest, SearchesTheFixedDirectoriesAlone_WhenTheCurrentOneIsGone) {
+    std::filesystem::remove(m_directory / "work/here");
+    EXPECT_EQ(BuildXmlSearchPath(), L"/tmp:/var:/opt/zorvane");
+}
+
 TEST_F(XmlConfigFileTest, SearchesTheFixedDirectoriesAloneInTheRoot) {
     ASSERT_EQ(chdir("/"), 0);
     EXPECT_EQ(BuildXmlSearchPath(), L"/tmp:/var:/opt/zorvane");

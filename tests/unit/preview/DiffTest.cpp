@@ -1,7 +1,10 @@
 // Differences are those of diff -u, without passwords, and only of texts.
+#include <cerrno>
 #include <gmock/gmock.h>
+#include <sys/syscall.h>
 
 #include "preview/Diff.h"
+#include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -9,8 +12,8 @@ namespace {
 
 class Diff : public testing::Test {
   protected:
-    /// The difference of a file /x between two contents; null stands for no file.
-    Difference Of(const char* before, const char* after) {
+    /// A file /x with one content, and with another; null stands for no file.
+    Change ChangeOf(const char* before, const char* after) {
         Change change;
         change.path = "/x";
         change.action = before == nullptr  ? Action::Create
@@ -22,7 +25,10 @@ class Diff : public testing::Test {
         if (after != nullptr) testfiles::Write(change.afterAt, after);
         if (before != nullptr) change.before = ReadState(change.beforeAt).value();
         if (after != nullptr) change.after = ReadState(change.afterAt).value();
-        return DifferenceOf(change, m_dir.Path(), m_secrets);
+        return change;
+    }
+    Difference Of(const char* before, const char* after) {
+        return DifferenceOf(ChangeOf(before, after), m_dir.Path(), m_secrets);
     }
     std::string TextOf(const char* before, const char* after) {
         return Of(before, after).text.value_or("none");
@@ -50,6 +56,27 @@ TEST_F(Diff, IsNone_UnlessBothSidesAreText) {
     EXPECT_EQ(TextOf(nullptr, std::string(70000, 'x').c_str()), "none");
     EXPECT_FALSE(IsText(std::string("a\0b", 3)));
     EXPECT_TRUE(IsText("Zürich\n"));
+}
+
+TEST_F(Diff, CharactersOfAnyPlaneAreText) {
+    EXPECT_TRUE(IsText("\xF0\x9F\x98\x80 \xEE\x80\x80"));
+}
+
+TEST_F(Diff, IsNone_WhenAFileIsLarge) {
+    EXPECT_EQ(TextOf("a\n", std::string((8 << 20) + 1, '\n').c_str()), "none");
+}
+
+TEST_F(Diff, IsWholeOrNone_WhateverFails) {
+    const std::string whole = "--- /x\n+++ /x\n@@ -1 +1,2 @@\n a_password=***\n+b=1\n";
+    const std::vector<int> calls = {SYS_pipe2, SYS_openat, SYS_write, SYS_clone, SYS_clone3};
+    const Change change = ChangeOf("a_password=old!\n", "a_password=new!\nb=1\n");
+    const auto compare = [&] {
+        const std::string text = DifferenceOf(change, m_dir.Path(), m_secrets).text.value_or("none");
+        return text == whole ? 0 : text == "none" ? 1 : 2;
+    };
+    const int failed = testsupport::FailInTurn(
+        calls, EMFILE, [] {}, compare, [](int result) { EXPECT_NE(result, 2); });
+    EXPECT_GT(failed, 4);
 }
 
 TEST_F(Diff, MasksPasswords) {

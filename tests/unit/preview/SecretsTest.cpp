@@ -32,6 +32,9 @@ TEST(Secrets, ValuesAreMaskedWhereverTheyStand) {
         {"a < 'b\n<Setting Value='geheim' Name='password'/>",
          "a < 'b\n<Setting Value='***' Name='password'/>"},
         {"password=one\nother_password=two\n", "password=***\nother_password=***\n"},
+        {"<a>\npassword=\"ge\" heim\n", "<a>\npassword=***\n"},
+        {"<S Name='password' Name='b' Value='geheim'/>", "<S Name='password' Name='b' Value='***'/>"},
+        {"password=one <S Name='password' Value='geheim'/>\n", "password=***\n"},
     };
     for (const auto& [text, masked] : rows) EXPECT_EQ(Masked(text), masked);
 }

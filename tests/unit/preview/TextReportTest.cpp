@@ -1,6 +1,7 @@
 // How a preview looks to people.
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "corekit/json/Json.h"
 #include "preview/TextReport.h"
@@ -114,6 +115,29 @@ TEST(TextReport, BreaksLongListsAndShowsLongDifferencesWhole) {
               std::string::npos)
         << report;
     EXPECT_NE(report.find("+line 29\n+line 30\n\nOutput"), std::string::npos) << report;
+}
+
+TEST(TextReport, ShowsModesAsLsDoes) {
+    for (const auto& [mode, shown] : {std::pair("4644", "-rwSr--r--"), {"1666", "-rw-rw-rwT"}}) {
+        auto document = corekit::ParseJson(kDocument);
+        document["changes"][1]["after"]["mode"] = mode;
+        const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
+        EXPECT_NE(report.find(shown), std::string::npos) << report;
+    }
+}
+
+TEST(TextReport, TellsNoFormerMode_WhereOnlyAttributesChange) {
+    auto document = corekit::ParseJson(kDocument);
+    document["changes"][1]["after"] = document["changes"][1]["before"];
+    const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
+    EXPECT_NE(report.find("  change   -rw-r--r-- 0:0  /c\n"), std::string::npos) << report;
+}
+
+TEST(TextReport, NamesASourceWithoutALine) {
+    auto document = corekit::ParseJson(kDocument);
+    document["settings"][4]["source"].erase("line");
+    const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
+    EXPECT_NE(report.find("  LogSize  512           a.xml (default: 256)\n"), std::string::npos) << report;
 }
 
 TEST(TextReport, IsColouredOnATerminal) {

@@ -2,10 +2,12 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include "preview/LayerReader.h"
 #include "preview/Touched.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/Mount.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/preview/InCopy.h"
 
@@ -60,6 +62,11 @@ class TouchedNamesOf : public testing::Test {
         });
     }
 };
+
+TEST_F(TouchedNamesOf, TheModeOfAMountPointIsOne) {
+    const auto own = testsupport::Mount::Tmpfs("/opt/t/own");
+    EXPECT_THAT(After([] { chmod("/opt/t/own", 0700); }), ElementsAre("access own"));
+}
 
 TEST_F(TouchedNamesOf, ARunThatDoesNothingAreNone) {
     EXPECT_THAT(After([] {}), IsEmpty());

@@ -1,6 +1,7 @@
 // What is read from the upper layers is what was done in the copy, and nothing else.
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -200,6 +201,54 @@ TEST_F(UpperLayer, OwnersAndAttributesAreCompared) {
                     EXPECT_EQ(setxattr("/opt/t/dir", "trusted.mark", "1", 1, 0), 0);
                 }),
                 ElementsAre("change /opt/t/dir trusted.mark", "change /opt/t/file"));
+}
+
+TEST_F(UpperLayer, AttributesThatChangeComeOrGoAreTold) {
+    for (const char* name : {"user.a", "user.b", "user.c"}) testfiles::SetAttribute("/opt/t/file", name, "1");
+    EXPECT_THAT(After([] {
+                    testfiles::SetAttribute("/opt/t/file", "user.a", "2");
+                    EXPECT_EQ(removexattr("/opt/t/file", "user.b"), 0);
+                    Write("/opt/t/new", "");
+                    testfiles::SetAttribute("/opt/t/new", "user.d", "1");
+                }),
+                ElementsAre("change /opt/t/file user.a user.b", "create /opt/t/new user.d"));
+}
+
+TEST_F(UpperLayer, AnotherGroupAloneIsAChange) {
+    EXPECT_THAT(After([] { EXPECT_EQ(chown("/opt/t/file", 0, 34), 0); }), ElementsAre("change /opt/t/file"));
+}
+
+TEST_F(UpperLayer, ADirectoryThatComesBackIntoOneMadeAnewHasNotChanged) {
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/dir/deep", "/opt/t/x");
+                    fs::remove_all("/opt/t/dir");
+                    fs::create_directory("/opt/t/dir");
+                    fs::rename("/opt/t/x", "/opt/t/dir/deep");
+                }),
+                ElementsAre("remove /opt/t/dir/one"));
+}
+
+TEST_F(UpperLayer, ADirectoryAtTheTopOfAFileSystemMoves) {
+    EXPECT_THAT(After([] { fs::rename("/opt/t", "/opt/u"); }), ElementsAre("move /opt/t -> /opt/u (6)"));
+}
+
+TEST_F(UpperLayer, APipeIsComparedByItsKind) {
+    ASSERT_EQ(mkfifo("/opt/t/pipe", 0600), 0);
+    EXPECT_THAT(After([] {
+                    fs::remove("/opt/t/pipe");
+                    EXPECT_EQ(mkfifo("/opt/t/pipe", 0600), 0);
+                }),
+                IsEmpty());
+    EXPECT_THAT(After([] {
+                    fs::remove("/opt/t/pipe");
+                    EXPECT_EQ(mknod("/opt/t/pipe", S_IFSOCK | 0600, 0), 0);
+                }),
+                ElementsAre("replace /opt/t/pipe"));
+}
+
+TEST_F(UpperLayer, TheModeOfAMountPointIsOneOfItsOwn) {
+    const auto own = testsupport::Mount::Tmpfs("/opt/t/own");
+    EXPECT_THAT(After([] { chmod("/opt/t/own", 0700); }), ElementsAre("change /opt/t/own"));
 }
 
 TEST_F(UpperLayer, NamesMayHoldAnyByte) {

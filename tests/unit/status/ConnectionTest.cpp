@@ -62,6 +62,28 @@ TEST(StatusConnection, ANameThatTakesTooLongIsGivenUp) {
     EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
 }
 
+TEST(StatusConnection, NoMoreThanTheFirstAddressesOfANameAreTried) {
+    Listener server;
+    server.Listen();
+    const ServerUrl url(L"http://kell.example:" + server.Port());
+    testsupport::StandIns host;
+    const std::string listens = "echo '127.0.0.1 STREAM'";
+    host.Add("getent", "for i in 2 3 4 5 6 7 8 9; do echo \"127.0.0.$i STREAM\"; done; " + listens);
+    EXPECT_FALSE(CanReach(url)) << "the ninth";
+    host.Add("getent", "for i in 2 3 4 5 6 7 8; do echo \"127.0.0.$i STREAM\"; done; " + listens);
+    EXPECT_TRUE(CanReach(url)) << "the eighth";
+    host.Add("getent", "echo '255.255.255.255 STREAM'; " + listens);
+    EXPECT_TRUE(CanReach(url)) << "one that takes no connection before it";
+}
+
+TEST(StatusConnection, AnAddressInBracketsIsAskedForWithoutThem) {
+    Listener server;
+    server.Listen();
+    testsupport::StandIns host;
+    host.Add("getent", "[ \"$*\" = 'ahosts ::1' ] && echo '127.0.0.1 STREAM'");
+    EXPECT_TRUE(CanReach(ServerUrl(L"http://[::1]:" + server.Port())));
+}
+
 TEST(StatusConnection, AnInvalidNameIsNotAskedFor) {
     EXPECT_FALSE(CanReach(ServerUrl(L"http://a b")));
     EXPECT_FALSE(CanReach(ServerUrl(L"gopher://127.0.0.1")));

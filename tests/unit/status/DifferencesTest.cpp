@@ -103,6 +103,36 @@ TEST_F(StatusDifferences, ClientConfIsComparedByItsValues) {
         EXPECT_THAT(After(write(text)), ElementsAre(std::string("replace ") + kConf)) << text;
 }
 
+TEST_F(StatusDifferences, ALinkInPlaceOfClientConfIsOne_ThoughItsValuesAreTheSame) {
+    const std::string text = testfiles::Read(kConf);
+    testfiles::Write("/opt/agent/elsewhere", text);
+    std::filesystem::remove(kConf);
+    std::filesystem::create_symlink("/opt/agent/elsewhere", kConf);
+    EXPECT_THAT(After([&] {
+                    std::filesystem::remove(kConf);
+                    testfiles::Write(kConf, text);
+                }),
+                ElementsAre(std::string("replace ") + kConf));
+}
+
+TEST_F(StatusDifferences, AnAttributeIsOne_AndSoIsAGroup) {
+    EXPECT_THAT(After([] { testfiles::SetAttribute("/opt/agent/bin/program", "user.note", "x"); }),
+                ElementsAre("change /opt/agent/bin/program"));
+    EXPECT_THAT(After([] { EXPECT_EQ(chown("/opt/agent/bin/program", 0, 34), 0); }),
+                ElementsAre("change /opt/agent/bin/program"));
+}
+
+TEST_F(StatusDifferences, AHelperThatIsMissingIsOne) {
+    EXPECT_THAT(After([] { testfiles::Write("/usr/bin/qdn-helper", ""); }),
+                ElementsAre("create /usr/bin/qdn-helper"));
+}
+
+TEST_F(StatusDifferences, ARunThatHasNotSaidHowItEndedIsAFailure) {
+    const auto found = FindDifferences([] { return std::string(); }, L"/opt/agent");
+    ASSERT_FALSE(found);
+    EXPECT_EQ(found.error().text, L"The preview failed: the command has not said how it ended.");
+}
+
 TEST_F(StatusDifferences, ClientConfHasToHaveItsMode) {
     EXPECT_EQ(chmod(kConf, 0666), 0);
     EXPECT_THAT(After([] { testfiles::Write(kConf, "[A]\none=1\npassword=secret\n[B]\ntwo=2\n", 0644); }),

@@ -4,6 +4,7 @@
 #include "status/Facts.h"
 #include "tests/support/EnvironmentVariable.h"
 #include "tests/support/PrintString.h"
+#include "tests/support/StandIn.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Status {
@@ -49,6 +50,22 @@ TEST_F(StatusFacts, TheConfigurationGivesVersionServerAndIdentifier) {
     testfiles::Write("/opt/agent/etc/host.GUID", "x");
     facts = GatherFacts(L"/opt/agent");
     EXPECT_TRUE(facts.hasIdentifier);
+}
+
+TEST_F(StatusFacts, TheDirectoryIsThatOfThePackage_WhereNoOtherHasAConfiguration) {
+    Configure("/opt/other");
+    testsupport::StandIns host;
+    host.Add("rpm", "echo /opt/other/etc/client.proto");
+    EXPECT_EQ(FindInstallDir(), L"/opt/other");
+    host.Add("rpm", "echo /opt/agent/etc/client.proto");
+    EXPECT_EQ(FindInstallDir(), L"/opt/zorvane/kell/ksagent") << "it is not configured";
+}
+
+TEST_F(StatusFacts, TheDirectoryStaysTheOneThatWasAskedFor_WhateverItsConfigurationNames) {
+    Configure("/opt/other");
+    std::filesystem::create_directories("/opt/agent");
+    std::filesystem::copy("/opt/other/etc", "/opt/agent/etc");
+    EXPECT_EQ(GatherFacts(L"/opt/agent").directory, L"/opt/agent");
 }
 
 TEST_F(StatusFacts, AnUnknownVersionHasNoLabel) {
