@@ -13,6 +13,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "corekit/os/Descriptor.h"
 #include "preview/Rehearse.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
@@ -236,6 +237,21 @@ TEST(Rehearse, FailsAndEndsTheCode_WhenThatTakesTooLong) {
     EXPECT_EQ(InCopy(sleep, {.time = std::chrono::milliseconds(100)}),
               "failed: The preview failed: the command has not ended within ten minutes.");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
+TEST(Rehearse, TheDevicesThatEveryProgramNeedsAreThereAndWork) {
+    const auto code = [] {
+        char byte = 'x';
+        const corekit::Descriptor zero(open("/dev/zero", O_RDONLY | O_CLOEXEC));
+        const bool isZero = read(zero.Get(), &byte, 1) == 1 && byte == '\0';
+        std::string missing;
+        for (const char* name : {"null", "zero", "full", "random", "urandom", "tty"}) {
+            if (!fs::is_character_file(std::string("/dev/") + name)) missing += std::string(" ") + name;
+        }
+        const corekit::Descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
+        return missing + " " + YesOrNo(write(null.Get(), "x", 1) == 1) + " " + YesOrNo(isZero);
+    };
+    EXPECT_EQ(InCopy(code), " yes yes");
 }
 
 TEST(Rehearse, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {

@@ -50,6 +50,8 @@ TEST(XmlCheck, WarnsOfUnknownNamesAndSuggestsTheNearest) {
     EXPECT_EQ(ToldInRoot("<KSname>x</KSname>"), Warning("1:23", "unknown element KSname (KSName?)"));
     EXPECT_EQ(ToldInRoot("<Frobnicate/>"), Warning("1:23", "unknown element Frobnicate"));
     EXPECT_EQ(ToldInRoot("<Gid/>"), Warning("1:23", "unknown element Gid (Guid?)"));
+    EXPECT_EQ(ToldInRoot("<Settings><BDir/></Settings>"), Warning("1:33", "unknown element BDir (BinDir?)"))
+        << "SWDDir is as near, and later";
     EXPECT_EQ(ToldInRoot("<Gix/>"), Warning("1:23", "unknown element Gix"));
     const std::string longName(41, 'x');
     EXPECT_EQ(ToldInRoot("<" + longName + "/>"), Warning("1:23", "unknown element " + longName));
