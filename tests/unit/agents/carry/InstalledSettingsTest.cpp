@@ -304,7 +304,7 @@ TEST_F(InstalledSettings, HaveNoGuid_WhenADirectoryStandsInItsPlace) {
 }
 
 TEST_F(InstalledSettings, HaveNoGuid_WhenItsFileIsOverFourKibibytes) {
-    for (const std::size_t size : {4096, 4097}) {
+    for (const std::size_t size : {4096U, 4097U}) {
         testfiles::Write(m_dir / "host.GUID", std::string(size, 'A'));
         const auto settings = Load("[Configuration]\nguid_guid_file=" + (m_dir / "host.GUID") + "\n");
         ASSERT_NE(settings, nullptr);

@@ -161,10 +161,10 @@ TEST_F(AccessChecks, FailOnAMountPoint) {
 
 TEST_F(AccessChecks, FailOnAFileThatMayNotChange) {
     testfiles::Write(m_dir / "file", "");
-    for (const unsigned attribute : {STATX_ATTR_IMMUTABLE, STATX_ATTR_APPEND}) {
+    for (const int attribute : {STATX_ATTR_IMMUTABLE, STATX_ATTR_APPEND}) {
         testsupport::InChild([&] {
             testsupport::AnswerStatx([attribute](std::string_view name, struct statx& info) {
-                info.stx_attributes = attribute;
+                info.stx_attributes = static_cast<unsigned>(attribute);
                 return name == "file";
             });
             EXPECT_EQ(Access::CheckReplaceable(At("file")), Result(EPERM));
