@@ -44,7 +44,7 @@ Result CheckTarget(const ParentDirectory& link) {
     const std::string path = ProcPath(link.Fd()) + "/" + link.name;
     const String target = Path::Resolve(String::FromUtf8(path));
     const auto info = StatOf(AT_FDCWD, NativePath(target));
-    if (!info) return IsTransient(info.error()) ? info.error() : Result();
+    if (!info) return info.error();
     return S_ISDIR(info->st_mode) ? Result() : corekit::CheckRemovable(Path::GetDirectory(target));
 }
 

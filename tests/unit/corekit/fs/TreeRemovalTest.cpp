@@ -259,8 +259,9 @@ TEST_F(TreesTakenAway, AreRemovedOneByOne_WhereTheKernelDoesNotTell) {
 
 TEST_F(TreesTakenAway, AreGoneOrThatIsAFailure_WhateverFails) {
     const int points = testsupport::FailInTurn(
-        {SYS_openat, SYS_statx}, EIO, [] { testfiles::Write("/opt/agent/a/file", ""); },
-        [] { return Remove().Code(); },
-        [](int result) { EXPECT_EQ(result == 0, !testfiles::Exists("/opt/agent")); });
-    EXPECT_GE(points, 6);
+        {SYS_openat, SYS_statx}, EIO, [] { testfiles::Write("/opt/deep/below/agent/a/file", ""); },
+        [] { return Remove("/opt/deep/below").Code(); },
+        [](int result) { EXPECT_EQ(result == 0, !testfiles::Exists("/opt/deep/below/agent")); });
+    EXPECT_GE(points, 10);
+    EXPECT_FALSE(TakenAway().empty());
 }
