@@ -1,6 +1,7 @@
 // Where an installed agent's configuration is looked for, in which order, and whose file is believed.
 #include <cerrno>
 #include <gtest/gtest.h>
+#include <string_view>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -339,6 +340,24 @@ TEST_F(InstalledAgent, IsNotTakenFromAFileThatOthersCouldHaveMade) {
     EXPECT_EQ(output.out, "");
     EXPECT_EQ(output.err,
               "WARNING! /tmp/ksclt/.migrate-client.conf is not used: other users can write to it.\n");
+}
+
+// Another agent's would be upgraded, or cleaned, in its place.
+TEST_F(InstalledAgent, IsNoOther_WhereRootsOwnFileCannotBeRead) {
+    Lay(kInventory, 4);
+    Lay(kDefault, 1);
+    testsupport::InChild([] {
+        testsupport::JudgeCalls({SYS_openat}, [](const seccomp_notif& call) -> testsupport::Verdict {
+            const std::string_view name = reinterpret_cast<const char*>(call.data.args[1]);
+            return name == "client.conf" ? testsupport::Verdict(-EIO) : std::nullopt;
+        });
+        const auto agent = FindInstalledAgent();
+        const auto cleaned = agent ? agent->Clean() : Outcome<>();
+        EXPECT_EQ(cleaned ? L"" : cleaned.error().reason,
+                  String::FromUtf8(kDefault) + L": Input/output error");
+        return 0;
+    });
+    EXPECT_EQ(Found(), "/opt/601");
 }
 
 // Else whoever can make the file could block every run.

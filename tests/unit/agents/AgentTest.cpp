@@ -74,6 +74,8 @@ TEST(Agent, WarnsOfOtherPathsAndKeepsTheIntegration_WhenItsFileIsNotRoots) {
               "WARNING! /usr/bin" + why + "WARNING! /etc" + why + "WARNING! /etc/init.d/zorvane" + why);
     EXPECT_TRUE(testfiles::Exists("/etc/init.d/zorvane"));
     std::filesystem::remove("/etc/init.d/zorvane");
+    EXPECT_EQ(testsupport::Captured([&] { EXPECT_TRUE(agent.Clean()); }).err,
+              "WARNING! /usr/bin" + why + "WARNING! /etc" + why);
     EXPECT_EQ(corekit::File::Remove(L"/etc/passwd", corekit::HostDirectory::Meant), corekit::Result(EXDEV));
 }
 

@@ -169,6 +169,12 @@ TEST_F(InstalledValues, AValueThatAnEmptyOneOverridesIsWarnedOf) {
               "WARNING! /tmp/x.xml:1:33: TempDir \"/tmp/x\" is not used: the installed agent has \"\".\n");
 }
 
+TEST_F(InstalledValues, AnEmptyValueThatIsNotUsedIsNotWarnedOf) {
+    m_settings->Set(L"RunLevel", L"", {Source::Kind::Xml, L"/tmp/x.xml", 1, 1});
+    m_settings->Set(L"RunLevel", L"rc3;", {Source::Kind::Installed});
+    EXPECT_EQ(Told(), "");
+}
+
 TEST_F(InstalledValues, TwoWordsThatAreNoNumberAreNotTheSame) {
     Installed(L"LogSize", L"none");
     Merge("<Settings><EventLog LogSize='x'/></Settings>");

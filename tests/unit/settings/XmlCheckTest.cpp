@@ -41,7 +41,8 @@ TEST(XmlCheck, IsSilent_ForAGoodDocument) {
             "<Location>here</Location><ExtraConfigSettings><Setting Section='a' Name='b' Value='c'/>"
             "<Setting Name='d' Value='e'/></ExtraConfigSettings></KSAgentConfiguration>"),
         "");
-    EXPECT_EQ(ToldInRoot("<Settings Upgrade=''/>"), "");
+    for (const std::string upgrade : {"", "yes"})
+        EXPECT_EQ(ToldInRoot("<Settings Upgrade='" + upgrade + "'/>"), "");
 }
 
 TEST(XmlCheck, WarnsOfUnknownNamesAndSuggestsTheNearest) {

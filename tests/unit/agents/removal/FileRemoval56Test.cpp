@@ -280,6 +280,7 @@ TEST_F(FileRemoval56, RemovesNothingBelowTheInstallDirectory_WhenThatIsEmptyOrTh
         Write("/usr/bin/qdn-runinvnow", "");
         std::filesystem::current_path("/opt/data");
         Remove("installdir=" + value + "\nlibdir=/opt/data/lib\n");
+        Remove("installdir=" + value + "\nlibdir=/opt/data/lib\n", "installdir=/opt/data/new\n");
         std::filesystem::current_path(before);
         for (const std::string directory : {kUsualDir, "/opt/data", "/opt/data/relative"})
             ExpectAll(below, true, directory);
