@@ -170,6 +170,8 @@ TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     const Json difference = (*found)["differences"][0];
     EXPECT_EQ(difference["path"], "/opt/agent/links/qdn-monitor");
     EXPECT_EQ(difference["before"]["type"], "file");
+    EXPECT_EQ(difference["before"]["sha256"],
+              "e06030c124e908f9ad93a8cd09446bb5aaa1e65638c9f4034b24e3efeae531fc");
     EXPECT_EQ(difference["after"]["target"], "/opt/agent/bin/qdn-monitor");
 }
 

@@ -313,6 +313,25 @@ TEST_F(FileRemoval60, KeepsClientConf_UntilEverythingElseHasGone) {
     }
 }
 
+TEST_F(FileRemoval60, TellsFirstWhatStays_WhenItsClientConfIsWrittenAgain) {
+    Write("/opt/agent/etc/client.conf", "[Configuration]\n" + kUsualConfiguration);
+    const auto output = testsupport::Captured([] {
+        testsupport::InChild([] {
+            testsupport::JudgeCalls({SYS_unlinkat}, [](const seccomp_notif& call) -> testsupport::Verdict {
+                const std::string name = reinterpret_cast<char*>(call.data.args[1]);
+                const bool isItsDirectory = name == "agent";
+                return isItsDirectory ? testsupport::Verdict(-EIO) : std::nullopt;
+            });
+            RemoveInstalledFiles60(IniFile(L"/opt/agent/etc/client.conf"));
+            return 0;
+        });
+    });
+    EXPECT_EQ(output.err,
+              "WARNING! /opt/agent could not be removed: Input/output error.\n"
+              "WARNING! /opt/agent/etc/client.conf is kept: not everything could be removed.\n");
+    EXPECT_TRUE(Exists("/opt/agent/etc/client.conf"));
+}
+
 TEST_F(FileRemoval60, LeavesNoFileWhateverFails_WhenTheNextRunIsUndisturbed) {
     // Each call that fails takes another run: with one store, and without the many looks at what is there.
     const std::vector<int> calls = {SYS_openat, SYS_getdents64, SYS_unlink, SYS_unlinkat, SYS_rmdir};
