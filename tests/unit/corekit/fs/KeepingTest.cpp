@@ -75,3 +75,18 @@ TEST(Keeping, LeavesOutAttributesThatTheFileSystemLacks) {
     EXPECT_EQ(missing, Result(ENOENT));
     EXPECT_EQ(missing.Path(), dir("none"));
 }
+
+TEST(Keeping, RemovesAnAttributeThatIsThere) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    testfiles::SetAttribute(dir / "file", "user.note", "x");
+    EXPECT_TRUE(Keeping::RemoveAttribute(dir("file"), "user.note"));
+    EXPECT_EQ(testfiles::Attribute(dir / "file", "user.note"), "none");
+    EXPECT_TRUE(Keeping::RemoveAttribute(dir("file"), "user.note"));
+    const Result missing = Keeping::RemoveAttribute(dir("none"), "user.note");
+    EXPECT_EQ(missing, Result(ENOENT));
+    EXPECT_EQ(missing.Path(), dir("none"));
+    EXPECT_EQ(WithFailing({{SYS_lremovexattr, EIO}},
+                          [&] { return Keeping::RemoveAttribute(dir("file"), "user.note").Code(); }),
+              EIO);
+}
