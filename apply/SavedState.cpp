@@ -2,6 +2,7 @@
 #include "apply/SavedState.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <map>
 #include <set>
 
@@ -99,6 +100,12 @@ Outcome<> Saver::MakeStores() {
     m_journal.stores.assign(stores.begin(), stores.end());
     m_journal.agentDirs = m_what.agentDirs;
     m_journal.runningAgent = m_what.runningAgent;
+    // What is in the journal goes with it: nothing that was there before may be.
+    for (const std::string& store : m_journal.stores) {
+        const auto present = Keeping::IdentityOf(String::FromUtf8(store));
+        const Result isFree = present ? Result(EEXIST) : present.error();
+        if (!IsNotFound(isFree)) return FailToSave(store, isFree);
+    }
     if (auto begun = BeginJournal(m_journal); !begun) return begun;
     for (const std::string& store : m_journal.stores) {
         if (const Result made = Keeping::MakePrivateDirectory(String::FromUtf8(store)); !made)

@@ -329,12 +329,14 @@ TEST_F(Restoring, NothingIsKept_WhereTheRunRemovesAll) {
     ExpectPutBack();
 }
 
-TEST_F(Restoring, NothingIsLeft_WhenItCannotBeSaved) {
-    fs::create_directories("/opt/.qdn-configure-saved");
+TEST_F(Restoring, NothingIsLeftOrTaken_WhenItCannotBeSaved) {
+    Write("/opt/.qdn-configure-saved/somebody's", "");
     m_what.names.names = {{"/opt/t/file", Touch::Replace}};
     const auto saved = Save(m_what);
     ASSERT_FALSE(saved);
     EXPECT_EQ(saved.error().text, L"What the run would touch cannot be saved.");
+    EXPECT_EQ(saved.error().reason, L"/opt/.qdn-configure-saved: File exists");
+    EXPECT_TRUE(testfiles::Exists("/opt/.qdn-configure-saved/somebody's"));
     EXPECT_EQ(FindPhase().value(), Phase::None);
     EXPECT_EQ(Tree("/opt/t"), m_before);
 }
