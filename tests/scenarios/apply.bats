@@ -139,7 +139,57 @@ stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
     grep -qx "Zorvane Agent is running (pid [0-9]*)\." "$desk/out"
     grep -q "The agent would be stopped\. The agent would be started\." "$desk/out"
     expect_value "Kell Servers" server-1 good.example
+    qdn_configure -apply -json -yes -configure -noimode
+    expect_status 0
+    expect_valid "$desk/out"
+    expect_field '[d["agent"]["running"], type(d["agent"]["pid"]).__name__]' '[true, "int"]'
     stop_the_agent
+}
+
+@test "an agent that runs is stopped and cleaned" {
+    given_a_running_agent
+    qdn_configure -apply -yes -clean "$agent"
+    expect_status 0
+    expect_no_errors
+    expect_no_trace
+    expect_missing "$agent"
+    ! pgrep -f "$agent/bin/qdn-plug"
+}
+
+@test "what runs and is no agent that could be stopped refuses the run" {
+    given_the_package
+    given_plain_xml
+    cp "$(command -v sleep)" /tmp/qdn-plugin
+    /tmp/qdn-plugin 600 >/dev/null 2>&1 &
+    local refusal="The Zorvane Agent for UNIX and Linux is already running. Stop the agent before running qdn-configure."
+    list_files >"$desk/before"
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 1
+    grep -qx "ERROR: $refusal" "$desk/err"
+    expect_no_changes
+    qdn_configure -apply -json -yes -configure -noimode
+    expect_status 1
+    expect_valid "$desk/out"
+    expect_field 'd["error"]' "\"$refusal\""
+    expect_no_changes
+    qdn_configure -apply -yes -clean
+    expect_status 120
+    kill $!
+    wait
+}
+
+@test "an interruption while the agent is being stopped is one, and the agent runs again" {
+    given_a_running_agent
+    # shellcheck disable=SC2016 # for the script
+    sed -i '2i [ "$1" != stop ] || kill -INT $(pgrep -o -x qdn-configure.b)' /etc/init.d/zorvane
+    given_other_xml good.example
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 1
+    grep -qx "ERROR: The run was interrupted\." "$desk/err"
+    expect_running_agent
+    expect_same_host
+    "$agent/bin/qdn-pluginmanager.bin" stop >/dev/null 2>&1 || true
+    pkill -f "$agent/bin/qdn-plug" || true
 }
 
 # README.md shows what it says then.
@@ -173,6 +223,41 @@ END
     expect_status 1
     grep -qx "ERROR: Unable to remove file: $agent/etc/.unfinished" "$desk/err"
     grep -qx "  The host has been put back as it was\." "$desk/err"
+    expect_same_host
+    qdn_configure -apply -json -yes -configure -noimode
+    expect_status 1
+    expect_valid "$desk/out"
+    expect_field '[d["restored"], d["kept"]]' '[true, "/var/lib/qdn-configure/failed"]'
+    expect_same_host
+}
+
+@test "what cannot be saved is not begun" {
+    given_the_package
+    given_plain_xml
+    mkdir /opt/.qdn-configure-saved
+    list_files >"$desk/before"
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 1
+    grep -qx "ERROR: What the run would touch cannot be saved\." "$desk/err"
+    expect_no_changes
+}
+
+@test "what could not be put back is put back by the next run" {
+    given_an_old_agent 6.2
+    given_the_package
+    export QDN_INSTALL_AUTOSTART=no
+    given_a_tool_in_earnest <<'END'
+[ "$1" = --add ] || exit 0
+mount --bind /etc/init.d /etc/init.d && mount -o remount,bind,ro /etc/init.d
+kill -KILL $(pgrep -n -x qdn-configure.b)
+END
+    host_tree >"$desk/host"
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 1
+    grep -qx "ERROR: Not everything could be put back\." "$desk/err"
+    grep -qx "  The next run of qdn-configure tries again\." "$desk/err"
+    umount /etc/init.d
+    qdn_configure -clean /nowhere
     expect_same_host
 }
 

@@ -68,6 +68,25 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     grep -qx -e "-# Configuration of the agent" "$desk/out"
 }
 
+@test "where the host's diff does not work, what is replaced is told without a difference" {
+    given_an_old_agent 6.2
+    given_the_package
+    export QDN_INSTALL_AUTOSTART=no
+    local tool
+    tool=$(realpath "$(command -v diff)")
+    cp -p "$tool" "$desk/diff"
+    # shellcheck disable=SC2016 # for the script
+    for body in 'exit 2' 'kill -KILL $$'; do
+        printf '#!/bin/sh\n%s\n' "$body" >"$desk/stand-in"
+        cp "$desk/stand-in" "$tool"
+        qdn_configure -preview -json -configure -noimode
+        cp "$desk/diff" "$tool"
+        expect_status 0
+        expect_valid "$desk/out"
+        expect_field '[c["diff"] for c in d["changes"] if c["path"].endswith("/client.conf")]' '[null]'
+    done
+}
+
 @test "of what the agent has stored, no contents are shown" {
     given_an_old_agent 6.2
     mount -t tmpfs none "$agent/var/queue" # stays, so that what goes from below it is told one by one
@@ -290,21 +309,25 @@ END
     cp "$(command -v sleep)" /tmp/qdn-plugin
     /tmp/qdn-plugin 600 >/dev/null 2>&1 &
     qdn_configure -preview -json -configure -noimode
-    kill $!
-    wait
     expect_status 0
     expect_valid "$desk/out"
     expect_field 'd["refused"]' '"The Zorvane Agent for UNIX and Linux is already running. Stop the agent before running qdn-configure."'
     expect_field 'd["changed"]' true
+    qdn_configure -preview -json -clean "$agent"
+    expect_field 'd["refused"]' '"The Zorvane Agent for UNIX and Linux is running. Stop the agent before running qdn-configure."'
+    kill $!
+    wait
 
     flock /run/qdn-configure.lock sleep 600 &
     local holder=$!
     until grep -q 'FLOCK.*WRITE' /proc/locks; do sleep 0.01; done
     qdn_configure -preview -json -configure -noimode
-    pkill -P $holder sleep
-    wait $holder || true
     expect_status 0
     expect_field 'd["refused"]' '"Another run of qdn-configure is in progress."'
+    qdn_configure -preview -json -clean "$agent"
+    expect_field 'd["refused"]' '"Another run of qdn-configure is in progress."'
+    pkill -P $holder sleep
+    wait $holder || true
 
     echo '<Solution name="x"/>' >"$agent/etc/config.xml"
     qdn_configure -preview -json -clean "$agent"
@@ -315,7 +338,7 @@ END
 @test "no password is shown, and only the document of -out has the checksum of a file with one" {
     given_an_old_agent 6.2
     given_the_package
-    printf '[Client Transport]\nProxy_PassWord = geheim!\n' >>"$agent/etc/client.conf"
+    printf '[Client Transport]\nProxy_PassWord = geheim!\n[SWD]\npkg_access_password=secret!\n' >>"$agent/etc/client.conf"
     given_plain_xml
     sed -i 's,</KSAgentConfiguration>,<ExtraConfigSettings><Setting Section="Proxy" Name="password" Value="secret!"/></ExtraConfigSettings>&,' "/tmp/$xml"
     qdn_configure -preview -json -out "$desk/kept" -configure -noimode
@@ -326,6 +349,7 @@ END
         expect_no_line 'geheim\|secret!' "$document"
     done
     grep -q 'Name=..password.. Value=..\*\*\*' "$desk/out"
+    expect_field '[k["value"] for k in d["client_conf"]["keys"] if k["key"] == "pkg_access_password"]' '["***"]'
     expect_field '[c["before"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf")]' '[null]'
     expect_field '[c["after"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf.old")]' '[null]'
     [ "$(stat -c %a "$desk/kept")" = 600 ]

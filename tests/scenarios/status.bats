@@ -174,6 +174,16 @@ END
     grep -qx "  Differences a configuration would fail: $agent/bin/qdn-monitor could not be made: Is a directory." "$desk/out"
 }
 
+@test "where no preview is possible, the rest is told" {
+    given_a_configured_agent
+    status=0
+    setpriv --bounding-set=-sys_admin "$program" -status >"$desk/out" 2>"$desk/err" || status=$?
+    expect_status 3
+    expect_no_errors
+    grep -q "^  Differences not looked for: A preview is not possible here: " "$desk/out"
+    grep -q "^  Server      https://" "$desk/out"
+}
+
 @test "an ordinary user learns all but the differences" {
     given_a_configured_agent
     rm /usr/bin/qdn-monitor
@@ -265,6 +275,8 @@ server.accept()' >"$desk/server" &
         [ "$(head -n 1 "$desk/out")" = "$banner" ]
         grep -q "^Usage: qdn-configure.bin -status \[-json\] \[-connect\] \[<Agent-Base-Dir>\]$" "$desk/out"
     done
+    qdn_configure -status ""
+    expect_status 120
 }
 
 each_test_is_a_session
