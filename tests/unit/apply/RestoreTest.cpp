@@ -365,12 +365,13 @@ class Disturbed : public Restoring {
         MakeMore();
         m_before = Tree("/opt/t");
         m_calls = testsupport::kFileCalls;
-        m_calls.insert(m_calls.end(), {SYS_lgetxattr, SYS_llistxattr, SYS_lsetxattr});
+        m_calls.insert(m_calls.end(), {SYS_lgetxattr, SYS_llistxattr, SYS_lsetxattr, SYS_lremovexattr});
     }
 
     static void MakeMore() {
         fs::create_directory("/opt/t/bare");
         Write("/opt/t/from/three", "3");
+        testfiles::SetAttribute("/opt/t/dir", "user.note", "old");
     }
     static void Attempt() {
         fs::remove("/opt/t/bare");
@@ -385,10 +386,14 @@ class Disturbed : public Restoring {
         fs::copy_file("/opt/t/new/file", "/opt/t/file", fs::copy_options::overwrite_existing);
         chmod("/opt/t/dir", 0700);
         chmod("/opt/t/file", 0777);
+        testfiles::SetAttribute("/opt/t/dir", "user.note", "new");
+        testfiles::SetAttribute("/opt/t/dir", "user.added", "new");
     }
     void ExpectAsBefore() const {
         testsupport::Captured([] { EXPECT_TRUE(FinishFormerApply()); });  // it says what it has found
         EXPECT_EQ(Tree("/opt/t"), m_before);
+        EXPECT_EQ(testfiles::Attribute("/opt/t/dir", "user.note"), "old");
+        EXPECT_EQ(testfiles::Attribute("/opt/t/dir", "user.added"), "none");
         EXPECT_EQ(FindPhase().value(), Phase::None);
     }
 

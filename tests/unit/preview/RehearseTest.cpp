@@ -211,6 +211,9 @@ TEST(Rehearse, Fails_WhenTheCodeIsKilled) {
                   return "";
               }),
               "failed: The preview failed: the command was ended by a signal.");
+    EXPECT_EQ(InCopy([]() -> std::string { _exit(1); }),
+              "failed: The preview failed: the command was ended by a signal.")
+        << "or ends itself, without a word";
 }
 
 TEST(Rehearse, Fails_WhenWhatIsWrittenDoesNotFit) {
