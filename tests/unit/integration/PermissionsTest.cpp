@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "integration/SetupSequence.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/Installation.h"
 #include "tests/support/Mount.h"
@@ -245,6 +246,14 @@ TEST_F(SecurityLabels, AreWarnedOf_WhenTheToolFails) {
     KnowLabels();
     m_tools.Add("restorecon", "exit 1");
     const auto output = testsupport::Captured([&] { Set(); });
+    EXPECT_EQ(output.err, "WARNING! The security labels of new files are not set.\n");
+}
+
+TEST_F(SecurityLabels, AreWarnedOf_WhenTheToolCannotBeStarted) {
+    KnowLabels();
+    const auto output = testsupport::Captured([&] {
+        testsupport::WithFailing({{SYS_pipe2, EMFILE}}, [&] { return SetSecurityLabels(m_context) ? 0 : 1; });
+    });
     EXPECT_EQ(output.err, "WARNING! The security labels of new files are not set.\n");
 }
 

@@ -43,7 +43,7 @@ TEST(Secrets, OtherTextStaysAsItIs) {
     for (const char* text :
          {"", "password", "password=", "password=\nb=1\n", "passwords=1", "password_file=/etc/x",
           "Your password is needed.", "<Password/>", "<Password></Password>",
-          "<Setting Name=\"my_password\"/>", "<Password", "<A Password=\"\"/>",
+          "<Setting Name=\"my_password\"/>", "<Password", "<Password kind", "<A Password=\"\"/>",
           "<Setting Name='user' Value='admin'/><Setting Name='password'/>",
           "<Setting Rename='password' Value='1'/>", "<Setting Name='password' Values='1'/>", "<'password",
           "<Name", "<Name='password"})

@@ -122,6 +122,18 @@ TEST_F(StatusDifferences, AnAttributeIsOne_AndSoIsAGroup) {
                 ElementsAre("change /opt/agent/bin/program"));
 }
 
+TEST_F(StatusDifferences, ALinkOfTheHelpersNameWouldLeadToTheHelper) {
+    testfiles::Write("/opt/agent/links/qdn-helper", "somebody's");
+    const auto run = [] {
+        Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-helper");
+        return WithWhatWasLeft(Record());
+    };
+    const auto found = FindDifferences(run, L"/opt/agent");
+    ASSERT_TRUE(found);
+    ASSERT_EQ((*found)["differences"].size(), 1U);
+    EXPECT_EQ((*found)["differences"][0]["after"]["target"], "/usr/bin/qdn-helper");
+}
+
 TEST_F(StatusDifferences, AHelperThatIsMissingIsOne) {
     EXPECT_THAT(After([] { testfiles::Write("/usr/bin/qdn-helper", ""); }),
                 ElementsAre("create /usr/bin/qdn-helper"));

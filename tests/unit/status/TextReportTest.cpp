@@ -99,6 +99,27 @@ TEST(StatusReport, FitsOnAScreen) {
     EXPECT_LE(std::ranges::count(report, '\n'), 24);
 }
 
+TEST(StatusReport, SaysWhereAndByWhatTheAgentIsStarted_AndWhetherTheServerAnswers) {
+    Facts facts;
+    facts.isInstalled = true;
+    facts.directory = L"/opt/a";
+    facts.process = 4711;
+    facts.server = ServerUrl(L"https://kell.example:8083");
+    facts.boot = {{L"systemd", L"links"}, {2, 3, 5}};
+    Findings findings;
+    findings.isReachable = false;
+    findings.notCompared = "only root can";
+    const auto report = [&] { return TextReport(MakeDocument(facts, findings)).Utf8(); };
+    EXPECT_THAT(report(),
+                HasSubstr("  At boot     started in run levels 2, 3 and 5, by systemd and links\n"));
+    EXPECT_THAT(report(), HasSubstr("  Server      https://kell.example:8083 (cannot be reached)\n"));
+    EXPECT_THAT(report(), HasSubstr("\n\nRunning (status 0).\n"));
+    facts.boot = {{L"systemd"}, {}};
+    findings.isReachable = true;
+    EXPECT_THAT(report(), HasSubstr("  At boot     started, by systemd\n"));
+    EXPECT_THAT(report(), HasSubstr("  Server      https://kell.example:8083 (can be reached)\n"));
+}
+
 TEST(StatusReport, SaysWhyThereAreNoDifferences) {
     EXPECT_THAT(Report(Json::array(), "No space."),
                 HasSubstr("  Differences a configuration would fail: No space.\n"));
