@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares the warnings and errors that the sources can write with those that a manual page explains.
+"""Compares the refusals, warnings and errors that the sources can write with those that a manual page explains.
 
   tests/docs/messages.py PAGE DIRECTORY ...
 
@@ -7,8 +7,9 @@ Prints each message that no item of the page's DIAGNOSTICS explains, each item t
 without a cause or a remedy; ends 0 when there are none. A value in a message is "..."; an item that ends in it explains
 all messages that begin as it does, unless it consists of values only.
 
-A message is an expression with a literal that begins with "WARNING!" or "ERROR:", what is given to Messages::Warn or
-Console::Err, or what a step fails with: what Failure begins with, or the first argument of Fail, FailAt or FailBecause.
+A message is an expression with a literal that begins with "WARNING!" or "ERROR:", what is given to Messages::Warn,
+Console::Err or RefuseRunningAgent, a constant that is given to Messages::Tell, or what a step fails with: what Failure
+begins with, or the first argument of Fail, FailAt or FailBecause.
 A constant is looked up. What stands for an empty text is a message as well.
 """
 import os
@@ -16,7 +17,8 @@ import re
 import sys
 
 LITERAL = re.compile(r'L?"((?:[^"\\]|\\.)*)"')
-CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout)\s*\(|\bFailure\{")
+CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout|RefuseRunningAgent)\s*\("
+                  r"|\bFailure\{|(?<![\w.])Messages::Tell\((?=(?:String\()?k[A-Z])")
 FALLBACK = re.compile(r'IsEmpty\(\)\s*\?[^"?:]*(?:::[^"?:]*)*"([A-Z][^"]+\.)"')
 # What fails here gives the reason of the warning that a record is not converted.
 REASONS = "agents/carry/StoreRecords.cpp"
@@ -24,6 +26,8 @@ REASONS = "agents/carry/StoreRecords.cpp"
 VALUES_ONLY = {"", "WARNING!"}
 # The step that asks says more than what the questionnaire fails with.
 REPLACED = {"Error reading from standard input"}
+# What a run begins with.
+BANNER = {"Zorvane Agent for UNIX and Linux Configuration utility"}
 
 
 def code_of(folders):
@@ -118,7 +122,7 @@ def items_of(page):
 
 def main():
     page, *folders = sys.argv[1:]
-    messages = {normal(text) for text in messages_of(folders) if text is not None} - REPLACED - {""}
+    messages = {normal(text) for text in messages_of(folders) if text is not None} - REPLACED - BANNER - {""}
     items = dict(items_of(page))
     covered_by = {item: {text for text in messages
                          if text == normal(item) or (item.endswith("...") and normal(item) not in VALUES_ONLY

@@ -85,7 +85,7 @@ variables() {
     expect_status 120
 }
 
-@test "it gives the cause and the remedy of every warning and error that the program writes, and of no others" {
+@test "it gives the cause and the remedy of every refusal, warning and error that the program writes, and of no others" {
     "$project/tests/docs/messages.py" "$project/docs/qdn-configure.8" \
         "$project"/{app,apply,preview,run,settings,config,agents,integration,deploykit,corekit}
 }
