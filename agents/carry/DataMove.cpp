@@ -214,7 +214,7 @@ bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf
     if (!*isKept) return true;
     if (!isCopy) corekit::DeclareOwn(BaseOf(kept));
     const IniFile oldConf(kept, IniFile::KeyCase::FallBack);
-    if (const Result read = oldConf.ReadResult(); !read) return IsNotFound(read) || stays(read);
+    if (const Result& read = oldConf.ReadResult(); !read) return IsNotFound(read) || stays(read);
     if (MoveData(oldConf, newConf) == DataMove::Partial) return false;
     // Of an agent of version 5.6 everything else was removed when its data could not be moved.
     const bool isOf56 = GetValue(oldConf, Key::kAgentMajor).IsEmpty();

@@ -61,6 +61,19 @@ class StatusDifferences : public testing::Test {
                             difference["path"].get<std::string>());
         return lines;
     }
+
+    /// What is told after a configuration that has not replaced what lies in place of a link, and nothing
+    /// else.
+    static Json DifferenceOfALinkNotReplaced(const wchar_t* link) {
+        const auto run = [&] {
+            Messages::pathsNotReplaced.insert(link);
+            return WithWhatWasLeft(Record());
+        };
+        const auto found = FindDifferences(run, L"/opt/agent");
+        if (found && (*found)["differences"].size() == 1) return (*found)["differences"][0];
+        ADD_FAILURE() << "one difference was expected";
+        return Json::object();
+    }
 };
 
 TEST_F(StatusDifferences, EachChangeOfTheConfigurationIsADifference) {
@@ -124,14 +137,8 @@ TEST_F(StatusDifferences, AnAttributeIsOne_AndSoIsAGroup) {
 
 TEST_F(StatusDifferences, ALinkOfTheHelpersNameWouldLeadToTheHelper) {
     testfiles::Write("/opt/agent/links/qdn-helper", "somebody's");
-    const auto run = [] {
-        Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-helper");
-        return WithWhatWasLeft(Record());
-    };
-    const auto found = FindDifferences(run, L"/opt/agent");
-    ASSERT_TRUE(found);
-    ASSERT_EQ((*found)["differences"].size(), 1U);
-    EXPECT_EQ((*found)["differences"][0]["after"]["target"], "/usr/bin/qdn-helper");
+    const Json difference = DifferenceOfALinkNotReplaced(L"/opt/agent/links/qdn-helper");
+    EXPECT_EQ(difference["after"]["target"], "/usr/bin/qdn-helper");
 }
 
 TEST_F(StatusDifferences, AHelperThatIsMissingIsOne) {
@@ -172,14 +179,7 @@ TEST_F(StatusDifferences, FilesOfTheHostsToolsAreNoDifference_ButTheServiceIsOne
 
 TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     testfiles::Write("/opt/agent/links/qdn-monitor", "somebody's");
-    const auto run = [] {
-        Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-monitor");
-        return WithWhatWasLeft(Record());
-    };
-    const auto found = FindDifferences(run, L"/opt/agent");
-    ASSERT_TRUE(found);
-    ASSERT_EQ((*found)["differences"].size(), 1U);
-    const Json difference = (*found)["differences"][0];
+    const Json difference = DifferenceOfALinkNotReplaced(L"/opt/agent/links/qdn-monitor");
     EXPECT_EQ(difference["path"], "/opt/agent/links/qdn-monitor");
     EXPECT_EQ(difference["before"]["type"], "file");
     EXPECT_EQ(difference["before"]["sha256"],
@@ -188,15 +188,9 @@ TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
 }
 
 TEST_F(StatusDifferences, ALinkOfSomebodyElseThatHasVanishedSinceIsMissing) {
-    const auto run = [] {
-        Messages::pathsNotReplaced.insert(L"/opt/agent/links/qdn-monitor");
-        return WithWhatWasLeft(Record());
-    };
-    const auto found = FindDifferences(run, L"/opt/agent");
-    ASSERT_TRUE(found);
-    ASSERT_EQ((*found)["differences"].size(), 1U);
-    EXPECT_EQ((*found)["differences"][0]["action"], "create");
-    EXPECT_TRUE((*found)["differences"][0]["before"].is_null());
+    const Json difference = DifferenceOfALinkNotReplaced(L"/opt/agent/links/qdn-monitor");
+    EXPECT_EQ(difference["action"], "create");
+    EXPECT_TRUE(difference["before"].is_null());
 }
 
 TEST_F(StatusDifferences, AConfigurationThatFailsGivesItsError) {
