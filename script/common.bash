@@ -8,9 +8,9 @@ as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
-# wait_for_a_turn [MOST]: returns when fewer than MOST jobs, by default two, of the caller's run in the background.
+# wait_for_a_turn MOST: returns when fewer than MOST jobs of the caller run in the background.
 wait_for_a_turn() {
-    while [ "$(jobs -rp | wc -l)" -ge "${1:-2}" ]; do wait -n || true; done
+    while [ "$(jobs -rp | wc -l)" -ge "$1" ]; do wait -n || true; done
 }
 
 # mirrors SUITE: where this machine has its own packages from, as lines of sources.
