@@ -179,7 +179,7 @@ class Trial:
         self.tree, self.limits, self.units_only, self.stories_at_once = tree, limits, units_only, stories_at_once
 
     def of(self, mutant):
-        """The outcome ("does not compile", "noticed" or "survives") and the test that noticed."""
+        """The outcome ("uncompiled", "noticed" or "survives") and the test that noticed, or "-"."""
         path = os.path.join(self.tree.path, mutant.file)
         original = open(path).read()
         lines = original.split("\n")
@@ -195,15 +195,15 @@ class Trial:
         for chosen in ("-" + SLOW, SLOW):
             for program in programs:
                 if not self.tree.build(program):
-                    return "does not compile", None
+                    return "uncompiled", "-"
                 if self.notices(f"{program} {chosen}"):
                     return "noticed", program
         if self.units_only:
-            return "survives", None
+            return "survives", "-"
         if not self.tree.build():
-            return "does not compile", None
+            return "uncompiled", "-"
         by = self.first_story(self.tree.stories_for(path))
-        return ("noticed", by) if by else ("survives", None)
+        return ("noticed", by) if by else ("survives", "-")
 
     def notices(self, test):
         limit = self.limits.of(test)

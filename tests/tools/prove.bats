@@ -44,6 +44,26 @@ expect_row() {
     expect_row script/test held "Total: 9 passed, 0 failed"
 }
 
+@test "what another clone of the tree found counts, too" {
+    script/prove check
+    save
+    git clone -q . ../clone
+    cd ../clone
+    script/prove test
+    expect_row script/check held 'All checks \| passed.'
+    expect_row script/test held "Total: 9 passed, 0 failed"
+}
+
+@test "two goes side by side both join the table" {
+    stand_in test 'sleep 0.3; echo "Total: 9 passed, 0 failed"'
+    save
+    script/prove test &
+    script/prove check
+    wait $!
+    expect_row script/check held 'All checks \| passed.'
+    expect_row script/test held "Total: 9 passed, 0 failed"
+}
+
 @test "what was found counts until something changes that the part looks at" {
     script/prove check builds
     first=$(git rev-parse --short=10 HEAD)
