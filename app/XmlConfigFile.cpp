@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "corekit/fs/Dir.h"
@@ -88,14 +89,14 @@ std::unique_ptr<Settings> XmlConfigFile::Load() {
         return candidate.MayBeUsed();
     });
     if (!file) return nullptr;
-    const auto bytes = file->Read();
+    auto bytes = file->Read();
     if (!bytes) {
         if (IsTransient(bytes.error())) m_unread.push_back(file->Path());
         file->WarnNotUsed(GetErrorMsg(bytes.error()));
         return nullptr;
     }
     if (bytes->empty()) return nullptr;
-    const BasicXml document(*bytes);
+    const BasicXml document(std::move(*bytes));
     if (const auto* refusal = document.GetRefusal()) {
         WarnOfRefusal(file->Path(), *refusal);
         return nullptr;

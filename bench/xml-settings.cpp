@@ -3,6 +3,7 @@
 //
 //   xml-settings FILE
 #include <cstdio>
+#include <utility>
 
 #include "corekit/fs/File.h"
 #include "corekit/xml/BasicXml.h"
@@ -13,12 +14,12 @@ using corekit::String;
 using namespace Zorvane::AgentInstaller;
 
 int main(int argc, char** argv) {
-    const auto bytes = corekit::File::ReadBytes(argc == 2 ? String::FromUtf8(argv[1]) : String());
+    auto bytes = corekit::File::ReadBytes(argc == 2 ? String::FromUtf8(argv[1]) : String());
     if (!bytes) {
         std::fputs("Usage: xml-settings FILE\n", stderr);
         return 2;
     }
-    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(*bytes));
+    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(std::move(*bytes)));
     std::size_t characters = 0;
     for (const ExtraSetting& extra : settings->Extra())
         characters += extra.Section.Length() + extra.Name.Length() + extra.Value.Length();

@@ -170,7 +170,7 @@ std::unique_ptr<Settings> ReadXmlConfig(const BasicXml& document, const String& 
 }
 
 std::unique_ptr<Settings> DefaultSettings() {
-    return Read(BasicXml(std::string_view(kDefaultConfig)), {Source::Kind::Default});
+    return Read(BasicXml(std::string(kDefaultConfig)), {Source::Kind::Default});
 }
 
 }  // namespace Zorvane::AgentInstaller

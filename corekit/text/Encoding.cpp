@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
 #include "corekit/text/Character.h"
 
@@ -151,17 +149,6 @@ constexpr bool IsSurrogate(char32_t codePoint) {
     return codePoint >= 0xD800 && codePoint <= 0xDFFF;
 }
 
-/// How many bytes from `at` on are ASCII, counted in whole blocks of eight.
-std::size_t AsciiBlocks(const char* at, const char* end) {
-    constexpr std::uint64_t kHighBits = 0x8080808080808080;
-    const char* const begin = at;
-    for (std::uint64_t block = 0; end - at >= 8; at += 8) {
-        std::memcpy(&block, at, sizeof block);
-        if ((block & kHighBits) != 0) break;
-    }
-    return static_cast<std::size_t>(at - begin);
-}
-
 /// The forms of a multi-byte sequence: what the lead byte looks like and the first code point that needs it.
 struct Form {
     unsigned char leadMask;
@@ -230,12 +217,8 @@ String Utf8Encoding::Decode(std::string_view bytes) const {
     wchar_t* to = text.data();
     const char* const end = bytes.data() + bytes.size();
     for (const char* at = bytes.data(); at != end;) {
-        for (std::size_t ascii = AsciiBlocks(at, end); ascii != 0; --ascii) *to++ = *at++;
+        while (at != end && static_cast<unsigned char>(*at) < 0x80) *to++ = *at++;
         if (at == end) break;
-        if (static_cast<unsigned char>(*at) < 0x80) {
-            *to++ = *at++;
-            continue;
-        }
         const Sequence sequence = ReadSequence(at, end);
         *to++ = sequence.length != 0 ? static_cast<wchar_t>(sequence.codePoint) : KeptByte(*at);
         at += sequence.length != 0 ? sequence.length : 1;

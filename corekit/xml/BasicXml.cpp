@@ -2,6 +2,8 @@
 #include "corekit/xml/BasicXml.h"
 
 #include <optional>
+#include <string_view>
+#include <utility>
 
 #include "corekit/xml/detail/XmlTree.h"
 
@@ -10,7 +12,6 @@ namespace corekit {
 namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr std::string_view kBlanks = " \t\r\n";
 
 void AddAttributes(const XmlTree& tree, std::size_t element, AttributeMap& attributes) {
     if (!tree.Contains(element)) return;
@@ -19,28 +20,37 @@ void AddAttributes(const XmlTree& tree, std::size_t element, AttributeMap& attri
     });
 }
 
-/// Where the names of a tag's attributes begin in a well-formed document, one after the other.
+bool IsBlank(char byte) {
+    return byte == ' ' || byte == '\t' || byte == '\r' || byte == '\n';
+}
+
+/// Where the names of a tag's attributes begin in a well-formed document, one after the other. A plain loop
+/// over the bytes: most steps are a few bytes long, and documents are full of them.
 class AttributeNames {
   public:
-    AttributeNames(std::string_view document, std::size_t tag)
-        : m_document(document),
-          m_at(document[tag] == '<' ? document.find_first_of(" \t\r\n/>", tag) : kNoTag) {}
+    AttributeNames(std::string_view document, std::size_t tag) : m_document(document) {
+        if (document[tag] != '<') return;
+        for (m_at = tag + 1; !IsBlank(document[m_at]) && !EndsTag(m_at);) ++m_at;
+    }
 
     /// None after the last one, and for a reference to an entity.
     std::optional<std::size_t> Next() {
         if (m_at == kNoTag) return std::nullopt;
-        const std::size_t name = m_document.find_first_not_of(kBlanks, m_at);
-        if (m_document[name] == '/' || m_document[name] == '>') return std::nullopt;
-        const std::size_t quote = m_document.find_first_of("\"'", name);
-        m_at = m_document.find(m_document[quote], quote + 1) + 1;
+        while (IsBlank(m_document[m_at])) ++m_at;
+        if (EndsTag(m_at)) return std::nullopt;
+        const std::size_t name = m_at;
+        while (m_document[m_at] != '"' && m_document[m_at] != '\'') ++m_at;
+        m_at = m_document.find(m_document[m_at], m_at + 1) + 1;
         return name;
     }
 
   private:
     static constexpr std::size_t kNoTag = std::string_view::npos;
 
+    bool EndsTag(std::size_t at) const { return m_document[at] == '/' || m_document[at] == '>'; }
+
     std::string_view m_document;
-    std::size_t m_at;  // behind the attribute before
+    std::size_t m_at = kNoTag;  // behind the attribute before
 };
 
 /// Turns offsets of a document's bytes into positions, each offset at or after the one before.
@@ -49,21 +59,20 @@ class PositionCounter {
     explicit PositionCounter(std::string_view document) : m_document(document) {}
 
     BasicXml::Position At(std::size_t offset) {
-        for (; m_offset < offset; ++m_offset) Pass(m_document[m_offset]);
-        return m_position;
+        BasicXml::Position position = m_position;
+        for (std::size_t at = m_offset; at < offset; ++at) {
+            const char byte = m_document[at];
+            if (byte == '\n' || (byte == '\r' && m_document.substr(at + 1, 1) != "\n")) {
+                position = {position.line + 1, 1};
+            } else if ((static_cast<unsigned char>(byte) & 0xC0) != 0x80) {  // continues no character
+                ++position.column;
+            }
+        }
+        m_offset = offset;
+        return m_position = position;
     }
 
   private:
-    void Pass(char byte) {
-        const bool endsLine = byte == '\n' || (byte == '\r' && m_document.substr(m_offset + 1, 1) != "\n");
-        const bool continuesCharacter = (static_cast<unsigned char>(byte) & 0xC0) == 0x80;
-        if (endsLine) {
-            m_position = {m_position.line + 1, 1};
-        } else if (!continuesCharacter) {
-            ++m_position.column;
-        }
-    }
-
     std::string_view m_document;
     std::size_t m_offset = 0;
     BasicXml::Position m_position;
@@ -72,8 +81,8 @@ class PositionCounter {
 }  // namespace
 
 struct BasicXml::Tree {
-    explicit Tree(std::string_view bytes)
-        : document(bytes.substr(bytes.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0)) {
+    explicit Tree(std::string bytes) : document(std::move(bytes)) {
+        if (document.starts_with(kByteOrderMark)) document.erase(0, kByteOrderMark.size());
         tl::expected<XmlTree, Refusal> read = ReadXml(document);
         if (read) {
             elements = std::move(*read);
@@ -87,9 +96,9 @@ struct BasicXml::Tree {
     std::optional<Refusal> refusal;
 };
 
-BasicXml::BasicXml(const String& text) : BasicXml(std::string_view(text.Utf8())) {}
+BasicXml::BasicXml(const String& text) : BasicXml(text.Utf8()) {}
 
-BasicXml::BasicXml(std::string_view bytes) : m_tree(std::make_shared<const Tree>(bytes)), m_root(0) {}
+BasicXml::BasicXml(std::string bytes) : m_tree(std::make_shared<const Tree>(std::move(bytes))), m_root(0) {}
 
 BasicXml::BasicXml(std::shared_ptr<const Tree> tree, std::size_t root)
     : m_tree(std::move(tree)), m_root(root) {}

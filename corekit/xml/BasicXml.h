@@ -5,7 +5,7 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <string_view>
+#include <string>
 #include <vector>
 
 #include "corekit/text/String.h"
@@ -54,8 +54,8 @@ class BasicXml {
     };
 
     explicit BasicXml(const String& text);
-    /// A file's bytes as they are: a large document need not become wide text first.
-    explicit BasicXml(std::string_view bytes);
+    /// A file's bytes as they are, which it keeps: a large document need not become wide text first.
+    explicit BasicXml(std::string bytes);
 
     /// Null when the document is well-formed.
     const Refusal* GetRefusal() const;

@@ -147,6 +147,7 @@ void XmlReader::ListenToDoctype() {
 tl::expected<XmlTree, BasicXml::Refusal> XmlReader::Read(std::string_view document) {
     if (document.size() > kLargestDocument) return tl::unexpected(BasicXml::Refusal{kDocumentTooLarge, 1, 1});
     if (LooksLikeUtf16(document)) return tl::unexpected(BasicXml::Refusal{kNotUtf8, 1, 1});
+    m_tree = XmlTree(document.size());
     const int length = static_cast<int>(document.size());
     if (XML_Parse(m_parser.get(), document.data(), length, XML_TRUE) != XML_STATUS_OK) {
         const XML_Error error = XML_GetErrorCode(m_parser.get());

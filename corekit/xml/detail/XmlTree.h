@@ -21,6 +21,8 @@ class XmlTree {
     static constexpr std::size_t kNone = std::string_view::npos;
 
     XmlTree() = default;
+    /// Of a document of so many bytes; entities may make more of it.
+    explicit XmlTree(std::size_t documentSize) { m_content.reserve(documentSize); }
     XmlTree(XmlTree&&) = default;
     XmlTree& operator=(XmlTree&&) = default;
     ~XmlTree() = default;

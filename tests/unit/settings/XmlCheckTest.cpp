@@ -14,7 +14,7 @@ using testsupport::Captured;
 /// What is told of a document in /x.xml.
 std::string Told(const std::string& document) {
     const auto output =
-        Captured([&] { WarnOfXmlMistakes(corekit::BasicXml(std::string_view(document)), L"/x.xml"); });
+        Captured([&] { WarnOfXmlMistakes(corekit::BasicXml(std::string(document)), L"/x.xml"); });
     EXPECT_EQ(output.out, "");
     return output.err;
 }
