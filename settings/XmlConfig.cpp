@@ -95,15 +95,14 @@ Server Reader::NamedServer() const {
 
 /// An attribute that an entry lacks has the value that the shared map holds from what was read before.
 void Reader::ReadExtraSettings(Attributes& attributes, Settings& settings) const {
-    const String section = L"Section";
-    const String name = L"Name";
-    const String value = L"Value";
+    const BasicXml::Attribute& section = attributes[L"Section"];
+    const BasicXml::Attribute& name = attributes[L"Name"];
+    const BasicXml::Attribute& value = attributes[L"Value"];
     const BasicXml extra = m_document.GetNode(XmlFormat::kExtraSettings);
     extra.ForEachElement([&](const BasicXml::Element& element) {
         if (element.name != XmlFormat::kExtraSetting) return;
         Add(element, attributes);
-        settings.AddExtra({attributes[section].value, attributes[name].value, attributes[value].value,
-                           At(L"", element.position).source});
+        settings.AddExtra({section.value, name.value, value.value, At(L"", element.position).source});
     });
 }
 

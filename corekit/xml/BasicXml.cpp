@@ -78,6 +78,19 @@ class PositionCounter {
     BasicXml::Position m_position;
 };
 
+/// A name as text, which mostly is that of the element before.
+class NameText {
+  public:
+    const String& Of(std::string_view name) {
+        if (name != m_name) m_text = String::FromUtf8(m_name = name);
+        return m_text;
+    }
+
+  private:
+    std::string_view m_name;  // of the tree
+    String m_text;
+};
+
 }  // namespace
 
 struct BasicXml::Tree {
@@ -133,22 +146,23 @@ void BasicXml::ForEachElement(const std::function<void(const Element&)>& visit, 
     const XmlTree& tree = m_tree->elements;
     PositionCounter positions(m_tree->document);
     std::vector<std::size_t> around;  // the elements that the one at `at` lies in
+    NameText name;
+    NameText parent;
     Element element;
     for (std::size_t at = m_root; at < tree.End(m_root); ++at) {
         while (!around.empty() && tree.End(around.back()) <= at) around.pop_back();
         around.push_back(at);
         if (which == Which::FirstOfEachName && !tree.IsFirstOfItsName(at)) continue;
-        element.name = String::FromUtf8(tree.Name(at));
+        element.name = name.Of(tree.Name(at));
         element.depth = around.size() - 1;
-        element.parent =
-            element.depth > 0 ? String::FromUtf8(tree.Name(around[element.depth - 1])) : String();
+        element.parent = element.depth > 0 ? parent.Of(tree.Name(around[element.depth - 1])) : String();
         element.text = String::FromUtf8(tree.Text(at));
         element.position = positions.At(tree.Offset(at));
         element.attributes.clear();
         AttributeNames names(m_tree->document, tree.Offset(at));
-        tree.ForEachAttribute(at, [&](std::string_view name, std::string_view value) {
+        tree.ForEachAttribute(at, [&](std::string_view attribute, std::string_view value) {
             const auto written = names.Next();
-            element.attributes.push_back({String::FromUtf8(name), String::FromUtf8(value),
+            element.attributes.push_back({String::FromUtf8(attribute), String::FromUtf8(value),
                                           written ? positions.At(*written) : element.position});
         });
         visit(element);
