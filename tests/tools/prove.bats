@@ -54,6 +54,15 @@ expect_row() {
     expect_row script/test held "Total: 9 passed, 0 failed"
 }
 
+@test "what is written below the table stays" {
+    script/prove check
+    printf '\n## Mutants\n\nOne survived.\n' >>docs/proof.md
+    script/prove test
+    script/prove check
+    [ "$(grep -c . docs/proof.md)" -eq 29 ]
+    [ "$(tail -n 4 docs/proof.md)" = $'\n## Mutants\n\nOne survived.' ]
+}
+
 @test "two goes side by side both join the table" {
     stand_in test 'sleep 0.3; echo "Total: 9 passed, 0 failed"'
     save

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
+#include <initializer_list>
 #include <sys/mount.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
@@ -114,7 +115,7 @@ TEST(PreviewDocument, AMountThatTheCopyLacksRefusesWhatItConcerns) {
     const auto below = [] { testfiles::Write("/opt/t/own/file", ""); };
     const char* const refusal =
         "A preview is not possible here: /opt/t/own (proc) cannot be mounted a second time.";
-    for (const unsigned long failing : {MS_BIND, MS_REMOUNT}) {
+    for (const unsigned long failing : std::initializer_list<unsigned long>{MS_BIND, MS_REMOUNT}) {
         EXPECT_EQ(PathsWhereHidden(failing, {}, beside), "/opt/t/beside ");
         EXPECT_EQ(PathsWhereHidden(failing, {}, below), refusal);
         EXPECT_EQ(PathsWhereHidden(failing, {"/opt/t"}, [] {}), refusal) << "a place around it";
