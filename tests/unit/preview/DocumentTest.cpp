@@ -2,8 +2,8 @@
 #include <cerrno>
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
 #include <initializer_list>
+#include <nlohmann/json.hpp>
 #include <sys/mount.h>
 #include <sys/syscall.h>
 #include <sys/uio.h>
