@@ -336,6 +336,28 @@ TEST_F(InstalledAgentSteps, LooksWhetherWhatAnUpgradeChangesCanBeChanged) {
     std::filesystem::remove_all("/opt/links");
 }
 
+TEST_F(InstalledAgentSteps, NeitherTheRootNorARelativePathIsTheDirectoryOfAConfigurationThatGoes) {
+    for (const char* path : {"/etc/client.conf", "/opt/old/etc/client.conf"}) testfiles::Write(path, "");
+    m_agent->SetConfPath(L"/opt/conf");
+    Setting(L"InstallDir") = L"/opt/new";
+    for (const char* place : {"/etc", "/opt/old"}) {
+        ASSERT_EQ(mount(place, place, nullptr, MS_BIND, nullptr), 0);
+        ASSERT_EQ(mount(nullptr, place, nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    }
+    const auto reasonFor = [&](const std::string& directory) {
+        testfiles::Write("/opt/conf", "[Configuration]\ninstalldir=" + directory + "\n");
+        return ReasonOf(CheckInstalledAgent(m_run));
+    };
+    std::filesystem::current_path("/");
+    EXPECT_EQ(reasonFor("/opt/old"), L"/opt/old/etc/client.conf: Read-only file system");
+    EXPECT_EQ(reasonFor("opt/old"), L"(no failure)");
+    EXPECT_EQ(reasonFor("/"), L"(no failure)");
+    EXPECT_EQ(umount("/etc"), 0);
+    EXPECT_EQ(umount("/opt/old"), 0);
+    std::filesystem::remove("/etc/client.conf");
+    for (const char* path : {"/opt/old", "/opt/conf"}) std::filesystem::remove_all(path);
+}
+
 TEST_F(InstalledAgentSteps, ARegistrationThatStaysFailsTheRun) {
     m_agent->removesIntegration = false;
     EXPECT_EQ(TextOf(RemoveInstalledIntegration(m_run)), L"Failed to clean old agent files.");
