@@ -56,7 +56,7 @@ script/measure|person
 script/measure --depth|person
 script/measure --fetch-peers|person
 script/mutate|person
-script/mutate --seed 1 --sample 1000 --resume|person
+script/mutate --seed 1 --sample 1250 --resume|person
 script/mutate --units-only|person
 script/picture|tests/docs/architecture.bats
 script/prove|person

@@ -40,13 +40,26 @@ TEST(Secrets, ValuesAreMaskedWhereverTheyStand) {
 }
 
 TEST(Secrets, OtherTextStaysAsItIs) {
-    for (const char* text :
-         {"", "password", "password=", "password=\nb=1\n", "passwords=1", "password_file=/etc/x",
-          "Your password is needed.", "<Password/>", "<Password></Password>",
-          "<Setting Name=\"my_password\"/>", "<Password", "<Password kind", "<A Password=\"\"/>",
-          "<Setting Name='user' Value='admin'/><Setting Name='password'/>",
-          "<Setting Rename='password' Value='1'/>", "<Setting Name='password' Values='1'/>", "<'password",
-          "<Name", "<Name='password"})
+    for (const char* text : {"",
+                             "password",
+                             "password=",
+                             "password=\nb=1\n",
+                             "passwords=1",
+                             "password_file=/etc/x",
+                             "Your password is needed.",
+                             "<Password/>",
+                             "<a><Password/>text</a>",
+                             "<Password></Password>",
+                             "<Setting Name=\"my_password\"/>",
+                             "<Password",
+                             "<Password kind",
+                             "<A Password=\"\"/>",
+                             "<Setting Name='user' Value='admin'/><Setting Name='password'/>",
+                             "<Setting Rename='password' Value='1'/>",
+                             "<Setting Name='password' Values='1'/>",
+                             "<'password",
+                             "<Name",
+                             "<Name='password"})
         EXPECT_EQ(Masked(text), text);
 }
 

@@ -87,6 +87,11 @@ TEST(StatusConnection, AnAddressInBracketsIsAskedForWithoutThem) {
 TEST(StatusConnection, AnInvalidNameIsNotAskedFor) {
     EXPECT_FALSE(CanReach(ServerUrl(L"http://a b")));
     EXPECT_FALSE(CanReach(ServerUrl(L"gopher://127.0.0.1")));
+    testsupport::StandIns host;
+    host.Add("getent", "echo '127.0.0.1 STREAM'");
+    Listener server;
+    server.Listen();
+    EXPECT_FALSE(CanReach(ServerUrl(L"http://a b:" + server.Port())));
 }
 
 }  // namespace

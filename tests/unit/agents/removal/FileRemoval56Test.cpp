@@ -171,6 +171,18 @@ TEST_F(FileRemoval56, KeepsClientConf_WhenSomethingIsLeft) {
               stays + "WARNING! " + etc + "client.conf is kept: not everything could be removed.\n");
 }
 
+TEST_F(FileRemoval56, TellsThatClientConfStays_WhenItCannotBeRemoved) {
+    const std::string etc = std::string(kUsualDir) + "/etc";
+    Write(etc + "/client.conf", "");
+    Write(m_temp / "client.conf", "[Configuration]\n");
+    ASSERT_EQ(mount(etc.c_str(), etc.c_str(), nullptr, MS_BIND, nullptr), 0);
+    ASSERT_EQ(mount(nullptr, etc.c_str(), nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+    const auto output =
+        testsupport::Captured([&] { RemoveInstalledFiles56(Conf("client.conf"), nullptr, {}); });
+    EXPECT_EQ(umount(etc.c_str()), 0);
+    EXPECT_EQ(output.err, "WARNING! " + etc + "/client.conf could not be removed: Read-only file system.\n");
+}
+
 TEST_F(FileRemoval56, LooksWhereItsClientConfSays) {
     const std::vector<std::string> go = {
         "/opt/data/var/qdn-client.log", "/opt/data/var/a.xml",   "/opt/data/var/Pkg_a",

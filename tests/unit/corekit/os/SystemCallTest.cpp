@@ -82,6 +82,15 @@ TEST(OpenAt, KeepsTheDescriptorFromOtherPrograms) {
     EXPECT_EQ(fcntl(file.Get(), F_GETFD), FD_CLOEXEC);
 }
 
+TEST(OpenAt, GivesTheFirstDescriptorToo_WhereThatIsFree) {
+    EXPECT_EQ(testsupport::InChild([] {
+                  close(0);
+                  const auto file = corekit::OpenAt(AT_FDCWD, "/", O_RDONLY | O_DIRECTORY);
+                  return file ? file->Get() : 99;
+              }),
+              0);
+}
+
 TEST(OpenDirectoryItself, RefusesLinksAndFiles) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
