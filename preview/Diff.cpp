@@ -77,6 +77,7 @@ std::optional<std::string> RunDiff(const std::string& before, const std::string&
     pipe->writer = corekit::Descriptor();
     if (failure != 0) return std::nullopt;
     const auto text = corekit::ReadAll(pipe->reader.Get(), kLongestFile);
+    pipe->reader = corekit::Descriptor();  // where not all could be read, nobody must wait for a reader
     const int status = corekit::WaitForChild(child);
     constexpr int kDiffers = 1;
     if (!text || !WIFEXITED(status) || WEXITSTATUS(status) > kDiffers) return std::nullopt;

@@ -66,6 +66,19 @@ TEST_F(Diff, IsNone_WhenAFileIsLarge) {
     EXPECT_EQ(TextOf("a\n", std::string((8 << 20) + 1, '\n').c_str()), "none");
 }
 
+TEST_F(Diff, IsNone_WhenItIsLong) {
+    const auto sizeOfDiff = [&](std::size_t size) {
+        return TextOf((std::string(size, 'a') + "\n").c_str(), (std::string(size, 'b') + "\n").c_str())
+            .size();
+    };
+    constexpr std::size_t kFrame = std::string_view("--- /x\n+++ /x\n@@ -1 +1 @@\n-\n+\n").size();
+    constexpr std::size_t kNone = std::string_view("none").size();
+    constexpr std::size_t kHalf = (std::size_t{64} << 10) / 2 - kFrame / 2;
+    EXPECT_EQ(sizeOfDiff(kHalf), 2 * kHalf + kFrame);
+    EXPECT_EQ(sizeOfDiff(kHalf + 1), kNone) << "longer than what is shown of it";
+    EXPECT_EQ(sizeOfDiff(std::size_t{5} << 20), kNone) << "longer than what is read of it";
+}
+
 TEST_F(Diff, IsWholeOrNone_WhateverFails) {
     const std::string whole = "--- /x\n+++ /x\n@@ -1 +1,2 @@\n a_password=***\n+b=1\n";
     const std::vector<int> calls = {SYS_pipe2, SYS_openat, SYS_write, SYS_clone, SYS_clone3};
