@@ -59,9 +59,9 @@ std::string OneSided(const std::string& text, char sign, const std::string& path
 
 std::optional<std::string> RunDiff(const std::string& before, const std::string& after,
                                    const std::string& label) {
-    static const std::string program = corekit::Program::Locate(L"diff").Utf8();
+    const std::string program = corekit::Program::Locate(L"diff").Utf8();
     auto pipe = corekit::OpenPipe();
-    if (program.empty() || !pipe) return std::nullopt;
+    if (!pipe) return std::nullopt;
     posix_spawn_file_actions_t files;
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_adddup2(&files, pipe->writer.Get(), STDOUT_FILENO);

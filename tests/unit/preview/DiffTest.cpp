@@ -4,6 +4,7 @@
 #include <sys/syscall.h>
 
 #include "preview/Diff.h"
+#include "tests/support/EnvironmentVariable.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/TestFiles.h"
 
@@ -77,6 +78,13 @@ TEST_F(Diff, IsNone_WhenItIsLong) {
     EXPECT_EQ(sizeOfDiff(kHalf), 2 * kHalf + kFrame);
     EXPECT_EQ(sizeOfDiff(kHalf + 1), kNone) << "longer than what is shown of it";
     EXPECT_EQ(sizeOfDiff(std::size_t{5} << 20), kNone) << "longer than what is read of it";
+}
+
+TEST_F(Diff, IsNone_WhereTheHostHasNoProgramForIt) {
+    const Change change = ChangeOf("a\n", "b\n");
+    const testsupport::EnvironmentVariable path("PATH", m_dir.Path());
+    EXPECT_EQ(DifferenceOf(change, m_dir.Path(), m_secrets).text.value_or("none"), "none");
+    EXPECT_EQ(TextOf(nullptr, "a\n"), "--- /dev/null\n+++ /x\n@@ -0,0 +1 @@\n+a\n") << "it is not needed";
 }
 
 TEST_F(Diff, IsWholeOrNone_WhateverFails) {
