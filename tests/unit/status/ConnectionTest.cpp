@@ -17,22 +17,31 @@ using corekit::String;
 /// A server that listens on a port of this host.
 class Listener {
   public:
-    Listener() : m_socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        auto* const name = reinterpret_cast<sockaddr*>(&address);
-        EXPECT_EQ(bind(m_socket.Get(), name, size), 0);
-        EXPECT_EQ(getsockname(m_socket.Get(), name, &size), 0);
-        m_port = ntohs(address.sin_port);
+    /// Without a port on one that is free.
+    explicit Listener(const char* address = "127.0.0.1", int port = 0) {
+        m_address.sin_family = AF_INET;
+        m_address.sin_port = htons(static_cast<in_port_t>(port));
+        EXPECT_EQ(inet_pton(AF_INET, address, &m_address.sin_addr), 1);
+        socklen_t size = sizeof m_address;
+        EXPECT_EQ(bind(m_socket.Get(), Name(), size), 0);
+        EXPECT_EQ(getsockname(m_socket.Get(), Name(), &size), 0);
     }
     void Listen() { EXPECT_EQ(listen(m_socket.Get(), 1), 0); }
-    String Port() const { return String::FromInt(m_port); }
+
+    /// Takes one connection, and has no room for any other.
+    void ListenAndBeBusy() {
+        EXPECT_EQ(listen(m_socket.Get(), 0), 0);
+        EXPECT_EQ(connect(m_client.Get(), Name(), sizeof m_address), 0);
+    }
+    int PortNumber() const { return ntohs(m_address.sin_port); }
+    String Port() const { return String::FromInt(PortNumber()); }
 
   private:
-    corekit::Descriptor m_socket;
-    int m_port = 0;
+    sockaddr* Name() { return reinterpret_cast<sockaddr*>(&m_address); }
+
+    corekit::Descriptor m_socket{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    corekit::Descriptor m_client{socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)};
+    sockaddr_in m_address{};
 };
 
 TEST(StatusConnection, AServerIsReached_AsSoonAsItListens) {
@@ -74,6 +83,22 @@ TEST(StatusConnection, NoMoreThanTheFirstAddressesOfANameAreTried) {
     EXPECT_TRUE(CanReach(url)) << "the eighth";
     host.Add("getent", "echo '255.255.255.255 STREAM'; " + listens);
     EXPECT_TRUE(CanReach(url)) << "one that takes no connection before it";
+}
+
+TEST(StatusConnection, AnAddressThatDoesNotAnswerIsGivenUp_AndHoldsUpNoOther) {
+    Listener busy("127.0.0.2");
+    busy.ListenAndBeBusy();
+    const ServerUrl url(L"http://kell.example:" + busy.Port());
+    testsupport::StandIns host;
+    host.Add("getent", "for i in 2 3; do echo \"127.0.0.$i STREAM\"; done");
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(CanReach(url)) << "the other one refuses";
+    const auto passed = std::chrono::steady_clock::now() - begin;
+    EXPECT_GE(passed, std::chrono::seconds(3));
+    EXPECT_LT(passed, std::chrono::seconds(20));
+    Listener other("127.0.0.3", busy.PortNumber());
+    other.Listen();
+    EXPECT_TRUE(CanReach(url));
 }
 
 TEST(StatusConnection, AnAddressInBracketsIsAskedForWithoutThem) {

@@ -3,6 +3,7 @@
 
 #include "status/Facts.h"
 #include "tests/support/EnvironmentVariable.h"
+#include "tests/support/Mount.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 #include "tests/support/TestFiles.h"
@@ -137,6 +138,11 @@ TEST_F(StatusFacts, TheDirectoryIsThatOfTheVariableOrTheUsualOne) {
     EXPECT_EQ(FindInstallDir(), L"/opt/other");
     std::filesystem::remove_all("/opt/other");
     Configure("/opt/zorvane/kell/ksagent");
+    EXPECT_EQ(FindInstallDir(), L"/opt/zorvane/kell/ksagent");
+}
+
+TEST_F(StatusFacts, TheDirectoryIsTheUsualOne_WhereNothingTellsWhichProgramRuns) {
+    const auto noProcesses = testsupport::Mount::Tmpfs("/proc");
     EXPECT_EQ(FindInstallDir(), L"/opt/zorvane/kell/ksagent");
 }
 
