@@ -4,6 +4,7 @@
 #include "agents/Agent60.h"
 #include "app/ConfigureSteps.h"
 #include "corekit/text/Text.h"
+#include "tests/support/Mount.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 
@@ -56,6 +57,12 @@ TEST_F(InstallDirectory, IsThatOfThePackage_WhenNoSourceNamesOne) {
     InstallDir() = L"/opt/new";
     CompleteInstallDir(m_run);
     EXPECT_EQ(InstallDir(), L"/opt/new");
+}
+
+TEST_F(InstallDirectory, IsNone_WhereNothingTellsWhichProgramRuns) {
+    const auto noProcesses = testsupport::Mount::Tmpfs("/proc");
+    CompleteInstallDir(m_run);
+    EXPECT_FALSE(m_run.settings->IsSet(L"InstallDir"));
 }
 
 TEST_F(InstallDirectory, LosesTheSlashesAtItsEnd) {

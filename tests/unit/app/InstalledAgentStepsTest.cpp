@@ -282,9 +282,12 @@ TEST_F(TakenUp, NothingIs_WhileAReinstallIsPending) {
 }
 
 TEST_F(TakenUp, NothingIs_WhereTheVersionCannotBeUpgraded) {
-    WriteSaved("9", "0");
-    EXPECT_EQ(IsTaken(), false);
-    EXPECT_FALSE(m_unanswered.IsSet(L"KSName"));
+    for (const auto& [major, minor] : {std::pair("9", "0"), std::pair("5", "5")}) {
+        WriteSaved(major, minor);
+        EXPECT_EQ(IsTaken(), false) << major;
+        EXPECT_FALSE(m_unanswered.IsSet(L"Upgrade")) << major;
+        EXPECT_EQ(m_run.installed, nullptr) << major;
+    }
 }
 
 TEST_F(TakenUp, Fails_WhenTheSavedConfigurationIsTooLarge) {

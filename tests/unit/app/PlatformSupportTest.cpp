@@ -139,5 +139,12 @@ TEST_F(PlatformSupport, ARowThatFailsDoesNotStopTheSearch) {
     EXPECT_TRUE(IsPlatformSupported());
 }
 
+TEST_F(PlatformSupport, TheProcessorIsAskedOnce_HoweverManyRowsFit) {
+    RedHat("Red Hat Enterprise Linux AS ES WS release 4 (Nahant)");
+    Processor("ia64");
+    EXPECT_FALSE(IsPlatformSupported());
+    EXPECT_EQ(m_standIns.Calls(), "uname -p\n");
+}
+
 }  // namespace
 }  // namespace Zorvane::AgentInstaller

@@ -123,6 +123,16 @@ TEST_F(XmlConfigFileTest, AFileThatIsNotWellFormedIsWarnedOfAndKept) {
     EXPECT_TRUE(testfiles::Exists(std::string("/tmp") + kName));
 }
 
+TEST_F(XmlConfigFileTest, AFileThatIsTooLargeIsWarnedOfAndKept) {
+    const std::string path = std::string("/var") + kName;
+    testfiles::Write(path, Document("srv"), 0600);
+    std::filesystem::resize_file(path, 65 << 20);
+    EXPECT_EQ(Server(), "");
+    EXPECT_EQ(m_output.err, "WARNING! /var/.qdn-agent-install-config.xml is not used: File too large.\n");
+    m_file.Remove();
+    EXPECT_TRUE(testfiles::Exists(path));
+}
+
 TEST_F(XmlConfigFileTest, AFileThatOthersCanWriteIsPassedOverAndKept) {
     testfiles::Write(std::string("/tmp") + kName, Document("evil"), 0666);
     testfiles::Write(std::string("/var") + kName, Document("good"));
