@@ -13,6 +13,7 @@
 #ifndef SYS_unlink
 #define SYS_chmod SYS_fchmodat
 #define SYS_chown SYS_fchownat
+#define SYS_dup2 SYS_dup3
 #define SYS_link SYS_linkat
 #define SYS_mkdir SYS_mkdirat
 #define SYS_poll SYS_ppoll

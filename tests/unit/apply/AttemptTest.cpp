@@ -93,12 +93,15 @@ TEST(Attempt, IsNotRun_WhenItsMakerHasEnded) {
 
 TEST(Attempt, IsNotRun_WhenItsOutputCannotBeDropped) {
     EXPECT_TRUE(IsRun(Output::Dropped));
-    testsupport::WithFailing({{SYS_openat, EMFILE}}, [] {
-        Interruptions interruptions;
-        const Ending ending = Attempt([] { return 0U; }, Output::Dropped, interruptions);
-        EXPECT_FALSE(ending.hasSucceeded);
-        return 0;
-    });
+    for (const int call : {SYS_openat, SYS_dup2}) {
+        testsupport::WithFailing({{call, EMFILE}}, [&] {
+            Interruptions interruptions;
+            const Ending ending = Attempt([] { return 0U; }, Output::Dropped, interruptions);
+            EXPECT_FALSE(ending.hasSucceeded) << call;
+            EXPECT_EQ(ending.error, "") << call;
+            return 0;
+        });
+    }
 }
 
 TEST(Attempt, SaysWhyItCannotBegin) {

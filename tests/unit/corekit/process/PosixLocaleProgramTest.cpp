@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -48,6 +49,11 @@ String FirstLineOf(const std::string& commandLine) {
     StringToMapFilter filter;
     EXPECT_EQ(Shell::Run(String::FromUtf8(commandLine), filter), Result());
     return filter.RawData(0);
+}
+
+/// Shell commands that end when there is such a file, or after some seconds.
+std::string UntilItExists(const std::string& path) {
+    return "until [ -e " + path + " ] || [ $((n+=1)) -gt 1000 ]; do sleep 0.01; done";
 }
 
 }  // namespace
@@ -232,8 +238,26 @@ TEST(PosixLocaleProgram, Fails_WhenItCannotWatchACommand) {
     }
 }
 
+// The command lasts until its output is read, or polled for again.
 TEST(PosixLocaleProgram, ReadsToTheEnd_WhereItCannotPoll) {
-    EXPECT_EQ(WithFailing({{SYS_poll, ENOMEM}}, [] { return FirstLineOf("echo 7; echo 8").ToInt(); }), 7);
+    const testfiles::TempDir dir;
+    const std::string waited = dir / "waited";
+    testsupport::InChild([&] {
+        std::atomic<bool> hasPolled = false;
+        std::atomic<bool> pollsAgain = false;
+        testsupport::JudgeCalls({SYS_read, SYS_poll},
+                                [&, caller = getpid()](const seccomp_notif& call) -> testsupport::Verdict {
+                                    if (static_cast<pid_t>(call.pid) != caller) return std::nullopt;
+                                    const bool isPoll = call.data.nr == SYS_poll;
+                                    if (hasPolled) testfiles::Write(waited, "");
+                                    if (hasPolled && isPoll) pollsAgain = true;
+                                    hasPolled = isPoll;
+                                    return isPoll ? testsupport::Verdict(-ENOMEM) : std::nullopt;
+                                });
+        EXPECT_EQ(LinesOf(UntilItExists(waited) + "; echo 7; echo 8"), (List{L"7", L"8"}));
+        EXPECT_FALSE(pollsAgain);
+        return 0;
+    });
 }
 
 TEST(PosixLocaleProgram, Fails_WhenItCannotReadTheOutput) {
@@ -242,6 +266,25 @@ TEST(PosixLocaleProgram, Fails_WhenItCannotReadTheOutput) {
                       return static_cast<pid_t>(call.pid) == caller ? testsupport::Verdict(-EIO)
                                                                     : std::nullopt;
                   });
+                  StringToMapFilter filter;
+                  const Result result = Shell::Run(L"echo x", filter);
+                  return filter.Count() == 0 ? result.Code() : 254;
+              }),
+              EIO);
+}
+
+// No poll reports anything before the command has ended, which leaves what it has written in the pipe.
+TEST(PosixLocaleProgram, Fails_WhenItCannotReadWhatAnEndedCommandHasWritten) {
+    EXPECT_EQ(testsupport::InChild([] {
+                  testsupport::JudgeCalls(
+                      {SYS_read, SYS_poll},
+                      [caller = getpid()](const seccomp_notif& call) -> testsupport::Verdict {
+                          if (static_cast<pid_t>(call.pid) != caller) return std::nullopt;
+                          if (call.data.nr == SYS_read) return -EIO;
+                          auto* const asked = reinterpret_cast<pollfd*>(call.data.args[0]);
+                          for (pollfd* one = asked; one != asked + call.data.args[1]; ++one) one->revents = 0;
+                          return 0;
+                      });
                   StringToMapFilter filter;
                   const Result result = Shell::Run(L"echo x", filter);
                   return filter.Count() == 0 ? result.Code() : 254;
@@ -265,9 +308,8 @@ TEST(PosixLocaleProgram, ReadsOn_WhenItIsInterrupted) {
                           if (call.data.nr == SYS_poll) testfiles::Write(waited, "");
                           return std::nullopt;
                       });
-                  const std::string wait =
-                      "until [ -e " + waited + " ] || [ $((n+=1)) -gt 1000 ]; do sleep 0.01; done";
-                  EXPECT_EQ(LinesOf(wait + "; [ ! -e " + waited + " ] || echo x"), List{L"x"});
+                  EXPECT_EQ(LinesOf(UntilItExists(waited) + "; [ ! -e " + waited + " ] || echo x"),
+                            List{L"x"});
                   EXPECT_GT(reads, 3);
                   return 0;
               }),
