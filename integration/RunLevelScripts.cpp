@@ -71,7 +71,7 @@ Outcome<> PlaceControlScript(const String& controlScript, bool startsOnBoot) {
     if (startsOnBoot) return {};
     if (const Result removed = RCScriptBackend::Uninstall(Names::kServiceName);
         !removed && !IsNotFound(removed))
-        Messages::WarnKept(removed.Path().IsEmpty() ? service : removed.Path(), GetErrorMsg(removed));
+        Messages::WarnKept(removed.Path(), GetErrorMsg(removed));
     return {};
 }
 

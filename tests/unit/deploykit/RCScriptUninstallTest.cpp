@@ -109,6 +109,18 @@ TEST_F(RCScriptBackendTest, UninstallFails_WhenSomethingStays) {
     EXPECT_THAT(ServiceHost::Links(), IsEmpty());
 }
 
+TEST_F(RCScriptBackendTest, IsUninstalledOrSaysWhatStays_WhateverFails) {
+    static constexpr int kDoesNotSay = 2;
+    const auto uninstall = [] {
+        const corekit::Result removed = Backend::Uninstall(L"agent");
+        return removed ? 0 : removed.Path().IsEmpty() ? kDoesNotSay : 1;
+    };
+    const int points = testsupport::FailInTurn(
+        testsupport::kFileCalls, EIO, [&] { ASSERT_TRUE(Install()); }, uninstall,
+        [](int failed) { EXPECT_NE(failed, kDoesNotSay); });
+    EXPECT_GE(points, 20);
+}
+
 TEST_F(RCScriptBackendTest, IsInstalledOrFails_WhateverFails) {
     const int points = testsupport::FailInTurn(
         testsupport::kFileCallsButUnlink, EIO, [] { ASSERT_TRUE(Backend::Uninstall(L"agent")); },

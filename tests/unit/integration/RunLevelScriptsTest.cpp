@@ -140,6 +140,17 @@ TEST_F(RunLevelScripts, AreSetUpOrFailWithAReason_WhateverFails) {
     }
 }
 
+TEST_F(RunLevelScripts, WhatAnotherProcessTakesAwayFirstIsNotCalledKept) {
+    m_settings.Value(L"StartupOnBoot") = L"no";
+    const auto setUp = [&] {
+        return Captured([&] { Forgive(SetUpRunLevelScripts(m_context)); }).err.empty() ? 0 : 1;
+    };
+    const auto check = [](int warned) { EXPECT_EQ(warned, 0); };
+    EXPECT_GT(testsupport::FailInTurn(
+                  {SYS_unlink, SYS_unlinkat}, ENOENT, [] {}, setUp, check),
+              4);
+}
+
 TEST_F(RunLevelScripts, Fails_WhenTheConfigurationCannotBeRead) {
     m_context.confPath = L"/opt/agent/etc";
     SetUpScripts(false);

@@ -175,6 +175,13 @@ TEST_F(InstalledValues, AnEmptyValueThatIsNotUsedIsNotWarnedOf) {
     EXPECT_EQ(Told(), "");
 }
 
+TEST_F(InstalledValues, AnEmptyValueDoesNotStandAgainstARecordedNo) {
+    m_settings->Set(L"AllowNonRoot", L"", {Source::Kind::Xml, L"/tmp/x.xml", 1, 1});
+    Installed(L"AllowNonRoot", L"no");
+    Merge();
+    EXPECT_EQ(Get(L"AllowNonRoot"), L"no");
+}
+
 TEST_F(InstalledValues, TwoWordsThatAreNoNumberAreNotTheSame) {
     Installed(L"LogSize", L"none");
     Merge("<Settings><EventLog LogSize='x'/></Settings>");
