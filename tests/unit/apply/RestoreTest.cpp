@@ -13,6 +13,8 @@
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/Mount.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/RunningScript.h"
 #include "tests/support/SkippedPauses.h"
 #include "tests/support/TestFiles.h"
@@ -307,6 +309,43 @@ TEST_F(Restoring, TheFirstThatCannotBePutBackIsTold_AndTheNextTryPutsAllBack) {
         return 0;
     });
     ExpectPutBack();
+}
+
+TEST_F(Restoring, WhatHoldsADirectoryThatCannotBeMovedIsLeftToTheNextTry) {
+    Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/to", Touch::Replace}},
+          {{"/opt/t/dir/deep", "/opt/t/to/deep"}});
+    fs::remove("/opt/t/dir/one");
+    testsupport::WithFailing({{SYS_rename, EIO}, {SYS_renameat, EIO}, {SYS_renameat2, EIO}}, [] {
+        const auto undone = UndoAttempt();
+        EXPECT_FALSE(undone);
+        EXPECT_EQ(undone.error().text, L"Not everything could be put back.");
+        EXPECT_EQ(undone.error().reason, L"/opt/t/dir/deep: Input/output error");
+        EXPECT_EQ(testfiles::Read("/opt/t/dir/deep/two"), "2");
+        return 0;
+    });
+    ExpectPutBack();
+}
+
+TEST_F(Restoring, WhatLiesOnTheRootFileSystemIsKeptThere_WhereVarIsAnother) {
+    const auto root = testsupport::Mount::Tmpfs("/opt/root", "mode=0755");
+    fs::create_directory("/opt/root/proc");
+    const auto processes = testsupport::Mount::Bind("/proc", "/opt/root/proc");
+    const auto var = testsupport::Mount::Tmpfs("/opt/root/var");
+    fs::create_directory("/opt/root/var/lib");
+    Write("/opt/root/file", "old");
+    testsupport::WithRoot("/opt/root", [&] {
+        Saved({{"/file", Touch::Replace}});
+        const auto journal = ReadJournal();
+        ASSERT_TRUE(journal);
+        EXPECT_EQ(journal->stores,
+                  (std::vector<std::string>{"/.qdn-configure-saved", "/var/lib/qdn-configure/saved"}));
+        EXPECT_EQ(fs::hard_link_count("/file"), 2U);
+        fs::remove("/file");
+        Write("/file", "new");
+        EXPECT_TRUE(UndoAttempt());
+        EXPECT_EQ(testfiles::Read("/file"), "old");
+        EXPECT_FALSE(testfiles::Exists("/.qdn-configure-saved"));
+    });
 }
 
 TEST_F(Restoring, WhatOthersCanTakeAwayIsCopied) {
