@@ -72,11 +72,10 @@ std::string TextAt(pid_t process, std::uint64_t address) {
     return process_vm_readv(process, &here, 1, &there, 1, 0) > 0 ? text.c_str() : "";
 }
 
-/// The paths of the changes that `code` makes, or the failure, where mounting something at /opt/t/own with
-/// one of these flags fails in the copy.
-std::string PathsWhereHidden(unsigned long flags, const std::vector<std::string>& places,
-                             const std::function<void()>& code) {
-    const auto proc = testsupport::Mount::Bind("/proc", "/opt/t/own");
+/// The paths of the changes that `code` makes, or the failure, where mounting something at a path of the copy
+/// with one of these flags fails.
+std::string PathsWhereFails(const std::string& path, unsigned long flags,
+                            const std::vector<std::string>& places, const std::function<void()>& code) {
     std::string paths;
     int ends[2] = {-1, -1};
     EXPECT_EQ(pipe(ends), 0);
@@ -84,7 +83,7 @@ std::string PathsWhereHidden(unsigned long flags, const std::vector<std::string>
         testsupport::JudgeCalls({SYS_mount}, [&](const seccomp_notif& call) -> testsupport::Verdict {
             const bool isMeant =
                 (call.data.args[3] & flags) != 0 &&
-                TextAt(static_cast<pid_t>(call.pid), call.data.args[1]) == "/proc/root/opt/t/own";
+                TextAt(static_cast<pid_t>(call.pid), call.data.args[1]) == "/proc/root" + path;
             return isMeant ? testsupport::Verdict(-EIO) : std::nullopt;
         });
         const auto run = [&] {
@@ -109,17 +108,34 @@ std::string PathsWhereHidden(unsigned long flags, const std::vector<std::string>
     return paths;
 }
 
+TEST(PreviewDocument, NoneIsMade_WhereTheKernelsFilesCannotBeShown) {
+    const auto failureAt = [](const char* path) { return PathsWhereFails(path, ~0UL, {}, [] {}); };
+    EXPECT_EQ(failureAt("/proc"),
+              "A preview is not possible here: /proc cannot be mounted anew; run it as root, "
+              "outside of a container (Input/output error).");
+    for (const char* path : {"/sys", "/dev"})
+        EXPECT_EQ(
+            failureAt(path),
+            "A preview is not possible here: /sys and /dev cannot be mounted anew (Input/output error).")
+            << path;
+}
+
 TEST(PreviewDocument, AMountThatTheCopyLacksRefusesWhatItConcerns) {
     fs::create_directories("/opt/t/own");
+    const auto proc = testsupport::Mount::Bind("/proc", "/opt/t/own");
     const auto beside = [] { testfiles::Write("/opt/t/beside", ""); };
     const auto below = [] { testfiles::Write("/opt/t/own/file", ""); };
     const char* const refusal =
         "A preview is not possible here: /opt/t/own (proc) cannot be mounted a second time.";
     for (const unsigned long failing : std::initializer_list<unsigned long>{MS_BIND, MS_REMOUNT}) {
-        EXPECT_EQ(PathsWhereHidden(failing, {}, beside), "/opt/t/beside ");
-        EXPECT_EQ(PathsWhereHidden(failing, {}, below), refusal);
-        EXPECT_EQ(PathsWhereHidden(failing, {"/opt/t"}, [] {}), refusal) << "a place around it";
+        const auto paths = [&](const std::vector<std::string>& places, const std::function<void()>& code) {
+            return PathsWhereFails("/opt/t/own", failing, places, code);
+        };
+        EXPECT_EQ(paths({}, beside), "/opt/t/beside ");
+        EXPECT_EQ(paths({}, below), refusal);
+        EXPECT_EQ(paths({"/opt/t"}, [] {}), refusal) << "a place around it";
     }
+    EXPECT_EQ(umount("/opt/t/own"), 0);
     fs::remove_all("/opt/t");
 }
 

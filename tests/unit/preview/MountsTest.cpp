@@ -72,6 +72,23 @@ TEST(Mounts, AreNotTold_WhenWhichOfThemAreSeenCannotBeAsked) {
     EXPECT_EQ(code, EMFILE);
 }
 
+TEST(Mounts, OneThatOthersCoverIsNeverTold_WhereThisProcessHasTroubleOfItsOwn) {
+    const testfiles::TempDir dir;
+    const std::string place = dir.Path() + "/place";
+    const auto first = testsupport::Mount::Tmpfs(place);
+    const auto below = testsupport::Mount::Tmpfs(place + "/below");
+    const auto second = testsupport::Mount::Tmpfs(place);
+    const auto isToldWrongly = [&] {
+        std::vector<Mount> mounts;
+        return ReadVisibleMounts(mounts) && std::ranges::count(mounts, place + "/below", &Mount::point) > 0;
+    };
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        const int failed = testsupport::FailInTurn(
+            {SYS_openat}, error, [] {}, isToldWrongly, [](int result) { EXPECT_EQ(result, 0); });
+        EXPECT_GT(failed, 4);
+    }
+}
+
 TEST(Mounts, AreToldAllOrNotAtAll_WhateverFails) {
     std::vector<Mount> all;
     ASSERT_TRUE(ReadVisibleMounts(all));
