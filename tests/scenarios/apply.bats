@@ -176,6 +176,15 @@ stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
     expect_status 120
     kill $!
     wait
+    "$program" -configure -noimode -quiet >"$desk/configured"
+    /tmp/qdn-plugin 600 >/dev/null 2>&1 &
+    given_plain_xml
+    qdn_configure -apply -yes -configure -noimode # of an agent that does not run itself
+    expect_status 1
+    grep -qx "ERROR: $refusal" "$desk/err"
+    expect_no_changes
+    kill $!
+    wait
 }
 
 @test "an interruption while the agent is being stopped is one, and the agent runs again" {

@@ -106,4 +106,32 @@ fails_with_directory_at() {
     tail -n 1 "$desk/err" | grep -x '  /usr/bin/qdn-[a-z]*: Read-only file system'
 }
 
+# stopped_by WHEN PATH ERROR: a tool for services, called to do WHEN, leaves a directory at PATH. The run says the error,
+# and the next one, without both, completes what it has begun.
+stopped_by() {
+    printf '#!/bin/sh\n[ "$1" = %s ] || exit 0\nrm -f %s\nmkdir -p %s/x\n' "$1" "$2" "$2" >/usr/sbin/chkconfig
+    chmod 0755 /usr/sbin/chkconfig
+    qdn_configure -configure -noimode -quiet
+    expect_status 1
+    expect_errors <<END
+ERROR: $3
+  $2: Is a directory
+END
+    [ -e "$agent/etc/.unfinished" ] || fail "$2: the run is not marked as unfinished"
+    rm -r "$2" /usr/sbin/chkconfig
+    qdn_configure -configure -noimode -quiet
+    expect_status 0
+    expect_no_errors
+    expect_missing "$agent/etc/.unfinished"
+    expect_value "Kell Servers" server-1 kell.example
+    expect_file "$agent/var/queue/0001.kse" <<<"event"
+}
+
+@test "what comes in the way of a step ends the run with its error, and the next run completes it" {
+    given_an_agent
+    stopped_by --del "$agent/etc/client.conf" "Failed to create the new config file: $agent/etc/client.conf"
+    stopped_by --del /etc/init.d/zorvane "Failed to set up the RC scripts."
+    stopped_by --add "$agent/bin/rcscript" "Failed to set up the RC scripts."
+}
+
 each_test_is_a_session

@@ -143,6 +143,9 @@ END
     given_the_package
     state "$agent"
     expect_status 4
+    state -connect
+    expect_status 4
+    expect_field 'd["server"]' '{"url": null, "reachable": null}'
 }
 
 @test "a run that did not finish is reported with status 1" {

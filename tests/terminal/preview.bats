@@ -126,4 +126,33 @@ END
     expect_value "Kell Servers" server-1 kell.example
 }
 
+@test "the changes and the question are on the terminal where the document goes into a file" {
+    given_the_package
+    given_plain_xml
+    # shellcheck disable=SC2016 # for the script
+    printf '#!/bin/sh\nexec %s "$@" >%s\n' "$program" "$desk/document" >"$desk/into-a-file"
+    chmod 0755 "$desk/into-a-file"
+    program=$desk/into-a-file at_the_terminal -apply -json -configure <<'END'
+answer "Apply these changes" n
+END
+    expect_status 1
+    expect_on_screen $'\033[1mChanges\033[0m'
+    expect_on_screen "Apply these changes? (no): n"
+    expect_untouched
+    expect_in_document 'd["status"], d["error"], d["restored"]' "(1, 'Nothing has been changed.', False)"
+    program=$desk/into-a-file at_the_terminal -apply -json -configure <<'END'
+answer "Apply these changes" y
+END
+    expect_status 0
+    expect_in_document 'd["status"], d["error"], d["preview"]["changed"]' "(0, None, True)"
+    expect_value "Kell Servers" server-1 kell.example
+}
+
+# expect_in_document EXPRESSION VALUE: of the document `d` that the last run has made.
+expect_in_document() {
+    python3 -c 'import json, sys; d = json.load(open(sys.argv[1])); print(eval(sys.argv[2]))' "$desk/document" "$1" \
+        >"$desk/found"
+    same "$1" "$desk/found" <<<"$2"
+}
+
 each_test_is_a_session
