@@ -236,7 +236,7 @@ void Report::AddOutput() {
 }
 
 void Report::AddClosing() {
-    if (m_text.empty() || !m_text.ends_with("\n\n")) m_text += "\n";
+    if (!m_text.ends_with("\n\n")) m_text += "\n";
     const Json& changes = m_document["changes"];
     m_text += changes.empty()
                   ? "Nothing would change"

@@ -84,6 +84,64 @@ Right now it would do nothing: The agent is running.
 )");
 }
 
+/// The report of a command that has set this, and nothing else.
+std::string SettingsOf(const char* settings) {
+    auto document = corekit::ParseJson(kDocument);
+    document["settings"] = corekit::ParseJson(settings);
+    document["changes"] = corekit::Json::array();
+    document["client_conf"] = nullptr;
+    document["output"] = "Banner.\n";
+    document["refused"] = nullptr;
+    return TextReport(document, Colours::None, Output::Shown).Utf8();
+}
+
+constexpr const char* kNothing =
+    "\nNothing would change. The agent would be started. The command would succeed (status 0).\n";
+
+TEST(TextReport, IsAClosingLine_WhereThereIsNothingElseToTell) {
+    EXPECT_EQ(SettingsOf("[]"), kNothing);
+    EXPECT_EQ(SettingsOf(R"([{"name": "Guid", "value": "", "source": {"kind": "default"}, "unused": []}])"),
+              kNothing);
+}
+
+TEST(TextReport, TellsSettingsThatHaveTheirDefaultsFromOthers) {
+    const std::string byDefault =
+        R"({"name": "Start", "value": "yes", "source": {"kind": "default"}, "unused": []})";
+    const std::string given =
+        R"({"name": "KSName", "value": "kell", "source": {"kind": "option"}, "unused": []})";
+    const auto report = [](const std::string& settings) {
+        return SettingsOf(("[" + settings + "]").c_str());
+    };
+    EXPECT_EQ(report(byDefault), std::string("\nSettings\n  by default: Start yes\n") + kNothing);
+    EXPECT_EQ(report(given), std::string("\nSettings\n  KSName  kell  command line\n") + kNothing);
+    EXPECT_EQ(report(given + "," + byDefault),
+              std::string("\nSettings\n  KSName  kell  command line\n  by default: Start yes\n") + kNothing);
+}
+
+TEST(TextReport, ADefaultThatWonOverAnotherValueHasALineOfItsOwn) {
+    EXPECT_EQ(
+        SettingsOf(R"([{"name": "Start", "value": "yes", "source": {"kind": "default"},
+                              "unused": [{"value": "no", "source": {"kind": "option"}}]}])"),
+        std::string("\nSettings\n  Start  yes  default\n         not used: no (command line)\n") + kNothing);
+}
+
+TEST(TextReport, EndsTheLastLineOfTheOutput) {
+    auto document = corekit::ParseJson(kDocument);
+    for (const char* end : {"", "\n", "\n\n"}) {
+        document["output"] = "Banner.\nOne.\nTwo." + std::string(end);
+        const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
+        EXPECT_NE(report.find("\n\nOutput of the command\nOne.\nTwo.\n\n4 changes: "), std::string::npos)
+            << report;
+    }
+}
+
+TEST(TextReport, ShowsEmptyLinesOfADifferenceAsTheyAre) {
+    auto document = corekit::ParseJson(kDocument);
+    document["changes"][3]["diff"] = "--- /f\n+++ /f\n@@ -1,2 +1,2 @@\n\n-a\n+b\n";
+    const std::string report = TextReport(document, Colours::Terminal, Output::Shown).Utf8();
+    EXPECT_NE(report.find("@@ -1,2 +1,2 @@\033[0m\n\n\033[31m-a\033[0m\n"), std::string::npos) << report;
+}
+
 TEST(TextReport, CountsAChangeThatIsTheOnlyOne) {
     auto document = corekit::ParseJson(kDocument);
     document["changes"] = corekit::Json::array({document["changes"][0]});
