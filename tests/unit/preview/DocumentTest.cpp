@@ -9,6 +9,7 @@
 #include <sys/uio.h>
 
 #include "preview/Document.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/InChild.h"
 #include "tests/support/JudgedCalls.h"
 #include "tests/support/Mount.h"
@@ -62,6 +63,26 @@ TEST(PreviewDocument, Fails_WhenTheCommandHasNotSaidHowItEnded) {
         ASSERT_FALSE(document) << result;
         EXPECT_EQ(document.error().text, L"The preview failed: the command has not said how it ended.");
     }
+}
+
+TEST(PreviewDocument, Fails_WhenTheChangesCannotBeTold) {
+    std::string lower;
+    const auto tell = [&](const HostCopy& copy, const Rehearsal& rehearsal) -> Outcome<std::string> {
+        EXPECT_TRUE(testsupport::MakeFail({{SYS_llistxattr, EIO}}));
+        const auto document = MakeDocument({}, copy, rehearsal);
+        if (document) return corekit::Cbor(*document);
+        const std::string text = document.error().text.Utf8();
+        return text == "The preview failed: " + copy.Layers().front().lower + ": Input/output error."
+                   ? "as expected"
+                   : text;
+    };
+    EXPECT_EQ(Rehearse([] { return corekit::Cbor({{"status", 0}}); }, tell, {}).value(), "as expected");
+}
+
+TEST(PreviewDocument, NoPlaceIsInTheWay_WhereNothingWasCopied) {
+    const auto document = DocumentOf({{"status", 0}, {"places", {"/opt"}}});
+    ASSERT_TRUE(document);
+    EXPECT_EQ((*document)["status"], 0);
 }
 
 /// The text at an address of another process.
