@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "preview/Mounts.h"
+#include "tests/support/AsUser.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/InChild.h"
 #include "tests/support/Mount.h"
@@ -58,6 +59,19 @@ TEST(Mounts, MountsThatOthersCoverAreLeftOut) {
     EXPECT_EQ(std::ranges::count(mounts, place + "/below", &Mount::point), 0);
     EXPECT_TRUE(std::ranges::is_sorted(mounts, {}, &Mount::point));
     EXPECT_EQ(mounts.front().point, "/");
+}
+
+TEST(Mounts, AMountWhoseDirectoryMayNotBeSearchedIsLeftOut) {
+    const testfiles::TempDir dir;  // the user's alone
+    const auto own = testsupport::Mount::Tmpfs(dir / "own");
+    const auto timesSeen = [&] {
+        std::vector<Mount> mounts;
+        EXPECT_TRUE(ReadVisibleMounts(mounts));
+        return std::ranges::count(mounts, dir / "own", &Mount::point);
+    };
+    EXPECT_EQ(timesSeen(), 1);
+    const testsupport::AsUser other(1);
+    EXPECT_EQ(timesSeen(), 0);
 }
 
 TEST(Mounts, AreNotTold_WhenWhichOfThemAreSeenCannotBeAsked) {
