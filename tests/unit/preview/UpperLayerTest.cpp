@@ -72,6 +72,32 @@ TEST_F(UpperLayer, ADirectoryThatIsEmptiedIntoANewOneHasMoved_WhenItGoesItself) 
         << "an entry has another name";
 }
 
+TEST_F(UpperLayer, WhatElseHappensBesideADirectoryThatHasMovedEntryByEntryIsToldAsWell) {
+    EXPECT_THAT(After([] {
+                    fs::create_directory("/opt/t/new");
+                    fs::rename("/opt/t/dir/one", "/opt/t/new/one");
+                    fs::rename("/opt/t/dir/deep", "/opt/t/new/deep");
+                    fs::remove("/opt/t/dir");
+                    Write("/opt/t/added", "");
+                    fs::rename("/opt/t/file", "/opt/t/renamed");
+                    fs::remove("/opt/t/link");
+                    chmod("/opt/t", 0700);
+                }),
+                ElementsAre("change /opt/t", "create /opt/t/added", "move /opt/t/dir -> /opt/t/new (3)",
+                            "move /opt/t/file -> /opt/t/renamed", "remove /opt/t/link"));
+}
+
+TEST_F(UpperLayer, EntriesThatMoveIntoADirectoryThatWasThereHaveMovedEachByItself) {
+    fs::create_directory("/opt/t/other");
+    EXPECT_THAT(After([] {
+                    fs::rename("/opt/t/dir/one", "/opt/t/other/one");
+                    fs::rename("/opt/t/dir/deep", "/opt/t/other/deep");
+                    fs::remove("/opt/t/dir");
+                }),
+                ElementsAre("remove /opt/t/dir", "move /opt/t/dir/deep -> /opt/t/other/deep (1)",
+                            "move /opt/t/dir/one -> /opt/t/other/one"));
+}
+
 TEST_F(UpperLayer, HasNoChange_WhenAllIsAsBefore) {
     EXPECT_THAT(After([] {
                     chmod("/opt/t/file", 0600);
