@@ -1,19 +1,24 @@
 // What code in a copy of the host can see and reach, and how a rehearsal ends.
+#include <atomic>
 #include <chrono>
 #include <csignal>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <iostream>
+#include <poll.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
-#include "corekit/os/Descriptor.h"
+#include "corekit/os/Child.h"
+#include "corekit/os/SystemCall.h"
 #include "preview/Rehearse.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
@@ -86,6 +91,35 @@ TEST(Rehearse, ADaemonHoldsNobodyUp_WhetherItGoesOnWritingOrSaysNothing) {
         };
         EXPECT_EQ(InCopy(code), "done") << daemon;
     }
+}
+
+/// The listener is held up by its audience, which the daemon reads only when the code has ended: then more is
+/// in the pipe than is taken at once.
+TEST(Rehearse, AllThatTheCodeSaidIsKept_WhereADaemonStaysBehind) {
+    constexpr std::size_t kHeld = std::size_t{4} << 16;
+    auto audience = corekit::OpenPipe().value();
+    ASSERT_GT(fcntl(audience.writer.Get(), F_SETPIPE_SZ, 4096), 0);
+    const auto readUntilEnd = [&](pid_t process) {
+        pollfd end{static_cast<int>(syscall(SYS_pidfd_open, process, 0)), POLLIN, 0};
+        if (poll(&end, 1, -1) != 1) _exit(1);
+        dup2(audience.reader.Get(), STDIN_FILENO);
+        close_range(STDERR_FILENO + 1, ~0U, 0);  // the end for the result among them
+        std::string chunk(4096, '\0');
+        while (read(STDIN_FILENO, chunk.data(), chunk.size()) > 0) continue;
+        _exit(0);
+    };
+    const auto code = [&] {
+        const std::string text(kHeld, 'x');
+        const bool isLarger = fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 2 * kHeld) > 0;
+        const bool isWritten = isLarger && corekit::WriteAll(STDOUT_FILENO, text);
+        const pid_t self = getpid();
+        if (fork() == 0) readUntilEnd(self);
+        return isWritten ? std::string() : std::string("not written");
+    };
+    const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
+        return std::to_string(run.output.size()) + " " + run.result;
+    };
+    EXPECT_EQ(Rehearse(code, tell, {.terminal = audience.writer.Get()}).value(), std::to_string(kHeld) + " ");
 }
 
 TEST(Rehearse, NoProcessOfTheHostCanBeSeenOrSignalled) {
@@ -301,6 +335,42 @@ TEST(Rehearse, Fails_WhenItsProcessEnds) {
     EXPECT_EQ(told.error().text, L"The preview failed: its process was ended by a signal.");
 }
 
+TEST(Rehearse, FailsWithTheReason_WhenTheCodeGetsNoProcess) {
+    testsupport::InChild([] {
+        testsupport::JudgeCalls({SYS_clone},
+                                [count = 0](const seccomp_notif&) mutable -> testsupport::Verdict {
+                                    return ++count == 1 ? std::nullopt : testsupport::Verdict(-EAGAIN);
+                                });
+        EXPECT_EQ(InCopy([] { return std::string("run"); }),
+                  "failed: The preview failed: fork: Resource temporarily unavailable.");
+        return 0;
+    });
+}
+
+/// It is killed when the first process asks to be ended with it.
+TEST(Rehearse, RunsNothing_WhenWhoeverAskedForItHasEnded) {
+    testsupport::InChild([] {
+        auto run = corekit::OpenPipe().value();
+        std::atomic<pid_t> maker = 0;
+        std::atomic<bool> hasEnded = false;
+        testsupport::JudgeCalls({SYS_prctl}, [&](const seccomp_notif&) -> testsupport::Verdict {
+            while (maker == 0) std::this_thread::yield();
+            if (!hasEnded) hasEnded = kill(maker, SIGKILL) == 0 && waitpid(maker, nullptr, 0) == maker;
+            return std::nullopt;
+        });
+        const pid_t child = fork();
+        if (child == 0) {
+            InCopy([&] { return std::string(write(run.writer.Get(), "run", 3) == 3 ? "run" : ""); });
+            _exit(0);
+        }
+        maker = child;
+        run.writer = corekit::Descriptor();
+        EXPECT_EQ(corekit::ReadAll(run.reader.Get(), 100).value(), "");
+        EXPECT_TRUE(hasEnded);
+        return 0;
+    });
+}
+
 TEST(Rehearse, FailsWithTheReason_WhenTheCodeCannotBeRunInTheCopy) {
     testsupport::WithFailing({{SYS_chroot, EIO}}, [] {
         EXPECT_EQ(InCopy([] { return std::string("run"); }),
@@ -381,7 +451,7 @@ TEST(Rehearse, StaysInAChangedRoot_WhateverFails) {
         if (chroot(root.Path().c_str()) != 0 || chdir("/") != 0) return 2;
         return RunOrRefusal();
     };
-    const std::vector<int> calls = {SYS_openat, SYS_setns, SYS_fchdir, SYS_mount};
+    const std::vector<int> calls = {SYS_openat, SYS_setns, SYS_fchdir, SYS_chroot, SYS_mount};
     const int failed = testsupport::FailInTurn(
         calls, EIO, [] {}, rehearse,
         [&](int) {
