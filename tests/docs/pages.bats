@@ -22,7 +22,7 @@ setup() {
 @test "every page fits 80 columns" {
     local page
     for page in $(pages_of_project); do
-        MANWIDTH=80 LC_ALL=C.UTF-8 man "$page" | col -bx >"$BATS_TEST_TMPDIR/text"
+        MANWIDTH=80 LC_ALL=C.UTF-8 man "$page" | LC_ALL=C.UTF-8 col -bx >"$BATS_TEST_TMPDIR/text"
         [ "$(LC_ALL=C.UTF-8 wc -L <"$BATS_TEST_TMPDIR/text")" -le 80 ]
         [ "$(wc -l <"$BATS_TEST_TMPDIR/text")" -gt 20 ]
     done
