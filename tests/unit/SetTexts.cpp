@@ -5,6 +5,9 @@
 
 namespace {
 
+// While the stack is still as it was: before main.
+[[maybe_unused]] const char made = std::use_facet<std::ctype<char>>(std::locale::classic()).widen('0');
+
 XML_CharacterDataHandler original = nullptr;  // the program has one
 
 void HandOver(void* self, const char* text, int length) {
