@@ -285,6 +285,7 @@ TEST_F(TakenUp, NothingIs_WhereTheVersionCannotBeUpgraded) {
     for (const auto& [major, minor] : {std::pair("9", "0"), std::pair("5", "5")}) {
         WriteSaved(major, minor);
         EXPECT_EQ(IsTaken(), false) << major;
+        EXPECT_FALSE(m_unanswered.IsSet(L"KSName")) << major;
         EXPECT_FALSE(m_unanswered.IsSet(L"Upgrade")) << major;
         EXPECT_EQ(m_run.installed, nullptr) << major;
     }
