@@ -35,7 +35,7 @@ class InstalledValues : public testing::Test {
         ApplyEnvironmentOverrides(*m_settings);
         if (!xml.empty()) {
             const std::string document = "<KSAgentConfiguration>" + xml + "</KSAgentConfiguration>";
-            m_settings->Merge(*ReadXmlConfig(BasicXml(std::string(document)), L"/tmp/x.xml"));
+            m_settings->Merge(*ReadXmlConfig(BasicXml(document), L"/tmp/x.xml"));
         }
         MergeInstalledValues(*m_settings, m_installed, xml.empty() ? XmlFile::None : XmlFile::Loaded);
     }
