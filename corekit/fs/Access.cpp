@@ -9,7 +9,6 @@
 #include <linux/stat.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
-#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include "corekit/fs/File.h"
@@ -33,12 +32,6 @@ String DirectoryOf(const String& path) {
     return directory.IsEmpty() ? String(L".") : directory;
 }
 
-/// What a path leads to, over links that may be followed.
-Expected<struct stat> StatOfTarget(const String& path) {
-    const auto place = ParentDirectory::OfTarget(path);
-    return place ? StatOf(place->Fd(), place->name) : place.error();
-}
-
 /// File systems in which only the kernel makes entries, and the error that everybody else gets. Their
 /// directories look as if root could write to them.
 struct KernelFileSystem {
@@ -53,18 +46,26 @@ constexpr KernelFileSystem kKernelFileSystems[] = {
 /// Fails where no entry can be made in a directory although its mode allows that: in a file system of the
 /// kernel's, and (ENOSPC) in one without any room. What is reserved for root counts as room, and some file
 /// systems count no blocks or no files.
-Result CheckRoom(const String& path) {
-    const auto directory = OpenDirectory(path);
-    if (!directory) return directory.error();
+Result CheckRoom(int directory) {
     struct statfs system {};
-    if (fstatfs(directory->Get(), &system) != 0) return Result::FromErrno();
+    if (fstatfs(directory, &system) != 0) return Result::FromErrno();
     const auto* const row =
         std::ranges::find(kKernelFileSystems, static_cast<long>(system.f_type), &KernelFileSystem::type);
     if (row != std::end(kKernelFileSystems)) return Result(row->error);
-    struct statvfs room {};
-    if (fstatvfs(directory->Get(), &room) != 0) return Result::FromErrno();
-    const bool isFull = (room.f_blocks != 0 && room.f_bfree == 0) || (room.f_files != 0 && room.f_ffree == 0);
+    const bool isFull =
+        (system.f_blocks != 0 && system.f_bfree == 0) || (system.f_files != 0 && system.f_ffree == 0);
     return isFull ? Result(ENOSPC) : Result();
+}
+
+/// Whether this process may make and remove entries in an open directory.
+Result CheckWritable(int directory) {
+    return Outcome(faccessat(directory, ".", W_OK | X_OK, AT_EACCESS));
+}
+
+/// Whether a new entry can be made in an open directory.
+Result CheckTakesEntries(int directory) {
+    const Result writable = CheckWritable(directory);
+    return writable ? CheckRoom(directory) : writable;
 }
 
 /// Fails for an entry that even root cannot replace or remove: a mount point (EBUSY), or an immutable or
@@ -78,12 +79,11 @@ Result CheckNotPinned(const ParentDirectory& place) {
     return isFixed ? Result(EPERM) : Result();
 }
 
-/// Whether an entry can be made in a directory, which may have to be made first.
-Result CheckNewEntry(const String& directory) {
-    if (const Result creatable = CheckCreatableDirectory(directory); !creatable) return creatable;
-    const auto found = StatOfTarget(directory);
-    if (found) return CheckRoom(directory);
-    return found == Result(ENOENT) ? Result() : found.error();
+/// The outcome for a name of a directory that leads somewhere else: a link that leads nowhere is in the way
+/// of a directory.
+Result CheckDirectoryBehind(const String& path) {
+    const Result writable = CheckWritableDirectory(path);
+    return writable == Result(ENOENT) ? Result(EEXIST) : writable;
 }
 
 }  // namespace
@@ -98,20 +98,24 @@ Result CheckWritableDirectory(const String& path) {
 
 Result CheckCreatableDirectory(const String& path) {
     if (path.IsEmpty()) return Result(ENOENT);
-    const String place = WithoutSlashes(path);
-    const auto found = StatOfTarget(place);
-    if (found) return CheckWritableDirectory(place);
-    if (found != Result(ENOENT)) return found.error();
-    // A link that leads nowhere is in the way of a directory.
-    if (!File::CheckNotLink(place)) return Result(EEXIST);
-    return CheckNewEntry(DirectoryOf(place));
+    const String name = WithoutSlashes(path);
+    const auto place = ParentDirectory::Of(name);
+    const Result found = place == Result(EISDIR) ? CheckWritableDirectory(name) : place.Outcome();
+    if (found == Result(ENOENT)) return CheckCreatableDirectory(DirectoryOf(name));
+    if (place == Result(EISDIR)) return found;
+    const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
+    if (info == Result(ENOENT)) return CheckTakesEntries(place->Fd());
+    if (!info) return info.error();
+    return S_ISLNK(info->st_mode) ? CheckDirectoryBehind(name) : CheckWritableDirectory(name);
 }
 
 Result CheckReplaceable(const String& path) {
     const String name = WithoutSlashes(path);
-    if (const Result directory = CheckNewEntry(DirectoryOf(name)); !directory) return directory;
     const auto place = ParentDirectory::Of(name);
-    const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
+    if (place == Result(ENOENT)) return CheckCreatableDirectory(DirectoryOf(name));
+    if (!place) return place.error();
+    if (const Result taking = CheckTakesEntries(place->Fd()); !taking) return taking;
+    const auto info = StatOf(place->Fd(), place->name);
     if (!info) return info == Result(ENOENT) ? Result() : info.error();
     if (S_ISDIR(info->st_mode)) return Result(EISDIR);
     const Result allowed = corekit::CheckReplaceable(place->At(), HostDirectory::Meant);
@@ -123,7 +127,7 @@ Result CheckRemovable(const String& path) {
     const auto place = ParentDirectory::Of(WithoutSlashes(path));
     const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
     if (!info) return IsNotFound(info.error()) ? Result() : info.error();
-    if (faccessat(place->Fd(), ".", W_OK | X_OK, AT_EACCESS) != 0) return Result::FromErrno();
+    if (const Result writable = CheckWritable(place->Fd()); !writable) return writable;
     return CheckNotPinned(*place);
 }
 
