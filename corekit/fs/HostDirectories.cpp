@@ -105,15 +105,27 @@ Result CheckIsNot(const String& path, const struct stat& directory) {
     return IsTransient(found) ? found : Result();
 }
 
+/// EPERM when an entry that a wildcard names leads to the directory. The failure to read concerns the
+/// directory that is judged, not the one that was read.
+Result CheckIsNoneNamed(const wchar_t* place, const String& wildcard, const struct stat& directory) {
+    Result result;
+    const Result read = Dir::Scan(place, wildcard, [&](const FileInfo& entry) {
+        result = CheckIsNot(entry.path, directory);
+        return result.Ok();
+    });
+    return result && IsTransient(read) ? Result(read.Code()) : result;
+}
+
 /// EPERM when one of these entries leads to the directory, over whichever links and mounts.
 Result CheckIsNoneOf(const HostEntries& entries, const struct stat& directory) {
     Result result;
-    const Result read = Dir::Scan(entries.directory, String(), [&](const FileInfo& entry) {
-        if (entries.Hold(entry.name.Utf8())) result = CheckIsNot(entry.path, directory);
-        return result.Ok();
-    });
-    // The failure concerns the directory that is judged, not the one that was read.
-    return result && IsTransient(read) ? Result(read.Code()) : result;
+    for (const char* const pattern : entries.patterns) {
+        const String name = String::FromUtf8(pattern);
+        if (!result) return result;
+        result = name.Contains(L"*") ? CheckIsNoneNamed(entries.directory, name, directory)
+                                     : CheckIsNot(Path::Join(entries.directory, name), directory);
+    }
+    return result;
 }
 
 Result CheckIsNotTheStandards(const struct stat& directory) {
@@ -266,7 +278,7 @@ void ForgetOwn() {
     confinement = Descriptor();
 }
 
-HostNames::HostNames(int directory, HostDirectory hostDirectory) {
+HostNames::HostNames(int directory, HostDirectory hostDirectory, const char* only) {
     const auto info = StatOf(directory);
     m_known = info.Outcome();
     if (!info) return;
@@ -276,7 +288,8 @@ HostNames::HostNames(int directory, HostDirectory hostDirectory) {
         return elsewhere.Code() == EPERM;
     };
     for (const HostEntries& entries : kHostEntries) {
-        if (isHere(entries.directory)) m_entries.push_back(&entries);
+        const bool matters = only == nullptr || entries.Hold(only);
+        if (matters && isHere(entries.directory)) m_entries.push_back(&entries);
     }
     if (hostDirectory == HostDirectory::Meant) return;
     for (const SharedDirectory& shared : kSharedDirectories) {

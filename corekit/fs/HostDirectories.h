@@ -59,7 +59,11 @@ struct HostEntries;
 /// link). Most directories have none.
 class HostNames {
   public:
-    HostNames(int directory, HostDirectory hostDirectory);
+    HostNames(int directory, HostDirectory hostDirectory) : HostNames(directory, hostDirectory, nullptr) {}
+
+    /// Knows nothing of other names than this one, unless it is null: most names are none of the host's in
+    /// any directory.
+    HostNames(int directory, HostDirectory hostDirectory, const char* only);
 
     /// Success for a name that may be written, renamed or removed, EPERM for one of the host's; for every
     /// name the failure to identify the directory, if there was one.
@@ -73,7 +77,8 @@ class HostNames {
 
 /// The same for a single name.
 inline Result CheckReplaceable(const EntryRef& entry, HostDirectory hostDirectory = HostDirectory::Refused) {
-    return HostNames(entry.directory, hostDirectory).Check(entry.name.c_str());
+    const char* const name = entry.name.c_str();
+    return HostNames(entry.directory, hostDirectory, name).Check(name);
 }
 
 }  // namespace corekit

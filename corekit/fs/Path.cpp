@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <optional>
 #include <sys/stat.h>
 
 #include "corekit/fs/Dir.h"
@@ -22,13 +23,11 @@ String Step(const String& place, const String& name) {
     return Canonicalise(next).value_or(next);
 }
 
-/// True if both are one directory, perhaps reached through two mounts. Links are followed whoever owns them:
-/// this only compares.
-bool IsSameDirectory(const String& left, const String& right) {
-    struct stat one {};
-    struct stat other {};
-    return stat(NativePath(left).c_str(), &one) == 0 && stat(NativePath(right).c_str(), &other) == 0 &&
-           S_ISDIR(one.st_mode) && IsSameFile(one, other);
+/// What a path leads to. Links are followed whoever owns them: this is only compared.
+std::optional<struct stat> Look(const String& path) {
+    struct stat info {};
+    if (stat(NativePath(path).c_str(), &info) != 0) return std::nullopt;
+    return info;
 }
 
 }  // namespace
@@ -87,9 +86,12 @@ String Resolve(const String& path) {
 
 bool IsMatch(const String& left, const String& right) {
     if (left.IsEmpty() || right.IsEmpty()) return false;
-    const String one = Resolve(left);
-    const String other = Resolve(right);
-    return one == other || IsSameDirectory(one, other);
+    const auto one = Look(left);
+    const auto other = Look(right);
+    if (!one || !other) return Resolve(left) == Resolve(right);
+    if (!IsSameFile(*one, *other)) return false;
+    // A directory may be reached through two mounts; a file may have two names.
+    return S_ISDIR(one->st_mode) || Resolve(left) == Resolve(right);
 }
 
 bool IsWithin(const String& path, const String& directory) {

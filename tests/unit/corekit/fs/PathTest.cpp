@@ -140,6 +140,14 @@ TEST(PathIsMatch, ComparesWhereThePathsLead) {
     EXPECT_FALSE(Path::IsMatch(dir("real"), dir("")));
 }
 
+TEST(PathIsMatch, IsFalse_ForTwoNamesOfAFile) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "");
+    fs::create_hard_link(dir / "file", dir / "second");
+    EXPECT_FALSE(Path::IsMatch(dir("file"), dir("second")));
+    EXPECT_TRUE(Path::IsMatch(dir("file"), dir("./file")));
+}
+
 TEST(PathIsMatch, ComparesMissingPathsAsText) {
     EXPECT_TRUE(Path::IsMatch(L"/none/a", L"//none//a/"));
     EXPECT_FALSE(Path::IsMatch(L"/none/a", L"/none/ab"));
