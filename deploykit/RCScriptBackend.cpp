@@ -70,10 +70,10 @@ void RunLinkTool(const wchar_t* LinkTool::*action, const String& name) {
 
 /// A tool's status proves nothing: the levels for which it made no link get one here. Directories of levels
 /// that the host does not have are only made where systemd does not start the service.
-Result RegisterLinks(const String& name, const ServiceLevels& levels) {
+Result RegisterLinks(const String& name, const ServiceLevels& levels, bool hasSystemd) {
     if (levels.start.IsEmpty() && levels.stop.IsEmpty()) return Result();
     RunLinkTool(&LinkTool::add, name);
-    if (!SystemdUnit::IsSupported()) RunLevelLinks::MakeDirectories(levels);
+    if (!hasSystemd) RunLevelLinks::MakeDirectories(levels);
     const Result made = RunLevelLinks::Make(name, levels);
     if (RunLevelLinks::AreStartedIn(name, levels.start)) return Result();
     return Worse(made, Result(ENOENT).About(L"/etc/rc" + levels.start.Left(1) + L".d"));
@@ -96,14 +96,14 @@ Result Install(const String& name, const String& templatePath, const String& ins
     const ServiceLevels levels = {SupportedLevels(startLevels), SupportedLevels(stopLevels)};
     const String script = ExpandServiceTemplate(*text, installDir, levels);
     // Links of other levels, from an earlier installation, would count as well.
-    Result result = RunLevelLinks::Remove(name);
+    Result result = RunLevelLinks::Remove(name).Outcome();
     if (result) result = Dir::CreateR(Path::GetDirectory(path));
     if (result) result = File::WriteScript(path, script);
     if (!result) return result;
 
-    const Result byLinks = RegisterLinks(name, levels);
-    const bool isStartedByUnit =
-        SystemdUnit::IsSupported() && SystemdUnit::Install(name, script, levels.start).Ok();
+    const bool hasSystemd = SystemdUnit::IsSupported();
+    const Result byLinks = RegisterLinks(name, levels, hasSystemd);
+    const bool isStartedByUnit = hasSystemd && SystemdUnit::Install(name, script, levels.start).Ok();
     return levels.start.IsEmpty() || isStartedByUnit ? Result() : byLinks;
 }
 
@@ -111,14 +111,14 @@ Result Uninstall(const String& name) {
     if (!IsServiceName(name)) return Result(EINVAL);
     const String script = GetLocation(name);
     const bool hasScript = File::Exists(script);
-    const bool isThere = hasScript || RunLevelLinks::Exist(name) || SystemdUnit::Exists(name);
-    Result result = SystemdUnit::Remove(name);
+    const auto units = SystemdUnit::Remove(name);
     // The tools know a service only as long as its script exists.
     if (hasScript) RunLinkTool(&LinkTool::remove, name);
-    result = Worse(result, RunLevelLinks::Remove(name));
+    const auto links = RunLevelLinks::Remove(name);
+    const Result result = Worse(units.Outcome(), links.Outcome());
     const Result removal = File::Remove(script, corekit::HostDirectory::Meant);
     // Systemd makes a unit of its own from a service script, and keeps it until it reads its units again.
-    if (isThere) SystemdUnit::Reload();
+    if (hasScript || units.value_or(true) || links.value_or(true)) SystemdUnit::Reload();
     return removal.Code() == ENOENT ? result : Worse(result, removal);
 }
 

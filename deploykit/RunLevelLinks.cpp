@@ -100,18 +100,13 @@ void MakeDirectories(const ServiceLevels& levels) {
     }
 }
 
-bool Exist(const String& name) {
-    std::vector<FileInfo> links;
-    Forgive(FindLinks(name, links));  // `Remove` fails where they cannot be read
-    return !links.empty();
-}
-
-Result Remove(const String& name) {
+corekit::Expected<bool> Remove(const String& name) {
     std::vector<FileInfo> links;
     Result result = FindLinks(name, links);
     for (const FileInfo& link : links)
         result = Worse(result, File::Remove(link.path, corekit::HostDirectory::Meant));
-    return result;
+    if (!result) return result;
+    return !links.empty();
 }
 
 }  // namespace deploykit::RunLevelLinks

@@ -44,10 +44,7 @@ corekit::Result Make(const corekit::String& name, const ServiceLevels& levels);
 /// Makes the directories of levels that have none.
 void MakeDirectories(const ServiceLevels& levels);
 
-/// True if the service has a start or stop link in any level.
-bool Exist(const corekit::String& name);
-
-/// Removes every start and stop link of the service; fails if one is left.
-corekit::Result Remove(const corekit::String& name);
+/// Removes every start and stop link of the service, and tells whether there was one. Fails if one is left.
+corekit::Expected<bool> Remove(const corekit::String& name);
 
 }  // namespace deploykit::RunLevelLinks

@@ -137,20 +137,13 @@ Result Install(const String& name, const String& script, const String& startLeve
     return result;
 }
 
-bool Exists(const String& name) {
-    std::vector<FileInfo> links;
-    // Removing the service reads them once more, and fails where they cannot be read.
-    Forgive(FindEnablingLinks(name, links));
-    return HasUnit(name) || !links.empty();
-}
-
 bool IsEnabled(const String& name) {
     std::vector<FileInfo> links;
     Forgive(FindEnablingLinks(name, links));  // a link that is not known enables nothing
     return HasUnit(name) && !links.empty();
 }
 
-Result Remove(const String& name) {
+corekit::Expected<bool> Remove(const String& name) {
     std::vector<FileInfo> links;
     Result result = FindEnablingLinks(name, links);
     std::vector<FileInfo> units;
@@ -158,7 +151,8 @@ Result Remove(const String& name) {
     result = Worse(result, RemoveLinks(links));
     for (const FileInfo& unit : units)
         result = Worse(result, File::Remove(unit.path, corekit::HostDirectory::Meant));
-    return result;
+    if (!result) return result;
+    return !links.empty() || !units.empty();
 }
 
 void Reload() {

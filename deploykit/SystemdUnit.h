@@ -19,15 +19,13 @@ bool IsSupported();
 corekit::Result Install(const corekit::String& name, const corekit::String& script,
                         const corekit::String& startLevels);
 
-/// True if there is a unit of that name which is not masked, or a link that enables it.
-bool Exists(const corekit::String& name);
-
 /// True if there is a unit of that name which is not masked, and a link that enables it.
 bool IsEnabled(const corekit::String& name);
 
-/// Removes the unit and every link that enables it; a mask stays. Fails if something of it is left. Does not
-/// call `Reload`: the caller does when the service script is gone, too.
-corekit::Result Remove(const corekit::String& name);
+/// Removes the unit and every link that enables it, and tells whether there was anything of it; a mask stays.
+/// Fails if something of it is left. Does not call `Reload`: the caller does when the service script is gone,
+/// too.
+corekit::Expected<bool> Remove(const corekit::String& name);
 
 /// Has a running systemd read its units again.
 void Reload();

@@ -116,17 +116,16 @@ TEST_F(SystemdUnitTest, ReloadsARunningSystemd) {
     EXPECT_EQ(m_host.Calls(), "systemctl daemon-reload\nsystemctl daemon-reload\n");
 }
 
-TEST_F(SystemdUnitTest, Exists_AsLongAsItsFileOrALinkDoes) {
-    EXPECT_FALSE(SystemdUnit::Exists(L"agent"));
+TEST_F(SystemdUnitTest, IsToldToHaveBeenThere_WhereItsFileOrALinkWas) {
+    EXPECT_FALSE(SystemdUnit::Remove(L"agent").value());
     ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L""));
-    EXPECT_TRUE(SystemdUnit::Exists(L"agent"));
+    EXPECT_TRUE(SystemdUnit::Remove(L"agent").value());
     ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"5"));
     fs::remove(kUnit);
-    EXPECT_TRUE(SystemdUnit::Exists(L"agent"));
-    ASSERT_TRUE(SystemdUnit::Remove(L"agent"));
-    EXPECT_FALSE(SystemdUnit::Exists(L"agent"));
+    EXPECT_TRUE(SystemdUnit::Remove(L"agent").value());
+    EXPECT_FALSE(SystemdUnit::Remove(L"agent").value());
     fs::create_symlink("/dev/null", kUnit);
-    EXPECT_FALSE(SystemdUnit::Exists(L"agent")) << "a mask is the administrator's";
+    EXPECT_FALSE(SystemdUnit::Remove(L"agent").value()) << "a mask is the administrator's";
 }
 
 TEST_F(SystemdUnitTest, ReloadsNothing_WhereSystemdDoesNotRun) {
@@ -218,7 +217,7 @@ TEST_F(SystemdUnitTest, IsGoneOrFails_WhateverFails) {
         testsupport::kFileCalls, EIO, [] { ASSERT_TRUE(SystemdUnit::Install(L"agent", kScript, L"35")); },
         [] { return SystemdUnit::Remove(L"agent") ? 0 : 1; },
         [](int failed) { EXPECT_TRUE(failed != 0 || !fs::exists(kUnit)); });
-    EXPECT_GE(points, 30);
+    EXPECT_GE(points, 25);
     EXPECT_THAT(UnitFiles(), IsEmpty());
 }
 
