@@ -47,9 +47,9 @@ ClientConfDraft::ClientConfDraft(const String& path, const String& templatePath,
     const IniFile raw(templatePath, text);
     for (const IniFile::Entry& entry : raw.AllEntries()) {
         const auto* const macro = std::ranges::find(kMacros, entry.value, &MacroRow::value);
-        const Source source = macro != std::end(kMacros) ? SourceOf(macro->setting)
-                                                         : Source{Source::Kind::Template, templatePath,
-                                                                  raw.LineOf(entry.section, entry.key)};
+        const Source source = macro != std::end(kMacros)
+                                  ? SourceOf(macro->setting)
+                                  : Source{Source::Kind::Template, templatePath, entry.line};
         m_sources.emplace(std::pair(entry.section, entry.key), source);
     }
 }

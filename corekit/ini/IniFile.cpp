@@ -23,17 +23,17 @@ bool HasOverlongLine(std::string_view bytes) {
     return false;
 }
 
-/// Calls `visit` with each line of the text as it is now.
+/// Calls `visit` with each line of the text as it is now, and its number.
 template <typename Visit>
 void VisitLines(const IniText& text, Visit visit) {
     std::string joined;
     for (const std::string_view piece : text.Pieces()) joined += piece;
     std::string_view rest = joined;
     if (rest.starts_with(EditedText::kByteOrderMark)) rest.remove_prefix(EditedText::kByteOrderMark.size());
-    while (!rest.empty()) {
+    for (std::size_t number = 1; !rest.empty(); ++number) {
         const std::string_view line = rest.substr(0, rest.find('\n'));
         rest.remove_prefix(std::min(line.size() + 1, rest.size()));
-        visit(ParseIniLine(line));
+        visit(ParseIniLine(line), number);
     }
 }
 
@@ -88,17 +88,17 @@ void IniFile::GetEntries(const String& section, Entries& entries) const {
 std::vector<IniFile::Entry> IniFile::AllEntries() const {
     std::vector<Entry> entries;
     String section;
-    VisitLines(*m_text, [&](const IniLine& line) {
+    VisitLines(*m_text, [&](const IniLine& line, std::size_t number) {
         if (line.kind == IniLine::Kind::Section) section = String::FromUtf8(line.name);
         if (line.kind == IniLine::Kind::Entry)
-            entries.push_back({section, String::FromUtf8(line.name), String::FromUtf8(line.value)});
+            entries.push_back({section, String::FromUtf8(line.name), String::FromUtf8(line.value), number});
     });
     return entries;
 }
 
 std::vector<String> IniFile::Values() const {
     std::vector<String> values;
-    VisitLines(*m_text, [&](const IniLine& line) {
+    VisitLines(*m_text, [&](const IniLine& line, std::size_t) {
         if (line.kind == IniLine::Kind::Entry) values.push_back(String::FromUtf8(line.value));
     });
     return values;

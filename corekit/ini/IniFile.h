@@ -67,6 +67,7 @@ class IniFile {
         String section;
         String key;
         String value;
+        std::size_t line = 0;  // its number in the text as it is now
     };
 
     /// All entries of all sections, in the order of the file, those that another one overrides included.
