@@ -66,9 +66,9 @@ class PermissionSetter {
         Note(directory, corekit::Dir::Scan(directory, String(),
                                            [&](const FileInfo& info) { return SkipDirs(info, files); }));
         for (const FileInfo& file : files) {
-            if (!IsSharedIdentifier(file.path))
-                Note(file.path, corekit::File::Chowngrp(file.path, kRootUser, kRootGroup));
-            SetMode(file.path, mode);
+            ChangeUnlessShared(file.path, [&](const String& path) {
+                return corekit::File::Chowngrp(path, kRootUser, kRootGroup, mode);
+            });
         }
     }
 
@@ -77,10 +77,7 @@ class PermissionSetter {
     }
 
     void SetMode(const String& path, mode_t mode) {
-        if (IsSharedIdentifier(path))
-            m_kept.try_emplace(path, L"it has other names");
-        else
-            Note(path, corekit::File::Chmod(path, mode));
+        ChangeUnlessShared(path, [&](const String& file) { return corekit::File::Chmod(file, mode); });
     }
 
     void Tell() const {
@@ -90,6 +87,14 @@ class PermissionSetter {
     }
 
   private:
+    template <typename Change>
+    void ChangeUnlessShared(const String& path, Change&& change) {
+        if (IsSharedIdentifier(path))
+            m_kept.try_emplace(path, L"it has other names");
+        else
+            Note(path, change(path));
+    }
+
     /// Ignores a missing path, and a link, whose target is not the installation's.
     void Note(const String& path, const Result& outcome) {
         if (outcome || IsNotFound(outcome)) return;

@@ -16,15 +16,19 @@ namespace corekit::File {
 namespace {
 
 Expected<struct stat> Follow(const String& path) {
-    const auto place = ParentDirectory::OfTarget(path);
-    if (!place) return place.error().About(path);
-    return StatOf(place->Fd(), place->name).About(path);
+    return StatOfTarget(path).About(path);
 }
 
 /// The place of a path; of "/" and its like the directory itself.
 Expected<ParentDirectory> Find(const String& path) {
     auto place = ParentDirectory::Of(path);
     return place == Result(EISDIR) ? ParentDirectory::OfTarget(path) : std::move(place);
+}
+
+Expected<std::string> ReadRest(const Descriptor& file, const struct stat& info, std::size_t limit) {
+    const auto size = static_cast<std::size_t>(info.st_size);
+    if (size > limit) return Result(EFBIG);
+    return ReadAll(file.Get(), limit, size);
 }
 
 bool IsAccessible(const String& path, int access) {
@@ -79,14 +83,12 @@ Expected<std::string> ReadBytes(const String& path, std::size_t limit) {
     const auto file = OpenRegular(place->Fd(), place->name, Links::Refused);
     if (!file) return file.error().About(path);
     if (const Result only = CheckOnlyName(place->Fd(), file->info); !only) return only.About(path);
-    return ReadBytes(file->file, limit).About(path);
+    return ReadRest(file->file, file->info, limit).About(path);
 }
 
 Expected<std::string> ReadBytes(const Descriptor& file, std::size_t limit) {
     const auto info = StatOf(file.Get());
-    if (!info) return info.error();
-    if (info->st_size > 0 && static_cast<std::size_t>(info->st_size) > limit) return Result(EFBIG);
-    return ReadAll(file.Get(), limit, static_cast<std::size_t>(info->st_size));
+    return info ? ReadRest(file, *info, limit) : info.error();
 }
 
 Expected<String> ReadLink(const String& link) {
@@ -102,9 +104,9 @@ Result Chmod(const String& path, unsigned mode) {
     return (place ? SetMode(place->At(), mode) : place.error()).About(path);
 }
 
-Result Chowngrp(const String& path, unsigned user, unsigned group) {
+Result Chowngrp(const String& path, unsigned user, unsigned group, std::optional<unsigned> mode) {
     const auto place = Find(path);
-    return (place ? SetOwner(place->At(), user, group) : place.error()).About(path);
+    return (place ? SetOwner(place->At(), user, group, mode) : place.error()).About(path);
 }
 
 }  // namespace corekit::File

@@ -1,6 +1,7 @@
 // Files: probing, reading, replacing, copying and removing them.
 #pragma once
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -46,11 +47,11 @@ Expected<std::string> ReadBytes(const String& path, std::size_t limit = kLargest
 /// The rest of a regular file that is open.
 Expected<std::string> ReadBytes(const Descriptor& file, std::size_t limit = kLargestRead);
 
-enum class Attributes { Kept, New };
+enum class Attributes { Kept, KeptButMode, New };
 
 /// How a file is written.
 struct WriteAs {
-    unsigned mode = 0644;                      // of a new file
+    unsigned mode = 0644;                      // of a new file, and unless it is kept
     Attributes attributes = Attributes::Kept;  // New: those of a new file, whoever had the old one
     HostDirectory hostDirectory = HostDirectory::Refused;  // Meant: a file directly in /etc or its like
 };
@@ -106,7 +107,9 @@ Expected<String> ReadLink(const String& link);
 /// Both work on the file itself: a symbolic link is refused (ELOOP), and a file with a second name where
 /// others can write (`kBelongsToOthers`).
 Result Chmod(const String& path, unsigned mode);
-Result Chowngrp(const String& path, unsigned user, unsigned group);
+/// A mode is set as well, also where the owner cannot be given, which is the failure then.
+Result Chowngrp(const String& path, unsigned user, unsigned group,
+                std::optional<unsigned> mode = std::nullopt);
 
 /// Creates an empty file of mode 0600, exclusively, from a pattern that ends in XXXXXX; returns its path.
 Expected<String> MakeTemp(const String& pattern);

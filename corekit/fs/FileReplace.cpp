@@ -18,15 +18,15 @@ namespace corekit::File {
 
 namespace {
 
-/// A new file gets the mode that is asked for; one in the place of a regular file takes over mode, owner and
-/// extended attributes.
-Result SetUpAttributes(int fd, const EntryRef& target, const WriteAs& as) {
-    const auto present = StatOf(target.directory, target.name);
-    if (!present && present != Result(ENOENT)) return present.error();
-    if (!present || !S_ISREG(present->st_mode)) return Outcome(fchmod(fd, as.mode));
-    if (const Result only = CheckOnlyName(target.directory, *present); !only) return only;
-    if (as.attributes == Attributes::New) return Outcome(fchmod(fd, as.mode));
-    return TakeAttributes(fd, target, IfRefused::Fail);
+/// A new file gets the mode that is asked for; one in the place of a regular file takes over what is to be
+/// kept.
+Result SetUpAttributes(const AtomicFile& file, const EntryRef& target, const WriteAs& as) {
+    const auto& old = file.Replaced();
+    if (!old || !S_ISREG(old->st_mode)) return Outcome(fchmod(file.Fd(), as.mode));
+    if (const Result only = CheckOnlyName(target.directory, *old); !only) return only;
+    if (as.attributes == Attributes::New) return Outcome(fchmod(file.Fd(), as.mode));
+    const Result taken = TakeAttributes(file.Fd(), target, IfRefused::Fail);
+    return taken && as.attributes == Attributes::KeptButMode ? Outcome(fchmod(file.Fd(), as.mode)) : taken;
 }
 
 Result ReplaceByLink(const std::string& target, const EntryRef& link) {
@@ -77,15 +77,13 @@ Result WritePieces(const String& path, std::span<const std::string_view> pieces,
     AtomicFile replacement(place->At());
     Result result = replacement.Begin();
     // Mode and owner come before the content, which others must never be able to read.
-    if (result) result = SetUpAttributes(replacement.Fd(), place->At(), as);
+    if (result) result = SetUpAttributes(replacement, place->At(), as);
     if (result) result = WriteTogether(replacement.Fd(), pieces);
     return (result ? replacement.Commit() : result).About(path);
 }
 
 Result WriteScript(const String& path, const String& text) {
-    constexpr unsigned kMode = 0755;
-    const Result result = WriteBytes(path, text.Utf8(), {.mode = kMode});
-    return result ? Chmod(path, kMode) : result;
+    return WriteBytes(path, text.Utf8(), {.mode = 0755, .attributes = Attributes::KeptButMode});
 }
 
 Result Copy(const String& from, const String& to) {

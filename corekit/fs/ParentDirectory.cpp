@@ -131,6 +131,15 @@ Expected<std::string> WalkToTarget(Walk& walk, std::string path) {
     }
 }
 
+Expected<ParentDirectory> WalkToPlace(const std::string& path) {
+    Walk walk;
+    const auto name = WalkToTarget(walk, path);
+    if (!name) return name.error();
+    auto directory = walk.Open();
+    if (!directory) return directory.error();
+    return ParentDirectory{std::move(*directory), name->empty() ? "." : *name};
+}
+
 /// An absolute path that leads over no links, with "." and ".." resolved.
 std::string DotsResolved(const std::string& path) {
     std::string text;
@@ -171,12 +180,18 @@ Expected<ParentDirectory> ParentDirectory::OfTarget(const String& path) {
     } else if (place != Result(EISDIR)) {
         return place;
     }
-    Walk walk;
-    const auto name = WalkToTarget(walk, NativePath(path));
-    if (!name) return name.error();
-    auto directory = walk.Open();
-    if (!directory) return directory.error();
-    return ParentDirectory{std::move(*directory), name->empty() ? "." : *name};
+    return WalkToPlace(NativePath(path));
+}
+
+Expected<struct stat> StatOfTarget(const String& path) {
+    const auto place = ParentDirectory::Of(path);
+    if (!place && place != Result(EISDIR)) return place.error();
+    if (place) {
+        const auto info = StatOf(place->Fd(), place->name);
+        if (!info || !S_ISLNK(info->st_mode)) return info;
+    }
+    const auto target = WalkToPlace(NativePath(path));
+    return target ? StatOf(target->Fd(), target->name) : target.error();
 }
 
 Expected<std::string> CanonicalPath(const std::string& absolute) {

@@ -39,6 +39,9 @@ struct ParentDirectory {
     EntryRef At() const { return {Fd(), name}; }
 };
 
+/// What stands where a path leads to, over links that may be followed. Fails when nothing is there.
+Expected<struct stat> StatOfTarget(const String& path);
+
 /// What a path leads to, over links that may be followed, as a path from the root without links, "." and
 /// "..". Fails when nothing is there.
 Expected<std::string> CanonicalPath(const std::string& absolute);

@@ -19,7 +19,9 @@ AtomicFile::~AtomicFile() {
 
 Result AtomicFile::Begin() {
     const auto present = StatOf(m_target.directory, m_target.name);
-    if (present && S_ISDIR(present->st_mode)) return Result(EISDIR);
+    if (!present && present != Result(ENOENT)) return present.error();
+    if (present) m_replaced = *present;
+    if (m_replaced && S_ISDIR(m_replaced->st_mode)) return Result(EISDIR);
     auto made = MakeBeside(m_target, [&](const std::string& name) {
         auto file = OpenAt(m_target.directory, name, O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, 0600);
         if (file) m_file = std::move(*file);

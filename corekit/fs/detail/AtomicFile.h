@@ -1,7 +1,9 @@
 // A file that is made beside the one it replaces and takes its place in one step.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <sys/stat.h>
 
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/os/Descriptor.h"
@@ -25,6 +27,9 @@ class AtomicFile {
     /// The new file, open for writing.
     int Fd() const { return m_file.Get(); }
 
+    /// What stood in the target's place when the new file was made.
+    const std::optional<struct stat>& Replaced() const { return m_replaced; }
+
     /// Flushes the new file, puts it in the target's place and flushes the directory.
     Result Commit();
 
@@ -33,6 +38,7 @@ class AtomicFile {
     EntryRef m_target;
     std::string m_temporaryName;  // empty: there is none
     Descriptor m_file;
+    std::optional<struct stat> m_replaced;
 };
 
 }  // namespace corekit

@@ -26,22 +26,41 @@ constexpr std::array kAttributeRefusals = {ENOTSUP, EPERM, EACCES};
 constexpr const char* kAccessList = "system.posix_acl_access";
 constexpr std::array kAccessLists = {kAccessList, "system.posix_acl_default"};
 
-/// Opens an entry of any kind with O_PATH, so that nobody can exchange it. Refuses a file that others may
-/// have given a second name here.
-Expected<Descriptor> OpenItself(const EntryRef& entry) {
-    auto file = OpenAt(entry.directory, entry.name, O_PATH | O_NOFOLLOW);
-    if (!file) return file;
+/// Opens an entry so that nobody can exchange it. Refuses a file that others may have given a second name
+/// here.
+Expected<OpenFile> OpenAs(const EntryRef& entry, int flags) {
+    auto file = OpenAt(entry.directory, entry.name, flags | O_NOFOLLOW);
+    if (!file) return file.error();
     const auto info = StatOf(file->Get());
     if (!info) return info.error();
     if (const Result only = CheckOnlyName(entry.directory, *info); !only) return only;
-    return file;
+    return OpenFile{std::move(*file), *info};
 }
 
-Expected<Descriptor> OpenUnlessLink(const EntryRef& entry) {
-    auto file = OpenItself(entry);
-    const auto info = file ? StatOf(file->Get()) : file.error();
+/// Opens an entry of any kind as no more than a name.
+Expected<OpenFile> OpenItself(const EntryRef& entry) {
+    return OpenAs(entry, O_PATH);
+}
+
+/// Opens what is to be changed, never a link. Only a file or directory that may be read is really opened:
+/// that of a device could set it to work.
+Expected<Descriptor> OpenToChange(const EntryRef& entry) {
+    const auto info = StatOf(entry.directory, entry.name);
     if (!info) return info.error();
-    return S_ISLNK(info->st_mode) ? Expected<Descriptor>(Result(ELOOP)) : std::move(file);
+    if (S_ISREG(info->st_mode) || S_ISDIR(info->st_mode)) {
+        auto file = OpenAs(entry, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+        if (file) return std::move(file->file);
+        if (file != Result(EACCES)) return file.error();
+    }
+    auto itself = OpenItself(entry);
+    if (!itself) return itself.error();
+    return S_ISLNK(itself->info.st_mode) ? Expected<Descriptor>(Result(ELOOP)) : std::move(itself->file);
+}
+
+Result GiveMode(const Descriptor& entry, unsigned mode) {
+    const Result given = Outcome(fchmod(entry.Get(), mode));
+    const bool isNameOnly = given == Result(EBADF);
+    return isNameOnly ? Outcome(chmod(ProcPath(entry.Get()).c_str(), mode)) : given;
 }
 
 bool IsAttributeRefusal(const Result& result) {
@@ -67,7 +86,7 @@ struct AttributesOfFile {
 struct AttributesOfEntry {
     std::string path;
 
-    explicit AttributesOfEntry(const Descriptor& entry) : path(ProcPath(entry.Get())) {}
+    explicit AttributesOfEntry(const OpenFile& entry) : path(ProcPath(entry.file.Get())) {}
 
     ssize_t List(char* names, std::size_t size) const { return listxattr(path.c_str(), names, size); }
     ssize_t Get(const char* name, char* value, std::size_t size) const {
@@ -151,22 +170,16 @@ Expected<mode_t> TakeOwner(int fd, const struct stat& model, IfRefused ifRefused
 }  // namespace
 
 Result SetMode(const EntryRef& entry, unsigned mode) {
-    const auto file = OpenUnlessLink(entry);
-    if (!file) return file.error();
-    const auto info = StatOf(file->Get());
-    if (!info) return info.error();
-    if (S_ISREG(info->st_mode) || S_ISDIR(info->st_mode)) {
-        const auto open = OpenAt(entry.directory, entry.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-        const auto opened = open ? StatOf(open->Get()) : open.error();
-        if (opened && IsSameFile(*opened, *info)) return Outcome(fchmod(open->Get(), mode));
-    }
-    return Outcome(chmod(ProcPath(file->Get()).c_str(), mode));
+    const auto file = OpenToChange(entry);
+    return file ? GiveMode(*file, mode) : file.error();
 }
 
-Result SetOwner(const EntryRef& entry, unsigned user, unsigned group) {
-    const auto file = OpenUnlessLink(entry);
+Result SetOwner(const EntryRef& entry, unsigned user, unsigned group, std::optional<unsigned> mode) {
+    const auto file = OpenToChange(entry);
     if (!file) return file.error();
-    return Outcome(fchownat(file->Get(), "", user, group, AT_EMPTY_PATH));
+    const Result owned = Outcome(fchownat(file->Get(), "", user, group, AT_EMPTY_PATH));
+    const Result given = mode ? GiveMode(*file, *mode) : Result();
+    return owned ? given : owned;
 }
 
 Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused) {

@@ -2,6 +2,7 @@
 // to.
 #pragma once
 
+#include <optional>
 #include <sys/stat.h>
 
 #include "corekit/fs/ParentDirectory.h"
@@ -9,9 +10,11 @@
 
 namespace corekit {
 
-/// Both change the entry itself, and refuse a symbolic link (ELOOP).
+/// Both change the entry itself, and refuse a symbolic link (ELOOP). A mode beside the owner is set also
+/// where the owner cannot be given, which is the failure then.
 Result SetMode(const EntryRef& entry, unsigned mode);
-Result SetOwner(const EntryRef& entry, unsigned user, unsigned group);
+Result SetOwner(const EntryRef& entry, unsigned user, unsigned group,
+                std::optional<unsigned> mode = std::nullopt);
 
 enum class IfRefused { Fail, GoOn };
 

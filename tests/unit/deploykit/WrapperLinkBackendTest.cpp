@@ -214,7 +214,7 @@ TEST(WrapperLinkBackend, Fails_WhenAStepFails) {
     const auto clear = [&] { ASSERT_TRUE(agent.Uninstall(agent.LinkDir())); };
     EXPECT_EQ(
         testsupport::FailInTurn({SYS_write, SYS_fchmod, SYS_symlinkat}, EIO, clear, install, expectFailure),
-        4);
+        3);
     EXPECT_EQ(testsupport::FailInTurn(
                   {SYS_unlink, SYS_unlinkat}, EIO, [] {}, uninstall, expectFailure),
               2);

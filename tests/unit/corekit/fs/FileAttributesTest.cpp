@@ -13,6 +13,7 @@
 #include "corekit/fs/detail/FileAttributes.h"
 #include "corekit/os/Descriptor.h"
 #include "corekit/os/SystemCall.h"
+#include "tests/support/AsUser.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/support/PrintResult.h"
@@ -53,6 +54,20 @@ TEST(SetMode, WorksOnFilesThatCannotBeOpened) {
     EXPECT_EQ(testfiles::Mode(dir / "file"), 0711U);
 }
 
+TEST(SetMode, WorksOnAFileThatItsOwnerMayNotRead) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0);
+    fs::permissions(dir.Path(), fs::perms(0755));
+    ASSERT_EQ(chown((dir / "file").c_str(), 12, 34), 0);
+    const Descriptor directory = corekit::OpenDirectory(dir.Path()).value();
+    {
+        const testsupport::AsUser owner(12);
+        EXPECT_EQ(corekit::OpenAt(directory.Get(), "file", O_RDONLY).Outcome(), Result(EACCES));
+        EXPECT_EQ(corekit::SetMode({directory.Get(), "file"}, 0640), Result());
+    }
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0640U);
+}
+
 TEST(SetMode, RefusesLinksWhereverTheyLead) {
     const Workspace dir;
     fs::create_directory(dir / "sub");
@@ -65,7 +80,7 @@ TEST(SetMode, RefusesLinksWhereverTheyLead) {
     EXPECT_EQ(testfiles::Mode(dir / "sub"), 0755U);
 }
 
-TEST(SetMode, ConcernsTheFileThatWasThere_WhenAnotherTakesItsPlace) {
+TEST(SetMode, ConcernsTheFileThatItOpens_WhenThatTakesAnothersPlace) {
     const Workspace dir;
     testfiles::Write(dir / "file", "", 0644);
     testfiles::Write(dir / "other", "", 0644);
@@ -79,8 +94,8 @@ TEST(SetMode, ConcernsTheFileThatWasThere_WhenAnotherTakesItsPlace) {
         EXPECT_TRUE(corekit::SetMode({directory.Get(), "file"}, 0600));
         return 0;
     });
-    EXPECT_EQ(testfiles::Mode(dir / "kept"), 0600U);
-    EXPECT_EQ(testfiles::Mode(dir / "file"), 0644U);
+    EXPECT_EQ(testfiles::Mode(dir / "kept"), 0644U);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0600U);
 }
 
 TEST(TakeOwnerAndMode, FailsOrLeavesOutLentRights_WhereTheOwnerIsRefused) {

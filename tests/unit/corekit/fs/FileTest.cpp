@@ -16,6 +16,7 @@
 using corekit::Result;
 using corekit::String;
 using testsupport::Mount;
+using testsupport::WithFailing;
 using testsupport::Workspace;
 
 namespace File = corekit::File;
@@ -209,4 +210,22 @@ TEST(FileChowngrp, RefusesALink) {
     EXPECT_TRUE(File::Chowngrp(dir("file"), 0, 0));
     EXPECT_EQ(File::Chowngrp(dir("link"), 0, 0), Result(ELOOP));
     EXPECT_EQ(File::Chowngrp(dir("none"), 0, 0), Result(ENOENT));
+}
+
+TEST(FileChowngrp, SetsAModeAsWell_EvenWhereTheOwnerCannotBeGiven) {
+    const Workspace dir;
+    testfiles::Write(dir / "file", "", 0600);
+    EXPECT_TRUE(File::Chowngrp(dir("file"), 12, 34, 0640));
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0640U);
+    struct stat info {};
+    ASSERT_EQ(stat((dir / "file").c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 12U);
+    EXPECT_EQ(info.st_gid, 34U);
+    EXPECT_EQ(
+        WithFailing({{SYS_fchownat, EPERM}}, [&] { return File::Chowngrp(dir("file"), 0, 0, 0444).Code(); }),
+        EPERM);
+    EXPECT_EQ(testfiles::Mode(dir / "file"), 0444U);
+    EXPECT_EQ(
+        WithFailing({{SYS_fchmod, EIO}}, [&] { return File::Chowngrp(dir("file"), 0, 0, 0600).Code(); }),
+        EIO);
 }
