@@ -67,12 +67,6 @@ Result FindUnit(const String& name, std::vector<FileInfo>& units) {
     return FindEntries(kUnitDir, FileName(name), units);
 }
 
-bool HasUnit(const String& name) {
-    std::vector<FileInfo> units;
-    Forgive(FindUnit(name, units));  // as with the links: whoever removes it looks once more
-    return !units.empty();
-}
-
 std::vector<String> TargetsOf(const String& levels) {
     std::vector<String> targets;
     for (const LevelTarget& row : kLevelTargets) {
@@ -138,9 +132,12 @@ Result Install(const String& name, const String& script, const String& startLeve
 }
 
 bool IsEnabled(const String& name) {
+    std::vector<FileInfo> units;
     std::vector<FileInfo> links;
-    Forgive(FindEnablingLinks(name, links));  // a link that is not known enables nothing
-    return HasUnit(name) && !links.empty();
+    // What is not known enables nothing.
+    Forgive(FindUnit(name, units));
+    Forgive(FindEnablingLinks(name, links));
+    return !units.empty() && !links.empty();
 }
 
 corekit::Expected<bool> Remove(const String& name) {

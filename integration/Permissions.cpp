@@ -66,9 +66,8 @@ class PermissionSetter {
         Note(directory, corekit::Dir::Scan(directory, String(),
                                            [&](const FileInfo& info) { return SkipDirs(info, files); }));
         for (const FileInfo& file : files) {
-            ChangeUnlessShared(file.path, [&](const String& path) {
-                return corekit::File::Chowngrp(path, kRootUser, kRootGroup, mode);
-            });
+            if (!KeepsItsOwn(file.path))
+                Note(file.path, corekit::File::Chowngrp(file.path, kRootUser, kRootGroup, mode));
         }
     }
 
@@ -77,7 +76,7 @@ class PermissionSetter {
     }
 
     void SetMode(const String& path, mode_t mode) {
-        ChangeUnlessShared(path, [&](const String& file) { return corekit::File::Chmod(file, mode); });
+        if (!KeepsItsOwn(path)) Note(path, corekit::File::Chmod(path, mode));
     }
 
     void Tell() const {
@@ -87,12 +86,10 @@ class PermissionSetter {
     }
 
   private:
-    template <typename Change>
-    void ChangeUnlessShared(const String& path, Change&& change) {
-        if (IsSharedIdentifier(path))
-            m_kept.try_emplace(path, L"it has other names");
-        else
-            Note(path, change(path));
+    bool KeepsItsOwn(const String& path) {
+        const bool isShared = IsSharedIdentifier(path);
+        if (isShared) m_kept.try_emplace(path, L"it has other names");
+        return isShared;
     }
 
     /// Ignores a missing path, and a link, whose target is not the installation's.

@@ -11,7 +11,6 @@
 #include <sys/statfs.h>
 #include <unistd.h>
 
-#include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
@@ -79,11 +78,16 @@ Result CheckNotPinned(const ParentDirectory& place) {
     return isFixed ? Result(EPERM) : Result();
 }
 
-/// The outcome for a name of a directory that leads somewhere else: a link that leads nowhere is in the way
-/// of a directory.
-Result CheckDirectoryBehind(const String& path) {
-    const Result writable = CheckWritableDirectory(path);
+/// The outcome for a link in a directory's place; one that leads nowhere is in the way.
+Result CheckDirectoryBehind(const String& link) {
+    const Result writable = CheckWritableDirectory(link);
     return writable == Result(ENOENT) ? Result(EEXIST) : writable;
+}
+
+/// The outcome for a directory that lies in one which is missing, or is named by "." or ".." in such a one.
+Result CheckCreatableFromAbove(const String& path) {
+    const String above = DirectoryOf(path);
+    return above == path ? Result(ENOENT) : CheckCreatableDirectory(above);
 }
 
 }  // namespace
@@ -100,9 +104,11 @@ Result CheckCreatableDirectory(const String& path) {
     if (path.IsEmpty()) return Result(ENOENT);
     const String name = WithoutSlashes(path);
     const auto place = ParentDirectory::Of(name);
-    const Result found = place == Result(EISDIR) ? CheckWritableDirectory(name) : place.Outcome();
-    if (found == Result(ENOENT)) return CheckCreatableDirectory(DirectoryOf(name));
-    if (place == Result(EISDIR)) return found;
+    if (place == Result(ENOENT)) return CheckCreatableFromAbove(name);
+    if (place == Result(EISDIR)) {
+        const Result writable = CheckWritableDirectory(name);
+        return writable == Result(ENOENT) ? CheckCreatableFromAbove(name) : writable;
+    }
     const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
     if (info == Result(ENOENT)) return CheckTakesEntries(place->Fd());
     if (!info) return info.error();
@@ -112,7 +118,7 @@ Result CheckCreatableDirectory(const String& path) {
 Result CheckReplaceable(const String& path) {
     const String name = WithoutSlashes(path);
     const auto place = ParentDirectory::Of(name);
-    if (place == Result(ENOENT)) return CheckCreatableDirectory(DirectoryOf(name));
+    if (place == Result(ENOENT)) return CheckCreatableFromAbove(name);
     if (!place) return place.error();
     if (const Result taking = CheckTakesEntries(place->Fd()); !taking) return taking;
     const auto info = StatOf(place->Fd(), place->name);

@@ -105,9 +105,9 @@ Result SymLink(const String& target, const String& link, IfPresent ifPresent = I
 Expected<String> ReadLink(const String& link);
 
 /// Both work on the file itself: a symbolic link is refused (ELOOP), and a file with a second name where
-/// others can write (`kBelongsToOthers`).
+/// others can write (`kBelongsToOthers`). A mode that is given beside the owner is set also where the owner
+/// cannot be, which is the failure then.
 Result Chmod(const String& path, unsigned mode);
-/// A mode is set as well, also where the owner cannot be given, which is the failure then.
 Result Chowngrp(const String& path, unsigned user, unsigned group,
                 std::optional<unsigned> mode = std::nullopt);
 

@@ -22,11 +22,13 @@ namespace {
 /// kept.
 Result SetUpAttributes(const AtomicFile& file, const EntryRef& target, const WriteAs& as) {
     const auto& old = file.Replaced();
-    if (!old || !S_ISREG(old->st_mode)) return Outcome(fchmod(file.Fd(), as.mode));
-    if (const Result only = CheckOnlyName(target.directory, *old); !only) return only;
-    if (as.attributes == Attributes::New) return Outcome(fchmod(file.Fd(), as.mode));
-    const Result taken = TakeAttributes(file.Fd(), target, IfRefused::Fail);
-    return taken && as.attributes == Attributes::KeptButMode ? Outcome(fchmod(file.Fd(), as.mode)) : taken;
+    if (old && S_ISREG(old->st_mode)) {
+        if (const Result only = CheckOnlyName(target.directory, *old); !only) return only;
+        const bool isKept = as.attributes != Attributes::New;
+        const Result taken = isKept ? TakeAttributes(file.Fd(), target, IfRefused::Fail) : Result();
+        if (!taken || as.attributes == Attributes::Kept) return taken;
+    }
+    return Outcome(fchmod(file.Fd(), as.mode));
 }
 
 Result ReplaceByLink(const std::string& target, const EntryRef& link) {

@@ -120,10 +120,10 @@ Result CheckIsNoneNamed(const wchar_t* place, const String& wildcard, const stru
 Result CheckIsNoneOf(const HostEntries& entries, const struct stat& directory) {
     Result result;
     for (const char* const pattern : entries.patterns) {
+        if (!result) break;
         const String name = String::FromUtf8(pattern);
-        if (!result) return result;
-        result = name.Contains(L"*") ? CheckIsNoneNamed(entries.directory, name, directory)
-                                     : CheckIsNot(Path::Join(entries.directory, name), directory);
+        result = HasWildcard(pattern) ? CheckIsNoneNamed(entries.directory, name, directory)
+                                      : CheckIsNot(Path::Join(entries.directory, name), directory);
     }
     return result;
 }
@@ -295,6 +295,11 @@ HostNames::HostNames(int directory, HostDirectory hostDirectory, const char* onl
     for (const SharedDirectory& shared : kSharedDirectories) {
         if (shared.use == Use::Packages && isHere(shared.path)) m_shared = shared.path;
     }
+}
+
+Result CheckReplaceable(const EntryRef& entry, HostDirectory hostDirectory) {
+    const char* const name = entry.name.c_str();
+    return HostNames(entry.directory, hostDirectory, name).Check(name);
 }
 
 Result HostNames::Check(const char* name) const {

@@ -61,24 +61,23 @@ class HostNames {
   public:
     HostNames(int directory, HostDirectory hostDirectory) : HostNames(directory, hostDirectory, nullptr) {}
 
-    /// Knows nothing of other names than this one, unless it is null: most names are none of the host's in
-    /// any directory.
-    HostNames(int directory, HostDirectory hostDirectory, const char* only);
-
     /// Success for a name that may be written, renamed or removed, EPERM for one of the host's; for every
     /// name the failure to identify the directory, if there was one.
     Result Check(const char* name) const;
 
   private:
+    friend Result CheckReplaceable(const EntryRef& entry, HostDirectory hostDirectory);
+
+    /// Knows of no other name than `only`, unless that is null: most names are the host's in no directory,
+    /// and then none is looked at for them.
+    HostNames(int directory, HostDirectory hostDirectory, const char* only);
+
     Result m_known;
     std::vector<const HostEntries*> m_entries;
     const wchar_t* m_shared = nullptr;  // the directory, where packages share it
 };
 
 /// The same for a single name.
-inline Result CheckReplaceable(const EntryRef& entry, HostDirectory hostDirectory = HostDirectory::Refused) {
-    const char* const name = entry.name.c_str();
-    return HostNames(entry.directory, hostDirectory, name).Check(name);
-}
+Result CheckReplaceable(const EntryRef& entry, HostDirectory hostDirectory = HostDirectory::Refused);
 
 }  // namespace corekit

@@ -23,6 +23,10 @@ String Step(const String& place, const String& name) {
     return Canonicalise(next).value_or(next);
 }
 
+String WithoutSlashes(const String& path) {
+    return path.Left(path.View().find_last_not_of(L'/') + 1);  // 0 for slashes alone
+}
+
 /// What a path leads to. Links are followed whoever owns them: this is only compared.
 std::optional<struct stat> Look(const String& path) {
     struct stat info {};
@@ -86,6 +90,7 @@ String Resolve(const String& path) {
 
 bool IsMatch(const String& left, const String& right) {
     if (left.IsEmpty() || right.IsEmpty()) return false;
+    if (WithoutSlashes(left) == WithoutSlashes(right)) return true;
     const auto one = Look(left);
     const auto other = Look(right);
     if (!one || !other) return Resolve(left) == Resolve(right);
@@ -111,9 +116,8 @@ bool AncestorChain::IsWithin(const AncestorChain& directory) const {
 }
 
 AncestorChain::Level::Level(const String& resolved) : path(resolved) {
-    struct stat info {};
-    if (stat(NativePath(path).c_str(), &info) == 0 && S_ISDIR(info.st_mode))
-        directory.emplace(info.st_dev, info.st_ino);
+    if (const auto info = Look(path); info && S_ISDIR(info->st_mode))
+        directory.emplace(info->st_dev, info->st_ino);
 }
 
 bool AncestorChain::Level::operator==(const Level& other) const {

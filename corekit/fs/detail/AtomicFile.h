@@ -21,13 +21,14 @@ class AtomicFile {
     AtomicFile(const AtomicFile&) = delete;
     AtomicFile& operator=(const AtomicFile&) = delete;
 
-    /// Makes the new file, empty, of mode 0600. A directory in the target's place is refused (EISDIR).
+    /// Makes the new file, empty, of mode 0600. A directory in the target's place is refused (EISDIR); fails
+    /// as well when it cannot be told what stands there.
     Result Begin();
 
     /// The new file, open for writing.
     int Fd() const { return m_file.Get(); }
 
-    /// What stood in the target's place when the new file was made.
+    /// What stood in the target's place before the new file was made, if anything did.
     const std::optional<struct stat>& Replaced() const { return m_replaced; }
 
     /// Flushes the new file, puts it in the target's place and flushes the directory.

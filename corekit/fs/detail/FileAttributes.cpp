@@ -42,15 +42,14 @@ Expected<OpenFile> OpenItself(const EntryRef& entry) {
     return OpenAs(entry, O_PATH);
 }
 
-/// Opens what is to be changed, never a link. Only a file or directory that may be read is really opened:
-/// that of a device could set it to work.
+/// Opens what is to be changed, never a link. Only a file or a directory is opened for reading: opening a
+/// device could set it to work. What cannot be read is opened as a name.
 Expected<Descriptor> OpenToChange(const EntryRef& entry) {
     const auto info = StatOf(entry.directory, entry.name);
     if (!info) return info.error();
     if (S_ISREG(info->st_mode) || S_ISDIR(info->st_mode)) {
         auto file = OpenAs(entry, O_RDONLY | O_NONBLOCK | O_NOCTTY);
         if (file) return std::move(file->file);
-        if (file != Result(EACCES)) return file.error();
     }
     auto itself = OpenItself(entry);
     if (!itself) return itself.error();
@@ -209,8 +208,8 @@ Result TakeAttributes(int fd, int model, IfRefused ifRefused) {
 }
 
 Result TakeAttributes(int fd, const EntryRef& model, IfRefused ifRefused) {
-    const auto file = OpenAt(model.directory, model.name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
-    return file ? TakeAttributes(fd, file->Get(), ifRefused) : file.error();
+    const auto file = OpenAs(model, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    return file ? TakeAttributes(fd, file->file.Get(), ifRefused) : file.error();
 }
 
 Result TakeExtendedAttributes(const EntryRef& entry, const EntryRef& model) {

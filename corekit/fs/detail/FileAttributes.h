@@ -10,8 +10,8 @@
 
 namespace corekit {
 
-/// Both change the entry itself, and refuse a symbolic link (ELOOP). A mode beside the owner is set also
-/// where the owner cannot be given, which is the failure then.
+/// Both change the entry itself, and refuse a symbolic link (ELOOP). A mode that is given beside the owner is
+/// set also where the owner cannot be, which is the failure then.
 Result SetMode(const EntryRef& entry, unsigned mode);
 Result SetOwner(const EntryRef& entry, unsigned user, unsigned group,
                 std::optional<unsigned> mode = std::nullopt);
@@ -26,7 +26,8 @@ Result TakeOwnerAndMode(int fd, const struct stat& model, IfRefused ifRefused);
 /// access control lists, security labels, and what users attach. At no time may anybody do more with it than
 /// with the model: a list that it has from its directory goes, where the model has none, and where a list
 /// cannot be given, the group loses its rights. Other attributes that the file system or the kernel does not
-/// let this process set are left out, and those that the file has already are not set again.
+/// let this process set are left out, and those that the file has already are not set again. A model with a
+/// second name where others can write is refused (`kBelongsToOthers`).
 Result TakeAttributes(int fd, int model, IfRefused ifRefused);
 Result TakeAttributes(int fd, const EntryRef& model, IfRefused ifRefused);
 

@@ -1,8 +1,10 @@
 // Services uninstalled from hosts of every kind.
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <sys/syscall.h>
 
 #include "deploykit/RCScriptBackend.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
 #include "tests/unit/deploykit/RCScriptFixture.h"
 
@@ -60,6 +62,16 @@ TEST_F(RCScriptBackendTest, UninstallRemovesTheUnitAfterSystemctlIsGone) {
     fs::create_directories("/run/systemd/system");
     EXPECT_TRUE(Backend::Uninstall(L"agent"));
     EXPECT_TRUE(fs::is_empty("/etc/systemd/system"));
+}
+
+TEST_F(RCScriptBackendTest, UninstallReloadsSystemd_WhereItCannotTellWhatWasThere) {
+    m_host.AddTool("systemctl");
+    fs::create_directories("/run/systemd/system");
+    fs::create_directories("/etc/systemd/system/multi-user.target.wants");
+    const int status = testsupport::WithFailing({{SYS_getdents64, EIO}},
+                                                [] { return Backend::Uninstall(L"agent") ? 0 : 1; });
+    EXPECT_EQ(status, 1);
+    EXPECT_EQ(m_host.Calls(), "systemctl daemon-reload\n");
 }
 
 TEST_F(RCScriptBackendTest, UninstallReloadsSystemd_WhenTheLastOfTheServiceIsGone) {

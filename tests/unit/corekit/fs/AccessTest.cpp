@@ -85,7 +85,7 @@ TEST_F(AccessChecks, FindNoRoomOnAFullDisk_WhateverFails) {
         {SYS_openat2, SYS_newfstatat, SYS_faccessat2, SYS_fstatfs}, EIO, [] {},
         [&] { return Access::CheckReplaceable(At("full/other")) ? 1 : 0; },
         [](int isAllowed) { EXPECT_EQ(isAllowed, 0); });
-    EXPECT_EQ(points, 3);
+    EXPECT_GE(points, 3);
 }
 
 TEST_F(AccessChecks, TakeAFileSystemThatCountsNothingForOneWithRoom) {

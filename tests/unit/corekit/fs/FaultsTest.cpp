@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 #include "corekit/fs/Dir.h"
@@ -201,13 +202,20 @@ TEST(Faults, AModeIsSetOrThatIsAFailure) {
     EXPECT_GE(points, 3);
 }
 
-TEST(Faults, AnOwnerThatCannotBeSetIsAFailure) {
+TEST(Faults, AnOwnerIsSetOrThatIsAFailure) {
     const Workspace dir;
-    Write(dir / "file", "x");
-    const auto own = [&] { return File::Chowngrp(dir("file"), 0, 0).Code(); };
-    EXPECT_GE(FailInTurn(
-                  kFileCalls, EIO, [] {}, own, [](int result) { EXPECT_EQ(result, EIO); }),
-              2);
+    const auto prepare = [&] {
+        Write(dir / "file", "x", 0600);
+        ASSERT_EQ(chown((dir / "file").c_str(), 12, 34), 0);
+    };
+    const int points = FailInTurn(
+        kFileCalls, EIO, prepare, [&] { return File::Chowngrp(dir("file"), 0, 0, 0640).Code(); },
+        [&](int result) {
+            struct stat info {};
+            ASSERT_EQ(stat((dir / "file").c_str(), &info), 0);
+            EXPECT_EQ(result == 0, info.st_uid == 0 && info.st_gid == 0 && (info.st_mode & 07777) == 0640);
+        });
+    EXPECT_GE(points, 5);
 }
 
 TEST(Faults, WhatIsReadIsWholeOrAFailure) {

@@ -217,6 +217,20 @@ TEST(FileWriteScript, MakesAScriptExecutable_WhateverStoodThere) {
     EXPECT_EQ(File::WriteScript(dir("none/script"), L""), Result(ENOENT));
 }
 
+TEST(FileWriteScript, KeepsTheOwnerAndTheAttributesOfAnOldOne) {
+    const Workspace dir;
+    testfiles::Write(dir / "old", "old", 0600);
+    ASSERT_EQ(chown((dir / "old").c_str(), 12, 34), 0);
+    testfiles::SetAttribute(dir / "old", "trusted.mark", "x");
+    EXPECT_TRUE(File::WriteScript(dir("old"), L"new"));
+    struct stat info {};
+    ASSERT_EQ(stat((dir / "old").c_str(), &info), 0);
+    EXPECT_EQ(info.st_uid, 12U);
+    EXPECT_EQ(info.st_gid, 34U);
+    EXPECT_EQ(info.st_mode & 07777U, 0755U);
+    EXPECT_EQ(testfiles::Attribute(dir / "old", "trusted.mark"), "x");
+}
+
 TEST(FileCopy, CopiesContentAndModeInOneStep) {
     const Workspace dir;
     testfiles::Write(dir / "from", std::string(200000, 'x'), 0751);

@@ -2,8 +2,10 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <sys/syscall.h>
 
 #include "corekit/fs/Path.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
@@ -138,6 +140,11 @@ TEST(PathIsMatch, ComparesWhereThePathsLead) {
     EXPECT_TRUE(Path::IsMatch(dir("real/file"), dir("link/alias")));
     EXPECT_FALSE(Path::IsMatch(dir("real"), dir("real/file")));
     EXPECT_FALSE(Path::IsMatch(dir("real"), dir("")));
+}
+
+TEST(PathIsMatch, IsTrueForTheSameText_WhateverFails) {
+    const auto isMatch = [] { return Path::IsMatch(L"/usr", L"/usr//") ? 1 : 0; };
+    EXPECT_EQ(testsupport::WithFailing({{SYS_newfstatat, EIO}, {SYS_openat2, EIO}}, isMatch), 1);
 }
 
 TEST(PathIsMatch, IsFalse_ForTwoNamesOfAFile) {
