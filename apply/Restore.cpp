@@ -215,9 +215,11 @@ Result Restorer::PutBack(const SavedEntry& entry) {
     const auto now = Preview::ReadState(entry.path);
     if (!now) return IsNotFound(now.error()) ? Result() : now.error();
     Result result;
-    if (!IsSameAccess(*now, entry.state))
+    const bool hasOtherAccess = !IsSameAccess(*now, entry.state);
+    if (hasOtherAccess)
         result = Keeping::SetAccess(place, entry.state.mode, entry.state.uid, entry.state.gid);
-    if (result && now->attributes != entry.state.attributes)
+    // Changing the owner clears the capabilities of a program.
+    if (result && (hasOtherAccess || now->attributes != entry.state.attributes))
         result = Keeping::SetAttributes(place, entry.state.attributes);
     for (const auto& [name, value] : now->attributes) {
         if (result && !entry.state.attributes.contains(name)) result = Keeping::RemoveAttribute(place, name);

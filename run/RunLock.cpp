@@ -25,6 +25,8 @@ namespace {
 constexpr const wchar_t* kPlaces[] = {L"/run", L"/var/lock", L"/etc"};
 constexpr std::size_t kLongestTable = 1 << 24;
 constexpr const char* kFileName = "qdn-configure.lock";
+// More runs than ever end between our opening of the file and the look whether it is still there.
+constexpr int kMostTries = 1000;
 
 /// A directory where nobody else can make or take away anything; none otherwise.
 Descriptor OpenOwnDirectory(const String& path) {
@@ -81,7 +83,9 @@ bool RunLock::TryIn(const String& path) {
     const Descriptor directory = OpenOwnDirectory(path);
     if (!directory) return false;
     const corekit::SignalBlock untilItIsOwned;
-    while (Descriptor file = OpenLockFile(directory)) {
+    for (int tries = 0; tries < kMostTries; ++tries) {
+        Descriptor file = OpenLockFile(directory);
+        if (!file) return false;
         if (corekit::Uninterrupted([&] { return flock(file.Get(), LOCK_EX | LOCK_NB); }) != 0) {
             m_isTaken = errno == EWOULDBLOCK;
             return m_isTaken;

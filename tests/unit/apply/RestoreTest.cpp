@@ -137,6 +137,18 @@ TEST_F(Restoring, DirectoriesThatWereRemovedHaveTheirAttributesBack) {
     }
 }
 
+TEST_F(Restoring, AProgramHasItsOwnerBack_AndKeepsItsCapabilities) {
+    using namespace std::string_literals;
+    const std::string capabilities =
+        "\x01\0\0\x02\0\x04\0\0\0\0\0\0\0\0\0\0\0\0\0\0"s;  // cap_net_bind_service=ep
+    testfiles::SetAttribute("/opt/t/file", "security.capability", capabilities);
+    Saved({{"/opt/t/file", Touch::Replace}});
+    ASSERT_EQ(chown("/opt/t/file", 12, 34), 0);
+    testfiles::SetAttribute("/opt/t/file", "security.capability", capabilities);
+    ExpectPutBack();
+    EXPECT_EQ(testfiles::Attribute("/opt/t/file", "security.capability"), capabilities);
+}
+
 TEST_F(Restoring, AttributesThatWereChangedAddedOrRemovedAreBack) {
     testfiles::SetAttribute("/opt/t/dir", "user.changed", "old");
     testfiles::SetAttribute("/opt/t/dir", "user.removed", "old");

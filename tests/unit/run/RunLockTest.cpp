@@ -166,6 +166,18 @@ TEST(RunLock, CountsAsFree_WhenTheFileSystemKnowsNoLocks) {
     EXPECT_EQ(testsupport::WithFailing({{SYS_flock, ENOLCK}}, [] { return RunLock().IsTaken() ? 1 : 0; }), 0);
 }
 
+TEST(RunLock, CountsAsFree_WhenItCannotBeSeenWhetherItsFileIsStillThere) {
+    EXPECT_EQ(testsupport::InChild([] {
+                  const auto isOfTheName = [](const seccomp_notif& call) -> testsupport::Verdict {
+                      return (call.data.args[3] & AT_SYMLINK_NOFOLLOW) != 0 ? testsupport::Verdict(-EIO)
+                                                                            : std::nullopt;
+                  };
+                  testsupport::JudgeCalls({SYS_newfstatat}, isOfTheName);
+                  return RunLock().IsTaken() ? 1 : 0;
+              }),
+              0);
+}
+
 TEST(RunLock, CountsAsFree_WhateverFails) {
     const int points = testsupport::FailInTurn(
         {SYS_newfstatat, SYS_fstat, SYS_openat, SYS_flock}, EIO, [] {},
