@@ -65,6 +65,22 @@ TEST_F(AccessChecks, AllowADirectoryThatCanBeWrittenTo) {
     EXPECT_EQ(Access::CheckWritableDirectory(String()).Code(), ENOENT);
 }
 
+TEST_F(AccessChecks, FindTheRootThere_HoweverItIsSpelled) {
+    const Result writable = Access::CheckWritableDirectory(L"/");
+    for (const wchar_t* path : {L"/", L"//", L"/.", L"/.."})
+        EXPECT_EQ(Access::CheckCreatableDirectory(path), writable);
+    EXPECT_EQ(Access::CheckReplaceable(L"/"), Result(EISDIR));
+}
+
+TEST_F(AccessChecks, EndWhereEvenTheCurrentDirectoryIsMissing) {
+    for (const wchar_t* path : {L"a", L".", L"a/b"}) {
+        const int code = testsupport::WithFailing({{SYS_openat, ENOENT}, {SYS_openat2, ENOENT}}, [&] {
+            return Access::CheckCreatableDirectory(path).Code();
+        });
+        EXPECT_EQ(code, ENOENT);
+    }
+}
+
 TEST_F(AccessChecks, FailOnAFullDisk) {
     const Mounted full(m_dir / "full", 0, "size=4k");
     EXPECT_TRUE(Access::CheckWritableDirectory(At("full")));
