@@ -73,6 +73,9 @@ TEST(XmlCheck, WarnsOfWhatStandsInAWrongPlaceOrTwice) {
                   Warning("1:23", "KSAgentConfiguration stands there twice: the first one counts"));
     EXPECT_EQ(ToldInRoot("<Frobnicate><Settings/></Frobnicate>"),
               Warning("1:23", "unknown element Frobnicate"));
+    EXPECT_EQ(ToldInRoot("<EventLog><InstallDir>/a</InstallDir></EventLog>"),
+              Warning("1:23", "EventLog belongs in Settings"))
+        << "what is in it has come along";
     EXPECT_EQ(ToldInRoot("text<Settings/>"),
               Warning("1:1", "KSAgentConfiguration \"text\": no text can stand there"));
 }

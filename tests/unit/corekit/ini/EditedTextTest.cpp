@@ -62,6 +62,7 @@ TEST(IniLine, RecognisesEntries) {
         {"a#;[=b", "a#;[", "b"},
         {"a=\"b\"", "a", "\"b\""},
         {"a=b\rc\r", "a", "b\rc"},
+        {"\ra\r=\rb\r \r", "a", "b"},
         {"\xe4=\xff", "\xe4", "\xff"},
         {{"a\0b=c\0d", 7}, {"a\0b", 3}, {"c\0d", 3}},
     };
