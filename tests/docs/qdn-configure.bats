@@ -90,7 +90,8 @@ variables() {
         "$project"/{app,apply,preview,run,settings,config,agents,integration,deploykit,corekit}
 }
 
-# What three runs make: with links for the levels; on an agent that is there; with a unit, and links elsewhere.
+# What runs make: with links for the levels; on an agent that is there; with a unit, and links elsewhere; that cannot move
+# all data; that are killed; and an -apply that fails.
 files_made() {
     export QDN_INSTALL_AUTOSTART=no
     given_the_package
@@ -107,15 +108,68 @@ files_made() {
     qdn_configure -configure -noimode
     expect_status 0
     note_made_files
-    # Only while a run lasts.
-    sources | xargs sed -n 's,.*kTemplate = L"\(/tmp/[^"]*\)".*,\1,p' >>"$desk/made"
+    hide systemctl
+    clear_away "$agent"
+    files_of_a_partial_move
+    files_of_runs_that_fail
+    # It is not looked at.
     echo /run/qdn-configure.lock >>"$desk/made"
+}
+
+# An upgrade to another directory, where an event has the name of another one: by a client.conf in its usual place, and by
+# one that lies elsewhere.
+files_of_a_partial_move() {
+    local conf
+    for conf in "$agent/etc/client.conf" /opt/saved.conf; do
+        given_an_old_agent 6.0SP2
+        [ "$conf" = "$agent/etc/client.conf" ] || mv "$agent/etc/client.conf" "$conf"
+        given_the_package "$elsewhere"
+        mkdir -p "$elsewhere/var/queue"
+        echo "in the way" >"$elsewhere/var/queue/one.kse"
+        QDNCLIENT_CONFIG_FILE=$conf qdn_configure -configure -noimode -dir "$elsewhere"
+        expect_status 0
+        note_made_files
+        clear_away "$elsewhere"
+    done
+}
+
+clear_away() {
+    qdn_configure -clean "$1"
+    expect_status 0
+    rm -rf "$agent" "$elsewhere"
+}
+
+# An -apply whose command fails, and one that is killed; and a configuration that is killed.
+files_of_runs_that_fail() {
+    given_an_old_agent 6.2
+    given_the_package
+    given_a_tool_in_earnest <<END
+rm -f $agent/etc/.unfinished
+mkdir -p $agent/etc/.unfinished
+END
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 1
+    note_made_files
+    given_a_tool_in_earnest <<'END'
+kill -KILL $(pgrep -x qdn-configure.b)
+END
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 137
+    note_made_files
+    given_a_tool_that_kills
+    qdn_configure -configure -noimode
+    expect_status 137
+    note_made_files
 }
 
 # A tool of the host's makes its own directories.
 note_made_files() {
     list_files >"$desk/after"
-    changes | grep -v '^+ d[^ ]* /etc/' | sed -n 's/^+ [^ ]* \([^ ]*\).*/\1/p' | sed "s,^$agent/,,; s,^var/.*,var,; s,^/usr/local/bin/qdn-[^h].*,/usr/bin/qdn-link," >>"$desk/made"
+    changes | grep -v '^+ d[^ ]* /etc/' | sed -n 's/^+ [^ ]* \([^ ]*\).*/\1/p' |
+        sed -e "s,^$agent/,,; s,^$elsewhere/,,; s,^var/.*,var,; s,^/usr/local/bin/qdn-[^h].*,/usr/bin/qdn-link," \
+            -e 's,^\(/var/lib/qdn-configure/failed\|.*/\.qdn-configure-saved\)/.*,\1,' \
+            -e 's,^\(/tmp/\.zorvane-agent-installer\)\.......$,\1.XXXXXX,' \
+            -e 's,^\(/var/lib/qdn-configure\)/\(saved\(/.*\)\?\|stores\|journal\|over\)$,\1,' >>"$desk/made"
 }
 
 @test "the files that it says are made are those that runs make" {

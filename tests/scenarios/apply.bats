@@ -92,17 +92,6 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     expect_missing "$agent" /etc/init.d/zorvane
 }
 
-# in_earnest COMMANDS: a tool for services that is harmless in a rehearsal, which has a network of its own, and runs
-# these commands on the host.
-given_a_tool_in_earnest() {
-    {
-        echo '#!/bin/sh'
-        echo "[ \"\$(readlink /proc/self/ns/net)\" = '$(readlink /proc/self/ns/net)' ] || exit 0"
-        cat
-    } >/usr/sbin/chkconfig
-    chmod 0755 /usr/sbin/chkconfig
-}
-
 # An agent whose process dies after a second when it has to report to bad.example, and which runs now.
 given_a_running_agent() {
     given_the_package

@@ -67,6 +67,17 @@ given_a_tool_that_kills() {
     chmod 0755 /usr/sbin/chkconfig
 }
 
+# given_a_tool_in_earnest <<END: a tool for services that is harmless in a rehearsal, which has a network of its own, and
+# runs these commands on the host.
+given_a_tool_in_earnest() {
+    {
+        echo '#!/bin/sh'
+        echo "[ \"\$(readlink /proc/self/ns/net)\" = '$(readlink /proc/self/ns/net)' ] || exit 0"
+        cat
+    } >/usr/sbin/chkconfig
+    chmod 0755 /usr/sbin/chkconfig
+}
+
 # --- The program
 
 # Runs the program, without a terminal and unless told otherwise without input; keeps both streams, the status, and
