@@ -3,22 +3,24 @@
 
   tests/docs/messages.py PAGE DIRECTORY ...
 
-Prints each message that no item of the page's DIAGNOSTICS explains, each item that no source writes, and each item
-without a cause or a remedy; ends 0 when there are none. A value in a message is "..."; an item that ends in it explains
+Prints each message that no item of the page's DIAGNOSTICS explains, each item that no source writes, each item without a
+cause or a remedy, and each item of a section for messages that are written in another way; ends 0 when there are none. A value in a message is "..."; an item that ends in it explains
 all messages that begin as it does, unless it consists of values only.
 
 A message is an expression with a literal that begins with "WARNING!" or "ERROR:", what is given to Messages::Warn,
 Console::Err or RefuseRunningAgent, a constant that is given to Messages::Tell, or what a step fails with: what Failure
 begins with, or the first argument of Fail, FailAt or FailBecause.
-A constant is looked up. What stands for an empty text is a message as well.
+A constant is looked up. What stands for an empty text is a message as well. What is written after "WARNING!" is a
+warning; after "ERROR:" or below such a line, and what a step fails with, is an error; the rest that goes to standard error
+is a mistake on the command line, and what goes to standard output a refusal.
 """
 import os
 import re
 import sys
 
 LITERAL = re.compile(r'L?"((?:[^"\\]|\\.)*)"')
-CALL = re.compile(r"(?<![\w.])(?:Messages::Warn|Warn|Console::Err|(?:Error::)?Fail|FailAt|FailBecause|FailAbout|RefuseRunningAgent)\s*\("
-                  r"|\bFailure\{|(?<![\w.])Messages::Tell\((?=(?:String\()?k[A-Z])")
+CALL = re.compile(r"(?<![\w.])(Messages::Warn|Warn|Console::Err|Fail|FailAt|FailBecause|FailAbout|RefuseRunningAgent)\s*\("
+                  r"|\b(Failure)\{|(?<![\w.])(Messages::Tell)\((?=(?:String\()?k[A-Z])")
 FALLBACK = re.compile(r'IsEmpty\(\)\s*\?[^"?:]*(?:::[^"?:]*)*"([A-Z][^"]+\.)"')
 # What fails here gives the reason of the warning that a record is not converted.
 REASONS = "agents/carry/StoreRecords.cpp"
@@ -26,6 +28,9 @@ REASONS = "agents/carry/StoreRecords.cpp"
 VALUES_ONLY = {"", "WARNING!"}
 # The step that asks says more than what the questionnaire fails with.
 REPLACED = {"Error reading from standard input"}
+# Where the page explains what these write; what the others are given says itself what it is.
+SECTIONS = {"Messages::Tell": "Refusals", "RefuseRunningAgent": "Refusals", "Fail": "Errors", "FailAt": "Errors",
+            "FailBecause": "Errors", "FailAbout": "Errors", "Failure": "Errors"}
 # What a run begins with.
 BANNER = {"Zorvane Agent for UNIX and Linux Configuration utility"}
 
@@ -90,7 +95,17 @@ def normal(message):
     return re.sub(r"^[.: ]+|[.: ]+$", "", first.removeprefix("ERROR: "))
 
 
+def section_of(writer, message):
+    """The subsection that explains a message, given to a function."""
+    if re.match(r"(\\n| )*WARNING!", message):
+        return "Warnings"
+    if writer in SECTIONS:
+        return SECTIONS[writer]
+    return "Errors" if message.startswith(("ERROR:", "  ")) else "Mistakes on the command line"
+
+
 def messages_of(folders):
+    """(text, subsection that explains it) of each message."""
     codes = list(code_of(folders))
     constants = {}
     for code in codes:
@@ -98,40 +113,52 @@ def messages_of(folders):
             constants[name] = value
     for code in codes:
         for call in CALL.finditer(code):
-            yield message_of(arguments(code, call.end())[0], constants)
-        yield from FALLBACK.findall(code)
+            message = message_of(arguments(code, call.end())[0], constants)
+            if message is not None:
+                yield message, section_of(call.group(1) or call.group(2) or call.group(3), message)
+        yield from ((message, "Errors") for message in FALLBACK.findall(code))
         for statement in re.split(r"[;{}]", CALL.sub("", code)):
             start = re.search(r'(?:String\()?L?"(?:WARNING!|ERROR:)', statement)
             if start:
-                yield message_of(arguments(statement, start.start())[0], constants)
+                message = message_of(arguments(statement, start.start())[0], constants)
+                yield message, section_of("Console::Err", message)
 
 
 def items_of(page):
-    """(text, what is said of it) of each item of DIAGNOSTICS; items one below the other are explained together."""
+    """(text, subsection, what is said of it) of each item of DIAGNOSTICS; items one below the other are explained together."""
     with open(page, encoding="utf-8") as file:
         section = file.read().partition(".Sh DIAGNOSTICS\n")[2].partition("\n.Sh ")[0]
-    waiting = []
-    for item in re.split(r"^\.It ", section, flags=re.M)[1:]:
-        head, _, text = item.partition("\n")
-        text = text.partition("\n.El")[0]
-        waiting.append(re.sub(r'^Li "|"$', "", head).replace('""', '"'))
-        if text.strip():
-            yield from ((head, text) for head in waiting)
-            waiting = []
+    for part in re.split(r"^\.Ss ", section, flags=re.M)[1:]:
+        title, waiting = part.partition("\n")[0], []
+        for item in re.split(r"^\.It ", part, flags=re.M)[1:]:
+            head, _, text = item.partition("\n")
+            text = text.partition("\n.El")[0]
+            waiting.append(re.sub(r'^Li "|"$', "", head).replace('""', '"'))
+            if text.strip():
+                yield from ((head, title, text) for head in waiting)
+                waiting = []
 
 
 def main():
     page, *folders = sys.argv[1:]
-    messages = {normal(text) for text in messages_of(folders) if text is not None} - REPLACED - BANNER - {""}
-    items = dict(items_of(page))
+    messages = {}
+    for text, section in messages_of(folders):
+        messages.setdefault(normal(text), set()).add(section)
+    for text in REPLACED | BANNER | {""}:
+        messages.pop(text, None)
+    items = {item: (section, text) for item, section, text in items_of(page)}
     covered_by = {item: {text for text in messages
                          if text == normal(item) or (item.endswith("...") and normal(item) not in VALUES_ONLY
                                                        and text.startswith(normal(item)))}
                   for item in items}
-    faults = [f"not in the page: {text}" for text in messages - set().union(*covered_by.values())]
+    faults = [f"not in the page: {text}" for text in messages.keys() - set().union(*covered_by.values())]
     faults += [f"written by no source: {item}" for item in items if not covered_by[item]]
-    faults += [f"without a cause or a remedy: {item}" for item, text in items.items()
+    faults += [f"without a cause or a remedy: {item}" for item, (_, text) in items.items()
                if not re.search(r"^[A-Z.].*\n(.*\n)*\.Em Remedy :\n\w", text)]
+    for item, (section, _) in items.items():
+        written = set().union(*(messages[text] for text in covered_by[item]))
+        if covered_by[item] and section not in written:
+            faults.append(f"stands under {section}, not {' or '.join(sorted(written))}: {item}")
     print("\n".join([f"messages: {len(messages)}, items: {len(items)}"] + sorted(faults)))
     sys.exit(1 if faults or not messages else 0)
 

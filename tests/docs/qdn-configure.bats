@@ -65,14 +65,25 @@ variables() {
         <(of_page DESCRIPTION "The record of a run" | items Cm | grep '^QDN_')
 }
 
+# The numbers of the constants that a function returns, or has the record of a run end with.
+returned_constants() {
+    local name number
+    sources | xargs sed -nE 's/.*constexpr unsigned (k[A-Z][A-Za-z]*) = ([0-9]+);.*/\1 \2/p' | sort -u |
+        while read -r name number; do
+            if sources | xargs grep -qE "(return|[^:][?:]|End\() *$name *([;:)]|\$)"; then echo "$number"; fi
+        done
+}
+
 @test "its exit statuses are those that commands return, and each is returned" {
-    sources | xargs sed -n 's/.*constexpr unsigned k\(Success\|Failure\|UsageError\|WouldChange\|NotRunning\|NotConfigured\) = \([0-9]*\);/\2/p' >"$desk/statuses"
+    returned_constants >"$desk/statuses"
     same_lists statuses "$desk/statuses" <(of_page "EXIT STATUS" | sed -n 's/^\.It //p')
     qdn_configure -clean /nowhere
     expect_status 0
     qdn_configure -configure -noimode
     expect_status 1
     given_the_package
+    qdn_configure -preview -exit-code -configure -noimode
+    expect_status 1
     given_plain_xml
     qdn_configure -preview -exit-code -configure -noimode
     expect_status 2
@@ -85,9 +96,35 @@ variables() {
     expect_status 120
 }
 
+@test "what it lists as mistakes on the command line has the status that it says, on a host that stays as it is" {
+    local mistake number count
+    number=$(of_page DIAGNOSTICS "Mistakes on the command line" | sed -n 's/.*the status is \([0-9]*\)\.$/\1/p')
+    count=$(of_page DIAGNOSTICS "Mistakes on the command line" | grep -c '^\.It ')
+    given_the_package
+    given_plain_xml
+    for mistake in "-configure -dir" "-nonsense" "-apply -configure -noimode"; do
+        # shellcheck disable=SC2086 # words
+        qdn_configure $mistake
+        expect_status "$number"
+        head -n 1 "$desk/err" | sed "s/'[^']*'/'...'/" >>"$desk/told"
+        expect_no_changes
+    done
+    [ "$(wc -l <"$desk/told")" -eq "$count" ]
+    while IFS= read -r line; do
+        of_page DIAGNOSTICS "Mistakes on the command line" | grep -qxF ".It Li \"$line\"" || fail "$line is told"
+    done <"$desk/told"
+}
+
+@test "it says how many differences -status names" {
+    local most
+    most=$(sed -n 's/^constexpr std::size_t kMostDifferences = \([0-9]*\);/\1/p' "$project/status/TextReport.cpp")
+    [ -n "$most" ]
+    of_page DESCRIPTION "The state of an agent" | grep -q "names the first $most of them"
+}
+
 @test "it gives the cause and the remedy of every refusal, warning and error that the program writes, and of no others" {
     "$project/tests/docs/messages.py" "$project/docs/qdn-configure.8" \
-        "$project"/{app,apply,preview,run,settings,config,agents,integration,deploykit,corekit}
+        "$project"/{app,apply,preview,status,run,settings,config,agents,integration,deploykit,corekit}
 }
 
 # What runs make: with links for the levels; on an agent that is there; with a unit, and links elsewhere; that cannot move
