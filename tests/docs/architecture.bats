@@ -41,6 +41,15 @@ steps_of() {
     drawing "The road of one run" | sed -E 's/^( *[A-Za-z]+).*/\1/' | diff -u "$BATS_TEST_TMPDIR/steps" -
 }
 
+@test "its road of a package has the functions that the scriptlets call" {
+    local name
+    sed -n 's/^\([a-z_]*\)() {$/\1/p' "$project/packaging/scriptlet-functions" | sort | while read -r name; do
+        if grep -qE "^[^#]*\b$name\b" "$project"/packaging/{rpm,deb}/p*; then echo "$name"; fi
+    done >"$BATS_TEST_TMPDIR/functions"
+    [ "$(wc -l <"$BATS_TEST_TMPDIR/functions")" -gt 4 ]
+    drawing "The road of a package" | sed 's/ .*//' | sort | diff -u "$BATS_TEST_TMPDIR/functions" -
+}
+
 # Words in backticks, and first words of drawings, that are paths.
 @test "every file that a document for developers names is there" {
     local path count=0
@@ -54,10 +63,19 @@ steps_of() {
 
 @test "every link of a document leads to a file" {
     local file link
-    for file in README.md CONTRIBUTING.md docs/architecture.md; do
-        for link in $(grep -oE '\]\([^):]+\)' "$project/$file" | tr -d '])('); do
-            [ -e "$project/$(dirname "$file")/$link" ] || { echo "$file: $link is not there" && return 1; }
+    cd "$project"
+    for file in *.md docs/*.md ansible/*.md; do
+        for link in $(grep -oE '\]\([^):]+\)' "$file" | tr -d '])('); do
+            [ -e "$(dirname "$file")/$link" ] || { echo "$file: $link is not there" && return 1; }
         done
+    done
+}
+
+@test "README.md leads to every document for people" {
+    local file
+    cd "$project"
+    for file in [A-Z]*[A-Z].md LICENSE docs/*.md ansible/README.md; do
+        [ "$file" = README.md ] || grep -qF "]($file)" README.md || { echo "$file is not told of" && return 1; }
     done
 }
 

@@ -1,7 +1,9 @@
-# Every command of the documents for developers is run: here, or by the test or CI named here.
+# Every command of the documents is run: here, or by the test or CI named here.
 load ../scenarios/support
 
-documents() { echo "$project"/{README,CONTRIBUTING,docs/architecture,docs/performance}.md; }
+documents() {
+    echo "$project"/{README,CONTRIBUTING,SECURITY,docs/architecture,docs/performance,docs/platforms,docs/fleet,ansible/README}.md
+}
 
 # What is to be entered, one command a line: in backticks or indented, and beginning with something that is run. What
 # is said of it may follow behind some blanks.
@@ -23,6 +25,15 @@ known() {
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -iconfigure|tests/terminal/readme.bats
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -preview -clean /opt/zorvane/kell/ksagent|here
 /opt/zorvane/kell/ksagent/bin/qdn-configure.bin -status|here
+bats tests/builds|script/prove
+bats tests/builds/arm64.bats|script/prove
+bats tests/builds/reproducible.bats|script/prove
+bats tests/builds/verification.bats|script/prove
+bats tests/packaging/build-packages.bats|script/test
+bats tests/packaging/contents.bats|script/test
+bats tests/packaging/hardening.bats|script/test
+bats tests/scenarios/attributes.bats|script/test
+bats tests/scenarios/failing-runs.bats|script/test
 bats tests/scenarios/refusals.bats|here
 build/dev/tests/unit/agents/carry/unit_agents_carry --gtest_filter='-*WhateverFails*'|script/test
 build/dev/tests/unit/settings/unit_settings --gtest_filter='*PathMacros*'|script/test
@@ -31,6 +42,7 @@ man ./docs/qdn-configure.8|tests/docs/pages.bats
 ninja -C build/dev|script/build
 ninja -C build/dev unit_agents && build/dev/tests/unit/agents/unit_agents --gtest_filter='AgentForVersion*'|script/test
 packaging/build-packages|script/test-hosts
+packaging/build-packages && sha256sum build/packages/*|tests/builds/verification.bats
 packaging/build-packages --for arm64|person
 packaging/build-repository|person
 packaging/build-repository KEY|person
@@ -76,8 +88,14 @@ script/test-faults --power|person
 script/test-fleet|script/prove
 script/test-fleet --repositories|script/prove
 script/test-fleet 5|.ci/run
+script/test-fleet 100|person
 script/test-hosts|.ci/run
+script/test-hosts apt dnf|script/prove
+script/test-hosts cloud-init|script/prove
+script/test-hosts release-rpm release-dpkg|script/prove
+script/test-hosts rpm dpkg|script/prove
 script/test-hosts systemd|person
+script/test-hosts sysvinit systemd systemd-native|script/prove
 script/test-preview|person
 tests/support/private-machine bash|here
 END
@@ -105,6 +123,7 @@ sign_of() {
     while IFS= read -r line; do
         runner=$project/${line##*|}
         [ -f "$runner" ] || fail "$runner is missing"
+        [[ $line != bats* ]] || [ -e "$project/$(cut -d ' ' -f 2 <<<"${line%|*}")" ] || fail "${line%|*}: not there"
         grep -q -e "$(sign_of "${line%|*}")" "$runner" || fail "$runner does not call ${line%|*}"
     done <"$desk/known"
 }
