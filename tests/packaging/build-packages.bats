@@ -62,6 +62,19 @@ agent_build=1" ]
     [ "$(dpkg-deb -f "$deb" Version) $(rpm -qp --qf '%{VERSION}' "$rpm")" = "6.0.1 6.0.1" ]
 }
 
+@test "both packages tell the changes, which are those of the program's version, and where all of them are told" {
+    version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' CMakeLists.txt)
+    head -n 1 packaging/changes | grep -F "qdn-configure $version; CHANGELOG.md"
+    rpm -qp --qf '[%{CHANGELOGTEXT}\n]' "$rpm" | diff <(sed 's/^  \*/-/' packaging/changes) -
+    dpkg-deb --fsys-tarfile "$deb" >"$BATS_TEST_TMPDIR/deb.tar"
+    tar xOf "$BATS_TEST_TMPDIR/deb.tar" ./usr/share/doc/qdn-ksclt/changelog.gz | gunzip >"$BATS_TEST_TMPDIR/changelog"
+    dpkg-parsechangelog -l "$BATS_TEST_TMPDIR/changelog" -S Changes 2>"$BATS_TEST_TMPDIR/faults" | sed '1,2d; s/^ //' |
+        sed '/^\.$/d' | diff <(sed 's/^ //' packaging/changes) -
+    [ ! -s "$BATS_TEST_TMPDIR/faults" ]
+    tar tf "$BATS_TEST_TMPDIR/deb.tar" | grep -x ./usr/share/doc/qdn-configure/CHANGELOG.md
+    rpm -qlp "$rpm" | grep -x /usr/share/doc/qdn-configure/CHANGELOG.md
+}
+
 @test "a scriptlet needs nothing that lies on disk" {
     cd "$BATS_TEST_TMPDIR"
     dpkg-deb --ctrl-tarfile "$OLDPWD/$deb" | tar x
