@@ -134,8 +134,8 @@ void TellWarnings(const Json& document) {
 
 void TellErrors(const Json& document) {
     TellWarnings(document);
-    if (document["error"].is_string())
-        TellLine(std::string("ERROR") + ": " + document["error"].get<std::string>());
+    const Json& error = document["error"];
+    if (error.is_string()) TellLine("ERROR: " + error.get<std::string>());
 }
 
 Preview::Colours ColoursOn(int descriptor) {

@@ -31,7 +31,7 @@ class SameConfiguration : public ConfigureCommand {
     bool RemoveXmlConfigFile() override { return true; }
 };
 
-/// What a configuration would end with.
+/// The error that a configuration would end with, for a client.conf that cannot be read.
 String UnreadableText(const Status::Facts& facts) {
     return String(Texts::kUnreadableConfiguration) + L"\n" + facts.clientConf + L": " + facts.unreadable;
 }

@@ -1,4 +1,4 @@
-// Looks again and again.
+// Compares the process that is there at short intervals.
 #include "apply/AgentWatch.h"
 
 #include "integration/AgentProcess.h"
