@@ -2,7 +2,6 @@
 #include "preview/SettingsList.h"
 
 #include <algorithm>
-#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "corekit/json/Json.h"
@@ -14,23 +13,36 @@ using corekit::Json;
 namespace {
 
 /// A kind of source: its word in the document, and the field there that has the source's name.
-struct KindRow {
-    Source::Kind kind;
+struct KindTexts {
     const char* word;
-    const char* field;  // null for a source without a name
+    const char* field = nullptr;  // of a source that has a name
 };
-constexpr KindRow kKinds[] = {
-    {Source::Kind::Default, "default", nullptr},
-    {Source::Kind::Environment, "environment", "variable"},
-    {Source::Kind::Xml, "xml", "file"},
-    {Source::Kind::Installed, "installed", "file"},
-    {Source::Kind::Answer, "answer", nullptr},
-    {Source::Kind::Option, "option", nullptr},
-    {Source::Kind::PackageManager, "package-manager", nullptr},
-    {Source::Kind::Program, "program", nullptr},
-    {Source::Kind::Setting, "setting", "setting"},
-    {Source::Kind::Template, "template", "file"},
-};
+
+KindTexts TextsOf(Source::Kind kind) {
+    switch (kind) {
+        case Source::Kind::Default:
+            return {"default"};
+        case Source::Kind::Environment:
+            return {"environment", "variable"};
+        case Source::Kind::Xml:
+            return {"xml", "file"};
+        case Source::Kind::Installed:
+            return {"installed", "file"};
+        case Source::Kind::Answer:
+            return {"answer"};
+        case Source::Kind::Option:
+            return {"option"};
+        case Source::Kind::PackageManager:
+            return {"package-manager"};
+        case Source::Kind::Setting:
+            return {"setting", "setting"};
+        case Source::Kind::Template:
+            return {"template", "file"};
+        case Source::Kind::Program:
+            break;
+    }
+    return {"program"};
+}
 
 static_assert(std::ranges::none_of(kSettingNames,
                                    [](std::wstring_view name) { return name.ends_with(L"assword"); }),
@@ -43,10 +55,9 @@ Json ValueAsJson(const SourcedValue& value) {
 }  // namespace
 
 Json SourceAsJson(const Source& source) {
-    const auto* const row = std::ranges::find(kKinds, source.kind, &KindRow::kind);
-    Json json = {{"kind", row == std::end(kKinds) ? "program" : row->word}};
-    if (row != std::end(kKinds) && row->field != nullptr && !source.name.IsEmpty())
-        json[row->field] = source.name.Utf8();
+    const KindTexts texts = TextsOf(source.kind);
+    Json json = {{"kind", texts.word}};
+    if (texts.field != nullptr && !source.name.IsEmpty()) json[texts.field] = source.name.Utf8();
     if (source.line > 0) json["line"] = source.line;
     if (source.column > 0) json["column"] = source.column;
     return json;
