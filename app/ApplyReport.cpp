@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/ApplyCommand.h"
-#include "apply/Restore.h"
+#include "apply/Journal.h"
 #include "corekit/json/Json.h"
 #include "corekit/os/Console.h"
 #include "integration/AgentProcess.h"

@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <optional>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -16,6 +15,7 @@
 #include "corekit/xml/BasicXml.h"
 #include "run/Messages.h"
 #include "run/RunRecord.h"
+#include "run/TrustedFile.h"
 #include "settings/XmlConfig.h"
 
 namespace Zorvane::AgentInstaller {

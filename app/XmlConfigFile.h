@@ -5,7 +5,6 @@
 #include <memory>
 #include <vector>
 
-#include "run/TrustedFile.h"
 #include "settings/Settings.h"
 
 namespace Zorvane::AgentInstaller {

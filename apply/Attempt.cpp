@@ -1,7 +1,6 @@
 // The child process, and the signals while it runs.
 #include "apply/Attempt.h"
 
-#include <cerrno>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/prctl.h>

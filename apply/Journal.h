@@ -2,7 +2,6 @@
 // the host changes, so that whatever cuts the run off, the next one can put the host back.
 #pragma once
 
-#include <optional>
 #include <string>
 #include <vector>
 

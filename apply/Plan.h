@@ -1,8 +1,6 @@
 // The file that a preview has kept for -apply.
 #pragma once
 
-#include <string>
-
 #include "corekit/json/Json.h"
 #include "corekit/text/String.h"
 #include "run/Failure.h"

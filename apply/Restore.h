@@ -1,8 +1,6 @@
 // Puts the host back as it was saved.
 #pragma once
 
-#include <string>
-
 #include "apply/Journal.h"
 
 namespace Zorvane::AgentInstaller::Apply {

@@ -2,7 +2,6 @@
 #include "preview/HostCopy.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <sched.h>

@@ -2,10 +2,8 @@
 // afterwards, and the one that runs the code in it.
 #include "preview/Rehearse.h"
 
-#include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
 #include <poll.h>
 #include <sched.h>
 #include <sys/ioctl.h>

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <nlohmann/json.hpp>
-#include <set>
 #include <unistd.h>
 #include <vector>
 
