@@ -2,8 +2,8 @@
 #include "agents/Agent.h"
 
 #include "config/ConfiguredDirectories.h"
+#include "corekit/fs/Confinement.h"
 #include "corekit/fs/File.h"
-#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
 #include "run/Failure.h"
 #include "run/Messages.h"

@@ -8,6 +8,7 @@
 
 #include "config/ConfiguredDirectories.h"
 #include "config/GuidFile.h"
+#include "corekit/fs/Confinement.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/ParentDirectory.h"

@@ -80,7 +80,6 @@ constexpr std::array kSharedDirectories = {
 std::vector<String> ownDirectories;
 std::vector<String> ownNames;
 std::vector<String> ownData;  // resolved
-Descriptor confinement;       // none: removals go wherever they are allowed to
 
 /// True for a directory of `DeclareOwn`, and for one above it.
 bool IsOwn(const String& path) {
@@ -244,38 +243,10 @@ void DeclareData(const String& path) {
     if (std::ranges::find(ownData, resolved) == ownData.end()) ownData.push_back(resolved);
 }
 
-Result ConfineRemovals(const String& directory) {
-    auto opened = OpenDirectory(directory);
-    if (!opened) return opened.error().About(directory);
-    confinement = std::move(*opened);
-    return Result();
-}
-
-Result CheckConfined(const EntryRef& entry) {
-    if (!confinement) return Result();
-    const auto limit = StatOf(confinement.Get());
-    if (!limit) return limit.error();
-    auto info = StatOf(entry.directory, entry.name);
-    if (info && IsSameFile(*info, *limit)) return Result();
-    Descriptor held;
-    for (int at = entry.directory;; at = held.Get()) {
-        const auto level = StatOf(at);
-        if (!level) return level.error();
-        if (IsSameFile(*level, *limit)) return Result();
-        auto above = OpenAt(at, "..", O_PATH | O_DIRECTORY);
-        if (!above) return above.error();
-        const auto higher = StatOf(above->Get());
-        if (!higher) return higher.error();
-        if (IsSameFile(*higher, *level)) return Result(EXDEV);  // the root
-        held = std::move(*above);
-    }
-}
-
 void ForgetOwn() {
     ownDirectories.clear();
     ownNames.clear();
     ownData.clear();
-    confinement = Descriptor();
 }
 
 HostNames::HostNames(int directory, HostDirectory hostDirectory, const char* only) {

@@ -39,14 +39,7 @@ void DeclareOwnName(const String& name);
 /// more such paths, and nothing else, is the caller's own.
 void DeclareData(const String& path);
 
-/// From now on nothing is removed but this directory and what lies below it, whatever a path looks like and
-/// whichever links lead there: EXDEV for all else. Fails when the directory cannot be opened.
-Result ConfineRemovals(const String& directory);
-
-/// Success for an entry that `ConfineRemovals` allows to be removed, EXDEV for any other.
-Result CheckConfined(const EntryRef& entry);
-
-/// Forgets all declarations, and removes the limit of `ConfineRemovals`.
+/// Forgets all declarations.
 void ForgetOwn();
 
 /// Whether an operation may work in the host's directories. `Meant` is for the few names that the program

@@ -14,6 +14,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "corekit/fs/Confinement.h"
 #include "corekit/fs/HostDirectories.h"
 #include "run/Args.h"
 #include "run/Failure.h"
@@ -51,6 +52,7 @@ class FreshGlobals : public testing::EmptyTestEventListener {
         Zorvane::AgentInstaller::Messages::failuresToMake.clear();
         Zorvane::AgentInstaller::Error::m_sErrorText = corekit::String();
         corekit::ForgetOwn();
+        corekit::EndConfinement();
         clearenv();
         for (std::string& variable : m_environment) putenv(variable.data());
         umask(022);

@@ -12,6 +12,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "corekit/fs/Confinement.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/detail/TreeWalk.h"

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "agents/removal/FileRemoval60.h"
-#include "corekit/fs/HostDirectories.h"
+#include "corekit/fs/Confinement.h"
 #include "tests/support/Captured.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
@@ -82,7 +82,7 @@ TEST_F(FileRemoval60, SaysNothingOfTheHostsDirectories_OutsideOfWhereItMayRemove
     std::filesystem::create_directory("/opt/agent");
     ASSERT_TRUE(corekit::ConfineRemovals(L"/opt/agent"));
     const auto output = testsupport::Captured([&] { Remove(conf); });
-    corekit::ForgetOwn();
+    corekit::EndConfinement();
     EXPECT_EQ(output.err, "");
     std::filesystem::remove("/var/lib/host");
 }

@@ -12,8 +12,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "corekit/fs/Confinement.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/HostDirectories.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/InChild.h"
 #include "tests/support/JudgedCalls.h"

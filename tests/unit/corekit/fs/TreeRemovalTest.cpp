@@ -10,8 +10,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "corekit/fs/Confinement.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/detail/TreeRemoval.h"
 #include "tests/support/AnsweredCalls.h"
 #include "tests/support/FailingCall.h"
@@ -230,7 +230,7 @@ TEST_F(TreesTakenAway, AreWithinWhatMayBeRemoved) {
     fs::create_directory("/opt/agent/b");
     ASSERT_TRUE(corekit::ConfineRemovals(L"/opt/agent/b"));
     EXPECT_EQ(Remove(), Result(EXDEV));
-    corekit::ForgetOwn();
+    corekit::EndConfinement();
     EXPECT_THAT(TakenAway(), IsEmpty());
     EXPECT_TRUE(testfiles::Exists("/opt/agent/a/file"));
 }
