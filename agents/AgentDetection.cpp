@@ -62,8 +62,8 @@ String ConfOf(const String& installDir) {
 
 /// The same for the path of a client.conf, which need not lie in an install directory.
 String ConfAt(const String& path) {
-    if (!path.EndsWith(Names::kClientConf)) return path;
-    return ConfOf(path.Left(path.Length() - String(Names::kClientConf).Length()));
+    const auto installDir = path.WithoutSuffix(Names::kClientConf);
+    return installDir ? ConfOf(*installDir) : path;
 }
 
 std::vector<Candidate> Candidates(const String& packageDir, const std::vector<String>& moreDirs) {

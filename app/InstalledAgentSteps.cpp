@@ -95,9 +95,7 @@ Outcome<> WriteCopy(const String& copy, const std::string& bytes) {
 String DirOfUnfinishedUpgrade(const Agent& installed, const String& named) {
     const Unfinished left = FindUnfinishedRun(named);
     if (left == Unfinished::Upgrade || left == Unfinished::Saving) return named;
-    const String& conf = installed.ConfPath();
-    if (!conf.EndsWith(Names::kSavedClientConf)) return String();
-    return conf.Left(conf.Length() - String(Names::kSavedClientConf).Length());
+    return installed.ConfPath().WithoutSuffix(Names::kSavedClientConf).value_or(String());
 }
 
 /// Merges the configuration of an agent into the settings.

@@ -72,10 +72,8 @@ String GuidIn(const String& text) {
 /// Where an upgrade that was interrupted has carried a file: below the directory in which it saved its copy
 /// of the configuration.
 String CarriedPath(const IniFile& conf, String path) {
-    const String& copy = conf.FileName();
-    if (!copy.EndsWith(Names::kSavedClientConf)) return path;
-    const String newInstallDir = copy.Left(copy.Length() - String(Names::kSavedClientConf).Length());
-    RebasePath(path, GetValue(conf, Key::kInstallDir), newInstallDir);
+    const auto newInstallDir = conf.FileName().WithoutSuffix(Names::kSavedClientConf);
+    if (newInstallDir) RebasePath(path, GetValue(conf, Key::kInstallDir), *newInstallDir);
     return path;
 }
 

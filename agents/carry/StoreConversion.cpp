@@ -70,9 +70,8 @@ void ConvertJobs(const String& jobStore) {
         if (entry.isDirectory) {
             ConvertIfPresent(directory + entry.name, store, entry.name);
             ConvertIfPresent(directory, store, entry.name);
-        } else if (entry.name.EndsWith(kInfoSuffix)) {
-            const String name = entry.name.Left(entry.name.Length() - String(kInfoSuffix).Length());
-            ConvertIfPresent(store + name, store, name);
+        } else if (const auto name = entry.name.WithoutSuffix(kInfoSuffix)) {
+            ConvertIfPresent(store + *name, store, *name);
         }
         return true;
     });

@@ -58,6 +58,11 @@ String String::Mid(std::size_t from, std::size_t count) const {
     return from < m_text.size() ? String(View().substr(from, count)) : String();
 }
 
+std::optional<String> String::WithoutSuffix(const String& suffix) const {
+    if (!EndsWith(suffix)) return std::nullopt;
+    return Left(Length() - suffix.Length());
+}
+
 String String::Lower() const {
     return String(Mapped(m_text, ToLower));
 }

@@ -3,6 +3,7 @@
 
 #include <compare>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -47,6 +48,8 @@ class String {
     String Left(std::size_t count) const { return Mid(0, count); }
     /// What stands before the first `separator`; everything when there is none.
     String Before(const String& separator) const { return Left(Find(separator)); }
+    /// What stands before `suffix` at the end; none when the text does not end in it.
+    std::optional<String> WithoutSuffix(const String& suffix) const;
 
     String Lower() const;
     String Upper() const;

@@ -31,6 +31,15 @@ TEST(String, GivesWhatStandsBeforeASeparator) {
     EXPECT_EQ(String(L"ks").Before(L":"), L"ks");
 }
 
+TEST(String, GivesWhatStandsBeforeASuffix) {
+    EXPECT_EQ(String(L"/opt/etc/client.conf").WithoutSuffix(L"/etc/client.conf"), String(L"/opt"));
+    EXPECT_EQ(String(L".bin.bin").WithoutSuffix(L".bin"), String(L".bin"));
+    EXPECT_EQ(String(L".bin").WithoutSuffix(L".bin"), String());
+    EXPECT_EQ(String(L"a").WithoutSuffix(L""), String(L"a"));
+    EXPECT_EQ(String(L"a.bin.old").WithoutSuffix(L".bin"), std::nullopt);
+    EXPECT_EQ(String(L"bin").WithoutSuffix(L".bin"), std::nullopt);
+}
+
 TEST(String, Finds) {
     const String text = L"a/b/c";
     EXPECT_EQ(text.Find(L"/"), 1u);
