@@ -155,12 +155,4 @@ std::string ParentOf(const std::string& path) {
     return slash == 0 || slash == std::string::npos ? "/" : path.substr(0, slash);
 }
 
-std::string CurrentDirectory() {
-    char* const path = getcwd(nullptr, 0);
-    if (path == nullptr) return "/";
-    std::string directory = path;
-    std::free(path);
-    return directory;
-}
-
 }  // namespace Zorvane::AgentInstaller::Preview

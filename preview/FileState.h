@@ -47,7 +47,4 @@ std::optional<std::string> Sha256Of(const std::string& path);
 /// What a path is below: "/" for "/etc".
 std::string ParentOf(const std::string& path);
 
-/// "/" where it cannot be told.
-std::string CurrentDirectory();
-
 }  // namespace Zorvane::AgentInstaller::Preview

@@ -11,6 +11,7 @@
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
+#include "corekit/fs/Dir.h"
 #include "corekit/os/SystemCall.h"
 #include "preview/FileState.h"
 
@@ -118,7 +119,7 @@ std::string HostCopy::NotesDir() const {
 }
 
 Outcome<> HostCopy::Build(unsigned long long bytes) {
-    m_workDir = CurrentDirectory();
+    m_workDir = corekit::Dir::GetCurrent().value_or(L"/").Utf8();
     if (const Result read = ReadVisibleMounts(m_mounts); !read)
         return Impossible(L"/proc/self/mountinfo cannot be read; mount /proc first", read);
     if (const Result isPrivate = MakeMountsPrivate(); !isPrivate)

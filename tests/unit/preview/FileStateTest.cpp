@@ -6,7 +6,6 @@
 
 #include "preview/FileState.h"
 #include "tests/support/FailingCall.h"
-#include "tests/support/InChild.h"
 #include "tests/support/TestFiles.h"
 
 namespace Zorvane::AgentInstaller::Preview {
@@ -96,16 +95,6 @@ TEST(FileState, APathIsBelowTheRoot_WhereNothingElseIsAroundIt) {
     EXPECT_EQ(ParentOf("/opt/agent"), "/opt");
     EXPECT_EQ(ParentOf("/opt"), "/");
     EXPECT_EQ(ParentOf("name"), "/");
-}
-
-TEST(FileState, TheCurrentDirectoryIsTheRoot_WhenItHasGone) {
-    testsupport::InChild([] {
-        fs::create_directory("/tmp/gone");
-        fs::current_path("/tmp/gone");
-        fs::remove("/tmp/gone");
-        EXPECT_EQ(CurrentDirectory(), "/");
-        return 0;
-    });
 }
 
 }  // namespace

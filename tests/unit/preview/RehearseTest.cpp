@@ -328,6 +328,15 @@ TEST(Rehearse, TheCurrentDirectoryIsTheRoot_WhereTheCopyHasNone) {
     fs::remove("/dev/shm/of-the-test");
 }
 
+TEST(Rehearse, TheCurrentDirectoryIsTheRoot_WhenItHasGone) {
+    const fs::path before = fs::current_path();
+    fs::create_directory("/opt/gone");
+    fs::current_path("/opt/gone");
+    fs::remove("/opt/gone");
+    EXPECT_EQ(InCopy([] { return fs::current_path().string(); }), "/");
+    fs::current_path(before);
+}
+
 TEST(Rehearse, Fails_WhenItsProcessEnds) {
     const auto tell = [](const HostCopy&, const Rehearsal&) -> Outcome<std::string> { _exit(0); };
     const auto told = Rehearse([] { return std::string("done"); }, tell, {});
