@@ -7,6 +7,7 @@
 #include "app/ChangingCommand.h"
 #include "app/ConfigureCommand.h"
 #include "app/PreviewedCommand.h"
+#include "corekit/fs/Path.h"
 #include "corekit/json/Json.h"
 #include "corekit/os/Console.h"
 #include "run/Messages.h"
@@ -62,7 +63,7 @@ std::optional<StatusCommand::Options> StatusCommand::ParseOptions(const std::vec
         } else if (argument == L"-connect") {
             options.connect = true;
         } else if (options.directory.IsEmpty() && !argument.IsEmpty() && !argument.StartsWith(L"-")) {
-            options.directory = WithoutTrailingSlashes(MakeAbsolutePath(argument));
+            options.directory = corekit::Path::WithoutTrailingSlashes(MakeAbsolutePath(argument));
         } else {
             return std::nullopt;
         }

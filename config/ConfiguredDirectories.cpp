@@ -35,20 +35,12 @@ constexpr ConfKey kCleanedPaths[] = {
     Key::kPackageDir, Key::kVar,    Key::kTmpDir, Key::kGuidFile,      Key::kDebugOutput,
 };
 
-/// The path without "/" and "/." at its end: no directory can be removed by a name that ends so.
-String WithoutDots(const String& path) {
-    const std::wstring_view text = path.View();
-    std::size_t last = text.find_last_not_of(L'/');
-    while (text.substr(0, last + 1).ends_with(L"/.")) last = text.find_last_not_of(L'/', last - 1);
-    return path.Left(last + 1);
-}
-
 }  // namespace
 
 String UsableDirectory(const String& value) {
     const String directory = value.TrimRight();
     if (!directory.StartsWith(L"/") || corekit::Path::IsMatch(directory, L"/")) return String();
-    return WithoutDots(directory) + L"/";
+    return corekit::Path::WithoutTrailingDots(directory) + L"/";
 }
 
 String ConfiguredDirectory(const IniFile& conf, const ConfKey& key) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "corekit/fs/Path.h"
 #include "corekit/os/Sys.h"
 #include "corekit/text/Text.h"
 #include "run/Messages.h"
@@ -46,7 +47,8 @@ bool MeanSameServer(const SourcedValue& unused, const Settings& settings) {
 bool MeanSamePath(const String& left, const String& right, const Settings& settings) {
     const auto whole = [&](const String& path) {
         const String expanded = ExpandPathMacros(path, settings.Get(L"InstallDir"));
-        return expanded.IsEmpty() ? expanded : WithoutTrailingSlashes(MakeAbsolutePath(expanded));
+        return expanded.IsEmpty() ? expanded
+                                  : corekit::Path::WithoutTrailingSlashes(MakeAbsolutePath(expanded));
     };
     return whole(left) == whole(right);
 }

@@ -18,18 +18,12 @@ String MakeAbsolutePath(const String& path) {
 }
 
 void RebasePath(String& path, const String& oldPrefix, const String& newPrefix) {
-    const String prefix = WithoutTrailingSlashes(oldPrefix);
+    const String prefix = corekit::Path::WithoutTrailingSlashes(oldPrefix);
     if (prefix.IsEmpty() || prefix == L"/" || !path.StartsWith(prefix)) return;
     const String rest = path.Mid(prefix.Length());
     if (!rest.IsEmpty() && !rest.StartsWith(L"/")) return;
     path = newPrefix + L"/" + rest;
     path.Replace(L"//", L"/");
-}
-
-String WithoutTrailingSlashes(const String& path) {
-    const std::size_t last = path.View().find_last_not_of(L'/');
-    if (last == String::npos) return path.IsEmpty() ? path : String(L"/");
-    return path.Left(last + 1);
 }
 
 void EnsureTrailingChar(String& text, wchar_t ch) {

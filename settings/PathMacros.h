@@ -15,9 +15,6 @@ corekit::String MakeAbsolutePath(const corekit::String& path);
 /// alone, and all when `oldPrefix` is empty or the root.
 void RebasePath(corekit::String& path, const corekit::String& oldPrefix, const corekit::String& newPrefix);
 
-/// The path without the slashes at its end; "/" for the root.
-corekit::String WithoutTrailingSlashes(const corekit::String& path);
-
 /// Trims the right end and makes a text that is not empty then end in `ch`.
 void EnsureTrailingChar(corekit::String& text, wchar_t ch);
 

@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include "corekit/fs/File.h"
+#include "corekit/fs/Path.h"
 #include "corekit/text/Character.h"
 #include "run/Messages.h"
 #include "run/Names.h"
@@ -85,7 +86,7 @@ Judgement JudgeDirectory(const Question& question, const String& answer) {
     const String path = MakeAbsolutePath(answer);
     if (!File::IsDirectory(path)) return {std::nullopt, L"  Directory does not exist.\n"};
     if (!isInstallDir) return {path};
-    const String directory = WithoutTrailingSlashes(path);
+    const String directory = corekit::Path::WithoutTrailingSlashes(path);
     if (File::Exists(directory + Names::kClientProto)) return {directory};
     return {std::nullopt, L"  There is no agent package in this directory.\n"};
 }

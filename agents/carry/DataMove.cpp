@@ -137,8 +137,7 @@ constexpr unsigned kPrivate = 0600;
 
 /// The install directory of a client.conf, without a slash at its end; empty when it has none to work in.
 String InstallDirOf(const IniFile& conf) {
-    const String directory = ConfiguredDirectory(conf, Key::kInstallDir);
-    return directory.IsEmpty() ? directory : directory.Left(directory.Length() - 1);
+    return Path::WithoutTrailingSlashes(ConfiguredDirectory(conf, Key::kInstallDir));
 }
 
 /// The directory above the "etc" that a client.conf lies in.

@@ -139,7 +139,8 @@ void WarnOfHostsDirectories(const IniFile& conf) {
     for (const ConfKey& store : Key::kStores) directories.insert(ConfiguredDirectory(conf, store));
     for (const String& directory : directories) {
         if (!directory.IsEmpty() && IsKeptAsHosts(directory))
-            Messages::WarnKept(directory.Left(directory.Length() - 1), L"it is a directory of the host");
+            Messages::WarnKept(corekit::Path::WithoutTrailingSlashes(directory),
+                               L"it is a directory of the host");
     }
 }
 

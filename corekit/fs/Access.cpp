@@ -20,12 +20,6 @@ namespace corekit::Access {
 
 namespace {
 
-/// A path without the slashes at its end: with them the system would follow a link.
-String WithoutSlashes(String path) {
-    while (path.Length() > 1 && path.EndsWith(L"/")) path = path.Left(path.Length() - 1);
-    return path;
-}
-
 String DirectoryOf(const String& path) {
     const String directory = Path::GetDirectory(path);
     return directory.IsEmpty() ? String(L".") : directory;
@@ -102,7 +96,7 @@ Result CheckWritableDirectory(const String& path) {
 
 Result CheckCreatableDirectory(const String& path) {
     if (path.IsEmpty()) return Result(ENOENT);
-    const String name = WithoutSlashes(path);
+    const String name = Path::WithoutTrailingSlashes(path);
     const auto place = ParentDirectory::Of(name);
     if (place == Result(ENOENT)) return CheckCreatableFromAbove(name);
     if (place == Result(EISDIR)) {
@@ -116,7 +110,7 @@ Result CheckCreatableDirectory(const String& path) {
 }
 
 Result CheckReplaceable(const String& path) {
-    const String name = WithoutSlashes(path);
+    const String name = Path::WithoutTrailingSlashes(path);
     const auto place = ParentDirectory::Of(name);
     if (place == Result(ENOENT)) return CheckCreatableFromAbove(name);
     if (!place) return place.error();
@@ -130,7 +124,7 @@ Result CheckReplaceable(const String& path) {
 }
 
 Result CheckRemovable(const String& path) {
-    const auto place = ParentDirectory::Of(WithoutSlashes(path));
+    const auto place = ParentDirectory::Of(Path::WithoutTrailingSlashes(path));
     const auto info = place ? StatOf(place->Fd(), place->name) : place.error();
     if (!info) return IsNotFound(info.error()) ? Result() : info.error();
     if (const Result writable = CheckWritable(place->Fd()); !writable) return writable;

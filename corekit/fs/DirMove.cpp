@@ -44,13 +44,6 @@ Expected<Descriptor> OpenOrMake(const String& path, int model) {
     return directory;
 }
 
-/// The path without "/" and "/." at its end: the name by which a directory can be moved.
-String WithoutDots(String path) {
-    while (path.Length() > 1 && (path.EndsWith(L"/") || path.EndsWith(L"/.")))
-        path = path.Left(path.Length() - 1);
-    return path;
-}
-
 /// True where something may be mounted below a directory.
 bool MayHoldMounts(const Descriptor& directory) {
     const auto path = ReadLink(AT_FDCWD, ProcPath(directory.Get()));
@@ -104,7 +97,7 @@ Result MoveDirectory(const String& from, const String& to) {
 }  // namespace
 
 Result Dir::Move(const String& from, const String& to) {
-    return MoveDirectory(WithoutDots(from), WithoutDots(to));
+    return MoveDirectory(Path::WithoutTrailingDots(from), Path::WithoutTrailingDots(to));
 }
 
 }  // namespace corekit

@@ -23,8 +23,9 @@ String Step(const String& place, const String& name) {
     return Canonicalise(next).value_or(next);
 }
 
-String WithoutSlashes(const String& path) {
-    return path.Left(path.View().find_last_not_of(L'/') + 1);  // 0 for slashes alone
+std::wstring_view WithoutSlashes(std::wstring_view path) {
+    const std::size_t last = path.find_last_not_of(L'/');
+    return path.substr(0, last == std::wstring_view::npos ? 1 : last + 1);
 }
 
 /// What a path leads to. Links are followed whoever owns them: this is only compared.
@@ -52,6 +53,16 @@ String Join(const String& directory, const String& name) {
     const std::size_t end = directory.View().find_last_not_of(L'/') + 1;  // 0 for slashes alone
     const std::size_t begin = name.View().find_first_not_of(L'/');
     return directory.Left(end) + L"/" + name.Mid(begin);
+}
+
+String WithoutTrailingSlashes(const String& path) {
+    return WithoutSlashes(path.View());
+}
+
+String WithoutTrailingDots(const String& path) {
+    std::wstring_view name = WithoutSlashes(path.View());
+    while (name.ends_with(L"/.")) name = WithoutSlashes(name.substr(0, name.size() - 1));
+    return name;
 }
 
 Expected<String> MakeAbsolute(const String& path) {
@@ -90,7 +101,7 @@ String Resolve(const String& path) {
 
 bool IsMatch(const String& left, const String& right) {
     if (left.IsEmpty() || right.IsEmpty()) return false;
-    if (WithoutSlashes(left) == WithoutSlashes(right)) return true;
+    if (WithoutSlashes(left.View()) == WithoutSlashes(right.View())) return true;
     const auto one = Look(left);
     const auto other = Look(right);
     if (!one || !other) return Resolve(left) == Resolve(right);

@@ -20,6 +20,12 @@ String GetFileName(const String& path);
 /// The directory, one "/" and the name; the name alone without a directory.
 String Join(const String& directory, const String& name);
 
+/// The path without the slashes at its end, with which the system would follow a link; "/" for the root.
+String WithoutTrailingSlashes(const String& path);
+
+/// The same without a "/." either: the name by which a directory can be moved and removed.
+String WithoutTrailingDots(const String& path);
+
 /// The path from the root on. An absolute path stays as it is; of a relative one the leading "." and ".." are
 /// resolved against the current directory. Fails for an empty path, and when the current directory cannot be
 /// told.

@@ -64,6 +64,35 @@ TEST(PathJoin, PutsOneSlashBetweenDirectoryAndName) {
     }
 }
 
+TEST(PathEnd, LosesItsSlashes) {
+    const struct {
+        const wchar_t* path;
+        const wchar_t* withoutSlashes;
+        const wchar_t* withoutDots;
+    } table[] = {
+        {L"/a/b", L"/a/b", L"/a/b"},
+        {L"/a/b///", L"/a/b", L"/a/b"},
+        {L"/", L"/", L"/"},
+        {L"///", L"/", L"/"},
+        {L"", L"", L""},
+        {L"a/", L"a", L"a"},
+        {L"/a//b/", L"/a//b", L"/a//b"},
+        {L"/a/.", L"/a/.", L"/a"},
+        {L"/a/.//./", L"/a/.//.", L"/a"},
+        {L"/a/..", L"/a/..", L"/a/.."},
+        {L"/a.", L"/a.", L"/a."},
+        {L"/.", L"/.", L"/"},
+        {L"/././", L"/./.", L"/"},
+        {L".", L".", L"."},
+        {L"./.", L"./.", L"."},
+    };
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.path);
+        EXPECT_EQ(Path::WithoutTrailingSlashes(row.path), row.withoutSlashes);
+        EXPECT_EQ(Path::WithoutTrailingDots(row.path), row.withoutDots);
+    }
+}
+
 TEST(MakeAbsolute, LeavesAbsolutePathsAsTheyAre) {
     for (const wchar_t* path : {L"/", L"//a//b/", L"/a/../b/.", L"/a b\n"}) EXPECT_EQ(Absolute(path), path);
 }
