@@ -2,6 +2,7 @@
 // refused.
 #include "agents/AgentDetection.h"
 #include "app/ConfigureSteps.h"
+#include "config/SystemProbes.h"
 #include "corekit/fs/File.h"
 #include "corekit/fs/HostDirectories.h"
 #include "corekit/fs/Path.h"
@@ -28,10 +29,8 @@ void TakePackageDir(ConfigureRun& run) {
 }
 
 /// The directory above that of the running program, where it is an install directory; else "".
-String DirOfRunningProgram() {
-    const auto program = Path::Canonicalise(L"/proc/self/exe");
-    if (!program) return String();
-    const String directory = Path::GetDirectory(Path::GetDirectory(*program));
+String InstallDirOfRunningProgram() {
+    const String directory = DirOfRunningProgram();
     return corekit::File::Exists(directory + Names::kClientProto) ? directory : String();
 }
 
@@ -43,7 +42,7 @@ Outcome<> CreateNewAgent(ConfigureRun& run, const String& givenDir) {
     if (!givenDir.IsEmpty()) run.settings->Set(L"InstallDir", givenDir, {Source::Kind::Option, L"-dir"});
     if (run.settings->IsSet(L"InstallDir")) {
         String& directory = run.settings->Value(L"InstallDir");
-        directory = WithoutTrailingSlashes(directory);
+        directory = Path::WithoutTrailingSlashes(directory);
     }
     if (!run.newAgent) return Fail(L"Failed to create the new agent object.");
     return {};
@@ -52,10 +51,10 @@ Outcome<> CreateNewAgent(ConfigureRun& run, const String& givenDir) {
 void CompleteInstallDir(ConfigureRun& run) {
     if (!run.settings->IsSet(L"InstallDir")) TakePackageDir(run);
     if (!run.settings->IsSet(L"InstallDir"))
-        run.settings->Set(L"InstallDir", DirOfRunningProgram(), {Source::Kind::Program});
+        run.settings->Set(L"InstallDir", InstallDirOfRunningProgram(), {Source::Kind::Program});
     if (!run.settings->IsSet(L"InstallDir")) return;
     String& directory = run.settings->Value(L"InstallDir");
-    directory = WithoutTrailingSlashes(MakeAbsolutePath(directory));
+    directory = Path::WithoutTrailingSlashes(MakeAbsolutePath(directory));
 }
 
 Outcome<> CheckInstallDir(const Settings& settings) {

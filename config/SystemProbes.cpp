@@ -16,6 +16,7 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::Expected;
 using corekit::String;
+namespace Path = corekit::Path;
 
 namespace {
 
@@ -81,7 +82,10 @@ corekit::Version ParseVersion(const String& text) {
     return {numbers[0], numbers[1], numbers[2]};
 }
 
-namespace Path = corekit::Path;
+String DirOfRunningProgram() {
+    const auto program = Path::Canonicalise(L"/proc/self/exe");
+    return program ? Path::GetDirectory(Path::GetDirectory(*program)) : String();
+}
 
 String ProgramDirectory(const String& installDir) {
     String directory = installDir;
@@ -91,8 +95,7 @@ String ProgramDirectory(const String& installDir) {
 
 corekit::Result FindPrograms(const String& programDir, std::vector<String>& programs) {
     return corekit::Dir::Scan(programDir, L"qdn-*.bin", [&](const corekit::FileInfo& file) {
-        constexpr std::size_t kSuffixLength = 4;  // of ".bin"
-        if (!file.isDirectory) programs.push_back(file.name.Left(file.name.Length() - kSuffixLength));
+        if (!file.isDirectory) programs.push_back(file.name.WithoutSuffix(L".bin").value_or(file.name));
         return true;
     });
 }

@@ -38,6 +38,9 @@ corekit::Version GetPackageManagerVersion();
 /// A text like "4.18.0" as a version: what stands between the first three dots, missing parts 0.
 corekit::Version ParseVersion(const corekit::String& text);
 
+/// The directory above that of the running program; "" when it cannot be told.
+corekit::String DirOfRunningProgram();
+
 // The agent's programs.
 
 /// The directory of an installation's programs, its "bin".

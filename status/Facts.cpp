@@ -31,18 +31,6 @@ bool HasConfiguration(const String& installDir) {
                                      FindUnfinishedRun(installDir) != Unfinished::Nothing);
 }
 
-/// The install directory of a client.conf; empty when the path is not that of one.
-String DirOfClientConf(const String& path) {
-    if (!path.EndsWith(Names::kClientConf)) return String();
-    return path.Left(path.Length() - String(Names::kClientConf).Length());
-}
-
-/// The directory above that of the running program; empty when it cannot be told.
-String DirOfRunningProgram() {
-    const auto program = Path::Canonicalise(L"/proc/self/exe");
-    return program ? Path::GetDirectory(Path::GetDirectory(*program)) : String();
-}
-
 String TextOf(const corekit::Version& version) {
     return String::FromInt(version.Major()) + L"." + String::FromInt(version.Minor()) + L"." +
            String::FromInt(version.Build());
@@ -77,8 +65,8 @@ bool IsSamePlace(const String& one, const String& other) {
 
 String FindInstallDir() {
     const String named = corekit::Env::Get(L"QDNCLIENT_CONFIG_FILE").value_or(String());
-    for (const String& directory :
-         {DirOfClientConf(named), DirOfRunningProgram(), String(Names::kUsualInstallDir)}) {
+    for (const String& directory : {named.WithoutSuffix(Names::kClientConf).value_or(String()),
+                                    DirOfRunningProgram(), String(Names::kUsualInstallDir)}) {
         if (HasConfiguration(directory)) return directory;
     }
     const String ofPackage = CreateCurrentAgent()->InstallDir();
@@ -103,7 +91,7 @@ Facts GatherFacts(const String& installDir) {
     }
     if (agent) facts.label = agent->VersionLabel();
     facts.version = TextOf(ReadAgentVersion(conf));
-    const String configured = WithoutTrailingSlashes(GetValue(conf, Key::kInstallDir));
+    const String configured = Path::WithoutTrailingSlashes(GetValue(conf, Key::kInstallDir));
     if (IsSamePlace(configured, installDir)) {
         facts.directory = configured;
         facts.clientConf = configured + Names::kClientConf;

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "config/SystemProbes.h"
+#include "tests/support/OtherRoot.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
@@ -160,6 +161,16 @@ using testfiles::TempDir;
 using testfiles::Write;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
+
+TEST(DirOfRunningProgram, IsAboveTheDirectoryOfTheProgram) {
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+    EXPECT_EQ(DirOfRunningProgram(), String::FromUtf8(program.parent_path().parent_path().string()));
+}
+
+TEST(DirOfRunningProgram, IsNone_WhereItCannotBeTold) {
+    const TempDir dir;
+    testsupport::WithRoot(dir.Path(), [] { EXPECT_EQ(DirOfRunningProgram(), L""); });
+}
 
 TEST(ProgramDirectory, IsBinOfTheInstallDirectory) {
     for (const wchar_t* installDir : {L"/opt/agent", L"/opt/agent/", L"/opt/agent \t"})
