@@ -9,6 +9,9 @@ inline constexpr const wchar_t* kServiceScript = L"/etc/init.d/zorvane";
 // Where the package is installed unless it is told otherwise.
 inline constexpr const wchar_t* kUsualInstallDir = L"/opt/zorvane/kell/ksagent";
 
+// Where agents of version 5.6 had their tasks when client.conf did not say.
+inline constexpr const wchar_t* kUsualTaskDir56 = L"/opt/zorvane/kell/ksagent/var/tasks";
+
 // Below an install directory.
 inline constexpr const wchar_t* kClientConf = L"/etc/client.conf";
 inline constexpr const wchar_t* kSavedClientConf = L"/etc/client.conf.old";

@@ -44,7 +44,7 @@ struct UsualStore {
 
 constexpr UsualStore kStores56[] = {
     {Key::kEventQueueDir, L"/opt/zorvane/kell/ksagent/var/queue"},
-    {Key::kTaskDir, L"/opt/zorvane/kell/ksagent/var/tasks"},
+    {Key::kTaskDir, Names::kUsualTaskDir56},
 };
 
 /// The store of an old agent: a file of version 5.6, which states no version, has defaults for keys that it

@@ -34,7 +34,7 @@ struct OldKey {
 
 constexpr OldKey kInstallDir = {Key::kInstallDir, Names::kUsualInstallDir};
 constexpr OldKey kLibraryDir = {Key::kLibDir, L"/opt/zorvane/kell/ksagent/lib"};
-constexpr OldKey kTaskDir = {Key::kTaskDir, L"/opt/zorvane/kell/ksagent/var/tasks"};
+constexpr OldKey kTaskDir = {Key::kTaskDir, Names::kUsualTaskDir56};
 constexpr OldKey kDebugLog = {Key::kDebugOutput, L"/opt/zorvane/kell/ksagent/var/qdn-client.log"};
 constexpr OldKey kVariableData = {Key::kVar, L"/opt/zorvane/kell/ksagent/var"};
 constexpr OldKey kTemporaryDir = {Key::kTmpDir, L"/tmp"};
@@ -91,8 +91,9 @@ constexpr const wchar_t* kEnvironmentScript = L"bin/qdn-env";
 constexpr const wchar_t* kBackups = L"backups";
 constexpr const wchar_t* kLibraryTree = L"lib";
 constexpr const wchar_t* kEtc = L"etc";
-constexpr const wchar_t* kClientConf = L"etc/client.conf";
-constexpr const wchar_t* kMovedMark = L"etc/.moved";
+// Without the slash, in which each directory ends here.
+constexpr const wchar_t* kClientConf = Names::kClientConf + 1;
+constexpr const wchar_t* kMovedMark = Names::kMovedMark + 1;
 
 constexpr const wchar_t* kLibraries[] = {
     L"libomni*",          L"libssl.so*",     L"libcrypto.so*",      L"libxerces-c.so.21.0",
