@@ -39,7 +39,7 @@ class ChangingCommand : public corekit::CommandBasedApp::Command {
 // The program's statuses.
 inline constexpr unsigned kSuccess = 0;
 inline constexpr unsigned kFailure = 1;
-inline constexpr unsigned kUsageError = 120;
+inline constexpr unsigned kUsageError = corekit::CommandBasedApp::kUsageError;
 
 inline constexpr const wchar_t* kAnotherRun = L"  Another run of qdn-configure is in progress.\n";
 
