@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <nlohmann/json.hpp>
 
+#include "apply/FailedFiles.h"
 #include "corekit/fs/Dir.h"
 #include "corekit/fs/File.h"
 #include "corekit/json/Json.h"
@@ -26,13 +27,9 @@ constexpr const wchar_t* kOver = L"/var/lib/qdn-configure/over";
 /// Goes up with every change of what is written here: the run that reads a journal may be a newer program's.
 constexpr int kFormat = 1;
 
-Failure FailToWrite(const wchar_t* path, const Result& cause) {
-    return FailBecause(L"What the run would touch cannot be saved.", path, cause);
-}
-
 Outcome<> WriteNote(const wchar_t* path, const Json& note) {
     if (const Result written = File::WriteBytes(path, corekit::Cbor(note), {.mode = 0600}); !written)
-        return FailToWrite(path, written);
+        return FailToSave(path, written);
     return {};
 }
 
@@ -95,6 +92,10 @@ Result RemoveIfThere(const String& path) {
 
 }  // namespace
 
+Failure FailToSave(const String& path, const Result& cause) {
+    return FailBecause(L"What the run would touch cannot be saved.", path, cause);
+}
+
 Outcome<Phase> FindPhase() {
     constexpr struct {
         const wchar_t* note;
@@ -111,7 +112,7 @@ Outcome<Phase> FindPhase() {
 Outcome<> BeginJournal(const Journal& journal) {
     Result made = corekit::Dir::CreateR(L"/var/lib");
     if (made) made = Keeping::MakePrivateDirectory(kStateDir);
-    if (!made && made.Code() != EEXIST) return FailToWrite(kStateDir, made);
+    if (!made && made.Code() != EEXIST) return FailToSave(kStateDir, made);
     return WriteNote(kStores, {{"format", kFormat},
                                {"stores", journal.stores},
                                {"agent-dirs", journal.agentDirs},

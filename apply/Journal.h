@@ -14,9 +14,6 @@ namespace Zorvane::AgentInstaller::Apply {
 /// What the run keeps of its own, while it is under way.
 inline constexpr const wchar_t* kStateDir = L"/var/lib/qdn-configure";
 
-/// Where the files of an attempt that failed stay, until the next -apply.
-inline constexpr const wchar_t* kFailedDir = L"/var/lib/qdn-configure/failed";
-
 /// One name of the host as it was.
 struct SavedEntry {
     enum class Kind {
@@ -57,6 +54,9 @@ enum class Phase {
 
 /// Fails when that cannot be told.
 Outcome<Phase> FindPhase();
+
+/// The failure of a run before it has changed anything: "<path>: <why>" is its reason.
+[[nodiscard]] Failure FailToSave(const corekit::String& path, const corekit::Result& cause);
 
 /// Notes the stores, before they are made, and the agents, and begins the phase `Saving`.
 Outcome<> BeginJournal(const Journal& journal);

@@ -5,9 +5,9 @@
 #include <algorithm>
 #include <set>
 
+#include "apply/FailedFiles.h"
 #include "config/ClientConf.h"
 #include "corekit/fs/Dir.h"
-#include "corekit/fs/File.h"
 #include "deploykit/SystemdUnit.h"
 #include "preview/Mounts.h"
 
@@ -19,9 +19,6 @@ using Preview::FileType;
 namespace Keeping = corekit::Keeping;
 
 namespace {
-
-/// Of another file system, no more than this is copied to the files of the attempt.
-constexpr off_t kLargestCopy = 1 << 20;
 
 const Keeping::Identity kNothing;
 
@@ -82,8 +79,7 @@ class Restorer {
     Result PutBackWhole(const SavedEntry& entry);
     Result Clear(const SavedEntry& entry);
     Result Retire(const std::string& path);
-    void KeepForReader(const std::string& path);
-    Result KeepCopy(const std::string& path, const std::string& copy);
+    void KeepForReader(const std::string& path) const;
     bool IsTemporary(const std::string& directory, const std::string& name) const;
     void RemoveTemporaries(const SavedEntry& directory);
 
@@ -137,34 +133,11 @@ Result Restorer::Retire(const std::string& path) {
     return Keeping::Remove(String::FromUtf8(path));
 }
 
-/// That the files of the attempt are kept helps to find out why it failed; where it is not possible, nothing
-/// is put back the worse for it.
-void Restorer::KeepForReader(const std::string& path) {
+/// Keeps what the attempt has made; what was saved goes back to its place.
+void Restorer::KeepForReader(const std::string& path) const {
     const auto identity = IdentityOf(path);
     if (!identity || m_savedFiles.contains(*identity)) return;  // it has only moved here
-    const std::string kept = String(kFailedDir).Utf8() + path;
-    Forgive(Keeping::MakePrivateDirectory(kFailedDir));
-    Forgive(corekit::Dir::CreateR(String::FromUtf8(Preview::ParentOf(kept))));
-    Forgive(KeepCopy(path, kept));
-}
-
-/// Keeps an entry under another path: by its own inode on the same file system, else by a copy of what is
-/// small.
-Result Restorer::KeepCopy(const std::string& path, const std::string& copy) {
-    const auto state = Preview::ReadState(path);
-    if (!state || IsThere(copy).value_or(true)) return Result();
-    const String from = String::FromUtf8(path);
-    const String to = String::FromUtf8(copy);
-    if (state->type != FileType::Directory) {
-        if (state->type == FileType::Other) return Result();
-        const Result linked = Keeping::Link(from, to);
-        return linked || state->size > kLargestCopy ? linked : Keeping::Copy(from, to);
-    }
-    if (const Result made = Keeping::MakePrivateDirectory(to); !made) return made;
-    Result result;
-    for (const corekit::FileInfo& entry : corekit::Dir::Entries(from, String()))
-        result = Worse(result, KeepCopy(entry.path.Utf8(), copy + "/" + entry.name.Utf8()));
-    return result;
+    KeepFailed(path);
 }
 
 Result Restorer::PutBackWhole(const SavedEntry& entry) {
@@ -283,10 +256,6 @@ Outcome<> Restore(const Journal& journal) {
     // The unit and the links that enable it are files: a running systemd has to read them again.
     deploykit::SystemdUnit::Reload();
     return restored;
-}
-
-bool HasKeptFiles() {
-    return !corekit::Dir::Entries(kFailedDir, String()).empty();
 }
 
 void FlushPlaces(const Journal& journal) {

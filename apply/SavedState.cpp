@@ -6,6 +6,7 @@
 #include <map>
 #include <set>
 
+#include "apply/FailedFiles.h"
 #include "corekit/fs/Dir.h"
 #include "integration/AgentProcess.h"
 #include "preview/Mounts.h"
@@ -27,7 +28,7 @@ constexpr const char* kMainStore = "/var/lib/qdn-configure/saved";
 constexpr const char* kStoreName = "/.qdn-configure-saved";
 
 Failure FailToSave(const std::string& path, const Result& cause) {
-    return FailBecause(L"What the run would touch cannot be saved.", String::FromUtf8(path), cause);
+    return Apply::FailToSave(String::FromUtf8(path), cause);
 }
 
 /// True where others can write, or that is not known.
@@ -189,8 +190,7 @@ Outcome<> Saver::Save() {
 }  // namespace
 
 Outcome<> Save(const ToSave& what) {
-    const Result removed = Keeping::Remove(kFailedDir);
-    if (!removed && !IsNotFound(removed)) return FailToSave("/var/lib/qdn-configure/failed", removed);
+    if (const Result removed = RemoveKeptFiles(); !removed) return FailToSave(kFailedDir, removed);
     Outcome<> saved = Saver(what).Save();
     if (saved) return saved;
     if (!what.runningAgent.empty()) StartAgentAgain(String::FromUtf8(what.runningAgent));

@@ -7,6 +7,7 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include "apply/FailedFiles.h"
 #include "apply/Recovery.h"
 #include "apply/Restore.h"
 #include "apply/SavedState.h"
