@@ -9,6 +9,7 @@
 
 #include "corekit/os/Child.h"
 #include "corekit/os/Console.h"
+#include "corekit/os/Interruption.h"
 #include "corekit/os/SystemCall.h"
 #include "run/Failure.h"
 
@@ -19,8 +20,6 @@ using corekit::Descriptor;
 namespace {
 
 constexpr std::size_t kLongestError = 4096;  // less than what a pipe holds
-
-constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
 
 bool IsIgnored(int signal) {
     struct sigaction action {};
@@ -48,7 +47,7 @@ bool IsIgnored(int signal) {
 
 Interruptions::Interruptions() {
     sigemptyset(&m_signals);
-    for (const int signal : kSignals) {
+    for (const int signal : corekit::Interruption::kSignals) {
         if (!IsIgnored(signal)) sigaddset(&m_signals, signal);
     }
     sigaddset(&m_signals, SIGCHLD);

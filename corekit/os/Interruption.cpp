@@ -11,8 +11,6 @@ namespace corekit::Interruption {
 
 namespace {
 
-constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
-
 // How long the group may take to end.
 constexpr int kLooks = 200;
 constexpr int kMillisecondsBetween = 10;

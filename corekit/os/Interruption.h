@@ -6,7 +6,10 @@
 
 namespace corekit::Interruption {
 
-/// From now on SIGHUP, SIGINT, SIGQUIT and SIGTERM end the process as they do by default, but not before the
+/// The signals by which the process is ended from outside.
+inline constexpr int kSignals[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
+
+/// From now on the signals of `kSignals` end the process as they do by default, but not before the
 /// running processes of `EndWithUs` have ended and every `TemporaryFile` is gone. One that the caller left
 /// ignored stays ignored. SIGCHLD does not: ignored, it would leave us without the status of our children.
 void Prepare();
