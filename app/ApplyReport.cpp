@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "app/ApplyCommand.h"
-#include "apply/Journal.h"
+#include "apply/FailedFiles.h"
 #include "corekit/json/Json.h"
 #include "corekit/os/Console.h"
 #include "integration/AgentProcess.h"
@@ -14,7 +14,7 @@ using corekit::Json;
 using corekit::String;
 
 unsigned ApplyCommand::EndFailed(const Failure& failure) {
-    m_result.error = failure.text.IsEmpty() ? String(L"Agent configuration failed.") : failure.text;
+    m_result.error = failure.Told();
     static_cast<void>(Report(failure));
     if (m_result.wasRestored) Messages::Warn(L"  The host has been put back as it was.\n");
     m_result.agent = m_runningAgent.IsEmpty() ? std::nullopt : FindAgentProcess(m_runningAgent);

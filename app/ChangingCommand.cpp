@@ -28,9 +28,7 @@ bool RefuseSecondRun(const RunLock& lock) {
 
 unsigned Report(const Failure& failure) {
     Error::m_sErrorText = failure.text;
-    const corekit::String text = failure.text.IsEmpty() ? corekit::String(L"Agent configuration failed.")
-                                                        : Messages::Ascii(failure.text);
-    Messages::Warn(L"ERROR: " + text + L"\n");
+    Messages::Warn(L"ERROR: " + Messages::Ascii(failure.Told()) + L"\n");
     if (!failure.reason.IsEmpty()) Messages::Warn(L"  " + Messages::Ascii(failure.reason) + L"\n");
     return kFailure;
 }

@@ -8,6 +8,10 @@ namespace Zorvane::AgentInstaller {
 using corekit::Result;
 using corekit::String;
 
+String Failure::Told() const {
+    return text.IsEmpty() ? String(L"Agent configuration failed.") : text;
+}
+
 Failure Fail(const String& text, const String& subject) {
     return {text + Messages::Shown(subject), String()};
 }

@@ -15,6 +15,9 @@ struct Failure {
     corekit::String text;    // printed after "ERROR: "; empty when no step has a text of its own
     corekit::String reason;  // "<path>: No space left on device", printed below it; empty when there is none
 
+    /// The text, or the one of all failures that have none of their own.
+    corekit::String Told() const;
+
     bool operator==(const Failure&) const = default;
 };
 

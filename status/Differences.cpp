@@ -137,7 +137,7 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
     const Json notMade = record.value(kNotMade, Json::array());
     if (told["error"].is_null() && !notMade.empty()) told["error"] = notMade.front();
     // A run without a text of its own that fails all the same.
-    if (document["status"] != 0 && told["error"].is_null()) told["error"] = "Agent configuration failed.";
+    if (document["status"] != 0 && told["error"].is_null()) told["error"] = Failure().Told().Utf8();
     return corekit::Cbor(told);
 }
 

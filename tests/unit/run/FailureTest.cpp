@@ -17,6 +17,11 @@ TEST(Failure, NamesItsSubject) {
     EXPECT_EQ(outcome.error().reason, L"");
 }
 
+TEST(Failure, IsToldByItsText_OrByOneForAll) {
+    EXPECT_EQ((Failure{L"Missing file.", L"/opt/x: Is a directory"}).Told(), L"Missing file.");
+    EXPECT_EQ((Failure{L"", L"/opt/x: Is a directory"}).Told(), L"Agent configuration failed.");
+}
+
 TEST(Failure, CarriesTheReasonOfTheSystem) {
     const Outcome<> outcome = FailAt(L"Unable to write to file: ", L"/opt/x", Result(ENOSPC));
     ASSERT_FALSE(outcome);
