@@ -210,11 +210,11 @@ Outcome<> ApplyCommand::Perform(const std::vector<String>& arguments, Apply::Int
     const auto interrupted = [] { return Failure{L"The run was interrupted.", {}}; };
     if (interruptions.HasCome()) return interrupted();
     const auto command = [&] {
-        Rehearsal::bIsAttempt = true;
-        Rehearsal::replayed.assign(m_rehearsed.answers.begin(), m_rehearsed.answers.end());
+        RunMode::bIsAttempt = true;
+        RunMode::replayed.assign(m_rehearsed.answers.begin(), m_rehearsed.answers.end());
         return m_command->Run(arguments);
     };
-    const auto output = m_options.json ? Apply::Output::Dropped : Apply::Output::Shown;
+    const auto output = m_options.json ? Apply::StandardOutput::Dropped : Apply::StandardOutput::Shown;
     const Apply::Ending ending = Apply::Attempt(command, output, interruptions);
     if (ending.wasInterrupted) return interrupted();
     if (!ending.hasSucceeded) return Failure{String::FromUtf8(ending.error), {}};

@@ -52,7 +52,7 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
     if (RefuseOrdinaryUser() || RefuseRunningAgent(kRunning)) return kFailure;
     if (!ParseArguments(arguments)) return kUsageError;
     const String& baseDir = arguments.front();
-    if (!Rehearsal::bIsOn && HasRegisteredSolutions(baseDir)) {
+    if (!RunMode::bIsRehearsal && HasRegisteredSolutions(baseDir)) {
         Messages::Tell(kSolutionsDepend);
         return kFailure;
     }

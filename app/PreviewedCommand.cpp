@@ -48,17 +48,17 @@ bool Holds(const std::vector<String>& arguments, const wchar_t* option) {
 
 /// What goes from the process that saw the copy to the one that asked for it: CBOR, which takes any path.
 /// The document goes as text: a plan that was read from a file is compared with it.
-std::string Packed(const Json& document, const Preview::TouchedNames& names, const std::string& result) {
+std::string Packed(const Json& document, const Preview::TouchedNames& names, const std::string& record) {
     Json packed = {
         {"document", corekit::JsonLine(document)}, {"names", Json::array()}, {"moves", Json::array()}};
     for (const Preview::Touched& name : names.names)
         packed["names"].push_back(Json::array({name.path, static_cast<int>(name.touch)}));
     for (const Preview::MovedDirectory& move : names.moves)
         packed["moves"].push_back(Json::array({move.from, move.to}));
-    const Json record = corekit::ParseCbor(result);
+    const Json fields = corekit::ParseCbor(record);
     for (const char* list : {"places", "identifiers", "answers"})
-        packed[list] = record.value(list, Json::array());
-    packed["install_dir"] = record.value("install_dir", "");
+        packed[list] = fields.value(list, Json::array());
+    packed["install_dir"] = fields.value("install_dir", "");
     return corekit::Cbor(packed);
 }
 
@@ -118,7 +118,7 @@ RehearsedRun PreviewedCommand::Rehearse(const std::vector<String>& arguments, co
         if (!document) return document.error();
         const auto names = Preview::ReadTouched(copy);
         if (!names) return Preview::FailToPreview(names.error());
-        return Packed(*document, *names, rehearsal.result);
+        return Packed(*document, *names, rehearsal.record);
     };
     const auto told = Preview::Rehearse(run, tell, audience);
     if (told) return Unpacked(*told);
@@ -186,7 +186,7 @@ void AddPlaces(const Settings& settings, Json& places) {
 }  // namespace
 
 std::string RunInCopy(ChangingCommand& command, const std::vector<String>& arguments) {
-    Rehearsal::bIsOn = true;
+    RunMode::bIsRehearsal = true;
     Json record = {{"settings", Json::array()}, {"client_conf", nullptr}, {"stores", Json::array()}};
     record["places"] = Json::array();
     record["identifiers"] = Json::array();
@@ -197,9 +197,9 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
         record["places"].push_back(arguments.front().Utf8());
     }
     record["status"] = command.Run(arguments);
-    record["start"] = Rehearsal::bStartsAgent;
+    record["start"] = RunMode::bWouldStartAgent;
     record["answers"] = Json::array();
-    for (const String& answer : Rehearsal::answers) record["answers"].push_back(answer.Utf8());
+    for (const String& answer : RunMode::answers) record["answers"].push_back(answer.Utf8());
     if (const Settings* settings = command.LastSettings()) {
         const String installDir = settings->Get(kInstallDir);
         record["settings"] = Preview::SettingsList(*settings);

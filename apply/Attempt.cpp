@@ -26,11 +26,11 @@ bool IsIgnored(int signal) {
     return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
 }
 
-[[noreturn]] void Perform(const std::function<unsigned()>& command, Output output,
+[[noreturn]] void Perform(const std::function<unsigned()>& command, StandardOutput output,
                           const Interruptions& interruptions, pid_t parent, const Descriptor& errorTo) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (getppid() != parent) _exit(1);  // it has ended before
-    if (output == Output::Dropped) {
+    if (output == StandardOutput::Dropped) {
         const auto nowhere = corekit::OpenAt(AT_FDCWD, "/dev/null", O_WRONLY);
         if (!nowhere || dup2(nowhere->Get(), STDOUT_FILENO) < 0) _exit(1);
     }
@@ -73,7 +73,8 @@ int Interruptions::Wait(unsigned milliseconds) {
     return signal;
 }
 
-Ending Attempt(const std::function<unsigned()>& command, Output output, Interruptions& interruptions) {
+Ending Attempt(const std::function<unsigned()>& command, StandardOutput output,
+               Interruptions& interruptions) {
     corekit::Console::Flush();
     const pid_t parent = getpid();
     auto errors = corekit::OpenPipe();

@@ -37,11 +37,11 @@ struct Ending {
     std::string error;  // why it failed, as far as the command has told
 };
 
-enum class Output { Shown, Dropped };
+enum class StandardOutput { Shown, Dropped };
 
 /// Runs `command` in a child process, which ends when this one does, and waits for it. A signal is handed on
 /// to it. It has succeeded when it returned 0 and nothing interrupted it. Its error is the one of
 /// `run/Failure.h`.
-Ending Attempt(const std::function<unsigned()>& command, Output output, Interruptions& interruptions);
+Ending Attempt(const std::function<unsigned()>& command, StandardOutput output, Interruptions& interruptions);
 
 }  // namespace Zorvane::AgentInstaller::Apply

@@ -54,7 +54,7 @@ Outcome<> Commit() {
 }
 
 Outcome<> FinishFormerApply() {
-    if (Rehearsal::bIsAttempt) return {};
+    if (RunMode::bIsAttempt) return {};
     const Outcome<Phase> phase = FindPhase();
     if (!phase) return phase.error();
     if (*phase == Phase::None) {

@@ -118,25 +118,25 @@ Outcome<> CheckCreatableDirectory(const String& path) {
 }
 
 /// What the value of a key is.
-enum class ValueKind { Directory, FileInDirectory, InstallDirectory };
+enum class PathKind { Directory, FileInDirectory, InstallDirectory };
 enum class IfMissing { Create, Fail };
 
 struct DirectoryKey {
     ConfKey key;
-    ValueKind kind = ValueKind::Directory;
+    PathKind kind = PathKind::Directory;
     IfMissing ifMissing = IfMissing::Create;
 };
 constexpr DirectoryKey kDirectoryKeys[] = {
-    {Key::kBinDir, ValueKind::Directory, IfMissing::Fail},
+    {Key::kBinDir, PathKind::Directory, IfMissing::Fail},
     {Key::kTmpDir},
     {Key::kVar},
-    {Key::kGuidFile, ValueKind::FileInDirectory},
+    {Key::kGuidFile, PathKind::FileInDirectory},
     {Key::kEventQueueDir},
     {Key::kTaskDir},
     {Key::kPackageDir},
     {Key::kSwdDir},
-    {Key::kDebugOutput, ValueKind::FileInDirectory},
-    {Key::kInstallDir, ValueKind::InstallDirectory},
+    {Key::kDebugOutput, PathKind::FileInDirectory},
+    {Key::kInstallDir, PathKind::InstallDirectory},
 };
 
 /// Calls `create` with each directory that the run makes if it is missing, and only checks one that must be
@@ -144,11 +144,11 @@ constexpr DirectoryKey kDirectoryKeys[] = {
 Outcome<> ForEachDirectory(const corekit::IniFile& conf, Outcome<> (*create)(const String& path)) {
     for (const DirectoryKey& row : kDirectoryKeys) {
         String path = GetValue(conf, row.key);
-        if (row.kind == ValueKind::FileInDirectory) {
+        if (row.kind == PathKind::FileInDirectory) {
             if (path.IsEmpty()) continue;
             path = corekit::Path::GetDirectory(path);
         }
-        if (row.kind == ValueKind::InstallDirectory) path += L"/etc";
+        if (row.kind == PathKind::InstallDirectory) path += L"/etc";
         const Outcome<> outcome =
             row.ifMissing == IfMissing::Fail ? CheckConfiguredDirectory(path) : create(path);
         if (!outcome) return outcome;

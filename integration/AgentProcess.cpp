@@ -117,11 +117,11 @@ void StartAgent(const Settings& settings) {
         return;
     }
     Messages::Say(L"Starting Zorvane Agent for UNIX and Linux.\n");
-    Rehearsal::bStartsAgent = Rehearsal::bIsOn;
-    if (Rehearsal::bIsOn) return;
+    RunMode::bWouldStartAgent = RunMode::bIsRehearsal;
+    if (RunMode::bIsRehearsal) return;
     const String installDir = settings.Get(L"InstallDir");
     Control(installDir, L"start");
-    if (Rehearsal::bIsAttempt) return;
+    if (RunMode::bIsAttempt) return;
     corekit::Sys::Sleep(kSecondsToComeUp);
     const String control = corekit::Text::ShellWord(installDir + Names::kControlScript);
     corekit::StringToMapFilter filter;
@@ -133,7 +133,7 @@ void StartAgent(const Settings& settings) {
 }
 
 bool StopAgent(const String& installDir) {
-    if (Rehearsal::bIsOn) return true;
+    if (RunMode::bIsRehearsal) return true;
     Control(installDir, L"stop");
     constexpr unsigned kSecondsToEnd = 5;
     for (unsigned second = 0; FindAgentProcess(installDir); ++second) {
@@ -144,7 +144,7 @@ bool StopAgent(const String& installDir) {
 }
 
 void StartAgentAgain(const String& installDir) {
-    if (Rehearsal::bIsOn) return;
+    if (RunMode::bIsRehearsal) return;
     Control(installDir, L"start");
     if (!FindAgentProcess(installDir)) WarnOfStoppedAgent(installDir);
 }

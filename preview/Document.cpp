@@ -163,7 +163,7 @@ Json StateAsJson(const std::optional<FileState>& state, const std::string& at, b
 }
 
 Outcome<Json> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal) {
-    Json record = corekit::ParseCbor(rehearsal.result);
+    Json record = corekit::ParseCbor(rehearsal.record);
     if (!record.is_object()) return Fail(L"The preview failed: the command has not said how it ended.");
     for (const std::string& place : StringsOf(record["places"])) {
         if (const Mount* mount = copy.Uncopied(place))

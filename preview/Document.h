@@ -23,7 +23,7 @@ struct Request {
     bool withHashes = true;              // false: nobody is going to read a `sha256`
 };
 
-/// The document of what `rehearsal` left in the copy; its result is a JSON object as CBOR with `status`,
+/// The document of what `rehearsal` left in the copy; its record is a JSON object as CBOR with `status`,
 /// `start`, `settings`, `client_conf` (an object or null), `stores` (directories whose files are not shown)
 /// and `places` (directories that must have been writable). Fails where one of those cannot be written in the
 /// copy.

@@ -60,7 +60,7 @@ class Performance {
     const HostCopy& m_copy;
     Audience m_audience;
     std::chrono::milliseconds m_longestRun;
-    Pipe m_result;
+    Pipe m_record;
     Pipe m_output;
     Pipe m_errors;
     Rehearsal m_rehearsal;
@@ -68,7 +68,7 @@ class Performance {
 };
 
 Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
-    for (Pipe* pipe : {&m_result, &m_output, &m_errors}) {
+    for (Pipe* pipe : {&m_record, &m_output, &m_errors}) {
         auto opened = corekit::OpenPipe();
         if (!opened) return FailToPreview(opened.error().About(L"pipe"));
         *pipe = std::move(*opened);
@@ -80,7 +80,7 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
         case 0:
             Perform(code);
         default:
-            for (Pipe* pipe : {&m_result, &m_output, &m_errors}) pipe->writer = Descriptor();
+            for (Pipe* pipe : {&m_record, &m_output, &m_errors}) pipe->writer = Descriptor();
     }
 
     const bool inTime = Listen();
@@ -91,8 +91,8 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
         return Fail(String(kNotPossible) +
                     L"what the command writes does not fit into a quarter of the memory.");
     if (WIFEXITED(status) && WEXITSTATUS(status) == 0) return m_rehearsal;
-    if (WIFEXITED(status) && !m_rehearsal.result.empty())  // why the code has not been run
-        return Failure{String::FromUtf8(m_rehearsal.result), {}};
+    if (WIFEXITED(status) && !m_rehearsal.record.empty())  // why the code has not been run
+        return Failure{String::FromUtf8(m_rehearsal.record), {}};
     return Fail(L"The preview failed: the command was ended by a signal.");
 }
 
@@ -102,26 +102,26 @@ void Performance::Perform(const std::function<std::string()>& code) {
     const Result entered = isHeard ? m_copy.Enter() : Result::FromErrno().About(L"dup2");
     if (!entered) {
         // Without the reason the other side says that the code has not ended by itself.
-        Forgive(corekit::WriteAll(m_result.writer.Get(), FailToPreview(entered).text.Utf8()));
+        Forgive(corekit::WriteAll(m_record.writer.Get(), FailToPreview(entered).text.Utf8()));
         _exit(1);
     }
     corekit::Dir::TakeTreesAwayTo(std::string(kTakenAway));
-    const std::string result = code();
+    const std::string record = code();
     corekit::Console::Flush();
-    // Without a result the other side says that the rehearsal has failed.
-    Forgive(corekit::WriteAll(m_result.writer.Get(), result));
+    // Without a record the other side says that the rehearsal has failed.
+    Forgive(corekit::WriteAll(m_record.writer.Get(), record));
     _exit(0);
 }
 
 /// Reads all that is said until the code has ended. False when that takes too long.
 bool Performance::Listen() {
     const auto start = std::chrono::steady_clock::now();
-    pollfd sources[] = {{m_result.reader.Get(), POLLIN, 0},
+    pollfd sources[] = {{m_record.reader.Get(), POLLIN, 0},
                         {m_output.reader.Get(), POLLIN, 0},
                         {m_errors.reader.Get(), POLLIN, 0}};
-    Pipe* const pipes[] = {&m_result, &m_output, &m_errors};
-    std::string* const texts[] = {&m_rehearsal.result, &m_rehearsal.output, &m_rehearsal.errors};
-    // Only the code's own process holds the writing end for the result.
+    Pipe* const pipes[] = {&m_record, &m_output, &m_errors};
+    std::string* const texts[] = {&m_rehearsal.record, &m_rehearsal.output, &m_rehearsal.errors};
+    // Only the code's own process holds the writing end for the record.
     while (sources[0].fd >= 0) {
         if (m_audience.terminal < 0 && std::chrono::steady_clock::now() - start > m_longestRun) return false;
         poll(sources, std::size(sources), kMillisecondsBetweenLooks);

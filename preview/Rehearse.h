@@ -11,7 +11,7 @@ namespace Zorvane::AgentInstaller::Preview {
 
 /// What the code in the copy said.
 struct Rehearsal {
-    std::string result;  // what it returned
+    std::string record;  // what it returned
     std::string output;  // standard output
     std::string errors;  // standard error
 };

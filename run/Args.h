@@ -14,10 +14,10 @@ inline bool bNoSearch = false;  // -nosearch: do not ask the package manager for
 
 }  // namespace Zorvane::AgentInstaller::Args
 
-namespace Zorvane::AgentInstaller::Rehearsal {
+namespace Zorvane::AgentInstaller::RunMode {
 
-inline bool bIsOn = false;         // no agent or service is to be started, stopped or told anything
-inline bool bStartsAgent = false;  // the rehearsed run would have started the agent
+inline bool bIsRehearsal = false;      // no agent or service is to be started, stopped or told anything
+inline bool bWouldStartAgent = false;  // the rehearsed run would have started the agent
 
 /// The run takes effect, and its caller watches the agent and undoes the run if need be.
 inline bool bIsAttempt = false;
@@ -25,4 +25,4 @@ inline bool bIsAttempt = false;
 inline std::vector<corekit::String> answers;  // lines that the rehearsal took as answers
 inline std::deque<corekit::String> replayed;  // answers of a rehearsal that an attempt takes in their turn
 
-}  // namespace Zorvane::AgentInstaller::Rehearsal
+}  // namespace Zorvane::AgentInstaller::RunMode

@@ -54,7 +54,7 @@ bool IsStillThere(const Descriptor& file, const Descriptor& directory) {
 }  // namespace
 
 RunLock::RunLock() {
-    if (Rehearsal::bIsAttempt) return;
+    if (RunMode::bIsAttempt) return;
     for (const wchar_t* place : kPlaces) {
         if (TryIn(place)) return;
     }

@@ -26,7 +26,7 @@ namespace {
 
 constexpr const char* kProgram = "qdn-configure";
 
-struct Facts {
+struct RunFacts {
     String command;
     String user;     // who called the program
     String invoker;  // who called sudo, if that called the program
@@ -39,7 +39,7 @@ struct Facts {
 /// The present record. `owner` is 0 when there is none; all of it changes under a SignalBlock only.
 struct Present {
     pid_t owner = 0;
-    Facts facts;
+    RunFacts facts;
     std::string fields;  // for the journal, up to the status that ends the message
     std::string line;    // for the syslog daemon, without its priority, up to the status
 };
@@ -60,14 +60,14 @@ String NameOfUser(uid_t id) {
     return number;
 }
 
-String Message(const Facts& facts) {
+String Message(const RunFacts& facts) {
     String text = facts.command;
     if (!facts.installDir.IsEmpty()) text += L" of " + facts.installDir;
     text += L" by " + (facts.invoker.IsEmpty() ? facts.user : facts.invoker + L" (" + facts.user + L")");
     return Messages::Shown(text) + L": status ";
 }
 
-std::string JournalFields(const Facts& facts) {
+std::string JournalFields(const RunFacts& facts) {
     std::string fields = SystemLog::Field("MESSAGE_ID", RunRecord::kMessageId) +
                          SystemLog::Field("SYSLOG_IDENTIFIER", kProgram) +
                          SystemLog::Field("SYSLOG_FACILITY", "3");
@@ -118,9 +118,9 @@ void Leave(int status) {
 }  // namespace
 
 RunRecord::RunRecord(const String& command) {
-    if (Rehearsal::bIsOn || present.owner != 0) return;
+    if (RunMode::bIsRehearsal || present.owner != 0) return;
     m_isOwner = true;
-    Facts facts;
+    RunFacts facts;
     facts.command = command;
     facts.user = NameOfUser(getuid());
     // Only root's environment is believed.
@@ -145,19 +145,19 @@ unsigned RunRecord::End(unsigned status) {
 
 void RunRecord::SetInstallDir(const String& directory) {
     const String absolute = corekit::Path::MakeAbsolute(directory).value_or(directory);
-    Update([&](Facts& facts) { facts.installDir = directory.IsEmpty() ? directory : absolute; });
+    Update([&](RunFacts& facts) { facts.installDir = directory.IsEmpty() ? directory : absolute; });
 }
 
 void RunRecord::SetServer(const String& url) {
-    Update([&](Facts& facts) { facts.server = url; });
+    Update([&](RunFacts& facts) { facts.server = url; });
 }
 
 void RunRecord::SetXmlFile(const String& path) {
-    Update([&](Facts& facts) { facts.xmlFile = path; });
+    Update([&](RunFacts& facts) { facts.xmlFile = path; });
 }
 
 void RunRecord::SetXmlFileRemoved() {
-    Update([](Facts& facts) { facts.isXmlFileRemoved = true; });
+    Update([](RunFacts& facts) { facts.isXmlFileRemoved = true; });
 }
 
 }  // namespace Zorvane::AgentInstaller

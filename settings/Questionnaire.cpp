@@ -81,14 +81,14 @@ void Store(const String& answer, const Question& question, Settings& settings) {
 
 /// Shows a part of the dialogue, unless the rehearsal, whose answers are taken, has shown it.
 void Show(const String& text) {
-    if (Rehearsal::replayed.empty()) Messages::Tell(text);
+    if (RunMode::replayed.empty()) Messages::Tell(text);
 }
 
 /// Reads a line from standard input, or takes the next one that the rehearsal accepted.
 Sys::Line ReadAnswer(String& line) {
-    if (Rehearsal::replayed.empty()) return Sys::Fgets(line, stdin);
-    line = Rehearsal::replayed.front();
-    Rehearsal::replayed.pop_front();
+    if (RunMode::replayed.empty()) return Sys::Fgets(line, stdin);
+    line = RunMode::replayed.front();
+    RunMode::replayed.pop_front();
     return Sys::Line::Whole;
 }
 
@@ -131,7 +131,7 @@ Outcome<String> AskQuestion(const Question& question, const String& shownDefault
         }
         const String typed = line.Trim();
         if (const auto answer = ValidateAnswer(question, typed.IsEmpty() ? shownDefault : typed)) {
-            if (Rehearsal::bIsOn) Rehearsal::answers.push_back(line);
+            if (RunMode::bIsRehearsal) RunMode::answers.push_back(line);
             return *answer;
         }
     }

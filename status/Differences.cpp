@@ -127,7 +127,7 @@ Outcome<std::string> Tell(const Preview::HostCopy& copy, const Preview::Rehearsa
         if (Json difference = comparison.Judge(change); !difference.is_null())
             differences.push_back(std::move(difference));
     }
-    const Json record = corekit::ParseCbor(rehearsal.result);
+    const Json record = corekit::ParseCbor(rehearsal.record);
     for (const Json& path : record.value(kNotReplaced, Json::array()))
         differences.push_back(NotReplaced(path.get<std::string>(), installDir));
     std::ranges::stable_sort(differences, {},

@@ -18,7 +18,7 @@ namespace {
 
 Ending Attempted(const std::function<unsigned()>& command) {
     Interruptions interruptions;
-    return Attempt(command, Output::Shown, interruptions);
+    return Attempt(command, StandardOutput::Shown, interruptions);
 }
 
 TEST(Attempt, Succeeds_WhenTheCommandReturnsZero) {
@@ -68,7 +68,7 @@ TEST(Attempt, DoesNotSucceed_WhenASignalComes_ThoughTheCommandEndsWell) {
 }
 
 /// Runs a command that leaves a file; true if it was run.
-bool IsRun(Output output) {
+bool IsRun(StandardOutput output) {
     Interruptions interruptions;
     const auto command = [] {
         testfiles::Write("/opt/of-the-attempt", "");
@@ -82,21 +82,21 @@ bool IsRun(Output output) {
 }
 
 TEST(Attempt, IsNotRun_WhenItsMakerHasEnded) {
-    EXPECT_TRUE(IsRun(Output::Shown));
+    EXPECT_TRUE(IsRun(StandardOutput::Shown));
     testsupport::InChild([] {
         testsupport::JudgeCalls({SYS_getppid},
                                 [](const seccomp_notif&) -> testsupport::Verdict { return 1; });
-        EXPECT_FALSE(IsRun(Output::Shown));
+        EXPECT_FALSE(IsRun(StandardOutput::Shown));
         return 0;
     });
 }
 
 TEST(Attempt, IsNotRun_WhenItsOutputCannotBeDropped) {
-    EXPECT_TRUE(IsRun(Output::Dropped));
+    EXPECT_TRUE(IsRun(StandardOutput::Dropped));
     for (const int call : {SYS_openat, SYS_dup2}) {
         testsupport::WithFailing({{call, EMFILE}}, [&] {
             Interruptions interruptions;
-            const Ending ending = Attempt([] { return 0U; }, Output::Dropped, interruptions);
+            const Ending ending = Attempt([] { return 0U; }, StandardOutput::Dropped, interruptions);
             EXPECT_FALSE(ending.hasSucceeded) << call;
             EXPECT_EQ(ending.error, "") << call;
             return 0;

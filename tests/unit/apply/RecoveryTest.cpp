@@ -79,9 +79,9 @@ TEST_F(Recovery, ClearsUp_WhenTheRunWasStillSaving) {
 
 TEST_F(Recovery, LeavesItsOwnRunAlone_WithinAnAttempt) {
     SaveAndChange();
-    Rehearsal::bIsAttempt = true;
+    RunMode::bIsAttempt = true;
     EXPECT_TRUE(FinishFormerApply());
-    Rehearsal::bIsAttempt = false;
+    RunMode::bIsAttempt = false;
     EXPECT_EQ(testfiles::Read("/opt/t/file"), "new");
 }
 

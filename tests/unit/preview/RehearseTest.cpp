@@ -34,7 +34,7 @@ namespace fs = std::filesystem;
 
 std::string InCopy(const std::function<std::string()>& code, const Limits& limits = {}) {
     const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
-        return run.result;
+        return run.record;
     };
     const auto told = Rehearse(code, tell, {}, limits);
     return told ? *told : "failed: " + told.error().text.Utf8();
@@ -74,7 +74,7 @@ TEST(Rehearse, ModesOfMountPointsAreTheHosts) {
 
 TEST(Rehearse, OutputIsKept) {
     const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
-        return run.output + "|" + run.errors + "|" + run.result;
+        return run.output + "|" + run.errors + "|" + run.record;
     };
     const auto code = [] {
         const bool isWritten = write(1, "out", 3) == 3 && write(2, "err", 3) == 3;
@@ -117,7 +117,7 @@ TEST(Rehearse, AllThatTheCodeSaidIsKept_WhereADaemonStaysBehind) {
         return isWritten ? std::string() : std::string("not written");
     };
     const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
-        return std::to_string(run.output.size()) + " " + run.result;
+        return std::to_string(run.output.size()) + " " + run.record;
     };
     EXPECT_EQ(Rehearse(code, tell, {.terminal = audience.writer.Get()}).value(), std::to_string(kHeld) + " ");
 }
@@ -214,7 +214,7 @@ TEST(Rehearse, WorksInAUserNamespaceWhoseRootIsItsOwn) {
     if (child == 0) {
         if (!EnterRootOfAUserNamespace()) _exit(2);
         const auto tell = [](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
-            std::string told = run.result;
+            std::string told = run.record;
             for (const Layer& layer : copy.Layers()) {
                 const auto changes = ReadChanges(layer).value();
                 for (const Change& change : changes) told += " " + testsupport::Shown(change);
@@ -298,7 +298,7 @@ TEST(Rehearse, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {
     const auto file = testsupport::Mount::Bind(dir / "what", dir / "point");
     const auto tell = [&](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
         const Mount* mount = copy.Uncopied(dir / "point");
-        return (mount == nullptr ? "" : mount->point) + " " + run.result + " " +
+        return (mount == nullptr ? "" : mount->point) + " " + run.record + " " +
                YesOrNo(copy.Uncopied(dir / "what") != nullptr || copy.Uncopied("what") != nullptr);
     };
     const auto write = [&] { return YesOrNo(open((dir / "point").c_str(), O_WRONLY | O_CLOEXEC) >= 0); };
@@ -311,7 +311,7 @@ TEST(Rehearse, AFileSystemThatIsNotTheHostsOwnIsReadOnlyAndKnown) {
     const auto proc = testsupport::Mount::Bind("/proc", dir / "proc");
     const auto tell = [&](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
         const Mount* mount = copy.Uncopied(dir / "proc/sys");
-        return (mount == nullptr ? "" : mount->type) + " " + run.result;
+        return (mount == nullptr ? "" : mount->type) + " " + run.record;
     };
     const auto write = [&] {
         return YesOrNo(open((dir / "proc/sys/kernel/hostname").c_str(), O_WRONLY | O_CLOEXEC) >= 0);
