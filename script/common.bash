@@ -4,6 +4,9 @@
 # The folders of the program, lowest floor first.
 folders=(corekit deploykit run settings config agents integration preview apply status app)
 
+# The sources of release 1.0.0.
+release_commit=2b531b9
+
 as_root() {
     if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
