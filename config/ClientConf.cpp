@@ -97,7 +97,7 @@ Outcome<> ApplySettings(ClientConfDraft draft, Settings& settings) {
     const IniFile& file = draft.File();
     if (const auto written = file.Write(); !written)
         return FailAt(Texts::kUnwritableFile, file.FileName(), written);
-    settings.SetKeys(draft.Sources());
+    settings.SetKeys(draft.TakeSources());
     return {};
 }
 

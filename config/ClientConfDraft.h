@@ -26,7 +26,7 @@ class ClientConfDraft {
     }
 
     const corekit::IniFile& File() const { return m_ini; }
-    const KeySources& Sources() const { return m_sources; }
+    KeySources TakeSources() { return std::move(m_sources); }
 
   private:
     corekit::IniFile m_ini;

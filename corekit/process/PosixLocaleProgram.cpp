@@ -28,7 +28,7 @@ class PipeReader {
 
     /// Reads once, at most `limit` bytes. False, and the pipe closed, at its end or on a failure.
     bool Read(std::size_t limit = std::string::npos) {
-        char bytes[65536];
+        char bytes[4096];
         const ssize_t size = read(m_pipe.Get(), bytes, std::min(limit, sizeof bytes));
         if (size > 0) m_bytes.append(bytes, static_cast<std::size_t>(size));
         if (size > 0 || (size < 0 && errno == EINTR)) return true;

@@ -228,9 +228,12 @@ String Utf8Encoding::Decode(std::string_view bytes) const {
 }
 
 std::string Utf8Encoding::Encode(const String& text) const {
-    std::string bytes;
+    const auto isAscii = [](wchar_t character) { return static_cast<char32_t>(character) < 0x80; };
+    const auto rest = std::find_if_not(text.begin(), text.end(), isAscii);
+    std::string bytes(text.begin(), rest);
+    if (rest == text.end()) return bytes;
     bytes.reserve(text.Length());
-    for (const wchar_t character : text) {
+    for (const wchar_t character : text.View().substr(bytes.size())) {
         if (IsKeptByte(character)) {
             bytes += ByteOf(character);
         } else {

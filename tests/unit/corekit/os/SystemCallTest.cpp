@@ -153,6 +153,19 @@ TEST(ReadAll, StopsAtItsLimit) {
     EXPECT_EQ(corekit::ReadAll(-1, 10), Result(EBADF));
 }
 
+TEST(ReadAll, ReadsToTheEnd_HoweverMuchWasExpected) {
+    const Workspace dir;
+    for (const std::size_t size : {0, 4095, 4096, 4097, 8192, 100'000}) {
+        const std::string content = std::string(size, 'a') + "z";
+        testfiles::Write(dir / "file", content);
+        for (const std::size_t expected : {std::size_t{0}, size / 2, size, size + 1, 2 * size}) {
+            const Descriptor file = corekit::OpenAt(AT_FDCWD, dir / "file", O_RDONLY).value();
+            EXPECT_TRUE(corekit::ReadAll(file.Get(), size + 1, expected) == content)
+                << size << " bytes and one more, expected " << expected;
+        }
+    }
+}
+
 TEST(WriteAll, WritesEveryByteOverInterruptionsAndPartialWrites) {
     const Pipe pipe;
     const std::string sent(3000000, 'x');
