@@ -10,7 +10,7 @@ rows() { sed -n 's/^    \(.* | .*\)$/\1/p' "$document" | grep -v '^work '; }
 
 # The benchmark that writes rows of a name, which may end in the file system that it was run on.
 benchmark_of() {
-    grep -lF -e "\"$1\"" -e "\"${1% *} \$1\"" "$project"/bench/{start,configure,carry,set,xml,remove,preview}
+    grep -lF -e "\"$1\"" -e "\"${1% *} \$1\"" "$project"/bench/{start,configuration.bash,configure,carry,set,xml,remove,preview}
 }
 
 # judges_by FILE ROW MOST: true if the benchmark judges this row by this limit, and by none where MOST is empty.

@@ -43,8 +43,8 @@ TEST_F(FailedFiles, AreCopies_WhereAnotherFileSystemHoldsThem) {
     Write("/opt/t/large", std::string((1 << 20) + 1, 'x'));
     KeepFailed("/opt/t");
     EXPECT_EQ(testfiles::NamesIn(std::string(kKept) + "/opt/t"), std::vector<std::string>{"small"});
-    EXPECT_NE(corekit::Keeping::IdentityOf(L"/opt/t/small"),
-              corekit::Keeping::IdentityOf(L"/var/lib/qdn-configure/failed/opt/t/small"));
+    EXPECT_NE(corekit::Keeping::IdentityOf(L"/opt/t/small").value(),
+              corekit::Keeping::IdentityOf(L"/var/lib/qdn-configure/failed/opt/t/small").value());
 }
 
 TEST_F(FailedFiles, AreTheFirstOfAName) {
