@@ -23,8 +23,10 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::Forgive;
+using corekit::HostDirectory;
 using corekit::IniFile;
 using corekit::String;
+namespace Path = corekit::Path;
 
 namespace {
 
@@ -32,6 +34,36 @@ namespace {
 /// which operation has failed.
 Failure FailWithoutConf() {
     return Fail(String());
+}
+
+/// How the names of the agent's own files begin. In a directory of the host, such as /var/log, the rotations
+/// of any other log are the host's (syslog.1), as libraries are in another one (libc.so.6).
+constexpr std::array kOwnLogs = {L"qdn", L"zorvane"};
+
+HostDirectory LogDirectoryOf(const String& log) {
+    const String name = Path::GetFileName(log);
+    const auto begins = [&](const wchar_t* own) { return name.StartsWith(own); };
+    return std::ranges::any_of(kOwnLogs, begins) ? HostDirectory::Meant : HostDirectory::Refused;
+}
+
+/// The path as a wildcard that matches nothing else: the name of a log may hold any character.
+String Literal(const String& path) {
+    String name;
+    for (const wchar_t character : Path::GetFileName(path)) {
+        const bool isSpecial = character == L'*' || character == L'?' || character == L'[';
+        name +=
+            isSpecial ? L"[" + String(std::wstring(1, character)) + L"]" : String(std::wstring(1, character));
+    }
+    return path.Left(path.Length() - Path::GetFileName(path).Length()) + name;
+}
+
+/// Removes the numbered rotations of a log; the log itself stays.
+RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
+    RemovalOutcome left;
+    const String pattern = Literal(log) + L".[0-9]*";
+    if (!Path::GetFileName(log).IsEmpty())
+        left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory), hostDirectory);
+    return left;
 }
 
 }  // namespace
@@ -116,43 +148,6 @@ bool Agent60SP2::RemoveRunLevelScripts(const corekit::IniFile&) {
     m_left.Add(Names::kServiceScript, result);
     return result.Ok();
 }
-
-using corekit::HostDirectory;
-namespace Path = corekit::Path;
-
-namespace {
-
-/// How the names of the agent's own files begin. In a directory of the host, such as /var/log, the rotations
-/// of any other log are the host's (syslog.1), as libraries are in another one (libc.so.6).
-constexpr std::array kOwnLogs = {L"qdn", L"zorvane"};
-
-HostDirectory LogDirectoryOf(const String& log) {
-    const String name = Path::GetFileName(log);
-    const auto begins = [&](const wchar_t* own) { return name.StartsWith(own); };
-    return std::ranges::any_of(kOwnLogs, begins) ? HostDirectory::Meant : HostDirectory::Refused;
-}
-
-/// The path as a wildcard that matches nothing else: the name of a log may hold any character.
-String Literal(const String& path) {
-    String name;
-    for (const wchar_t character : Path::GetFileName(path)) {
-        const bool isSpecial = character == L'*' || character == L'?' || character == L'[';
-        name +=
-            isSpecial ? L"[" + String(std::wstring(1, character)) + L"]" : String(std::wstring(1, character));
-    }
-    return path.Left(path.Length() - Path::GetFileName(path).Length()) + name;
-}
-
-/// Removes the numbered rotations of a log; the log itself stays.
-RemovalOutcome RemoveRotations(const String& log, HostDirectory hostDirectory) {
-    RemovalOutcome left;
-    const String pattern = Literal(log) + L".[0-9]*";
-    if (!Path::GetFileName(log).IsEmpty())
-        left.Add(pattern, corekit::File::RemoveEx(pattern, hostDirectory), hostDirectory);
-    return left;
-}
-
-}  // namespace
 
 bool Agent62::RemoveRotatedDebugLogs(const corekit::IniFile& oldConf) {
     const String log = GetValue(oldConf, Key::kDebugOutput).Replace(L"//", L"/");

@@ -83,6 +83,43 @@ void TellLine(const std::string& text) {
     Messages::Warn(String::FromUtf8(text) + L"\n");
 }
 
+constexpr SettingName kInstallDir = L"InstallDir";
+
+/// The settings that name a directory in which files are made.
+constexpr SettingName kDirectories[] = {kInstallDir,      L"BinDir",      L"TempDir",  L"GuidDir", L"LogDir",
+                                        L"EventQueueDir", L"PackagesDir", L"TasksDir", L"SWDDir"};
+
+void AddStores(const String& installDir, Json& stores) {
+    const corekit::IniFile conf(installDir + Names::kClientConf);
+    for (const ConfKey& key : Key::kStores) {
+        const String store = GetValue(conf, key);
+        if (!store.IsEmpty()) stores.push_back(store.Utf8());
+    }
+}
+
+/// The file of the identifier that a client.conf names.
+void AddIdentifier(const String& installDir, Json& identifiers) {
+    const corekit::IniFile conf(installDir + Names::kClientConf);
+    const String path = GetValue(conf, Key::kGuidFile);
+    if (!path.IsEmpty()) identifiers.push_back(path.Utf8());
+}
+
+/// The keys of the client.conf that was made of these settings; null where it is not in its place.
+Json ConfigurationOf(const Settings& settings) {
+    const String path = settings.Get(kInstallDir) + Names::kClientConf;
+    const corekit::IniFile conf(path);
+    const corekit::IniFile packageTemplate(settings.Get(kInstallDir) + Names::kClientProto);
+    if (!conf.ReadResult()) return nullptr;
+    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(conf, packageTemplate, settings.Keys())}};
+}
+
+void AddPlaces(const Settings& settings, Json& places) {
+    for (const SettingName name : kDirectories) {
+        const String directory = ExpandPathMacros(settings.Get(name), settings.Get(kInstallDir));
+        if (!directory.IsEmpty()) places.push_back(MakeAbsolutePath(directory).Utf8());
+    }
+}
+
 }  // namespace
 
 bool PreviewedCommand::Choose(const String& word) {
@@ -143,47 +180,6 @@ Preview::Colours ColoursOn(int descriptor) {
                            corekit::Env::Get(L"TERM") != String(L"dumb");
     return areWanted ? Preview::Colours::Terminal : Preview::Colours::None;
 }
-
-namespace {
-
-constexpr SettingName kInstallDir = L"InstallDir";
-
-/// The settings that name a directory in which files are made.
-constexpr SettingName kDirectories[] = {kInstallDir,      L"BinDir",      L"TempDir",  L"GuidDir", L"LogDir",
-                                        L"EventQueueDir", L"PackagesDir", L"TasksDir", L"SWDDir"};
-
-void AddStores(const String& installDir, Json& stores) {
-    const corekit::IniFile conf(installDir + Names::kClientConf);
-    for (const ConfKey& key : Key::kStores) {
-        const String store = GetValue(conf, key);
-        if (!store.IsEmpty()) stores.push_back(store.Utf8());
-    }
-}
-
-/// The file of the identifier that a client.conf names.
-void AddIdentifier(const String& installDir, Json& identifiers) {
-    const corekit::IniFile conf(installDir + Names::kClientConf);
-    const String path = GetValue(conf, Key::kGuidFile);
-    if (!path.IsEmpty()) identifiers.push_back(path.Utf8());
-}
-
-/// The keys of the client.conf that was made of these settings; null where it is not in its place.
-Json ConfigurationOf(const Settings& settings) {
-    const String path = settings.Get(kInstallDir) + Names::kClientConf;
-    const corekit::IniFile conf(path);
-    const corekit::IniFile packageTemplate(settings.Get(kInstallDir) + Names::kClientProto);
-    if (!conf.ReadResult()) return nullptr;
-    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(conf, packageTemplate, settings.Keys())}};
-}
-
-void AddPlaces(const Settings& settings, Json& places) {
-    for (const SettingName name : kDirectories) {
-        const String directory = ExpandPathMacros(settings.Get(name), settings.Get(kInstallDir));
-        if (!directory.IsEmpty()) places.push_back(MakeAbsolutePath(directory).Utf8());
-    }
-}
-
-}  // namespace
 
 std::string RunInCopy(ChangingCommand& command, const std::vector<String>& arguments) {
     RunMode::bIsRehearsal = true;

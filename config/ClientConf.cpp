@@ -18,6 +18,7 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::IniFile;
 using corekit::String;
 namespace File = corekit::File;
 
@@ -29,53 +30,7 @@ constexpr const wchar_t* kTemplate = L"/tmp/.zorvane-agent-installer.XXXXXX";
 constexpr const wchar_t* kLeftovers[] = {L"/tmp/.zorvane-agent-installer.??????",
                                          L"/tmp/..zorvane-agent-installer.??????.*"};
 
-}  // namespace
-
-void HandOverFile::RemoveLeftovers() {
-    // A file that stays does no harm, and the next run tries again.
-    for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, corekit::HostDirectory::Meant));
-}
-
-Outcome<> HandOverFile::Create() {
-    RemoveHandOverFile();
-    RemoveLeftovers();
-    const corekit::SignalBlock untilItIsOwned;
-    const auto made = File::MakeTemp(kTemplate);
-    if (!made) return Fail(L"Failed to create migration config file: ", GetErrorMsg(made.error()));
-    m_path = *made;
-    m_file.Take(m_path.Utf8());
-    return {};
-}
-
-void HandOverFile::RemoveHandOverFile() {
-    m_file.Remove();
-    m_path = corekit::String();
-}
-
-namespace {
-
 constexpr const wchar_t* kCreating = L"Creating/customizing Agent's configuration file.\n";
-
-}  // namespace
-
-Outcome<String> MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed,
-                                Settings& settings) {
-    if (const auto created = handOver.Create(); !created) return created.error();
-    const bool carry = installed != nullptr && settings.Get(L"Upgrade") != L"no";
-    const auto source = WriteClientConf(handOver.Path(), settings, carry ? installed : nullptr);
-    if (!source) {
-        handOver.RemoveHandOverFile();
-        return source.error();
-    }
-    String told;
-    if (carry) told += L"Migrating Agent " + Messages::Shown(installed->versionLabel) + L" settings...\n";
-    if (*source == ClientConfSource::Template) told += kCreating;
-    return told;
-}
-
-using corekit::IniFile;
-
-namespace {
 
 // The two ways of writing tell of a template that cannot be read with texts that differ by a blank.
 constexpr const wchar_t* kUnreadableFresh = L"Missing or unreadable file in install. File:";
@@ -142,6 +97,42 @@ Outcome<ClientConfSource> MadeFrom(const Outcome<>& written, ClientConfSource so
 }
 
 }  // namespace
+
+void HandOverFile::RemoveLeftovers() {
+    // A file that stays does no harm, and the next run tries again.
+    for (const wchar_t* pattern : kLeftovers) Forgive(File::RemoveEx(pattern, corekit::HostDirectory::Meant));
+}
+
+Outcome<> HandOverFile::Create() {
+    RemoveHandOverFile();
+    RemoveLeftovers();
+    const corekit::SignalBlock untilItIsOwned;
+    const auto made = File::MakeTemp(kTemplate);
+    if (!made) return Fail(L"Failed to create migration config file: ", GetErrorMsg(made.error()));
+    m_path = *made;
+    m_file.Take(m_path.Utf8());
+    return {};
+}
+
+void HandOverFile::RemoveHandOverFile() {
+    m_file.Remove();
+    m_path = corekit::String();
+}
+
+Outcome<String> MigrateSettings(HandOverFile& handOver, const InstalledConfiguration* installed,
+                                Settings& settings) {
+    if (const auto created = handOver.Create(); !created) return created.error();
+    const bool carry = installed != nullptr && settings.Get(L"Upgrade") != L"no";
+    const auto source = WriteClientConf(handOver.Path(), settings, carry ? installed : nullptr);
+    if (!source) {
+        handOver.RemoveHandOverFile();
+        return source.error();
+    }
+    String told;
+    if (carry) told += L"Migrating Agent " + Messages::Shown(installed->versionLabel) + L" settings...\n";
+    if (*source == ClientConfSource::Template) told += kCreating;
+    return told;
+}
 
 Outcome<ClientConfSource> WriteClientConf(const String& outputPath, Settings& settings,
                                           const InstalledConfiguration* installed) {

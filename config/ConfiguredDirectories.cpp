@@ -16,7 +16,9 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::IniFile;
+using corekit::Result;
 using corekit::String;
+namespace Access = corekit::Access;
 
 namespace {
 
@@ -34,65 +36,6 @@ constexpr ConfKey kCleanedPaths[] = {
     Key::kInstallDir, Key::kBinDir, Key::kLibDir, Key::kEventQueueDir, Key::kTaskDir,     Key::kSwdDir,
     Key::kPackageDir, Key::kVar,    Key::kTmpDir, Key::kGuidFile,      Key::kDebugOutput,
 };
-
-}  // namespace
-
-String UsableDirectory(const String& value) {
-    const String directory = value.TrimRight();
-    if (!directory.StartsWith(L"/") || corekit::Path::IsMatch(directory, L"/")) return String();
-    return corekit::Path::WithoutTrailingDots(directory) + L"/";
-}
-
-String ConfiguredDirectory(const IniFile& conf, const ConfKey& key) {
-    return UsableDirectory(GetValue(conf, key));
-}
-
-std::vector<String> NamedPaths(const IniFile& conf) {
-    std::vector<String> paths;
-    const auto add = [&](const String& path) {
-        if (!path.IsEmpty() && std::ranges::find(paths, path) == paths.end()) paths.push_back(path);
-    };
-    for (const ConfKey& key : kNamedPaths) add(GetValue(conf, key));
-    const auto addIfThere = [&](const String& path) {
-        if (path.StartsWith(L"/") && corekit::File::Exists(path)) add(path);
-    };
-    for (const String& value : conf.Values()) {
-        addIfThere(value);
-        corekit::StringTokenizer items(value, L";,: \t\"'");
-        for (String item; items.GetToken(item);) addIfThere(item);
-    }
-    return paths;
-}
-
-std::vector<String> CleanedPaths(const IniFile& conf) {
-    std::vector<String> paths;
-    for (const ConfKey& key : kCleanedPaths) {
-        const String path = GetValue(conf, key);
-        const bool isNew = std::ranges::find(paths, path) == paths.end();
-        if (path.StartsWith(L"/") && isNew) paths.push_back(path);
-    }
-    return paths;
-}
-
-void DeclareData(const IniFile& conf) {
-    for (const ConfKey& key : kData) {
-        const String path = GetValue(conf, key);
-        if (path.StartsWith(L"/")) corekit::DeclareData(path);
-    }
-}
-
-std::vector<String> NamedWithin(const IniFile& conf, const String& place) {
-    const corekit::Path::AncestorChain within(place);
-    std::vector<String> paths = NamedPaths(conf);
-    std::erase_if(paths,
-                  [&](const String& path) { return !corekit::Path::AncestorChain(path).IsWithin(within); });
-    return paths;
-}
-
-using corekit::Result;
-namespace Access = corekit::Access;
-
-namespace {
 
 Failure FailAbout(const wchar_t* text, const String& path, const Result& cause) {
     return FailBecause(String(text).Arg(Messages::Shown(path)), path, cause);
@@ -157,6 +100,58 @@ Outcome<> ForEachDirectory(const corekit::IniFile& conf, Outcome<> (*create)(con
 }
 
 }  // namespace
+
+String UsableDirectory(const String& value) {
+    const String directory = value.TrimRight();
+    if (!directory.StartsWith(L"/") || corekit::Path::IsMatch(directory, L"/")) return String();
+    return corekit::Path::WithoutTrailingDots(directory) + L"/";
+}
+
+String ConfiguredDirectory(const IniFile& conf, const ConfKey& key) {
+    return UsableDirectory(GetValue(conf, key));
+}
+
+std::vector<String> NamedPaths(const IniFile& conf) {
+    std::vector<String> paths;
+    const auto add = [&](const String& path) {
+        if (!path.IsEmpty() && std::ranges::find(paths, path) == paths.end()) paths.push_back(path);
+    };
+    for (const ConfKey& key : kNamedPaths) add(GetValue(conf, key));
+    const auto addIfThere = [&](const String& path) {
+        if (path.StartsWith(L"/") && corekit::File::Exists(path)) add(path);
+    };
+    for (const String& value : conf.Values()) {
+        addIfThere(value);
+        corekit::StringTokenizer items(value, L";,: \t\"'");
+        for (String item; items.GetToken(item);) addIfThere(item);
+    }
+    return paths;
+}
+
+std::vector<String> CleanedPaths(const IniFile& conf) {
+    std::vector<String> paths;
+    for (const ConfKey& key : kCleanedPaths) {
+        const String path = GetValue(conf, key);
+        const bool isNew = std::ranges::find(paths, path) == paths.end();
+        if (path.StartsWith(L"/") && isNew) paths.push_back(path);
+    }
+    return paths;
+}
+
+void DeclareData(const IniFile& conf) {
+    for (const ConfKey& key : kData) {
+        const String path = GetValue(conf, key);
+        if (path.StartsWith(L"/")) corekit::DeclareData(path);
+    }
+}
+
+std::vector<String> NamedWithin(const IniFile& conf, const String& place) {
+    const corekit::Path::AncestorChain within(place);
+    std::vector<String> paths = NamedPaths(conf);
+    std::erase_if(paths,
+                  [&](const String& path) { return !corekit::Path::AncestorChain(path).IsWithin(within); });
+    return paths;
+}
 
 Outcome<> CreateConfiguredDirectory(const String& path) {
     if (corekit::File::Exists(path)) return CheckPresentDirectory(path);

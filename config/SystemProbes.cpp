@@ -30,6 +30,14 @@ constexpr const wchar_t* kRpmVersionProbe = L"rpm --version | sed -r -e 's,[^0-9
 // in.
 constexpr int kHighestRunLevel = 8;
 
+/// Where a link leads as it stands in the link; empty where none stands.
+Expected<String> LinkTarget(const String& path) {
+    auto target = corekit::File::ReadLink(path);
+    const corekit::Result found = target.Outcome();
+    const bool isNoLink = found.Code() == EINVAL || IsNotFound(found);
+    return isNoLink ? Expected<String>(String()) : target;
+}
+
 }  // namespace
 
 String RunShellCommand(const String& commandLine) {
@@ -99,18 +107,6 @@ corekit::Result FindPrograms(const String& programDir, std::vector<String>& prog
         return true;
     });
 }
-
-namespace {
-
-/// Where a link leads as it stands in the link; empty where none stands.
-Expected<String> LinkTarget(const String& path) {
-    auto target = corekit::File::ReadLink(path);
-    const corekit::Result found = target.Outcome();
-    const bool isNoLink = found.Code() == EINVAL || IsNotFound(found);
-    return isNoLink ? Expected<String>(String()) : target;
-}
-
-}  // namespace
 
 Expected<bool> IsAgentLink(const String& path, const String& installDir) {
     const auto leadsTo = LinkTarget(path);

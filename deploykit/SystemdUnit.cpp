@@ -16,7 +16,6 @@ using corekit::Dir;
 using corekit::FileInfo;
 using corekit::Result;
 using corekit::String;
-
 namespace File = corekit::File;
 namespace Path = corekit::Path;
 namespace Program = corekit::Program;
@@ -110,55 +109,6 @@ Result RemoveLinks(const std::vector<FileInfo>& links) {
     return result;
 }
 
-}  // namespace
-
-bool IsSupported() {
-    return !Program::Locate(kSystemctl).IsEmpty();
-}
-
-Result Install(const String& name, const String& script, const String& startLevels) {
-    if (const Result unmasked = CheckUnmasked(name); !unmasked) {
-        return unmasked.Code() == EPERM ? Result() : unmasked;
-    }
-    const std::vector<String> targets = TargetsOf(startLevels);
-    std::vector<FileInfo> oldLinks;
-    Result result = FindEnablingLinks(name, oldLinks);
-    result = Worse(result, RemoveLinks(oldLinks));
-    if (result) result = Dir::CreateR(kUnitDir);
-    if (result) result = File::Write(UnitPath(name), UnitText(name, script, targets));
-    if (result) result = Enable(name, targets);
-    Reload();
-    return result;
-}
-
-bool IsEnabled(const String& name) {
-    std::vector<FileInfo> units;
-    std::vector<FileInfo> links;
-    // What is not known enables nothing.
-    Forgive(FindUnit(name, units));
-    Forgive(FindEnablingLinks(name, links));
-    return !units.empty() && !links.empty();
-}
-
-corekit::Expected<bool> Remove(const String& name) {
-    std::vector<FileInfo> links;
-    Result result = FindEnablingLinks(name, links);
-    std::vector<FileInfo> units;
-    result = Worse(result, FindUnit(name, units));
-    result = Worse(result, RemoveLinks(links));
-    for (const FileInfo& unit : units)
-        result = Worse(result, File::Remove(unit.path, corekit::HostDirectory::Meant));
-    if (!result) return result;
-    return !links.empty() || !units.empty();
-}
-
-void Reload() {
-    if (!File::IsDirectory(L"/run/systemd/system")) return;
-    Program::RunSilently(Program::Locate(kSystemctl), L"daemon-reload");
-}
-
-namespace {
-
 /// A facility that service scripts require, and the target that stands for it. All other facilities are
 /// available before any service is started.
 struct Facility {
@@ -231,6 +181,51 @@ String InstallSection(const std::vector<String>& wantedBy) {
 }
 
 }  // namespace
+
+bool IsSupported() {
+    return !Program::Locate(kSystemctl).IsEmpty();
+}
+
+Result Install(const String& name, const String& script, const String& startLevels) {
+    if (const Result unmasked = CheckUnmasked(name); !unmasked) {
+        return unmasked.Code() == EPERM ? Result() : unmasked;
+    }
+    const std::vector<String> targets = TargetsOf(startLevels);
+    std::vector<FileInfo> oldLinks;
+    Result result = FindEnablingLinks(name, oldLinks);
+    result = Worse(result, RemoveLinks(oldLinks));
+    if (result) result = Dir::CreateR(kUnitDir);
+    if (result) result = File::Write(UnitPath(name), UnitText(name, script, targets));
+    if (result) result = Enable(name, targets);
+    Reload();
+    return result;
+}
+
+bool IsEnabled(const String& name) {
+    std::vector<FileInfo> units;
+    std::vector<FileInfo> links;
+    // What is not known enables nothing.
+    Forgive(FindUnit(name, units));
+    Forgive(FindEnablingLinks(name, links));
+    return !units.empty() && !links.empty();
+}
+
+corekit::Expected<bool> Remove(const String& name) {
+    std::vector<FileInfo> links;
+    Result result = FindEnablingLinks(name, links);
+    std::vector<FileInfo> units;
+    result = Worse(result, FindUnit(name, units));
+    result = Worse(result, RemoveLinks(links));
+    for (const FileInfo& unit : units)
+        result = Worse(result, File::Remove(unit.path, corekit::HostDirectory::Meant));
+    if (!result) return result;
+    return !links.empty() || !units.empty();
+}
+
+void Reload() {
+    if (!File::IsDirectory(L"/run/systemd/system")) return;
+    Program::RunSilently(Program::Locate(kSystemctl), L"daemon-reload");
+}
 
 String UnitText(const String& name, const String& script, const std::vector<String>& wantedBy) {
     return L"# Runs the service script; made and removed with it. Changes belong into a drop-in file.\n" +

@@ -21,9 +21,11 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::Forgive;
 using corekit::String;
 namespace File = corekit::File;
 namespace Path = corekit::Path;
+namespace PosixLocaleProgram = corekit::PosixLocaleProgram;
 
 namespace {
 
@@ -75,23 +77,6 @@ int RecordedId(const String& installDir) {
     return 0;
 }
 
-}  // namespace
-
-std::optional<pid_t> FindAgentProcess(const String& installDir) {
-    std::vector<int> ids;
-    for (const corekit::FileInfo& process : corekit::Dir::Entries(L"/proc", L"[1-9]*")) {
-        if (IsOfAgent(process.path, installDir)) ids.push_back(Path::GetFileName(process.path).ToInt());
-    }
-    if (ids.empty()) return std::nullopt;
-    const int recorded = RecordedId(installDir);
-    return std::ranges::count(ids, recorded) > 0 ? recorded : std::ranges::min(ids);
-}
-
-using corekit::Forgive;
-namespace PosixLocaleProgram = corekit::PosixLocaleProgram;
-
-namespace {
-
 constexpr unsigned kSecondsToComeUp = 10;
 
 void WarnOfStoppedAgent(const String& installDir) {
@@ -109,6 +94,16 @@ void Control(const String& installDir, const wchar_t* action) {
 }
 
 }  // namespace
+
+std::optional<pid_t> FindAgentProcess(const String& installDir) {
+    std::vector<int> ids;
+    for (const corekit::FileInfo& process : corekit::Dir::Entries(L"/proc", L"[1-9]*")) {
+        if (IsOfAgent(process.path, installDir)) ids.push_back(Path::GetFileName(process.path).ToInt());
+    }
+    if (ids.empty()) return std::nullopt;
+    const int recorded = RecordedId(installDir);
+    return std::ranges::count(ids, recorded) > 0 ? recorded : std::ranges::min(ids);
+}
 
 void StartAgent(const Settings& settings) {
     if (settings.Exists(L"Start") && !settings.IsYes(L"Start")) {

@@ -29,6 +29,10 @@ constexpr Word kWords[] = {
     {Unfinished::Upgrade, L"upgrade"},
 };
 
+bool IsReinstallMarkerThere() {
+    return corekit::File::Probe(Names::kReinstallClientConf).Ok();
+}
+
 }  // namespace
 
 Unfinished FindUnfinishedRun(const String& installDir) {
@@ -66,20 +70,13 @@ Outcome<> MarkFinishedRun(const String& installDir) {
     return {};
 }
 
-namespace {
-
-bool IsThere() {
-    return corekit::File::Probe(Names::kReinstallClientConf).Ok();
-}
-
-}  // namespace
-
 bool IsReinstallPending() {
-    return IsThere() && TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
+    return IsReinstallMarkerThere() &&
+           TrustedFile(Names::kReinstallClientConf, ChosenBy::Program).MayBeUsed();
 }
 
 void WarnOfUnusedReinstallMarker() {
-    if (!IsThere()) return;
+    if (!IsReinstallMarkerThere()) return;
     const TrustedFile marker(Names::kReinstallClientConf, ChosenBy::Program);
     if (!marker.MayBeUsed()) marker.WarnNotUsed(marker.WhyNot());
 }

@@ -13,6 +13,9 @@
 
 namespace Zorvane::AgentInstaller {
 
+using corekit::String;
+namespace File = corekit::File;
+
 namespace {
 
 constexpr Question kQuestions[] = {
@@ -49,21 +52,6 @@ constexpr Question kQuestions[] = {
     {L"Start", L"Do you want the Agent started after configuration?", L"yes", AnswerKind::YesNo, L""},
 };
 static_assert(std::size(kQuestions) == 15);
-
-}  // namespace
-
-std::span<const Question> Questions() {
-    return kQuestions;
-}
-
-bool IsQuestionKey(SettingName setting) {
-    return std::ranges::find(kQuestions, setting, &Question::key) != std::end(kQuestions);
-}
-
-using corekit::String;
-namespace File = corekit::File;
-
-namespace {
 
 /// How an answer is judged: the form in which it is stored, or none and what to say about it first.
 struct Judgement {
@@ -116,6 +104,14 @@ Judgement Judge(const Question& question, const String& answer) {
 }
 
 }  // namespace
+
+std::span<const Question> Questions() {
+    return kQuestions;
+}
+
+bool IsQuestionKey(SettingName setting) {
+    return std::ranges::find(kQuestions, setting, &Question::key) != std::end(kQuestions);
+}
 
 void RefuseAnswer() {
     Messages::Tell(L"  Invalid value entered. Please re-enter or Ctrl-C to cancel.\n");

@@ -23,10 +23,12 @@
 namespace Zorvane::AgentInstaller {
 
 using corekit::Expected;
+using corekit::Forgive;
 using corekit::IniFile;
 using corekit::Result;
 using corekit::String;
 using Messages::WarnKept;
+namespace File = corekit::File;
 namespace Path = corekit::Path;
 
 namespace {
@@ -93,43 +95,6 @@ std::vector<String> WhyTreeIsKept(const String& directory, const IniFile& newCon
         reasons.push_back(L"the new configuration names " + path);
     return reasons;
 }
-
-}  // namespace
-
-DataMove MoveData(const IniFile& oldConf, const IniFile& newConf) {
-    DeclareData(oldConf);
-    DeclareData(newConf);
-    DataMove dataMove = DataMove::Complete;
-    for (const StoreMove& move : StoresToMove(oldConf, newConf)) {
-        const String why = Move(move, newConf);
-        if (why.IsEmpty()) continue;
-        WarnKept(move.from, why);
-        dataMove = DataMove::Partial;
-    }
-    return dataMove;
-}
-
-void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataMove dataMove) {
-    const String oldDir = GetValue(oldConf, Key::kInstallDir);
-    const String newDir = GetValue(newConf, Key::kInstallDir);
-    if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
-    if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
-    const std::vector<String> reasons = WhyTreeIsKept(oldDir, newConf, dataMove);
-    RemovalOutcome left;
-    if (dataMove == DataMove::Complete)
-        left.Add(RemoveGeneratedFiles60(oldDir, &newConf));
-    else
-        left.Add(RemoveGeneratedFilesButClientConf60(oldDir, &newConf));
-    if (reasons.empty()) left.Add(oldDir, corekit::Dir::Remove(UsableDirectory(oldDir)));
-    left.Tell();
-    for (const String& why : reasons) WarnKept(oldDir, why);
-    if (reasons.empty() && left.Any()) WarnKept(oldDir, L"not everything could be removed");
-}
-
-using corekit::Forgive;
-namespace File = corekit::File;
-
-namespace {
 
 constexpr const wchar_t* kCopyInPlace = L"/etc/client.conf.unmoved";
 constexpr int kMostCopies = 100;
@@ -225,6 +190,36 @@ bool FinishMove(const String& kept, const String& newDir, const IniFile& newConf
 }
 
 }  // namespace
+
+DataMove MoveData(const IniFile& oldConf, const IniFile& newConf) {
+    DeclareData(oldConf);
+    DeclareData(newConf);
+    DataMove dataMove = DataMove::Complete;
+    for (const StoreMove& move : StoresToMove(oldConf, newConf)) {
+        const String why = Move(move, newConf);
+        if (why.IsEmpty()) continue;
+        WarnKept(move.from, why);
+        dataMove = DataMove::Partial;
+    }
+    return dataMove;
+}
+
+void RemoveOldInstallation(const IniFile& oldConf, const IniFile& newConf, DataMove dataMove) {
+    const String oldDir = GetValue(oldConf, Key::kInstallDir);
+    const String newDir = GetValue(newConf, Key::kInstallDir);
+    if (UsableDirectory(oldDir).IsEmpty() || UsableDirectory(newDir).IsEmpty()) return;
+    if (Path::IsMatch(oldDir, newDir) || !corekit::File::MayBeDirectory(oldDir)) return;
+    const std::vector<String> reasons = WhyTreeIsKept(oldDir, newConf, dataMove);
+    RemovalOutcome left;
+    if (dataMove == DataMove::Complete)
+        left.Add(RemoveGeneratedFiles60(oldDir, &newConf));
+    else
+        left.Add(RemoveGeneratedFilesButClientConf60(oldDir, &newConf));
+    if (reasons.empty()) left.Add(oldDir, corekit::Dir::Remove(UsableDirectory(oldDir)));
+    left.Tell();
+    for (const String& why : reasons) WarnKept(oldDir, why);
+    if (reasons.empty() && left.Any()) WarnKept(oldDir, L"not everything could be removed");
+}
 
 void KeepConfOfUnmovedData(const IniFile& oldConf, const IniFile& newConf) {
     const String newDir = InstallDirOf(newConf);

@@ -15,6 +15,8 @@ namespace Zorvane::AgentInstaller {
 
 using corekit::String;
 using corekit::XmlElement;
+using deploykit::PackageDelivery::Package;
+using deploykit::PackageDelivery::PackageUser;
 
 namespace {
 
@@ -59,29 +61,6 @@ void ConvertIfPresent(const String& stem, const String& store, const String& nam
     if (!corekit::File::Exists(infoPath) || corekit::File::IsDirectory(infoPath)) return;
     WarnUnlessConverted(infoPath, ConvertJob(stem, store + kXmlSuffix + L"-" + name.Upper()));
 }
-
-}  // namespace
-
-void ConvertJobs(const String& jobStore) {
-    const String store = UsableDirectory(jobStore);
-    if (store.IsEmpty()) return;
-    const corekit::Result read = corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
-        const String directory = store + entry.name + L"/";
-        if (entry.isDirectory) {
-            ConvertIfPresent(directory + entry.name, store, entry.name);
-            ConvertIfPresent(directory, store, entry.name);
-        } else if (const auto name = entry.name.WithoutSuffix(kInfoSuffix)) {
-            ConvertIfPresent(store + *name, store, *name);
-        }
-        return true;
-    });
-    WarnUnlessRead(store, read);
-}
-
-using deploykit::PackageDelivery::Package;
-using deploykit::PackageDelivery::PackageUser;
-
-namespace {
 
 constexpr const wchar_t* kPackageSection = L"PackageInfo";
 constexpr const wchar_t* kInternalVersion = L"InternalVersion";
@@ -145,6 +124,22 @@ Outcome<> ConvertPackage(const String& store, const String& name) {
 }
 
 }  // namespace
+
+void ConvertJobs(const String& jobStore) {
+    const String store = UsableDirectory(jobStore);
+    if (store.IsEmpty()) return;
+    const corekit::Result read = corekit::Dir::Scan(store, L"{*", [&store](const corekit::FileInfo& entry) {
+        const String directory = store + entry.name + L"/";
+        if (entry.isDirectory) {
+            ConvertIfPresent(directory + entry.name, store, entry.name);
+            ConvertIfPresent(directory, store, entry.name);
+        } else if (const auto name = entry.name.WithoutSuffix(kInfoSuffix)) {
+            ConvertIfPresent(store + *name, store, *name);
+        }
+        return true;
+    });
+    WarnUnlessRead(store, read);
+}
 
 void ConvertPackages(const String& packageStore) {
     const String store = UsableDirectory(packageStore);
