@@ -15,11 +15,11 @@ each_test_is_a_session() {
 }
 
 # Runs one function of the file on a private machine of its own, with nothing of the caller's environment but what says
-# which build is tested, and how.
+# which build is tested, how, and for how long.
 run_session() {
     local scenarios
     scenarios=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
-    env -i PATH="$PATH" LANG=C.UTF-8 QDN_BUILD="${QDN_BUILD:-release}" \
+    env -i PATH="$PATH" LANG=C.UTF-8 QDN_BUILD="${QDN_BUILD:-release}" PRIVATE_MACHINE_SECONDS="${PRIVATE_MACHINE_SECONDS:-}" \
         QDN_ROUNDS="${QDN_ROUNDS:-}" QDN_ALL_PATHS="${QDN_ALL_PATHS:-}" QDN_ALL_DISKS="${QDN_ALL_DISKS:-}" \
         ASAN_OPTIONS="${ASAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" "$scenarios/../support/private-machine" \
         bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
