@@ -104,13 +104,17 @@ void AddIdentifier(const String& installDir, Json& identifiers) {
     if (!path.IsEmpty()) identifiers.push_back(path.Utf8());
 }
 
-/// The keys of the client.conf that was made of these settings; null where it is not in its place.
-Json ConfigurationOf(const Settings& settings) {
+/// Adds the keys of the client.conf that was made of these settings, unless it is not in its place; or why
+/// they cannot be told.
+void AddConfiguration(const Settings& settings, Json& record) {
     const String path = settings.Get(kInstallDir) + Names::kClientConf;
     const corekit::IniFile conf(path);
     const corekit::IniFile packageTemplate(settings.Get(kInstallDir) + Names::kClientProto);
-    if (!conf.ReadResult()) return nullptr;
-    return {{"path", path.Utf8()}, {"keys", Preview::KeysOf(conf, packageTemplate, settings.Keys())}};
+    for (const corekit::Result& read : {conf.ReadResult(), packageTemplate.ReadResult()})
+        if (!read && !IsNotFound(read)) record["failure"] = Preview::FailToPreview(read).text.Utf8();
+    if (!conf.ReadResult()) return;
+    record["client_conf"] = {{"path", path.Utf8()},
+                             {"keys", Preview::KeysOf(conf, packageTemplate, settings.Keys())}};
 }
 
 void AddPlaces(const Settings& settings, Json& places) {
@@ -205,7 +209,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
         AddIdentifier(installDir, record["identifiers"]);
         if (settings->IsSet(L"Guid"))
             record["identifiers"].push_back(settings->Record(L"Guid").used.source.name.Utf8());
-        if (record["status"] == kSuccess) record["client_conf"] = ConfigurationOf(*settings);
+        if (record["status"] == kSuccess) AddConfiguration(*settings, record);
     }
     return corekit::Cbor(record);
 }

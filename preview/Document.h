@@ -26,7 +26,7 @@ struct Request {
 /// The document of what `rehearsal` left in the copy; its record is a JSON object as CBOR with `status`,
 /// `start`, `settings`, `client_conf` (an object or null), `stores` (directories whose files are not shown)
 /// and `places` (directories that must have been writable). Fails where one of those cannot be written in the
-/// copy.
+/// copy, and with the text of `failure` where there is one.
 Outcome<corekit::Json> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal);
 
 /// The document of a preview that was not possible.

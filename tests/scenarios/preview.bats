@@ -447,4 +447,18 @@ END
     expect_value Configuration installdir "$agent"
 }
 
+@test "a preview that cannot read the client.conf that was made, or its template, fails rather than leave out its keys" {
+    local file
+    given_the_package
+    given_plain_xml
+    for file in client.conf client.proto; do
+        printf '#!/bin/sh\nrm -f %s\nmkdir -p %s\n' "$agent/etc/$file" "$agent/etc/$file" >/usr/sbin/chkconfig
+        chmod 0755 /usr/sbin/chkconfig
+        qdn_configure -preview -configure -noimode
+        expect_status 1
+        expect_errors <<<"ERROR: The preview failed: $agent/etc/$file: Is a directory."
+        expect_no_changes
+    done
+}
+
 each_test_is_a_session

@@ -65,6 +65,12 @@ TEST(PreviewDocument, Fails_WhenTheCommandHasNotSaidHowItEnded) {
     }
 }
 
+TEST(PreviewDocument, Fails_WhenTheCommandSaysThatItCannotTellAll) {
+    const auto document = DocumentOf({{"status", 0}, {"failure", "The preview failed: why."}});
+    ASSERT_FALSE(document);
+    EXPECT_EQ(document.error().text, L"The preview failed: why.");
+}
+
 TEST(PreviewDocument, Fails_WhenTheChangesCannotBeTold) {
     std::string lower;
     const auto tell = [&](const HostCopy& copy, const Rehearsal& rehearsal) -> Outcome<std::string> {
