@@ -115,6 +115,7 @@ END
 }
 
 @test "an agent that runs is restarted by a change, and left alone without one" {
+    under_dash_and_bash
     given_the_collection
     given_the_package
     task configure '{"server": "kell.example", "run_levels": [3, 5]}'
@@ -131,6 +132,7 @@ END
 }
 
 @test "an agent that does not stay up fails the task, and the former configuration is back" {
+    under_dash_and_bash
     given_the_collection
     given_the_package
     task configure "$plain"
@@ -188,6 +190,7 @@ END
 }
 
 @test "the status module reports a host without an agent, a stopped agent, a running one and one that was tampered with" {
+    under_dash_and_bash
     given_the_collection
     task status ''
     expect 'r["kell_agent"]["status"] == 4 and r["ansible_facts"]["kell_agent"] == r["kell_agent"]'

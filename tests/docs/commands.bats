@@ -180,6 +180,7 @@ block() {
 }
 
 @test "the XML file in README.md configures the agent, and the terminal shows what README.md shows" {
+    under_dash_and_bash
     given_the_package
     rm /etc/redhat-release
     block "<KSAgentConfiguration>" | given_xml /tmp
@@ -191,6 +192,7 @@ block() {
 }
 
 @test "a state looks as README.md shows it" {
+    under_dash_and_bash
     given_the_package
     given_plain_xml
     sed -i 's,<KSName>.*</KSName>,<KSName>https://kell.example.com:8083</KSName><Guid>0a1b2c3d-0000-1111-2222-333344445555</Guid>,' "/tmp/$xml"

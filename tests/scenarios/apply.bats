@@ -58,6 +58,7 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
 }
 
 @test "an agent in a directory of bytes that are no UTF-8 is applied and stays up" {
+    under_dash_and_bash
     directory=$'/opt/caf\xe9'
     given_the_package "$directory"
     given_plain_xml
@@ -114,6 +115,7 @@ expect_running_agent() { "$agent/bin/rcscript" status >"$desk/running" || fail "
 stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
 
 @test "an agent that runs is stopped, configured and started, and is watched until it stays up" {
+    under_dash_and_bash
     given_a_running_agent
     given_other_xml good.example
     qdn_configure -apply -json -yes -plan /nowhere -configure -noimode
@@ -136,6 +138,7 @@ stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
 }
 
 @test "an agent that runs is stopped and cleaned" {
+    under_dash_and_bash
     given_a_running_agent
     qdn_configure -apply -yes -clean "$agent"
     expect_status 0
@@ -177,6 +180,7 @@ stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
 }
 
 @test "an interruption while the agent is being stopped is one, and the agent runs again" {
+    under_dash_and_bash
     given_a_running_agent
     # shellcheck disable=SC2016 # for the script
     sed -i '2i [ "$1" != stop ] || kill -INT $(pgrep -o -x qdn-configure.b)' /etc/init.d/zorvane
@@ -192,6 +196,7 @@ stop_the_agent() { "$agent/bin/rcscript" stop >"$desk/stop"; }
 
 # README.md shows what it says then.
 @test "an agent that dies after a second has everything put back, and the former agent runs" {
+    under_dash_and_bash
     given_a_running_agent
     given_other_xml bad.example
     qdn_configure -apply -yes -wait 5 -configure -noimode

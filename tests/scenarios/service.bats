@@ -145,9 +145,8 @@ END
     grep -q '^# Should-Start:' /etc/init.d/zorvane
 }
 
-# started_under SHELL: the life of an agent that the run has started, where /bin/sh is that shell.
-started_under() {
-    ln -sf "$(command -v "$1")" /usr/bin/sh
+@test "the agent is started with no signal held back, its status shown, and it can be stopped, cleaned and distinguished from a stranger" {
+    under_dash_and_bash
     given_the_package
     given_plain_xml
     sed -i 's/Start="no"/Start="yes"/' "/tmp/$xml"
@@ -174,14 +173,6 @@ END
     qdn_configure -clean "$agent"
     expect_status 0
     expect_missing "$agent" /etc/init.d/zorvane
-}
-
-@test "the agent is started, its status shown, and it can be stopped, cleaned and distinguished from a stranger" {
-    started_under dash
-}
-
-@test "a host whose shell is bash starts the agent with no signal held back" {
-    started_under bash
 }
 
 each_test_is_a_session

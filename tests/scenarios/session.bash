@@ -40,6 +40,13 @@ hide() {
 
 bring_back() { cp -P "$desk/hidden/$1" /usr/sbin/; }
 
+# A story that says so runs twice, on a host whose /bin/sh is dash and on one where it is bash: the agent is started by
+# scripts.
+under_dash_and_bash() {
+    ln -sf "$(command -v "$SESSION_SHELL")" /usr/bin/sh
+    [ "$(/bin/sh -c 'basename "$(readlink "/proc/$$/exe")"')" = "$SESSION_SHELL" ] || fail "/bin/sh is not $SESSION_SHELL"
+}
+
 # The package as a package manager lays it down, by default where agents usually are.
 given_the_package() { "$project/package/lay-down" "${1:-$agent}" "$program"; }
 

@@ -33,6 +33,7 @@ field() { python3 -c 'import json, sys; d = json.load(open(sys.argv[1])); print(
 expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expected $2"; }
 
 @test "an agent that is in order and runs is reported with status 0, and nothing is changed" {
+    under_dash_and_bash
     given_a_configured_agent
     "$agent/bin/rcscript" start >"$desk/started"
     pid=$(sed 's/.*pid \([0-9]*\).*/\1/' "$desk/started")

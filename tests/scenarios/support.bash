@@ -14,15 +14,21 @@ each_test_is_a_session() {
     done
 }
 
-# Runs one function of the file on a private machine of its own, with nothing of the caller's environment but what says
-# which build is tested, how, and for how long.
+# Runs one function of the file on a private machine of its own; one that says `under_dash_and_bash`, on one for each.
 run_session() {
+    local shell shells=('')
+    ! declare -f "$1" | grep -q '^ *under_dash_and_bash;\{0,1\}$' || shells=(dash bash)
+    for shell in "${shells[@]}"; do run_session_under "$shell" "$1" || { echo "${shell:+with $shell as /bin/sh}" && return 1; }; done
+}
+
+# The session has nothing of the caller's environment but what says which build is tested, how, and for how long.
+run_session_under() {
     local scenarios
     scenarios=$(realpath "$(dirname "${BASH_SOURCE[0]}")")
     env -i PATH="$PATH" LANG=C.UTF-8 QDN_BUILD="${QDN_BUILD:-release}" PRIVATE_MACHINE_SECONDS="${PRIVATE_MACHINE_SECONDS:-}" \
-        QDN_ROUNDS="${QDN_ROUNDS:-}" QDN_ALL_PATHS="${QDN_ALL_PATHS:-}" QDN_ALL_DISKS="${QDN_ALL_DISKS:-}" \
+        QDN_ROUNDS="${QDN_ROUNDS:-}" QDN_ALL_PATHS="${QDN_ALL_PATHS:-}" QDN_ALL_DISKS="${QDN_ALL_DISKS:-}" SESSION_SHELL="$1" \
         ASAN_OPTIONS="${ASAN_OPTIONS:-}" UBSAN_OPTIONS="${UBSAN_OPTIONS:-}" "$scenarios/../support/private-machine" \
-        bash "$scenarios/session.bash" "$1" 9< <(declare -f) </dev/null
+        bash "$scenarios/session.bash" "$2" 9< <(declare -f) </dev/null
 }
 
 # as_in_the_document DOCUMENT: standard input as a document shows it, which leaves out lines at "..." and has one

@@ -3,6 +3,7 @@ load ../scenarios/support
 load terminal
 
 @test "an agent that was started from a terminal outlives it" {
+    under_dash_and_bash
     given_the_package
     at_the_terminal -iconfigure <<'END'
 answer "Name or IP" kell.example
