@@ -1,11 +1,17 @@
 # What a hostile user of the host does, in the words of the stories.
 # shellcheck disable=SC2154 # a session says where the desk and the project are
 
-# Another user's file at a path that is free. Where only root exists (a namespace of an ordinary user), a file of the
-# host stands there instead, which is nobody's for those inside: its content is another, its owner is a stranger too.
+# The user who attacks. Where only root exists (a namespace of an ordinary user), it is root.
+attacker() { awk '$1 <= 65534 && 65534 < $1 + $3 { there = 1 } END { print there ? 65534 : 0 }' /proc/self/uid_map; }
+
+# made_theirs PATH ...: with all below them, belongs to the user who attacks.
+made_theirs() { chown -R -h "$(attacker):$(attacker)" "$@"; }
+
+# Another user's file at a path that is free. Where only root exists, a file of the host stands there instead, which is
+# nobody's for those inside: its content is another, its owner is a stranger too.
 given_strangers_file() {
     cat >"$1"
-    chown 65534:65534 "$1" 2>/dev/null || mount --bind /usr/bin/env "$1"
+    if [ "$(attacker)" -eq 0 ]; then mount --bind /usr/bin/env "$1"; else made_theirs "$1"; fi
 }
 
 # All that lies in root's home, but for this project where it is kept there.
@@ -34,4 +40,29 @@ steering() { printf '\033]0;owned\007\033[2J\302\23331m'; }
 forget_the_agent() {
     rm -rf /opt/zorvane /opt/elsewhere /etc/init.d/zorvane /etc/rc[0-6].d/*zorvane
     mkdir -p /opt/zorvane
+}
+
+# given_a_swapper [UID]: one who waits for rounds (swapper.py), by default the user who attacks.
+given_a_swapper() {
+    local uid=${1:-$(attacker)}
+    [ -z "${QDN_ROUNDS:-}" ] || [ $# -gt 0 ] || [ "$uid" -eq 65534 ] || fail "the attacker would be user $uid"
+    coproc swapper { exec /usr/bin/python3 -I -S "$project/tests/attacks/swapper.py" "$uid" "$desk/out" "$desk/err"; }
+    rounds=0 exchanges=0
+}
+
+# while_exchanged PACE PLACES COMMAND ...: the command while the swapper exchanges each place for its link; keeps its
+# streams, its status and how many microseconds it took. It was a round when there was an exchange meanwhile.
+while_exchanged() {
+    local number IFS=$'\t'
+    echo "$*" >&"${swapper[1]}"
+    IFS=' '
+    read -r status number took <&"${swapper[0]}" || fail "the swapper has ended while $2 was exchanged"
+        exchanges=$((exchanges + number))
+    [ "$number" -eq 0 ] || rounds=$((rounds + 1))
+}
+
+# After many rounds script/prove tells how many there were.
+tell_rounds() {
+    [ -n "${QDN_ROUNDS:-}" ] || return 0
+    printf '# %s\n' "the attacker is user $(attacker)" "$rounds rounds" "$exchanges exchanges" >&3
 }
