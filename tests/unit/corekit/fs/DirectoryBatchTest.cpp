@@ -1,14 +1,18 @@
 // Directories, a buffer at a time.
 #include <cerrno>
+#include <cstddef>
+#include <cstring>
 #include <dirent.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <numeric>
 #include <set>
 #include <string>
 #include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
 
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/detail/DirectoryBatch.h"
@@ -16,6 +20,8 @@
 #include "tests/support/AnsweredCalls.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/PrintResult.h"
 #include "tests/support/Workspace.h"
 
@@ -31,6 +37,37 @@ namespace {
 
 void MakeFiles(const Workspace& dir, int count) {
     for (int i = 0; i < count; ++i) testfiles::Write(dir / ("file-" + std::to_string(i)), "");
+}
+
+struct Reading {
+    std::vector<ino64_t> inodes;
+    std::string name;  // of each
+};
+
+/// The inodes, in their order, that one batch holds where the kernel gives a directory in these readings.
+std::vector<std::uint64_t> BatchOf(std::vector<Reading> readings) {
+    std::size_t next = 0;
+    testsupport::JudgeCalls({SYS_getdents64}, [&](const seccomp_notif& call) -> testsupport::Verdict {
+        if (next == readings.size()) return 0;
+        auto* const begin = reinterpret_cast<char*>(call.data.args[1]);
+        std::size_t at = 0;
+        for (const ino64_t inode : readings[next].inodes) {
+            dirent64 entry{};
+            entry.d_ino = inode;
+            entry.d_reclen = 32;
+            entry.d_type = DT_REG;
+            readings[next].name.copy(entry.d_name, sizeof entry.d_name - 1);
+            std::memcpy(begin + at, &entry, entry.d_reclen);
+            at += entry.d_reclen;
+        }
+        ++next;
+        return static_cast<int>(at);
+    });
+    DirectoryBatch batch;
+    EXPECT_TRUE(batch.Read(-1));
+    std::vector<std::uint64_t> inodes;
+    for (const DirEntry& entry : batch) inodes.push_back(entry.inode);
+    return inodes;
 }
 
 }  // namespace
@@ -87,6 +124,27 @@ TEST(DirectoryBatch, WaitsForNoMoreEntries_WhereTheyComeInOrder) {
         EXPECT_TRUE(batches > 0 || all < 5000) << all;
     }
     EXPECT_EQ(all, 5000);
+}
+
+TEST(DirectoryBatch, WaitsForMoreEntries_WhereFewComeInOrder) {
+    testsupport::InChild([] {
+        EXPECT_EQ(BatchOf({{{5}, "a"}, {{3}, "b"}}), (std::vector<std::uint64_t>{3, 5}));
+        return 0;
+    });
+}
+
+// A name with its NUL and an entry take 32 bytes here, and a reading asks for 64 KiB.
+TEST(DirectoryBatch, WaitsForMoreEntries_UntilMoreThanHalfAReadingComesInOrder) {
+    std::vector<ino64_t> half(1024);
+    std::iota(half.rbegin(), half.rend(), 10);
+    const auto count = [&](const std::string& name) {
+        return testsupport::InChild([&] {
+            const auto batch = BatchOf({{half, name}, {{1}, "b"}});
+            return static_cast<int>(batch.size() - half.size());
+        });
+    };
+    EXPECT_EQ(count("7 bytes"), 1);
+    EXPECT_EQ(count("8 bytes!"), 0);
 }
 
 TEST(DirectoryBatch, IsAtItsEndInADirectoryThatIsGone) {

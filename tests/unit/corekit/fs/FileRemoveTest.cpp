@@ -4,9 +4,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 #include <vector>
 
 #include "corekit/fs/File.h"
+#include "tests/support/InChild.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/Mount.h"
 #include "tests/support/OtherRoot.h"
 #include "tests/support/PrintResult.h"
@@ -217,6 +222,24 @@ TEST(FileRemoveEx, GoesOnAfterAFailure) {
     EXPECT_EQ(File::RemoveEx(dir("a*")), Result(EBUSY));
     EXPECT_THAT(NamesIn(dir.Path()), UnorderedElementsAre("a1", "a2", "other"));
     EXPECT_TRUE(testfiles::Exists(dir / "a2/mounted"));
+}
+
+// Entries are removed in the order of their inodes.
+TEST(FileRemoveEx, TellsTheFirstOfTwoFailuresThatWeighTheSame) {
+    const Workspace dir;
+    Make(dir, {"a1", "a2"});
+    testsupport::InChild([&] {
+        testsupport::JudgeCalls({SYS_unlinkat}, [](const seccomp_notif& call) -> testsupport::Verdict {
+            const std::string name = reinterpret_cast<const char*>(call.data.args[1]);
+            return name == "a1" ? -EIO : -ENOMEM;
+        });
+        struct stat one {};
+        struct stat two {};
+        EXPECT_EQ(stat((dir / "a1").c_str(), &one), 0);
+        EXPECT_EQ(stat((dir / "a2").c_str(), &two), 0);
+        EXPECT_EQ(File::RemoveEx(dir("a*")), Result(one.st_ino < two.st_ino ? EIO : ENOMEM));
+        return 0;
+    });
 }
 
 TEST(FileRemoveEx, RemovesMoreThanFitsIntoItsMemory) {

@@ -1,9 +1,11 @@
 // Signals that end the process: what ends with it, what holds them back, what the caller decides.
 #include <cerrno>
 #include <csignal>
+#include <functional>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <string>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -11,6 +13,7 @@
 #include "corekit/os/Interruption.h"
 #include "corekit/os/TemporaryFile.h"
 #include "corekit/process/detail/ShellProcess.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/TestFiles.h"
 
 using corekit::Descriptor;
@@ -20,12 +23,14 @@ namespace Interruption = corekit::Interruption;
 namespace {
 
 /// Starts the command line in a process that is then ended by SIGTERM. Returns how that ended, and only when
-/// nothing of the command runs any more.
-int StatusOfRunEndedDuring(const std::string& commandLine) {
+/// nothing of the command runs any more. That process calls `begin` first.
+int StatusOfRunEndedDuring(
+    const std::string& commandLine, const std::function<void()>& begin = [] {}) {
     int ends[2];
     if (pipe(ends) != 0) return -1;
     const pid_t run = fork();
     if (run == 0) {
+        begin();
         Interruption::Prepare();
         ShellProcess shell;
         if (!shell.Start("echo x; " + commandLine, ends[1])) _exit(1);
@@ -40,6 +45,22 @@ int StatusOfRunEndedDuring(const std::string& commandLine) {
     EXPECT_EQ(waitpid(run, &status, 0), run);
     EXPECT_EQ(read(output.Get(), byte, 1), 0) << "all have ended that could write";
     return status;
+}
+
+/// The signals that the process sends to the command in the end, such as "15 18 ".
+std::string SignalsOfRunEndedDuring(const std::string& commandLine) {
+    const testfiles::TempDir dir;
+    testfiles::Write(dir / "signals", "");
+    StatusOfRunEndedDuring(commandLine, [&] {
+        const auto note = [&, self = getpid(), signals = std::string()](const seccomp_notif& call) mutable {
+            if (static_cast<pid_t>(call.pid) == self && call.data.args[1] != 0)
+                testfiles::Write(dir / "signals", signals += std::to_string(call.data.args[1]) + " ");
+            return testsupport::Verdict();
+        };
+        const corekit::SignalBlock forTheThreadThatJudges;
+        testsupport::JudgeCalls({SYS_kill}, note);
+    });
+    return testfiles::Read(dir / "signals");
 }
 
 }  // namespace
@@ -118,6 +139,12 @@ TEST(Interruption, EndsAShellThatIsStopped) {
     const int status = StatusOfRunEndedDuring("kill -STOP $$");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
+}
+
+// A number that no group has any more may soon be another's.
+TEST(Interruption, KillsNoGroupThatHasEnded) {
+    EXPECT_EQ(SignalsOfRunEndedDuring("sleep 1000"), "15 18 ");
+    EXPECT_EQ(SignalsOfRunEndedDuring("trap '' TERM; while :; do sleep 1000; done"), "15 18 9 ");
 }
 
 TEST(Interruption, PassesTheStatusOn_BeforeItEndsTheProcess) {

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <string>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -290,6 +291,36 @@ TEST(PosixLocaleProgram, Fails_WhenItCannotReadWhatAnEndedCommandHasWritten) {
                   return filter.Count() == 0 ? result.Code() : 254;
               }),
               EIO);
+}
+
+// No poll reports anything before the command has ended. The pipe is said to hold three bytes, and the first
+// reading gives one of them.
+TEST(PosixLocaleProgram, ReadsNoMoreOfAnEndedCommandThanThePipeHeldAtThatMoment) {
+    testsupport::InChild([] {
+        bool isFirst = false;
+        testsupport::JudgeCalls(
+            {SYS_read, SYS_poll, SYS_ioctl},
+            [&, caller = getpid()](const seccomp_notif& call) -> testsupport::Verdict {
+                if (static_cast<pid_t>(call.pid) != caller) return std::nullopt;
+                if (call.data.nr == SYS_poll) {
+                    auto* const asked = reinterpret_cast<pollfd*>(call.data.args[0]);
+                    for (pollfd* one = asked; one != asked + call.data.args[1]; ++one) one->revents = 0;
+                    return 0;
+                }
+                if (call.data.nr == SYS_ioctl) {
+                    if (call.data.args[1] != FIONREAD) return std::nullopt;
+                    *reinterpret_cast<int*>(call.data.args[2]) = 3;
+                    isFirst = true;
+                    return 0;
+                }
+                if (!isFirst) return std::nullopt;
+                isFirst = false;
+                return static_cast<int>(
+                    read(static_cast<int>(call.data.args[0]), reinterpret_cast<char*>(call.data.args[1]), 1));
+            });
+        EXPECT_EQ(LinesOf("printf abcdef"), List{L"abc"});
+        return 0;
+    });
 }
 
 // The command lasts until it has been waited for.
