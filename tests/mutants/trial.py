@@ -2,17 +2,24 @@
 import concurrent.futures
 import io
 import os
+import re
 import signal
 import subprocess
 import tarfile
+import tempfile
 import threading
 import time
+
+import mistakes
 
 MEMORY = 4 << 30      # bytes of data a test may ask for
 BUILD_SECONDS = 1200
 FIRST_SECONDS = 1800  # for a test whose time is not known yet
 SLOW = "*WhateverFails*"
 NOT_OF_THE_PROGRAM = {"tools", "hosts", "builds"}  # tests of tools, of whole hosts, and of reproducible packages
+
+# What a compiler or a linker says of code that is wrong, but not of a full disk or of memory that it lacks.
+WRONG_CODE = re.compile(rb"^\S+:\d+:\d+: error: |: error: (undefined|duplicate) symbol", re.MULTILINE)
 
 # The scripts that ship in packages are tried on the hosts that CI tests, too.
 HOSTS = ["script/test-hosts rpm dpkg", "script/test-hosts sysvinit systemd"]
@@ -25,6 +32,7 @@ STORIES_OF = [
     ("config", ["fresh-install", "values", "reconfigure", "client-conf"]),
     ("deploykit", ["service", "fresh-install", "clean"]),
     ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]), ("packaging", ["packaging/", "test-hosts"]),
+    ("package", ["package/", "service"]),
     ("integration", ["fresh-install", "service", "mended"]), ("corekit/process", ["service", "surroundings", "signals"]),
     ("corekit/json", ["preview", "status"]), ("corekit/fs", ["clean", "exchange", "planted", "faults/"]),
     ("app", ["command-line", "refusals", "failing-runs", "fresh-install"]), ("", ["fresh-install", "bad-input"]),
@@ -32,12 +40,13 @@ STORIES_OF = [
 
 
 running = set()  # what was started and has not ended
+is_ended = threading.Event()  # by a signal: what fails from now on was killed, and says nothing of a mutant
 
 
-def run(command, seconds, **others):
+def run(command, seconds, output=subprocess.DEVNULL, **others):
     """The status of a command; None when it did not end in time. What it has started ends with it."""
     process = subprocess.Popen(["prlimit", f"--data={MEMORY}", *command], stdin=subprocess.DEVNULL,
-                               stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True, **others)
+                               stdout=output, stderr=output, start_new_session=True, **others)
     running.add(process)
     try:
         return process.wait(seconds)
@@ -58,6 +67,7 @@ def end(process):
 
 def end_all(number, _):
     """Ends this program by a signal, and what it has started. The journal has all outcomes so far."""
+    is_ended.set()
     for process in list(running):
         end(process)
     os._exit(128 + number)
@@ -92,7 +102,9 @@ class Tree:
                         os.utime(path)
 
     def build_all(self):
-        subprocess.run(["cmake", "--preset", "dev"], cwd=self.path, check=True, stdout=subprocess.DEVNULL)
+        # What the compiler merely warns of, the tests have to notice.
+        subprocess.run(["cmake", "--preset", "dev", "-D", "QDN_STRICT=OFF"], cwd=self.path, check=True,
+                       stdout=subprocess.DEVNULL)
         subprocess.run(["ninja", "-C", self.build_path], check=True, stdout=subprocess.DEVNULL)
         for where, _, names in os.walk(os.path.join(self.build_path, "tests")):
             for name in names:
@@ -102,7 +114,12 @@ class Tree:
                     self.libraries[name] = self.libraries_of(name)
 
     def build(self, *targets):
-        return run(["ninja", "-C", self.build_path, *targets], BUILD_SECONDS) == 0
+        """None when it is built, or else the outcome: "uncompiled" when the code is wrong, "unbuilt" else."""
+        with tempfile.TemporaryFile() as output:
+            if run(["ninja", "-C", self.build_path, *targets], BUILD_SECONDS, output) == 0:
+                return None
+            output.seek(0)
+            return "uncompiled" if WRONG_CODE.search(output.read()) else "unbuilt"
 
     def libraries_of(self, program):
         inputs = subprocess.run(["ninja", "-C", self.build_path, "-t", "inputs", self.programs[program]],
@@ -126,7 +143,7 @@ class Tree:
                  and os.path.isdir(os.path.join(self.path, "tests", suite))
                  for name in os.listdir(os.path.join(self.path, "tests", suite)) if name.endswith(".bats")]
         late = ["docs", "attacks", "faults", "ansible", "rounds", "packaging"]
-        return sorted(every + (HOSTS if path.startswith("packaging/") else []),
+        return sorted(every + (HOSTS if path.startswith(("package/", "packaging/")) else []),
                       key=lambda story: (not any(word in story for word in words), story in HOSTS,
                                          (late.index(story.split("/")[1]) + 1 if story.split("/")[1] in late else 0), story))
 
@@ -178,47 +195,62 @@ class Trial:
     def __init__(self, tree, limits, units_only, stories_at_once):
         self.tree, self.limits, self.units_only, self.stories_at_once = tree, limits, units_only, stories_at_once
 
-    def of(self, mutant):
-        """The outcome ("uncompiled", "noticed" or "survives") and the test that noticed, or "-"."""
+    def of(self, mutant, first):
+        """The outcome ("uncompiled", "unbuilt", "noticed" or "survives") and the test that noticed, or "-". The one that
+        noticed it before, if any, is asked first."""
         path = os.path.join(self.tree.path, mutant.file)
         original = open(path).read()
         lines = original.split("\n")
         lines[mutant.line - 1] = mutant.after
         try:
             open(path, "w").write("\n".join(lines))
-            return self.outcome(mutant.file)
+            return self.outcome(mutant.file, first)
         finally:
             open(path, "w").write(original)
 
-    def outcome(self, path):
-        programs = self.tree.unit_programs_for(path) if path.endswith(".cpp") else []
+    def outcome(self, path, first):
+        if not mistakes.is_compiled(path) and run(["sh", "-n", path], BUILD_SECONDS, cwd=self.tree.path) != 0:
+            return "uncompiled", "-"
+        for targets, tests in self.steps(path, first):
+            failure = self.tree.build(*targets)
+            if failure:
+                return failure, "-"
+            by = self.first_that_notices(tests)
+            if by:
+                return "noticed", targets[0] if targets else by
+        return "survives", "-"
+
+    def steps(self, path, first):
+        """What is built, one after another, and the tests that are then asked: the story or unit program that comes
+        first, the unit programs, and the other stories."""
+        programs = self.tree.unit_programs_for(path) if mistakes.is_compiled(path) else []
+        stories = self.tree.stories_for(path)
+        if first in programs:
+            programs.remove(first)
+            yield [first], [f"{first} -{SLOW}", f"{first} {SLOW}"]
+        elif first in stories:
+            stories.remove(first)
+            yield [], [first]
         for chosen in ("-" + SLOW, SLOW):
             for program in programs:
-                if not self.tree.build(program):
-                    return "uncompiled", "-"
-                if self.notices(f"{program} {chosen}"):
-                    return "noticed", program
-        if self.units_only:
-            return "survives", "-"
-        if not self.tree.build():
-            return "uncompiled", "-"
-        by = self.first_story(self.tree.stories_for(path))
-        return ("noticed", by) if by else ("survives", "-")
+                yield [program], [f"{program} {chosen}"]
+        if not self.units_only:
+            yield [], stories
 
-    def notices(self, test):
+    def first_that_notices(self, tests):
+        """A test that fails twice in a row, so that a busy machine is no reason; None when all pass."""
+        found = []
+
+        def show(test):
+            if not found and self.fails(test) and self.fails(test):
+                found.append(test)
+        with concurrent.futures.ThreadPoolExecutor(self.stories_at_once) as pool:
+            list(pool.map(show, tests))
+        return found[0] if found else None
+
+    def fails(self, test):
         limit = self.limits.of(test)
         status = self.tree.show_to(test, limit)
         if status is None and self.limits.again(test) > limit:
             status = self.tree.show_to(test, self.limits.of(test))
         return status != 0
-
-    def first_story(self, stories):
-        """A story that fails, twice in a row so that a busy machine is no reason; None when all pass."""
-        found = []
-
-        def show(story):
-            if not found and self.notices(story) and self.notices(story):
-                found.append(story)
-        with concurrent.futures.ThreadPoolExecutor(self.stories_at_once) as pool:
-            list(pool.map(show, stories))
-        return found[0] if found else None
