@@ -33,7 +33,7 @@ expect_row() {
     script/prove check
     expect_row script/check held 'All checks \| passed.'
     expect_row script/test "not run" ""
-    grep -q ": 1 of 23 parts were run and count for commit $(git rev-parse --short=10 HEAD)" docs/proof.md
+    grep -q ": of 24 parts, 1 held and 0 failed, as counts for commit $(git rev-parse --short=10 HEAD)" docs/proof.md
 }
 
 @test "what another go finds on the same commit joins the table, though the table has been committed meanwhile" {
@@ -59,7 +59,7 @@ expect_row() {
     printf '\n## Mutants\n\nOne survived.\n' >>docs/proof.md
     script/prove test
     script/prove check
-    [ "$(grep -c . docs/proof.md)" -eq 29 ]
+    [ "$(grep -c . docs/proof.md)" -eq 30 ]
     [ "$(tail -n 4 docs/proof.md)" = $'\n## Mutants\n\nOne survived.' ]
 }
 
@@ -113,6 +113,7 @@ expect_row() {
     run script/prove sanitize check
     [ "$status" -eq 1 ]
     expect_row script/sanitize '**failed** (status 1)' "Sanitizer reports: 2"
+    grep -q ": of 24 parts, 2 held and 1 failed" docs/proof.md
     expect_row script/check held 'All checks \| passed.'
     expect_row script/test held "Total: 9 passed, 0 failed"
 }
@@ -126,6 +127,14 @@ expect_row() {
     run script/prove rounds
     [ "$status" -eq 1 ]
     expect_row "env LIVES=500 bats tests/rounds" '**failed**' "1 passed, 0 failed, 1 skipped"
+}
+
+@test "tests of which some did not run have not held" {
+    stand_in check 'echo "1..3"; echo "ok 1 a"; echo "ok 2 b"'
+    save
+    run script/prove check
+    [ "$status" -eq 1 ]
+    expect_row script/check '**failed**' "2 passed, 0 failed"
 }
 
 @test "what was found while the tree was changed is no result" {
