@@ -51,10 +51,11 @@ run_in() {
     while [ "$1" != -- ]; do arguments+=("$1"); shift; done
     shift
     forget_the_agent
+    rm -f /usr/bin/qdn-*
     "$story"
     status=0
     (cd /tmp && exec env "$@" "$program" "${arguments[@]}" >"$desk/out" 2>"$desk/err") || status=$?
-    expect_status 0
+    expect_status "${ends:-0}"
     cp "$desk/out" "$desk/$name.out"
     cp "$desk/err" "$desk/$name.err"
     result >"$desk/$name.tree"
@@ -86,11 +87,24 @@ upgrade() {
 
 clean() { given_an_old_agent 6.2; }
 
+configured() {
+    fresh
+    "$program" -configure -noimode >/dev/null
+}
+
 @test "a hostile environment changes nothing about a configuration" { expect_the_same fresh -configure -noimode; }
 
 @test "a hostile environment changes nothing about an upgrade" { expect_the_same upgrade -configure -noimode; }
 
 @test "a hostile environment changes nothing about a clean" { expect_the_same clean -clean "$agent"; }
+
+@test "a hostile environment changes nothing about an upgrade that is applied" { expect_the_same upgrade -apply -yes -configure -noimode; }
+
+@test "a hostile environment changes nothing about a preview" { expect_the_same upgrade -preview -json -configure -noimode; }
+
+@test "a hostile environment changes nothing about a status" {
+    ends=3 expect_the_same configured -status -json # it is not running
+}
 
 @test "an administrator's own directory of PATH is used, a relative one is not" {
     hostile_environment

@@ -388,7 +388,8 @@ for number in range(1, 21):
             except OSError: pass
 END
     given_a_swapper
-    while [ "$rounds" -lt $((2 * ${QDN_ROUNDS:-10})) ]; do
+    while [ "$astray" -eq 0 ] || [ "$rounds" -lt $((2 * ${QDN_ROUNDS:-5})) ]; do
+        [ "$rounds" -lt 400 ] || [ "$astray" -gt 0 ] || fail "it was never led astray"
         given_a_moment
         while_exchanged 0 "$agent/var/queue" "$program" -clean "$agent"
         programs=$((programs + took))
@@ -399,7 +400,6 @@ END
         is_all_there || astray=$((astray + 1))
     done
     [ "$victims" -le $((2 * programs)) ] || fail "the victim took $victims microseconds, the program $programs"
-    [ "$astray" -gt 0 ] || fail "it was never led astray"
     [ -z "${QDN_ROUNDS:-}" ] || echo "# $astray astray" >&3
 }
 
