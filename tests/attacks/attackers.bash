@@ -5,7 +5,10 @@
 attacker() { awk '$1 <= 65534 && 65534 < $1 + $3 { there = 1 } END { print there ? 65534 : 0 }' /proc/self/uid_map; }
 
 # made_theirs PATH ...: with all below them, belongs to the user who attacks.
-made_theirs() { chown -R -h "$(attacker):$(attacker)" "$@"; }
+made_theirs() {
+    local user=${attacker:=$(attacker)}
+    chown -R -h "$user:$user" "$@"
+}
 
 # Another user's file at a path that is free. Where only root exists, a file of the host stands there instead, which is
 # nobody's for those inside: its content is another, its owner is a stranger too.
@@ -46,7 +49,8 @@ forget_the_agent() {
 given_a_swapper() {
     local uid=${1:-$(attacker)}
     [ -z "${QDN_ROUNDS:-}" ] || [ $# -gt 0 ] || [ "$uid" -eq 65534 ] || fail "the attacker would be user $uid"
-    coproc swapper { exec /usr/bin/python3 -I -S "$project/tests/attacks/swapper.py" "$uid" "$desk/out" "$desk/err"; }
+    coproc swapper { exec /usr/bin/python3 -I -S "$project/tests/attacks/swapper.py" "$uid" "$desk/out" "$desk/err" 2>"$desk/swapper"; }
+    exec {orders}>&"${swapper[1]}" {answers}<&"${swapper[0]}" # the shell's own go when he ends
     rounds=0 exchanges=0
 }
 
@@ -54,10 +58,13 @@ given_a_swapper() {
 # streams, its status and how many microseconds it took. It was a round when there was an exchange meanwhile.
 while_exchanged() {
     local number IFS=$'\t'
-    echo "$*" >&"${swapper[1]}"
+    echo "$*" >&"$orders"
     IFS=' '
-    read -r status number took <&"${swapper[0]}" || fail "the swapper has ended while $2 was exchanged"
-        exchanges=$((exchanges + number))
+    if ! read -r status number took <&"$answers"; then
+        fail "while $2 was exchanged: $(cat "$desk/swapper")"
+        return 1
+    fi
+    exchanges=$((exchanges + number))
     [ "$number" -eq 0 ] || rounds=$((rounds + 1))
 }
 
