@@ -165,7 +165,8 @@ Json StateAsJson(const std::optional<FileState>& state, const std::string& at, b
 Outcome<Json> MakeDocument(const Request& request, const HostCopy& copy, const Rehearsal& rehearsal) {
     Json record = corekit::ParseCbor(rehearsal.record);
     if (!record.is_object()) return Fail(L"The preview failed: the command has not said how it ended.");
-    if (record.contains("failure")) return Fail(String::FromUtf8(record["failure"].get<std::string>()));
+    if (const std::string why = record.value("failure", ""); !why.empty())
+        return Failure{String::FromUtf8(why), {}};
     for (const std::string& place : StringsOf(record["places"])) {
         if (const Mount* mount = copy.Uncopied(place))
             return Fail(String(kNotPossible) +
