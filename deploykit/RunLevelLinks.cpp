@@ -10,6 +10,7 @@
 namespace deploykit::RunLevelLinks {
 
 using corekit::Dir;
+using corekit::Expected;
 using corekit::FileInfo;
 using corekit::Result;
 using corekit::String;
@@ -82,9 +83,19 @@ Result FindLinks(const String& name, std::vector<FileInfo>& links) {
 
 }  // namespace
 
+Expected<bool> IsStartedIn(const String& name, wchar_t level) {
+    for (const wchar_t* parent : kParents) {
+        std::vector<FileInfo> links;
+        const Result read = Dir::ReadEntries(DirectoryBelow(parent, level), kStartLinks + name, links);
+        if (read) return !links.empty();
+        if (!IsNotFound(read)) return read;
+    }
+    return false;
+}
+
 bool AreStartedIn(const String& name, const String& levels) {
-    return std::ranges::all_of(
-        levels, [&](wchar_t level) { return HasLink(LevelDirectory(level), kStartLinks, name); });
+    return std::ranges::all_of(levels,
+                               [&](wchar_t level) { return IsStartedIn(name, level).value_or(false); });
 }
 
 Result Make(const String& name, const ServiceLevels& levels) {

@@ -34,6 +34,10 @@ corekit::String ServiceHeaderField(const corekit::String& script, const corekit:
 /// plain: no "/" and no wildcards.
 namespace deploykit::RunLevelLinks {
 
+/// True if the service has a start link in the level, given as digit. Fails when its directory cannot be
+/// read.
+corekit::Expected<bool> IsStartedIn(const corekit::String& name, wchar_t level);
+
 /// True if the service has a start link in each of the levels, given as digits.
 bool AreStartedIn(const corekit::String& name, const corekit::String& levels);
 

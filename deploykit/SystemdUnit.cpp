@@ -201,13 +201,13 @@ Result Install(const String& name, const String& script, const String& startLeve
     return result;
 }
 
-bool IsEnabled(const String& name) {
+corekit::Expected<bool> IsEnabled(const String& name) {
     std::vector<FileInfo> units;
     std::vector<FileInfo> links;
-    // What is not known enables nothing.
-    Forgive(FindUnit(name, units));
-    Forgive(FindEnablingLinks(name, links));
-    return !units.empty() && !links.empty();
+    const Result found = Worse(FindUnit(name, units), FindEnablingLinks(name, links));
+    if (!units.empty() && !links.empty()) return true;
+    if (!found) return found;
+    return false;
 }
 
 corekit::Expected<bool> Remove(const String& name) {

@@ -19,8 +19,9 @@ bool IsSupported();
 corekit::Result Install(const corekit::String& name, const corekit::String& script,
                         const corekit::String& startLevels);
 
-/// True if there is a unit of that name which is not masked, and a link that enables it.
-bool IsEnabled(const corekit::String& name);
+/// True if there is a unit of that name which is not masked, and a link that enables it. Fails when that
+/// cannot be told.
+corekit::Expected<bool> IsEnabled(const corekit::String& name);
 
 /// Removes the unit and every link that enables it, and tells whether there was anything of it; a mask stays.
 /// Fails if something of it is left. Does not call `Reload`: the caller does when the service script is gone,

@@ -49,6 +49,7 @@ Json MakeDocument(const Facts& facts, const Findings& findings) {
     document["boot"] = {
         {"by", Json::array()}, {"enabled", !facts.boot.by.empty()}, {"levels", facts.boot.levels}};
     for (const String& by : facts.boot.by) document["boot"]["by"].push_back(by.Utf8());
+    if (!facts.boot.unreadable.IsEmpty()) document["boot"]["unreadable"] = facts.boot.unreadable.Utf8();
     document["agent"] = {{"running", facts.process.has_value()}, {"pid", nullptr}};
     if (facts.process) document["agent"]["pid"] = *facts.process;
     document["differences"] = differences;

@@ -36,14 +36,24 @@ String TextOf(const corekit::Version& version) {
            String::FromInt(version.Build());
 }
 
+Boot NotKnown(const corekit::Result& failure) {
+    Boot boot;
+    boot.unreadable = failure.Path() + L": " + GetErrorMsg(failure);
+    return boot;
+}
+
 Boot FindBoot(const IniFile& conf) {
     Boot boot;
     for (int level = 0; level <= 6; ++level) {
-        if (deploykit::RunLevelLinks::AreStartedIn(Names::kServiceName, String::FromInt(level)))
-            boot.levels.push_back(level);
+        const auto isStarted =
+            deploykit::RunLevelLinks::IsStartedIn(Names::kServiceName, static_cast<wchar_t>(L'0' + level));
+        if (!isStarted) return NotKnown(isStarted.error());
+        if (*isStarted) boot.levels.push_back(level);
     }
     const bool isByLinks = !boot.levels.empty();
-    if (deploykit::SystemdUnit::IsEnabled(Names::kServiceName)) {
+    const auto isEnabled = deploykit::SystemdUnit::IsEnabled(Names::kServiceName);
+    if (!isEnabled) return NotKnown(isEnabled.error());
+    if (*isEnabled) {
         boot.by.push_back(L"systemd");
         if (!isByLinks) {
             for (const wchar_t digit : SplitRunLevels(GetValue(conf, Key::kStartLevels)).startDigits)

@@ -13,6 +13,7 @@ namespace Zorvane::AgentInstaller::Status {
 struct Boot {
     std::vector<corekit::String> by;  // "systemd" and "links", those that start the agent
     std::vector<int> levels;          // the run levels in which it is started
+    corekit::String unreadable;       // why that cannot be told; the others are empty then
 };
 
 struct Facts {

@@ -58,6 +58,7 @@ std::string IdentifierText(const Json& identifier, const std::string& none) {
 }
 
 std::string BootText(const Json& boot) {
+    if (boot.contains("unreadable")) return "not known: " + Shown(boot["unreadable"]);
     if (!boot["enabled"].get<bool>()) return "not started";
     std::vector<std::string> levels;
     for (const Json& level : boot["levels"]) levels.push_back(std::to_string(level.get<int>()));

@@ -68,7 +68,7 @@ TEST(StatusDocument, WhatIsKnownStandsInItsField) {
     facts.server = ServerUrl(L"https://kell.example");
     facts.identifierFile = L"/opt/agent/etc/host.GUID";
     facts.hasIdentifier = true;
-    facts.boot = {{L"systemd", L"links"}, {3, 5}};
+    facts.boot = {{L"systemd", L"links"}, {3, 5}, {}};
     Findings findings;
     findings.isReachable = true;
     const Json document = MakeDocument(facts, findings);

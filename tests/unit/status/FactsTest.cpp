@@ -1,8 +1,11 @@
 // What is told of an installation by looking at it, without a rehearsal.
+#include <cerrno>
 #include <filesystem>
+#include <sys/syscall.h>
 
 #include "status/Facts.h"
 #include "tests/support/EnvironmentVariable.h"
+#include "tests/support/FailingCall.h"
 #include "tests/support/Mount.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
@@ -51,6 +54,20 @@ TEST_F(StatusFacts, TheConfigurationGivesVersionServerAndIdentifier) {
     testfiles::Write("/opt/agent/etc/host.GUID", "x");
     facts = GatherFacts(L"/opt/agent");
     EXPECT_TRUE(facts.hasIdentifier);
+}
+
+TEST_F(StatusFacts, HowItIsStartedIsNotKnown_WhenADirectoryOfARunLevelCannotBeRead) {
+    Configure();
+    testfiles::Write("/etc/rc0.d/README", "");
+    EXPECT_EQ(testsupport::WithFailing({{SYS_getdents64, EIO}},
+                                       [] {
+                                           const Boot boot = GatherFacts(L"/opt/agent").boot;
+                                           EXPECT_EQ(boot.unreadable, L"/etc/rc0.d: Input/output error");
+                                           EXPECT_THAT(boot.levels, IsEmpty());
+                                           EXPECT_THAT(boot.by, IsEmpty());
+                                           return testing::Test::HasFailure() ? 1 : 0;
+                                       }),
+              0);
 }
 
 TEST_F(StatusFacts, TheDirectoryIsThatOfThePackage_WhereNoOtherHasAConfiguration) {

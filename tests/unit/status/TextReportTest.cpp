@@ -65,6 +65,16 @@ TEST(StatusReport, SaysWhatIsNotKnown_WhenTheConfigurationCannotBeRead) {
               "Not running (status 3).\n");
 }
 
+TEST(StatusReport, SaysWhyItIsNotKnownHowTheAgentIsStarted) {
+    Facts facts;
+    facts.isInstalled = true;
+    facts.boot.unreadable = L"/etc/rc5.d: Input/output error";
+    const Json document = MakeDocument(facts, {});
+    EXPECT_EQ(document["boot"]["unreadable"], "/etc/rc5.d: Input/output error");
+    EXPECT_THAT(TextReport(document).Utf8(),
+                HasSubstr("\n  At boot     not known: /etc/rc5.d: Input/output error\n"));
+}
+
 TEST(StatusReport, DescribesADifferenceFromTheHostsPointOfView) {
     const struct {
         Json difference;
@@ -105,7 +115,7 @@ TEST(StatusReport, SaysWhereAndByWhatTheAgentIsStarted_AndWhetherTheServerAnswer
     facts.directory = L"/opt/a";
     facts.process = 4711;
     facts.server = ServerUrl(L"https://kell.example:8083");
-    facts.boot = {{L"systemd", L"links"}, {2, 3, 5}};
+    facts.boot = {{L"systemd", L"links"}, {2, 3, 5}, {}};
     Findings findings;
     findings.isReachable = false;
     findings.notCompared = "only root can";
@@ -114,7 +124,7 @@ TEST(StatusReport, SaysWhereAndByWhatTheAgentIsStarted_AndWhetherTheServerAnswer
                 HasSubstr("  At boot     started in run levels 2, 3 and 5, by systemd and links\n"));
     EXPECT_THAT(report(), HasSubstr("  Server      https://kell.example:8083 (cannot be reached)\n"));
     EXPECT_THAT(report(), HasSubstr("\n\nRunning (status 0).\n"));
-    facts.boot = {{L"systemd"}, {}};
+    facts.boot = {{L"systemd"}, {}, {}};
     findings.isReachable = true;
     EXPECT_THAT(report(), HasSubstr("  At boot     started, by systemd\n"));
     EXPECT_THAT(report(), HasSubstr("  Server      https://kell.example:8083 (can be reached)\n"));
