@@ -49,7 +49,9 @@ forget_the_agent() {
 given_a_swapper() {
     local uid=${1:-$(attacker)}
     [ -z "${QDN_ROUNDS:-}" ] || [ $# -gt 0 ] || [ "$uid" -eq 65534 ] || fail "the attacker would be user $uid"
-    coproc swapper { exec /usr/bin/python3 -I -S "$project/tests/attacks/swapper.py" "$uid" "$desk/out" "$desk/err" 2>"$desk/swapper"; }
+    coproc swapper {
+        exec /usr/bin/python3 -I -S "$project/tests/attacks/swapper.py" "$uid" "$desk/out" "$desk/err" 2>"$desk/swapper"
+    }
     exec {orders}>&"${swapper[1]}" {answers}<&"${swapper[0]}" # the shell's own go when he ends
     rounds=0 exchanges=0
 }
@@ -60,6 +62,7 @@ while_exchanged() {
     local number IFS=$'\t'
     echo "$*" >&"$orders"
     IFS=' '
+    # shellcheck disable=SC2034 # for the tests
     if ! read -r status number took <&"$answers"; then
         fail "while $2 was exchanged: $(cat "$desk/swapper")"
         return 1

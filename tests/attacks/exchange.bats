@@ -74,7 +74,8 @@ given_the_targets() {
     given_an_old_agent 6.2 /root/treasure
     rm -rf /etc/init.d/zorvane /etc/rc[0-6].d/*zorvane /usr/bin/qdn-*
     sed -i "s,^Location=.*,Location=treasured word," /root/treasure/etc/client.conf
-    for name in host.GUID file one.kse one.kst qdn-client.log client.conf qdn-env qdn-file qdn-clientevent Pkg_1 libssl.so.1 document; do
+    for name in host.GUID file one.kse one.kst qdn-client.log client.conf qdn-env qdn-file qdn-clientevent Pkg_1 libssl.so.1 \
+        document; do
         echo "treasured word" >"/root/treasure/$name"
     done
     sed "s,kell.example,treasured word," "/tmp/$xml" >"/root/treasure/$xml"
@@ -133,9 +134,13 @@ given_the_host() {
     name_the_places "$4" "$1"
     case " $4 " in
         *" loader "*) printf 'LD_LIBRARY_PATH=%s/loader:$LD_LIBRARY_PATH\n' "$theirs" >"$2/bin/qdn-env" ;;
-        *" /var/tmp/theirs "*) sed -i -E "s,^(event_queue_dir|tmpdir)=.*,\1=/var/tmp/theirs,; s,^var=.*,var=/run/lock/theirs," "$oldConf" ;;
+        *" /var/tmp/theirs "*)
+            sed -i -E "s,^(event_queue_dir|tmpdir)=.*,\1=/var/tmp/theirs,; s,^var=.*,var=/run/lock/theirs," "$oldConf"
+            ;;
     esac
-    for place in "$theirs" /home/alice /tmp/ksclt /var/tmp/theirs /run/lock/theirs; do [ ! -e "$place" ] || made_theirs "$place"; done
+    for place in "$theirs" /home/alice /tmp/ksclt /var/tmp/theirs /run/lock/theirs; do
+        [ ! -e "$place" ] || made_theirs "$place"
+    done
     [ "$3" != - ] || rm "/tmp/$xml"
 }
 
@@ -157,9 +162,9 @@ bring_the_host_back() {
 # All that this machine has of its own in /etc, /usr and /var but for what is the agent's and the user's. Of directories,
 # neither size nor time, which change with what is in them.
 list_of_the_host() {
-    (cd "$PRIVATE_MACHINE_CHANGES" && find . \( -path './etc/init.d/zorvane' -o -path './etc/rc?.d/*zorvane' -o -path './etc/services*' \
-        -o -path './etc/inetd.conf*' -o -path './usr/bin/qdn-*' -o -path ./var/lib/qdn-configure -o -name .qdn-configure-saved \
-        -o -path ".$project" \) -prune -o \
+    (cd "$PRIVATE_MACHINE_CHANGES" && find . \( -path ./etc/init.d/zorvane -o -path './etc/rc?.d/*zorvane' \
+        -o -path './etc/services*' -o -path './etc/inetd.conf*' -o -path './usr/bin/qdn-*' \
+        -o -path ./var/lib/qdn-configure -o -name .qdn-configure-saved -o -path ".$project" \) -prune -o \
         -type d -printf '%p %M %U:%G\n' -o -printf '%p %M %U:%G %s %T@ %l\n') | sort
 }
 
@@ -173,8 +178,10 @@ expect_no_secret_copied() {
     [ -z "$found" ] || fail "copied: $found"
 }
 
+# What a run may do where the links are root's own is not looked at: that is where only root exists.
 expect_nothing_touched() {
     [ "$status" -le 1 ] || fail "status $status while $1 was exchanged: $(cat "$desk/out" "$desk/err")"
+    [ "$attacker" -ne 0 ] || return 0
     expect_treasure
     list_of_the_host >"$desk/host-after"
     same "the host" "$desk/host-after" <"$desk/host"
@@ -347,11 +354,11 @@ END
 }
 
 @test "a clean of a store to which somebody keeps adding files ends, and warns of what stays" {
-    local feeder user
-    user=$(attacker)
+    local feeder stranger=()
+    [ "$(attacker)" -eq 0 ] || stranger=(setpriv --reuid "$(attacker)" --regid "$(attacker)" --clear-groups)
     given_an_old_agent 6.2
     chmod 0777 "$agent/var/queue"
-    setpriv --reuid "$user" --regid "$user" --clear-groups /usr/bin/python3 -c '
+    "${stranger[@]}" /usr/bin/python3 -c '
 import itertools, os, sys
 for number in itertools.count():
     try: os.close(os.open(f"{sys.argv[1]}/{number}.kse", os.O_CREAT | os.O_WRONLY))
