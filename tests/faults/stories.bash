@@ -67,6 +67,11 @@ given_apply_beside() {
     command=(-apply -yes "${command[@]}")
 }
 
+given_apply_clean() {
+    given_clean
+    command=(-apply -yes "${command[@]}")
+}
+
 # The tool for services is harmless in the rehearsal, which has a network of its own, and has the command fail half-way.
 given_apply_failing() {
     given_apply
@@ -77,6 +82,23 @@ rm -f $agent/etc/.unfinished
 mkdir -p $agent/etc/.unfinished
 END
     chmod 0755 /usr/sbin/chkconfig
+}
+
+given_preview() {
+    given_fresh
+    command=(-preview "${command[@]}")
+}
+
+given_preview_upgrade() {
+    given_in_place_56
+    command=(-preview "${command[@]}")
+}
+
+given_status() {
+    given_fresh
+    "$program" "${command[@]}" -quiet >"$desk/configured"
+    rm /usr/bin/qdn-monitor # one thing is not in order
+    command=(-status "$agent")
 }
 
 # have_package_manager DIR: one that has the agent's package there.
