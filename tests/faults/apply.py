@@ -147,10 +147,9 @@ def main():
     if options.story != "apply_failing" and any(difference(after, plain)):
         raise RuntimeError("it leaves something else than the command by itself: " + "\n".join(difference(after, plain)))
     points = list(points_of(options.command, options.kind))
-    print(len(points), file=sys.stderr)
-    points = disturb.evenly(points, options.sample)
+    tried = disturb.evenly(points, options.sample)
     violations = 0
-    for point in points:
+    for point in tried:
         try:
             outcome = disturbed(options.command, point)
         except RuntimeError as error:
@@ -160,7 +159,7 @@ def main():
             violations += 1
             print(options.story, *point, outcome[0].status, outcome[0].errors[-300:])
             print(*(f"    {line}" for line in lines), sep="\n", flush=True)
-    print(f"{options.story} {options.kind}: {len(points)} points, {violations} violations")
+    print(f"{options.story} {options.kind}: {len(tried)} of {len(points)} points, {violations} violations")
     return 1 if violations else 0
 
 

@@ -80,12 +80,13 @@ def main():
     options = arguments()
     os.makedirs(machine.POINT)
     reference, names = undisturbed(options.command, options.conf)
-    points = evenly(list(calls.points(names, options.kind)), options.sample)
+    points = list(calls.points(names, options.kind))
+    tried = evenly(points, options.sample)
     checks = holds.Checks(reference, options.conf, options.kind)
     again = inputs()
     next_runs = {}
     violations = 0
-    for point in points:
+    for point in tried:
         try:
             outcome = disturbed(options.command, point, again, next_runs)
         except RuntimeError as error:
@@ -94,7 +95,7 @@ def main():
         if broken:
             violations += 1
             tell(options.story, point, outcome, broken)
-    print(f"{options.story} {options.kind}: {len(points)} points, {violations} violations")
+    print(f"{options.story} {options.kind}: {len(tried)} of {len(points)} points, {violations} violations")
     return 1 if violations else 0
 
 

@@ -118,10 +118,9 @@ def main():
     if list(difference(left, before)):
         raise RuntimeError("undisturbed it changes " + "\n".join(difference(left, before)))
     points = list(points_of(whole.trace, options.kind))
-    print(len(points), file=sys.stderr)
-    points = disturb.evenly(points, options.sample)
+    tried = disturb.evenly(points, options.sample)
     violations = 0
-    for point in points:
+    for point in tried:
         try:
             outcome = run_on_a_copy(options.command, [*OWN, *calls.options(point)])
         except RuntimeError as error:
@@ -131,7 +130,7 @@ def main():
             violations += 1
             print(options.story, *point, *[line[:180] for line in outcome[0].trace if "INJECTED" in line][:1])
             print(*(f"    {line}" for line in lines), sep="\n", flush=True)
-    print(f"{options.story} {options.kind}: {len(points)} points, {violations} violations")
+    print(f"{options.story} {options.kind}: {len(tried)} of {len(points)} points, {violations} violations")
     return 1 if violations else 0
 
 

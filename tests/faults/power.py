@@ -159,7 +159,7 @@ def main():
         if broken:
             violations += 1
             tell(options.story, committed, step, broken)
-    print(f"{options.story} {options.kind}: {points} points, {violations} violations")
+    print(f"{options.story} {options.kind}: {points} of {points} points, {violations} violations")
     return 1 if violations else 0
 
 
