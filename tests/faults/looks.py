@@ -74,9 +74,9 @@ def points_of(trace, kind):
 
 
 def changes_of(run):
-    """The changes that a preview shows, by path, of those that a run cannot be content without."""
+    """What a preview shows to become of each path, of those changes that a run cannot be content without. Of modes it can."""
     found = (CHANGE.match(line) for line in run.output.splitlines())
-    return {match[2]: match[0] for match in found
+    return {match[2]: match[1] for match in found
             if match and any(re.search(essential, match[2]) for essential in holds.ESSENTIAL)}
 
 
