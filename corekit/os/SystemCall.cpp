@@ -1,7 +1,7 @@
 // Opens, reads, writes and flushes, over interruptions and partial transfers.
 #include "corekit/os/SystemCall.h"
 
-#include <algorithm>
+#include <array>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
@@ -84,18 +84,15 @@ Expected<std::size_t> ReadSome(int fd, std::span<char> buffer) {
 }
 
 Expected<std::string> ReadAll(int fd, std::size_t limit, std::size_t expected) {
-    constexpr std::size_t kSmallest = 4096;
-    std::string bytes(std::max(expected + 1, kSmallest), '\0');  // with room to see the end
-    for (std::size_t end = 0;;) {
-        const auto count = ReadSome(fd, std::span(bytes).subspan(end));
+    std::array<char, 32768> chunk;
+    std::string bytes;
+    bytes.reserve(expected);
+    for (;;) {
+        const auto count = ReadSome(fd, chunk);
         if (!count) return count.error();
-        end += *count;
-        if (end > limit) return Result(EFBIG);
-        if (*count == 0) {
-            bytes.resize(end);
-            return bytes;
-        }
-        if (end == bytes.size()) bytes.resize(2 * end);
+        if (*count == 0) return bytes;
+        bytes.append(chunk.data(), *count);
+        if (bytes.size() > limit) return Result(EFBIG);
     }
 }
 

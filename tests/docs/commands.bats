@@ -85,6 +85,7 @@ script/test-arm64|script/prove
 script/test-arm64 --unit s390x|script/prove
 script/test-selinux|script/prove
 script/test-faults|person
+script/test-faults --all|person
 script/test-faults --power|person
 script/test-fleet|script/prove
 script/test-fleet --repositories|script/prove
