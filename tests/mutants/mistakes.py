@@ -27,7 +27,7 @@ def replace_each(pattern, replacement):
 
 def early_return(line):
     """Behind the first line of a function that returns a value or nothing, but no constructor."""
-    match = re.match(r"^\s*(?:(?:static|inline|constexpr|virtual|friend) )*(?!return\b|else\b)(\w[^()=]*[^()=&]) "
+    match = re.match(r"^\s*(?:(?:static|inline|constexpr|virtual|friend) )*(?!return\b|else\b|explicit\b)(\w[^()=]*[^()=&]) "
                      r"(?!if\b|for\b|while\b|switch\b)[\w:]+\(.*\)(?: const| noexcept| override)* \{$", line)
     if match:
         yield line + (" return;" if match.group(1) == "void" else " return {};")
