@@ -51,6 +51,7 @@ script/bench|tests/tools/bench.bats
 script/bench --size 1000000 remove|person
 script/bench calls|person
 script/bench protection|person
+script/bench release|person
 script/bench carry xml|person
 script/bench pieces|person
 script/bench xml|person
