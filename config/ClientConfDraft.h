@@ -26,6 +26,8 @@ class ClientConfDraft {
     }
 
     const corekit::IniFile& File() const { return m_ini; }
+
+    /// Where each value is from. The draft no longer has it then.
     KeySources TakeSources() { return std::move(m_sources); }
 
   private:
