@@ -31,13 +31,14 @@ Failure FailToSave(const std::string& path, const Result& cause) {
     return Apply::FailToSave(String::FromUtf8(path), cause);
 }
 
-/// True where others can write, or that is not known.
+/// True where others than root can write, or that is not known.
 bool IsOthers(const std::string& directory) {
     const auto state = Preview::ReadState(directory);
-    return !state || (state->mode & (S_IWOTH | S_IWGRP)) != 0;
+    return !state || state->uid != 0 || (state->mode & (S_IWOTH | S_IWGRP)) != 0;
 }
 
-/// True where others can write to a directory on the way: there, the run trusts no file with two names.
+/// True where others than root can write to a directory on the way: there, the run trusts no file with two
+/// names.
 bool IsBelowOthers(std::string path) {
     while (path != "/") {
         path = Preview::ParentOf(path);

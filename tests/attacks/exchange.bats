@@ -46,7 +46,8 @@ a status|6.2|$agent|$agent|-status|1|$old
 a first configuration in a home|-|-|$home|-configure -noimode -dir $home|0|$within
 an upgrade in a home|6.2|$home|$home|-configure -noimode -dir $home|0|$within
 a clean in a home|6.2|$home|-|-clean $home|0|$within
-an upgrade in a home that is applied, and put back|6.2|$home|$home|-apply -yes -configure -noimode -dir $home|1|$within
+a first configuration in a home that is applied|-|-|$home|-apply -yes -configure -noimode -dir $home|0|$within
+an upgrade in a home that is applied|6.2|$home|$home|-apply -yes -configure -noimode -dir $home|0|$within
 a clean in a home that is applied|6.2|$home|-|-apply -yes -clean $home|0|$within
 a search for the XML configuration file|-|-|$agent|-configure -noimode|0|named chosen above above/current
 an upgrade beside directories that all share|6.2|$agent|$agent|-configure -noimode|0|$shared
@@ -273,7 +274,9 @@ END
 
 @test "a clean in a home, while directories are exchanged for links, touches nothing of root's" { race "a clean in a home"; }
 
-@test "an upgrade in a home that is applied, and put back, while directories are exchanged for links, touches nothing of root's" { race "an upgrade in a home that is applied, and put back"; }
+@test "a first configuration in a home that is applied, while directories are exchanged for links, touches nothing of root's" { race "a first configuration in a home that is applied"; }
+
+@test "an upgrade in a home that is applied, while directories are exchanged for links, touches nothing of root's" { race "an upgrade in a home that is applied"; }
 
 @test "a clean in a home that is applied, while directories are exchanged for links, touches nothing of root's" { race "a clean in a home that is applied"; }
 

@@ -83,6 +83,28 @@ expect_field() { [ "$(field "$1")" = "$2" ] || fail "$1 is $(field "$1"), expect
     expect_file "$agent/var/queue/one.kse" <<<"event one"
 }
 
+@test "a first configuration in a directory of another user's is applied" {
+    given_the_package /opt/theirs/agent
+    given_plain_xml /tmp /opt/theirs/agent
+    chown -R 1 /opt/theirs
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_no_trace
+}
+
+@test "a configuration beside an older agent's files in a directory of another user's is applied" {
+    given_an_old_agent 6.2 /opt/theirs/agent
+    given_the_package /opt/theirs/agent
+    given_plain_xml /tmp /opt/theirs/agent
+    chown -R 1 /opt/theirs
+    qdn_configure -apply -yes -configure -noimode
+    expect_status 0
+    expect_no_errors
+    expect_no_trace
+    [ "$(stat -c %u /opt/theirs/agent/etc/client.proto)" -eq 0 ]
+}
+
 @test "a clean is applied" {
     given_an_old_agent 6.2
     given_the_package

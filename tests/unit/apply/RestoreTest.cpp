@@ -372,6 +372,16 @@ TEST_F(Restoring, WhatOthersCanTakeAwayIsCopied) {
     fs::remove("/tmp/of-run");
 }
 
+TEST_F(Restoring, WhatIsInADirectoryOfAnotherUsersIsCopied_WhateverItsMode) {
+    ASSERT_EQ(chown("/opt/t", 12, 34), 0);
+    Saved({{"/opt/t/file", Touch::Replace}, {"/opt/t/dir", Touch::Replace}});
+    EXPECT_EQ(fs::hard_link_count("/opt/t/file"), 1U);
+    EXPECT_EQ(fs::hard_link_count("/opt/t/dir/one"), 1U);
+    fs::remove("/opt/t/file");
+    fs::remove_all("/opt/t/dir");
+    ExpectPutBack();
+}
+
 TEST_F(Restoring, NothingIsKept_WhereTheRunRemovesAll) {
     m_what.ownDirs = {"/opt"};
     Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/file", Touch::Replace}});
