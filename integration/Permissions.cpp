@@ -1,5 +1,4 @@
 // Owners, modes and security labels of the installation.
-#include <cerrno>
 #include <map>
 #include <span>
 #include <sys/stat.h>
@@ -22,6 +21,7 @@ namespace Zorvane::AgentInstaller {
 using corekit::FileInfo;
 using corekit::Result;
 using corekit::String;
+using corekit::Text::ShellWord;
 
 namespace {
 
@@ -130,8 +130,6 @@ Outcome<> SetInstallPermissions(const SetupContext& context) {
     setter.Tell();
     return {};
 }
-
-using corekit::Text::ShellWord;
 
 namespace {
 
