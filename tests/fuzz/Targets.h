@@ -8,9 +8,12 @@ namespace fuzz {
 
 void IniFile(std::string_view input);
 void JobRecord(std::string_view input);
+void Mounts(std::string_view input);
 void PackageRecord(std::string_view input);
+void Plan(std::string_view input);
 void Questionnaire(std::string_view input);
 void RunLevels(std::string_view input);
+void Shown(std::string_view input);
 void Url(std::string_view input);
 void ValueQuery(std::string_view input);
 void Version(std::string_view input);
@@ -24,9 +27,12 @@ struct Target {
 inline constexpr Target kTargets[] = {
     {"ini-file", IniFile},
     {"job-record", JobRecord},
+    {"mounts", Mounts},
     {"package-record", PackageRecord},
+    {"plan", Plan},
     {"questionnaire", Questionnaire},
     {"run-levels", RunLevels},
+    {"shown", Shown},
     {"url", Url},
     {"value-query", ValueQuery},
     {"version", Version},
