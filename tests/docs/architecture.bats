@@ -79,8 +79,11 @@ steps_of() {
     done
 }
 
-@test "the picture in README.md is what a terminal shows of a preview" {
-    grep -qF '](docs/preview.svg)' "$project/README.md"
-    "$project/script/picture" "$BATS_TEST_TMPDIR/preview.svg"
-    diff -u "$project/docs/preview.svg" "$BATS_TEST_TMPDIR/preview.svg"
+@test "the pictures in README.md are what a terminal shows of the program" {
+    local drawn=$BATS_TEST_TMPDIR/docs
+    mkdir "$drawn"
+    "$project/script/picture" "$drawn"
+    [ "$(cd "$drawn" && echo *)" = "apply.svg preview.svg status.svg" ]
+    grep -oE '^!\[.+\]\(docs/.*\)$' "$project/README.md" | sed 's,.*(docs/\(.*\))$,\1,' | sort | diff -u <(ls "$drawn") -
+    for picture in "$project"/docs/*.svg; do diff -u "$picture" "$drawn"; done
 }
