@@ -126,7 +126,19 @@ expect_row() {
 @test "a test that was skipped has not held" {
     run script/prove rounds
     [ "$status" -eq 1 ]
-    expect_row "env LIVES=500 bats tests/rounds" '**failed**' "1 passed, 0 failed, 1 skipped"
+    grep -qF '| `env LIVES=500 bats tests/rounds` | **failed** | 1 passed, 0 failed, 1 skipped' docs/proof.md
+}
+
+@test "lives of which too few were lived have not held" {
+    printf '@test "one" { echo "# 1000 killed" >&3; echo "# 99 cuts" >&3; echo "# ${LIVES} lives" >&3; }\n' >tests/rounds/skips.bats
+    save
+    run script/prove rounds
+    [ "$status" -eq 1 ]
+    expect_row "env LIVES=500 bats tests/rounds" '**failed**' "1 passed, 0 failed, 1000 killed, 99 cuts, 500 lives, fewer than 100 cuts"
+    sed -i 's/99/100/' tests/rounds/skips.bats
+    save
+    script/prove rounds
+    expect_row "env LIVES=500 bats tests/rounds" held "1 passed, 0 failed, 1000 killed, 100 cuts, 500 lives"
 }
 
 @test "tests of which some did not run have not held" {
