@@ -1,7 +1,6 @@
 // How a preview looks to people.
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-#include <utility>
 
 #include "corekit/json/Json.h"
 #include "preview/TextReport.h"
@@ -173,15 +172,6 @@ TEST(TextReport, BreaksLongListsAndShowsLongDifferencesWhole) {
               std::string::npos)
         << report;
     EXPECT_NE(report.find("+line 29\n+line 30\n\nOutput"), std::string::npos) << report;
-}
-
-TEST(TextReport, ShowsModesAsLsDoes) {
-    for (const auto& [mode, shown] : {std::pair("4644", "-rwSr--r--"), {"1666", "-rw-rw-rwT"}}) {
-        auto document = corekit::ParseJson(kDocument);
-        document["changes"][1]["after"]["mode"] = mode;
-        const std::string report = TextReport(document, Colours::None, Output::Shown).Utf8();
-        EXPECT_NE(report.find(shown), std::string::npos) << report;
-    }
 }
 
 TEST(TextReport, TellsNoFormerMode_WhereOnlyAttributesChange) {
