@@ -6,15 +6,14 @@
 #include <nlohmann/json.hpp>
 #include <sys/mount.h>
 #include <sys/syscall.h>
-#include <sys/uio.h>
 
 #include "preview/Document.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/InChild.h"
-#include "tests/support/JudgedCalls.h"
 #include "tests/support/Mount.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/TestFiles.h"
+#include "tests/unit/preview/FailingMounts.h"
 
 namespace Zorvane::AgentInstaller::Preview {
 namespace {
@@ -91,14 +90,6 @@ TEST(PreviewDocument, NoPlaceIsInTheWay_WhereNothingWasCopied) {
     EXPECT_EQ((*document)["status"], 0);
 }
 
-/// The text at an address of another process.
-std::string TextAt(pid_t process, std::uint64_t address) {
-    std::string text(64, '\0');
-    iovec here{text.data(), text.size()};
-    iovec there{reinterpret_cast<void*>(address), text.size()};  // NOLINT: it is not this process's
-    return process_vm_readv(process, &here, 1, &there, 1, 0) > 0 ? text.c_str() : "";
-}
-
 /// The paths of the changes that `code` makes, or the failure, where mounting something at a path of the copy
 /// with one of these flags fails.
 std::string PathsWhereFails(const std::string& path, unsigned long flags,
@@ -107,11 +98,8 @@ std::string PathsWhereFails(const std::string& path, unsigned long flags,
     int ends[2] = {-1, -1};
     EXPECT_EQ(pipe(ends), 0);
     testsupport::InChild([&] {
-        testsupport::JudgeCalls({SYS_mount}, [&](const seccomp_notif& call) -> testsupport::Verdict {
-            const bool isMeant =
-                (call.data.args[3] & flags) != 0 &&
-                TextAt(static_cast<pid_t>(call.pid), call.data.args[1]) == "/proc/root" + path;
-            return isMeant ? testsupport::Verdict(-EIO) : std::nullopt;
+        testsupport::MakeMountsFail(EIO, [&](const testsupport::AskedMount& mount) {
+            return (mount.flags & flags) != 0 && mount.target == "/proc/root" + path;
         });
         const auto run = [&] {
             code();
@@ -133,18 +121,6 @@ std::string PathsWhereFails(const std::string& path, unsigned long flags,
     while (read(ends[0], &byte, 1) == 1) paths += byte;
     close(ends[0]);
     return paths;
-}
-
-TEST(PreviewDocument, NoneIsMade_WhereTheKernelsFilesCannotBeShown) {
-    const auto failureAt = [](const char* path) { return PathsWhereFails(path, ~0UL, {}, [] {}); };
-    EXPECT_EQ(failureAt("/proc"),
-              "A preview is not possible here: /proc cannot be mounted anew; run it as root, "
-              "outside of a container (Input/output error).");
-    for (const char* path : {"/sys", "/dev"})
-        EXPECT_EQ(
-            failureAt(path),
-            "A preview is not possible here: /sys and /dev cannot be mounted anew (Input/output error).")
-            << path;
 }
 
 TEST(PreviewDocument, AMountThatTheCopyLacksRefusesWhatItConcerns) {

@@ -1,4 +1,4 @@
-// Runs code in a copy of the host and tells what it changed, one line each.
+// Runs code in a copy of the host and tells what it returned, or what it changed, one line each.
 #pragma once
 
 #include <filesystem>
@@ -11,6 +11,22 @@
 #include "preview/UpperLayer.h"
 
 namespace testsupport {
+
+/// What `code` returns in a copy, or "failed: " and why there is none.
+inline std::string InCopy(const std::function<std::string()>& code,
+                          const Zorvane::AgentInstaller::Preview::Limits& limits = {}) {
+    using namespace Zorvane::AgentInstaller::Preview;
+    const auto tell = [](const HostCopy&,
+                         const Rehearsal& run) -> Zorvane::AgentInstaller::Outcome<std::string> {
+        return run.record;
+    };
+    const auto told = Rehearse(code, tell, {}, limits);
+    return told ? *told : "failed: " + told.error().text.Utf8();
+}
+
+inline std::string YesOrNo(bool isSo) {
+    return isSo ? "yes" : "no";
+}
 
 /// "create /path", "move /path -> /other (3)" ..., sorted by path; a number says how many entries went along.
 inline std::string Shown(const Zorvane::AgentInstaller::Preview::Change& change) {

@@ -6,10 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
-#include <iostream>
 #include <poll.h>
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/un.h>
@@ -21,9 +18,7 @@
 #include "corekit/os/SystemCall.h"
 #include "preview/Rehearse.h"
 #include "tests/support/FailingCall.h"
-#include "tests/support/FailingInTurn.h"
-#include "tests/support/Mount.h"
-#include "tests/support/OtherRoot.h"
+#include "tests/support/JudgedCalls.h"
 #include "tests/support/TestFiles.h"
 #include "tests/unit/preview/InCopy.h"
 
@@ -31,18 +26,8 @@ namespace Zorvane::AgentInstaller::Preview {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string InCopy(const std::function<std::string()>& code, const Limits& limits = {}) {
-    const auto tell = [](const HostCopy&, const Rehearsal& run) -> Outcome<std::string> {
-        return run.record;
-    };
-    const auto told = Rehearse(code, tell, {}, limits);
-    return told ? *told : "failed: " + told.error().text.Utf8();
-}
-
-std::string YesOrNo(bool isSo) {
-    return isSo ? "yes" : "no";
-}
+using testsupport::InCopy;
+using testsupport::YesOrNo;
 
 TEST(Rehearse, TheHostKeepsItsFiles) {
     testfiles::Write("/opt/file", "old");
@@ -57,19 +42,6 @@ TEST(Rehearse, TheHostKeepsItsFiles) {
     EXPECT_FALSE(testfiles::Exists("/opt/other"));
     EXPECT_TRUE(testfiles::Exists("/etc/init.d"));
     fs::remove("/opt/file");
-}
-
-TEST(Rehearse, TheCurrentDirectoryIsTheSame) {
-    const fs::path before = fs::current_path();
-    fs::create_directories("/opt/a/b");
-    fs::current_path("/opt/a/b");
-    EXPECT_EQ(InCopy([] { return fs::current_path().string(); }), "/opt/a/b");
-    fs::current_path(before);
-    fs::remove_all("/opt/a");
-}
-
-TEST(Rehearse, ModesOfMountPointsAreTheHosts) {
-    EXPECT_EQ(InCopy([] { return std::to_string(testfiles::Mode("/tmp")); }), std::to_string(01777));
 }
 
 TEST(Rehearse, OutputIsKept) {
@@ -129,14 +101,6 @@ TEST(Rehearse, NoProcessOfTheHostCanBeSeenOrSignalled) {
         "no");
 }
 
-TEST(Rehearse, SettingsOfTheKernelAreReadOnly) {
-    EXPECT_EQ(InCopy([] {
-                  const int file = open("/proc/sys/kernel/hostname", O_WRONLY | O_CLOEXEC);
-                  return YesOrNo(file >= 0 || mkdir("/sys/fs/mine", 0755) == 0);
-              }),
-              "no");
-}
-
 TEST(Rehearse, ASocketOfTheHostIsOutOfReach) {
     const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_un address{AF_UNIX, "/run/listener"};
@@ -160,83 +124,6 @@ TEST(Rehearse, APipeOfTheHostIsOutOfReach) {
               "no");
     close(reader);
     fs::remove("/run/pipe");
-}
-
-TEST(Rehearse, NoMountOfItIsSeenOnTheHost) {
-    const std::string before = testfiles::Read("/proc/self/mountinfo");
-    EXPECT_EQ(InCopy([] { return std::string("run"); }), "run");
-    EXPECT_EQ(testfiles::Read("/proc/self/mountinfo"), before);
-}
-
-TEST(Rehearse, WorksInAChangedRootThatIsNoMount) {
-    testfiles::Write("/opt/host/file", "old");
-    for (const char* name : {"proc", "dev", "sys"}) fs::create_directory(std::string("/opt/host/") + name);
-    const auto proc = testsupport::Mount::Bind("/proc", "/opt/host/proc");
-    const pid_t child = fork();
-    if (child == 0) {
-        if (chroot("/opt/host") != 0 || chdir("/") != 0) _exit(2);
-        const std::string mounts = testfiles::Read("/proc/self/mountinfo");
-        const std::string result = InCopy([] {
-            testfiles::Write("/file", "new");
-            return testfiles::Read("/file");
-        });
-        const bool isAsBefore =
-            testfiles::Read("/file") == "old" && testfiles::Read("/proc/self/mountinfo") == mounts;
-        if (result != "new") std::cerr << result << "\n";
-        _exit(result == "new" && isAsBefore ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    umount2("/opt/host/proc", MNT_DETACH);
-    fs::remove_all("/opt/host");
-}
-
-/// Makes a file system of its own the root, in a user namespace whose only user is its root.
-bool EnterRootOfAUserNamespace() {
-    const std::string uid = "0 " + std::to_string(getuid()) + " 1";
-    const std::string gid = "0 " + std::to_string(getgid()) + " 1";
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
-    std::ofstream("/proc/self/setgroups") << "deny";
-    std::ofstream("/proc/self/uid_map") << uid;
-    std::ofstream("/proc/self/gid_map") << gid;
-    if (mount("tmpfs", "/opt", "tmpfs", 0, "mode=0755") != 0) return false;
-    for (const char* name : {"etc", "proc", "dev", "sys", "tmp", "tree"})
-        fs::create_directory(std::string("/opt/") + name);
-    testfiles::Write("/opt/tree/file", "old");
-    testfiles::Write("/opt/etc/file", "old");
-    return mount("/proc", "/opt/proc", nullptr, MS_BIND | MS_REC, nullptr) == 0 && chroot("/opt") == 0 &&
-           chdir("/") == 0;
-}
-
-TEST(Rehearse, WorksInAUserNamespaceWhoseRootIsItsOwn) {
-    const pid_t child = fork();
-    if (child == 0) {
-        if (!EnterRootOfAUserNamespace()) _exit(2);
-        const auto tell = [](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
-            std::string told = run.record;
-            for (const Layer& layer : copy.Layers()) {
-                const auto changes = ReadChanges(layer).value();
-                for (const Change& change : changes) told += " " + testsupport::Shown(change);
-            }
-            return told;
-        };
-        const auto code = [] {
-            testfiles::Write("/etc/file", "new");
-            fs::remove_all("/tree");
-            fs::create_directory("/tree");
-            return testfiles::Read("/etc/file");
-        };
-        const auto told = Rehearse(code, tell, {});
-        const std::string result = told ? *told : told.error().text.Utf8();
-        const bool isAsExpected =
-            result == "new replace /etc/file remove /tree/file" && testfiles::Read("/etc/file") == "old";
-        if (!isAsExpected) std::cerr << result << "\n";
-        _exit(isAsExpected ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
 }
 
 TEST(Rehearse, Fails_WhenTheCodeIsKilled) {
@@ -274,67 +161,6 @@ TEST(Rehearse, FailsAndEndsTheCode_WhenThatTakesTooLong) {
     EXPECT_EQ(InCopy(sleep, {.time = std::chrono::milliseconds(100)}),
               "failed: The preview failed: the command has not ended within ten minutes.");
     EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
-}
-
-TEST(Rehearse, TheDevicesThatEveryProgramNeedsAreThereAndWork) {
-    const auto code = [] {
-        char byte = 'x';
-        const corekit::Descriptor zero(open("/dev/zero", O_RDONLY | O_CLOEXEC));
-        const bool isZero = read(zero.Get(), &byte, 1) == 1 && byte == '\0';
-        std::string missing;
-        for (const char* name : {"null", "zero", "full", "random", "urandom", "tty"}) {
-            if (!fs::is_character_file(std::string("/dev/") + name)) missing += std::string(" ") + name;
-        }
-        const corekit::Descriptor null(open("/dev/null", O_WRONLY | O_CLOEXEC));
-        return missing + " " + YesOrNo(write(null.Get(), "x", 1) == 1) + " " + YesOrNo(isZero);
-    };
-    EXPECT_EQ(InCopy(code), " yes yes");
-}
-
-TEST(Rehearse, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {
-    const testfiles::TempDir dir;
-    testfiles::Write(dir / "what", "old");
-    testfiles::Write(dir / "point", "");
-    const auto file = testsupport::Mount::Bind(dir / "what", dir / "point");
-    const auto tell = [&](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
-        const Mount* mount = copy.Uncopied(dir / "point");
-        return (mount == nullptr ? "" : mount->point) + " " + run.record + " " +
-               YesOrNo(copy.Uncopied(dir / "what") != nullptr || copy.Uncopied("what") != nullptr);
-    };
-    const auto write = [&] { return YesOrNo(open((dir / "point").c_str(), O_WRONLY | O_CLOEXEC) >= 0); };
-    EXPECT_EQ(Rehearse(write, tell, {}).value(), dir / "point" + " no no");
-}
-
-TEST(Rehearse, AFileSystemThatIsNotTheHostsOwnIsReadOnlyAndKnown) {
-    const testfiles::TempDir dir;
-    fs::create_directory(dir / "proc");
-    const auto proc = testsupport::Mount::Bind("/proc", dir / "proc");
-    const auto tell = [&](const HostCopy& copy, const Rehearsal& run) -> Outcome<std::string> {
-        const Mount* mount = copy.Uncopied(dir / "proc/sys");
-        return (mount == nullptr ? "" : mount->type) + " " + run.record;
-    };
-    const auto write = [&] {
-        return YesOrNo(open((dir / "proc/sys/kernel/hostname").c_str(), O_WRONLY | O_CLOEXEC) >= 0);
-    };
-    EXPECT_EQ(Rehearse(write, tell, {}).value(), "proc no");
-}
-
-TEST(Rehearse, TheCurrentDirectoryIsTheRoot_WhereTheCopyHasNone) {
-    const fs::path before = fs::current_path();
-    fs::create_directories("/dev/shm/of-the-test");
-    fs::current_path("/dev/shm/of-the-test");
-    EXPECT_EQ(InCopy([] { return fs::current_path().string(); }), "/");
-    fs::current_path(before);
-    fs::remove("/dev/shm/of-the-test");
-}
-
-TEST(Rehearse, TheCurrentDirectoryIsTheRoot_WhenItHasGone) {
-    const fs::path before = fs::current_path();
-    fs::create_directory("/opt/gone");
-    fs::current_path("/opt/gone");
-    fs::remove("/opt/gone");
-    EXPECT_EQ(InCopy([] { return fs::current_path().string(); }), "/");
-    fs::current_path(before);
 }
 
 TEST(Rehearse, Fails_WhenItsProcessEnds) {
@@ -386,103 +212,6 @@ TEST(Rehearse, FailsWithTheReason_WhenTheCodeCannotBeRunInTheCopy) {
                   "failed: The preview failed: chroot: Input/output error.");
         return 0;
     });
-}
-
-TEST(Rehearse, SaysWhatToDo_WhereNothingMayBeMounted) {
-    testsupport::WithFailing({{SYS_mount, EPERM}}, [] {
-        EXPECT_EQ(
-            InCopy([] { return std::string("run"); }),
-            "failed: A preview is not possible here: mounts of its own are not allowed; run it as root, "
-            "outside of a container (Operation not permitted).");
-        return 0;
-    });
-}
-
-TEST(Rehearse, SaysWhatIsMissing_WhereTheKernelHasNoOverlays) {
-    testsupport::InChild([] {
-        testsupport::JudgeCalls({SYS_mount}, [](const seccomp_notif& call) -> testsupport::Verdict {
-            // The text is a literal of this program, which the caller has at the same address.
-            const auto* const type = reinterpret_cast<const char*>(call.data.args[2]);
-            if (type == nullptr || std::string_view(type) != "overlay") return std::nullopt;
-            return -ENODEV;
-        });
-        EXPECT_EQ(InCopy([] { return std::string("run"); }),
-                  "failed: A preview is not possible here: the kernel has no overlay file system; load its "
-                  "module (modprobe overlay).");
-        return 0;
-    });
-}
-
-TEST(Rehearse, AsksForProc_WhereItIsNotMounted) {
-    const char* const text =
-        "failed: A preview is not possible here: /proc/self/mountinfo cannot be read; mount /proc first (No "
-        "such file or directory).";
-    const auto rehearse = [&] { EXPECT_EQ(InCopy([] { return std::string("run"); }), text); };
-    const testfiles::TempDir plain;
-    fs::create_directory(plain / "proc");
-    testsupport::WithRoot(plain.Path(), rehearse);
-    const testfiles::TempDir dir;
-    const auto mounted = testsupport::Mount::Tmpfs(dir.Path());
-    fs::create_directory(dir / "proc");
-    testsupport::WithRoot(dir.Path(), rehearse);
-}
-
-/// 0 when the code ran in the copy, 1 when there was none, with a text that begins as all of them do.
-int RunOrRefusal() {
-    const std::string result =
-        InCopy([] { return std::string(mkfifo("/opt/file", 0600) == 0 ? "made" : "there already"); });
-    if (result == "made") return 0;
-    EXPECT_TRUE(result.starts_with("failed: A preview is not possible here: ") ||
-                result.starts_with("failed: The preview failed: "))
-        << result;
-    EXPECT_EQ(result.find('\n'), std::string::npos) << result;
-    return 1;
-}
-
-TEST(Rehearse, LeavesTheHostAsItWas_WhateverFails) {
-    const std::string mounts = testfiles::Read("/proc/self/mountinfo");
-    const std::vector<int> calls = {SYS_mount,  SYS_mkdir, SYS_openat, SYS_pipe2,
-                                    SYS_chroot, SYS_chdir, SYS_chown};
-    const int failed = testsupport::FailInTurn(
-        calls, EIO, [] {}, RunOrRefusal,
-        [&](int) {
-            EXPECT_EQ(testfiles::Read("/proc/self/mountinfo"), mounts);
-            EXPECT_FALSE(testfiles::Exists("/opt/file"));
-        });
-    EXPECT_GT(failed, 50);
-}
-
-TEST(Rehearse, RunsNothing_WhenItCannotReturnToAChangedRoot) {
-    const testfiles::TempDir root;
-    fs::create_directory(root / "proc");
-    const auto proc = testsupport::Mount::Bind("/proc", root / "proc");
-    testsupport::InChild([&] {
-        EXPECT_EQ(chroot(root.Path().c_str()), 0);
-        EXPECT_TRUE(testsupport::MakeFail({{SYS_chroot, EIO}}));
-        EXPECT_EQ(
-            InCopy([] { return std::string("run"); }),
-            "failed: A preview is not possible here: mounts of its own are not allowed; run it as root, "
-            "outside of a container (Input/output error).");
-        return 0;
-    });
-}
-
-TEST(Rehearse, StaysInAChangedRoot_WhateverFails) {
-    const testfiles::TempDir root;
-    for (const char* name : {"proc", "opt"}) fs::create_directory(root / name);
-    const auto proc = testsupport::Mount::Bind("/proc", root / "proc");
-    const auto rehearse = [&] {
-        if (chroot(root.Path().c_str()) != 0 || chdir("/") != 0) return 2;
-        return RunOrRefusal();
-    };
-    const std::vector<int> calls = {SYS_openat, SYS_setns, SYS_fchdir, SYS_mount};
-    const int failed = testsupport::FailInTurn(
-        calls, EIO, [] {}, rehearse,
-        [&](int) {
-            EXPECT_FALSE(testfiles::Exists("/opt/file"));
-            EXPECT_FALSE(testfiles::Exists(root / "opt/file"));
-        });
-    EXPECT_GT(failed, 10);
 }
 
 }  // namespace
