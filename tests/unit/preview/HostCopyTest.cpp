@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <initializer_list>
 #include <sys/mount.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
@@ -279,7 +280,7 @@ TEST(HostCopy, AFileSystemThatGetsNoOverlayIsReadOnlyAndKnown) {
 TEST(HostCopy, AFileSystemThatItLacksShowsNothingAndIsKnown_AtItAboveAndBelow) {
     fs::create_directories("/opt/t/own");
     const auto proc = testsupport::Mount::Bind("/proc", "/opt/t/own");
-    for (const unsigned long failing : {MS_BIND, MS_REMOUNT}) {
+    for (const unsigned long failing : std::initializer_list<unsigned long>{MS_BIND, MS_REMOUNT}) {
         testsupport::InChild([&] {
             testsupport::MakeMountsFail(EIO, [&](const testsupport::AskedMount& mount) {
                 return (mount.flags & failing) != 0 && mount.target == "/proc/root/opt/t/own";
