@@ -10,7 +10,7 @@ rows() { sed -n 's/^    \(.* | .*\)$/\1/p' "$document" | grep -v '^work '; }
 
 # The files of the benchmark that writes rows of a name, which may end in the file system that it was run on.
 benchmark_of() {
-    grep -lF -e "\"$1\"" -e "\"${1% *} \$1\"" "$project"/bench/{start,configuration.bash,configure,carry,set,xml,remove,preview}
+    grep -lF -e "\"$1\"" -e "\"${1% *} \$1\"" "$project"/bench/{start,configuration.bash,configure,carry,set,xml,remove,preview,release,protection}
 }
 
 # judges_by ROW MOST FILE...: true if the files of a benchmark judge this row by this limit, and by none where MOST is empty.
@@ -19,11 +19,13 @@ judges_by() {
     shift 2
     if [[ $row == *" | at worst "* ]]; then
         grep -qF "| $most %s" "$project/bench/table.bash"
+    elif [[ ${row:64} == "release 1.0.0 "* ]]; then
+        [ -z "$most" ] && grep -qF '"release 1.0.0"' "$project/bench/release"
     elif [[ ${row:64} == limit:* ]] || [[ ${row:64} == peer:* ]]; then
         read -r against <<<"${row:64:34}"
         # The peers of setting are in a list.
         grep -qF -e "$against" -e "${against#peer: }" "$@" || return 1
-        given=$(sed -nE "s|.*\"${against//[+.]/[&]}@([0-9.,]+)\".*|\1|p" "$@")
+        given=$(sed -nE "s|.*\"${against//[+.]/[&]}@([0-9.,]+)\".*|\1|p" "$@" | sort -u)
         if [ -n "$given" ]; then
             [ "$given" = "$most" ]
         else
