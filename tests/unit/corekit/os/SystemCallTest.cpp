@@ -155,7 +155,7 @@ TEST(ReadAll, StopsAtItsLimit) {
 
 TEST(ReadAll, ReadsToTheEnd_HoweverMuchWasExpected) {
     const Workspace dir;
-    for (const std::size_t size : {0, 4095, 4096, 4097, 8192, 100'000}) {
+    for (const std::size_t size : {0U, 4095U, 4096U, 4097U, 8192U, 100'000U}) {
         const std::string content = std::string(size, 'a') + "z";
         testfiles::Write(dir / "file", content);
         for (const std::size_t expected : {std::size_t{0}, size / 2, size, size + 1, 2 * size}) {
