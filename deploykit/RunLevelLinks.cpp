@@ -44,7 +44,7 @@ String LevelDirectory(wchar_t level) {
 
 /// Init runs a link by its name: only a link right there counts, wherever it leads.
 bool HasLink(const String& directory, const String& links, const String& name) {
-    return !directory.IsEmpty() && !Dir::Entries(directory, links + name).empty();
+    return !Dir::Entries(directory, links + name).empty();
 }
 
 /// Relative as the host's own tools make them, unless its directories of levels lie elsewhere.

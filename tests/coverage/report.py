@@ -1,13 +1,15 @@
 #!/usr/bin/env python3
-"""Tells what the tests have run of the program, and compares the lines that none runs, and those with a branch that
-none takes, with the ones that are known: report.py LINES BRANCHES KNOWN FOLDER ...
+"""Tells what the tests have run of the program, and compares the lines that none runs, and the branches that none takes,
+with the ones that are known: report.py LINES BRANCHES KNOWN FOLDER ...
 
 LINES and BRANCHES are what llvm-cov exports as lcov and as JSON; only files in the FOLDERs count. A branch is one
-outcome, true or false, of one condition. KNOWN lists the lines that may stay so, below a line "[kind] reason" each as
-"FILE: TEXT" with the text of the line. A text of the form /REGEX/, or a file "*", stands for several.
+outcome, true or false, of one condition. KNOWN lists what may stay so, below a line "[kind] reason" each: "FILE: TEXT is
+never run" with the text of a line, or "FILE: TEXT is never true", or "false", with the text of a condition, to which
+" in " and the text of its line are added where it stands at several places. What follows "FILE: " may be /REGEX/, for
+several.
 
-Prints a table with a line a FOLDER; the lines that are not run, and those with a branch that is not taken, that KNOWN
-does not list; and what KNOWN lists although it lacks nothing any more. Ends 0 when there are none of the three.
+Prints a table with a line a FOLDER; what KNOWN does not list; and what KNOWN lists although it lacks nothing any more.
+Ends 0 when there is none of either.
 """
 import collections
 import json
@@ -70,6 +72,25 @@ def covers(entry, file, text):
     return entry.text == text
 
 
+def text_of(source, line, column, last_line, last_column):
+    """What stands there, in one line."""
+    rows = source[line - 1:last_line]
+    rows[-1] = rows[-1][:last_column - 1]
+    rows[0] = rows[0][column - 1:]
+    return " ".join(row.strip() for row in rows)
+
+
+def never_taken(counts, source):
+    """The branches of a file that none takes: line, condition and outcome. A condition whose text stands at several places is
+    told with its line."""
+    places = {tuple(place) for *place, _ in counts}
+    often = collections.Counter(text_of(source, *place) for place in places)
+    for (*place, outcome), count in counts.items():
+        if count == 0:
+            text = text_of(source, *place)
+            yield place[0], text if often[text] == 1 else f"{text} in {source[place[0] - 1].strip()}", outcome
+
+
 def share(counts):
     """How many are not 0. The share is cut, not rounded: one that is rounded up to 100 % would hide a line."""
     seen = sum(count > 0 for count in counts)
@@ -90,26 +111,24 @@ def main():
     print_table(folders, lines, branches)
     source = {file: open(file).read().split("\n") for file in lines}
 
-    def texts(places):
-        """Each (file, text) with a number of its line; brackets alone say nothing."""
-        found = {(file, source[file][number - 1].strip()): number for file, number in places}
-        return {text: number for text, number in found.items() if re.search(r"\w", text[1])}
-
-    not_run = texts((file, number) for file in lines for number, count in lines[file].items() if count == 0)
-    untaken = texts((file, place[0]) for file in branches for place, count in branches[file].items() if count == 0)
+    # Brackets alone say nothing.
+    not_run = {(file, source[file][number - 1].strip() + " is never run"): number
+               for file in lines for number, count in lines[file].items()
+               if count == 0 and re.search(r"\w", source[file][number - 1])}
+    untaken = {(file, f"{name} is never {str(outcome).lower()}"): line
+               for file in branches for line, name, outcome in never_taken(branches[file], source[file])}
     entries = list(known(path))
-    unknown = [{text: number for text, number in found.items() if not any(covers(entry, *text) for entry in entries)}
-               for found in (not_run, untaken)]
-    gone = [entry for entry in entries if not any(covers(entry, *text) for text in (*not_run, *untaken))]
-    for (file, text), number in unknown[0].items():
-        print(f"not run: {file}:{number}: {text}")
-    for file, text in sorted(unknown[1]):
-        print(f"{file}: {text}")
+    found = not_run | untaken
+    unknown = [(file, number, text) for (file, text), number in found.items()
+               if not any(covers(entry, file, text) for entry in entries)]
+    gone = [entry for entry in entries if not any(covers(entry, *text) for text in found)]
+    for file, number, text in sorted(unknown):
+        print(f"{file}:{number}: {text}")
     for entry in gone:
         print(f"[{entry.kind}] {entry.file}: {entry.text}: lacks nothing any more")
-    print(f"Lines not run: {len(not_run)}, of which {len(unknown[0])} are not listed; with branches not taken: {len(untaken)}, "
-          f"of which {len(unknown[1])} are not listed; {len(gone)} of the list lack nothing any more")
-    return 1 if any(unknown) or gone else 0
+    print(f"Lines not run: {len(not_run)}, branches not taken: {len(untaken)}; {len(unknown)} of these are not listed, "
+          f"{len(gone)} of the list lack nothing any more")
+    return 1 if unknown or gone else 0
 
 
 if __name__ == "__main__":
