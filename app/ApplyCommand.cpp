@@ -210,7 +210,7 @@ Outcome<> ApplyCommand::Perform(const std::vector<String>& arguments, Apply::Int
     const auto interrupted = [] { return Failure{L"The run was interrupted.", {}}; };
     if (interruptions.HasCome()) return interrupted();
     const auto command = [&] {
-        RunMode::bIsAttempt = true;
+        RunMode::isAttempt = true;
         RunMode::replayed.assign(m_rehearsed.answers.begin(), m_rehearsed.answers.end());
         return m_command->Run(arguments);
     };
@@ -244,7 +244,7 @@ void ApplyCommand::PutBack() {
         return;
     }
     m_result.wasRestored = true;
-    m_result.hasKeptFiles = Apply::HasKeptFiles();
+    m_result.hasKeptFiles = Apply::HasFailedFiles();
 }
 
 Apply::ToSave ApplyCommand::WhatToSave() const {

@@ -43,7 +43,7 @@ inline constexpr unsigned kUsageError = corekit::CommandBasedApp::kUsageError;
 
 inline constexpr const wchar_t* kAnotherRun = L"  Another run of qdn-configure is in progress.\n";
 
-/// Each returns true after it has told the operator why the command cannot run.
+// The three that refuse return true after they have told the operator why the command cannot run.
 
 /// Refuses a user who is not root.
 bool RefuseOrdinaryUser();

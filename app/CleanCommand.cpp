@@ -52,7 +52,7 @@ unsigned CleanCommand::Perform(const std::vector<String>& arguments) {
     if (RefuseOrdinaryUser() || RefuseRunningAgent(kRunning)) return kFailure;
     if (!ParseArguments(arguments)) return kUsageError;
     const String& baseDir = arguments.front();
-    if (!RunMode::bIsRehearsal && HasRegisteredSolutions(baseDir)) {
+    if (!RunMode::isRehearsal && HasRegisteredSolutions(baseDir)) {
         Messages::Tell(kSolutionsDepend);
         return kFailure;
     }

@@ -186,7 +186,7 @@ Preview::Colours ColoursOn(int descriptor) {
 }
 
 std::string RunInCopy(ChangingCommand& command, const std::vector<String>& arguments) {
-    RunMode::bIsRehearsal = true;
+    RunMode::isRehearsal = true;
     Json record = {{"settings", Json::array()}, {"client_conf", nullptr}, {"stores", Json::array()}};
     record["places"] = Json::array();
     record["identifiers"] = Json::array();
@@ -197,7 +197,7 @@ std::string RunInCopy(ChangingCommand& command, const std::vector<String>& argum
         record["places"].push_back(arguments.front().Utf8());
     }
     record["status"] = command.Run(arguments);
-    record["start"] = RunMode::bWouldStartAgent;
+    record["start"] = RunMode::wouldStartAgent;
     record["answers"] = Json::array();
     for (const String& answer : RunMode::answers) record["answers"].push_back(answer.Utf8());
     if (const Settings* settings = command.LastSettings()) {

@@ -12,6 +12,7 @@
 #include "corekit/os/Console.h"
 #include "run/Messages.h"
 #include "settings/PathMacros.h"
+#include "status/Connection.h"
 #include "status/Differences.h"
 #include "status/Document.h"
 #include "status/Facts.h"

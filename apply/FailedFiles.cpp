@@ -44,13 +44,12 @@ void KeepFailed(const std::string& path) {
     Forgive(Keep(path, kept));
 }
 
-bool HasKeptFiles() {
+bool HasFailedFiles() {
     return !corekit::Dir::Entries(kFailedDir, String()).empty();
 }
 
-Result RemoveKeptFiles() {
-    const Result removed = Keeping::Remove(kFailedDir);
-    return IsNotFound(removed) ? Result() : removed;
+Result RemoveFailedFiles() {
+    return Keeping::RemoveIfThere(kFailedDir);
 }
 
 }  // namespace Zorvane::AgentInstaller::Apply

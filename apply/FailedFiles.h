@@ -16,9 +16,9 @@ inline constexpr const wchar_t* kFailedDir = L"/var/lib/qdn-configure/failed";
 void KeepFailed(const std::string& path);
 
 /// True if files are kept.
-bool HasKeptFiles();
+bool HasFailedFiles();
 
 /// Removes all that are kept.
-corekit::Result RemoveKeptFiles();
+corekit::Result RemoveFailedFiles();
 
 }  // namespace Zorvane::AgentInstaller::Apply

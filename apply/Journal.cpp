@@ -85,11 +85,6 @@ Outcome<bool> Has(const wchar_t* path) {
     return found.Ok();
 }
 
-Result RemoveIfThere(const String& path) {
-    const Result removed = Keeping::Remove(path);
-    return IsNotFound(removed) ? Result() : removed;
-}
-
 }  // namespace
 
 Failure FailToSave(const String& path, const Result& cause) {
@@ -163,12 +158,12 @@ Outcome<> Discard() {
     // The list of the stores goes after them, and what says that all is over goes last.
     for (const wchar_t* note : {kJournal, kStores, kOver}) left.emplace_back(note);
     for (const String& path : left) {
-        if (const Result removed = RemoveIfThere(path); !removed)
+        if (const Result removed = Keeping::RemoveIfThere(path); !removed)
             return FailBecause(L"What -apply had saved cannot be removed.", path, removed);
     }
     // What is left now are notes that were not written to their end, and in nobody's way.
     for (const corekit::FileInfo& entry : corekit::Dir::Entries(kStateDir, String())) {
-        if (entry.path != kFailedDir) Forgive(RemoveIfThere(entry.path));
+        if (entry.path != kFailedDir) Forgive(Keeping::RemoveIfThere(entry.path));
     }
     // It stays where the files of an attempt that failed are in it.
     Forgive(corekit::Dir::RemoveIfEmpty(kStateDir));

@@ -54,7 +54,7 @@ Outcome<> Commit() {
 }
 
 Outcome<> FinishFormerApply() {
-    if (RunMode::bIsAttempt) return {};
+    if (RunMode::isAttempt) return {};
     const Outcome<Phase> phase = FindPhase();
     if (!phase) return phase.error();
     if (*phase == Phase::None) {

@@ -119,8 +119,7 @@ Result Restorer::BringBack(const SavedMove& move) const {
     const auto held = IsThere(move.held);
     if (!held) return held.error();
     if (!*held) return Result();
-    const Result cleared = Keeping::Remove(String::FromUtf8(move.from));
-    if (!cleared && !IsNotFound(cleared)) return cleared;
+    if (const Result cleared = Keeping::RemoveIfThere(String::FromUtf8(move.from)); !cleared) return cleared;
     return Keeping::Move(String::FromUtf8(move.held), String::FromUtf8(move.from));
 }
 

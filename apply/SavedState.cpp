@@ -191,7 +191,7 @@ Outcome<> Saver::Save() {
 }  // namespace
 
 Outcome<> Save(const ToSave& what) {
-    if (const Result removed = RemoveKeptFiles(); !removed) return FailToSave(kFailedDir, removed);
+    if (const Result removed = RemoveFailedFiles(); !removed) return FailToSave(kFailedDir, removed);
     Outcome<> saved = Saver(what).Save();
     if (saved) return saved;
     if (!what.runningAgent.empty()) StartAgentAgain(String::FromUtf8(what.runningAgent));

@@ -2,7 +2,6 @@
 #include "config/ConfiguredDirectories.h"
 
 #include <algorithm>
-#include <string_view>
 
 #include "corekit/fs/Access.h"
 #include "corekit/fs/Dir.h"

@@ -112,11 +112,11 @@ void StartAgent(const Settings& settings) {
         return;
     }
     Messages::Say(L"Starting Zorvane Agent for UNIX and Linux.\n");
-    RunMode::bWouldStartAgent = RunMode::bIsRehearsal;
-    if (RunMode::bIsRehearsal) return;
+    RunMode::wouldStartAgent = RunMode::isRehearsal;
+    if (RunMode::isRehearsal) return;
     const String installDir = settings.Get(L"InstallDir");
     Control(installDir, L"start");
-    if (RunMode::bIsAttempt) return;
+    if (RunMode::isAttempt) return;
     corekit::Sys::Sleep(kSecondsToComeUp);
     const String control = corekit::Text::ShellWord(installDir + Names::kControlScript);
     corekit::StringToMapFilter filter;
@@ -128,7 +128,7 @@ void StartAgent(const Settings& settings) {
 }
 
 bool StopAgent(const String& installDir) {
-    if (RunMode::bIsRehearsal) return true;
+    if (RunMode::isRehearsal) return true;
     Control(installDir, L"stop");
     constexpr unsigned kSecondsToEnd = 5;
     for (unsigned second = 0; FindAgentProcess(installDir); ++second) {
@@ -139,7 +139,7 @@ bool StopAgent(const String& installDir) {
 }
 
 void StartAgentAgain(const String& installDir) {
-    if (RunMode::bIsRehearsal) return;
+    if (RunMode::isRehearsal) return;
     Control(installDir, L"start");
     if (!FindAgentProcess(installDir)) WarnOfStoppedAgent(installDir);
 }

@@ -1,4 +1,4 @@
-// Owners, modes and security labels of the installation.
+// Owners and modes of the installation.
 #include <map>
 #include <span>
 #include <sys/stat.h>
@@ -9,7 +9,6 @@
 #include "corekit/fs/ParentDirectory.h"
 #include "corekit/fs/Path.h"
 #include "corekit/os/SystemCall.h"
-#include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
 #include "deploykit/RCScriptBackend.h"
 #include "integration/SetupSequence.h"
@@ -21,7 +20,6 @@ namespace Zorvane::AgentInstaller {
 using corekit::FileInfo;
 using corekit::Result;
 using corekit::String;
-using corekit::Text::ShellWord;
 
 namespace {
 
@@ -128,37 +126,6 @@ Outcome<> SetInstallPermissions(const SetupContext& context) {
     for (const FileMode& row : kDirectories)
         setter.SetMode(corekit::Path::Resolve(installDir + row.file), row.mode);
     setter.Tell();
-    return {};
-}
-
-namespace {
-
-constexpr const wchar_t* kLabelsOfTheKernel = L"/sys/fs/selinux/enforce";
-constexpr const wchar_t* kTool = L"restorecon";
-
-/// The paths as arguments, without those at which nothing stands: without StartupOnBoot there is no service.
-String Existing(std::initializer_list<String> paths) {
-    String words;
-    for (const String& path : paths) {
-        if (!path.IsEmpty() && corekit::File::Exists(path)) words += L" " + ShellWord(path);
-    }
-    return words;
-}
-
-}  // namespace
-
-Outcome<> SetSecurityLabels(const SetupContext& context) {
-    const String tool = corekit::Program::Locate(kTool);
-    if (tool.IsEmpty() || !corekit::File::Exists(kLabelsOfTheKernel)) return {};
-    const String service = deploykit::ItemInstallers::RCScriptBackend::GetLocation(Names::kServiceName);
-    const String places =
-        Existing({service, context.isFirst ? context.settings->Get(L"InstallDir") : String()});
-    if (places.IsEmpty()) return {};
-    corekit::StringToMapFilter refusal;
-    const corekit::Result run = corekit::PosixLocaleProgram::Run(
-        ShellWord(tool) + L" -R" + places + L" >&2 || echo refused", refusal);
-    if (!run || refusal.Count() > 0)
-        Messages::Warn(L"WARNING! The security labels of new files are not set.\n");
     return {};
 }
 

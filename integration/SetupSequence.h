@@ -32,7 +32,7 @@ Outcome<> PlaceClientConf(SetupContext& context);
 /// current directory afterwards.
 Outcome<> RunSetupSequence(const SetupContext& context);
 
-// The steps, in their order.
+// The steps in their order, each behind the check that goes before all of them, and what they share.
 
 /// Fails where qdn-env cannot be written. Changes nothing.
 Outcome<> CheckEnvironmentScript(const SetupContext& context);

@@ -35,7 +35,7 @@ constexpr std::string_view kOwnTypes[] = {"ext2",    "ext3",     "ext4",   "xfs"
 /// What the kernel shows, which the copy gets anew.
 constexpr std::string_view kKernelDirs[] = {"/proc", "/sys", "/dev"};
 
-/// From what keeps a rename cheap to what any kernel knows.
+/// Tried in this order: the first keeps a rename cheap, the last is what every kernel knows.
 constexpr const char* kOverlayOptions[] = {",redirect_dir=on,metacopy=on,index=off",
                                            ",redirect_dir=on,index=off", ",userxattr", ""};
 

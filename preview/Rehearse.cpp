@@ -45,16 +45,16 @@ bool Take(int reader, std::string& bytes, int copyTo) {
     return true;
 }
 
-/// The code in the copy, seen from the process that built that.
-class Performance {
+/// The process that runs the code in the copy, seen from the one that built the copy.
+class CodeInCopy {
   public:
-    Performance(const HostCopy& copy, Audience audience, const Limits& limits)
+    CodeInCopy(const HostCopy& copy, Audience audience, const Limits& limits)
         : m_copy(copy), m_audience(audience), m_longestRun(limits.time) {}
 
     Outcome<Rehearsal> Run(const std::function<std::string()>& code);
 
   private:
-    [[noreturn]] void Perform(const std::function<std::string()>& code);
+    [[noreturn]] void RunHere(const std::function<std::string()>& code);
     bool Listen();
 
     const HostCopy& m_copy;
@@ -67,7 +67,7 @@ class Performance {
     bool m_wasFull = false;
 };
 
-Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
+Outcome<Rehearsal> CodeInCopy::Run(const std::function<std::string()>& code) {
     for (Pipe* pipe : {&m_record, &m_output, &m_errors}) {
         auto opened = corekit::OpenPipe();
         if (!opened) return FailToPreview(opened.error().About(L"pipe"));
@@ -78,7 +78,7 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
         case -1:
             return FailToPreview(Result::FromErrno().About(L"fork"));
         case 0:
-            Perform(code);
+            RunHere(code);
         default:
             for (Pipe* pipe : {&m_record, &m_output, &m_errors}) pipe->writer = Descriptor();
     }
@@ -96,7 +96,7 @@ Outcome<Rehearsal> Performance::Run(const std::function<std::string()>& code) {
     return Fail(L"The preview failed: the command was ended by a signal.");
 }
 
-void Performance::Perform(const std::function<std::string()>& code) {
+void CodeInCopy::RunHere(const std::function<std::string()>& code) {
     const bool isHeard =
         dup2(m_output.writer.Get(), STDOUT_FILENO) >= 0 && dup2(m_errors.writer.Get(), STDERR_FILENO) >= 0;
     const Result entered = isHeard ? m_copy.Enter() : Result::FromErrno().About(L"dup2");
@@ -114,7 +114,7 @@ void Performance::Perform(const std::function<std::string()>& code) {
 }
 
 /// Reads all that is said until the code has ended. False when that takes too long.
-bool Performance::Listen() {
+bool CodeInCopy::Listen() {
     const auto start = std::chrono::steady_clock::now();
     pollfd sources[] = {{m_record.reader.Get(), POLLIN, 0},
                         {m_output.reader.Get(), POLLIN, 0},
@@ -149,19 +149,19 @@ std::string Answer(const Outcome<std::string>& told) {
     return told ? kTold + *told : kFailed + told.error().text.Utf8();
 }
 
-/// What the first process of the namespaces does. It ends when its maker does, and with it all others of
-/// them.
+/// What the first process of the namespaces does. It ends when its parent does, and all others in the
+/// namespaces end with it.
 [[noreturn]] void BuildRunAndTell(
     const std::function<std::string()>& code,
     const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,
     const Limits& limits, const Descriptor& answerTo) {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    pollfd maker{answerTo.Get(), 0, 0};
-    if (poll(&maker, 1, 0) != 0) _exit(1);  // it has ended before
+    pollfd parent{answerTo.Get(), 0, 0};
+    if (poll(&parent, 1, 0) != 0) _exit(1);  // the parent has ended before
     HostCopy copy;
     const auto answer = [&]() -> Outcome<std::string> {
         if (Outcome<> built = copy.Build(limits.bytes); !built) return tl::unexpected(built.error());
-        const Outcome<Rehearsal> rehearsal = Performance(copy, audience, limits).Run(code);
+        const Outcome<Rehearsal> rehearsal = CodeInCopy(copy, audience, limits).Run(code);
         if (!rehearsal) return tl::unexpected(rehearsal.error());
         return tell(copy, *rehearsal);
     };

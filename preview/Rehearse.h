@@ -31,10 +31,10 @@ struct Limits {
 [[nodiscard]] Failure FailToPreview(const corekit::Result& cause);
 
 /// Runs `code` with the copy of the host as its root, then `tell`, which sees the host and the copy, and
-/// returns what that returned. Neither can reach a process of the host or be reached by its sockets. Standard
-/// input is this process's. Fails with a text that says what to do: one that begins with `kNotPossible` when
-/// there can be no copy or what was written does not fit into memory, another when the code was ended from
-/// outside and, without an audience, when the time is over.
+/// returns what that returned. No process of theirs can reach one of the host, or be reached by its sockets.
+/// Standard input is this process's. Fails with a text that says what to do: one that begins with
+/// `kNotPossible` when there can be no copy or what was written does not fit into memory, another when the
+/// code was ended from outside and, without an audience, when the time is over.
 Outcome<std::string> Rehearse(
     const std::function<std::string()>& code,
     const std::function<Outcome<std::string>(const HostCopy&, const Rehearsal&)>& tell, Audience audience,

@@ -16,11 +16,11 @@ inline bool bNoSearch = false;  // -nosearch: do not ask the package manager for
 
 namespace Zorvane::AgentInstaller::RunMode {
 
-inline bool bIsRehearsal = false;      // no agent or service is to be started, stopped or told anything
-inline bool bWouldStartAgent = false;  // the rehearsed run would have started the agent
+inline bool isRehearsal = false;      // no agent or service is to be started, stopped or told anything
+inline bool wouldStartAgent = false;  // the rehearsed run would have started the agent
 
 /// The run takes effect, and its caller watches the agent and undoes the run if need be.
-inline bool bIsAttempt = false;
+inline bool isAttempt = false;
 
 inline std::vector<corekit::String> answers;  // lines that the rehearsal took as answers
 inline std::deque<corekit::String> replayed;  // answers of a rehearsal that an attempt takes in their turn

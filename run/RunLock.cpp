@@ -54,7 +54,7 @@ bool IsStillThere(const Descriptor& file, const Descriptor& directory) {
 }  // namespace
 
 RunLock::RunLock() {
-    if (RunMode::bIsAttempt) return;
+    if (RunMode::isAttempt) return;
     for (const wchar_t* place : kPlaces) {
         if (TryIn(place)) return;
     }

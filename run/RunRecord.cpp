@@ -118,7 +118,7 @@ void Leave(int status) {
 }  // namespace
 
 RunRecord::RunRecord(const String& command) {
-    if (RunMode::bIsRehearsal || present.owner != 0) return;
+    if (RunMode::isRehearsal || present.owner != 0) return;
     m_isOwner = true;
     RunFacts facts;
     facts.command = command;

@@ -131,7 +131,7 @@ Outcome<String> AskQuestion(const Question& question, const String& shownDefault
         }
         const String typed = line.Trim();
         if (const auto answer = ValidateAnswer(question, typed.IsEmpty() ? shownDefault : typed)) {
-            if (RunMode::bIsRehearsal) RunMode::answers.push_back(line);
+            if (RunMode::isRehearsal) RunMode::answers.push_back(line);
             return *answer;
         }
     }

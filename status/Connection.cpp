@@ -1,4 +1,6 @@
 // Asks the host's own name service, since a static program has none, and connects to all addresses at once.
+#include "status/Connection.h"
+
 #include <algorithm>
 #include <arpa/inet.h>
 #include <cerrno>
@@ -10,7 +12,6 @@
 #include "corekit/os/Descriptor.h"
 #include "corekit/process/Program.h"
 #include "corekit/text/Text.h"
-#include "status/Facts.h"
 
 namespace Zorvane::AgentInstaller::Status {
 

@@ -1,4 +1,4 @@
-// The facts about the installed agent that can be seen on the host and at its server.
+// The facts about the installed agent that can be seen on the host.
 #pragma once
 
 #include <optional>
@@ -37,9 +37,5 @@ corekit::String FindInstallDir();
 
 /// Looks at the host; changes nothing, and asks for nothing that only root may know.
 Facts GatherFacts(const corekit::String& installDir);
-
-/// True if one of the addresses that the host's getent(1) knows of the server's name takes a TCP connection.
-/// All of it takes at most three seconds.
-bool CanReach(const ServerUrl& server);
 
 }  // namespace Zorvane::AgentInstaller::Status

@@ -1,4 +1,4 @@
-// Lays the document out in two columns.
+// Lays the document of -status out in two columns.
 
 #include <algorithm>
 #include <nlohmann/json.hpp>

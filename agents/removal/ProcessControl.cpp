@@ -59,10 +59,4 @@ void SignalProcesses(const String& signal, const String& ids) {
     RunShellCommand(command.Arg(ShellWord(signal), ShellWords(ids)));
 }
 
-bool IsRunning(const String& name) {
-    if (name.IsEmpty()) return false;
-    const String command = L"if ps -e | grep %1 >/dev/null; then echo YES; fi";
-    return RunShellCommand(command.Arg(ShellWord(name))) == L"YES";
-}
-
 }  // namespace Zorvane::AgentInstaller

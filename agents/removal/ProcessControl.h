@@ -18,7 +18,4 @@ corekit::String QueryProcessIds(const corekit::String& name);
 /// is empty.
 void SignalProcesses(const corekit::String& signal, const corekit::String& ids);
 
-/// True if a program runs whose name contains `name`. False for an empty name.
-bool IsRunning(const corekit::String& name);
-
 }  // namespace Zorvane::AgentInstaller

@@ -127,6 +127,11 @@ Result Remove(const String& path) {
     return RemoveEntry(place->At()).About(path);
 }
 
+Result RemoveIfThere(const String& path) {
+    const Result removed = Remove(path);
+    return IsNotFound(removed) ? Result() : removed;
+}
+
 Expected<Identity> IdentityOf(const String& path) {
     const auto place = ParentDirectory::Of(path);
     if (!place) return place.error().About(path);

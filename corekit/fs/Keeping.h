@@ -35,6 +35,9 @@ Result Move(const String& from, const String& to);
 /// Removes an entry of any kind; a mount point stays.
 Result Remove(const String& path);
 
+/// The same; nothing there is no failure.
+Result RemoveIfThere(const String& path);
+
 /// The device and the inode of an entry itself, which its other names share.
 using Identity = std::pair<std::uint64_t, std::uint64_t>;
 Expected<Identity> IdentityOf(const String& path);

@@ -2,7 +2,6 @@
 #include "corekit/fs/detail/DirectoryStack.h"
 
 #include <cerrno>
-#include <fcntl.h>
 #include <unistd.h>
 #include <utility>
 

@@ -33,7 +33,7 @@ TEST_F(FailedFiles, AreKeptByTheirPaths_WhereOnlyRootGetsToThem) {
     KeepFailed("/opt/t");
     EXPECT_EQ(Read(std::string(kKept) + "/opt/t/file"), "made");
     EXPECT_EQ(testfiles::Mode(kKept), 0700U);
-    EXPECT_TRUE(HasKeptFiles());
+    EXPECT_TRUE(HasFailedFiles());
     EXPECT_EQ(Read("/opt/t/file"), "made");
 }
 
@@ -57,11 +57,11 @@ TEST_F(FailedFiles, AreTheFirstOfAName) {
 }
 
 TEST_F(FailedFiles, AreRemovedTogether) {
-    EXPECT_TRUE(RemoveKeptFiles());
+    EXPECT_TRUE(RemoveFailedFiles());
     Write("/opt/t/dir/file", "made");
     KeepFailed("/opt/t");
-    EXPECT_TRUE(RemoveKeptFiles());
-    EXPECT_FALSE(HasKeptFiles());
+    EXPECT_TRUE(RemoveFailedFiles());
+    EXPECT_FALSE(HasFailedFiles());
     EXPECT_FALSE(testfiles::Exists(kKept));
 }
 
@@ -69,10 +69,10 @@ TEST_F(FailedFiles, AreNotGone_WhenTheyCannotBeRemoved) {
     Write("/opt/t/file", "made");
     KeepFailed("/opt/t/file");
     testsupport::WithFailing({{SYS_unlinkat, EIO}}, [] {
-        EXPECT_EQ(RemoveKeptFiles(), corekit::Result(EIO));
+        EXPECT_EQ(RemoveFailedFiles(), corekit::Result(EIO));
         return 0;
     });
-    EXPECT_TRUE(HasKeptFiles());
+    EXPECT_TRUE(HasFailedFiles());
 }
 
 }  // namespace

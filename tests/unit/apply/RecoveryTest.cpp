@@ -79,9 +79,9 @@ TEST_F(Recovery, ClearsUp_WhenTheRunWasStillSaving) {
 
 TEST_F(Recovery, LeavesItsOwnRunAlone_WithinAnAttempt) {
     SaveAndChange();
-    RunMode::bIsAttempt = true;
+    RunMode::isAttempt = true;
     EXPECT_TRUE(FinishFormerApply());
-    RunMode::bIsAttempt = false;
+    RunMode::isAttempt = false;
     EXPECT_EQ(testfiles::Read("/opt/t/file"), "new");
 }
 

@@ -52,7 +52,7 @@ TEST_F(Restoring, WhatWasMadeIsGone_AndKeptAside) {
     Write("/opt/t/new/deep/file", "made");
     ExpectPutBack();
     EXPECT_EQ(testfiles::Read("/var/lib/qdn-configure/failed/opt/t/new/deep/file"), "made");
-    EXPECT_TRUE(HasKeptFiles());
+    EXPECT_TRUE(HasFailedFiles());
 }
 
 TEST_F(Restoring, ATreeThatWasRemovedIsBack) {

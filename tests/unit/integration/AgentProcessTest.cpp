@@ -242,7 +242,7 @@ TEST_F(AgentStop, AnAgentThatDoesNotComeUpAgainIsWarnedOf) {
 }
 
 TEST_F(AgentStop, TheAgentIsNeitherStoppedNorStarted_InARehearsal) {
-    const testsupport::ScopedValue rehearsal(RunMode::bIsRehearsal, true);
+    const testsupport::ScopedValue rehearsal(RunMode::isRehearsal, true);
     const RunningScript agent(kProgram);
     ControlScript("");
     EXPECT_TRUE(StopAgent(L"/opt/agent"));

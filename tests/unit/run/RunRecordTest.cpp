@@ -124,7 +124,7 @@ TEST_F(Record, OneRunWithinAnotherLeavesNoneOfItsOwn) {
 }
 
 TEST_F(Record, ARehearsedRunLeavesNone) {
-    const testsupport::ScopedValue<bool> rehearsal(RunMode::bIsRehearsal, true);
+    const testsupport::ScopedValue<bool> rehearsal(RunMode::isRehearsal, true);
     Leave(0);
     EXPECT_EQ(m_journal.Next(), "");
 }

@@ -5,7 +5,7 @@
 #include <sys/socket.h>
 
 #include "corekit/os/Descriptor.h"
-#include "status/Facts.h"
+#include "status/Connection.h"
 #include "tests/support/PrintString.h"
 #include "tests/support/StandIn.h"
 

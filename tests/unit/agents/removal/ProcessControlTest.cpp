@@ -138,20 +138,5 @@ TEST(SignalProcesses, RunsNothingWithoutASignalOrAProcess) {
     EXPECT_EQ(process.EndedBy(SIGTERM), SIGTERM);
 }
 
-TEST(IsRunning, IsTrue_WhenALineOfPsHasTheName) {
-    StandIns tools(HostPrograms::TextTools);
-    tools.Add("ps", "echo '  12 ?  00:00:00 qdn-taskschedul'");
-    EXPECT_TRUE(IsRunning(L"qdn-task"));
-    EXPECT_FALSE(IsRunning(L"qdn-plug"));
-    EXPECT_EQ(tools.Calls(), "ps -e\nps -e\n");
-}
-
-TEST(IsRunning, IsFalseForAnEmptyNameAndAsksNothing) {
-    StandIns tools(HostPrograms::TextTools);
-    tools.Add("ps", "echo something");
-    EXPECT_FALSE(IsRunning(L""));
-    EXPECT_EQ(tools.Calls(), "");
-}
-
 }  // namespace
 }  // namespace Zorvane::AgentInstaller
