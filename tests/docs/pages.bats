@@ -33,3 +33,11 @@ setup() {
     version=$(sed -n 's/^project(.* VERSION \([0-9.]*\) .*/\1/p' "$project/CMakeLists.txt")
     for page in $(pages_of_project); do grep -qxF ".Os \"qdn-configure $version\"" "$page"; done
 }
+
+@test "every page has the date of the release" {
+    local page date
+    date=$(sed -n 's/^## \[[0-9.]*\] - //p' "$project/CHANGELOG.md" | head -n 1)
+    for page in $(pages_of_project); do
+        [ "$(date -d "$(sed -n 's/^\.Dd //p' "$page")" +%F)" = "$date" ]
+    done
+}

@@ -49,6 +49,21 @@ judges_by() {
     [ "$count" -gt 40 ]
 }
 
+# ratios ROW AGAINST: of its rows, one a line.
+ratios() { rows | awk -F '|' -v row="$1" -v against="$2" 'index($1, row) == 1 && index($3, " " against) == 1 { print $4 + 0 }'; }
+
+@test "the ratios that it tells are those of its tables" {
+    local least most tenths
+    read -r least most < <(ratios "read XML" "limit: Expat" | sort -n | sed -n '1p;$p' | xargs printf '%.1f %.1f\n')
+    grep -q "That takes $least to $most times Expat\." "$document"
+    read -r least most < <(rows | awk -F '|' '!/^start/ && $3 ~ /^ release/ { printf "%.0f\n", 100 * ($4 - 1) }' | sort -n |
+        sed -n '1p;$p' | xargs)
+    grep -q "longer than in release 1.0.0: from $least to $most %," "$document"
+    tenths=$(ratios "start and banner" "limit: /bin/true" | awk '{ printf "%.0f", 10 * $1 }')
+    [ "$tenths" -eq 9 ]
+    grep -q "it starts in nine tenths of the time of" "$document"
+}
+
 @test "as many keys are carried as the table of keys has" {
     local keys
     keys=$(sed -n 's/^static_assert(std::size(kRows) == \([0-9]*\));$/\1/p' "$project/settings/ClientConfKeyMap.cpp")

@@ -100,7 +100,7 @@ OPTIONS = {
     'syslog_level': _attribute('SysLogLevel', LOG, choices=_SYSLOG_LEVELS),
 }
 
-# Raw entries of client.conf: the option's parts, by their attributes in the file.
+# Settings that the program reads and does not use: the option's parts, by their attributes in the file.
 EXTRA_PARTS = {'section': 'Section', 'name': 'Name', 'value': 'Value'}
 
 

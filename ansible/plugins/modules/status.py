@@ -54,9 +54,10 @@ RETURN = r'''
 kell_agent:
   description:
     - The document of C(qdn-configure -status -json), the same as the fact of this name.
-    - Its C(status) is 0 when all is in order and the agent runs, 1 when there are differences or an unfinished run, 3 when
-      all is in order and the agent does not run, 4 when no agent is configured, and null when the program of the
-      installed package is too old to tell.
+    - Its C(status) is 0 when all is in order and the agent runs, 1 when there are differences, a configuration would fail or
+      a run has not come to its end, 3 when all is in order and the agent does not run, 4 when no agent is configured, and
+      null when the program of the installed package is too old to tell.
+    - Where no differences could be looked for, 0 and 3 say only whether the agent runs.
   returned: always
   type: dict
   sample: {"status": 0, "agent": {"running": true, "pid": 4711}, "differences": []}
