@@ -22,8 +22,8 @@ namespace Interruption = corekit::Interruption;
 
 namespace {
 
-/// Starts the command line in a process that is then ended by SIGTERM. Returns how that ended, and only when
-/// nothing of the command runs any more. That process calls `begin` first.
+/// Starts the command line in a process that is ended by SIGTERM as soon as the command has said "x". Returns how
+/// that ended, and only when nothing of the command runs any more. That process calls `begin` first.
 int StatusOfRunEndedDuring(
     const std::string& commandLine, const std::function<void()>& begin = [] {}) {
     int ends[2];
@@ -33,7 +33,7 @@ int StatusOfRunEndedDuring(
         begin();
         Interruption::Prepare();
         ShellProcess shell;
-        if (!shell.Start("echo x; " + commandLine, ends[1])) _exit(1);
+        if (!shell.Start(commandLine, ends[1])) _exit(1);
         for (;;) pause();
     }
     close(ends[1]);
@@ -124,27 +124,27 @@ TEST(Interruption, EndsTheFirstProcessOfAContainerToo) {
 }
 
 TEST(Interruption, EndsTheRunningShellAndAllThatItStarted) {
-    const int status = StatusOfRunEndedDuring("sleep 1000 & sleep 1000 | cat; echo never");
+    const int status = StatusOfRunEndedDuring("sleep 1000 & echo x; sleep 1000 | cat; echo never");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
 TEST(Interruption, EndsAShellThatIgnoresTheSignal) {
-    const int status = StatusOfRunEndedDuring("trap '' TERM; while :; do sleep 1000; done");
+    const int status = StatusOfRunEndedDuring("trap '' TERM; echo x; while :; do sleep 1000; done");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
 TEST(Interruption, EndsAShellThatIsStopped) {
-    const int status = StatusOfRunEndedDuring("kill -STOP $$");
+    const int status = StatusOfRunEndedDuring("echo x; kill -STOP $$");
     ASSERT_TRUE(WIFSIGNALED(status));
     EXPECT_EQ(WTERMSIG(status), SIGTERM);
 }
 
 // A number that no group has any more may soon be another's.
 TEST(Interruption, KillsNoGroupThatHasEnded) {
-    EXPECT_EQ(SignalsOfRunEndedDuring("sleep 1000"), "15 18 ");
-    EXPECT_EQ(SignalsOfRunEndedDuring("trap '' TERM; while :; do sleep 1000; done"), "15 18 9 ");
+    EXPECT_EQ(SignalsOfRunEndedDuring("echo x; sleep 1000"), "15 18 ");
+    EXPECT_EQ(SignalsOfRunEndedDuring("trap '' TERM; echo x; while :; do sleep 1000; done"), "15 18 9 ");
 }
 
 TEST(Interruption, PassesTheStatusOn_BeforeItEndsTheProcess) {
