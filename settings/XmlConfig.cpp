@@ -16,9 +16,15 @@ using corekit::String;
 
 namespace {
 
-/// The attributes that were read so far: one map serves the whole document, so that an attribute counts in
-/// whichever of the elements it stands.
-using Attributes = std::map<String, BasicXml::Attribute>;
+/// A value and where it stands in the document.
+struct Placed {
+    String value;
+    BasicXml::Position position;
+};
+
+/// The attributes that were read so far, by name: one map serves the whole document, so that an attribute
+/// counts in whichever of the elements it stands.
+using Attributes = std::map<String, Placed>;
 
 /// The server that a document names.
 struct Server {
@@ -57,17 +63,23 @@ class Reader {
     void ReadExtraSettings(Attributes& attributes, Settings& settings) const;
 
   private:
-    SourcedValue At(const String& value, const BasicXml::Position& position) const {
+    Source SourceAt(const BasicXml::Position& position) const {
         Source source = m_source;
-        if (source.kind == Source::Kind::Default) return {value, source, value};
+        if (source.kind == Source::Kind::Default) return source;
         source.line = position.line;
         source.column = position.column;
-        return {value, source, value};
+        return source;
+    }
+
+    SourcedValue At(const String& value, const BasicXml::Position& position) const {
+        return {value, SourceAt(position), value};
     }
 
     static void Add(const BasicXml::Element& element, Attributes& attributes) {
         for (const BasicXml::Attribute& attribute : element.attributes) {
-            attributes.insert_or_assign(attribute.name, attribute);
+            Placed& read = attributes[attribute.name];
+            read.value = attribute.value;
+            read.position = attribute.position;
         }
     }
 
@@ -95,15 +107,17 @@ Server Reader::NamedServer() const {
 
 /// An attribute that an entry lacks has the value that the shared map holds from what was read before.
 void Reader::ReadExtraSettings(Attributes& attributes, Settings& settings) const {
-    const BasicXml::Attribute& section = attributes[L"Section"];
-    const BasicXml::Attribute& name = attributes[L"Name"];
-    const BasicXml::Attribute& value = attributes[L"Value"];
-    const BasicXml extra = m_document.GetNode(XmlFormat::kExtraSettings);
-    extra.ForEachElement([&](const BasicXml::Element& element) {
-        if (element.name != XmlFormat::kExtraSetting) return;
+    const String& section = attributes[L"Section"].value;
+    const String& name = attributes[L"Name"].value;
+    const String& value = attributes[L"Value"].value;
+    const String entry = XmlFormat::kExtraSetting;
+    const auto add = [&](const BasicXml::Element& element) {
+        if (element.name != entry) return;
         Add(element, attributes);
-        settings.AddExtra({section.value, name.value, value.value, At(L"", element.position).source});
-    });
+        settings.AddExtra({section, name, value, SourceAt(element.position)});
+    };
+    m_document.GetNode(XmlFormat::kExtraSettings)
+        .ForEachElement(add, BasicXml::Which::All, BasicXml::Positions::OfElements);
 }
 
 /// Upper case, in braces.

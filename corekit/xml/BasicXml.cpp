@@ -59,17 +59,22 @@ class PositionCounter {
     explicit PositionCounter(std::string_view document) : m_document(document) {}
 
     BasicXml::Position At(std::size_t offset) {
-        BasicXml::Position position = m_position;
+        auto [line, column] = m_position;
+        const char* const text = m_document.data();
         for (std::size_t at = m_offset; at < offset; ++at) {
-            const char byte = m_document[at];
-            if (byte == '\n' || (byte == '\r' && m_document.substr(at + 1, 1) != "\n")) {
-                position = {position.line + 1, 1};
-            } else if ((static_cast<unsigned char>(byte) & 0xC0) != 0x80) {  // continues no character
-                ++position.column;
+            const auto byte = static_cast<signed char>(text[at]);
+            if (byte > '\r') {  // as most are
+                ++column;
+            } else if (byte == '\n' || (byte == '\r' && m_document.substr(at + 1, 1) != "\n")) {
+                ++line;
+                column = 1;
+            } else if ((byte & 0xC0) != 0x80) {  // continues no character
+                ++column;
             }
         }
+        m_position = {line, column};
         m_offset = offset;
-        return m_position = position;
+        return m_position;
     }
 
   private:
@@ -89,6 +94,49 @@ class NameText {
   private:
     std::string_view m_name;  // of the tree
     String m_text;
+};
+
+/// Reads elements as they are written, each after the one before.
+class ElementReader {
+  public:
+    ElementReader(std::string_view document, const XmlTree& tree, BasicXml::Positions wanted)
+        : m_document(document), m_tree(tree), m_wanted(wanted), m_positions(document) {}
+
+    /// Fills in all but what lies around the element. The room that the element before needed is used again.
+    void Read(std::size_t number, BasicXml::Element& element) {
+        element.name = m_name.Of(m_tree.Name(number));
+        element.text = String::FromUtf8(m_tree.Text(number));
+        element.position = m_positions.At(m_tree.Offset(number));
+        element.attributes.resize(m_tree.AttributeCount(number));
+        if (m_attributeNames.size() < element.attributes.size())
+            m_attributeNames.resize(element.attributes.size());
+        std::size_t index = 0;
+        m_tree.ForEachAttribute(number, [&](std::string_view name, std::string_view value) {
+            BasicXml::Attribute& attribute = element.attributes[index];
+            attribute.name = m_attributeNames[index++].Of(name);
+            attribute.value = String::FromUtf8(value);
+            attribute.position = element.position;
+        });
+        if (m_wanted == BasicXml::Positions::OfAttributesToo)
+            Place(element.attributes, m_tree.Offset(number));
+    }
+
+  private:
+    void Place(std::vector<BasicXml::Attribute>& attributes, std::size_t tag) {
+        AttributeNames names(m_document, tag);
+        for (BasicXml::Attribute& attribute : attributes) {
+            const auto name = names.Next();
+            if (!name) return;
+            attribute.position = m_positions.At(*name);
+        }
+    }
+
+    std::string_view m_document;
+    const XmlTree& m_tree;
+    BasicXml::Positions m_wanted;
+    PositionCounter m_positions;
+    NameText m_name;
+    std::vector<NameText> m_attributeNames;  // by their places in the tag
 };
 
 }  // namespace
@@ -141,30 +189,21 @@ BasicXml BasicXml::GetNode(const String& name, std::size_t index) const {
     return BasicXml(m_tree, m_tree->elements.Find(m_root, name.Utf8(), index));
 }
 
-void BasicXml::ForEachElement(const std::function<void(const Element&)>& visit, Which which) const {
+void BasicXml::ForEachElement(const std::function<void(const Element&)>& visit, Which which,
+                              Positions positions) const {
     if (!Exists()) return;
     const XmlTree& tree = m_tree->elements;
-    PositionCounter positions(m_tree->document);
+    ElementReader reader(m_tree->document, tree, positions);
     std::vector<std::size_t> around;  // the elements that the one at `at` lies in
-    NameText name;
     NameText parent;
     Element element;
     for (std::size_t at = m_root; at < tree.End(m_root); ++at) {
         while (!around.empty() && tree.End(around.back()) <= at) around.pop_back();
         around.push_back(at);
         if (which == Which::FirstOfEachName && !tree.IsFirstOfItsName(at)) continue;
-        element.name = name.Of(tree.Name(at));
         element.depth = around.size() - 1;
-        element.parent = element.depth > 0 ? parent.Of(tree.Name(around[element.depth - 1])) : String();
-        element.text = String::FromUtf8(tree.Text(at));
-        element.position = positions.At(tree.Offset(at));
-        element.attributes.clear();
-        AttributeNames names(m_tree->document, tree.Offset(at));
-        tree.ForEachAttribute(at, [&](std::string_view attribute, std::string_view value) {
-            const auto written = names.Next();
-            element.attributes.push_back({String::FromUtf8(attribute), String::FromUtf8(value),
-                                          written ? positions.At(*written) : element.position});
-        });
+        if (element.depth > 0) element.parent = parent.Of(tree.Name(around[element.depth - 1]));
+        reader.Read(at, element);
         visit(element);
     }
 }

@@ -77,10 +77,13 @@ class BasicXml {
     BasicXml GetNode(const String& name, std::size_t index = 0) const;
 
     enum class Which { All, FirstOfEachName };
+    enum class Positions { OfAttributesToo, OfElements };
 
     /// Calls `visit` for this element and for each one below it, in document order, or only for those that no
-    /// other element of their name comes before in the document.
-    void ForEachElement(const std::function<void(const Element&)>& visit, Which which = Which::All) const;
+    /// other element of their name comes before in the document. Where the positions of attributes are not
+    /// wanted, they have their element's: finding them takes as long as finding all others.
+    void ForEachElement(const std::function<void(const Element&)>& visit, Which which = Which::All,
+                        Positions positions = Positions::OfAttributesToo) const;
 
   private:
     struct Tree;

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::size_t kTextPerBucket = 65536;
 constexpr std::size_t kMostBuckets = 512;
+constexpr std::size_t kTextPerCount = 4096;
 
 constexpr std::uint64_t kFold = 0x2020202020202020;  // makes ASCII letters lower case, eight at a time
 constexpr std::uint64_t kSpread = 0x9e3779b97f4a7c15;
@@ -50,6 +51,20 @@ char Lower(char character) {
 
 bool IsSameInAnyCase(std::string_view left, std::string_view right) {
     return std::ranges::equal(left, right, {}, Lower, Lower);
+}
+
+/// Counts in bytes, of which the processor adds sixteen at once.
+std::size_t LineEndsIn(std::string_view text) {
+    constexpr std::size_t kAtOnce = 128;
+    std::size_t count = 0;
+    for (; text.size() >= kAtOnce; text.remove_prefix(kAtOnce)) {
+        const char* const bytes = text.data();
+        std::uint8_t some = 0;
+        for (std::size_t at = 0; at < kAtOnce; ++at)
+            some = static_cast<std::uint8_t>(some + (bytes[at] == '\n'));
+        count += some;
+    }
+    return count + static_cast<std::size_t>(std::ranges::count(text, '\n'));
 }
 
 /// The bytes with a blank for each byte that would end the line.
@@ -182,12 +197,12 @@ std::size_t IniText::LineOf(std::string_view section, std::string_view key) {
     const EditedText::Place place = Find(section, key);
     const std::string_view text = m_text.Original();
     if (place == IniSection::kNone || place >= text.size()) return 0;
-    if (m_lineEnds.empty()) {
-        for (std::size_t at = text.find('\n'); at != text.npos; at = text.find('\n', at + 1))
-            m_lineEnds.push_back(at);
+    while (m_lineEnds.size() <= place / kTextPerCount) {
+        const std::size_t counted = (m_lineEnds.size() - 1) * kTextPerCount;
+        m_lineEnds.push_back(m_lineEnds.back() + LineEndsIn(text.substr(counted, kTextPerCount)));
     }
-    const auto before = std::ranges::lower_bound(m_lineEnds, place);
-    return static_cast<std::size_t>(before - m_lineEnds.begin()) + 1;
+    const std::size_t counted = place - place % kTextPerCount;
+    return m_lineEnds[place / kTextPerCount] + LineEndsIn(text.substr(counted, place - counted)) + 1;
 }
 
 IniSection* IniText::Find(std::string_view name) {

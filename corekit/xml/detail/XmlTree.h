@@ -58,6 +58,8 @@ class XmlTree {
     /// The element's own text, without that of the elements in it.
     std::string Text(std::size_t element) const;
 
+    std::size_t AttributeCount(std::size_t element) const { return m_elements[element].attributeCount; }
+
     /// Calls `visit` with the name and the value of each attribute.
     void ForEachAttribute(std::size_t element,
                           const std::function<void(std::string_view, std::string_view)>& visit) const;

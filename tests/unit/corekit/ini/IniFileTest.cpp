@@ -109,6 +109,18 @@ TEST_F(IniFileTest, GivesTheNumberOfTheLineOfAnEntry) {
     EXPECT_EQ(IniFile(L"/none").LineOf(L"s", L"a"), 0U);
 }
 
+TEST_F(IniFileTest, GivesTheNumbersOfTheLinesOfALongFile) {
+    constexpr std::size_t kEntries = 3000;
+    std::string text = "[s]\n";
+    for (std::size_t entry = 0; entry < kEntries; ++entry)
+        text += "key" + std::to_string(entry) + "=" + std::string(entry % 7, 'v') + "\n";
+    const IniFile file(Make(text));
+    for (std::size_t step = 0; step < kEntries; ++step) {
+        const std::size_t entry = step * 1999 % kEntries;  // each once, in no order of the file's
+        ASSERT_EQ(file.LineOf(L"s", String::FromUtf8("key" + std::to_string(entry))), entry + 2);
+    }
+}
+
 TEST_F(IniFileTest, ListsWhatWasSet) {
     IniFile file(Make("[s]\na=1\n"));
     file.SetValue(L"s", L"a", L"2");

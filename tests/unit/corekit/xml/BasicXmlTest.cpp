@@ -25,7 +25,8 @@ AttributeMap AttributesOf(const BasicXml& xml, const String& name) {
 }
 
 /// A line for each element: "line:column depth parent/name [text] attribute=value@line:column ...".
-std::vector<std::string> WalkOf(const BasicXml& xml, BasicXml::Which which = BasicXml::Which::All) {
+std::vector<std::string> WalkOf(const BasicXml& xml, BasicXml::Which which = BasicXml::Which::All,
+                                BasicXml::Positions positions = BasicXml::Positions::OfAttributesToo) {
     const auto text = [](const BasicXml::Position& position) {
         return std::to_string(position.line) + ":" + std::to_string(position.column);
     };
@@ -41,7 +42,7 @@ std::vector<std::string> WalkOf(const BasicXml& xml, BasicXml::Which which = Bas
             }
             lines.push_back(line);
         },
-        which);
+        which, positions);
     return lines;
 }
 
@@ -225,6 +226,12 @@ TEST(BasicXml, CountsNoColumnForAByteOrderMark) {
 TEST(BasicXml, GivesAnAttributeThatTheTagDoesNotHaveItsElementsPosition) {
     EXPECT_EQ(WalkOf(BasicXml("<!DOCTYPE r [<!ATTLIST r a CDATA '1' c CDATA '3'>]>\n<r b='2' a='0'/>")),
               Lines{"2:1 0 /r [] b=2@2:4 a=0@2:10 c=3@2:1"});
+}
+
+TEST(BasicXml, GivesAttributesTheirElementsPosition_WhereTheirOwnIsNotWanted) {
+    const BasicXml xml(L"<r>\n <a b='1'\n    c='2'/><a d='3'/>\n</r>");
+    EXPECT_EQ(WalkOf(xml, BasicXml::Which::All, BasicXml::Positions::OfElements),
+              (Lines{"1:1 0 /r [\n \n]", "2:2 1 r/a [] b=1@2:2 c=2@2:2", "3:12 1 r/a [] d=3@3:12"}));
 }
 
 TEST(BasicXml, GivesElementsOfAnEntityThePositionOfItsReference) {
