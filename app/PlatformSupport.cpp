@@ -22,6 +22,7 @@ constexpr const wchar_t* kListA[] = {L"unknown", L"i86",    L"i386",  L"i486",  
                                      L"i686",    L"athlon", L"duron", L"pentium"};
 constexpr const wchar_t* k64Bit = L"x86_64";
 
+constexpr const wchar_t* kEsxProgram = L"/usr/bin/vmware";
 constexpr const wchar_t* kEsxProductProbe = L"/usr/bin/vmware -v 2>/dev/null | sed -e 's, [0-9].*,,'";
 constexpr const wchar_t* kEsxProduct = L"VMware ESX Server";
 constexpr const wchar_t* kEsxVersionProbe =
@@ -109,7 +110,9 @@ bool IsLinux() {
     return uname(&kernel) == 0 && String::FromUtf8(kernel.sysname).Lower().Contains(L"linux");
 }
 
+/// Runs nothing on a host without the program, which most are: two processes are a tenth of a whole run.
 bool IsSupportedEsx(Host& host) {
+    if (!corekit::File::Exists(kEsxProgram)) return false;
     if (!corekit::Regex::IsMatch(kEsxProduct, RunShellCommand(kEsxProductProbe).Trim())) return false;
     const String version = RunShellCommand(kEsxVersionProbe);
     return std::ranges::any_of(kEsxReleases, [&](const EsxRelease& release) {

@@ -28,7 +28,7 @@ state() {
 write_list() {
     local conf
     conf=$(grep "/client.conf" "$work/after" | cut -f 4)
-    printf 'run\t%s\n' "ps -e | grep qdn-plug>/dev/null" "/usr/bin/vmware -v 2>/dev/null | sed -e 's, [0-9].*,,'" "uname -p"
+    printf 'run\t%s\n' "ps -e | grep qdn-plug>/dev/null" "uname -p"
     printf 'file\t600\t/tmp/hand-over\t%s\n' "$conf"
     echo first >"$work/mark"
     printf 'file\t600\t%s\t%s\n' "$agent/etc/.unfinished" "$work/mark"

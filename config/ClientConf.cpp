@@ -44,7 +44,7 @@ Outcome<ClientConfDraft> ReadTemplate(const String& outputPath, const Settings& 
     auto text = File::Read(path);
     if (!text) return FailAt(unreadable, path, text.error());
     if (text->IsEmpty()) return Fail(unreadable, path);
-    return ClientConfDraft(outputPath, path, *text, settings);
+    return ClientConfDraft(outputPath, *text, settings);
 }
 
 Outcome<> ApplySettings(ClientConfDraft draft, Settings& settings) {

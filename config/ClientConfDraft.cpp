@@ -41,23 +41,25 @@ String FilledIn(String text, const Settings& settings) {
 
 }  // namespace
 
-ClientConfDraft::ClientConfDraft(const String& path, const String& templatePath, const String& text,
-                                 const Settings& settings)
-    : m_ini(path, FilledIn(text, settings)) {
-    const IniFile raw(templatePath, text);
-    for (const IniFile::Entry& entry : raw.AllEntries()) {
-        const auto* const macro = std::ranges::find(kMacros, entry.value, &MacroRow::value);
-        const Source source = macro != std::end(kMacros)
-                                  ? SourceOf(macro->setting)
-                                  : Source{Source::Kind::Template, templatePath, entry.line};
-        m_sources.emplace(std::pair(entry.section, entry.key), source);
-    }
-}
+ClientConfDraft::ClientConfDraft(const String& path, const String& text, const Settings& settings)
+    : m_ini(path, FilledIn(text, settings)) {}
 
 void ClientConfDraft::Set(const String& section, const String& key, const String& value,
                           const Source& source) {
     m_ini.SetValue(section, key, value);
     m_sources[{section, key}] = source;
+}
+
+KeySources SourcesOfTemplate(const IniFile& packageTemplate) {
+    KeySources sources;
+    for (const IniFile::Entry& entry : packageTemplate.AllEntries()) {
+        const auto* const macro = std::ranges::find(kMacros, entry.value, &MacroRow::value);
+        const Source source = macro != std::end(kMacros)
+                                  ? SourceOf(macro->setting)
+                                  : Source{Source::Kind::Template, packageTemplate.FileName(), entry.line};
+        sources.emplace(std::pair(entry.section, entry.key), source);
+    }
+    return sources;
 }
 
 namespace {

@@ -13,10 +13,9 @@ class ClientConfDraft {
     /// A file as it is on the disk, empty where there is none.
     explicit ClientConfDraft(const corekit::String& path) : m_ini(path) {}
 
-    /// The package's template, whose text was read from `templatePath`, with its macros filled in from the
-    /// settings. A value never brings lines of its own, so each entry keeps the number of its line.
-    ClientConfDraft(const corekit::String& path, const corekit::String& templatePath,
-                    const corekit::String& text, const Settings& settings);
+    /// The text of the package's template with its macros filled in from the settings. A value never brings
+    /// lines of its own, so each entry keeps the number of its line.
+    ClientConfDraft(const corekit::String& path, const corekit::String& text, const Settings& settings);
 
     /// Gives a key its value, and says where that is from.
     void Set(const corekit::String& section, const corekit::String& key, const corekit::String& value,
@@ -27,13 +26,16 @@ class ClientConfDraft {
 
     const corekit::IniFile& File() const { return m_ini; }
 
-    /// Where each value is from. The draft no longer has it then.
+    /// Where each value is from that has been set. The draft no longer has it then.
     KeySources TakeSources() { return std::move(m_sources); }
 
   private:
     corekit::IniFile m_ini;
     KeySources m_sources;
 };
+
+/// Where each value of the package's template is from: the setting that its macro stands for, or its line.
+KeySources SourcesOfTemplate(const corekit::IniFile& packageTemplate);
 
 /// A setting as the source of a key.
 inline Source SourceOf(SettingName setting) {

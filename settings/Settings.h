@@ -108,7 +108,8 @@ class Settings {
     /// The extra settings of what was merged.
     const std::vector<ExtraSetting>& UnusedExtra() const { return m_unusedExtra; }
 
-    /// Where each key of the client.conf that was made of these settings is from; empty before that.
+    /// Where the keys are from that were set in the client.conf made of these settings; all others are as the
+    /// package's template has them. Empty before that file was made.
     const KeySources& Keys() const { return m_keys; }
     void SetKeys(KeySources keys) { m_keys = std::move(keys); }
 

@@ -26,8 +26,9 @@ class PlatformSupport : public testing::Test {
     testsupport::StandIns m_standIns;
 };
 
-TEST_F(PlatformSupport, AHostWithoutAReleaseFileIsNotSupportedAndItsProcessorNotAsked) {
+TEST_F(PlatformSupport, AHostWithoutAReleaseFileOrAHypervisorIsNotSupported_AndNothingIsRun) {
     Processor("i686");
+    m_standIns.Add("sed", "cat");
     EXPECT_FALSE(IsPlatformSupported());
     EXPECT_EQ(m_standIns.Calls(), "");
 }
