@@ -110,7 +110,7 @@ bool IsLinux() {
     return uname(&kernel) == 0 && String::FromUtf8(kernel.sysname).Lower().Contains(L"linux");
 }
 
-/// Runs nothing on a host without the program, which most are: two processes are a tenth of a whole run.
+/// Most hosts lack the program, and are spared the two processes that ask it.
 bool IsSupportedEsx(Host& host) {
     if (!corekit::File::Exists(kEsxProgram)) return false;
     if (!corekit::Regex::IsMatch(kEsxProduct, RunShellCommand(kEsxProductProbe).Trim())) return false;

@@ -8,7 +8,6 @@
 #include "app/ChangingCommand.h"
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
-#include "config/ClientConfDraft.h"
 #include "corekit/ini/IniFile.h"
 #include "corekit/json/Json.h"
 #include "corekit/os/Sys.h"
@@ -114,10 +113,8 @@ void AddConfiguration(const Settings& settings, Json& record) {
     for (const corekit::Result& read : {conf.ReadResult(), packageTemplate.ReadResult()})
         if (!read && !IsNotFound(read)) record["failure"] = Preview::FailToPreview(read).text.Utf8();
     if (!conf.ReadResult()) return;
-    KeySources sources = settings.Keys();
-    if (!sources.empty()) sources.merge(SourcesOfTemplate(packageTemplate));
     record["client_conf"] = {{"path", path.Utf8()},
-                             {"keys", Preview::KeysOf(conf, packageTemplate, sources)}};
+                             {"keys", Preview::KeysOf(conf, packageTemplate, settings.Keys())}};
 }
 
 void AddPlaces(const Settings& settings, Json& places) {

@@ -3,9 +3,9 @@
 //
 //   bare-configure LIST
 //
-// A line of the list has two or three fields with tabs between: "run" and a command; "directory", mode and
+// A line of the list has two to four fields with tabs between: "run" and a command; "directory", mode and
 // path; "file", mode, path and the file that has its content; "mode", mode and path; "link", path and target;
-// "remove" and path. Fields that are not needed are left out.
+// "remove" and path.
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>

@@ -72,6 +72,12 @@ void IniLoadAndGet(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
+void IniLoadAndLineOf(benchmark::State& state) {
+    const Ini ini(state.range(0));
+    for (auto _ : state) benchmark::DoNotOptimize(IniFile(ini.path).LineOf(ini.section, ini.key));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
 void IniSet(benchmark::State& state) {
     const Ini ini(state.range(0));
     IniFile file(ini.path);
@@ -100,6 +106,17 @@ void XmlReadAndGet(benchmark::State& state) {
     const std::string text = XmlText(state.range(0));
     const auto last = static_cast<std::size_t>(state.range(0) - 1);
     for (auto _ : state) benchmark::DoNotOptimize(BasicXml(text).GetNode(L"Setting", last).Exists());
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+
+void XmlWalk(benchmark::State& state) {
+    const BasicXml document(XmlText(state.range(0)));
+    std::size_t attributes = 0;
+    for (auto _ : state) {
+        document.ForEachElement(
+            [&](const BasicXml::Element& element) { attributes += element.attributes.size(); });
+    }
+    benchmark::DoNotOptimize(attributes);
     state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
@@ -168,9 +185,11 @@ void TreeRemoval(benchmark::State& state) {
 }  // namespace
 
 BENCHMARK(IniLoadAndGet)->RangeMultiplier(10)->Range(1000, 100000);
+BENCHMARK(IniLoadAndLineOf)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK(IniSet)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK(IniWrite)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK(XmlReadAndGet)->RangeMultiplier(10)->Range(1000, 100000);
+BENCHMARK(XmlWalk)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK(UrlRead);
 BENCHMARK(TextFromBytes)->RangeMultiplier(10)->Range(1000, 100000);
 BENCHMARK(TextToBytes)->RangeMultiplier(10)->Range(1000, 100000);

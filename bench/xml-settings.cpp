@@ -1,8 +1,9 @@
-// Reads an XML configuration document as the program does, and tells how many extra settings it has and how
-// many bytes their sections, names and values are.
+// Reads the settings of an XML configuration document, and tells how many extra settings it has and how many
+// characters their sections, names and values are. The program checks a document first, as --check does.
 //
-//   xml-settings FILE
+//   xml-settings [--check] FILE
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "corekit/fs/File.h"
@@ -14,12 +15,16 @@ using corekit::String;
 using namespace Zorvane::AgentInstaller;
 
 int main(int argc, char** argv) {
-    auto bytes = corekit::File::ReadBytes(argc == 2 ? String::FromUtf8(argv[1]) : String());
+    const bool check = argc == 3 && std::string_view(argv[1]) == "--check";
+    const String path = argc == 2 || check ? String::FromUtf8(argv[argc - 1]) : String();
+    auto bytes = corekit::File::ReadBytes(path);
     if (!bytes) {
-        std::fputs("Usage: xml-settings FILE\n", stderr);
+        std::fputs("Usage: xml-settings [--check] FILE\n", stderr);
         return 2;
     }
-    const std::unique_ptr<Settings> settings = ReadXmlConfig(BasicXml(std::move(*bytes)));
+    const BasicXml document(std::move(*bytes));
+    if (check) WarnOfXmlMistakes(document, path);
+    const std::unique_ptr<Settings> settings = ReadXmlConfig(document);
     std::size_t characters = 0;
     for (const ExtraSetting& extra : settings->Extra())
         characters += extra.Section.Length() + extra.Name.Length() + extra.Value.Length();

@@ -21,8 +21,8 @@ enum class ClientConfSource { Template, InstalledAgent, Nothing };
 
 /// Writes a new client.conf to `outputPath`. If there is an installed agent with a client.conf, and Upgrade
 /// is empty or "yes", that file's values are carried over and also become the settings they belong to.
-/// Records in the settings where each key is from. Changes nothing else on the host, and writes nothing to
-/// the operator. On failure `outputPath` may be incomplete.
+/// Records in the settings where the keys are from that it sets. Changes nothing else on the host, and writes
+/// nothing to the operator. On failure `outputPath` may be incomplete.
 Outcome<ClientConfSource> WriteClientConf(const corekit::String& outputPath, Settings& settings,
                                           const InstalledConfiguration* installed);
 

@@ -1,4 +1,4 @@
-// A client.conf in the making: its text, where each of its values is from, and the three sources of values.
+// A client.conf in the making: its text, where what is set in it is from, and the three sources of values.
 #pragma once
 
 #include "corekit/ini/IniFile.h"
@@ -13,8 +13,8 @@ class ClientConfDraft {
     /// A file as it is on the disk, empty where there is none.
     explicit ClientConfDraft(const corekit::String& path) : m_ini(path) {}
 
-    /// The text of the package's template with its macros filled in from the settings. A value never brings
-    /// lines of its own, so each entry keeps the number of its line.
+    /// The text of the package's template with its macros filled in from the settings, whose values never
+    /// bring lines of their own.
     ClientConfDraft(const corekit::String& path, const corekit::String& text, const Settings& settings);
 
     /// Gives a key its value, and says where that is from.
@@ -26,7 +26,7 @@ class ClientConfDraft {
 
     const corekit::IniFile& File() const { return m_ini; }
 
-    /// Where each value is from that has been set. The draft no longer has it then.
+    /// Where each value that has been set is from. The draft no longer has it then.
     KeySources TakeSources() { return std::move(m_sources); }
 
   private:

@@ -80,6 +80,8 @@ class String {
         return String(left.m_text + right.m_text);
     }
     friend bool operator==(const String& left, const String& right) { return left.m_text == right.m_text; }
+    friend bool operator==(const String& left, const wchar_t* right) { return left.m_text == right; }
+    friend bool operator==(const String& left, std::wstring_view right) { return left.m_text == right; }
     friend std::strong_ordering operator<=>(const String& left, const String& right) {
         return left.m_text <=> right.m_text;
     }

@@ -62,8 +62,8 @@ class PositionCounter {
         auto [line, column] = m_position;
         const char* const text = m_document.data();
         for (std::size_t at = m_offset; at < offset; ++at) {
-            const auto byte = static_cast<signed char>(text[at]);
-            if (byte > '\r') {  // as most are
+            const auto byte = static_cast<signed char>(text[at]);  // negative beyond ASCII
+            if (byte > '\r') {                                     // as most are
                 ++column;
             } else if (byte == '\n' || (byte == '\r' && m_document.substr(at + 1, 1) != "\n")) {
                 ++line;

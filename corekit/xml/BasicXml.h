@@ -40,7 +40,7 @@ class BasicXml {
         String name;
         String value;
         /// Where its name begins; its element's position if the tag does not have it (a default value of the
-        /// document type, or a tag that comes from an entity).
+        /// document type, or a tag that comes from an entity), or if it is not wanted.
         Position position;
     };
 
@@ -81,7 +81,8 @@ class BasicXml {
 
     /// Calls `visit` for this element and for each one below it, in document order, or only for those that no
     /// other element of their name comes before in the document. Where the positions of attributes are not
-    /// wanted, they have their element's: finding them takes as long as finding all others.
+    /// wanted, they have their element's: finding them takes as long as finding all others. `visit` may not
+    /// keep the element, which the next one overwrites.
     void ForEachElement(const std::function<void(const Element&)>& visit, Which which = Which::All,
                         Positions positions = Positions::OfAttributesToo) const;
 

@@ -33,7 +33,7 @@ expect_row() {
     script/prove check
     expect_row script/check held 'All checks \| passed.'
     expect_row script/test "not run" ""
-    grep -q ": of 24 parts, 1 held and 0 failed, as counts for commit $(git rev-parse --short=10 HEAD)" docs/proof.md
+    grep -q ": of 24 parts, 1 held and 0 failed. This is what counts for commit $(git rev-parse --short=10 HEAD):" docs/proof.md
 }
 
 @test "what another go finds on the same commit joins the table, though the table has been committed meanwhile" {

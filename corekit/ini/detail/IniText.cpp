@@ -53,9 +53,10 @@ bool IsSameInAnyCase(std::string_view left, std::string_view right) {
     return std::ranges::equal(left, right, {}, Lower, Lower);
 }
 
-/// Counts in bytes, of which the processor adds sixteen at once.
+/// Counts in a byte at a time, since the processor adds sixteen of them at once.
 std::size_t LineEndsIn(std::string_view text) {
     constexpr std::size_t kAtOnce = 128;
+    static_assert(kAtOnce <= UINT8_MAX);
     std::size_t count = 0;
     for (; text.size() >= kAtOnce; text.remove_prefix(kAtOnce)) {
         const char* const bytes = text.data();
@@ -197,12 +198,12 @@ std::size_t IniText::LineOf(std::string_view section, std::string_view key) {
     const EditedText::Place place = Find(section, key);
     const std::string_view text = m_text.Original();
     if (place == IniSection::kNone || place >= text.size()) return 0;
-    while (m_lineEnds.size() <= place / kTextPerCount) {
-        const std::size_t counted = (m_lineEnds.size() - 1) * kTextPerCount;
-        m_lineEnds.push_back(m_lineEnds.back() + LineEndsIn(text.substr(counted, kTextPerCount)));
+    while (m_lineEndsBefore.size() <= place / kTextPerCount) {
+        const std::size_t counted = (m_lineEndsBefore.size() - 1) * kTextPerCount;
+        m_lineEndsBefore.push_back(m_lineEndsBefore.back() + LineEndsIn(text.substr(counted, kTextPerCount)));
     }
     const std::size_t counted = place - place % kTextPerCount;
-    return m_lineEnds[place / kTextPerCount] + LineEndsIn(text.substr(counted, place - counted)) + 1;
+    return m_lineEndsBefore[place / kTextPerCount] + LineEndsIn(text.substr(counted, place - counted)) + 1;
 }
 
 IniSection* IniText::Find(std::string_view name) {

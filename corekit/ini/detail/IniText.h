@@ -101,7 +101,7 @@ class IniText {
     EditedText m_text;
     IniFile::KeyCase m_keyCase;
     std::map<std::string, IniSection, std::less<>> m_sections;
-    std::vector<std::size_t> m_lineEnds{0};  // before each 4 KiB of the text, as far as they were asked for
+    std::vector<std::size_t> m_lineEndsBefore{0};  // each kTextPerCount bytes, as far as was asked for
 };
 
 }  // namespace corekit

@@ -22,8 +22,8 @@ namespace Interruption = corekit::Interruption;
 
 namespace {
 
-/// Starts the command line in a process that is ended by SIGTERM as soon as the command has said "x". Returns how
-/// that ended, and only when nothing of the command runs any more. That process calls `begin` first.
+/// Starts the command line in a process that is ended by SIGTERM as soon as the command has said "x". Returns
+/// how that ended, and only when nothing of the command runs any more. That process calls `begin` first.
 int StatusOfRunEndedDuring(
     const std::string& commandLine, const std::function<void()>& begin = [] {}) {
     int ends[2];
