@@ -35,6 +35,8 @@ STORIES_OF = [
     ("package", ["package/", "service"]),
     ("integration", ["fresh-install", "service", "mended"]), ("corekit/process", ["service", "surroundings", "signals"]),
     ("corekit/json", ["preview", "status"]), ("corekit/fs", ["clean", "exchange", "planted", "faults/"]),
+    ("app/Preview", ["preview"]), ("app/Apply", ["scenarios/apply", "record"]), ("app/Status", ["status"]),
+    ("app/Clean", ["clean"]), ("app/Xml", ["xml", "values", "bad-input"]),
     ("app", ["command-line", "refusals", "failing-runs", "fresh-install"]), ("", ["fresh-install", "bad-input"]),
 ]
 

@@ -65,6 +65,14 @@ END
     done
 }
 
+@test "scripts are not tried where only the unit tests are" {
+    list 300 --scripts --units-only
+    [ "$(grep -cE '^[a-z/A-Z0-9_]+\.(cpp|h):[0-9]+: ' "$BATS_TEST_TMPDIR/list")" -eq "$(grep -c '^    - ' "$BATS_TEST_TMPDIR/list")" ]
+    list 300
+    [ "$(grep -c '^    - ' "$BATS_TEST_TMPDIR/list")" -eq 300 ]
+    grep -qE '^(package|packaging|integration)/[^.]*:[0-9]+: ' "$BATS_TEST_TMPDIR/list"
+}
+
 @test "the scripts that ship are tried beside the sample" {
     list 20 --scripts
     cp "$BATS_TEST_TMPDIR/list" "$BATS_TEST_TMPDIR/beside"

@@ -98,6 +98,14 @@ TEST(HostCopy, TheDevicesThatEveryProgramNeedsAreThereAndWork) {
     EXPECT_EQ(InCopy(code), " yes yes");
 }
 
+TEST(HostCopy, ItsDirectoryOfDevicesTakesSixteenMebibytes) {
+    const auto code = [] {
+        struct statvfs room {};
+        return statvfs("/dev", &room) == 0 ? std::to_string(room.f_blocks * room.f_frsize >> 20) : "none";
+    };
+    EXPECT_EQ(InCopy(code), "16");
+}
+
 TEST(HostCopy, FileSystemsThatCannotBeCopiedAreReadOnlyAndKnown) {
     const testfiles::TempDir dir;
     testfiles::Write(dir / "what", "old");

@@ -2,10 +2,12 @@
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <linux/magic.h>
 #include <linux/stat.h>
 #include <string_view>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/vfs.h>
 #include <unistd.h>
 
 #include "corekit/fs/Access.h"
@@ -139,6 +141,27 @@ TEST_F(AccessChecks, FailInProc_WhereOnlyTheKernelMakesEntries) {
         const Result made = Dir::CreateR(path);
         EXPECT_FALSE(made);
         EXPECT_EQ(Access::CheckCreatableDirectory(path).Code(), made.Code()) << path;
+    }
+}
+
+TEST_F(AccessChecks, FailInEveryFileSystemOfTheKernels) {
+    struct Row {
+        long type;
+        int error;
+    };
+    constexpr Row rows[] = {{PROC_SUPER_MAGIC, ENOENT}, {SYSFS_MAGIC, EPERM},   {DEVPTS_SUPER_MAGIC, EPERM},
+                            {SECURITYFS_MAGIC, EPERM},  {DEBUGFS_MAGIC, EPERM}, {TMPFS_MAGIC, 0}};
+    for (const Row& row : rows) {
+        testsupport::InChild([&] {
+            testsupport::JudgeCalls({SYS_fstatfs}, [&](const seccomp_notif& call) -> testsupport::Verdict {
+                struct statfs system {};
+                system.f_type = row.type;
+                *reinterpret_cast<struct statfs*>(call.data.args[1]) = system;
+                return 0;
+            });
+            EXPECT_EQ(Access::CheckCreatableDirectory(At("new")).Code(), row.error) << row.type;
+            return 0;
+        });
     }
 }
 
