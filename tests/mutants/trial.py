@@ -24,15 +24,17 @@ WRONG_CODE = re.compile(rb"^\S+:\d+:\d+: error: |: error: (undefined|duplicate) 
 # The scripts that ship in packages are tried on the hosts that CI tests, too.
 HOSTS = ["script/test-hosts rpm dpkg", "script/test-hosts sysvinit systemd"]
 
-# Which stories are about a folder: words in their names, the first folder that fits. All others come after them.
+# Which stories are about a folder: words in their names, the first folder that fits; stories with the first word come
+# first. All others come after them.
 STORIES_OF = [
     ("preview", ["preview"]), ("apply", ["scenarios/apply", "record"]), ("status", ["status"]),
     ("agents/carry", ["upgrade", "reconfigure"]), ("agents", ["clean", "upgrade"]),
     ("settings", ["values", "questionnaire", "bad-input", "questions", "xml"]),
     ("config", ["fresh-install", "values", "reconfigure", "client-conf"]),
     ("deploykit", ["service", "fresh-install", "clean"]),
-    ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]), ("packaging", ["packaging/", "test-hosts"]),
-    ("package", ["package/", "service"]),
+    ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]),
+    ("packaging", ["scriptlet-functions", "packaging/", "test-hosts"]),
+    ("package", ["service-script", "package/", "service"]),
     ("integration", ["fresh-install", "service", "mended"]), ("corekit/process", ["service", "surroundings", "signals"]),
     ("corekit/json", ["preview", "status"]), ("corekit/fs", ["clean", "exchange", "planted", "faults/"]),
     ("app/Preview", ["preview"]), ("app/Apply", ["scenarios/apply", "record"]), ("app/Status", ["status"]),
@@ -146,7 +148,7 @@ class Tree:
                  for name in os.listdir(os.path.join(self.path, "tests", suite)) if name.endswith(".bats")]
         late = ["docs", "attacks", "faults", "ansible", "rounds", "packaging"]
         return sorted(every + (HOSTS if path.startswith(("package/", "packaging/")) else []),
-                      key=lambda story: (not any(word in story for word in words), story in HOSTS,
+                      key=lambda story: (([word in story for word in words] + [True]).index(True), story in HOSTS,
                                          (late.index(story.split("/")[1]) + 1 if story.split("/")[1] in late else 0), story))
 
     def show_to(self, test, seconds):
