@@ -154,9 +154,9 @@ class Tree:
     def show_to(self, test, seconds):
         """The status of a test, a story, a script or "PROGRAM FILTER"; None when it did not end in time."""
         if test.endswith(".bats"):
-            limit = str(int(seconds))
-            return run(["bats", test], seconds, cwd=self.path, env=dict(
-                os.environ, QDN_BUILD="dev", BATS_TEST_TIMEOUT=limit, PRIVATE_MACHINE_SECONDS=limit))
+            # The limit of bats itself may outlive a test that is over at once, and what waits for its output with it.
+            return run(["bats", test], seconds, cwd=self.path,
+                       env=dict(os.environ, QDN_BUILD="dev", PRIVATE_MACHINE_SECONDS=str(int(seconds))))
         if test in HOSTS:
             return run(test.split(), seconds, cwd=self.path)
         program, chosen = test.split()
