@@ -1,5 +1,6 @@
 """Trees in which a mutant is built and shown to the tests, those first that most probably notice it."""
 import concurrent.futures
+import contextlib
 import io
 import os
 import re
@@ -33,7 +34,7 @@ STORIES_OF = [
     ("config", ["fresh-install", "values", "reconfigure", "client-conf"]),
     ("deploykit", ["service", "fresh-install", "clean"]),
     ("integration/qdn-env", ["qdn-env", "package/", "packaging/"]),
-    ("packaging", ["scriptlet-functions", "packaging/", "test-hosts"]),
+    ("packaging", ["scriptlets", "test-hosts", "packaging/"]),
     ("package", ["service-script", "package/", "service"]),
     ("integration", ["fresh-install", "service", "mended"]), ("corekit/process", ["service", "surroundings", "signals"]),
     ("corekit/json", ["preview", "status"]), ("corekit/fs", ["clean", "exchange", "planted", "faults/"]),
@@ -49,16 +50,39 @@ is_ended = threading.Event()  # by a signal: what fails from now on was killed, 
 
 def run(command, seconds, output=subprocess.DEVNULL, **others):
     """The status of a command; None when it did not end in time. What it has started ends with it."""
+    with started(command, output, output, **others) as process:
+        try:
+            return process.wait(seconds)
+        except subprocess.TimeoutExpired:
+            return None
+
+
+def run_story(path, seconds, **others):
+    """The status of a story, 1 as soon as one of its tests has failed; None when it did not end in time."""
+    with started(["bats", path], subprocess.PIPE, subprocess.DEVNULL, **others) as process:
+        is_late = threading.Event()
+        limit = threading.Timer(seconds, lambda: (is_late.set(), end(process)))
+        limit.start()
+        try:
+            has_failed = any(line.startswith(b"not ok") for line in process.stdout)
+            return 1 if has_failed else None if is_late.is_set() else process.wait()
+        finally:
+            limit.cancel()
+
+
+@contextlib.contextmanager
+def started(command, output, errors, **others):
+    """A command that runs; when the scope is left it ends, and what it has started with it."""
     process = subprocess.Popen(["prlimit", f"--data={MEMORY}", *command], stdin=subprocess.DEVNULL,
-                               stdout=output, stderr=output, start_new_session=True, **others)
+                               stdout=output, stderr=errors, start_new_session=True, **others)
     running.add(process)
     try:
-        return process.wait(seconds)
-    except subprocess.TimeoutExpired:
-        return None
+        yield process
     finally:
         end(process)
         process.wait()
+        if process.stdout:
+            process.stdout.close()
         running.discard(process)
 
 
@@ -155,8 +179,8 @@ class Tree:
         """The status of a test, a story, a script or "PROGRAM FILTER"; None when it did not end in time."""
         if test.endswith(".bats"):
             # The limit of bats itself may outlive a test that is over at once, and what waits for its output with it.
-            return run(["bats", test], seconds, cwd=self.path,
-                       env=dict(os.environ, QDN_BUILD="dev", PRIVATE_MACHINE_SECONDS=str(int(seconds))))
+            return run_story(test, seconds, cwd=self.path,
+                             env=dict(os.environ, QDN_BUILD="dev", PRIVATE_MACHINE_SECONDS=str(int(seconds))))
         if test in HOSTS:
             return run(test.split(), seconds, cwd=self.path)
         program, chosen = test.split()

@@ -216,3 +216,19 @@ with open(here + "/script", "w") as script:
 assert outcome_of("script", "-", {}) == ("uncompiled", "-") and asked == []
 END
 }
+
+@test "a story is over when its first test has failed, or its time is up" {
+    with_parts <<'END'
+def status_of(lines, seconds):
+    with open(here + "/story.bats", "w") as story:
+        print(lines, file=story)
+    began = trial.time.time()
+    status = trial.run_story(here + "/story.bats", seconds)
+    assert trial.time.time() - began < 60
+    return status
+assert status_of('@test "a" { true; }\n@test "b" { true; }', 60) == 0
+assert status_of('@test "a" { true; }\n@test "b" { false; }\n@test "c" { sleep 100; }', 60) == 1
+assert status_of('setup_file() { false; }\n@test "a" { true; }', 60) == 1
+assert status_of('@test "a" { sleep 100; }', 1) is None
+END
+}
