@@ -84,6 +84,7 @@ script/test scenarios|here
 script/test unit|here
 script/test-arm64|script/prove
 script/test-arm64 --unit s390x|script/prove
+script/test-rounds|person
 script/test-selinux|script/prove
 script/test-faults|person
 script/test-faults --all|person

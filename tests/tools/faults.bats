@@ -4,7 +4,7 @@ setup() {
     root=$(cd "$BATS_TEST_DIRNAME/../.." && pwd)
     cd "$BATS_TEST_TMPDIR" || exit
     mkdir -p script tests/faults tests/scenarios tests/support package build/release
-    cp "$root/script/test-faults" "$root/script/common.bash" script
+    cp "$root/script/test-faults" "$root/script/common.bash" "$root/script/resumed.bash" script
     printf '#!/bin/sh\n' | tee script/setup >script/build
     printf 'given_one() {\n}\ngiven_two() {\n}\n' >tests/faults/stories.bash
     : >build/release/qdn-configure.bin

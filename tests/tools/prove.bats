@@ -3,7 +3,7 @@
 
 setup() {
     tree=$BATS_TEST_TMPDIR/tree
-    mkdir -p "$tree"/{script,docs,build,tests/{builds,rounds}}
+    mkdir -p "$tree"/{script,docs,build,tests/{builds,attacks}}
     cp "$BATS_TEST_DIRNAME/../../script/prove" "$tree/script/"
     cd "$tree" || return
     stand_in build 'echo "Built"'
@@ -11,7 +11,7 @@ setup() {
     stand_in sanitize 'echo "Sanitizer reports: 2"; exit 1'
     stand_in check 'echo "All checks | passed."; echo'
     printf '@test "one" { echo "# 40 rounds" >&3; }\n@test "two" { echo "# 2 rounds" >&3; }\n' >tests/builds/counts.bats
-    printf '@test "one" { true; }\n@test "two" { skip; }\n' >tests/rounds/skips.bats
+    printf '@test "one" { true; }\n@test "two" { skip; }\n' >tests/attacks/skips.bats
     echo /build/ >.gitignore
     git init -q
     save
@@ -124,21 +124,21 @@ expect_row() {
 }
 
 @test "a test that was skipped has not held" {
-    run script/prove rounds
+    run script/prove attacks
     [ "$status" -eq 1 ]
-    grep -qF '| `env LIVES=500 bats tests/rounds` | **failed** | 1 passed, 0 failed, 1 skipped' docs/proof.md
+    grep -qF '| `env QDN_ROUNDS=200 bats tests/attacks` | **failed** | 1 passed, 0 failed, 1 skipped' docs/proof.md
 }
 
-@test "lives of which too few were lived have not held" {
-    printf '@test "one" { echo "# 1000 killed" >&3; echo "# 99 cuts" >&3; echo "# ${LIVES} lives" >&3; }\n' >tests/rounds/skips.bats
+@test "attacks of which too few were made have not held" {
+    printf '@test "one" { echo "# ${QDN_ROUNDS}00 rounds" >&3; echo "# 119 surroundings" >&3; echo "# 1 astray" >&3; }\n' >tests/attacks/skips.bats
     save
-    run script/prove rounds
+    run script/prove attacks
     [ "$status" -eq 1 ]
-    expect_row "env LIVES=500 bats tests/rounds" '**failed**' "1 passed, 0 failed, 1000 killed, 99 cuts, 500 lives, fewer than 100 cuts"
-    sed -i 's/99/100/' tests/rounds/skips.bats
+    expect_row "env QDN_ROUNDS=200 bats tests/attacks" '**failed**' "1 passed, 0 failed, 20000 rounds, 119 surroundings, 1 astray, fewer than 120 surroundings"
+    sed -i 's/119/120/' tests/attacks/skips.bats
     save
-    script/prove rounds
-    expect_row "env LIVES=500 bats tests/rounds" held "1 passed, 0 failed, 1000 killed, 100 cuts, 500 lives"
+    script/prove attacks
+    expect_row "env QDN_ROUNDS=200 bats tests/attacks" held "1 passed, 0 failed, 20000 rounds, 120 surroundings, 1 astray"
 }
 
 @test "tests of which some did not run have not held" {
