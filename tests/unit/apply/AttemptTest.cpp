@@ -57,6 +57,15 @@ TEST(Attempt, HandsASignalOn_AndReportsIt) {
     EXPECT_TRUE(ending.wasInterrupted);
 }
 
+TEST(Attempt, BlocksNoSignalForTheCommand) {
+    const Ending ending = Attempted([] {
+        sigset_t mask;
+        sigprocmask(SIG_SETMASK, nullptr, &mask);
+        return sigisemptyset(&mask) ? 0U : 1U;
+    });
+    EXPECT_TRUE(ending.hasSucceeded);
+}
+
 TEST(Attempt, DoesNotSucceed_WhenASignalComes_ThoughTheCommandEndsWell) {
     const Ending ending = Attempted([] {
         std::signal(SIGTERM, SIG_IGN);

@@ -1,7 +1,9 @@
 // One run at a time: who gets the lock, and what is no lock file.
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
+#include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -9,6 +11,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "corekit/os/Descriptor.h"
 #include "run/RunLock.h"
 #include "tests/support/FailingCall.h"
 #include "tests/support/FailingInTurn.h"
@@ -122,6 +125,30 @@ TEST(RunLock, IsHeld_OnlyWhileARunHoldsIt) {
                   0);
     }
     EXPECT_FALSE(RunLock::IsHeld());
+}
+
+// The table of locks tells files by their numbers.
+TEST(RunLock, IsNotHeld_WhereTheNumberOfALockedFileBeginsWithItsOwn) {
+    testfiles::Write(kLock, "", 0600);
+    const auto numberOf = [](const std::string& path) {
+        struct stat info {};
+        EXPECT_EQ(stat(path.c_str(), &info), 0) << path;
+        return std::to_string(info.st_ino);
+    };
+    const std::string own = numberOf(kLock);
+    std::string other;
+    for (int i = 0; i < 200000 && other.empty(); ++i) {
+        const std::string path = "/run/many/" + std::to_string(i);
+        testfiles::Write(path, "");
+        if (numberOf(path).starts_with(own)) other = path;
+    }
+    {
+        const corekit::Descriptor file(open(other.c_str(), O_RDONLY | O_CLOEXEC));
+        ASSERT_EQ(flock(file.Get(), LOCK_EX), 0) << "no number began with " << own;
+        EXPECT_FALSE(RunLock::IsHeld());
+    }
+    std::filesystem::remove_all("/run/many");
+    ASSERT_EQ(unlink(kLock), 0);
 }
 
 TEST(RunLock, LiesInNoPlaceOfAnotherUser) {
