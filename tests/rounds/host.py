@@ -10,7 +10,7 @@ AGENTS = re.compile(r"/etc/init\.d/zorvane|/etc/rc[0-6]\.d/[SK]\d\dzorvane|/usr/
                     r"/tmp/\.qdn-agent-install-config\.xml")
 # What a killed run may leave behind, and the next one removes.
 LEFT_BEHIND = re.compile(r".*/\.(zorvane|qdn-[a-z]+|[SK]\d\dzorvane|client\.conf(\.old)?|host\.GUID|rcscript)\.unfinished|"
-                         r"/tmp/\.zorvane-agent-installer\.\w{6}(/.*)?")
+                         r"/tmp/\.zorvane-agent-installer\.\w{6}(/.*)?|/tmp/\.\.zorvane-agent-installer\.\w{6}\.unfinished")
 # What a run makes before its first change, and while it makes a file, has changed nothing yet.
 NOTHING_YET = re.compile(r"/run/qdn-configure\.lock|.*/\.[^/]+\.unfinished|/tmp/\.zorvane-agent-installer\.\w{6}(/.*)?")
 COPIED = ("/etc", "/usr", "/var")  # of these, what this machine has written lies in a place of its own
