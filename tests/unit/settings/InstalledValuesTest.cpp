@@ -1,6 +1,7 @@
 // An installed agent's settings: which count, which are marked, and what is told of those that lose.
 #include <gtest/gtest.h>
 #include <string>
+#include <vector>
 
 #include "settings/EnvironmentOverrides.h"
 #include "settings/InstalledValues.h"
@@ -214,6 +215,40 @@ TEST_F(InstalledValues, AValueThatMeansTheSameOrIsUsedIsNotWarnedOf) {
         Installed(row.setting, row.installed);
         Merge(row.xml);
         EXPECT_EQ(Told(), "");
+    }
+}
+
+TEST_F(InstalledValues, EachSettingIsComparedByWhatItsValueMeans) {
+    const struct {
+        const wchar_t* given;
+        const wchar_t* installed;
+        std::vector<SettingName> settings;
+    } table[] = {
+        {L"5 3", L"rc3;rc5;", {L"RunLevel"}},
+        {L"0256", L"256", {L"LogSize"}},
+        {L"INFO", L"info", {L"LogLevel", L"SysLogLevel"}},
+        {L"yes", L"1", {L"UseDomain", L"SSLVerifyPeer", L"SSLVerifyHost", L"EnableNICError"}},
+        {L"/opt/old/", L"/opt/old", {L"InstallDir"}},
+        {L"%INSTDIR%/x/",
+         L"/opt/old/x",
+         {L"CAInfo", L"CAPath", L"LogDir", L"BinDir", L"TempDir", L"GuidDir", L"EventQueueDir", L"TasksDir",
+          L"PackagesDir", L"SWDDir"}},
+        {L"null",
+         L"none",
+         {L"SerialNumber", L"AssetTag", L"EmployeeID", L"ContactName", L"ContactPhone", L"ContactEmail",
+          L"Location", L"Department", L"Description"}},
+    };
+    for (const auto& row : table) {
+        for (const SettingName name : row.settings) {
+            SCOPED_TRACE(String(name).Utf8());
+            m_settings = DefaultSettings();
+            m_settings->Set(L"InstallDir", L"/opt/old", {Source::Kind::Installed});
+            m_settings->Set(name, row.given, {Source::Kind::Xml, L"/tmp/x.xml", 1, 1});
+            m_settings->Set(name, row.installed, {Source::Kind::Installed});
+            EXPECT_EQ(Told(), "");
+            m_settings->Set(name, L"9", {Source::Kind::Installed});
+            EXPECT_NE(Told(), "");
+        }
     }
 }
 

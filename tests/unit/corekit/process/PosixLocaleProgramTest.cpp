@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -209,6 +210,13 @@ TEST(PosixLocaleProgram, ShowsWhatWasSaidBefore) {
     const String shown = FirstLineOf("cat /proc/" + std::to_string(getpid()) + "/fd/1");
     testing::internal::GetCapturedStdout();
     EXPECT_EQ(shown, L"said before ");
+}
+
+// As long as its watch is readable we would ask without a pause whether the command has ended.
+TEST(PosixLocaleProgram, WaitsQuietly_AfterASignalThatTellsOfNoEnd) {
+    const std::clock_t before = std::clock();
+    EXPECT_EQ(FirstLineOf("kill -CHLD $PPID; sleep 1; echo end"), L"end");
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 5);
 }
 
 TEST(PosixLocaleProgram, RefusesACommandLineWithANul) {
