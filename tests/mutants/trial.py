@@ -57,15 +57,19 @@ def run(command, seconds, output=subprocess.DEVNULL, **others):
             return None
 
 
-def run_story(path, seconds, **others):
-    """The status of a story, 1 as soon as one of its tests has failed; None when it did not end in time."""
-    with started(["bats", path], subprocess.PIPE, subprocess.DEVNULL, **others) as process:
+def run_story(path, seconds, chosen="", **others):
+    """The status of a story, or of its chosen test alone, or the name of the first test that fails, which ends it; None
+    when it did not end in time."""
+    only = ["-f", "^" + re.sub(r"[^\w ]", ".", chosen) + "$"] if chosen else []
+    with started(["bats", *only, path], subprocess.PIPE, subprocess.DEVNULL, **others) as process:
         is_late = threading.Event()
         limit = threading.Timer(seconds, lambda: (is_late.set(), end(process)))
         limit.start()
         try:
-            has_failed = any(line.startswith(b"not ok") for line in process.stdout)
-            return 1 if has_failed else None if is_late.is_set() else process.wait()
+            failed = next((line for line in process.stdout if line.startswith(b"not ok ")), None)
+            if failed:
+                return failed.decode().rstrip("\n").split(" ", 3)[3]
+            return None if is_late.is_set() else process.wait()
         finally:
             limit.cancel()
 
@@ -176,10 +180,12 @@ class Tree:
                                          (late.index(story.split("/")[1]) + 1 if story.split("/")[1] in late else 0), story))
 
     def show_to(self, test, seconds):
-        """The status of a test, a story, a script or "PROGRAM FILTER"; None when it did not end in time."""
-        if test.endswith(".bats"):
+        """The status of a test: a story, "STORY TEST" for one of its tests, a script or "PROGRAM FILTER"; the name of the
+        test where one of a story fails; None when it did not end in time."""
+        story, _, chosen = test.partition(" ")
+        if story.endswith(".bats"):
             # The limit of bats itself may outlive a test that is over at once, and what waits for its output with it.
-            return run_story(test, seconds, cwd=self.path,
+            return run_story(story, seconds, chosen, cwd=self.path,
                              env=dict(os.environ, QDN_BUILD="dev", PRIVATE_MACHINE_SECONDS=str(int(seconds))))
         if test in HOSTS:
             return run(test.split(), seconds, cwd=self.path)
@@ -266,19 +272,29 @@ class Trial:
             yield [], stories
 
     def first_that_notices(self, tests):
-        """A test that fails twice in a row, so that a busy machine is no reason; None when all pass."""
+        """A test that notices the mutant; None when all pass."""
         found = []
 
         def show(test):
-            if not found and self.fails(test) and self.fails(test):
+            if not found and self.notices(test):
                 found.append(test)
         with concurrent.futures.ThreadPoolExecutor(self.stories_at_once) as pool:
             list(pool.map(show, tests))
         return found[0] if found else None
 
-    def fails(self, test):
+    def notices(self, test):
+        """True if a test fails twice in a row, so that a busy machine is no reason. Of a story the test that failed is asked
+        alone, and all of them only where it passes so."""
+        status = self.status_of(test)
+        if status == 0:
+            return False
+        if isinstance(status, str) and isinstance(self.tree.show_to(f"{test} {status}", self.limits.of(test)), str):
+            return True
+        return self.status_of(test) != 0
+
+    def status_of(self, test):
         limit = self.limits.of(test)
         status = self.tree.show_to(test, limit)
         if status is None and self.limits.again(test) > limit:
             status = self.tree.show_to(test, self.limits.of(test))
-        return status != 0
+        return status

@@ -196,7 +196,9 @@ def outcome_of(path, first, failures):
     def show_to(test, seconds):
         asked.append(test)
         failures[test] = failures.get(test, 0) - 1
-        return 1 if failures[test] >= 0 else 0
+        if failures[test] < 0:
+            return 0
+        return "a b" if ".bats" in test else 1
     tree = types.SimpleNamespace(
         path=here, build=lambda *targets: None, unit_programs_for=lambda path: ["unit_run", "unit_app"],
         stories_for=lambda path: ["tests/a.bats", "tests/b.bats"], show_to=show_to)
@@ -209,26 +211,31 @@ assert outcome_of("run/Marks.cpp", "-", {units[1]: 1, stories[0]: 1}) == ("survi
 assert outcome_of("run/Marks.cpp", "-", {units[1]: 2}) == ("noticed", "unit_app") and asked == units[:2] + units[1:2]
 assert outcome_of("run/Marks.cpp", "unit_app", {units[3]: 2}) == ("noticed", "unit_app")
 assert asked == [units[1], units[3], units[3]]
+assert outcome_of("run/Marks.cpp", "tests/b.bats", {stories[0]: 1, stories[0] + " a b": 1}) == ("noticed", "tests/a.bats")
+assert asked == ["tests/b.bats", *units, "tests/a.bats", "tests/a.bats a b"]
 assert outcome_of("run/Marks.cpp", "tests/b.bats", {stories[0]: 2}) == ("noticed", "tests/a.bats")
-assert asked == ["tests/b.bats", *units, "tests/a.bats", "tests/a.bats"]
+assert asked == ["tests/b.bats", *units, "tests/a.bats", "tests/a.bats a b", "tests/a.bats"]
 with open(here + "/script", "w") as script:
     script.write("if true\n")
 assert outcome_of("script", "-", {}) == ("uncompiled", "-") and asked == []
 END
 }
 
-@test "a story is over when its first test has failed, or its time is up" {
+@test "a story is over when its first test has failed, or its time is up, and one of its tests can be asked alone" {
     with_parts <<'END'
-def status_of(lines, seconds):
+def status_of(lines, seconds, chosen=""):
     with open(here + "/story.bats", "w") as story:
         print(lines, file=story)
     began = trial.time.time()
-    status = trial.run_story(here + "/story.bats", seconds)
+    status = trial.run_story(here + "/story.bats", seconds, chosen)
     assert trial.time.time() - began < 60
     return status
 assert status_of('@test "a" { true; }\n@test "b" { true; }', 60) == 0
-assert status_of('@test "a" { true; }\n@test "b" { false; }\n@test "c" { sleep 100; }', 60) == 1
-assert status_of('setup_file() { false; }\n@test "a" { true; }', 60) == 1
+assert status_of('@test "a" { true; }\n@test "b" { false; }\n@test "c" { sleep 100; }', 60) == "b"
+assert status_of('setup_file() { false; }\n@test "a" { true; }', 60) == "setup_file failed"
+assert status_of('@test "a" { false; }\n@test "b, [c] (d)" { true; }\n@test "b" { false; }', 60, "b, [c] (d)") == 0
+assert status_of('@test "a" { true; }\n@test "b, [c] (d)" { false; }', 60, "b, [c] (d)") == "b, [c] (d)"
+assert not isinstance(status_of('@test "a" { false; }', 60, "setup_file failed"), str)
 assert status_of('@test "a" { sleep 100; }', 1) is None
 END
 }
