@@ -151,6 +151,21 @@ TEST_F(RunLevelScripts, WhatAnotherProcessTakesAwayFirstIsNotCalledKept) {
               4);
 }
 
+TEST_F(RunLevelScripts, AServiceThatStaysIsToldOf_WithoutStartupOnBoot) {
+    m_settings.Value(L"StartupOnBoot") = L"no";
+    bool hasStayed = false;
+    const auto setUp = [&] {
+        const std::string told = Captured([&] { Forgive(SetUpRunLevelScripts(m_context)); }).err;
+        if (!testfiles::Exists(kService)) return 0;
+        EXPECT_EQ(told, "WARNING! /etc/init.d/zorvane is kept: Input/output error.\n");
+        return 1;
+    };
+    const auto check = [&](int stays) { hasStayed = hasStayed || stays == 1; };
+    testsupport::FailInTurn(
+        {SYS_unlink, SYS_unlinkat}, EIO, [] {}, setUp, check);
+    EXPECT_TRUE(hasStayed);
+}
+
 TEST_F(RunLevelScripts, Fails_WhenTheConfigurationCannotBeRead) {
     m_context.confPath = L"/opt/agent/etc";
     SetUpScripts(false);
