@@ -181,6 +181,7 @@ TEST_F(StatusDifferences, ALinkOfSomebodyElseIsADifference) {
     testfiles::Write("/opt/agent/links/qdn-monitor", "somebody's");
     const Json difference = DifferenceOfALinkNotReplaced(L"/opt/agent/links/qdn-monitor");
     EXPECT_EQ(difference["path"], "/opt/agent/links/qdn-monitor");
+    EXPECT_EQ(difference["action"], "replace");
     EXPECT_EQ(difference["before"]["type"], "file");
     EXPECT_EQ(difference["before"]["sha256"],
               "e06030c124e908f9ad93a8cd09446bb5aaa1e65638c9f4034b24e3efeae531fc");
