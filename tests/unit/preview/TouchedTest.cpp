@@ -146,7 +146,9 @@ TEST_F(TouchedNamesOf, ARunAreToldWholeOrNotAtAll_WhateverFails) {
 
 TEST(IsNoEffect, IsTrueOfLocksAndOfThePackageManagersDatabase) {
     for (const char* path :
-         {"/run/qdn-configure.lock", "/var/lib/rpm", "/var/lib/rpm/Packages", "/root/.rpmdb"})
+         {"/run/qdn-configure.lock", "/var/lock/qdn-configure.lock", "/run/lock/qdn-configure.lock",
+          "/etc/qdn-configure.lock", "/usr/lib/sysimage/rpm", "/var/lib/rpm", "/var/lib/rpm/Packages",
+          "/root/.rpmdb"})
         EXPECT_TRUE(IsNoEffect(path)) << path;
     for (const char* path : {"/var/lib/rpmx", "/etc/init.d/zorvane", "/run/qdn-configure.lock.d"})
         EXPECT_FALSE(IsNoEffect(path)) << path;

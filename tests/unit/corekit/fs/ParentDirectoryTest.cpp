@@ -225,6 +225,19 @@ TEST(SafePath, IsGivenWithoutItsLinks_WhereAllOfThemMayBeFollowed) {
     EXPECT_EQ(canonical("link/x"), Result(ENOTDIR));
 }
 
+TEST(SafePath, FollowsAsManyLinksAsTheKernel) {
+    const Workspace dir;
+    fs::create_directory(dir / "0");
+    for (int link = 1; link <= 41; ++link)
+        fs::create_directory_symlink(std::to_string(link - 1), dir / std::to_string(link));
+    for (const char* name : {"40", "41"}) {
+        struct stat info {};
+        const bool isFollowed = stat((dir / name).c_str(), &info) == 0;
+        EXPECT_EQ(isFollowed, name == std::string("40"));
+        EXPECT_EQ(corekit::Path::Canonicalise(dir(name)).has_value(), isFollowed) << name;
+    }
+}
+
 TEST(SafePath, IsTheOnlyWayOfEveryOperation) {
     const Workspace dir;
     fs::create_directories(dir / "theirs");
