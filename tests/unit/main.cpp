@@ -109,6 +109,9 @@ int main(int argc, char** argv) {
         std::perror(PRIVATE_MACHINE);
         return 1;
     }
+    // In a child process an exception that is caught here would go on with the tests there, and unnoticed
+    // here.
+    GTEST_FLAG_SET(catch_exceptions, false);
     testing::InitGoogleMock(&argc, argv);
     auto& listeners = testing::UnitTest::GetInstance()->listeners();
     listeners.Append(new FreshGlobals);  // the list owns them
