@@ -1,12 +1,15 @@
-// The three commands: their options, refusals, usage texts and statuses.
+// The commands: their options, refusals, usage texts and statuses.
 #include <cerrno>
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <sys/syscall.h>
 
 #include "app/AgentInstaller.h"
+#include "app/ApplyCommand.h"
 #include "app/CleanCommand.h"
 #include "app/ConfigureCommand.h"
+#include "app/PreviewCommand.h"
+#include "app/StatusCommand.h"
 #include "run/Args.h"
 #include "run/RunLock.h"
 #include "tests/support/AsUser.h"
@@ -194,6 +197,11 @@ TEST_F(Commands, DescribeThemselvesInALine) {
     EXPECT_EQ(m_interactive.Description(),
               L"Interactively configure/reconfigure an installation ignoring any XML file.");
     EXPECT_EQ(m_clean.Description(), L"Remove qdn-configure created files prior to uninstall.");
+    EXPECT_EQ(PreviewCommand(L"1.0").Description(), L"Show what a command would do, and change nothing.");
+    EXPECT_EQ(ApplyCommand(L"1.0").Description(),
+              L"Have a command take effect as a whole, or leave the host as it was.");
+    EXPECT_EQ(StatusCommand(L"1.0").Description(),
+              L"Tell what is installed and whether it is as configured; change nothing.");
 }
 
 TEST_F(Commands, ShowTheirUsage) {
@@ -218,6 +226,59 @@ TEST_F(Commands, ShowTheirUsage) {
         "Options:\n\n-nosearch\n\t[optional] Do not search for the installed agent.\n\n"
         "-dir <Agent-Base-Dir>\n\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n\n"
         "-quiet\n\t[optional] Generate no output.\n\n");
+}
+
+TEST_F(Commands, ShowEachOptionOfAPreviewAnApplyAndAStatus) {
+    EXPECT_EQ(Captured([] { PreviewCommand(L"1.0").Usage(L"P"); }).out,
+              "P [-json] [-exit-code] [-out <file>] <command> [options of the command]\n\n"
+              "Show what a command would do, and change nothing.\n\nOptions:\n\n"
+              "-json\n\t[optional] Write one JSON document instead of text.\n\n"
+              "-exit-code\n\t[optional] Return 2 instead of 0 if something would change.\n\n"
+              "-out <file>\n\t[optional] Keep the document in a file that only its owner can read.\n\n"
+              "<command>\n\t-configure, -iconfigure or -clean, with its options.\n\n");
+    EXPECT_EQ(
+        Captured([] { ApplyCommand(L"1.0").Usage(L"P"); }).out,
+        "P [-json] [-yes] [-or-plainly] [-plan <file>] [-wait <seconds>] <command> [options of the "
+        "command]\n\nHave a command take effect as a whole, or leave the host as it was.\n\nOptions:\n\n"
+        "-json\n\t[optional] Write one JSON document instead of text.\n\n"
+        "-yes\n\t[optional] Do not ask; needed where there is no terminal.\n\n"
+        "-or-plainly\n\t[optional] Where no preview is possible, run the command without one; not with "
+        "-json.\n\n"
+        "-plan <file>\n\t[optional] Refuse if it would do anything but what this document of -preview -out "
+        "says.\n\n"
+        "-wait <seconds>\n\t[optional] How long a started agent may take until it stays up: 2 to 3600, "
+        "usually 10.\n\n"
+        "<command>\n\t-configure, -iconfigure or -clean, with its options.\n\n");
+    EXPECT_EQ(
+        Captured([] { StatusCommand(L"1.0").Usage(L"P"); }).out,
+        "P [-json] [-connect] [<Agent-Base-Dir>]\n\n"
+        "Tell what is installed and whether it is as configured; change nothing.\n\nOptions:\n\n"
+        "-json\n\t[optional] Write one JSON document instead of text.\n\n"
+        "-connect\n\t[optional] Try to reach the Kell Server, too.\n\n"
+        "<Agent-Base-Dir>\n\t[optional] Zorvane Agent for UNIX and Linux installation root folder.\n\n");
+}
+
+TEST_F(Commands, WantNoBannerWhereTheyWriteADocumentOnly) {
+    const struct {
+        Arguments words;
+        bool preview, status;
+    } table[] = {
+        {{L"-preview", L"-json", L"-configure"}, true, false},
+        {{L"-preview", L"-exit-code", L"-out", L"/plan", L"-json", L"-clean", L"/opt"}, true, false},
+        {{L"-preview", L"-configure", L"-json"}, false, false},
+        {{L"-preview", L"-out", L"-json", L"-configure"}, false, false},
+        {{L"-status", L"-json"}, false, true},
+        {{L"-status", L"-connect", L"-json", L"/opt"}, false, true},
+        {{L"-status", L"-connect"}, false, false},
+        {{L"-status", L"-nothing", L"-json"}, false, false},
+        {{L"-configure", L"-json"}, false, false},
+        {{}, false, false},
+    };
+    for (const auto& row : table) {
+        SCOPED_TRACE(row.words.size());
+        EXPECT_EQ(PreviewCommand::WantsNoBanner(row.words), row.preview);
+        EXPECT_EQ(StatusCommand::WantsNoBanner(row.words), row.status);
+    }
 }
 
 TEST_F(Commands, TheBannerComesBeforeEverything) {
