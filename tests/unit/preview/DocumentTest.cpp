@@ -1,11 +1,14 @@
 // What the document says of what a command has printed, of paths that are no text, and of mounts in its way.
 #include <cerrno>
 #include <filesystem>
+#include <functional>
 #include <gmock/gmock.h>
 #include <initializer_list>
 #include <nlohmann/json.hpp>
+#include <string>
 #include <sys/mount.h>
 #include <sys/syscall.h>
+#include <vector>
 
 #include "preview/Document.h"
 #include "tests/support/FailingCall.h"
@@ -82,6 +85,63 @@ TEST(PreviewDocument, Fails_WhenTheChangesCannotBeTold) {
                    : text;
     };
     EXPECT_EQ(Rehearse([] { return corekit::Cbor({{"status", 0}}); }, tell, {}).value(), "as expected");
+}
+
+/// The changes that `code` makes, with what `finish` makes of their document.
+Json ChangesAfter(const std::function<void()>& code, Json (*finish)(Json)) {
+    const auto run = [&] {
+        code();
+        return corekit::Cbor({{"status", 0}});
+    };
+    const auto tell = [](const HostCopy& copy, const Rehearsal& rehearsal) -> Outcome<std::string> {
+        const auto document = MakeDocument({}, copy, rehearsal);
+        if (!document) return document.error();
+        return corekit::Cbor(*document);
+    };
+    const auto told = Rehearse(run, tell, {});
+    return told ? finish(corekit::ParseCbor(*told))["changes"] : Json(told.error().text.Utf8());
+}
+
+TEST(PreviewDocument, ADirectoryThatGoesOrMovesIsToldWithTheNumberOfItsEntries) {
+    testfiles::Write("/opt/t/gone/sub/file", "");
+    testfiles::Write("/opt/t/moved/file", "");
+    const Json changes = ChangesAfter(
+        [] {
+            fs::remove_all("/opt/t/gone");
+            fs::rename("/opt/t/moved", "/opt/t/new");
+            fs::create_directory("/opt/t/made");
+        },
+        Kept);
+    fs::remove_all("/opt/t");
+    std::vector<std::string> told;
+    for (const Json& change : changes)
+        told.push_back(change.at("action").get<std::string>() + " " + change.at("path").get<std::string>() +
+                       " " + change.value("entries", Json("none")).dump());
+    EXPECT_THAT(told,
+                ElementsAre("remove /opt/t/gone 2", "create /opt/t/made \"none\"", "move /opt/t/moved 1"));
+}
+
+TEST(PreviewDocument, OnlyTheOneThatIsKeptHasTheChecksumOfAFileWithAPassword) {
+    testfiles::Write("/opt/t/client.conf", "password=old\n");
+    testfiles::Write("/opt/t/other", "old\n");
+    const auto write = [] {
+        testfiles::Write("/opt/t/client.conf", "password=new\n");
+        testfiles::Write("/opt/t/other", "new\n");
+    };
+    const auto checksums = [&](Json (*finish)(Json)) {
+        std::vector<std::string> told;
+        for (const Json& change : ChangesAfter(write, finish)) {
+            EXPECT_EQ(change.size(), 6U) << change;  // and nothing that is for the program alone
+            for (const char* side : {"before", "after"}) {
+                const Json& sum = change.at(side).at("sha256");
+                told.push_back(sum.is_null() ? "none" : sum.get<std::string>().substr(0, 4));
+            }
+        }
+        return told;
+    };
+    EXPECT_THAT(checksums(Printed), ElementsAre("none", "none", "01d0", "7aa7"));
+    EXPECT_THAT(checksums(Kept), ElementsAre("6592", "38eb", "01d0", "7aa7"));
+    fs::remove_all("/opt/t");
 }
 
 TEST(PreviewDocument, NoPlaceIsInTheWay_WhereNothingWasCopied) {
