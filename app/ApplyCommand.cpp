@@ -244,7 +244,7 @@ void ApplyCommand::PutBack() {
         return;
     }
     m_result.wasRestored = true;
-    m_result.hasKeptFiles = Apply::HasFailedFiles();
+    m_result.hasFailedFiles = Apply::HasFailedFiles();
 }
 
 Apply::ToSave ApplyCommand::WhatToSave() const {

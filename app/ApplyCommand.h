@@ -31,7 +31,7 @@ class ApplyCommand : public corekit::CommandBasedApp::Command {
     };
     struct Result {
         bool wasRestored = false;
-        bool hasKeptFiles = false;
+        bool hasFailedFiles = false;
         corekit::String error;  // empty after a success
         std::optional<pid_t> agent;
     };

@@ -18,7 +18,7 @@ unsigned ApplyCommand::EndFailed(const Failure& failure) {
     static_cast<void>(Report(failure));
     if (m_result.wasRestored) Messages::Warn(L"  The host has been put back as it was.\n");
     m_result.agent = m_runningAgent.IsEmpty() ? std::nullopt : FindAgentProcess(m_runningAgent);
-    if (m_result.hasKeptFiles)
+    if (m_result.hasFailedFiles)
         Messages::Warn(String(L"  The files of the attempt are in %1.\n").Arg(Apply::kFailedDir));
     return End();
 }
@@ -32,7 +32,7 @@ unsigned ApplyCommand::End() {
                      {"restored", m_result.wasRestored}};
     if (status != kSuccess) document["error"] = m_result.error.Utf8();
     document["kept"] = nullptr;
-    if (m_result.hasKeptFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
+    if (m_result.hasFailedFiles) document["kept"] = String(Apply::kFailedDir).Utf8();
     document["preview"] = m_rehearsed.document ? Preview::Printed(*m_rehearsed.document) : Json(nullptr);
     document["agent"] = {{"running", m_result.agent.has_value()}, {"pid", nullptr}};
     if (m_result.agent) document["agent"]["pid"] = *m_result.agent;

@@ -1,6 +1,7 @@
 // One run at a time: a lock on a file that only root can have made.
 #include "run/RunLock.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
@@ -51,6 +52,24 @@ bool IsStillThere(const Descriptor& file, const Descriptor& directory) {
     return opened && named && corekit::IsSameFile(*opened, *named);
 }
 
+/// Whether somebody has locked a file, as the kernel tells it; a failure where that cannot be read.
+corekit::Expected<bool> IsLocked(const struct stat& file) {
+    const auto table = corekit::OpenAt(AT_FDCWD, "/proc/locks", O_RDONLY);
+    if (!table) return table.error();
+    const auto locks = corekit::ReadAll(table->Get(), kLongestTable);
+    if (!locks) return locks.error();
+    // "1: FLOCK  ADVISORY  WRITE 4711 fe:00:131 0 EOF": device and inode of the file that is locked.
+    char name[64];
+    std::snprintf(name, sizeof name, " %02x:%02x:%lu ", major(file.st_dev), minor(file.st_dev), file.st_ino);
+    return locks->find(name) != std::string::npos;
+}
+
+/// Takes away the lock file of a directory where no lock can be had, unless another run has locked it.
+void RemoveUnlocked(const Descriptor& file, const Descriptor& directory) {
+    const auto info = corekit::StatOf(file.Get());
+    if (info && !IsLocked(*info).value_or(true)) unlinkat(directory.Get(), kFileName, 0);
+}
+
 }  // namespace
 
 RunLock::RunLock() {
@@ -61,20 +80,11 @@ RunLock::RunLock() {
 }
 
 bool RunLock::IsHeld() {
-    const auto table = corekit::OpenAt(AT_FDCWD, "/proc/locks", O_RDONLY);
-    if (!table) return false;
-    const std::string locks = corekit::ReadAll(table->Get(), kLongestTable).value_or("");
-    for (const wchar_t* place : kPlaces) {
+    return std::ranges::any_of(kPlaces, [](const wchar_t* place) {
         const Descriptor directory = OpenOwnDirectory(place);
         const auto info = corekit::StatOf(directory.Get(), kFileName);
-        if (!info) continue;
-        // "1: FLOCK  ADVISORY  WRITE 4711 fe:00:131 0 EOF": device and inode of the file that is locked.
-        char file[64];
-        std::snprintf(file, sizeof file, " %02x:%02x:%lu ", major(info->st_dev), minor(info->st_dev),
-                      info->st_ino);
-        if (locks.find(file) != std::string::npos) return true;
-    }
-    return false;
+        return info && IsLocked(*info).value_or(false);
+    });
 }
 
 /// Tries to take the lock in a directory. Returns true when the lock is held or known to be taken, and false
@@ -88,6 +98,7 @@ bool RunLock::TryIn(const String& path) {
         if (!file) return false;
         if (corekit::Uninterrupted([&] { return flock(file.Get(), LOCK_EX | LOCK_NB); }) != 0) {
             m_isTaken = errno == EWOULDBLOCK;
+            if (!m_isTaken) RemoveUnlocked(file, directory);
             return m_isTaken;
         }
         if (IsStillThere(file, directory)) {

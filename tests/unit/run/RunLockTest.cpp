@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 #include "corekit/os/Descriptor.h"
 #include "run/RunLock.h"
@@ -189,8 +190,26 @@ TEST(RunLock, IgnoresALockInTheDirectoryForEverybody) {
     unlink("/run/lock/qdn-configure.lock");
 }
 
-TEST(RunLock, CountsAsFree_WhenTheFileSystemKnowsNoLocks) {
+/// The lock files that lie about.
+std::vector<std::string> Traces() {
+    std::vector<std::string> traces;
+    for (const char* place : {"/run", "/var/lock", "/etc"}) {
+        const std::string file = std::string(place) + "/qdn-configure.lock";
+        if (testfiles::Exists(file)) traces.push_back(file);
+    }
+    return traces;
+}
+
+TEST(RunLock, CountsAsFreeAndLeavesNoTrace_WhereNothingCanBeLocked) {
     EXPECT_EQ(testsupport::WithFailing({{SYS_flock, ENOLCK}}, [] { return RunLock().IsTaken() ? 1 : 0; }), 0);
+    EXPECT_EQ(Traces(), std::vector<std::string>());
+}
+
+TEST(RunLock, LeavesTheFileThatAnotherRunHasLocked_WhereItCanLockNothingItself) {
+    const RunLock held;
+    EXPECT_EQ(testsupport::WithFailing({{SYS_flock, ENOLCK}}, [] { return RunLock().IsTaken() ? 1 : 0; }), 0);
+    EXPECT_EQ(Traces(), std::vector<std::string>{"/run/qdn-configure.lock"});
+    EXPECT_TRUE(RunLock().IsTaken());
 }
 
 TEST(RunLock, CountsAsFree_WhenItCannotBeSeenWhetherItsFileIsStillThere) {
