@@ -8,9 +8,10 @@ import machine
 Reference = collections.namedtuple("Reference", "after conf saved_conf")
 Outcome = collections.namedtuple("Outcome", "first left second after")
 
-# How often these are called depends on how the output of the host's tools arrives, and on where the system puts the heap:
-# in another run the last ones do not occur. Such a run must be like an undisturbed one.
-TIMED = ("brk", "ioctl", "poll", "read", "rt_sigprocmask", "wait4", "waitid")
+# How often these are called depends on how the output of the host's tools arrives, on where the system puts the heap, and
+# on how many processes there are to look at: in another run the last ones do not occur. Such a run must be like an
+# undisturbed one.
+TIMED = ("brk", "ioctl", "openat", "poll", "read", "rt_sigprocmask", "wait4", "waitid")
 # The calls of which signal(7) says that a signal can interrupt them. To the others EINTR is an error like any other: no
 # kernel gives it, but a file system in user space might.
 INTERRUPTED = ("dup2", "dup3", "fcntl", "flock", "fsync", "getrandom", "openat", "poll", "read", "wait4", "waitid",
