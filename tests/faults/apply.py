@@ -13,6 +13,7 @@ import sys
 import calls
 import disturb
 import holds
+import intercept
 import machine
 
 BARE = "/run/faults/bare"  # the host's own directories, which the private machine covers
@@ -59,12 +60,12 @@ def begun():
     return machine.on_a_copy(tree, enter_copy)
 
 
-def undisturbed(command, strace=()):
-    """What the run leaves, its status and its calls; with "-f", those of the process that makes most of them."""
+def undisturbed(command, *strace):
+    """What the run leaves, its status and its calls."""
     def work():
-        run = calls.run(command, [*strace, "-e", "trace=all"])
+        run, trace = calls.traced(command, *strace)
         machine.end_of_all_children()
-        return tree(), run.status, run.trace
+        return tree(), run.status, trace
     return machine.on_a_copy(work, enter_copy)
 
 
@@ -82,29 +83,20 @@ def unspoilt(command):
 
 
 def points_of(command, kind):
-    names = calls.names_of(undisturbed(command)[2])
-    if kind != "kill":
-        # strace leaves a descriptor open whose close it makes fail, which the kernel never does: whoever waits for the
-        # other end of a pipe would wait for ever.
-        names = [name for name in names if name != "close"]
-    yield from calls.points(names, kind)
+    for point in calls.points(undisturbed(command)[2], kind):
+        # A descriptor stays open whose close fails here, which no kernel does: whoever waits for the other end of a pipe
+        # would wait for ever.
+        if kind == "kill" or point.name != "close":
+            yield point
     if kind == "kill":
-        counts = {}
-        for line in undisturbed(command, ["-f"])[2]:
-            process, _, call = line.partition(" ")
-            name = (calls.names_of([call.strip()]) or [None])[0]
-            if name and CHANGES_SOMETHING.match(name):
-                counts.setdefault(name, {}).setdefault(process, 0)
-                counts[name][process] += 1
-        for name, of_process in counts.items():
-            for number in range(1, max(of_process.values()) + 1):
-                yield "all", name, f"signal=SIGKILL:when={number}"
+        for point in calls.points(calls.most_of_a_process(undisturbed(command, "-f")[2]), kind):
+            if CHANGES_SOMETHING.match(point.name):
+                yield point._replace(mode="all")
 
 
 def disturbed(command, point):
     def work():
-        strace = (["-f"] if point[0] == "all" else []) + calls.options(point)
-        first = calls.run(command, strace)
+        first = intercept.run(command, point, "all" if point.mode == "all" else "first")
         machine.end_of_all_children()
         left = tree()
         second = calls.run([command[0], *NEXT_RUN])
@@ -115,8 +107,7 @@ def disturbed(command, point):
 def broken(point, outcome, before, after):
     """What does not hold of a disturbed run and the next one, of which `after` is what one that ends with 0 leaves."""
     first, left, second, final = outcome
-    was_disturbed = any("(INJECTED)" in line or "killed by SIGKILL" in line for line in first.trace)
-    if not was_disturbed and point[1] not in holds.TIMED:
+    if not first.met and point.name not in holds.TIMED:
         yield f"it was not disturbed, and ended with {first.status}"
     if second.status != 0:
         yield f"the next run ended with {second.status}: {second.errors}"
@@ -157,8 +148,7 @@ def main():
         lines = list(broken(point, outcome, before, after))
         if lines:
             violations += 1
-            print(options.story, *point, outcome[0].status, outcome[0].errors[-300:])
-            print(*(f"    {line}" for line in lines), sep="\n", flush=True)
+            disturb.tell(options.story, point, [f"{outcome[0].status} {outcome[0].errors[-300:]}", *lines])
     print(f"{options.story} {options.kind}: {len(tried)} of {len(points)} points, {violations} violations")
     return 1 if violations else 0
 

@@ -8,6 +8,7 @@ import sys
 
 import calls
 import holds
+import intercept
 import machine
 
 
@@ -35,12 +36,12 @@ def give_again(again):
 def undisturbed(command, conf):
     """What the run should leave, and the calls that it makes."""
     def work():
-        run = calls.run(command, ["-e", "trace=all"])
+        run, trace = calls.traced(command)
         if run.status != 0:
             raise RuntimeError(f"the undisturbed run failed: {run}")
         after = machine.tree()
         new, saved = (holds.content_at(after, path) for path in (conf, conf + ".old"))
-        return holds.Reference(after, new, saved), calls.names_of(run.trace)
+        return holds.Reference(after, new, saved), trace
     return machine.on_a_copy(work)
 
 
@@ -48,7 +49,7 @@ def disturbed(command, point, again, next_runs):
     """A run that is disturbed at a point, and the next one: how each ended and what it left. What the next one makes
     of the machine depends on nothing but what the first one left: the same is looked at once."""
     def work():
-        first = calls.run(command, calls.options(point))
+        first = intercept.run(command, point)
         machine.end_of_all_children()
         left = machine.tree()
         key = machine.digest(left)
@@ -69,18 +70,16 @@ def evenly(points, count):
     return [points[index * len(points) // count] for index in range(count)]
 
 
-def tell(story, point, outcome, broken):
-    call = [line for line in outcome.first.trace if "INJECTED" in line or "killed" in line]
-    before_it = outcome.first.trace[-2:] if point[0] == "kill" else call[:1]
-    print(story, *point, *(line[:180] for line in before_it))
+def tell(story, point, broken):
+    print(story, point.mode, point.name, point.error or "", f"{point.first} to {point.last}:", point.call[:180])
     print(*(f"    {line}" for line in broken), sep="\n", flush=True)
 
 
 def main():
     options = arguments()
     os.makedirs(machine.POINT)
-    reference, names = undisturbed(options.command, options.conf)
-    points = list(calls.points(names, options.kind))
+    reference, trace = undisturbed(options.command, options.conf)
+    points = list(calls.points(trace, options.kind))
     tried = evenly(points, options.sample)
     checks = holds.Checks(reference, options.conf, options.kind)
     again = inputs()
@@ -94,7 +93,7 @@ def main():
         broken = list(checks.broken(outcome, point))
         if broken:
             violations += 1
-            tell(options.story, point, outcome, broken)
+            tell(options.story, point, broken)
     print(f"{options.story} {options.kind}: {len(tried)} of {len(points)} points, {violations} violations")
     return 1 if violations else 0
 

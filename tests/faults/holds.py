@@ -60,7 +60,7 @@ class Checks:
         # agent from then on: that is left to whoever reads it. After a clean the next run must be able to do it.
         self.kept = KEPT.findall(outcome.first.errors) if self.reference.conf else []
         self.disturbed = self.was_disturbed(outcome.first)
-        if not self.disturbed and point[1] not in TIMED:
+        if not self.disturbed and point.name not in TIMED:
             yield f"it was not disturbed, and ended with {outcome.first.status}"
         yield from self.of_the_end(outcome.first, point)
         yield from self.of_what_is_left(outcome, point)
@@ -69,7 +69,7 @@ class Checks:
     def was_disturbed(self, first):
         if self.kind == "kill":
             return first.status in (-9, 137)
-        return any("(INJECTED)" in line for line in first.trace)
+        return first.met > 0
 
     def is_kept(self, path):
         """It lies in a directory that is told to be kept, leads to one, or is data that should have come from one."""
@@ -81,7 +81,7 @@ class Checks:
             return
         if first.status not in (0, 1) or (first.status == 1 and not self.disturbed):
             yield f"it ended with {first.status}"
-        elif first.status == 1 and not (first.errors or REFUSAL.search(first.output)) and point[1] != "write":
+        elif first.status == 1 and not (first.errors or REFUSAL.search(first.output)) and point.name != "write":
             yield "it failed without a word"
         elif first.status == 1 and self.is_interruption(point):
             yield f"an interruption made it fail: {first.errors}"
@@ -129,7 +129,7 @@ class Checks:
 
     def is_interruption(self, point):
         """Nothing comes of one: the call is made again."""
-        return self.kind == "EINTR" and point[1] in INTERRUPTED
+        return self.kind == "EINTR" and point.name in INTERRUPTED
 
     def undone(self, left, whole):
         for path in sorted(self.reference.after.keys() | left.keys()):
@@ -147,12 +147,12 @@ class Checks:
             yield f"the next run ended with {outcome.second.status}: {outcome.second.errors}{outcome.second.output}"
         for path in sorted(self.reference.after.keys() | outcome.after.keys()):
             expected, found = self.should_be(path), machine.value_in(outcome.after, path)
-            may_differ = (point[1] == "flock" and LOCK.search(path) or self.is_kept(path) or
+            may_differ = (point.name == "flock" and LOCK.search(path) or self.is_kept(path) or
                           self.is_saved_again(path, found) or
                           self.is_old_identifier(outcome, path, expected, found) or
                           self.is_in_this_form(outcome, path, found) or
-                          point[0] != "once" and self.is_bare(path, outcome.after) or
-                          point[0] == "lasting" and self.is_forgiven(path, expected))
+                          point.mode != "once" and self.is_bare(path, outcome.after) or
+                          point.mode == "lasting" and self.is_forgiven(path, expected))
             if expected != found and not may_differ:
                 yield f"after the next run: {path}: {expected} expected, {found} found"
 

@@ -13,6 +13,7 @@ import apply
 import calls
 import disturb
 import holds
+import intercept
 import machine
 
 # How a run says that it could not do all: a preview by what it would warn of or fail with, -status in a column.
@@ -24,7 +25,6 @@ FACT = re.compile(r"^  (Agent|Server|Identifier|At boot|Process) .*")
 LEFT_OUT = re.compile(r"(?<=\d) \([\w.]+\)(?= in )| \(not there yet\)$")
 CHANGE = re.compile(r"^  (create|change|replace|remove|move) [^/]* (/\S+).*")
 HEADINGS = ("Keys of client.conf",)
-OWN = ["-f", "-b", "execve"]  # what a process becomes by execve is let alone
 
 
 def host():
@@ -45,31 +45,25 @@ def difference(seen, expected):
             yield f"{path}: {wanted} expected, {found} found"
 
 
-def run_on_a_copy(command, strace):
+def on_a_copy(run, *arguments):
+    """What a run gives on a copy of the machine, and that copy behind it."""
     def work():
-        run = calls.run(command, strace)
+        outcome = run(*arguments)
         machine.end_of_all_children()
-        return run, host()
+        return outcome, host()
     return machine.on_a_copy(work, apply.enter_copy)
 
 
-def names_of(trace):
-    """The calls, each as often as the process makes it that makes it most often: strace counts for each by itself."""
-    counts = {}
-    for line in trace:
-        process, _, call = line.partition(" ")
-        for name in calls.names_of([call.strip()]):
-            of_process = counts.setdefault(name, {})
-            of_process[process] = of_process.get(process, 0) + 1
-    return [name for name, of_process in counts.items() for _ in range(max(of_process.values()))]
+def undisturbed(command):
+    """The run and its calls, and the machine behind it; what a process becomes by execve is let alone."""
+    return on_a_copy(calls.traced, command, "-f", "-b", "execve")
 
 
 def points_of(trace, kind):
-    # A close that strace makes fail leaves the descriptor open, which the kernel never does: whoever waits for the other
-    # end of a pipe would wait for ever. No poll fails again and again either; a rehearsal would be given up after ten
-    # minutes.
-    for point in calls.points(names_of(trace), kind):
-        if kind == "kill" or point[1] != "close" and point[:2] != ("lasting", "poll"):
+    # A descriptor stays open whose close fails here, which no kernel does: whoever waits for the other end of a pipe would
+    # wait for ever. No poll fails again and again either; a rehearsal would be given up after ten minutes.
+    for point in calls.points(calls.most_of_a_process(trace), kind):
+        if kind == "kill" or point.name != "close" and (point.mode, point.name) != ("lasting", "poll"):
             yield point
 
 
@@ -96,7 +90,7 @@ def broken(outcome, before, whole, point, kind):
         return
     if (run.status, run.output, run.errors) == (whole.status, whole.output, whole.errors):
         return
-    says_so = SAYS_SO.search(run.output + "\n" + run.errors) or point[1] == "write"
+    says_so = SAYS_SO.search(run.output + "\n" + run.errors) or point.name == "write"
     if run.status != whole.status and (run.status not in (1, 3) or not says_so):
         yield f"it ended with {run.status} and does not say why: {run.errors}{run.output[-300:]}"
     if run.status == 0 and not says_so:
@@ -114,22 +108,21 @@ def main():
         os.makedirs(directory)
     machine.check(machine.libc.mount(b"/", apply.BARE.encode(), None, machine.MS_BIND, None))
     before = machine.on_a_copy(host, apply.enter_copy)
-    whole, left = run_on_a_copy(options.command, [*OWN, "-e", "trace=all"])
+    (whole, trace), left = undisturbed(options.command)
     if list(difference(left, before)):
         raise RuntimeError("undisturbed it changes " + "\n".join(difference(left, before)))
-    points = list(points_of(whole.trace, options.kind))
+    points = list(points_of(trace, options.kind))
     tried = disturb.evenly(points, options.sample)
     violations = 0
     for point in tried:
         try:
-            outcome = run_on_a_copy(options.command, [*OWN, *calls.options(point)])
+            outcome = on_a_copy(intercept.run, options.command, point, "own")
         except RuntimeError as error:
             raise RuntimeError(f"{point}: {error}") from error
         lines = list(broken(outcome, before, whole, point, options.kind))
         if lines:
             violations += 1
-            print(options.story, *point, *[line[:180] for line in outcome[0].trace if "INJECTED" in line][:1])
-            print(*(f"    {line}" for line in lines), sep="\n", flush=True)
+            disturb.tell(options.story, point, lines)
     print(f"{options.story} {options.kind}: {len(tried)} of {len(points)} points, {violations} violations")
     return 1 if violations else 0
 

@@ -154,7 +154,7 @@ def main():
         left, second, after = after_the_cut(then, options.command, again, known) if then else (None, None, None)
         if second is None:
             continue
-        outcome = holds.Outcome(calls.Run(-signal.SIGKILL, "", errors, []), left, second, after)
+        outcome = holds.Outcome(calls.Run(-signal.SIGKILL, "", errors), left, second, after)
         broken = list(checks.broken(outcome, ("power", "cut", step)))
         if broken:
             violations += 1
