@@ -1,10 +1,10 @@
 # For scripts that continue what an earlier call has begun; they source it.
 
-# what_is_tested FOLDER ...: the program, what lives on a host beside it, and these folders of tests; another text when one of
-# their files has changed.
+# what_is_tested FOLDER ...: the program, what lives on a host beside it, what tests of whole runs have in common, and these
+# folders of tests; another text when one of their files has changed.
 what_is_tested() {
     sha256sum build/release/qdn-configure.bin
-    find tests/scenarios tests/support package "$@" -type f ! -name '*.pyc' -exec sha256sum {} + | sort -k 2
+    find tests/scenarios/*.bash tests/support package "$@" -type f ! -name '*.pyc' -exec sha256sum {} + | sort -k 2
 }
 
 # keep_results RESUMES DIRECTORY WHAT: makes a directory for results. Those of an earlier call stay when RESUMES is not empty

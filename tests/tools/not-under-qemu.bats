@@ -28,14 +28,14 @@ setup_file() {
 setup() { cd "$BATS_TEST_DIRNAME/../.." || exit; }
 
 @test "every line of what is left out under qemu names a unit test" {
-    run stale_lines tests/support/not-under-qemu
+    run stale_lines tests/unit/not-under-qemu
     echo "$output"
     [ "$status" -eq 0 ]
     [ "$output" = "" ]
 }
 
 @test "a line that names no test any more is found out" {
-    { cat tests/support/not-under-qemu && printf '%s\n' 'DirRemove.FollowsALink' 'AgentStarted.*' 'Faults.*'; } >"$BATS_TEST_TMPDIR/list"
+    { cat tests/unit/not-under-qemu && printf '%s\n' 'DirRemove.FollowsALink' 'AgentStarted.*' 'Faults.*'; } >"$BATS_TEST_TMPDIR/list"
     [ "$(stale_lines "$BATS_TEST_TMPDIR/list")" = "DirRemove.FollowsALink
 AgentStarted.*" ]
 }
