@@ -6,7 +6,7 @@ setup() {
     mkdir -p script tests/rounds tests/faults tests/scenarios tests/support package build/release bin
     cp "$root/script/test-rounds" "$root/script/common.bash" "$root/script/resumed.bash" script
     printf '#!/bin/sh\n' | tee script/setup >script/build
-    : >build/release/qdn-configure.bin
+    : | tee build/release/qdn-configure.bin >tests/scenarios/session.bash
     cat >bin/bats <<'END'
 #!/bin/sh
 echo "$SEED" >>calls
