@@ -55,6 +55,13 @@ TEST_F(Restoring, WhatWasMadeIsGone_AndKeptAside) {
     EXPECT_TRUE(HasFailedFiles());
 }
 
+TEST_F(Restoring, WhatHasOnlyMovedIsNotKeptAside) {
+    Saved({{"/opt/t/file", Touch::Replace}, {"/opt/t/moved", Touch::Replace}});
+    fs::rename("/opt/t/file", "/opt/t/moved");
+    ExpectPutBack();
+    EXPECT_FALSE(HasFailedFiles());
+}
+
 TEST_F(Restoring, ATreeThatWasRemovedIsBack) {
     Saved({{"/opt/t/dir", Touch::Replace}, {"/opt/t/link", Touch::Replace}});
     fs::remove_all("/opt/t/dir");
