@@ -194,5 +194,26 @@ TEST(TextReport, IsColouredOnATerminal) {
     EXPECT_NE(report.find("\033[31m-a\033[0m\n\033[32m+\\x1bb\033[0m\n"), std::string::npos);
 }
 
+TEST(TextReport, CountsEachActionAndGivesItItsColour) {
+    struct Action {
+        const char* name;
+        const char* coloured;
+        const char* counted;
+    };
+    for (const Action& action : {Action{"create", "\033[32mcreate \033[0m", ": 1 created."},
+                                 {"replace", "\033[33mreplace\033[0m", ": 1 replaced."},
+                                 {"change", "\033[33mchange \033[0m", ": 1 changed."},
+                                 {"move", "\033[36mmove   \033[0m", ": 1 moved."},
+                                 {"remove", "\033[31mremove \033[0m", ": 1 removed."}}) {
+        auto document = corekit::ParseJson(kDocument);
+        auto change = document["changes"][2];
+        change["action"] = action.name;
+        document["changes"] = {change};
+        const std::string report = TextReport(document, Colours::Terminal, Output::Shown).Utf8();
+        EXPECT_NE(report.find(action.coloured), std::string::npos) << report;
+        EXPECT_NE(report.find(action.counted), std::string::npos) << report;
+    }
+}
+
 }  // namespace
 }  // namespace Zorvane::AgentInstaller::Preview
