@@ -146,7 +146,7 @@ TEST_F(AccessChecks, FailInProc_WhereOnlyTheKernelMakesEntries) {
 
 TEST_F(AccessChecks, FailInEveryFileSystemOfTheKernels) {
     struct Row {
-        long type;
+        decltype(statfs::f_type) type;  // its width depends on the architecture
         int error;
     };
     constexpr Row rows[] = {{PROC_SUPER_MAGIC, ENOENT}, {SYSFS_MAGIC, EPERM},   {DEVPTS_SUPER_MAGIC, EPERM},
