@@ -1,130 +1,137 @@
-"""A run of which a system call fails, or kills its process: a filter in the kernel asks us about the calls of one name, and
-lets all others be."""
+"""A run of which a system call fails, or kills its process. The kernel stops the run's processes at the calls of that name
+alone (a filter of system calls, and ptrace), on x86-64."""
 import collections
 import ctypes
 import errno
 import os
-import select
 import signal
-import subprocess
 import threading
 
 import calls
 
-ALLOW = 0x7FFF0000
-NOTIFY = 0x7FC00000
+ALLOW, TRACE = 0x7FFF0000, 0x7FF00000  # what a filter does with a call
 ACT_BADARCH, CTL_NNP = 2, 3  # attributes of a filter
-GO_ON = 1  # a flag: the kernel makes the call
-PIDFD_GETFD = 438
+TRACEME, POKEUSER, CONT, SETOPTIONS = 0, 6, 7, 0x4200
+FOLLOW = 0x2 | 0x4 | 0x8 | 0x10  # options: children that are forked, by vfork and by clone, and what they become
+STOP_WHERE_FILTERED, END_WITH_US = 0x80, 0x100000  # options
+FILTERED = 7  # an event
+CALL, RESULT = 15 * 8, 10 * 8  # registers, by their offset
+EVERY_CHILD = 0x40000000  # __WALL
 
 libc = ctypes.CDLL(None, use_errno=True)
+libc.ptrace.argtypes = [ctypes.c_long] * 4
+libc.ptrace.restype = ctypes.c_long
 libseccomp = ctypes.CDLL("libseccomp.so.2")
 libseccomp.seccomp_init.restype = ctypes.c_void_p
 
 
-class Question(ctypes.Structure):
-    """The kernel's struct seccomp_notif."""
-    _fields_ = [("id", ctypes.c_uint64), ("process", ctypes.c_uint32), ("flags", ctypes.c_uint32),
-                ("call", ctypes.c_int32), ("architecture", ctypes.c_uint32), ("instruction", ctypes.c_uint64),
-                ("arguments", ctypes.c_uint64 * 6)]
-
-
-class Answer(ctypes.Structure):
-    """The kernel's struct seccomp_notif_resp."""
-    _fields_ = [("id", ctypes.c_uint64), ("value", ctypes.c_int64), ("error", ctypes.c_int32), ("flags", ctypes.c_uint32)]
-
-
 def run(command, point, whose="first"):
-    """Runs a command to its end, disturbed at a point: in its first process ("first"), in all that are processes of the same
-    program ("own"), or in every process ("all")."""
+    """Runs a command to the end of all its processes, disturbed at a point: in its first process ("first"), in all that are
+    processes of the same program ("own"), or in every process ("all")."""
     asks = filter_of(point.name)
-    from_child, to_us = os.pipe()
-    from_us, to_child = os.pipe()
-
-    def install():
-        number = os.dup(from_us)  # the lowest that is free, which the filter gets
-        os.close(number)
-        os.write(to_us, f"{os.getpid()} {number}".encode())
-        libseccomp.seccomp_load(asks)
-        os.read(from_us, 1)
-
-    def answer():
-        answers.first, number = map(int, os.read(from_child, 64).split())
-        questions = taken_from(answers.first, number)
-        os.write(to_child, b"!")
-        answers.give(questions)
-        os.close(questions)
-
-    answers = Answers(os.stat(command[0]), point, whose)
-    thread = threading.Thread(target=answer)
-    thread.start()
-    with subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                          preexec_fn=install) as running:
-        output, errors = running.communicate()
-    thread.join()
-    for descriptor in (from_child, to_us, from_us, to_child):
-        os.close(descriptor)
-    return calls.Run(running.returncode, output.decode(errors="replace"), errors.decode(errors="replace"), answers.met)
+    streams = [Stream(), Stream()]
+    first = os.fork()
+    if first == 0:
+        become(command, asks, [stream.writing for stream in streams])
+    for stream in streams:
+        stream.begin()
+    disturbance = Disturbance(first, os.stat(command[0]), point, whose)
+    status = disturbance.follow()
+    output, errors = (stream.text() for stream in streams)
+    return calls.Run(status, output, errors, disturbance.met)
 
 
 def filter_of(name):
-    """One that asks about the calls of a name. It stays for as long as we do."""
+    """One that stops at the calls of a name. It stays for as long as we do."""
     made = ctypes.c_void_p(libseccomp.seccomp_init(ALLOW))
     number = libseccomp.seccomp_syscall_resolve_name(name.encode())
     failed = (libseccomp.seccomp_attr_set(made, ACT_BADARCH, ALLOW) or libseccomp.seccomp_attr_set(made, CTL_NNP, 0) or
-              libseccomp.seccomp_rule_add(made, NOTIFY, number, 0))
+              libseccomp.seccomp_rule_add(made, TRACE, number, 0))
     if failed:
         raise OSError(-failed, f"no filter for {name}")
     return made
 
 
-def taken_from(process, number):
-    """A copy of the descriptor of that number of a process, as soon as it has one. It may be unable to tell of it: its
-    calls wait for our answers."""
-    of_process = os.pidfd_open(process)
+def become(command, asks, streams):
+    """Makes of this process the command, followed by its parent."""
     try:
-        while True:
-            taken = libc.syscall(PIDFD_GETFD, of_process, number, 0)
-            if taken >= 0:
-                return taken
-            if ctypes.get_errno() != errno.EBADF:
-                raise OSError(ctypes.get_errno(), "pidfd_getfd")
+        for number, stream in enumerate([os.open("/dev/null", os.O_RDONLY), *streams]):
+            os.dup2(stream, number)
+        for ignored in (signal.SIGPIPE, signal.SIGXFSZ):  # by Python
+            signal.signal(ignored, signal.SIG_DFL)
+        libc.ptrace(TRACEME, 0, 0, 0)
+        os.kill(os.getpid(), signal.SIGSTOP)
+        if libseccomp.seccomp_load(asks) == 0:
+            os.execv(command[0], command)
     finally:
-        os.close(of_process)
+        os._exit(127)
 
 
-class Answers:
-    """What becomes of each call; `met` counts those that were disturbed."""
+class Stream:
+    """A pipe, and all that comes through it."""
 
-    def __init__(self, program, point, whose):
+    def __init__(self):
+        self.reading, self.writing = os.pipe()
+        self.thread = threading.Thread(target=self.read)
+        self.bytes = b""
+
+    def begin(self):
+        os.close(self.writing)
+        self.thread.start()
+
+    def read(self):
+        with os.fdopen(self.reading, "rb") as pipe:
+            self.bytes = pipe.read()
+
+    def text(self):
+        self.thread.join()
+        return self.bytes.decode(errors="replace")
+
+
+class Disturbance:
+    """Follows processes; `met` counts the calls that were disturbed."""
+
+    def __init__(self, first, program, point, whose):
+        self.first = first
         self.program = program
         self.point = point
         self.whose = whose
-        self.first = None
         self.has_begun = False
+        self.known = set()
         self.count = collections.Counter()
         self.met = 0
 
-    def give(self, questions):
-        """Answers until none is left who could ask."""
-        poll = select.poll()
-        poll.register(questions, select.POLLIN)
-        while not any(event & select.POLLHUP for _, event in poll.poll()):
-            question = Question()
-            if libseccomp.seccomp_notify_receive(questions, ctypes.byref(question)) != 0:
-                continue  # who asked has been killed
-            answer = self.to(question)
-            if answer:
-                libseccomp.seccomp_notify_respond(questions, ctypes.byref(answer))
+    def follow(self):
+        """Returns how the first process ended, when none is left."""
+        ended = None
+        while True:
+            try:
+                process, status = os.waitpid(-1, EVERY_CHILD)
+            except ChildProcessError:
+                return ended
+            if os.WIFSTOPPED(status):
+                self.go_on(process, os.WSTOPSIG(status), status >> 16)
+                continue
+            self.known.discard(process)
+            if process == self.first:
+                ended = os.waitstatus_to_exitcode(status)
 
-    def to(self, question):
-        if not self.is_disturbed(question.process):
-            return Answer(question.id, 0, 0, GO_ON)
+    def go_on(self, process, stopped_by, event):
+        if process not in self.known and not event:
+            self.known.add(process)  # it begins
+            stopped_by = 0
+            libc.ptrace(SETOPTIONS, process, 0, FOLLOW | STOP_WHERE_FILTERED | END_WITH_US)
+        if event == FILTERED and self.is_disturbed(process):
+            self.disturb(process)
+        libc.ptrace(CONT, process, 0, 0 if event else stopped_by)
+
+    def disturb(self, process):
         self.met += 1
         if self.point.error is None:
-            os.kill(question.process, signal.SIGKILL)
-            return None
-        return Answer(question.id, 0, -getattr(errno, self.point.error), 0)
+            os.kill(process, signal.SIGKILL)
+        else:
+            libc.ptrace(POKEUSER, process, CALL, -1)  # none
+            libc.ptrace(POKEUSER, process, RESULT, -getattr(errno, self.point.error))
 
     def is_disturbed(self, process):
         """Each process's calls are counted by themselves."""
