@@ -559,6 +559,18 @@ TEST_F(FileRemoval60, LeavesTheRootDirectoryAlone) {
     }
 }
 
+TEST_F(FileRemoval60, RemovesThePackagesBehindALink_AndNothingElseThere) {
+    for (const std::string file : {"/opt/other/.qdn-package-1", "/opt/other/file"}) Write(file, "");
+    Write("/opt/data/file", "");
+    std::filesystem::create_directory_symlink("/opt/data", "/opt/swd");
+    std::filesystem::create_directory_symlink("/opt/other", "/opt/data/Packages");
+    Remove("installdir=/opt/agent\nswd_storage_path=/opt/swd\n");
+    EXPECT_FALSE(Exists("/opt/other/.qdn-package-1"));
+    EXPECT_TRUE(Exists("/opt/other/file"));
+    EXPECT_FALSE(Exists("/opt/data/Packages"));
+    EXPECT_TRUE(Exists("/opt/data/file"));
+}
+
 TEST_F(FileRemoval60, RemovesNothingWithoutAConfiguration) {
     Write("/opt/agent/etc/client.conf", "");
     RemoveInstalledFiles60(IniFile(L"/opt/agent/none.conf"));
