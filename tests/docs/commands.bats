@@ -69,8 +69,8 @@ script/measure|person
 script/measure --depth|person
 script/measure --fetch-peers|person
 script/mutate|person
-script/mutate --seed 1 --sample 950 --scripts --again|person
-script/mutate --seed 1 --sample 950 --scripts --resume|person
+script/mutate --seed 1 --sample 820 --scripts --again|person
+script/mutate --seed 1 --sample 820 --scripts --resume|person
 script/mutate --units-only|person
 script/picture|tests/docs/architecture.bats
 script/prove|person
