@@ -146,6 +146,12 @@ TEST_F(StatusDifferences, AHelperThatIsMissingIsOne) {
                 ElementsAre("create /usr/bin/qdn-helper"));
 }
 
+TEST_F(StatusDifferences, AHelperThatWouldGoWithAnOldPackageIsNone) {
+    testfiles::Write("/usr/bin/qdn-helper", "helper", 0555);
+    EXPECT_THAT(After([] { std::filesystem::remove("/usr/bin/qdn-helper"); }), IsEmpty());
+    std::filesystem::remove("/usr/bin/qdn-helper");
+}
+
 TEST_F(StatusDifferences, ARunThatHasNotSaidHowItEndedIsAFailure) {
     const auto found = FindDifferences([] { return std::string(); }, L"/opt/agent");
     ASSERT_FALSE(found);
