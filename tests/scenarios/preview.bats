@@ -353,8 +353,9 @@ END
     expect_field '[c["before"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf")]' '[null]'
     expect_field '[c["after"]["sha256"] for c in d["changes"] if c["path"].endswith("/client.conf.old")]' '[null]'
     [ "$(stat -c %a "$desk/kept")" = 600 ]
-    qdn_configure -preview -configure -noimode
+    qdn_configure -preview -out "$desk/kept-beside-text" -configure -noimode
     expect_no_line 'geheim\|secret!' "$desk/out"
+    cmp "$desk/kept" "$desk/kept-beside-text"
     qdn_configure -configure -noimode
     expect_status 0
     grep -q 'geheim' "$agent/etc/client.conf.old"
